@@ -1,0 +1,13 @@
+# quillmere_warnings(TARGET): the warnings every target of ours is built with.
+function(quillmere_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion)
+  if(QUILLMERE_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+if(QUILLMERE_SANITIZE)
+  # The module is built without RTTI, so its objects carry no type record for the vptr check to read.
+  add_compile_options(-fsanitize=${QUILLMERE_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${QUILLMERE_SANITIZE})
+endif()

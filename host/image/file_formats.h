@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+
+#include "image.h"
+
+namespace quillmere::image {
+
+// Reads a PNG, JPEG, WebP, TIFF or EXR file, told apart by its content, never by its name. Palettes and packed
+// bits are expanded; 16-bit sources give Word, EXR and float TIFF give Float, everything else Byte.
+// Hostile input gives an Error, never a crash and never more than about 2 GiB. Throws Error.
+Image read(const std::filesystem::path& file);
+
+// The same from memory; `name` stands for the picture in messages.
+Image decode(std::span<const std::uint8_t> bytes, const std::string& name);
+
+enum class PngDepth { As8Bit, As16Bit };
+
+// Both write beside the target and rename, so that a reader meets the old file or the whole new one, and leave
+// nothing behind on failure. PNG takes any picture and converts its samples; Float is clamped to 0-1. Throws Error.
+void writePng(const std::filesystem::path& file, const Image& picture, PngDepth depth = PngDepth::As8Bit);
+// 32-bit float scan-line EXR with the channels R, G, B (and A when there are 2 or 4); values are stored as they stand.
+void writeExr(const std::filesystem::path& file, const Image& picture);
+
+}  // namespace quillmere::image

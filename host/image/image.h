@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace quillmere::image {
+
+// A picture that can't be read, made, scaled or written. what() names the thing, the reason and the remedy.
+class Error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Longest side of any picture in pixels; the application's own documented limit.
+inline constexpr int kMaxSide = 16000;
+
+enum class Sample { Byte, Word, Float };
+
+// Pixels in memory: rows top to bottom without padding, channels interleaved (1 grey, 2 grey and alpha, 3 RGB,
+// 4 RGBA; alpha is not premultiplied). Byte holds 0-255, Word 0-65535 in native byte order, Float nominally 0-1.
+// All values are display-referred (sRGB-encoded) unless the one who made the picture says otherwise.
+class Image {
+ public:
+  Image() = default;  // empty: 0 x 0, no channels
+  // Zero-filled. Throws Error unless 1 <= width, height <= kMaxSide and 1 <= channels <= 4.
+  Image(int width, int height, int channels, Sample sample);
+
+  int width() const { return width_; }
+  int height() const { return height_; }
+  int channels() const { return channels_; }
+  Sample sample() const { return static_cast<Sample>(samples_.index()); }
+  bool empty() const { return width_ == 0; }
+
+  // First sample of row `y` (0 is the top one), width * channels samples. T is std::uint8_t, std::uint16_t or float
+  // and must be the type of sample(); y must lie inside.
+  template <class T>
+  T* row(int y) {
+    return std::get<std::vector<T>>(samples_).data() + offset(y);
+  }
+  template <class T>
+  const T* row(int y) const {
+    return std::get<std::vector<T>>(samples_).data() + offset(y);
+  }
+
+ private:
+  std::size_t offset(int y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) * static_cast<std::size_t>(channels_);
+  }
+
+  int width_ = 0;
+  int height_ = 0;
+  int channels_ = 0;
+  std::variant<std::vector<std::uint8_t>, std::vector<std::uint16_t>, std::vector<float>> samples_;
+};
+
+}  // namespace quillmere::image

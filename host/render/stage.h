@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+
+#include "image/image.h"
+#include "scene/scene.h"
+
+namespace quillmere::render {
+
+// A picture that can't be made: a size outside 1..image::kMaxSide, or no memory. what() says which and why.
+class Error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// Asked between tiles, from any thread; true stops the drawing.
+using StopTest = std::function<bool()>;
+
+struct FinalSettings {
+  int samples = 16;         // per pixel, at least 1
+  std::uint32_t seed = 1;   // the same seed, scene and size give the same picture, whatever the number of threads
+};
+
+// A scene at one moment, ready to be drawn from any viewpoint by ray tracing on all cores. Acceleration structures of
+// geometry that does not deform are kept from one moment to the next. One thread at a time.
+class Stage {
+ public:
+  explicit Stage(std::shared_ptr<const scene::Scene> scene);
+  ~Stage();
+  Stage(const Stage&) = delete;
+  Stage& operator=(const Stage&) = delete;
+
+  // Poses the scene at `seconds`; posing twice at the same moment costs nothing.
+  void pose(double seconds);
+  const scene::Moment& moment() const;
+
+  // As an interactive viewport would show it: base colour, headlight, hemispheric ambient, 4x anti-aliasing.
+  // Byte RGB. Empty when stopped. Throws Error.
+  image::Image drawQuick(const scene::Viewpoint& view, int width, int height, const StopTest& stop = {});
+
+  // With the scene's lights, or a default sun and sky when it has none: soft shadows, ambient occlusion.
+  // Float RGB, display-referred (tone-mapped and sRGB-encoded), 0-1. Empty when stopped. Throws Error.
+  image::Image drawFinal(const scene::Viewpoint& view, int width, int height, const FinalSettings& settings = {},
+                         const StopTest& stop = {});
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace quillmere::render

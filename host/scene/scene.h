@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <glm/glm.hpp>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "image/image.h"
+
+// A scene as the stand-alone host sees it: right-handed, Y up, metres, seconds; cameras look along their -Z
+// (the conventions of glTF 2.0, https://registry.khronos.org/glTF/specs/2.0/glTF-2.0.html).
+namespace quillmere::scene {
+
+// A scene that can't be read. what() names the file, the reason and, where there is one, the remedy.
+class Error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct Material {
+  std::string name;
+  glm::vec4 baseColor{1.0F};               // linear RGBA factor
+  std::shared_ptr<const image::Image> texture;  // base colour, Byte RGBA, sRGB-encoded; may be null
+  bool repeatU = true, repeatV = true;     // otherwise clamped to the edge
+  bool mirrorU = false, mirrorV = false;
+  bool nearest = false;                    // otherwise filtered linearly
+  enum class Alpha { Opaque, Mask, Blend } alpha = Alpha::Opaque;
+  float alphaCutoff = 0.5F;
+  bool doubleSided = false;
+  bool unlit = false;  // KHR_materials_unlit: shown in its own colour, neither lit nor casting shadows
+};
+
+// Triangles in object space. `indices` holds three per triangle, each below positions.size(); every other array is
+// either empty or as long as `positions`.
+struct Geometry {
+  std::vector<glm::vec3> positions;
+  std::vector<glm::vec3> normals;
+  std::vector<glm::vec2> uvs;
+  std::vector<glm::vec4> colors;  // linear RGBA, multiplied with the material's base colour
+  std::vector<std::uint32_t> indices;
+};
+
+// One geometry at one place at one moment. `geometry` is shared by instances and, where nothing deforms it, by moments,
+// so its address may serve as the key of a cache for as long as the pointer is held.
+struct Surface {
+  std::shared_ptr<const Geometry> geometry;
+  glm::mat4 toWorld{1.0F};
+  int material = 0;  // index into Scene::materials, always valid
+};
+
+struct Light {
+  enum class Kind { Directional, Point, Spot } kind = Kind::Point;
+  glm::vec3 color{1.0F};  // linear, times the intensity: lux for Directional, candela otherwise
+  glm::vec3 position{0.0F};
+  glm::vec3 direction{0.0F, 0.0F, -1.0F};  // where it shines to, unit length
+  float range = 0.0F;                      // metres, 0 = unlimited
+  float innerCone = 0.0F, outerCone = 0.785398F;  // radians from the axis
+};
+
+// A camera at one moment.
+struct Viewpoint {
+  glm::mat4 toWorld{1.0F};  // rotation and translation only
+  bool orthographic = false;
+  float yfov = 0.8F;  // perspective: full vertical angle in radians
+  float ymag = 1.0F;  // orthographic: half of the height seen, in metres
+  float znear = 0.01F;
+  std::optional<float> zfar;  // none = infinite
+  // The width follows from the aspect ratio of the picture that is drawn, not from the camera.
+};
+
+struct Moment {
+  std::vector<Surface> surfaces;
+  std::vector<Light> lights;
+  std::vector<Viewpoint> cameras;  // parallel to Scene::cameras()
+};
+
+struct CameraInfo {
+  std::string name;  // unique within the scene: node name, else camera name, else "Camera"; ".1", ".2" … are appended
+  bool orthographic = false;
+  bool animated = false;  // any animation moves its node or one above it
+};
+
+class Scene {
+ public:
+  virtual ~Scene() = default;
+  virtual const std::vector<CameraInfo>& cameras() const = 0;   // in document order, one per node that holds a camera
+  virtual const std::vector<Material>& materials() const = 0;   // at least one
+  virtual const std::vector<std::string>& warnings() const = 0; // what was not honoured, one sentence each
+  virtual double duration() const = 0;                          // seconds to the last key frame, 0 when nothing moves
+  // Everything posed at `seconds` (held at the first and last key outside the key frames). Deterministic; any thread.
+  virtual Moment at(double seconds) const = 0;
+};
+
+// Loads glTF 2.0 (.gltf with its buffers and images beside it or embedded, .glb). Throws Error.
+std::shared_ptr<const Scene> load(const std::filesystem::path& file);
+
+}  // namespace quillmere::scene

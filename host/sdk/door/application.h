@@ -1,0 +1,57 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "c4d.h"
+#include "image/image.h"
+
+// The doors through which a program drives the stand-alone host. Modules see only the host's API in ../include.
+namespace quillmere::host {
+
+// A module, resource or scene that can't be used. what() names the thing, the reason and the remedy.
+class Error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+// What the host is told while it works, in the order in which it is told. Called on the thread that renders.
+class Events {
+ public:
+  virtual ~Events() = default;
+  virtual void statusText(const std::string& /*utf8*/) {}
+  virtual void statusSpin(bool /*on*/) {}
+  virtual void statusBar(double /*fraction, 0 to 1*/) {}
+  virtual void console(const std::string& /*utf8 line*/) {}
+  virtual void command(int /*id*/, int /*subid*/) {}
+  virtual void pictureViewer(const image::Image& /*shown*/) {}
+};
+
+// The application side of the process: plug-in registry, modules, write directory. One may exist at a time; the host
+// API's free functions act on it, and without one they answer as an application without plug-ins would.
+class Application {
+ public:
+  // `writeDirectory` is what GeGetStartupWritePath returns; it is made when something is first written.
+  // `events` must outlive the application.
+  Application(std::filesystem::path writeDirectory, Events& events);
+  ~Application();  // ends and closes the modules; every document must be gone
+  Application(const Application&) = delete;
+  Application& operator=(const Application&) = delete;
+
+  // Opens the module that lies in `folder` beside its res/ (quillmere.xso64, .xlib on macOS), then as an application
+  // does: init-sys, message 0, message 1, start. Throws Error, with the module closed again.
+  void loadPlugin(const std::filesystem::path& folder);
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+// The data folder of the user who runs this: $XDG_DATA_HOME or ~/.local/share, on macOS ~/Library/Application Support.
+// Throws Error when there is no home to put it in.
+std::filesystem::path userDataDirectory();
+
+}  // namespace quillmere::host
