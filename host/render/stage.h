@@ -20,8 +20,8 @@ class Error : public std::runtime_error {
 using StopTest = std::function<bool()>;
 
 struct FinalSettings {
-  int samples = 16;         // per pixel, at least 1
-  std::uint32_t seed = 1;   // the same seed, scene and size give the same picture, whatever the number of threads
+  int samples = 16;        // per pixel, at least 1
+  std::uint32_t seed = 1;  // the same seed, scene and size give the same picture, whatever the number of threads
 };
 
 // A scene at one moment, ready to be drawn from any viewpoint by ray tracing on all cores. Acceleration structures of

@@ -23,11 +23,11 @@ class Error : public std::runtime_error {
 
 struct Material {
   std::string name;
-  glm::vec4 baseColor{1.0F};               // linear RGBA factor
+  glm::vec4 baseColor{1.0F};                    // linear RGBA factor
   std::shared_ptr<const image::Image> texture;  // base colour, Byte RGBA, sRGB-encoded; may be null
-  bool repeatU = true, repeatV = true;     // otherwise clamped to the edge
+  bool repeatU = true, repeatV = true;          // otherwise clamped to the edge
   bool mirrorU = false, mirrorV = false;
-  bool nearest = false;                    // otherwise filtered linearly
+  bool nearest = false;  // otherwise filtered linearly
   enum class Alpha { Opaque, Mask, Blend } alpha = Alpha::Opaque;
   float alphaCutoff = 0.5F;
   bool doubleSided = false;
@@ -35,10 +35,10 @@ struct Material {
 };
 
 // Triangles in object space. `indices` holds three per triangle, each below positions.size(); every other array is
-// either empty or as long as `positions`.
+// either empty or as long as `positions`. All numbers are finite and at most 1e9 in size.
 struct Geometry {
   std::vector<glm::vec3> positions;
-  std::vector<glm::vec3> normals;
+  std::vector<glm::vec3> normals;  // unit length; empty: each triangle is flat, with the normal of its own plane
   std::vector<glm::vec2> uvs;
   std::vector<glm::vec4> colors;  // linear RGBA, multiplied with the material's base colour
   std::vector<std::uint32_t> indices;
@@ -48,16 +48,16 @@ struct Geometry {
 // so its address may serve as the key of a cache for as long as the pointer is held.
 struct Surface {
   std::shared_ptr<const Geometry> geometry;
-  glm::mat4 toWorld{1.0F};
-  int material = 0;  // index into Scene::materials, always valid
+  glm::mat4 toWorld{1.0F};  // finite and invertible, but possibly mirroring; what can't be inverted is left out
+  int material = 0;         // index into Scene::materials, always valid
 };
 
 struct Light {
   enum class Kind { Directional, Point, Spot } kind = Kind::Point;
   glm::vec3 color{1.0F};  // linear, times the intensity: lux for Directional, candela otherwise
   glm::vec3 position{0.0F};
-  glm::vec3 direction{0.0F, 0.0F, -1.0F};  // where it shines to, unit length
-  float range = 0.0F;                      // metres, 0 = unlimited
+  glm::vec3 direction{0.0F, 0.0F, -1.0F};         // where it shines to, unit length
+  float range = 0.0F;                             // metres, 0 = unlimited
   float innerCone = 0.0F, outerCone = 0.785398F;  // radians from the axis
 };
 
@@ -87,10 +87,10 @@ struct CameraInfo {
 class Scene {
  public:
   virtual ~Scene() = default;
-  virtual const std::vector<CameraInfo>& cameras() const = 0;   // in document order, one per node that holds a camera
-  virtual const std::vector<Material>& materials() const = 0;   // at least one
-  virtual const std::vector<std::string>& warnings() const = 0; // what was not honoured, one sentence each
-  virtual double duration() const = 0;                          // seconds to the last key frame, 0 when nothing moves
+  virtual const std::vector<CameraInfo>& cameras() const = 0;    // in document order, one per node that holds a camera
+  virtual const std::vector<Material>& materials() const = 0;    // at least one
+  virtual const std::vector<std::string>& warnings() const = 0;  // what was not honoured, one sentence each
+  virtual double duration() const = 0;                           // seconds to the last key frame, 0 when nothing moves
   // Everything posed at `seconds` (held at the first and last key outside the key frames). Deterministic; any thread.
   virtual Moment at(double seconds) const = 0;
 };

@@ -13,13 +13,13 @@
 namespace quillmere::host {
 
 // A module, resource or scene that can't be used. what() names the thing, the reason and the remedy.
-class Error : public std::runtime_error {
+class QM_HOST_API Error : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
 // What the host is told while it works, in the order in which it is told. Called on the thread that renders.
-class Events {
+class QM_HOST_API Events {
  public:
   virtual ~Events() = default;
   virtual void statusText(const std::string& /*utf8*/) {}
@@ -32,7 +32,7 @@ class Events {
 
 // The application side of the process: plug-in registry, modules, write directory. One may exist at a time; the host
 // API's free functions act on it, and without one they answer as an application without plug-ins would.
-class Application {
+class QM_HOST_API Application {
  public:
   // `writeDirectory` is what GeGetStartupWritePath returns; it is made when something is first written.
   // `events` must outlive the application.
@@ -52,6 +52,6 @@ class Application {
 
 // The data folder of the user who runs this: $XDG_DATA_HOME or ~/.local/share, on macOS ~/Library/Application Support.
 // Throws Error when there is no home to put it in.
-std::filesystem::path userDataDirectory();
+QM_HOST_API std::filesystem::path userDataDirectory();
 
 }  // namespace quillmere::host

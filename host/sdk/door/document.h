@@ -6,15 +6,18 @@
 #include <vector>
 
 #include "application.h"
+#include "scene/scene.h"
 
 namespace quillmere::host {
 
 // A scene file opened as a host document: its cameras as objects, one active render data, a render view that is also
 // the active view, and the effects put into its render settings. Owns everything that the API hands out of it.
-class Document {
+class QM_HOST_API Document {
  public:
   // Loads a glTF 2.0 scene; the first camera, if any, becomes the view's scene camera. Throws Error (the scene's text).
   explicit Document(const std::filesystem::path& scene);
+  // A scene made in memory: a document that was never saved, so it has no path.
+  explicit Document(std::shared_ptr<const scene::Scene> scene);
   ~Document();
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
@@ -30,9 +33,10 @@ class Document {
   const std::vector<std::string>& warnings() const;
   double duration() const;  // seconds
 
-  void setFps(int fps);      // 1 and up; 30 when never set
-  void setFrame(int frame);  // moves the document's time
-  void setSize(int width, int height);  // render data 5008 and 5009; 1024 x 576 when never set
+  void setFps(int fps);      // 1 and up, else Error; 30 when never set; the time stays
+  void setFrame(int frame);  // moves the document's time, at the present rate
+  void setSize(int width,
+               int height);  // of the render data, 1 to image::kMaxSide, else Error; 1024 x 576 when never set
 
   // Makes a node of the registered video post `id` (Alloc, then Init(node, false)) and puts it into the render
   // settings, or throws Error that says whether the plug-in is missing or refused to initialise.

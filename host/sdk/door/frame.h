@@ -25,6 +25,6 @@ struct Frame {
 // around the drawing of the lines, each call going to every effect of the render settings whose RenderEngineCheck
 // agrees. After a call that is not OK no further level is opened and those open are closed. The host's drawing is
 // put off until a line is read, so lines that an effect has replaced as a whole cost nothing. A break gives USERBREAK.
-Frame renderFrame(Document& document, const BreakTest& userBreak, const FrameSettings& settings = {});
+QM_HOST_API Frame renderFrame(Document& document, const BreakTest& userBreak, const FrameSettings& settings = {});
 
 }  // namespace quillmere::host

@@ -1,0 +1,57 @@
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "commands.h"
+#include "options/scene_options.h"
+#include "process/output.h"
+#include "progress/report.h"
+#include "progress/text_cells.h"
+#include "scene/scene.h"
+
+namespace quillmere::app {
+namespace {
+
+struct Options {
+  std::string scene;
+  bool json = false;
+};
+
+const char* kindOf(const scene::CameraInfo& camera) { return camera.orthographic ? "orthographic" : "perspective"; }
+
+std::string listing(const scene::Scene& scene) {
+  std::string lines;
+  for (const scene::CameraInfo& camera : scene.cameras()) {
+    lines += printable(camera.name) + "\t" + kindOf(camera) + (camera.animated ? "\tanimated" : "") + "\n";
+  }
+  return lines;
+}
+
+Json listed(const scene::Scene& scene) {
+  Json list = Json::array();
+  for (const scene::CameraInfo& camera : scene.cameras()) {
+    list.push_back({{"name", camera.name}, {"kind", kindOf(camera)}, {"animated", camera.animated}});
+  }
+  return list;
+}
+
+ExitStatus run(const Options& options) {
+  const auto scene = scene::load(options.scene);
+  for (const std::string& warning : scene->warnings()) Output(STDERR_FILENO).write("warning: " + printable(warning) + "\n");
+  if (scene->cameras().empty()) throw Failure(ExitStatus::Failed, "scene '" + options.scene + "'", "it has no camera");
+  Output(STDOUT_FILENO).write(options.json ? lineOf(listed(*scene)) : listing(*scene));
+  return ExitStatus::Done;
+}
+
+}  // namespace
+
+Action addCameras(CLI::App& command) {
+  const auto options = std::make_shared<Options>();
+  addSceneFile(command, options->scene);
+  command.add_flag("--json", options->json, "Print a JSON array of objects instead of lines");
+  command.footer("Example:\n  quillmere cameras harbour.glb");
+  return [options] { return run(*options); };
+}
+
+}  // namespace quillmere::app

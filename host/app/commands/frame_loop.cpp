@@ -1,0 +1,78 @@
+#include "frame_loop.h"
+
+#include <chrono>
+#include <optional>
+
+#include "effect/frame_file.h"
+#include "effect/parameter_ids.h"
+#include "process/process_tree.h"
+#include "run.h"
+#include "sdk/door/frame.h"
+
+namespace quillmere::app {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// The helper promises to end within a second of being told to.
+constexpr std::chrono::milliseconds kGrace{1500};
+
+struct Outcome {
+  int result = 0;
+  std::filesystem::path file;  // empty unless written
+  std::string trouble;         // empty unless something failed
+};
+
+Outcome renderOne(host::Document& document, const NodeParameters& node, const std::filesystem::path& file,
+                  FileFormat format, const std::function<bool()>& stop) {
+  const host::Frame frame = host::renderFrame(document, stop);
+  endDescendants(kGrace);
+  const int result = static_cast<int>(frame.result);
+  if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, node.text(QUILLMERE_STATUS)};
+  try {
+    writeFrame(file, format, frame.picture);
+    return {result, file, {}};
+  } catch (const image::Error& error) {
+    return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};
+  }
+}
+
+// The guide that the effect leaves for its helper.
+std::filesystem::path guideFile(const FramePlan& plan, std::int32_t frame) {
+  return plan.writeDirectory / "quillmere" / "c4d" / "runtime" / ("reference_" + std::to_string(frame) + ".png");
+}
+
+FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const FramePlan& plan, std::int32_t frame) {
+  FrameReport report;
+  report.frame = frame;
+  report.result = outcome.result;
+  report.output = outcome.file.string();
+  report.parameters = node.stored();
+  if (outcome.file.empty() || node.text(QUILLMERE_WORKFLOW_PATH).empty()) return report;
+  report.guide = guideFile(plan, frame).string();
+  report.picture = node.text(QUILLMERE_LAST_HISTORY_ENTRY);
+  return report;
+}
+
+}  // namespace
+
+ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
+                        const std::function<bool()>& stop) {
+  ExitStatus status = ExitStatus::Done;
+  for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
+    const std::int32_t frame = plan.frames.at(index);
+    report.frameBegins(frame, index, plan.frames.count());
+    document.setFrame(frame);
+    const Clock::time_point begun = Clock::now();
+    const Outcome outcome = renderOne(document, node, plan.output.fileFor(frame), plan.output.format(), stop);
+    FrameReport told = reportOn(outcome, node, plan, frame);
+    told.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
+    report.frameEnds(told);
+    if (outcome.trouble.empty()) continue;
+    status = ExitStatus::Failed;
+    if (!stop()) printError("frame " + std::to_string(frame) + ": " + outcome.trouble);
+  }
+  return status;
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,115 @@
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+
+#include "commands.h"
+#include "effect/effect_session.h"
+#include "effect/workflow_choice.h"
+#include "frame_loop.h"
+#include "options/effect_options.h"
+#include "options/scene_options.h"
+#include "options/session_options.h"
+#include "process/output.h"
+#include "process/process_tree.h"
+#include "process/runtime_lock.h"
+#include "process/user_break.h"
+#include "run.h"
+
+namespace quillmere::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Options {
+  SceneOptions scene;
+  EffectOptions effect;
+  SessionOptions session;
+  FrameRange frames;
+  std::string output = "render_####.png";
+  bool json = false, quiet = false;
+};
+
+ReportStyle styleOf(const Options& options) {
+  return options.json ? ReportStyle::Json : options.quiet ? ReportStyle::Quiet : ReportStyle::Lines;
+}
+
+FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
+  OutputPattern output = OutputPattern::parse(options.output);
+  if (options.frames.count() > 1) output = output.numberingFrames();
+  std::error_code error;
+  if (!output.folder().empty()) fs::create_directories(output.folder(), error);
+  if (error || ::access(output.folder().empty() ? "." : output.folder().c_str(), W_OK) != 0) {
+    throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
+                  "give --output a folder that you may write to");
+  }
+  return {options.frames, output, writeDirectory};
+}
+
+void configure(EffectSession& session, const Options& options) {
+  host::Document& document = session.document();
+  document.setFps(options.scene.fps);
+  document.setSize(options.scene.size.width, options.scene.size.height);
+  NodeParameters& node = session.node();
+  if (!options.scene.camera.empty()) node.set(node.find(std::to_string(QUILLMERE_CAMERA)), options.scene.camera);
+  if (!options.effect.workflow.empty()) {
+    chooseWorkflow(node, options.effect.workflow);
+  } else if (preferWorkflow(node, session.plugin()) == Preferred::ReplacedByExample && !options.quiet) {
+    printError("the workflow catalog is empty: rendering with the example workflow '" +
+               session.plugin().exampleWorkflow().string() + "'");
+  }
+  for (const Assignment& assignment : options.effect.assignments) {
+    node.set(node.find(assignment.parameter), assignment.value);
+  }
+}
+
+ExitStatus run(const Options& options) {
+  const OwnStandardOutput own;
+  Output results(own.descriptor()), errors(STDERR_FILENO);
+  const auto report = makeReport(styleOf(options), results, errors);
+  const UserBreak userBreak([&report] { report->silence(); });
+  adoptOrphans();
+  const fs::path writeDirectory = writeDirectoryOf(options.session);
+  const FramePlan plan = planOf(options, writeDirectory);
+  const RuntimeLock lock(writeDirectory);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), options.scene.scene, *report);
+  configure(session, options);
+  const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
+  const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
+  if (userBreak.seen()) return ExitStatus::Broken;
+  if (!report->outputLost()) return status;
+  throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
+}
+
+void addOutputOptions(CLI::App& command, Options& options) {
+  command.add_option("--output", options.output, "File of each frame; '####' stands for its number, and the ending for\n"
+                     "the format: .png (8 bits), .16.png (16 bits) or .exr (floats)", true)->type_name("PATTERN");
+  command
+      .add_option_function<std::string>(
+          "--frames", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
+          "Frames to render")
+      ->type_name("A|A-B|A-BxSTEP")
+      ->default_str("0");
+  auto* json = command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of files");
+  command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
+}
+
+}  // namespace
+
+Action addRender(CLI::App& command) {
+  const auto options = std::make_shared<Options>();
+  addSceneOptions(command, options->scene);
+  addOutputOptions(command, *options);
+  addEffectOptions(command, options->effect);
+  addSessionOptions(command, options->session);
+  command.footer(
+      "Examples:\n"
+      "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
+      "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
+      "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Pier --guide final --json\n"
+      "  quillmere render harbour.glb --set QUILLMERE_HISTORY_LIMIT=50 --write-dir /tmp/second-render");
+  return [options] { return run(*options); };
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "node_parameters.h"
+#include "plugin_location.h"
+#include "sdk/door/application.h"
+#include "sdk/door/document.h"
+
+namespace quillmere::app {
+
+// An application with the effect's module loaded, and a document whose render settings hold one node of the effect.
+class EffectSession {
+ public:
+  // `events` must outlive the session. Throws host::Error.
+  EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, const std::filesystem::path& scene,
+                host::Events& events);
+
+  host::Document& document() { return document_; }
+  NodeParameters& node() { return node_; }
+  const PluginFolder& plugin() const { return plugin_; }
+
+ private:
+  PluginFolder plugin_;
+  host::Application application_;
+  host::Document document_;
+  NodeParameters node_;
+};
+
+}  // namespace quillmere::app

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <filesystem>
+
+#include "options/guide_mode.h"
+#include "options/picture_size.h"
+#include "sdk/door/document.h"
+
+namespace quillmere::app {
+
+// Draws the document's current frame through `camera` (one of its own) with the host operations that the effect uses
+// for its guide, and writes it as a PNG beside `file`, which it then replaces. Throws Failure.
+void writeGuide(host::Document& document, cinema::BaseObject& camera, GuideMode mode, PictureSize size,
+                const std::filesystem::path& file);
+
+}  // namespace quillmere::app

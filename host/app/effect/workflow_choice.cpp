@@ -1,0 +1,109 @@
+#include "workflow_choice.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "named_choice.h"
+#include "parameter_ids.h"
+
+namespace quillmere::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Puts back what the node stores about its workflow.
+class KeptChoice {
+ public:
+  explicit KeptChoice(NodeParameters& node)
+      : node_(node),
+        number_(node.stored()[std::to_string(QUILLMERE_WORKFLOW)]),
+        id_(node.text(QUILLMERE_WORKFLOW_ID)),
+        path_(node.text(QUILLMERE_WORKFLOW_PATH)) {}
+  ~KeptChoice() {
+    node_.store(QUILLMERE_WORKFLOW, number_.is_number() ? number_.get<int>() : 0);
+    node_.store(QUILLMERE_WORKFLOW_ID, id_);
+    node_.store(QUILLMERE_WORKFLOW_PATH, path_);
+  }
+  KeptChoice(const KeptChoice&) = delete;
+  KeptChoice& operator=(const KeptChoice&) = delete;
+
+ private:
+  NodeParameters& node_;
+  nlohmann::ordered_json number_;
+  std::string id_, path_;
+};
+
+void storeFile(NodeParameters& node, const fs::path& file) {
+  node.store(QUILLMERE_WORKFLOW, 0);
+  node.store(QUILLMERE_WORKFLOW_ID, "");
+  node.store(QUILLMERE_WORKFLOW_PATH, fs::absolute(file).lexically_normal().string());
+}
+
+void pick(NodeParameters& node, int number) {
+  node.set(node.find(std::to_string(QUILLMERE_WORKFLOW)), std::to_string(number));
+}
+
+std::vector<std::string> each(const std::vector<Workflow>& catalog, std::string Workflow::*field) {
+  std::vector<std::string> texts;
+  for (const Workflow& workflow : catalog) texts.push_back(workflow.*field);
+  return texts;
+}
+
+[[noreturn]] void refuse(const std::string& wanted, const std::vector<Workflow>& catalog) {
+  std::string there;
+  for (const Workflow& workflow : catalog) there += "\n    " + workflow.name + " (" + workflow.id + ")";
+  const auto names = each(catalog, &Workflow::name);
+  const bool ambiguous = std::count(names.begin(), names.end(), wanted) > 1;
+  throw Failure(ExitStatus::Usage, "workflow '" + wanted + "'",
+                ambiguous ? "the catalog has several of that name" : "neither in the catalog nor a file",
+                there.empty() ? "the catalog is empty; give the file of a workflow"
+                              : std::string(ambiguous ? "choose by ID:" : "the catalog's workflows:") + there);
+}
+
+}  // namespace
+
+std::vector<Workflow> catalogOf(NodeParameters& node) {
+  const KeptChoice kept(node);
+  std::vector<Workflow> catalog;
+  for (const Parameter::Choice& choice : node.find(std::to_string(QUILLMERE_WORKFLOW)).choices) {
+    if (choice.value == 0) continue;
+    pick(node, choice.value);
+    catalog.push_back(
+        {choice.value, node.text(QUILLMERE_WORKFLOW_ID), choice.text, node.text(QUILLMERE_WORKFLOW_PATH)});
+  }
+  return catalog;
+}
+
+void chooseWorkflow(NodeParameters& node, const std::string& wanted) {
+  const std::vector<Workflow> catalog = catalogOf(node);
+  const auto names = each(catalog, &Workflow::name);
+  std::error_code error;
+  if (const auto byId = indexOfName(each(catalog, &Workflow::id), wanted)) {
+    pick(node, catalog[*byId].number);
+  } else if (std::count(names.begin(), names.end(), wanted) > 1) {
+    refuse(wanted, catalog);
+  } else if (const auto byName = indexOfName(names, wanted)) {
+    pick(node, catalog[*byName].number);
+  } else if (wanted == "None") {
+    pick(node, 0);
+  } else if (fs::is_regular_file(wanted, error)) {
+    storeFile(node, wanted);
+  } else {
+    refuse(wanted, catalog);
+  }
+}
+
+Preferred preferWorkflow(NodeParameters& node, const PluginFolder& plugin) {
+  if (!node.text(QUILLMERE_WORKFLOW_PATH).empty()) return Preferred::Kept;
+  const fs::path example = plugin.exampleWorkflow();
+  std::error_code error;
+  if (!fs::is_regular_file(example, error)) {
+    throw Failure(ExitStatus::Failed, "workflow",
+                  "the catalog is empty and the example '" + example.string() + "' is missing",
+                  "give a file with --workflow, or put the plug-in's python folder back");
+  }
+  storeFile(node, example);
+  return Preferred::ReplacedByExample;
+}
+
+}  // namespace quillmere::app

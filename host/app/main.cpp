@@ -1,0 +1,21 @@
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "failure.h"
+#include "run.h"
+
+int main(int argc, char** argv) {
+  using quillmere::app::ExitStatus;
+  try {
+    return static_cast<int>(quillmere::app::run(argc, argv));
+  } catch (const quillmere::app::Failure& failure) {
+    quillmere::app::printError(failure.what());
+    return static_cast<int>(failure.status());
+  } catch (const std::bad_alloc&) {
+    quillmere::app::printError("memory: there is not enough of it for this; try a smaller --size or scene");
+  } catch (const std::exception& error) {
+    quillmere::app::printError(error.what());
+  }
+  return static_cast<int>(ExitStatus::Failed);
+}

@@ -1,0 +1,117 @@
+#include "process_tree.h"
+
+#include <dirent.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#ifdef __linux__
+#include <sys/prctl.h>
+#elif defined(__APPLE__)
+#include <libproc.h>
+#endif
+
+namespace quillmere::app {
+namespace {
+
+constexpr std::chrono::milliseconds kPause{5};
+constexpr int kKillRounds = 400;  // of one pause each; what survives SIGKILL that long hangs in the kernel
+
+#ifdef __APPLE__
+
+std::vector<pid_t> childrenOf(pid_t parent) {
+  std::vector<pid_t> children(1024);
+  const int count = proc_listchildpids(parent, children.data(), static_cast<int>(children.size() * sizeof(pid_t)));
+  children.resize(count > 0 ? static_cast<std::size_t>(count) : 0);
+  return children;
+}
+
+#else
+
+struct Process {
+  pid_t id = 0, parent = 0;
+  bool zombie = false;
+};
+
+// /proc/<id>/stat is "id (name) state parent …"; the name may hold blanks and parentheses itself.
+Process processNamed(const std::string& id) {
+  std::ifstream file("/proc/" + id + "/stat");
+  const std::string stat{std::istreambuf_iterator<char>(file), {}};
+  const std::size_t name = stat.rfind(')');
+  if (name == std::string::npos || name + 4 >= stat.size()) return {};
+  Process process;
+  process.zombie = stat[name + 2] == 'Z' || stat[name + 2] == 'X';
+  std::from_chars(id.data(), id.data() + id.size(), process.id);
+  std::from_chars(stat.data() + name + 4, stat.data() + stat.size(), process.parent);
+  return process;
+}
+
+std::vector<pid_t> childrenOf(pid_t parent) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> directory(::opendir("/proc"), &::closedir);
+  std::vector<pid_t> children;
+  while (const dirent* entry = directory ? ::readdir(directory.get()) : nullptr) {
+    if (entry->d_name[0] < '1' || entry->d_name[0] > '9') continue;
+    const Process process = processNamed(entry->d_name);
+    if (process.id > 0 && process.parent == parent && !process.zombie) children.push_back(process.id);
+  }
+  return children;
+}
+
+#endif
+
+enum class Children { None, Some };
+
+// Reaps those that have ended.
+Children reap() {
+  while (true) {
+    const pid_t ended = ::waitpid(-1, nullptr, WNOHANG);
+    if (ended == 0) return Children::Some;
+    if (ended < 0 && errno != EINTR) return Children::None;
+  }
+}
+
+}  // namespace
+
+void adoptOrphans() {
+#ifdef __linux__
+  ::prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0);
+#endif
+}
+
+std::vector<pid_t> descendants(pid_t root) {
+  std::vector<pid_t> found = childrenOf(root);
+  for (std::size_t at = 0; at < found.size(); ++at) {
+    const std::vector<pid_t> below = childrenOf(found[at]);
+    found.insert(found.end(), below.begin(), below.end());
+  }
+  return found;
+}
+
+void killDescendants() {
+  for (int round = 0; round < kKillRounds; ++round) {
+    const std::vector<pid_t> left = descendants(::getpid());
+    if (left.empty()) return;
+    // Stopped first, none of them can start another process while the rest is being killed.
+    for (const pid_t process : left) ::kill(process, SIGSTOP);
+    for (const pid_t process : left) ::kill(process, SIGKILL);
+    std::this_thread::sleep_for(kPause);
+  }
+}
+
+void endDescendants(std::chrono::milliseconds grace) {
+  if (reap() == Children::None) return;
+  for (const pid_t process : descendants(::getpid())) ::kill(process, SIGTERM);
+  const auto patience = std::chrono::steady_clock::now() + grace;
+  while (reap() == Children::Some && std::chrono::steady_clock::now() < patience) std::this_thread::sleep_for(kPause);
+  killDescendants();
+  reap();
+}
+
+}  // namespace quillmere::app

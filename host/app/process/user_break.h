@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+namespace quillmere::app {
+
+// While this lives, SIGINT, SIGTERM and SIGHUP are the user's break instead of the end of the process, and writing into
+// a closed pipe is an error instead of the end. One may exist at a time. Programs run as children start with the
+// default dispositions.
+class UserBreak {
+ public:
+  // The second signal ends the process at once with status 130, after everything below it was killed and then
+  // `lastWords` was called, on a thread of its own.
+  explicit UserBreak(std::function<void()> lastWords);
+  ~UserBreak();
+  UserBreak(const UserBreak&) = delete;
+  UserBreak& operator=(const UserBreak&) = delete;
+
+  // True from the first signal on. Any thread; never blocks.
+  bool seen() const;
+
+ private:
+  struct Parts;
+  std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace quillmere::app

@@ -1,0 +1,40 @@
+#include "line_report.h"
+
+#include <cstdio>
+
+#include "text_cells.h"
+
+namespace quillmere::app {
+namespace {
+
+std::string row(const char* label, const std::string& file) {
+  return file.empty() ? "" : "  " + std::string(label) + printable(file) + "\n";
+}
+
+}  // namespace
+
+std::string frameSummary(const FrameReport& report) {
+  char seconds[32];
+  std::snprintf(seconds, sizeof seconds, "%.2f s", report.seconds);
+  const std::string head = "frame " + std::to_string(report.frame) + (report.output.empty() ? " failed" : " done");
+  return head + " in " + seconds + "\n" + row("guide    ", report.guide) + row("picture  ", report.picture) +
+         row("output   ", report.output);
+}
+
+void LineReport::frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) {
+  name_ = "frame " + std::to_string(frame);
+  if (count > 1) name_ += " (" + std::to_string(index + 1) + "/" + std::to_string(count) + ")";
+  lastText_.clear();
+}
+
+void LineReport::statusText(const std::string& utf8) {
+  if (utf8 == lastText_) return;
+  lastText_ = utf8;
+  errors_.write(name_ + ": " + printable(utf8) + "\n");
+}
+
+void LineReport::console(const std::string& utf8) { errors_.write(printable(utf8) + "\n"); }
+
+void LineReport::frameEnds(const FrameReport& report) { results_.write(frameSummary(report)); }
+
+}  // namespace quillmere::app

@@ -1,0 +1,59 @@
+#include "run.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <sstream>
+#include <utility>
+#include <vector>
+
+#include "command_tree.h"
+#include "process/output.h"
+#include "progress/text_cells.h"
+
+namespace quillmere::app {
+namespace {
+
+// The sub-command whose arguments were being read when the parser gave up.
+std::string calledCommand(const CLI::App& root) {
+  const auto called = root.get_subcommands();
+  return called.empty() ? "" : called.back()->get_name();
+}
+
+[[noreturn]] void refuse(const CLI::App& root, const CLI::ParseError& error) {
+  const std::string command = calledCommand(root);
+  throw Failure(ExitStatus::Usage, command.empty() ? "arguments" : command, error.what(),
+                "see quillmere " + command + (command.empty() ? "" : " ") + "--help");
+}
+
+ExitStatus runChosen(const std::vector<std::pair<CLI::App*, Action>>& actions) {
+  for (const auto& [command, action] : actions) {
+    if (command->parsed()) return action();
+  }
+  return ExitStatus::Usage;
+}
+
+}  // namespace
+
+ExitStatus run(int argc, const char* const* argv) {
+  CommandTree tree;
+  try {
+    tree.root().parse(argc, argv);
+  } catch (const CLI::Success& answer) {  // --help, --version
+    tree.root().exit(answer);
+    return ExitStatus::Done;
+  } catch (const CLI::ParseError& error) {
+    refuse(tree.root(), error);
+  }
+  return runChosen(tree.actions());
+}
+
+void printError(const std::string& text) {
+  std::istringstream lines(text);
+  std::string shown, line;
+  while (std::getline(lines, line)) shown += (shown.empty() ? "quillmere: " : "") + printable(line) + "\n";
+  Output(STDERR_FILENO).write(shown);
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,51 @@
+#include "decoding.h"
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
+namespace quillmere::image {
+
+namespace {
+
+constexpr std::size_t sampleBytes(Sample sample) {
+  return sample == Sample::Byte ? 1 : sample == Sample::Word ? 2 : 4;
+}
+
+// Libraries start their messages with capitals and end them with full stops; file contents may be quoted in them.
+std::string asClause(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; }, ' ');
+  while (!text.empty() && (text.back() == '.' || text.back() == ' ')) text.pop_back();
+  return text.empty() ? "it is damaged" : text;
+}
+
+}  // namespace
+
+Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channels, Sample sample) {
+  const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
+  if (width == 0 || height == 0) throwDamaged("it claims " + size);
+  if (width > kMaxSide || height > kMaxSide) {
+    throw Error("it has " + size + "; scale it to at most " + std::to_string(kMaxSide) + " a side");
+  }
+  if (width * height * static_cast<std::uint64_t>(channels) * sampleBytes(sample) > kMaxPictureBytes) {
+    throw Error("its " + size + " take more than 1 GiB; scale it down or store it with 8 bits");
+  }
+  return {static_cast<int>(width), static_cast<int>(height), channels, sample};
+}
+
+void throwDamaged(const std::string& reason) {
+  throw Error(asClause(reason) + "; export or copy the file again");
+}
+
+void throwUnsupported(const std::string& reason) {
+  throw Error(asClause(reason) + "; convert it to a plain PNG");
+}
+
+bool startsWith(Bytes file, std::string_view start) {
+  return file.size() >= start.size() &&
+         std::equal(start.begin(), start.end(), file.begin(),
+                    [](char a, std::uint8_t b) { return static_cast<std::uint8_t>(a) == b; });
+}
+
+}  // namespace quillmere::image

@@ -1,0 +1,66 @@
+#include <OpenEXR/ImfChannelList.h>
+#include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfHeader.h>
+#include <OpenEXR/ImfIO.h>
+#include <OpenEXR/ImfOutputFile.h>
+
+#include "atomic_file.h"
+#include "file_formats.h"
+#include "scaling.h"
+
+namespace quillmere::image {
+
+namespace {
+
+// What fails on the stream shows in its state, which AtomicFile::commit() looks at.
+class StreamWriter : public Imf::OStream {
+ public:
+  explicit StreamWriter(std::FILE* stream) : OStream("picture"), stream_(stream) {}
+  void write(const char bytes[], int count) override {
+    std::fwrite(bytes, 1, static_cast<std::size_t>(count), stream_);
+  }
+  std::uint64_t tellp() override { return static_cast<std::uint64_t>(ftello(stream_)); }
+  void seekp(std::uint64_t position) override { fseeko(stream_, static_cast<off_t>(position), SEEK_SET); }
+
+ private:
+  std::FILE* stream_;
+};
+
+void writeChannels(std::FILE* stream, const Image& picture) {
+  const int channels = picture.channels();
+  const bool color = channels >= 3, alpha = channels % 2 == 0;
+  Imf::Header header(picture.width(), picture.height());
+  header.compression() = Imf::ZIP_COMPRESSION;
+  Imf::FrameBuffer buffer;
+  const auto add = [&](const char* name, int channel) {
+    header.channels().insert(name, Imf::Channel(Imf::FLOAT));
+    // The library takes the address as writable and only reads there.
+    auto* base = reinterpret_cast<char*>(const_cast<float*>(picture.row<float>(0) + channel));
+    const std::size_t pixel = static_cast<std::size_t>(channels) * sizeof(float);
+    buffer.insert(name, Imf::Slice(Imf::FLOAT, base, pixel, pixel * static_cast<std::size_t>(picture.width())));
+  };
+  add("R", 0);
+  add("G", color ? 1 : 0);
+  add("B", color ? 2 : 0);
+  if (alpha) add("A", channels - 1);
+  StreamWriter writer(stream);
+  Imf::OutputFile file(writer, header, 0);
+  file.setFrameBuffer(buffer);
+  file.writePixels(picture.height());
+}
+
+}  // namespace
+
+void writeExr(const std::filesystem::path& file, const Image& picture) {
+  if (picture.empty()) throw Error("cannot write '" + file.string() + "': the picture is empty; give it pixels first");
+  if (picture.sample() != Sample::Float) return writeExr(file, convert(picture, Sample::Float));
+  AtomicFile target(file);
+  try {
+    writeChannels(target.stream(), picture);
+  } catch (const std::exception& error) {
+    throw Error("cannot write '" + file.string() + "': " + error.what() + "; make the picture smaller");
+  }
+  target.commit();
+}
+
+}  // namespace quillmere::image

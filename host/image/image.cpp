@@ -1,0 +1,39 @@
+#include "image.h"
+
+#include <new>
+
+namespace quillmere::image {
+
+namespace {
+
+void checkShape(int width, int height, int channels) {
+  if (width >= 1 && width <= kMaxSide && height >= 1 && height <= kMaxSide && channels >= 1 && channels <= 4) return;
+  throw Error("cannot make a picture of " + std::to_string(width) + " x " + std::to_string(height) + " pixels with " +
+              std::to_string(channels) + " channels: use 1 to " + std::to_string(kMaxSide) +
+              " pixels a side and 1 to 4 channels");
+}
+
+}  // namespace
+
+Image::Image(int width, int height, int channels, Sample sample) : width_(width), height_(height), channels_(channels) {
+  checkShape(width, height, channels);
+  const std::size_t count = offset(height);
+  try {
+    switch (sample) {
+      case Sample::Byte:
+        samples_.emplace<std::vector<std::uint8_t>>(count);
+        break;
+      case Sample::Word:
+        samples_.emplace<std::vector<std::uint16_t>>(count);
+        break;
+      case Sample::Float:
+        samples_.emplace<std::vector<float>>(count);
+        break;
+    }
+  } catch (const std::bad_alloc&) {
+    throw Error("cannot make a picture of " + std::to_string(width) + " x " + std::to_string(height) +
+                " pixels: there is not enough memory; make it smaller");
+  }
+}
+
+}  // namespace quillmere::image

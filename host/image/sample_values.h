@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+#include "image.h"
+
+namespace quillmere::image {
+
+// Values within 0-1, with what isn't a number taken as black.
+inline float clampToUnit(float value) {
+  return value > 0.0F ? (value < 1.0F ? value : 1.0F) : 0.0F;
+}
+
+template <class T>
+inline constexpr float kWhite = std::is_same_v<T, std::uint8_t>    ? 255.0F
+                                : std::is_same_v<T, std::uint16_t> ? 65535.0F
+                                                                   : 1.0F;
+
+// One sample as another type, rounded to nearest; the same white and black in all of them.
+template <class To, class From>
+To sampleAs(From value) {
+  if constexpr (std::is_same_v<To, From>) {
+    return value;
+  } else if constexpr (std::is_same_v<To, float>) {
+    return static_cast<float>(value) / kWhite<From>;
+  } else if constexpr (std::is_same_v<From, float>) {
+    // By way of int, which vector units convert to at once; they can't with unsigned types.
+    return static_cast<To>(static_cast<int>(clampToUnit(value) * kWhite<To> + 0.5F));
+  } else if constexpr (std::is_same_v<To, std::uint16_t>) {
+    return static_cast<std::uint16_t>(value * 257);
+  } else {
+    return static_cast<std::uint8_t>((value * 255U + 32895U) >> 16U);
+  }
+}
+
+// Calls `work` with a value of the sample type of `sample`, for loops that are written once for all three.
+template <class Work>
+decltype(auto) withSampleType(Sample sample, Work&& work) {
+  switch (sample) {
+    case Sample::Word:
+      return work(std::uint16_t{});
+    case Sample::Float:
+      return work(float{});
+    case Sample::Byte:
+      break;
+  }
+  return work(std::uint8_t{});
+}
+
+}  // namespace quillmere::image

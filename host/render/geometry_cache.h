@@ -1,0 +1,47 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <span>
+#include <tuple>
+
+#include "embree_handles.h"
+#include "scene/scene.h"
+
+namespace quillmere::render {
+
+enum class Hits { Plain, Filtered };
+
+// A geometry to be traced, with or without asking a filter about each hit.
+struct Shape {
+  std::shared_ptr<const scene::Geometry> geometry;
+  Hits hits = Hits::Plain;
+
+  friend bool operator<(const Shape& a, const Shape& b) {
+    return std::tie(a.geometry, a.hits) < std::tie(b.geometry, b.hits);
+  }
+};
+
+// Acceleration structures of geometry in object space, kept for as long as the same geometry is asked for again.
+class GeometryCache {
+ public:
+  // `filter` decides about the hits of filtered shapes, on any thread. The device must outlive the cache.
+  GeometryCache(RTCDevice device, RTCFilterFunctionN filter) : device_(device), filter_(filter) {}
+
+  // Builds those of `shapes` that are not there yet on all cores, and forgets all that are not among them. The shared
+  // vertex arrays are traced in place: std::vector's spare room holds the 4 bytes that Embree reads past the last
+  // vertex, and only an array that is filled to its capacity is copied. Throws Error, with the cache as it was.
+  void keep(std::span<const Shape> shapes);
+
+  // The structure of a shape that was among the last `shapes`; it holds one geometry with the ID 0.
+  RTCScene find(const Shape& shape) const { return built_.at(shape).get(); }
+
+ private:
+  SceneHandle build(const Shape& shape) const;
+
+  RTCDevice device_;
+  RTCFilterFunctionN filter_;
+  std::map<Shape, SceneHandle> built_;
+};
+
+}  // namespace quillmere::render

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <glm/glm.hpp>
+#include <memory>
+#include <vector>
+
+#include "image/image.h"
+#include "scene/scene.h"
+
+namespace quillmere::render {
+
+// A picture with its halved versions, read at any coordinates. Any thread may read.
+class Texture {
+ public:
+  // `picture` must be Byte RGBA. Its pixels are used in place, not copied.
+  explicit Texture(std::shared_ptr<const image::Image> picture);
+
+  // Linear RGBA at `uv` (0, 0 is the top left corner), wrapped and filtered as `material` says. `level` is the binary
+  // logarithm of the pixel's width in texels; 0 and below is the picture itself. Coordinates that are not finite give
+  // those of the corner.
+  glm::vec4 read(glm::vec2 uv, float level, const scene::Material& material) const;
+
+  glm::vec2 size() const { return {levels_[0].width, levels_[0].height}; }
+
+ private:
+  struct Level {
+    int width, height;
+    const std::uint8_t* texels;
+  };
+  glm::vec4 nearest(glm::vec2 uv, const Level& level, const scene::Material& material) const;
+  glm::vec4 bilinear(glm::vec2 uv, const Level& level, const scene::Material& material) const;
+  void addHalved();
+
+  std::shared_ptr<const image::Image> picture_;
+  std::vector<std::vector<std::uint8_t>> halved_;  // what levels_[1] and up point into
+  std::vector<Level> levels_;                      // never empty
+};
+
+}  // namespace quillmere::render

@@ -1,0 +1,85 @@
+#include "scene/camera_import.h"
+
+#include <cmath>
+#include <set>
+
+namespace quillmere::scene {
+namespace {
+
+constexpr float kWidestAngle = 3.1F;  // radians; at pi a picture would be infinitely wide
+
+// `value` when it lies in (0, most), otherwise `fallback` with a warning that names `what`.
+float positiveOr(double value, double most, float fallback, const std::string& what, Warnings& warnings) {
+  if (value > 0.0 && value < most) return toFloat(value);
+  warnings.add(what + " is out of range; " + std::to_string(fallback) + " is used");
+  return fallback;
+}
+
+void setPerspective(const tinygltf::PerspectiveCamera& from, const std::string& name, Viewpoint& lens,
+                    Warnings& warnings) {
+  lens.yfov = positiveOr(from.yfov, static_cast<double>(kWidestAngle), lens.yfov, "the angle of camera '" + name + "'",
+                         warnings);
+  lens.znear = positiveOr(from.znear, 1e9, lens.znear, "the near limit of camera '" + name + "'", warnings);
+  if (from.zfar > from.znear) lens.zfar = toFloat(from.zfar);
+}
+
+void setOrthographic(const tinygltf::OrthographicCamera& from, const std::string& name, Viewpoint& lens,
+                     Warnings& warnings) {
+  lens.orthographic = true;
+  lens.ymag = positiveOr(std::abs(from.ymag), 1e9, lens.ymag, "the height of camera '" + name + "'", warnings);
+  lens.znear = std::max(toFloat(from.znear), 0.0F);
+  if (from.zfar > from.znear) lens.zfar = toFloat(from.zfar);
+}
+
+std::string uniqueName(const std::string& wanted, std::set<std::string>& taken) {
+  std::string name = wanted;
+  for (int i = 1; !taken.insert(name).second; ++i) name = wanted + "." + std::to_string(i);
+  return name;
+}
+
+}  // namespace
+
+std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& graph, const std::vector<bool>& moved) {
+  std::vector<SceneCamera> cameras;
+  std::set<std::string> taken;
+  for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+    const int index = document.model.nodes[i].camera;
+    if (index < 0 || !graph.nodes[i].shown) continue;
+    const auto& from = itemAt(document.model.cameras, index, "camera");
+    SceneCamera camera;
+    camera.node = static_cast<int>(i);
+    const std::string own = printable(from.name);
+    const std::string& wanted = graph.nodes[i].name.empty() ? own : graph.nodes[i].name;
+    camera.info.name = uniqueName(wanted.empty() ? "Camera" : wanted, taken);
+    camera.info.orthographic = from.type == "orthographic";
+    camera.info.animated = moved[i];
+    if (camera.info.orthographic)
+      setOrthographic(from.orthographic, camera.info.name, camera.lens, document.warnings);
+    else
+      setPerspective(from.perspective, camera.info.name, camera.lens, document.warnings);
+    cameras.push_back(std::move(camera));
+  }
+  return cameras;
+}
+
+glm::mat4 cameraToWorld(const glm::mat4& node) {
+  const auto unit = [](glm::vec3 v, glm::vec3 otherwise) {
+    const float length = glm::length(v);
+    return length > 0.0F && std::isfinite(length) ? v / length : otherwise;
+  };
+  const glm::vec3 back = unit(glm::vec3(node[2]), {0.0F, 0.0F, 1.0F});
+  const glm::vec3 side = std::abs(back.y) < 0.99F ? glm::vec3(0.0F, 1.0F, 0.0F) : glm::vec3(0.0F, 0.0F, -1.0F);
+  const glm::vec3 up = unit(glm::vec3(node[1]) - back * glm::dot(back, glm::vec3(node[1])),
+                            glm::normalize(side - back * glm::dot(back, side)));
+  glm::mat4 result(1.0F);
+  result[0] = glm::vec4(glm::cross(up, back), 0.0F);
+  result[1] = glm::vec4(up, 0.0F);
+  result[2] = glm::vec4(back, 0.0F);
+  for (glm::length_t axis = 0; axis < 3; ++axis) {
+    const float at = node[3][axis];
+    result[3][axis] = std::isfinite(at) ? at : 0.0F;
+  }
+  return result;
+}
+
+}  // namespace quillmere::scene

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "scene/animation_track.h"
+#include "scene/camera_import.h"
+#include "scene/light_import.h"
+#include "scene/mesh_part.h"
+#include "scene/node_graph.h"
+#include "scene/scene.h"
+#include "scene/skin_import.h"
+
+namespace quillmere::scene {
+
+// One mesh part that a node shows.
+struct Instance {
+  int node = 0;
+  int skin = -1;  // its joints place the part instead of the node
+  std::shared_ptr<const MeshPart> part;
+  glm::mat4 placement{1.0F};              // within the node
+  std::shared_ptr<const Geometry> rigid;  // the geometry of all moments; null when it deforms from one to the next
+};
+
+// Everything that a scene is posed from; free of the document that it came from.
+struct SceneParts {
+  NodeGraph graph;
+  std::vector<Track> tracks;
+  std::vector<bool> moved;  // of each node, whether animation moves it or one above it
+  std::vector<Skin> skins;
+  std::vector<Instance> instances;
+  std::vector<SceneCamera> cameras;
+  std::vector<SceneLight> lights;
+  std::vector<Material> materials;
+  std::vector<std::string> warnings;
+};
+
+class GltfScene : public Scene {
+ public:
+  explicit GltfScene(SceneParts parts);
+
+  const std::vector<CameraInfo>& cameras() const override { return cameras_; }
+  const std::vector<Material>& materials() const override { return parts_.materials; }
+  const std::vector<std::string>& warnings() const override { return parts_.warnings; }
+  double duration() const override { return duration_; }
+  Moment at(double seconds) const override;
+
+ private:
+  struct Posed;
+  Posed pose(double seconds) const;
+  std::shared_ptr<const Geometry> deformed(const Instance& instance, const Posed& posed) const;
+  void freezeRigidGeometry();
+
+  SceneParts parts_;
+  std::vector<CameraInfo> cameras_;
+  std::vector<Pose> rest_;  // of every node
+  double duration_ = 0.0;
+};
+
+}  // namespace quillmere::scene

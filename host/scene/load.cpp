@@ -1,0 +1,120 @@
+#include <map>
+#include <new>
+
+#include "scene/accessor_reader.h"
+#include "scene/animation_import.h"
+#include "scene/geometry_import.h"
+#include "scene/gltf_document.h"
+#include "scene/gltf_scene.h"
+#include "scene/gpu_instancing.h"
+#include "scene/material_import.h"
+
+namespace quillmere::scene {
+namespace {
+
+constexpr std::size_t kMostInstances = std::size_t{1} << 21U;
+constexpr std::size_t kMostDeformedVertices = std::size_t{1} << 25U;  // of all instances that may deform, together
+
+// Reads each mesh once, when a shown node turns out to need it.
+class MeshLibrary {
+ public:
+  using Parts = std::vector<std::shared_ptr<const MeshPart>>;
+
+  MeshLibrary(GltfDocument& document, AccessorReader& reader, MaterialSet& materials)
+      : document_(document), reader_(reader), materials_(materials) {}
+
+  const Parts& parts(int mesh) {
+    const auto [found, isNew] = meshes_.try_emplace(mesh);
+    if (isNew) {
+      for (MeshPart& part : importMesh(document_, reader_, materials_, itemAt(document_.model.meshes, mesh, "mesh"))) {
+        found->second.push_back(std::make_shared<const MeshPart>(std::move(part)));
+      }
+    }
+    return found->second;
+  }
+
+ private:
+  GltfDocument& document_;
+  AccessorReader& reader_;
+  MaterialSet& materials_;
+  std::map<int, Parts> meshes_;
+};
+
+class InstanceCollector {
+ public:
+  explicit InstanceCollector(const std::vector<Skin>& skins) : skins_(skins) {}
+
+  std::vector<Instance> instances;
+
+  void add(Instance instance) {
+    const MeshPart& part = *instance.part;
+    if (part.influences.empty()) instance.skin = -1;
+    if (instance.skin >= 0) checkInfluences(part, itemAt(skins_, instance.skin, "skin"));
+    if (instance.skin >= 0 || !part.targets.empty()) deformedVertices_ += part.geometry->positions.size();
+    instances.push_back(std::move(instance));
+    if (instances.size() > kMostInstances) throw Error("it shows more than two million instances of geometry");
+    if (deformedVertices_ > kMostDeformedVertices) throw Error("its skins and morph targets move too many vertices");
+  }
+
+ private:
+  const std::vector<Skin>& skins_;
+  std::size_t deformedVertices_ = 0;
+};
+
+std::vector<Instance> importInstances(GltfDocument& document, AccessorReader& reader, MaterialSet& materials,
+                                      const SceneParts& parts) {
+  MeshLibrary library(document, reader, materials);
+  InstanceCollector collector(parts.skins);
+  for (std::size_t i = 0; i < parts.graph.nodes.size(); ++i) {
+    const tinygltf::Node& node = document.model.nodes[i];
+    if (!parts.graph.nodes[i].shown || node.mesh < 0) continue;
+    const auto placements = importPlacements(node, reader);
+    for (const auto& part : library.parts(node.mesh)) {
+      for (const glm::mat4& placement : placements) {
+        collector.add({static_cast<int>(i), node.skin, part, placement, nullptr});
+      }
+    }
+  }
+  return std::move(collector.instances);
+}
+
+std::vector<bool> movedNodes(const NodeGraph& graph, const std::vector<Track>& tracks) {
+  std::vector<bool> moved(graph.nodes.size());
+  for (const Track& track : tracks) {
+    if (track.property != Property::Weights) moved[static_cast<std::size_t>(track.node)] = true;
+  }
+  return spreadDown(graph, std::move(moved));
+}
+
+std::shared_ptr<const Scene> import(const std::filesystem::path& file) {
+  GltfDocument document = parseGltf(file);
+  AccessorReader reader(document.model, document.warnings);
+  SceneParts parts;
+  parts.graph = importNodes(document);
+  parts.tracks = importAnimations(document, reader, parts.graph);
+  parts.moved = movedNodes(parts.graph, parts.tracks);
+  parts.skins = importSkins(document, reader);
+  MaterialSet materials = importMaterials(document);
+  parts.instances = importInstances(document, reader, materials, parts);
+  parts.cameras = importCameras(document, parts.graph, parts.moved);
+  parts.lights = importLights(document, parts.graph);
+  loadTextures(document, materials);
+  parts.materials = std::move(materials.materials);
+  parts.warnings = document.warnings.sentences();
+  return std::make_shared<const GltfScene>(std::move(parts));
+}
+
+}  // namespace
+
+std::shared_ptr<const Scene> load(const std::filesystem::path& file) {
+  const std::string refusal = "cannot read scene '" + printable(file.string()) + "': ";
+  try {
+    return import(file);
+  } catch (const std::bad_alloc&) {
+    throw Error(refusal + "there is not enough memory");
+  } catch (const std::exception& error) {
+    throw Error(refusal + printable(error.what()));
+  }
+}
+
+}  // namespace quillmere::scene

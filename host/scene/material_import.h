@@ -1,0 +1,33 @@
+#pragma once
+
+#include <glm/glm.hpp>
+#include <vector>
+
+#include "scene/gltf_document.h"
+#include "scene/scene.h"
+
+namespace quillmere::scene {
+
+// How the texture of a material is laid onto a geometry; done once on import, so that a Material needs no more than
+// uvs.
+struct UvMapping {
+  int set = -1;  // of texture coordinates; -1 without a texture
+  glm::mat3 transform{1.0F};
+};
+
+// The materials of a document, plus one for geometry that has none (the last one). The vectors are parallel.
+struct MaterialSet {
+  std::vector<Material> materials;  // without textures until loadTextures
+  std::vector<UvMapping> uvMappings;
+  std::vector<bool> used;
+
+  // The index to store for a primitive that names `material` (-1 = none). Throws Error (the reason alone).
+  int use(int material);
+};
+
+MaterialSet importMaterials(GltfDocument& document);
+
+// Decodes the base colour images of the materials that are used. What can't be decoded is left out with a warning.
+void loadTextures(GltfDocument& document, MaterialSet& set);
+
+}  // namespace quillmere::scene

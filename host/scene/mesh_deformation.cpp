@@ -1,0 +1,76 @@
+#include "scene/mesh_deformation.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "scene/accessor_reader.h"
+
+namespace quillmere::scene {
+namespace {
+
+// NaN fails the comparison, too.
+float bounded(float value) {
+  return std::abs(value) <= kLargestNumber ? value : 0.0F;
+}
+
+void boundPositions(Geometry& geometry) {
+  for (glm::vec3& p : geometry.positions) p = {bounded(p.x), bounded(p.y), bounded(p.z)};
+}
+
+glm::vec3 unitOr(glm::vec3 normal, glm::vec3 otherwise) {
+  const float length = glm::length(normal);
+  return length > 0.0F && std::isfinite(length) ? normal / length : otherwise;
+}
+
+void add(std::vector<glm::vec3>& to, const std::vector<glm::vec3>& offsets, float weight) {
+  for (std::size_t i = 0; i < std::min(to.size(), offsets.size()); ++i) to[i] += weight * offsets[i];
+}
+
+// Turns normals as the matrix turns planes, mirrored and unevenly scaled ones included; not of unit length.
+glm::mat3 cofactors(const glm::mat4& m) {
+  const glm::vec3 x(m[0]);
+  const glm::vec3 y(m[1]);
+  const glm::vec3 z(m[2]);
+  const glm::mat3 cofactor(glm::cross(y, z), glm::cross(z, x), glm::cross(x, y));
+  return glm::dot(x, cofactor[0]) < 0.0F ? -cofactor : cofactor;
+}
+
+}  // namespace
+
+Geometry morphed(const MeshPart& part, std::span<const float> weights) {
+  Geometry geometry = *part.geometry;
+  const std::size_t count = std::min(weights.size(), part.targets.size());
+  for (std::size_t i = 0; i < count; ++i) {
+    if (weights[i] == 0.0F) continue;
+    add(geometry.positions, part.targets[i].positions, weights[i]);
+    add(geometry.normals, part.targets[i].normals, weights[i]);
+  }
+  boundPositions(geometry);
+  for (std::size_t i = 0; i < geometry.normals.size(); ++i) {
+    geometry.normals[i] = unitOr(geometry.normals[i], part.geometry->normals[i]);
+  }
+  return geometry;
+}
+
+Geometry skinned(const MeshPart& part, Geometry geometry, std::span<const glm::mat4> joints) {
+  std::vector<glm::mat3> turns(joints.size());
+  std::transform(joints.begin(), joints.end(), turns.begin(), cofactors);
+  for (std::size_t v = 0; v < geometry.positions.size(); ++v) {
+    glm::mat4 move(0.0F);
+    glm::mat3 turn(0.0F);
+    for (std::size_t set = 0; set < part.influenceSets; ++set) {
+      const Influence& influence = part.influences[v * part.influenceSets + set];
+      for (glm::length_t i = 0; i < 4; ++i) {
+        if (influence.weights[i] == 0.0F) continue;
+        move += influence.weights[i] * joints[influence.joints[i]];
+        turn += influence.weights[i] * turns[influence.joints[i]];
+      }
+    }
+    geometry.positions[v] = glm::vec3(move * glm::vec4(geometry.positions[v], 1.0F));
+    if (!geometry.normals.empty()) geometry.normals[v] = unitOr(turn * geometry.normals[v], geometry.normals[v]);
+  }
+  boundPositions(geometry);
+  return geometry;
+}
+
+}  // namespace quillmere::scene

@@ -1,0 +1,75 @@
+#include "core/description.h"
+
+#include <algorithm>
+
+#include "door/text.h"
+#include "module/running.h"
+
+namespace cinema {
+
+using quillmere::host::DescriptionEntry;
+using quillmere::host::RegisteredDescription;
+using quillmere::host::running;
+
+Description::Description() : parts_(new Parts) {}
+Description::~Description() { delete parts_; }
+
+Description* Description::Alloc() { return new Description; }
+
+void Description::Free(Description*& description) {
+  delete description;
+  description = nullptr;
+}
+
+namespace {
+
+template <class Name>
+Bool load(std::vector<DescriptionEntry>& entries, const Name& name) {
+  entries.clear();
+  const RegisteredDescription* found = running() ? running()->registry.description(name) : nullptr;
+  if (found) entries = found->entries;
+  return found != nullptr;
+}
+
+template <class Entries>
+auto* find(Entries& entries, const DescID& id) {
+  const auto found =
+      std::find_if(entries.begin(), entries.end(), [&](const DescriptionEntry& entry) { return entry.id == id; });
+  return found == entries.end() ? nullptr : &*found;
+}
+
+bool isGroup(const DescriptionEntry& entry) { return entry.id[entry.id.GetDepth() - 1].dtype == DTYPE_GROUP; }
+
+}  // namespace
+
+Bool Description::LoadDescription(const String& id) { return load(parts_->entries, quillmere::host::toUtf8(id)); }
+Bool Description::LoadDescription(Int32 id) { return load(parts_->entries, id); }
+
+Bool Description::SetParameter(const DescID& id, const BaseContainer& param, const DescID& groupid) {
+  if (!id.IsPopulated() || id == groupid) return false;
+  if (groupid.IsPopulated()) {
+    const DescriptionEntry* group = find(parts_->entries, groupid);
+    if (!group || !isGroup(*group)) return false;
+  }
+  if (DescriptionEntry* present = find(parts_->entries, id)) {
+    present->properties = param;
+    present->group = groupid;
+  } else {
+    parts_->entries.push_back({id, param, groupid});
+  }
+  return true;
+}
+
+const BaseContainer* Description::GetParameter(const DescID& id, BaseContainer&, AtomArray*) const {
+  const DescriptionEntry* present = find(parts_->entries, id);
+  return present ? &present->properties : nullptr;
+}
+
+BaseContainer* Description::GetParameterI(const DescID& id, AtomArray*) {
+  DescriptionEntry* present = find(parts_->entries, id);
+  return present ? &present->properties : nullptr;
+}
+
+const DescID* Description::GetSingleDescID() { return nullptr; }
+
+}  // namespace cinema

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "c4d.h"
+
+// The host API's texts and file names as those of the standard library.
+namespace quillmere::host {
+
+QM_HOST_API std::string toUtf8(const maxon::String& text);
+// A byte that is no part of valid UTF-8 becomes U+FFFD; nothing is cut.
+QM_HOST_API cinema::String fromUtf8(std::string_view utf8);
+
+QM_HOST_API std::filesystem::path pathOf(const cinema::Filename& name);
+QM_HOST_API cinema::Filename filenameOf(const std::filesystem::path& path);
+
+}  // namespace quillmere::host

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ge_prepass.h"
+
+namespace cinema {
+
+// Owns what T::Alloc made, which may be null, and hands it to T::Free.
+template <class T>
+class AutoAlloc {
+ public:
+  AutoAlloc() : owned_(T::Alloc()) {}
+  explicit AutoAlloc(Int32 id) : owned_(T::Alloc(id)) {}
+  AutoAlloc(Int32 a, Int32 b) : owned_(T::Alloc(a, b)) {}
+  explicit AutoAlloc(T* adopted) : owned_(adopted) {}
+  AutoAlloc(AutoAlloc&& other) noexcept : owned_(other.Release()) {}
+  AutoAlloc& operator=(AutoAlloc&& other) noexcept {
+    if (this != &other) Assign(other.Release());
+    return *this;
+  }
+  AutoAlloc(const AutoAlloc&) = delete;
+  AutoAlloc& operator=(const AutoAlloc&) = delete;
+  ~AutoAlloc() { Free(); }
+
+  operator T*() { return owned_; }
+  operator const T*() const { return owned_; }
+  operator T&() { return *owned_; }
+  T* operator->() { return owned_; }
+  const T* operator->() const { return owned_; }
+
+  T* GetPointer() const { return owned_; }
+  void Assign(T* adopted) {
+    Free();
+    owned_ = adopted;
+  }
+  void Free() {
+    if (owned_) T::Free(owned_);
+    owned_ = nullptr;
+  }
+  T* Release() {
+    T* released = owned_;
+    owned_ = nullptr;
+    return released;
+  }
+  T* Disconnect() { return Release(); }
+
+ private:
+  T* owned_;
+};
+
+}  // namespace cinema

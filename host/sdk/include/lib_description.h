@@ -1,0 +1,136 @@
+#pragma once
+
+#include "c4d_basecontainer.h"
+
+namespace cinema {
+
+// One level of a parameter's address.
+struct DescLevel {
+  Int32 id;
+  Int32 dtype = 0;
+  Int32 creator = 0;
+
+  constexpr DescLevel(Int32 level) : id(level) {}
+  constexpr DescLevel(Int32 level, Int32 datatype, Int32 made_by) : id(level), dtype(datatype), creator(made_by) {}
+
+  // The type and the creator only count where both sides name one.
+  constexpr Bool operator==(const DescLevel& other) const {
+    return id == other.id && Agree(dtype, other.dtype) && Agree(creator, other.creator);
+  }
+  constexpr Bool operator!=(const DescLevel& other) const { return !(*this == other); }
+
+ private:
+  static constexpr Bool Agree(Int32 a, Int32 b) { return a == 0 || b == 0 || a == b; }
+};
+
+// A parameter's address, outermost level first. Made by Create, or by the macros below; never from a level or a
+// number, which would be taken for one by mistake.
+class DescID {
+ public:
+  constexpr DescID() = default;
+
+  template <class... Levels>
+  static constexpr DescID Create(const Levels&... levels) {
+    static_assert(sizeof...(Levels) <= kDeepest, "an address this deep is not modelled");
+    DescID made;
+    (made.Append(levels), ...);
+    return made;
+  }
+
+  // A level beyond the last is {0, 0, 0}.
+  constexpr const DescLevel& operator[](Int32 pos) const {
+    return pos >= 0 && pos < depth_ ? levels_[pos] : levels_[kDeepest];
+  }
+  constexpr Int32 GetDepth() const { return depth_; }
+  constexpr Bool IsPopulated() const { return depth_ > 0; }
+
+  constexpr Bool operator==(const DescID& other) const { return depth_ == other.depth_ && IsPartOf(other, nullptr); }
+  constexpr Bool operator!=(const DescID& other) const { return !(*this == other); }
+  // Whether `cmp` begins with this address; `pos`, when given, receives the number of levels that agree.
+  constexpr Bool IsPartOf(const DescID& cmp, Int32* pos) const {
+    Int32 agreeing = 0;
+    while (agreeing < depth_ && agreeing < cmp.depth_ && levels_[agreeing] == cmp.levels_[agreeing]) ++agreeing;
+    if (pos) *pos = agreeing;
+    return agreeing == depth_;
+  }
+
+ private:
+  static constexpr Int32 kDeepest = 4;
+  constexpr void Append(const DescLevel& level) { levels_[depth_++] = level; }
+
+  DescLevel levels_[kDeepest + 1] = {DescLevel(0), DescLevel(0), DescLevel(0), DescLevel(0), DescLevel(0)};
+  Int32 depth_ = 0;
+};
+
+inline constexpr Int32 DESC_NAME = 1;
+inline constexpr Int32 DESC_SHORT_NAME = 2;
+inline constexpr Int32 DESC_MIN = 5;
+inline constexpr Int32 DESC_MAX = 6;
+inline constexpr Int32 DESC_STEP = 9;
+inline constexpr Int32 DESC_ANIMATE = 10;
+inline constexpr Int32 DESC_ANIMATE_OFF = 0;
+inline constexpr Int32 DESC_ANIMATE_ON = 1;
+inline constexpr Int32 DESC_ANIMATE_MIX = 2;
+inline constexpr Int32 DESC_CYCLE = 14;
+inline constexpr Int32 DESC_HIDE = 15;
+inline constexpr Int32 DESC_DEFAULT = 16;
+inline constexpr Int32 DESC_ACCEPT = 17;
+inline constexpr Int32 DESC_REFUSE = 19;
+inline constexpr Int32 DESC_CUSTOMGUI = 21;
+inline constexpr Int32 DESC_EDITABLE = 26;
+
+inline constexpr Int32 DTYPE_GROUP = 1;
+inline constexpr Int32 DTYPE_BUTTON = 8;
+inline constexpr Int32 DTYPE_STATICTEXT = 12;
+inline constexpr Int32 DTYPE_LONG = 15;
+inline constexpr Int32 DTYPE_REAL = 19;
+inline constexpr Int32 DTYPE_STRING = 130;
+inline constexpr Int32 DTYPE_FILENAME = 131;
+inline constexpr Int32 DTYPE_BASELISTLINK = 133;
+inline constexpr Int32 DTYPE_BOOL = 400006001;
+
+inline constexpr Int32 CUSTOMGUI_CYCLE = 200000180;
+inline constexpr Int32 CUSTOMGUI_STRINGMULTI = 200000007;
+
+// The parameters that a node shows, each with its properties (DESC_) and the group it stands in.
+class QM_HOST_API Description {
+ public:
+  static Description* Alloc();
+  static void Free(Description*& description);
+
+  // Replaces the entries by those of a registered description. False, and no entries, when there is none of that name.
+  Bool LoadDescription(const String& id);
+  Bool LoadDescription(Int32 id);
+  // Adds the parameter behind those of its group, or replaces its properties in place. False when the address is empty
+  // or the group isn't there; an empty group is the top level.
+  Bool SetParameter(const DescID& id, const BaseContainer& param, const DescID& groupid);
+  // Null when absent. The result lives until the entries change; `temp` isn't used.
+  const BaseContainer* GetParameter(const DescID& id, BaseContainer& temp, AtomArray* atoms) const;
+  BaseContainer* GetParameterI(const DescID& id, AtomArray* atoms);
+  const DescID* GetSingleDescID();  // always null: this host asks for whole descriptions
+
+ private:
+  Description();
+  Description(const Description&) = delete;
+  Description& operator=(const Description&) = delete;
+  ~Description();
+  struct Parts;
+  Parts* parts_;
+  template <class T>
+  friend struct HostSide;
+};
+
+// Registers a description of the module's own resource, or of `res`. Compiled into the module.
+Bool RegisterDescription(Int32 id, const maxon::String& idstr, LocalResource* res = nullptr);
+
+}  // namespace cinema
+
+#define CreateDescID(...) ::cinema::DescID::Create(__VA_ARGS__)
+
+// An address of constants, built by the compiler.
+#define ConstDescID(...)                                                           \
+  ([]() -> const ::cinema::DescID& {                                               \
+    static constexpr ::cinema::DescID kId = ::cinema::DescID::Create(__VA_ARGS__); \
+    return kId;                                                                    \
+  }())
+#define ConstDescIDLevel(level) ConstDescID(::cinema::DescLevel(level))

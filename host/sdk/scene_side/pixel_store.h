@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+
+#include "image/image.h"
+
+namespace quillmere::host {
+
+// The pixels of a bitmap in the terms of the host's API: a depth in bits per pixel that counts the colours alone, and
+// components of 0-255 up to 32 bits per pixel, 0-65535 above. There is no alpha: one that a file brings is left out.
+class PixelStore {
+ public:
+  struct Rgb {
+    std::uint16_t r = 0, g = 0, b = 0;
+  };
+  // Corners of a rectangle of pixels, both inclusive.
+  struct Corners {
+    std::int64_t left, top, right, bottom;
+  };
+
+  PixelStore() = default;  // empty
+
+  // A decoded picture: 24 bits per pixel for Byte samples, 48 for Word, 96 for Float.
+  explicit PixelStore(image::Image decoded);
+
+  // Black, of a depth for which depthIsModelled holds. Throws image::Error for an impossible size.
+  PixelStore(int width, int height, int depth);
+  static bool depthIsModelled(int depth);
+
+  int width() const { return pixels_.width(); }
+  int height() const { return pixels_.height(); }
+  int depth() const { return depth_; }
+  const image::Image& pixels() const { return pixels_; }
+
+  Rgb at(int x, int y) const;                   // black outside
+  bool set(int x, int y, int r, int g, int b);  // 0-255 whatever the depth, clamped; false outside
+  bool replace(image::Image picture);           // takes a picture of just this size; false when it has another
+  // Fills `to` of `target` with `from` of this, stretched. What lies outside of either is left out; rectangles that are
+  // inside out, miss the picture or are longer than image::kMaxSide change nothing. Throws image::Error.
+  void stretch(const Corners& from, PixelStore& target, const Corners& to) const;
+
+ private:
+  bool inside(int x, int y) const { return x >= 0 && y >= 0 && x < pixels_.width() && y < pixels_.height(); }
+
+  image::Image pixels_;
+  int depth_ = 0;
+};
+
+}  // namespace quillmere::host

@@ -1,0 +1,72 @@
+"""The embedded back end: an ink-and-wash drawing of the guide image.
+
+It is a drawing filter, not a model: it adds nothing to the scene, and of the prompt it understands words of colour, light, weather
+and mood only. It needs no service and no model, only Pillow.
+"""
+
+from __future__ import annotations
+
+from typing import Any
+
+from ... import cancellation
+from ...jobs import Job, Made
+from ...parameters import Parameter, checked
+from ...seeds import seed_for
+from ...workflows import Workflow
+
+REQUIRES = "PIL.Image"
+
+PARAMETERS = (
+    Parameter("seed", "frame", "what is left to chance: paper, borders of the washes, pressure of the pen"),
+    Parameter("layers", 5, "number of washes, one over the other", 2, 9),
+    Parameter("wash", 1.0, "strength of the washes", 0, 2),
+    Parameter("granulation", 1.0, "pigment in the valleys of the paper", 0, 3),
+    Parameter("paper", 1.0, "relief of the paper", 0, 3),
+    Parameter("saturation", 1.0, "strength of the colours", 0, 2),
+    Parameter("line", 1.0, "strength of the ink lines; 0 draws none", 0, 3),
+    Parameter("hatching", 1.0, "strength of the strokes over the shadows; 0 draws none", 0, 1.6),
+    Parameter("tint", 1.0, "how much the words of the prompt count", 0, 2),
+    Parameter("style", 0.8, "how much a style image counts", 0, 1),
+)
+
+
+def options_of(workflow: Workflow) -> dict[str, Any]:
+    return checked(PARAMETERS, workflow.content.get("parameters", {}), workflow.name)
+
+
+def check(workflow: Workflow) -> dict[str, Any]:
+    options_of(workflow)
+    return {}
+
+
+def make(job: Job) -> Made:
+    options = options_of(job.workflow)
+    seed = seed_for(options["seed"], job.request.frame)
+    steps = _drawing(job, seed, options)
+    while True:
+        try:
+            with cancellation.ending_at_once():
+                message, share = next(steps)
+        except StopIteration as end:
+            picture = end.value
+            break
+        job.status.tell("draw", message, share)
+    job.outputs.write(picture, "png")
+    return Made(seed)
+
+
+def _drawing(job: Job, seed: int, options: dict[str, Any]) -> Any:
+    from PIL import Image
+
+    from . import drawing, lexicon, pictures
+
+    request = job.request
+    guide = pictures.read_picture(request.reference_image, "guide image", "render the frame again")
+    size = (request.width, request.height)
+    if guide.size != size:
+        guide = guide.resize(size, Image.LANCZOS)
+    look = None
+    if request.locked_style_image:
+        look = pictures.read_picture(request.locked_style_image, "style image", "lock another one, or none")
+    mood = lexicon.mood_of(request.effective_prompt, options["tint"])
+    return drawing.draw(guide, look, mood, seed, options)

@@ -1,0 +1,52 @@
+"""JSON objects from files that other programs or people write."""
+
+from __future__ import annotations
+
+import json
+import os
+from typing import Any
+
+from .errors import HelperError, reason_of
+
+LONGEST_INTEGER = 20  # digits; 64-bit seeds have that many, and converting a million digits takes minutes
+
+
+def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:
+    """The JSON object in the file at `path`, of at most `largest` bytes.
+
+    Bytes that are not UTF-8 become lone surrogates, from which `os.fsencode` makes the same bytes again; control characters in
+    texts are let through. Raises HelperError that calls the file `what` and ends in `remedy`.
+    """
+    name = f'the {what} "{path}"'
+    try:
+        if os.path.exists(path) and not os.path.isfile(path):
+            raise HelperError(f"Cannot read {name}: not a file; {remedy}")
+        with open(path, "rb") as file:
+            raw = file.read(largest + 1)
+    except (OSError, ValueError) as error:
+        raise HelperError(f"Cannot read {name}: {reason_of(error)}; {remedy}") from error
+    if len(raw) > largest:
+        raise HelperError(f"{name[0].upper()}{name[1:]} is larger than {largest >> 20} MB; {remedy}")
+    return parse_object(raw, name, remedy)
+
+
+def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
+    try:
+        value = json.loads(
+            raw.decode("utf-8-sig", "surrogateescape"), strict=False, parse_int=_integer, parse_constant=_not_a_number
+        )
+    except (ValueError, RecursionError) as error:
+        raise HelperError(f"{name[0].upper()}{name[1:]} is not JSON: {reason_of(error)}; {remedy}") from error
+    if not isinstance(value, dict):
+        raise HelperError(f"{name[0].upper()}{name[1:]} is not a JSON object; {remedy}")
+    return value
+
+
+def _integer(digits: str) -> int:
+    if len(digits) > LONGEST_INTEGER + 1:
+        raise ValueError(f"a number of {len(digits)} digits")
+    return int(digits)
+
+
+def _not_a_number(word: str) -> float:
+    raise ValueError(f"{word} is no number")

@@ -1,0 +1,79 @@
+"""One run of the helper: from a request to a response, whatever happens in between."""
+
+from __future__ import annotations
+
+import importlib
+import sys
+import time
+import traceback
+
+from . import backends, cancellation, interpreter
+from .errors import HelperError, reason_of
+from .jobs import Job, Made
+from .outputs import Outputs
+from .request import read_request
+from .response import Response
+from .status import Status
+from .workflows import read_workflow
+
+DONE, FAILED, CANCELLED = 0, 1, 143
+
+
+def run(argv: list[str], request_path: str, response_path: str) -> int:
+    """Returns the exit status of the process. The response tells the same story, and so does standard error for failures."""
+    response = Response(response_path)
+    try:
+        response.begin()
+        cancellation.listen()
+        return _answered(argv, request_path, response)
+    except OSError as error:
+        print(f'quillmere_render_helper: cannot write the response "{response_path}": {reason_of(error)}', file=sys.stderr)
+        return FAILED
+
+
+def _answered(argv: list[str], request_path: str, response: Response) -> int:
+    try:
+        started = time.monotonic()
+        job = _prepare(argv, request_path)
+        made = backends.load(job.workflow.backend).make(job)
+        response.succeed(job.outputs.paths, _facts(job, made, time.monotonic() - started))
+        return DONE
+    except cancellation.Cancelled:
+        response.fail("Quillmere render cancelled")
+        return CANCELLED
+    except HelperError as error:
+        return _failed(response, str(error), error.details)
+    except Exception as error:  # the last resort: a fault of ours, or a system at its limits
+        what = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
+        text = f'The render helper failed unexpectedly ({what}); details are in "{response.log_path}"'
+        return _failed(response, text, traceback.format_exc())
+
+
+def _prepare(argv: list[str], request_path: str) -> Job:
+    request = read_request(request_path)
+    status = Status(request.status_path)
+    status.tell("prepare", "Reading the workflow")
+    workflow = read_workflow(request.workflow_path, backends.MODULES)
+    _require(argv, backends.load(workflow.backend).REQUIRES)
+    outputs = Outputs(request.output_dir, request.output_prefix, request.frame)
+    outputs.prepare()
+    return Job(request, workflow, status, outputs)
+
+
+def _require(argv: list[str], module: str) -> None:
+    """Goes on in an interpreter that has `module`: this one, or another one in this process's place."""
+    try:
+        if module:
+            importlib.import_module(module)
+    except ImportError as error:
+        raise HelperError(interpreter.hand_over(argv, module)) from error
+
+
+def _facts(job: Job, made: Made, seconds: float) -> dict[str, object]:
+    return {"backend": job.workflow.backend, "seed": made.seed, "seconds": round(seconds, 3), **made.facts}
+
+
+def _failed(response: Response, text: str, details: str) -> int:
+    print(f"quillmere_render_helper: {text}", file=sys.stderr)
+    response.fail(text, details)
+    return FAILED

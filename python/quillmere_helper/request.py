@@ -1,0 +1,74 @@
+"""The render request, as the effect writes it."""
+
+from __future__ import annotations
+
+import os
+from dataclasses import dataclass, fields
+
+from .errors import HelperError
+from .json_reader import read_object
+
+LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
+LARGEST_SIDE = 16384  # pixels
+LARGEST_AREA = 64_000_000  # pixels
+AGAIN = "render the frame again"
+
+
+@dataclass(frozen=True)
+class RenderRequest:
+    """What to make, checked; the field names are the keys of the file. Paths are as the effect wrote them."""
+
+    workflow_path: str
+    output_dir: str
+    output_prefix: str
+    effective_prompt: str
+    reference_image: str  # the guide image
+    locked_style_image: str  # empty: no style image
+    status_path: str
+    width: int  # pixels
+    height: int
+    frame: int
+
+
+def read_request(path: str) -> RenderRequest:
+    """Raises HelperError when the file is not a request that can be carried out. Keys that are not ours are ignored."""
+    members = read_object(path, "render request", LARGEST_REQUEST, AGAIN)
+    values = {}
+    for field in fields(RenderRequest):
+        value = members.get(field.name)
+        kind, kind_name = (int, "whole number") if field.type == "int" else (str, "text")
+        if type(value) is not kind:
+            problem = f'lacks "{field.name}"' if value is None else f'has no {kind_name} in "{field.name}"'
+            raise HelperError(f'The render request "{path}" {problem}; {AGAIN}')
+        values[field.name] = value
+    request = RenderRequest(**values)
+    _check(request)
+    return request
+
+
+def _check(request: RenderRequest) -> None:
+    for value, missing in (
+        (request.workflow_path, "No workflow is selected; choose one in the Workflow menu"),
+        (request.output_dir, "The Output Directory is empty; choose a folder for the pictures"),
+        (request.reference_image, f"The render request names no guide image; {AGAIN}"),
+    ):
+        if not value:
+            raise HelperError(missing)
+    for field in fields(request):
+        value = getattr(request, field.name)
+        if isinstance(value, str) and not _may_be_a_path(value):
+            raise HelperError(f'"{field.name}" in the render request holds characters that no text has; enter it anew')
+    if not (1 <= request.width <= LARGEST_SIDE and 1 <= request.height <= LARGEST_SIDE) or (
+        request.width * request.height > LARGEST_AREA
+    ):
+        raise HelperError(
+            f"A picture of {request.width} x {request.height} pixels cannot be made; set a resolution of 1 to {LARGEST_SIDE} "
+            f"pixels a side and at most {LARGEST_AREA // 1_000_000} megapixels"
+        )
+
+
+def _may_be_a_path(text: str) -> bool:
+    try:
+        return b"\0" not in os.fsencode(text)
+    except UnicodeEncodeError:  # half of a surrogate pair
+        return False

@@ -1,0 +1,20 @@
+"""Makes one picture from a render request: quillmere_render_helper.py REQUEST RESPONSE.
+
+This file and the modules that it imports first also run on interpreters that are too old for the rest, so that such an
+interpreter can hand over to a newer one.
+"""
+
+import sys
+
+from quillmere_helper import interpreter
+
+
+def main() -> int:
+    interpreter.leave_if_too_old(sys.argv)
+    from quillmere_helper.command_line import run
+
+    return run(sys.argv)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,106 @@
+"""A folder with everything that one run of the helper needs, and the run as a process of its own."""
+
+import json
+import os
+import signal
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import zlib
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+HELPER = ROOT / "python" / "quillmere_render_helper.py"
+sys.path.insert(0, str(ROOT / "python"))
+
+from quillmere_helper import interpreter  # noqa: E402
+
+
+def with_pillow():
+    """An interpreter that can draw, or None."""
+    return sys.executable if interpreter.can_import(sys.executable, "PIL.Image") else interpreter.find("PIL.Image") or None
+
+
+def png(width, height, pixel=lambda x, y: (200, 60, 40)):
+    """An 8-bit RGB PNG made without any picture library."""
+    rows = b"".join(b"\0" + b"".join(bytes(pixel(x, y)) for x in range(width)) for y in range(height))
+
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows, 1)) + chunk(b"IEND", b"")
+
+
+class RenderCase(unittest.TestCase):
+    """A test with a scratch folder; `members` is the request that the next run is given."""
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="quillmere-")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.outputs = self.folder / "outputs"
+        self.response_file = self.folder / "response_3.json"
+        self.status_file = self.folder / "status_3.json"
+        self.environment = dict(os.environ)
+        self.write("reference_3.png", png(64, 36))
+        self.members = {
+            "workflow_path": str(ROOT / "python" / "workflows" / "ink_wash.json"),
+            "output_dir": str(self.outputs),
+            "output_prefix": "shot",
+            "effective_prompt": "a quiet street",
+            "reference_image": str(self.folder / "reference_3.png"),
+            "locked_style_image": "",
+            "status_path": str(self.status_file),
+            "width": 64,
+            "height": 36,
+            "frame": 3,
+        }
+
+    def write(self, name, content):
+        path = self.folder / name
+        path.write_bytes(content if isinstance(content, bytes) else json.dumps(content).encode())
+        return str(path)
+
+    def start(self, python=None, request=None, **popen):
+        """Starts the helper on `request`, or on `members`."""
+        self.write("request_3.json", self.members if request is None else request)
+        command = [python or sys.executable, str(HELPER), str(self.folder / "request_3.json"), str(self.response_file)]
+        process = subprocess.Popen(command, env=self.environment, stderr=subprocess.PIPE, text=True, **popen)
+        self.addCleanup(lambda: (process.poll() is None and process.kill(), process.wait(), process.stderr.close()))
+        return process
+
+    def run_helper(self, **start):
+        """Runs the helper to its end; returns its exit status and its response (None when there is none)."""
+        process = self.start(**start)
+        self.errors = process.communicate(timeout=60)[1]
+        return process.returncode, self.response()
+
+    def response(self):
+        return json.loads(self.response_file.read_text("utf-8")) if self.response_file.exists() else None
+
+    def message(self):
+        return json.loads(self.status_file.read_text("utf-8"))["message"] if self.status_file.exists() else ""
+
+    def wait_for(self, condition, what, seconds=20):
+        end = time.monotonic() + seconds
+        while not condition():
+            self.assertLess(time.monotonic(), end, f"waited in vain for {what}; the last message is {self.message()!r}")
+            time.sleep(0.005)
+
+    def assert_cancelled(self, process):
+        """Sends signal 15 and holds the helper to its promise: gone within a second, an answer, nothing left lying around."""
+        process.send_signal(signal.SIGTERM)
+        sent = time.monotonic()
+        process.wait(timeout=20)
+        self.assertLess(time.monotonic() - sent, 1.0, "seconds from the signal to the end")
+        self.assertNotEqual(process.returncode, 0)
+        self.assertFalse(self.response()["ok"])
+        self.assertTrue(self.response()["error"])
+        self.assert_no_leftovers()
+
+    def assert_no_leftovers(self):
+        self.assertEqual([str(path) for path in self.folder.rglob("*.part")], [])

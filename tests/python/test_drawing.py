@@ -1,0 +1,145 @@
+"""What the embedded drawing promises: the guide's own edges, the prompt's light, the same picture again."""
+
+import io
+import subprocess
+import unittest
+from pathlib import Path
+
+from scratch_render import RenderCase, with_pillow
+
+try:
+    from PIL import Image, ImageDraw, ImageStat
+except ImportError:
+    Image = None
+
+
+def a_guide(size=(320, 180), background=(150, 165, 185)):
+    guide = Image.new("RGB", size, background)
+    pen = ImageDraw.Draw(guide)
+    pen.rectangle((100, 40, 180, 140), (70, 72, 80))
+    pen.ellipse((210, 60, 290, 140), (190, 70, 60))
+    return guide
+
+
+def drawn(guide, prompt="", look=None, seed=7, **options):
+    from quillmere_helper.backends import embedded
+    from quillmere_helper.backends.embedded import drawing, lexicon
+
+    chosen = {parameter.name: parameter.default for parameter in embedded.PARAMETERS}
+    steps = drawing.draw(guide, look, lexicon.mood_of(prompt, chosen["tint"]), seed, {**chosen, **options})
+    while True:
+        try:
+            next(steps)
+        except StopIteration as end:
+            return Image.open(io.BytesIO(end.value))
+
+
+def means(picture):
+    return ImageStat.Stat(picture).mean
+
+
+@unittest.skipUnless(Image, "this interpreter has no Pillow")
+class Drawing(unittest.TestCase):
+    def test_every_edge_stays_on_its_pixel(self):
+        guide = a_guide()
+        for prompt in ("", "misty dawn", "stormy night"):
+            with self.subTest(prompt):
+                light = drawn(guide, prompt).convert("L")
+                # Mean lines across the left and the top side of the rectangle, so that paper and pen average out.
+                across = light.crop((80, 60, 120, 120)).resize((40, 1), Image.BOX).tobytes()
+                down = light.crop((115, 20, 165, 60)).resize((1, 40), Image.BOX).tobytes()
+                for line in (across, down):
+                    steps = [before - after for before, after in zip(line, line[1:])]
+                    self.assertIn(steps.index(max(steps)), (18, 19, 20), list(line))
+
+    def test_edges_between_colours_of_one_lightness_get_a_line(self):
+        guide = Image.new("RGB", (200, 100), (200, 60, 60))
+        guide.paste((40, 129, 60), (100, 0, 200, 100))
+        bare, inked = (drawn(guide, line=line, hatching=0).convert("L") for line in (0, 1))
+        darker = [a - b for a, b in zip(*(p.resize((200, 1), Image.BOX).tobytes() for p in (bare, inked)))]
+        self.assertGreater(max(darker[96:104]), 20)
+        self.assertLess(max(darker[:90] + darker[110:]), 8)
+
+    def test_the_same_seed_gives_the_same_bytes_and_another_seed_another_picture(self):
+        guide = a_guide((96, 64))
+        first, again, other = drawn(guide, seed=5), drawn(guide, seed=5), drawn(guide, seed=6)
+        self.assertEqual(first.tobytes(), again.tobytes())
+        self.assertNotEqual(first.tobytes(), other.tobytes())
+
+    def test_words_move_the_picture_their_way(self):
+        guide = a_guide()
+        plain = means(drawn(guide))
+        for prompt, channel, way in (
+            ("A harbour at SUNSET", lambda m: m[0] - m[2], 1),
+            ("winter, ice", lambda m: m[0] - m[2], -1),
+            ("in the night", sum, -1),
+            ("fog", sum, 1),
+            ("green leaves", lambda m: m[1] - (m[0] + m[2]) / 2, 1),
+        ):
+            with self.subTest(prompt):
+                self.assertGreater(way * (channel(means(drawn(guide, prompt))) - channel(plain)), 8)
+
+    def test_words_that_are_denied_or_not_of_mood_change_nothing(self):
+        guide = a_guide((96, 64))
+        plain = drawn(guide).tobytes()
+        system = "Lock camera angle, framing, lens, perspective, horizon, and composition. Do not move, resize, replace, or rescale"
+        for prompt in (system, "a street without fog, no rain", "knight, bluebird, Redmond", "日本 \x00 {prompt}"):
+            with self.subTest(prompt):
+                self.assertEqual(drawn(guide, prompt).tobytes(), plain)
+
+    def test_a_style_image_gives_its_colours(self):
+        guide = a_guide()
+        warm, cold = (means(drawn(guide, look=Image.new("RGB", (50, 50), colour))) for colour in ((220, 150, 60), (60, 110, 220)))
+        self.assertGreater((warm[0] - warm[2]) - (cold[0] - cold[2]), 80)
+
+    def test_pictures_of_any_size_and_plain_ones_are_drawn(self):
+        for size in ((1, 1), (1, 200), (3000, 2)):
+            with self.subTest(size):
+                self.assertEqual(drawn(Image.new("RGB", size, (0, 0, 0))).size, size)
+
+
+@unittest.skipUnless(Image, "this interpreter has no Pillow")
+class GivenPictures(RenderCase):
+    def save(self, picture, name="reference_3.png", **options):
+        picture.save(self.folder / name, **options)
+
+    def test_a_guide_of_any_depth_and_size_is_read_for_what_it_shows(self):
+        light = a_guide((64, 36)).convert("L")
+        deep = Image.frombytes("I;16", light.size, b"".join(bytes((value, value)) for value in light.tobytes()))
+        see_through = light.convert("RGBA")
+        see_through.putalpha(0)
+        self.save(light)
+        wanted = means(Image.open(self.run_helper()[1]["first_output"]))
+        for picture in (deep, see_through, light.convert("P"), light.resize((128, 72))):
+            with self.subTest(f"{picture.mode} {picture.size}"):
+                self.save(picture)
+                self.assertEqual(self.run_helper()[0], 0, self.errors)
+                made = Image.open(self.response()["first_output"])
+                self.assertEqual((made.size, made.mode), ((64, 36), "RGB"))
+                self.assertLess(max(abs(a - b) for a, b in zip(means(made), wanted)), 12)
+
+    def test_a_picture_that_is_none_is_an_error_that_names_it(self):
+        good = (self.folder / "reference_3.png").read_bytes()
+        bomb = good[:16] + (30000).to_bytes(4, "big") * 2 + good[24:]
+        for what, content in (("missing", None), ("empty", b""), ("text", b"GIF? no"), ("cut off", good[:90]), ("a bomb", bomb)):
+            for key in ("reference_image", "locked_style_image"):
+                with self.subTest(what, key=key):
+                    self.members[key] = str(self.folder / "absent.png") if content is None else self.write("given.png", content)
+                    status, response = self.run_helper()
+                    self.assertEqual(status, 1)
+                    self.assertIn(self.members[key], response["error"])
+                    self.assertNotIn("unexpectedly", response["error"])
+                    self.members.update(reference_image=str(self.folder / "reference_3.png"), locked_style_image="")
+
+
+@unittest.skipIf(Image, "drawn right here")
+@unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: drawing is not tested")
+class DrawingElsewhere(unittest.TestCase):
+    def test_with_an_interpreter_that_has_pillow(self):
+        command = [with_pillow(), "-m", "unittest", Path(__file__).stem]
+        done = subprocess.run(command, cwd=Path(__file__).parent, capture_output=True, text=True, check=False)
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,146 @@
+"""The helper as the effect sees it: two arguments, a status, a response, pictures and an exit status."""
+
+import json
+import subprocess
+import sys
+import unittest
+
+from scratch_render import HELPER, ROOT, RenderCase, png, with_pillow
+
+GARBAGE = (
+    # what the request is, what the error has to name
+    ("nothing", b"", "not JSON"),
+    ("bytes of a picture", png(2, 2), "not JSON"),
+    ("an array", b"[1]", "not a JSON object"),
+    ("deep nesting", b'{"a":' + b"[" * 100_000, "not JSON"),
+    ("a number that takes minutes to read", b'{"frame": ' + b"9" * 3_000_000 + b"}", "3000000 digits"),
+    ("more than a request can be", b" " * (5 << 20), "larger than 4 MB"),
+    ("no workflow", {"workflow_path": ""}, "Workflow menu"),
+    ("no output directory", {"output_dir": ""}, "Output Directory"),
+    ("a missing key", {"width": None}, '"width"'),
+    ("a quoted number", {"frame": "3"}, '"frame"'),
+    ("true as a number", {"height": True}, '"height"'),
+    ("no pixels", {"width": 0}, "0 x 36"),
+    ("too many pixels", {"width": 16384, "height": 16384}, "16384 x 16384"),
+    ("a NUL in a path", {"reference_image": "/a\0b"}, '"reference_image"'),
+    ("half a surrogate pair", b'{"workflow_path": "\\ud800"', "not JSON"),
+    ("a prefix that climbs", {"output_prefix": "../up"}, "Filename Prefix"),
+    ("a prefix longer than a file name", {"output_prefix": "x" * 400}, "Filename Prefix"),
+    ("an output directory that is a file", {"output_dir": str(HELPER)}, "Output Directory"),
+    ("a missing workflow", {"workflow_path": "/nowhere/w.json"}, '"/nowhere/w.json": No such file'),
+    ("a workflow that is a folder", {"workflow_path": "/"}, "not a file"),
+)
+
+WORKFLOWS = (
+    # content of the workflow file, what the error has to name
+    ({}, "embedded"),
+    ({"backend": "paintbox"}, '"paintbox"'),
+    ({"backend": "embedded", "parameters": []}, '"parameters"'),
+    ({"backend": "embedded", "parameters": {"lines": 1}}, 'did you mean "line"?'),
+    ({"backend": "embedded", "parameters": {"layers": 99}}, "a whole number of 2 to 9"),
+    ({"backend": "embedded", "parameters": {"seed": 1 << 64}}, '"frame" or "random"'),
+    ({"backend": "embedded", "parameters": {"wash": "much"}}, "a number of 0 to 2"),
+)
+
+
+class RenderProcess(RenderCase):
+    def assert_fails_naming(self, named, **run):
+        status, response = self.run_helper(**run)
+        self.assertEqual(status, 1, self.errors)
+        self.assertIs(response["ok"], False)
+        self.assertIn(named, response["error"])
+        self.assertNotRegex(response["error"], "unexpectedly|[\\\\\n]")
+        self.assert_no_leftovers()
+
+    def test_a_request_that_cannot_be_carried_out_gets_an_answer_that_names_the_reason(self):
+        valid = dict(self.members)
+        for what, request, named in GARBAGE:
+            with self.subTest(what):
+                given = request if isinstance(request, bytes) else {**valid, **request}
+                self.assert_fails_naming(named, request=given)
+
+    def test_a_workflow_that_cannot_be_run_gets_an_answer_that_names_what_is_accepted(self):
+        for content, named in WORKFLOWS:
+            with self.subTest(content):
+                self.members["workflow_path"] = self.write("workflow.json", content)
+                self.assert_fails_naming(named)
+                self.assertFalse(self.outputs.exists() and any(self.outputs.iterdir()))
+
+    def test_wrong_use_is_told_apart_from_failure(self):
+        for arguments in ([], ["one"], ["--check"], ["a", "b", "c"], ["a", "b", "--check", "c"]):
+            with self.subTest(arguments):
+                done = subprocess.run([sys.executable, str(HELPER), *arguments], capture_output=True, check=False)
+                self.assertEqual(done.returncode, 2)
+
+    def test_a_response_that_cannot_be_written_is_told_on_standard_error(self):
+        self.response_file = self.folder / "missing" / "response.json"
+        status, _ = self.run_helper()
+        self.assertEqual(status, 1)
+        self.assertIn(str(self.response_file), self.errors)
+
+    def test_the_version_is_the_one_of_the_project(self):
+        printed = subprocess.run([sys.executable, str(HELPER), "--version"], capture_output=True, text=True, check=True)
+        self.assertIn(f"VERSION {printed.stdout.split()[-1]} ", (ROOT / "CMakeLists.txt").read_text())
+
+    def test_check_tells_which_back_end_a_workflow_is_for(self):
+        for content, backend, good in (({"backend": "embedded"}, "embedded", bool(with_pillow())), ({"backend": "x"}, "", False)):
+            with self.subTest(content):
+                command = [sys.executable, str(HELPER), "--json", "--check", self.write("workflow.json", content)]
+                done = subprocess.run(command, capture_output=True, text=True, check=False)
+                report = json.loads(done.stdout)
+                self.assertEqual((report["backend"], report["ok"], done.returncode == 0), (backend, good, good))
+                self.assertEqual(good, not report["problem"])
+
+
+@unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: pictures are not tested")
+class Pictures(RenderCase):
+    def test_a_render_answers_with_its_pictures_and_replaces_an_earlier_answer(self):
+        self.write("response_3.json", {"ok": False, "error": "of an earlier render"})
+        status, response = self.run_helper()
+        first = self.outputs / "shot_f3_1.png"
+        self.assertEqual((status, response["ok"], response["first_output"]), (0, True, str(first)), self.errors)
+        self.assertNotIn("error", response)
+        self.assertEqual(first.read_bytes()[16:24], (64).to_bytes(4, "big") + (36).to_bytes(4, "big"))
+        self.assertIn("%", self.message())
+        self.assert_no_leftovers()
+
+    def test_names_count_up_past_what_is_there_whatever_its_extension(self):
+        self.outputs.mkdir()
+        for name in ("shot_f3_4.jpg", "shot_f33_9.png", "other_f3_8.png", "shot_f3_x.png"):
+            (self.outputs / name).touch()
+        self.assertEqual(self.run_helper()[1]["first_output"], str(self.outputs / "shot_f3_5.png"))
+
+    def test_renders_at_the_same_time_never_share_a_name(self):
+        responses = [self.folder / f"response_{number}.json" for number in range(4)]
+        processes = []
+        for self.response_file in responses:
+            processes.append(self.start())
+        self.assertEqual([process.wait(timeout=60) for process in processes], [0] * 4)
+        written = {json.loads(path.read_text())["first_output"] for path in responses}
+        self.assertEqual(written, {str(self.outputs / f"shot_f3_{number}.png") for number in (1, 2, 3, 4)})
+
+    def test_names_that_are_not_ascii_and_prompts_with_raw_control_characters_pass_through(self):
+        self.members.update(output_dir=str(self.folder / 'Bilder "Küste"'), output_prefix="évé nement", effective_prompt="a\tb")
+        request = json.dumps(self.members, ensure_ascii=False).replace("a\\tb", "a\x01b").encode()
+        status, response = self.run_helper(request=request)
+        self.assertEqual((status, response["ok"]), (0, True), self.errors)
+        self.assertIn(f'"first_output": "{self.folder}/Bilder \\"Küste\\"/évé nement_f3_1.png"', self.response_file.read_text("utf-8"))
+
+    def test_no_poll_meets_a_half_written_status(self):
+        self.members.update(width=640, height=360)
+        process, seen = self.start(), []
+        while process.poll() is None:
+            if self.status_file.exists():
+                seen.append(json.loads(self.status_file.read_bytes())["message"])
+        self.assertGreater(len(set(seen)), 3)
+        self.assertEqual(process.returncode, 0)
+
+    def test_a_status_that_cannot_be_written_costs_no_picture(self):
+        for path in ("", "/nowhere/status.json"):
+            with self.subTest(path):
+                self.members["status_path"] = path
+                self.assertEqual(self.run_helper()[0], 0, self.errors)
+
+
+if __name__ == "__main__":
+    unittest.main()
