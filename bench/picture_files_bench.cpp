@@ -22,7 +22,9 @@ Image rendering(int width, int height) {
   return picture;
 }
 
-std::filesystem::path target() { return std::filesystem::temp_directory_path() / "quillmere_bench.png"; }
+std::filesystem::path target() {
+  return std::filesystem::temp_directory_path() / "quillmere_bench.png";
+}
 
 void WritePng(benchmark::State& state) {
   const Image picture = rendering(static_cast<int>(state.range(0)), static_cast<int>(state.range(1)));

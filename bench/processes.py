@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Whole processes of the command: wall time and peak memory of guides, medians of several runs.
 
-processes.py QUILLMERE [SCENE [CAMERA]]: without a scene, the harbour of examples/ is made first."""
+processes.py QUILLMERE SCENE CAMERA: an empty camera name means the scene's first one."""
 
 from __future__ import annotations
 
@@ -14,7 +14,6 @@ import time
 from pathlib import Path
 
 RUNS = 11
-EXAMPLE = Path(__file__).resolve().parent.parent / "examples" / "make_harbour.py"
 
 
 def measured(command: list[str]) -> tuple[float, float]:
@@ -37,17 +36,13 @@ def report(name: str, command: list[str]) -> None:
 
 
 def main() -> None:
-    quillmere, *rest = sys.argv[1:]
+    quillmere, scene, camera = sys.argv[1:]
+    print(f"\nwhole processes, {RUNS} runs each, {os.cpu_count()} cores")
+    report("quillmere --version", [quillmere, "--version"])
     with tempfile.TemporaryDirectory() as folder:
-        scene = rest[0] if rest else str(Path(folder) / "harbour.glb")
-        if not rest:
-            subprocess.run([sys.executable, str(EXAMPLE), scene], check=True)
-        camera = ["--camera", rest[1]] if len(rest) > 1 else []
-        print(f"\nwhole processes, {RUNS} runs each, {os.cpu_count()} cores")
-        report("quillmere --version", [quillmere, "--version"])
         for size in ("1024x576", "1920x1080"):
-            command = [quillmere, "guide", scene, *camera, "--size", size, "-o", str(Path(folder) / "guide.png")]
-            report(f"quillmere guide {Path(scene).name} {size}", command)
+            command = [quillmere, "guide", scene, "--size", size, "-o", str(Path(folder) / "guide.png")]
+            report(f"quillmere guide {Path(scene).name} {size}", command + (["--camera", camera] if camera else []))
 
 
 if __name__ == "__main__":

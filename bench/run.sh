@@ -1,12 +1,17 @@
 #!/usr/bin/env bash
 # run.sh BUILD FILTER: every benchmark program of the build whose cases match, then whole processes of the command.
+# QUILLMERE_BENCH_SCENE and QUILLMERE_BENCH_CAMERA choose another scene than the harbour of examples/.
 set -euo pipefail
 build=$1
 filter=$2
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+if [ -z "${QUILLMERE_BENCH_SCENE:-}" ]; then
+  export QUILLMERE_BENCH_SCENE=$build/bench/harbour.glb
+  python3 "$here/../examples/make_harbour.py" "$QUILLMERE_BENCH_SCENE"
+fi
 for program in "$build"/bench/*_bench; do
   printf '\n%s\n' "$(basename "$program")"
   "$program" --benchmark_filter="$filter" --benchmark_color=false
 done
 [ "$filter" = . ] || exit 0
-"$here/processes.py" "$build/host/app/quillmere" ${QUILLMERE_BENCH_SCENE:+$QUILLMERE_BENCH_SCENE}
+"$here/processes.py" "$build/host/app/quillmere" "$QUILLMERE_BENCH_SCENE" "${QUILLMERE_BENCH_CAMERA:-}"

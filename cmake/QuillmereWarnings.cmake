@@ -1,6 +1,10 @@
 # quillmere_warnings(TARGET): the warnings every target of ours is built with.
 function(quillmere_warnings target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    # GCC 12 sees overlapping copies in "literal" + std::string where there are none (GCC bug 105651).
+    target_compile_options(${target} PRIVATE -Wno-restrict)
+  endif()
   if(QUILLMERE_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

@@ -1,12 +1,13 @@
 #include <exception>
-#include <iostream>
-#include <string>
+#include <new>
 
 #include "failure.h"
+#include "process/output.h"
 #include "run.h"
 
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;
+  quillmere::app::openMissingStandardStreams();
   try {
     return static_cast<int>(quillmere::app::run(argc, argv));
   } catch (const quillmere::app::Failure& failure) {

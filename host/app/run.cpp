@@ -56,4 +56,8 @@ void printError(const std::string& text) {
   Output(STDERR_FILENO).write(shown);
 }
 
+void printWarnings(const std::vector<std::string>& warnings) {
+  for (const std::string& warning : warnings) printError("warning: " + warning);
+}
+
 }  // namespace quillmere::app

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "failure.h"
 
@@ -11,5 +12,7 @@ ExitStatus run(int argc, const char* const* argv);
 
 // "quillmere: text" on standard error, harmless to terminals.
 void printError(const std::string& text);
+// The same for what a scene asks for and doesn't get, one line each.
+void printWarnings(const std::vector<std::string>& warnings);
 
 }  // namespace quillmere::app

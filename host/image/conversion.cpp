@@ -21,7 +21,7 @@ T luma(const T* rgb) {
   if constexpr (std::is_same_v<T, float>)
     return value;
   else
-    return static_cast<T>(value + 0.5F);
+    return rounded<T>(value);
 }
 
 template <int From, int To, class T>

@@ -12,7 +12,11 @@ constexpr std::size_t sampleBytes(Sample sample) {
   return sample == Sample::Byte ? 1 : sample == Sample::Word ? 2 : 4;
 }
 
-// Libraries start their messages with capitals and end them with full stops; file contents may be quoted in them.
+std::string sizeText(std::uint64_t width, std::uint64_t height) {
+  return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+}
+
+// Libraries may end their messages with full stops; file contents may be quoted in them.
 std::string asClause(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; }, ' ');
@@ -22,14 +26,16 @@ std::string asClause(std::string text) {
 
 }  // namespace
 
+void checkClaimedSize(std::uint64_t width, std::uint64_t height) {
+  if (width == 0 || height == 0) throwDamaged("it claims " + sizeText(width, height));
+  if (width <= kMaxSide && height <= kMaxSide) return;
+  throw Error("it has " + sizeText(width, height) + "; scale it to at most " + std::to_string(kMaxSide) + " a side");
+}
+
 Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channels, Sample sample) {
-  const std::string size = std::to_string(width) + " x " + std::to_string(height) + " pixels";
-  if (width == 0 || height == 0) throwDamaged("it claims " + size);
-  if (width > kMaxSide || height > kMaxSide) {
-    throw Error("it has " + size + "; scale it to at most " + std::to_string(kMaxSide) + " a side");
-  }
+  checkClaimedSize(width, height);
   if (width * height * static_cast<std::uint64_t>(channels) * sampleBytes(sample) > kMaxPictureBytes) {
-    throw Error("its " + size + " take more than 1 GiB; scale it down or store it with 8 bits");
+    throw Error("its " + sizeText(width, height) + " take more than 1 GiB; scale it down or store it with 8 bits");
   }
   return {static_cast<int>(width), static_cast<int>(height), channels, sample};
 }

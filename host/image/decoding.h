@@ -16,7 +16,10 @@ using Bytes = std::span<const std::uint8_t>;
 // The most that the pixels of one picture, the file that holds it, and a library's own buffers may each take.
 inline constexpr std::size_t kMaxPictureBytes = std::size_t{1} << 30U;
 
-// A picture of the size that a file claims. Throws Error when that is zero, beyond kMaxSide or kMaxPictureBytes.
+// For the size that a file claims, before a library takes memory for it. Throws Error when a side is zero or beyond
+// kMaxSide.
+void checkClaimedSize(std::uint64_t width, std::uint64_t height);
+// A picture of that size. Throws Error as the check does, or when it takes more than kMaxPictureBytes.
 Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channels, Sample sample);
 
 // Throws Error: the file breaks its format's rules or ends early. `reason` may be a library's own words.

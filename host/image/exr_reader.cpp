@@ -59,8 +59,8 @@ bool hasChroma(const Imf::ChannelList& channels) {
 // data.
 Imath::Box2i shownData(const Imf::Header& header) {
   const Imath::Box2i &data = header.dataWindow(), &shown = header.displayWindow();
-  const Imath::Box2i both({std::max(data.min.x, shown.min.x), std::max(data.min.y, shown.min.y)},
-                          {std::min(data.max.x, shown.max.x), std::min(data.max.y, shown.max.y)});
+  Imath::Box2i both({std::max(data.min.x, shown.min.x), std::max(data.min.y, shown.min.y)},
+                    {std::min(data.max.x, shown.max.x), std::min(data.max.y, shown.max.y)});
   if (both.isEmpty()) throwUnsupported("its data lies outside the part that is to be shown");
   return both;
 }
@@ -74,7 +74,7 @@ void readShownRows(const Imf::Header& header, Image& picture, ReadBand&& readBan
     const int last = std::min(first + kBandRows - 1, both.max.y);
     readBand(first, last);
     for (int y = first; y <= last; ++y) {
-      takeRow(y - first, picture.row<float>(y - header.displayWindow().min.y) + left * picture.channels());
+      takeRow(y - first, picture.pixel<float>(left, y - header.displayWindow().min.y));
     }
   }
 }

@@ -12,6 +12,8 @@ namespace quillmere::image {
 
 namespace {
 
+constexpr int kCompressionLevel = 1;
+
 // What fails on the stream shows in its state, which AtomicFile::commit() looks at.
 class StreamWriter : public Imf::OStream {
  public:
@@ -31,6 +33,7 @@ void writeChannels(std::FILE* stream, const Image& picture) {
   const bool color = channels >= 3, alpha = channels % 2 == 0;
   Imf::Header header(picture.width(), picture.height());
   header.compression() = Imf::ZIP_COMPRESSION;
+  header.zipCompressionLevel() = kCompressionLevel;
   Imf::FrameBuffer buffer;
   const auto add = [&](const char* name, int channel) {
     header.channels().insert(name, Imf::Channel(Imf::FLOAT));

@@ -11,6 +11,9 @@ namespace quillmere::image {
 
 // Reads a PNG, JPEG, WebP, TIFF or EXR file, told apart by its content, never by its name. Palettes and packed
 // bits are expanded; 16-bit sources give Word, EXR and float TIFF give Float, everything else Byte.
+// Nothing is turned as a camera's metadata asks, since the textures of a scene must stay as they are stored. The values
+// of EXR files are given as they stand: linear light where they hold that, colours multiplied by alpha where they are.
+// Of an animation or a file of several pictures the first is taken. A file that ends early is refused.
 // Hostile input gives an Error, never a crash and never more than about 2 GiB. Throws Error.
 Image read(const std::filesystem::path& file);
 

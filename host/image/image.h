@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -43,6 +44,16 @@ class Image {
   template <class T>
   const T* row(int y) const {
     return std::get<std::vector<T>>(samples_).data() + offset(y);
+  }
+
+  // The same for the pixel at `x`, `y`, which must lie inside.
+  template <class T>
+  T* pixel(int x, int y) {
+    return row<T>(y) + static_cast<std::ptrdiff_t>(x) * channels_;
+  }
+  template <class T>
+  const T* pixel(int x, int y) const {
+    return row<T>(y) + static_cast<std::ptrdiff_t>(x) * channels_;
   }
 
  private:

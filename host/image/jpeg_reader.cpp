@@ -38,13 +38,15 @@ class JpegReader {
   JpegReader& operator=(const JpegReader&) = delete;
 
   bool readHeader(Bytes file);
+  bool start();
   bool readRow(std::uint8_t* row);
   bool readEnd();
 
-  // After readHeader(): inks are stored as the light they leave where an Adobe marker stands.
+  // Inks are stored as the light they leave where an Adobe marker stands.
   bool inksInverted() const { return info_.saw_Adobe_marker != 0; }
-  std::uint64_t width() const { return info_.output_width; }
-  std::uint64_t height() const { return info_.output_height; }
+  std::uint64_t width() const { return info_.image_width; }
+  std::uint64_t height() const { return info_.image_height; }
+  // After start().
   int channels() const { return info_.output_components; }
   const char* message() const { return message_; }
 
@@ -87,11 +89,11 @@ bool JpegReader::readHeader(Bytes file) {
   info_.mem->max_memory_to_use = static_cast<long>(kMaxPictureBytes);
   jpeg_mem_src(&info_, file.data(), static_cast<unsigned long>(file.size()));
   jpeg_read_header(&info_, TRUE);
-  if (info_.image_width > kMaxSide || info_.image_height > kMaxSide) {
-    info_.output_width = info_.image_width;
-    info_.output_height = info_.image_height;
-    return true;  // refused by the caller, before the library takes memory for it
-  }
+  return true;
+}
+
+bool JpegReader::start() {
+  if (setjmp(escape_) != 0) return false;
   if (info_.jpeg_color_space == JCS_GRAYSCALE)
     info_.out_color_space = JCS_GRAYSCALE;
   else if (info_.jpeg_color_space == JCS_CMYK || info_.jpeg_color_space == JCS_YCCK)
@@ -132,6 +134,8 @@ bool looksLikeJpeg(Bytes file) {
 Image decodeJpeg(Bytes file) {
   JpegReader reader;
   if (!reader.readHeader(file)) throwDamaged(reader.message());
+  checkClaimedSize(reader.width(), reader.height());
+  if (!reader.start()) throwDamaged(reader.message());
   const bool inks = reader.channels() == kCmykChannels;
   Image picture = pictureOfClaimedSize(reader.width(), reader.height(), inks ? 3 : reader.channels(), Sample::Byte);
   std::vector<std::uint8_t> line(inks ? static_cast<std::size_t>(picture.width()) * kCmykChannels : 0);

@@ -28,6 +28,8 @@ class PngReader {
   PngReader& operator=(const PngReader&) = delete;
 
   bool readHeader();
+  // Palettes, packed bits and transparent colours become whole samples.
+  bool expand();
   bool readPixels(png_bytep* rows);
 
   png_uint_32 width() const { return png_get_image_width(png_, info_); }
@@ -50,7 +52,6 @@ class PngReader {
     self.rest_ = self.rest_.subspan(count);
   }
   void limit();
-  void expand();
 
   Bytes rest_;
   png_structp png_ = nullptr;
@@ -60,17 +61,18 @@ class PngReader {
 };
 
 void PngReader::limit() {
-  png_set_user_limits(png_, kMaxSide, kMaxSide);
+  png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // ours come with better words
   png_set_chunk_malloc_max(png_, kMaxChunkBytes);
   png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kSkippedChunks, kSkippedCount);
 }
 
-// Palettes, packed bits and transparent colours become whole samples.
-void PngReader::expand() {
+bool PngReader::expand() {
+  if (setjmp(escape_) != 0) return false;
   png_set_expand(png_);
   if constexpr (std::endian::native == std::endian::little) png_set_swap(png_);
   png_set_interlace_handling(png_);
   png_read_update_info(png_, info_);
+  return true;
 }
 
 bool PngReader::readHeader() {
@@ -81,7 +83,6 @@ bool PngReader::readHeader() {
   png_set_read_fn(png_, this, feed);
   limit();
   png_read_info(png_, info_);
-  expand();
   return true;
 }
 
@@ -102,10 +103,12 @@ bool looksLikePng(Bytes file) {
 Image decodePng(Bytes file) {
   PngReader reader(file);
   if (!reader.readHeader()) throwDamaged(reader.message());
+  checkClaimedSize(reader.width(), reader.height());
   // A bit a pixel is the least that a format of PNG takes.
   if (std::uint64_t{reader.width()} * reader.height() / 8 > file.size() * kMaxDeflateRatio) {
     throwDamaged("it is too short for the size that it claims");
   }
+  if (!reader.expand()) throwDamaged(reader.message());
   Image picture = pictureOfClaimedSize(reader.width(), reader.height(), reader.channels(), reader.sample());
   std::vector<png_bytep> rows(static_cast<std::size_t>(picture.height()));
   withSampleType(picture.sample(), [&](auto type) {

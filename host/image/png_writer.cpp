@@ -1,5 +1,4 @@
 #include <png.h>
-#include <zlib.h>
 
 #include <bit>
 #include <csetjmp>

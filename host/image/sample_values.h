@@ -12,6 +12,14 @@ inline float clampToUnit(float value) {
   return value > 0.0F ? (value < 1.0F ? value : 1.0F) : 0.0F;
 }
 
+// A value that lies within T, rounded to nearest. By way of int, which vector units convert to at once; they can't with
+// unsigned types.
+template <class T>
+T rounded(float value) {
+  constexpr float kHalf = 0.5F;
+  return static_cast<T>(static_cast<int>(value + kHalf));
+}
+
 template <class T>
 inline constexpr float kWhite = std::is_same_v<T, std::uint8_t>    ? 255.0F
                                 : std::is_same_v<T, std::uint16_t> ? 65535.0F
@@ -25,8 +33,7 @@ To sampleAs(From value) {
   } else if constexpr (std::is_same_v<To, float>) {
     return static_cast<float>(value) / kWhite<From>;
   } else if constexpr (std::is_same_v<From, float>) {
-    // By way of int, which vector units convert to at once; they can't with unsigned types.
-    return static_cast<To>(static_cast<int>(clampToUnit(value) * kWhite<To> + 0.5F));
+    return rounded<To>(clampToUnit(value) * kWhite<To>);
   } else if constexpr (std::is_same_v<To, std::uint16_t>) {
     return static_cast<std::uint16_t>(value * 257);
   } else {

@@ -37,7 +37,7 @@ void checkArea(const Image& picture, const Area& area) {
 
 template <class T>
 const T* sourceRow(const Job& job, int y) {
-  return job.picture.row<T>(job.from.top + y) + job.from.left * job.picture.channels();
+  return job.picture.pixel<T>(job.from.left, job.from.top + y);
 }
 
 // The rows of the source that make up row `y` of the result, blended into one.
@@ -67,16 +67,16 @@ void blendRows(const Job& job, int y, float* __restrict blended) {
 
 // Lanes beyond the channels hold the neighbour's values; the next pixel overwrites them, so `line` and `blended` have
 // room for kLanes more samples.
-void scaleLine(const FilterTaps& columns, int width, int channels, const float* __restrict blended,
+void scaleLine(const FilterTaps& columns, int width, std::ptrdiff_t channels, const float* __restrict blended,
                float* __restrict line) {
-  for (int x = 0; x < width; ++x) {
+  for (int x = 0; x < width; ++x, line += channels) {
     const float* __restrict from = blended + columns.first(x) * channels;
     float sum[kLanes] = {};
     for (const float weight : columns.weights(x)) {
       for (int lane = 0; lane < kLanes; ++lane) sum[lane] += weight * from[lane];
       from += channels;
     }
-    std::copy_n(sum, kLanes, line + x * channels);
+    std::copy_n(sum, kLanes, line);
   }
 }
 
@@ -86,7 +86,7 @@ void storeLine(const float* __restrict line, T* __restrict to, int count) {
     if constexpr (std::is_same_v<T, float>) {
       to[i] = line[i];
     } else {
-      to[i] = static_cast<T>(static_cast<int>(std::min(std::max(line[i], 0.0F), kWhite<T>) + 0.5F));
+      to[i] = rounded<T>(std::min(std::max(line[i], 0.0F), kWhite<T>));
     }
   }
 }
@@ -127,7 +127,7 @@ Image crop(const Image& picture, const Area& area) {
   withSampleType(picture.sample(), [&](auto type) {
     using T = decltype(type);
     for (int y = 0; y < area.height; ++y) {
-      const T* from = picture.row<T>(area.top + y) + area.left * picture.channels();
+      const T* from = picture.pixel<T>(area.left, area.top + y);
       std::copy_n(from, area.width * picture.channels(), result.row<T>(y));
     }
   });

@@ -52,16 +52,22 @@ toff_t sizeOf(thandle_t handle) {
   return sourceOf(handle).file.size();
 }
 
-__attribute__((format(printf, 4, 0))) int noteError(TIFF*, void* source, const char*, const char* format,
-                                                    va_list values) {
+__attribute__((format(printf, 2, 0))) void note(Source& source, const char* format, va_list values) {
   char text[256];
   std::vsnprintf(text, sizeof(text), format, values);
-  std::string& message = static_cast<Source*>(source)->message;
-  if (message.empty()) message = text;
+  if (source.message.empty()) source.message = text;
+}
+
+__attribute__((format(printf, 4, 0))) int noteError(TIFF*, void* source, const char*, const char* format,
+                                                    va_list values) {
+  note(*static_cast<Source*>(source), format, values);
   return 1;
 }
 
-int dropWarning(TIFF*, void*, const char*, const char*, va_list) {
+// The library goes on without what lies beyond the end of a file, so that a palette becomes greys.
+__attribute__((format(printf, 4, 0))) int noteShortFile(TIFF*, void* source, const char*, const char* format,
+                                                        va_list values) {
+  if (std::strncmp(format, "IO error", 8) == 0) note(*static_cast<Source*>(source), format, values);
   return 1;
 }
 
@@ -75,7 +81,7 @@ OpenTiff open(Source& source) {
                                                                                  TIFFOpenOptionsFree);
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), static_cast<tmsize_t>(kMaxPictureBytes));
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &source);
-  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), dropWarning, nullptr);
+  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), noteShortFile, &source);
   OpenTiff file(TIFFClientOpenExt("picture", "rm", &source, readSome, refuseWrite, seek, keepOpen, sizeOf, nullptr,
                                   nullptr, options.get()));
   if (file == nullptr) throwDamaged(source.message);
@@ -156,8 +162,7 @@ Image readConverted(TIFF* file, std::uint32_t width, std::uint32_t height) {
 Image readFirstPicture(TIFF* file) {
   const auto width = field<std::uint32_t>(file, TIFFTAG_IMAGEWIDTH, 0);
   const auto height = field<std::uint32_t>(file, TIFFTAG_IMAGELENGTH, 0);
-  // Before a library function multiplies them.
-  if (width > kMaxSide || height > kMaxSide) pictureOfClaimedSize(width, height, 1, Sample::Byte);
+  checkClaimedSize(width, height);
   if (const auto layout = plainLayout(file, width, height)) return readTiffSamples(file, *layout);
   return readConverted(file, width, height);
 }
@@ -173,13 +178,15 @@ bool looksLikeTiff(Bytes file) {
 Image decodeTiff(Bytes file) {
   Source source{file};
   const OpenTiff opened = open(source);
+  std::optional<Image> picture;
   try {
-    return readFirstPicture(opened.get());
+    picture = readFirstPicture(opened.get());
   } catch (const Error&) {
     // The library knows the reason better.
     if (source.message.empty()) throw;
-    throwDamaged(source.message);
   }
+  if (!source.message.empty()) throwDamaged(source.message);
+  return std::move(*picture);
 }
 
 }  // namespace quillmere::image

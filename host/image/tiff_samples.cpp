@@ -23,7 +23,7 @@ template <class Stored, class T>
 void copyRun(const Run& run, Image& picture) {
   const int step = picture.channels();
   const Stored* from = reinterpret_cast<const Stored*>(run.from);
-  T* to = picture.row<T>(run.y) + run.x * step + run.channel;
+  T* to = picture.pixel<T>(run.x, run.y) + run.channel;
   for (int i = 0; i < run.count; ++i, from += run.fromStep, to += step) *to = static_cast<T>(*from);
 }
 
@@ -109,9 +109,8 @@ void invertColors(Image& picture) {
     using T = decltype(type);
     const int channels = picture.channels();
     for (int y = 0; y < picture.height(); ++y) {
-      T* row = picture.row<T>(y);
-      for (int x = 0; x < picture.width(); ++x)
-        row[x * channels] = static_cast<T>(static_cast<T>(kWhite<T>) - row[x * channels]);
+      T* sample = picture.row<T>(y);
+      for (int x = 0; x < picture.width(); ++x, sample += channels) *sample = static_cast<T>(T(kWhite<T>) - *sample);
     }
   });
 }

@@ -41,17 +41,17 @@ Image decodeWebp(Bytes file) {
   const WebPIterator& frame = demuxer.frame;
   const std::uint64_t width = WebPDemuxGetI(demuxer.handle.get(), WEBP_FF_CANVAS_WIDTH);
   const std::uint64_t height = WebPDemuxGetI(demuxer.handle.get(), WEBP_FF_CANVAS_HEIGHT);
-  const bool inside = frame.x_offset >= 0 && frame.y_offset >= 0 && frame.width > 0 && frame.height > 0 &&
-                      static_cast<std::uint64_t>(frame.x_offset) + static_cast<std::uint64_t>(frame.width) <= width &&
-                      static_cast<std::uint64_t>(frame.y_offset) + static_cast<std::uint64_t>(frame.height) <= height;
+  checkClaimedSize(width, height);
+  const int across = static_cast<int>(width), down = static_cast<int>(height);
+  const bool inside = frame.x_offset >= 0 && frame.width > 0 && frame.width <= across - frame.x_offset &&
+                      frame.y_offset >= 0 && frame.height > 0 && frame.height <= down - frame.y_offset;
   if (!inside) throwDamaged("its first frame lies outside the picture");
-  const bool fills =
-      static_cast<std::uint64_t>(frame.width) == width && static_cast<std::uint64_t>(frame.height) == height;
+  const bool fills = frame.width == across && frame.height == down;
   const int channels = fills && frame.has_alpha == 0 ? 3 : 4;
   Image picture = pictureOfClaimedSize(width, height, channels, Sample::Byte);
 
   const int stride = picture.width() * channels;
-  auto* to = picture.row<std::uint8_t>(frame.y_offset) + frame.x_offset * channels;
+  auto* to = picture.pixel<std::uint8_t>(frame.x_offset, frame.y_offset);
   const auto* end = picture.row<std::uint8_t>(0) + static_cast<std::size_t>(stride) * height;
   const auto decodeInto = channels == 3 ? WebPDecodeRGBInto : WebPDecodeRGBAInto;
   if (decodeInto(frame.fragment.bytes, frame.fragment.size, to, static_cast<std::size_t>(end - to), stride) ==

@@ -75,7 +75,7 @@ void Illumination::addOneLamp(const Points& points, RaySet which, int lamp, Draw
     shadows.arm(ray, points[i].leaving(), light.direction, 0.0F, light.distance * 0.9999F, draw.chance(ray));
   });
   if (!shadows.anyArmed()) return;
-  shadows.findAny(scene_.solid(), {scene_, Blending::Dithered, Bundle::Coherent});
+  shadows.findAny(scene_.solid(), {scene_, Blending::Dithered, Bundle::Scattered});
   forEachRay(which, [&](int ray) {
     const auto i = static_cast<std::size_t>(ray);
     if (shadows.isArmed(ray) && !shadows.isBlocked(ray)) received[i] += arriving[i];

@@ -12,7 +12,7 @@ namespace {
 constexpr float kSunRadius = 0.0093F;  // twice the real one, radians
 constexpr float kBright = 1.0F;        // what arrives from the lights on average once exposed
 constexpr float kLampSky = 0.35F;      // strength of the sky beside lights of the scene's own
-constexpr glm::vec3 kSunColor(1.12F, 1.02F, 0.86F);
+constexpr glm::vec3 kSunColor(1.06F, 0.96F, 0.81F);
 constexpr glm::vec3 kSunTravel(-0.48F, -0.74F, -0.47F);
 
 using Kind = scene::Light::Kind;

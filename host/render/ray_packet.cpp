@@ -51,6 +51,9 @@ Hit RayPacket::hit(int ray) const {
 }
 
 void RayPacket::findAny(RTCScene scene, TraceContext context) {
+  // Embree 3.13.5 decides from an unset variable on its stack when a coherent packet is done with being blocked, and
+  // then may never return.
+  context.flags = RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
   rtcOccluded16(armed_.data(), scene, &context, &rays_.ray);
 }
 

@@ -39,7 +39,7 @@ class RayPacket {
   template <class Value>
   using PerRay = std::array<Value, kRays>;
 
-  RayPacket() { restAll(); }
+  RayPacket() : rays_{} { restAll(); }
 
   // Arms one ray from `nearest` to `farthest`, in lengths of its direction. `chance` decides dithered hits.
   void arm(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest, std::uint32_t chance);

@@ -9,8 +9,8 @@ struct Gradient {
   glm::vec3 zenith, horizon, ground;
 };
 
-constexpr Gradient kRadiance{{0.24F, 0.38F, 0.64F}, {0.58F, 0.64F, 0.70F}, {0.20F, 0.19F, 0.17F}};
-constexpr Gradient kBackdrop{{0.16F, 0.34F, 0.66F}, {0.68F, 0.79F, 0.88F}, {0.30F, 0.30F, 0.30F}};
+constexpr Gradient kRadiance{{0.34F, 0.48F, 0.72F}, {0.74F, 0.78F, 0.82F}, {0.26F, 0.25F, 0.23F}};
+constexpr Gradient kBackdrop{{0.16F, 0.34F, 0.66F}, {0.68F, 0.79F, 0.88F}, {0.44F, 0.47F, 0.50F}};
 
 glm::vec3 at(const Gradient& gradient, float height) {
   if (height >= 0.0F) return glm::mix(gradient.horizon, gradient.zenith, std::sqrt(height));

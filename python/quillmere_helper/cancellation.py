@@ -14,7 +14,7 @@ _parent = os.getppid()
 
 
 class Cancelled(BaseException):
-    """Not an Exception, so that no handler for failures mistakes it for one."""
+    """Not an Exception, so that no handler for failures mistakes it for one. Its text tells what was stopped."""
 
 
 def listen() -> None:

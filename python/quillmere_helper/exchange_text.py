@@ -4,10 +4,11 @@ Also runs on interpreters older than the rest of the package supports.
 """
 
 import json
+from typing import Any, Dict
 
 
-def to_json(members: dict) -> bytes:
-    """One member per line, in the order given; non-ASCII text stays as it is, and so do file names that are not UTF-8."""
+def to_json(members: Dict[str, Any]) -> bytes:
+    """One member per line, in the order given; non-ASCII text stays as it is, as do file names that are not UTF-8."""
     text = json.dumps(members, ensure_ascii=False, indent=2) + "\n"
     try:
         return text.encode("utf-8", "surrogateescape")

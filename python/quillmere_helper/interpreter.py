@@ -6,18 +6,19 @@ Also runs on interpreters older than the rest of the package supports.
 import os
 import subprocess
 import sys
+from typing import Dict, List
 
 from .response import Response
 
 OLDEST = (3, 9)
 CHOICE = "QUILLMERE_PYTHON"  # environment: the interpreter to use
-HANDED_OVER = "QUILLMERE_HELPER_HANDED_OVER"  # environment: what the interpreter was chosen for, so that it chooses no other
+HANDED_OVER = "QUILLMERE_HELPER_HANDED_OVER"  # environment: what this interpreter was chosen for; it chooses no other
 NEWEST_MINOR = 16
 PROBE_TIME = 5  # seconds
 FOREIGN = ("PYTHONHOME", "PYTHONPATH", "__PYVENV_LAUNCHER__")  # meant for the interpreter that runs now
 
 
-def leave_if_too_old(argv: list) -> None:
+def leave_if_too_old(argv: List[str]) -> None:
     """Returns on an interpreter that is new enough; otherwise hands over to one, or ends the process with an answer."""
     if sys.version_info >= OLDEST:
         return
@@ -28,7 +29,7 @@ def leave_if_too_old(argv: list) -> None:
     sys.exit(1)
 
 
-def hand_over(argv: list, module: str) -> str:
+def hand_over(argv: List[str], module: str) -> str:
     """Replaces this process by the same run in an interpreter that can import `module`; the process ID stays.
 
     Returns only when there is none, with an error text that names this interpreter and the remedy.
@@ -48,11 +49,11 @@ def problem_with(module: str) -> str:
 
 
 def find(module: str) -> str:
-    """The first other interpreter that is new enough and can import `module` ("": no matter which), or an empty text."""
+    """The first other interpreter that is new enough and can import `module` ("": any will do), or an empty text."""
     return next((path for path in candidates() if can_import(path, module)), "")
 
 
-def candidates() -> list:
+def candidates() -> List[str]:
     """Full paths of other interpreters, the most promising first, each once."""
     names = ["python3"] + ["python3.{}".format(minor) for minor in range(NEWEST_MINOR, OLDEST[1] - 1, -1)]
     folders = [folder for folder in os.environ.get("PATH", "").split(os.pathsep) if os.path.isabs(folder)]
@@ -62,7 +63,8 @@ def candidates() -> list:
     seen = {os.path.realpath(sys.executable)}
     result = []
     for path in found:
-        if os.path.isabs(path) and os.access(path, os.X_OK) and os.path.isfile(path) and os.path.realpath(path) not in seen:
+        usable = os.path.isabs(path) and os.path.isfile(path) and os.access(path, os.X_OK)
+        if usable and os.path.realpath(path) not in seen:
             seen.add(os.path.realpath(path))
             result.append(path)
     return result
@@ -85,7 +87,7 @@ def can_import(interpreter: str, module: str) -> bool:
         return False
 
 
-def own_environment() -> dict:
+def own_environment() -> Dict[str, str]:
     return {name: value for name, value in os.environ.items() if name not in FOREIGN}
 
 

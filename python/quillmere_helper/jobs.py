@@ -3,8 +3,9 @@
 from __future__ import annotations
 
 from dataclasses import dataclass, field
-from typing import Any
+from typing import Any, Mapping, Sequence
 
+from . import provenance
 from .outputs import Outputs
 from .request import RenderRequest
 from .status import Status
@@ -13,17 +14,28 @@ from .workflows import Workflow
 
 @dataclass(frozen=True)
 class Job:
-    """One render. The back end reports to `status` and writes its pictures to `outputs`, the most important one first."""
+    """One render. The back end reports to `status` and writes its pictures to `outputs`, the main one first."""
 
     request: RenderRequest
     workflow: Workflow
     status: Status
     outputs: Outputs
 
+    def deliver(self, pictures: Sequence[tuple[bytes, str]], seed: int, facts: Mapping[str, Any]) -> None:
+        """Writes whole picture files, each given with its kind, together with what made them: the request, and `facts`
+        that the back end adds or knows better."""
+        self.status.tell("write", "Writing the picture", 0.99)
+        for content, kind in pictures:
+            made = provenance.facts_of(
+                self.request, self.workflow.content, seed, {**facts, "backend": self.workflow.backend}
+            )
+            self.outputs.write(provenance.into_png(content, made) if kind == "png" else content, kind)
+            self.outputs.write_side_file(provenance.side_file(made))
+
 
 @dataclass(frozen=True)
 class Made:
-    """What is worth knowing about finished pictures; `facts` goes into the response."""
+    """How the pictures came about: the seed that they were made with, and remarks that the user should see."""
 
     seed: int
-    facts: dict[str, Any] = field(default_factory=dict)
+    notes: list[str] = field(default_factory=list)

@@ -11,12 +11,8 @@ from .errors import HelperError, reason_of
 LONGEST_INTEGER = 20  # digits; 64-bit seeds have that many, and converting a million digits takes minutes
 
 
-def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:
-    """The JSON object in the file at `path`, of at most `largest` bytes.
-
-    Bytes that are not UTF-8 become lone surrogates, from which `os.fsencode` makes the same bytes again; control characters in
-    texts are let through. Raises HelperError that calls the file `what` and ends in `remedy`.
-    """
+def read_file(path: str, what: str, largest: int, remedy: str) -> bytes:
+    """The file at `path`, of at most `largest` bytes. Raises HelperError that calls it `what` and ends in `remedy`."""
     name = f'the {what} "{path}"'
     try:
         if os.path.exists(path) and not os.path.isfile(path):
@@ -26,19 +22,28 @@ def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, An
     except (OSError, ValueError) as error:
         raise HelperError(f"Cannot read {name}: {reason_of(error)}; {remedy}") from error
     if len(raw) > largest:
-        raise HelperError(f"{name[0].upper()}{name[1:]} is larger than {largest >> 20} MB; {remedy}")
-    return parse_object(raw, name, remedy)
+        raise HelperError(f"T{name[1:]} is larger than {largest >> 20} MB; {remedy}")
+    return raw
+
+
+def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:
+    """The JSON object in the file at `path`; see `read_file` and `parse_object`."""
+    return parse_object(read_file(path, what, largest, remedy), f'The {what} "{path}"', remedy)
 
 
 def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
+    """Bytes that are not UTF-8 become lone surrogates, from which `os.fsencode` makes the same bytes again; control
+    characters in texts are let through. NaN and its like, which some writers leave in JSON, become null.
+
+    Raises HelperError that begins with `name` and ends in `remedy`.
+    """
     try:
-        value = json.loads(
-            raw.decode("utf-8-sig", "surrogateescape"), strict=False, parse_int=_integer, parse_constant=_not_a_number
-        )
+        text = raw.decode("utf-8-sig", "surrogateescape")
+        value = json.loads(text, strict=False, parse_int=_integer, parse_constant=lambda word: None)
     except (ValueError, RecursionError) as error:
-        raise HelperError(f"{name[0].upper()}{name[1:]} is not JSON: {reason_of(error)}; {remedy}") from error
+        raise HelperError(f"{name} is not JSON: {reason_of(error)}; {remedy}") from error
     if not isinstance(value, dict):
-        raise HelperError(f"{name[0].upper()}{name[1:]} is not a JSON object; {remedy}")
+        raise HelperError(f"{name} is not a JSON object; {remedy}")
     return value
 
 
@@ -46,7 +51,3 @@ def _integer(digits: str) -> int:
     if len(digits) > LONGEST_INTEGER + 1:
         raise ValueError(f"a number of {len(digits)} digits")
     return int(digits)
-
-
-def _not_a_number(word: str) -> float:
-    raise ValueError(f"{word} is no number")

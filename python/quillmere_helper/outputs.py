@@ -7,9 +7,11 @@ import os
 import re
 from pathlib import Path
 
-from . import exchange_text
+from . import exchange_text, whole_file
 from .errors import HelperError, reason_of
 
+CHOOSE = "choose another one"
+SIDE_FILE = ".json"  # added to the name of a picture
 LONGEST_STEM = 200  # bytes of a name before its number; file systems allow 255 in all
 
 
@@ -22,7 +24,7 @@ class Outputs:
             raise HelperError(f'The Filename Prefix "{prefix}" holds a slash or a control character; use a plain name')
         self._folder = Path(os.path.abspath(os.path.expanduser(folder)))
         if not exchange_text.reads_back(str(self._folder)):
-            raise HelperError(f'The Output Directory "{folder}" holds a backslash or a control character; choose another one')
+            raise HelperError(f'The Output Directory "{folder}" holds a backslash or a control character; {CHOOSE}')
         self._stem = f"{prefix}_f{frame}_"
         if len(os.fsencode(self._stem)) > LONGEST_STEM:
             raise HelperError(f'The Filename Prefix "{prefix[:40]}..." is too long for a file name; use a shorter one')
@@ -33,9 +35,10 @@ class Outputs:
         try:
             self._folder.mkdir(parents=True, exist_ok=True)
         except OSError as error:
-            raise HelperError(f'Cannot make the Output Directory "{self._folder}": {reason_of(error)}; choose another one') from error
+            why = f"{reason_of(error)}; {CHOOSE}"
+            raise HelperError(f'Cannot make the Output Directory "{self._folder}": {why}') from error
         if not os.access(self._folder, os.W_OK | os.X_OK):
-            raise HelperError(f'The Output Directory "{self._folder}" is read-only for you; choose another one')
+            raise HelperError(f'The Output Directory "{self._folder}" is read-only for you; {CHOOSE}')
 
     def write(self, picture: bytes, extension: str) -> str:
         """Writes one whole picture under the next free name and returns its path; on failure nothing is left behind."""
@@ -50,6 +53,14 @@ class Outputs:
             beside.unlink(missing_ok=True)
         self.paths.append(str(path))
         return str(path)
+
+    def write_side_file(self, content: bytes) -> None:
+        """Writes `<picture>.json` for the picture written last."""
+        path = self.paths[-1] + SIDE_FILE
+        try:
+            whole_file.write_whole(path, content)
+        except OSError as error:
+            raise HelperError(f'Cannot write "{path}": {reason_of(error)}; check the Output Directory') from error
 
     def _publish(self, beside: Path, extension: str) -> Path:
         number = self._highest() + 1

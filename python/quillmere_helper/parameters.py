@@ -9,7 +9,6 @@ from typing import Any, Mapping, Sequence
 from .errors import HelperError
 
 LARGEST_SEED = (1 << 64) - 1
-SEED_WORDS = ("frame", "random")
 
 
 @dataclass(frozen=True)
@@ -25,17 +24,20 @@ class Parameter:
 
     def accepted(self) -> str:
         if self.name == "seed":
-            return f'a whole number of 0 to {LARGEST_SEED}, "frame" or "random"'
+            return f"a whole number of 0 to {LARGEST_SEED}, or {self._words()}"
         if isinstance(self.default, bool):
             return "true or false"
         if isinstance(self.default, str):
-            return "one of " + ", ".join(f'"{word}"' for word in self.words) if self.words else "a text"
+            return f"one of {self._words()}" if self.words else "a text"
         kind = "a whole number" if isinstance(self.default, int) else "a number"
         return f"{kind} of {self.least:g} to {self.most:g}"
 
+    def _words(self) -> str:
+        return ", ".join(f'"{word}"' for word in self.words)
+
     def accepts(self, value: Any) -> bool:
         if self.name == "seed":
-            return value in SEED_WORDS if isinstance(value, str) else type(value) is int and 0 <= value <= LARGEST_SEED
+            return value in self.words if isinstance(value, str) else type(value) is int and 0 <= value <= LARGEST_SEED
         if isinstance(self.default, bool):
             return isinstance(value, bool)
         if isinstance(self.default, str):

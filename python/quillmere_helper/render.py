@@ -20,14 +20,15 @@ DONE, FAILED, CANCELLED = 0, 1, 143
 
 
 def run(argv: list[str], request_path: str, response_path: str) -> int:
-    """Returns the exit status of the process. The response tells the same story, and so does standard error for failures."""
+    """Returns the exit status of the process. The response tells the same story; failures go to standard error too."""
     response = Response(response_path)
     try:
         response.begin()
         cancellation.listen()
         return _answered(argv, request_path, response)
     except OSError as error:
-        print(f'quillmere_render_helper: cannot write the response "{response_path}": {reason_of(error)}', file=sys.stderr)
+        text = f'cannot write the response "{response_path}": {reason_of(error)}'
+        print(f"quillmere_render_helper: {text}", file=sys.stderr)
         return FAILED
 
 
@@ -37,9 +38,11 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         job = _prepare(argv, request_path)
         made = backends.load(job.workflow.backend).make(job)
         response.succeed(job.outputs.paths, _facts(job, made, time.monotonic() - started))
+        for note in made.notes:
+            print(f"quillmere_render_helper: {note}", file=sys.stderr)
         return DONE
-    except cancellation.Cancelled:
-        response.fail("Quillmere render cancelled")
+    except cancellation.Cancelled as cancelled:
+        response.fail(str(cancelled) or "Quillmere render cancelled")
         return CANCELLED
     except HelperError as error:
         return _failed(response, str(error), error.details)
@@ -70,7 +73,7 @@ def _require(argv: list[str], module: str) -> None:
 
 
 def _facts(job: Job, made: Made, seconds: float) -> dict[str, object]:
-    return {"backend": job.workflow.backend, "seed": made.seed, "seconds": round(seconds, 3), **made.facts}
+    return {"backend": job.workflow.backend, "seed": made.seed, "seconds": round(seconds, 3), "notes": made.notes}
 
 
 def _failed(response: Response, text: str, details: str) -> int:

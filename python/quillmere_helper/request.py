@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 from dataclasses import dataclass, fields
+from typing import Any
 
 from .errors import HelperError
 from .json_reader import read_object
@@ -12,6 +13,7 @@ LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
 LARGEST_SIDE = 16384  # pixels
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"
+KINDS = {"str": (str, "text"), "int": (int, "whole number")}
 
 
 @dataclass(frozen=True)
@@ -33,10 +35,10 @@ class RenderRequest:
 def read_request(path: str) -> RenderRequest:
     """Raises HelperError when the file is not a request that can be carried out. Keys that are not ours are ignored."""
     members = read_object(path, "render request", LARGEST_REQUEST, AGAIN)
-    values = {}
+    values: dict[str, Any] = {}
     for field in fields(RenderRequest):
         value = members.get(field.name)
-        kind, kind_name = (int, "whole number") if field.type == "int" else (str, "text")
+        kind, kind_name = KINDS[str(field.type)]
         if type(value) is not kind:
             problem = f'lacks "{field.name}"' if value is None else f'has no {kind_name} in "{field.name}"'
             raise HelperError(f'The render request "{path}" {problem}; {AGAIN}')
@@ -62,8 +64,8 @@ def _check(request: RenderRequest) -> None:
         request.width * request.height > LARGEST_AREA
     ):
         raise HelperError(
-            f"A picture of {request.width} x {request.height} pixels cannot be made; set a resolution of 1 to {LARGEST_SIDE} "
-            f"pixels a side and at most {LARGEST_AREA // 1_000_000} megapixels"
+            f"A picture of {request.width} x {request.height} pixels cannot be made; set a resolution of "
+            f"1 to {LARGEST_SIDE} pixels a side and at most {LARGEST_AREA // 1_000_000} megapixels"
         )
 
 

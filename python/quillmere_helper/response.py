@@ -4,6 +4,7 @@ Also runs on interpreters older than the rest of the package supports.
 """
 
 import os
+from typing import Any, Dict, List
 
 from . import exchange_text, whole_file
 
@@ -11,7 +12,7 @@ STOPPED = "The render was stopped before its picture was finished; render the fr
 
 
 class Response:
-    """The answer of one run. From `begin` on there is always a whole, true answer on disk, however this process ends."""
+    """The answer of one run. From `begin` on a whole, true answer is always on disk, however this process ends."""
 
     def __init__(self, path: str) -> None:
         self._path = path
@@ -34,12 +35,12 @@ class Response:
             self._log(error + "\n\n" + details + "\n")
         self._write(members)
 
-    def succeed(self, outputs: list, facts: dict) -> None:
+    def succeed(self, outputs: List[str], facts: Dict[str, Any]) -> None:
         """`outputs` are full paths, the first picture first; `facts` may hold no key that the effect reads."""
         first = outputs[0] if outputs else ""
         self._write(dict({"ok": True, "first_output": first, "outputs": outputs}, **facts))
 
-    def _write(self, members: dict) -> None:
+    def _write(self, members: Dict[str, Any]) -> None:
         whole_file.write_whole(self._path, exchange_text.to_json(members))
 
     def _log(self, text: str) -> None:

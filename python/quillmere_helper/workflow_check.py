@@ -12,7 +12,7 @@ from .workflows import read_workflow
 
 
 def run(path: str, as_json: bool) -> int:
-    """Prints one line, or one JSON object with at least "workflow", "ok", "backend" and "problem"; returns the exit status."""
+    """Prints a line, or a JSON object with at least "workflow", "ok", "backend", "problem"; returns the exit status."""
     report = check(path)
     if as_json:
         print(json.dumps(report))

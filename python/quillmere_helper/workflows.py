@@ -6,11 +6,13 @@ import os
 from dataclasses import dataclass
 from typing import Any, Mapping
 
+from . import json_reader, provenance
 from .errors import HelperError
-from .json_reader import read_object
+from .png_chunks import SIGNATURE
 
-LARGEST_WORKFLOW = 64 << 20  # bytes
+LARGEST_WORKFLOW = 256 << 20  # bytes; it may be a picture
 REMEDY = "choose another one in the Workflow menu, or put the file there"
+COMFYUI = "comfyui"
 
 
 @dataclass(frozen=True)
@@ -27,10 +29,33 @@ class Workflow:
 
 
 def read_workflow(path: str, backends: Mapping[str, str]) -> Workflow:
-    """Raises HelperError when the file cannot be read or is for none of `backends`."""
-    content = read_object(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
+    """Tells by its content what a file is: our own JSON, a ComfyUI graph in either format, or a picture of an earlier
+    render. Raises HelperError when the file cannot be read or is for none of `backends`."""
+    raw = json_reader.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
+    if raw.startswith(SIGNATURE):
+        content = provenance.workflow_in(raw, path, REMEDY)
+    else:
+        content = json_reader.parse_object(raw, f'The workflow "{path}"', REMEDY)
+    return Workflow(path, _backend_of(path, content, backends), content)
+
+
+def is_api_graph(content: Mapping[str, Any]) -> bool:
+    """Every value a node: the format that the server itself runs."""
+    return bool(content) and all(isinstance(node, dict) and "class_type" in node for node in content.values())
+
+
+def is_editor_graph(content: Mapping[str, Any]) -> bool:
+    """The format in which the graph editor saves."""
+    return isinstance(content.get("nodes"), list)
+
+
+def _backend_of(path: str, content: Mapping[str, Any], backends: Mapping[str, str]) -> str:
+    if is_api_graph(content) or is_editor_graph(content):
+        return COMFYUI
     backend = content.get("backend")
-    if not isinstance(backend, str) or backend not in backends:
-        found = f'names the back end "{backend}"' if isinstance(backend, str) else 'names no "backend"'
-        raise HelperError(f'The workflow "{path}" {found}; supported: {", ".join(backends)}')
-    return Workflow(path, backend, content)
+    if isinstance(backend, str) and backend in backends:
+        return backend
+    found = (
+        f'names the back end "{backend}"' if isinstance(backend, str) else 'is no ComfyUI graph and names no "backend"'
+    )
+    raise HelperError(f'The workflow "{path}" {found}; supported: {", ".join(backends)}, and ComfyUI graphs')

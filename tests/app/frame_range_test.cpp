@@ -43,8 +43,10 @@ TEST(FrameRange, CountsTheWidestRangeWithoutOverflow) {
 }
 
 TEST(FrameRange, RefusesWhatItWouldHaveToGuess) {
-  for (const char* given : {"", "-", "a", "1-", "1--", "-1-x2", "5-4", "1-4x0", "1-4x-1", "1-4x", "1x2", "1-4x2x2", " 1", "1 ",
-                            "+1", "1,2", "1.5", "0x10", "2147483648", "1-2147483648", "1-2x99999999999999999999"}) {
+  for (const char* given :
+       {"",      "-",      "a",    "1-",   "1--",        "-1-x2",        "5-4",
+        "1-4x0", "1-4x-1", "1-4x", "1x2",  "1-4x2x2",    " 1",           "1 ",
+        "+1",    "1,2",    "1.5",  "0x10", "2147483648", "1-2147483648", "1-2x99999999999999999999"}) {
     EXPECT_THROW(parseFrameRange(given), Failure) << "'" << given << "'";
   }
 }
@@ -53,7 +55,8 @@ TEST(PictureSize, ReadsTwoSidesAndNothingElse) {
   const PictureSize size = parsePictureSize("1920x1080");
   EXPECT_EQ(size.width, 1920);
   EXPECT_EQ(size.height, 1080);
-  for (const char* given : {"", "x", "1920", "1920x", "x1080", "0x4", "4x-4", "16001x4", "4x4x4", "4 x4", "4X4", "99999999999x4"}) {
+  for (const char* given :
+       {"", "x", "1920", "1920x", "x1080", "0x4", "4x-4", "16001x4", "4x4x4", "4 x4", "4X4", "99999999999x4"}) {
     EXPECT_THROW(parsePictureSize(given), Failure) << "'" << given << "'";
   }
 }

@@ -35,11 +35,11 @@ TEST(OutputPattern, NumbersFramesThatWouldShareAFile) {
 
 TEST(OutputPattern, TakesTheFormatFromTheEnding) {
   for (const auto& [given, format] : std::vector<std::pair<const char*, FileFormat>>{{"a.png", FileFormat::Png8},
-                                                                                    {"a.Png", FileFormat::Png8},
-                                                                                    {"a16.png", FileFormat::Png8},
-                                                                                    {"a.16.PNG", FileFormat::Png16},
-                                                                                    {".16.png", FileFormat::Png8},
-                                                                                    {"a.exr", FileFormat::Exr}}) {
+                                                                                     {"a.Png", FileFormat::Png8},
+                                                                                     {"a16.png", FileFormat::Png8},
+                                                                                     {"a.16.PNG", FileFormat::Png16},
+                                                                                     {".16.png", FileFormat::Png8},
+                                                                                     {"a.exr", FileFormat::Exr}}) {
     EXPECT_EQ(OutputPattern::parse(given).format(), format) << given;
   }
   for (const char* given : {"", "a", "a.jpg", "a.png/", ".png", "d/.exr", "png", "a.png "}) {

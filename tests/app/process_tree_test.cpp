@@ -5,8 +5,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cerrno>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -45,12 +45,12 @@ TEST(ProcessTree, EndsChildrenGrandchildrenAndOrphans) {
     const char *what, *script;
     std::size_t processes;
   };
-  for (const auto& [what, script, processes] : std::vector<Row>{
-           {"a child", "sleep 60; :", 2},
-           {"grandchildren", "(sleep 60; :) & (sleep 60; :) & wait", 5},
-           {"an orphan whose parent has ended", "(sleep 60; :) &", 2},
-           {"one that ignores the polite signal", "trap '' TERM; sleep 60; :", 2},
-           {"one in a session of its own", "setsid sleep 60 & sleep 60; :", 3}}) {
+  for (const auto& [what, script, processes] :
+       std::vector<Row>{{"a child", "sleep 60; :", 2},
+                        {"grandchildren", "(sleep 60; :) & (sleep 60; :) & wait", 5},
+                        {"an orphan whose parent has ended", "(sleep 60; :) &", 2},
+                        {"one that ignores the polite signal", "trap '' TERM; sleep 60; :", 2},
+                        {"one in a session of its own", "setsid sleep 60 & sleep 60; :", 3}}) {
     SCOPED_TRACE(what);
     ASSERT_GT(shell(script), 0);
     ASSERT_TRUE(waitForDescendants(processes));

@@ -17,17 +17,28 @@ TEST(Printable, LeavesNothingThatSteersATerminal) {
   for (const auto& [given, shown] : std::vector<Row>{{"Washing tones (40 %)", "Washing tones (40 %)"},
                                                      {"two\nlines\tand\rmore", "two lines and more"},
                                                      {"\x1b[31mred\x07", "\uFFFD[31mred\uFFFD"},
-                                                     {"\xC2\x9B" "31m", "\uFFFD31m"},
-                                                     {"a\u202E" "b", "a\uFFFD" "b"},
-                                                     {std::string("a\0b", 3), "a\uFFFD" "b"},
+                                                     {"\xC2\x9B"
+                                                      "31m",
+                                                      "\uFFFD31m"},
+                                                     {"a\u202E"
+                                                      "b",
+                                                      "a\uFFFD"
+                                                      "b"},
+                                                     {std::string("a\0b", 3),
+                                                      "a\uFFFD"
+                                                      "b"},
                                                      {"Lumière 光 🎨", "Lumière 光 🎨"}}) {
     EXPECT_EQ(printable(given), shown);
   }
 }
 
 TEST(Printable, ReplacesEachByteThatIsNoUtf8) {
-  for (const auto& [given, broken] : std::vector<std::pair<std::string, int>>{
-           {"\xFF", 1}, {"\xC0\xAF", 2}, {"\xE2\x82", 2}, {"\xED\xA0\x80", 3}, {"\xF4\x90\x80\x80", 4}, {"\xF0\x80\x80\x80", 4}}) {
+  for (const auto& [given, broken] : std::vector<std::pair<std::string, int>>{{"\xFF", 1},
+                                                                              {"\xC0\xAF", 2},
+                                                                              {"\xE2\x82", 2},
+                                                                              {"\xED\xA0\x80", 3},
+                                                                              {"\xF4\x90\x80\x80", 4},
+                                                                              {"\xF0\x80\x80\x80", 4}}) {
     std::string expected;
     for (int count = 0; count < broken; ++count) expected += "\uFFFD";
     EXPECT_EQ(printable(given + "x"), expected + "x");
@@ -66,7 +77,8 @@ TEST(StatusLine, NeverGrowsBeyondTheTerminal) {
 TEST(StatusLine, ShowsFrameBarTextAndTime) {
   const StatusLine line{12, 1, 4, 0.0, true, "Inking", 3.9};
   EXPECT_EQ(composed(line, 1, 80, Glyphs::Ascii), "/ [#####...............] frame 12 (2/4)  Inking  3 s");
-  EXPECT_EQ(composed({12, 0, 1, 1.0, false, "Render complete", 0}, 1, 40, Glyphs::Ascii), "  frame 12  Render complete  0 s");
+  EXPECT_EQ(composed({12, 0, 1, 1.0, false, "Render complete", 0}, 1, 40, Glyphs::Ascii),
+            "  frame 12  Render complete  0 s");
 }
 
 }  // namespace

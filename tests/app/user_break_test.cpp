@@ -8,8 +8,8 @@
 #include <chrono>
 #include <thread>
 
-#include "process/runtime_lock.h"
 #include "failure.h"
+#include "process/runtime_lock.h"
 
 namespace quillmere::app {
 namespace {

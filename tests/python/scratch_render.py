@@ -16,23 +16,23 @@ ROOT = Path(__file__).resolve().parents[2]
 HELPER = ROOT / "python" / "quillmere_render_helper.py"
 sys.path.insert(0, str(ROOT / "python"))
 
-from quillmere_helper import interpreter  # noqa: E402
+from quillmere_helper import interpreter, png_chunks  # noqa: E402
 
 
 def with_pillow():
     """An interpreter that can draw, or None."""
-    return sys.executable if interpreter.can_import(sys.executable, "PIL.Image") else interpreter.find("PIL.Image") or None
+    if interpreter.can_import(sys.executable, "PIL.Image"):
+        return sys.executable
+    return interpreter.find("PIL.Image") or None
 
 
-def png(width, height, pixel=lambda x, y: (200, 60, 40)):
-    """An 8-bit RGB PNG made without any picture library."""
-    rows = b"".join(b"\0" + b"".join(bytes(pixel(x, y)) for x in range(width)) for y in range(height))
-
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    header = struct.pack(">IIBBBBB", width, height, 8, 2, 0, 0, 0)
-    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows, 1)) + chunk(b"IEND", b"")
+def png(width, height, colour=(200, 60, 40), depth=8):
+    """An RGB PNG of one colour, made without any picture library."""
+    samples = bytes(colour) if depth == 8 else b"".join(bytes((sample, sample)) for sample in colour)
+    header = struct.pack(">IIBBBBB", width, height, depth, 2, 0, 0, 0)
+    parts = [png_chunks.chunk(b"IHDR", header)]
+    parts.append(png_chunks.chunk(b"IDAT", zlib.compress((b"\0" + samples * width) * height, 1)))
+    return b"".join([png_chunks.SIGNATURE, *parts, png_chunks.chunk(b"IEND", b"")])
 
 
 class RenderCase(unittest.TestCase):
@@ -65,10 +65,11 @@ class RenderCase(unittest.TestCase):
         path.write_bytes(content if isinstance(content, bytes) else json.dumps(content).encode())
         return str(path)
 
-    def start(self, python=None, request=None, **popen):
-        """Starts the helper on `request`, or on `members`."""
-        self.write("request_3.json", self.members if request is None else request)
-        command = [python or sys.executable, str(HELPER), str(self.folder / "request_3.json"), str(self.response_file)]
+    def start(self, python=None, request=None, name="request_3.json", **popen):
+        """Starts the helper on `request`, or on `members`, after the status that the effect leaves for it."""
+        path = self.write(name, self.members if request is None else request)
+        self.write(self.status_file.name, {"phase": "prepare", "message": "Preparing Quillmere render"})
+        command = [python or sys.executable, str(HELPER), path, str(self.response_file)]
         process = subprocess.Popen(command, env=self.environment, stderr=subprocess.PIPE, text=True, **popen)
         self.addCleanup(lambda: (process.poll() is None and process.kill(), process.wait(), process.stderr.close()))
         return process
@@ -92,7 +93,7 @@ class RenderCase(unittest.TestCase):
             time.sleep(0.005)
 
     def assert_cancelled(self, process):
-        """Sends signal 15 and holds the helper to its promise: gone within a second, an answer, nothing left lying around."""
+        """Sends signal 15 and holds the helper to its promise: gone within a second, an answer, nothing left around."""
         process.send_signal(signal.SIGTERM)
         sent = time.monotonic()
         process.wait(timeout=20)

@@ -6,7 +6,7 @@ import sys
 import time
 import unittest
 
-from scratch_render import RenderCase, png, with_pillow
+from scratch_render import RenderCase, with_pillow
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: stopping a drawing is not tested")
@@ -23,7 +23,15 @@ class Cancellation(RenderCase):
                 time.sleep(0.02)  # into the long work that was announced
                 self.assert_cancelled(process)
                 self.assertEqual(list(self.outputs.iterdir()), [])
-                self.status_file.unlink()
+
+    def test_a_helper_that_is_killed_leaves_no_answer_of_an_earlier_render(self):
+        self.write("response_3.json", {"ok": True, "first_output": "/an/earlier/picture.png"})
+        process = self.start(python=with_pillow())
+        self.wait_for(lambda: self.message().startswith("Washing"), "the washes")
+        process.kill()
+        process.wait()
+        self.assertFalse(self.response()["ok"])
+        self.assertIn("stopped", self.response()["error"])
 
     def test_a_signal_that_the_host_blocks_or_ignores_still_stops_the_render(self):
         def blocked():
@@ -37,7 +45,6 @@ class Cancellation(RenderCase):
                 process = self.start(python=with_pillow(), preexec_fn=prepare)
                 self.wait_for(lambda: self.message().startswith("Washing"), "the washes")
                 self.assert_cancelled(process)
-                self.status_file.unlink()
 
     def test_a_stop_during_the_search_for_an_interpreter_ends_the_search_too(self):
         slow = self.folder / "slow"
@@ -46,10 +53,11 @@ class Cancellation(RenderCase):
         self.write("PIL.py", b"raise ImportError")
         self.environment.update(QUILLMERE_PYTHON=str(slow), PYTHONPATH=str(self.folder))
         process = self.start(python=sys.executable)
-        self.wait_for(lambda: (self.folder / "searching").exists() and (self.folder / "searching").read_text(), "the search")
+        searching = self.folder / "searching"
+        self.wait_for(lambda: searching.exists() and searching.read_text(), "the search")
         self.assert_cancelled(process)
         with self.assertRaises(ProcessLookupError):
-            os.kill(int((self.folder / "searching").read_text()), 0)
+            os.kill(int(searching.read_text()), 0)
 
 
 if __name__ == "__main__":

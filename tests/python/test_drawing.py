@@ -82,14 +82,17 @@ class Drawing(unittest.TestCase):
     def test_words_that_are_denied_or_not_of_mood_change_nothing(self):
         guide = a_guide((96, 64))
         plain = drawn(guide).tobytes()
-        system = "Lock camera angle, framing, lens, perspective, horizon, and composition. Do not move, resize, replace, or rescale"
+        system = (
+            "Lock camera angle, framing, lens, perspective, horizon, and composition. Do not move or rescale anything."
+        )
         for prompt in (system, "a street without fog, no rain", "knight, bluebird, Redmond", "日本 \x00 {prompt}"):
             with self.subTest(prompt):
                 self.assertEqual(drawn(guide, prompt).tobytes(), plain)
 
     def test_a_style_image_gives_its_colours(self):
         guide = a_guide()
-        warm, cold = (means(drawn(guide, look=Image.new("RGB", (50, 50), colour))) for colour in ((220, 150, 60), (60, 110, 220)))
+        looks = (Image.new("RGB", (50, 50), colour) for colour in ((220, 150, 60), (60, 110, 220)))
+        warm, cold = (means(drawn(guide, look=look)) for look in looks)
         self.assertGreater((warm[0] - warm[2]) - (cold[0] - cold[2]), 80)
 
     def test_pictures_of_any_size_and_plain_ones_are_drawn(self):
@@ -121,10 +124,12 @@ class GivenPictures(RenderCase):
     def test_a_picture_that_is_none_is_an_error_that_names_it(self):
         good = (self.folder / "reference_3.png").read_bytes()
         bomb = good[:16] + (30000).to_bytes(4, "big") * 2 + good[24:]
-        for what, content in (("missing", None), ("empty", b""), ("text", b"GIF? no"), ("cut off", good[:90]), ("a bomb", bomb)):
+        rows = (("missing", None), ("empty", b""), ("text", b"GIF? no"), ("cut off", good[:90]), ("a bomb", bomb))
+        for what, content in rows:
             for key in ("reference_image", "locked_style_image"):
                 with self.subTest(what, key=key):
-                    self.members[key] = str(self.folder / "absent.png") if content is None else self.write("given.png", content)
+                    path = str(self.folder / "absent.png") if content is None else self.write("given.png", content)
+                    self.members[key] = path
                     status, response = self.run_helper()
                     self.assertEqual(status, 1)
                     self.assertIn(self.members[key], response["error"])

@@ -1,6 +1,7 @@
 """The helper as the effect sees it: two arguments, a status, a response, pictures and an exit status."""
 
 import json
+import resource
 import subprocess
 import sys
 import unittest
@@ -38,7 +39,7 @@ WORKFLOWS = (
     ({"backend": "embedded", "parameters": []}, '"parameters"'),
     ({"backend": "embedded", "parameters": {"lines": 1}}, 'did you mean "line"?'),
     ({"backend": "embedded", "parameters": {"layers": 99}}, "a whole number of 2 to 9"),
-    ({"backend": "embedded", "parameters": {"seed": 1 << 64}}, '"frame" or "random"'),
+    ({"backend": "embedded", "parameters": {"seed": 1 << 64}}, '"frame", "random"'),
     ({"backend": "embedded", "parameters": {"wash": "much"}}, "a number of 0 to 2"),
 )
 
@@ -83,7 +84,8 @@ class RenderProcess(RenderCase):
         self.assertIn(f"VERSION {printed.stdout.split()[-1]} ", (ROOT / "CMakeLists.txt").read_text())
 
     def test_check_tells_which_back_end_a_workflow_is_for(self):
-        for content, backend, good in (({"backend": "embedded"}, "embedded", bool(with_pillow())), ({"backend": "x"}, "", False)):
+        rows = (({"backend": "embedded"}, "embedded", bool(with_pillow())), ({"backend": "x"}, "", False))
+        for content, backend, good in rows:
             with self.subTest(content):
                 command = [sys.executable, str(HELPER), "--json", "--check", self.write("workflow.json", content)]
                 done = subprocess.run(command, capture_output=True, text=True, check=False)
@@ -120,11 +122,13 @@ class Pictures(RenderCase):
         self.assertEqual(written, {str(self.outputs / f"shot_f3_{number}.png") for number in (1, 2, 3, 4)})
 
     def test_names_that_are_not_ascii_and_prompts_with_raw_control_characters_pass_through(self):
-        self.members.update(output_dir=str(self.folder / 'Bilder "Küste"'), output_prefix="évé nement", effective_prompt="a\tb")
+        directory = self.folder / 'Bilder "Küste"'
+        self.members.update(output_dir=str(directory), output_prefix="évé nement", effective_prompt="a\tb")
         request = json.dumps(self.members, ensure_ascii=False).replace("a\\tb", "a\x01b").encode()
         status, response = self.run_helper(request=request)
         self.assertEqual((status, response["ok"]), (0, True), self.errors)
-        self.assertIn(f'"first_output": "{self.folder}/Bilder \\"Küste\\"/évé nement_f3_1.png"', self.response_file.read_text("utf-8"))
+        escaped = str(directory).replace('"', '\\"')
+        self.assertIn(f'"first_output": "{escaped}/évé nement_f3_1.png"', self.response_file.read_text("utf-8"))
 
     def test_no_poll_meets_a_half_written_status(self):
         self.members.update(width=640, height=360)
@@ -134,6 +138,16 @@ class Pictures(RenderCase):
                 seen.append(json.loads(self.status_file.read_bytes())["message"])
         self.assertGreater(len(set(seen)), 3)
         self.assertEqual(process.returncode, 0)
+
+    def test_a_disk_that_is_full_leaves_no_half_picture(self):
+        self.members.update(width=320, height=180)
+        largest = (16384, 16384)  # bytes of a file; the picture is larger, the answer is not
+        status, response = self.run_helper(
+            python=with_pillow(), preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, largest)
+        )
+        self.assertEqual(status, 1)
+        self.assertIn(f'Cannot write a picture into "{self.outputs}"', response["error"])
+        self.assertEqual(list(self.outputs.iterdir()), [])
 
     def test_a_status_that_cannot_be_written_costs_no_picture(self):
         for path in ("", "/nowhere/status.json"):

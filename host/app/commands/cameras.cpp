@@ -8,6 +8,7 @@
 #include "process/output.h"
 #include "progress/report.h"
 #include "progress/text_cells.h"
+#include "run.h"
 #include "scene/scene.h"
 
 namespace quillmere::app {
@@ -18,7 +19,9 @@ struct Options {
   bool json = false;
 };
 
-const char* kindOf(const scene::CameraInfo& camera) { return camera.orthographic ? "orthographic" : "perspective"; }
+const char* kindOf(const scene::CameraInfo& camera) {
+  return camera.orthographic ? "orthographic" : "perspective";
+}
 
 std::string listing(const scene::Scene& scene) {
   std::string lines;
@@ -38,7 +41,7 @@ Json listed(const scene::Scene& scene) {
 
 ExitStatus run(const Options& options) {
   const auto scene = scene::load(options.scene);
-  for (const std::string& warning : scene->warnings()) Output(STDERR_FILENO).write("warning: " + printable(warning) + "\n");
+  printWarnings(scene->warnings());
   if (scene->cameras().empty()) throw Failure(ExitStatus::Failed, "scene '" + options.scene + "'", "it has no camera");
   Output(STDOUT_FILENO).write(options.json ? lineOf(listed(*scene)) : listing(*scene));
   return ExitStatus::Done;

@@ -16,6 +16,8 @@ constexpr std::array kCommands{
 
 }  // namespace
 
-std::span<const Command> commands() { return kCommands; }
+std::span<const Command> commands() {
+  return kCommands;
+}
 
 }  // namespace quillmere::app

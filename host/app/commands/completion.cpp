@@ -68,7 +68,9 @@ std::string forBash() {
 }
 
 // zsh reads what bash does, once it is told to.
-std::string forZsh() { return "autoload -U +X bashcompinit && bashcompinit\n" + forBash(); }
+std::string forZsh() {
+  return "autoload -U +X bashcompinit && bashcompinit\n" + forBash();
+}
 
 std::string forFish() {
   std::string script;
@@ -76,8 +78,8 @@ std::string forFish() {
     const std::string when = node.name.empty() ? "__fish_use_subcommand" : "__fish_seen_subcommand_from " + node.name;
     for (const Word& word : node.options) {
       const bool option = word.text.rfind("--", 0) == 0;
-      script += "complete -c quillmere -n '" + when + "' " + (option ? "-l " + word.text.substr(2) : "-a " + word.text) +
-                " -d '" + quoted(word.meaning) + "'\n";
+      script += "complete -c quillmere -n '" + when + "' " +
+                (option ? "-l " + word.text.substr(2) : "-a " + word.text) + " -d '" + quoted(word.meaning) + "'\n";
     }
   }
   return script;

@@ -1,7 +1,6 @@
 #include "frame_loop.h"
 
 #include <chrono>
-#include <optional>
 
 #include "effect/frame_file.h"
 #include "effect/parameter_ids.h"
@@ -23,12 +22,25 @@ struct Outcome {
   std::string trouble;         // empty unless something failed
 };
 
+// Leaves no process behind that the frame has started, however it ends.
+host::Frame renderedAlone(host::Document& document, const std::function<bool()>& stop) {
+  struct Alone {
+    ~Alone() { endDescendants(kGrace); }
+  };
+  const Alone alone;
+  return host::renderFrame(document, stop);
+}
+
+std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
+  if (result == cinema::RENDERRESULT::OUTOFMEMORY) return "there is not enough memory for it; try a smaller --size";
+  return node.text(QUILLMERE_STATUS);
+}
+
 Outcome renderOne(host::Document& document, const NodeParameters& node, const std::filesystem::path& file,
                   FileFormat format, const std::function<bool()>& stop) {
-  const host::Frame frame = host::renderFrame(document, stop);
-  endDescendants(kGrace);
+  const host::Frame frame = renderedAlone(document, stop);
   const int result = static_cast<int>(frame.result);
-  if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, node.text(QUILLMERE_STATUS)};
+  if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
   try {
     writeFrame(file, format, frame.picture);
     return {result, file, {}};

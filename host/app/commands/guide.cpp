@@ -7,7 +7,7 @@
 #include "effect/guide_picture.h"
 #include "options/guide_mode.h"
 #include "options/scene_options.h"
-#include "sdk/door/application.h"
+#include "run.h"
 #include "sdk/door/document.h"
 
 namespace quillmere::app {
@@ -29,18 +29,16 @@ void refuseOtherFormats(const std::string& output) {
 
 ExitStatus run(const Options& options) {
   refuseOtherFormats(options.output);
-  host::Events nobody;
-  host::Application application({}, nobody);
   host::Document document(options.scene.scene);
+  printWarnings(document.warnings());
   document.setFps(options.scene.fps);
   document.setFrame(options.frame);
   if (document.cameras().empty()) {
     throw Failure(ExitStatus::Failed, "scene '" + options.scene.scene + "'", "it has no camera to look through",
                   "add a camera to it");
   }
-  const host::Document::Camera& camera = options.scene.camera.empty()
-                                             ? document.cameras().front()
-                                             : chosenCamera(document, options.scene.camera);
+  const host::Document::Camera& camera =
+      options.scene.camera.empty() ? document.cameras().front() : chosenCamera(document, options.scene.camera);
   writeGuide(document, *camera.object, options.mode, options.scene.size, options.output);
   return ExitStatus::Done;
 }
@@ -51,7 +49,7 @@ Action addGuide(CLI::App& command) {
   const auto options = std::make_shared<Options>();
   addSceneOptions(command, options->scene);
   command.add_option("-o,--output", options->output, "The PNG to write")->required()->type_name("FILE.png");
-  command.add_option("--frame", options->frame, "The frame to draw", true)->type_name("N");
+  command.add_option("--frame", options->frame, "The frame to draw")->capture_default_str()->type_name("N");
   addGuideMode(command, [options = options.get()](GuideMode mode) { options->mode = mode; });
   command.footer("Example:\n  quillmere guide harbour.glb -o guide.png --camera Pier --size 1920x1080");
   return [options] { return run(*options); };

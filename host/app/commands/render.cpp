@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "effect/effect_session.h"
+#include "effect/parameter_ids.h"
 #include "effect/workflow_choice.h"
 #include "frame_loop.h"
 #include "options/effect_options.h"
@@ -74,6 +75,7 @@ ExitStatus run(const Options& options) {
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), options.scene.scene, *report);
+  if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
@@ -83,8 +85,12 @@ ExitStatus run(const Options& options) {
 }
 
 void addOutputOptions(CLI::App& command, Options& options) {
-  command.add_option("--output", options.output, "File of each frame; '####' stands for its number, and the ending for\n"
-                     "the format: .png (8 bits), .16.png (16 bits) or .exr (floats)", true)->type_name("PATTERN");
+  command
+      .add_option("--output", options.output,
+                  "File of each frame; '####' stands for its number, and the ending for\n"
+                  "the format: .png (8 bits), .16.png (16 bits) or .exr (floats)")
+      ->capture_default_str()
+      ->type_name("PATTERN");
   command
       .add_option_function<std::string>(
           "--frames", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
@@ -95,20 +101,32 @@ void addOutputOptions(CLI::App& command, Options& options) {
   command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
 }
 
+// Puts the options that stand under no heading yet under this one in the help.
+void headFormerOptions(CLI::App& command, const std::string& heading) {
+  for (CLI::Option* option : command.get_options()) {
+    if (!option->get_positional() && option->get_group() == "Options") option->group(heading);
+  }
+}
+
 }  // namespace
 
 Action addRender(CLI::App& command) {
   const auto options = std::make_shared<Options>();
   addSceneOptions(command, options->scene);
+  headFormerOptions(command, "Scene");
   addOutputOptions(command, *options);
+  headFormerOptions(command, "Output");
   addEffectOptions(command, options->effect);
+  headFormerOptions(command, "Effect");
   addSessionOptions(command, options->session);
+  headFormerOptions(command, "Host");
   command.footer(
       "Examples:\n"
       "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
       "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
       "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Pier --guide final --json\n"
       "  quillmere render harbour.glb --set QUILLMERE_HISTORY_LIMIT=50 --write-dir /tmp/second-render");
+  command.get_help_ptr()->group("Options");
   return [options] { return run(*options); };
 }
 

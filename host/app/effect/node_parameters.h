@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "sdk/door/document.h"
+#include "sdk/door/parameters.h"
 
 namespace quillmere::app {
 
@@ -52,6 +53,7 @@ class NodeParameters {
 
   host::Document& document_;
   cinema::BaseVideoPost& node_;
+  std::vector<host::DescriptionEntry> described_;
   std::vector<Parameter> all_;
 };
 

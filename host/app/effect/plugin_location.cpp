@@ -30,9 +30,13 @@ fs::path thisProgram() {
 
 }  // namespace
 
-fs::path PluginFolder::helper() const { return path / "python" / "quillmere_render_helper.py"; }
+fs::path PluginFolder::helper() const {
+  return path / "python" / "quillmere_render_helper.py";
+}
 
-fs::path PluginFolder::exampleWorkflow() const { return path / "python" / "workflows" / "ink_wash.json"; }
+fs::path PluginFolder::exampleWorkflow() const {
+  return path / "python" / "workflows" / "ink_wash.json";
+}
 
 PluginFolder pluginFolder(const fs::path& given) {
   std::error_code error;

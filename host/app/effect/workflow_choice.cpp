@@ -35,7 +35,7 @@ class KeptChoice {
 
 void storeFile(NodeParameters& node, const fs::path& file) {
   node.store(QUILLMERE_WORKFLOW, 0);
-  node.store(QUILLMERE_WORKFLOW_ID, "");
+  node.store(QUILLMERE_WORKFLOW_ID, std::string());
   node.store(QUILLMERE_WORKFLOW_PATH, fs::absolute(file).lexically_normal().string());
 }
 

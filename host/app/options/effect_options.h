@@ -17,7 +17,7 @@ struct Assignment {
 
 // What the effect is told.
 struct EffectOptions {
-  std::string workflow;  // empty: the preferred one
+  std::string workflow;                 // empty: the preferred one
   std::vector<Assignment> assignments;  // in the order in which they are to be made
 };
 

@@ -20,7 +20,8 @@ void addSceneOptions(CLI::App& command, SceneOptions& options) {
   addSceneFile(command, options.scene);
   command.add_option("--camera", options.camera, "The camera to look through (default: the scene's first)")
       ->type_name("NAME");
-  command.add_option("--fps", options.fps, "Frames per second of the scene's animation", true)
+  command.add_option("--fps", options.fps, "Frames per second of the scene's animation")
+      ->capture_default_str()
       ->check(CLI::Range(1, kMostFps))
       ->type_name("N");
   command

@@ -8,9 +8,9 @@ namespace quillmere::app {
 
 struct ChildResult {
   enum class End { Exited, Killed, TimedOut, NotStarted } end = End::NotStarted;
-  int status = -1;      // when Exited
-  std::string output;   // standard output, at most 1 MiB of it
-  std::string errors;   // standard error, likewise; the reason when NotStarted
+  int status = -1;     // when Exited
+  std::string output;  // standard output, at most 1 MiB of it
+  std::string errors;  // standard error, likewise; the reason when NotStarted
 };
 
 // Runs the program `command[0]`, looked up on PATH, with empty standard input, and waits for it. After `patience` it

@@ -19,6 +19,14 @@ bool Output::write(std::string_view text) {
   return !lost_;
 }
 
+void openMissingStandardStreams() {
+  int descriptor = 0;
+  do {
+    descriptor = ::open("/dev/null", O_RDWR);
+  } while (descriptor >= 0 && descriptor <= STDERR_FILENO);
+  if (descriptor > STDERR_FILENO) ::close(descriptor);
+}
+
 OwnStandardOutput::OwnStandardOutput() : saved_(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)) {
   if (saved_ >= 0) ::dup2(STDERR_FILENO, STDOUT_FILENO);
 }

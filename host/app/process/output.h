@@ -1,10 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <string_view>
 
 namespace quillmere::app {
 
-// A file descriptor that is written to whole or not at all. Any thread; the descriptor stays the caller's.
+// A file descriptor that texts are written to in full. The descriptor stays the caller's. One thread writes at a time;
+// any may ask whether it is lost.
 class Output {
  public:
   explicit Output(int descriptor) : descriptor_(descriptor) {}
@@ -16,8 +18,11 @@ class Output {
 
  private:
   int descriptor_;
-  bool lost_ = false;
+  std::atomic<bool> lost_ = false;
 };
+
+// Where a standard stream is closed, opens nothing in its place, so that no file of ours takes its number.
+void openMissingStandardStreams();
 
 // While this lives, what child processes print to standard output goes to standard error, so that the lines on
 // standard output are this program's alone and end when it ends.

@@ -48,6 +48,8 @@ RuntimeLock::RuntimeLock(const std::filesystem::path& writeDirectory) {
   [[maybe_unused]] const ssize_t written = ::pwrite(descriptor_, self.data(), self.size(), 0);
 }
 
-RuntimeLock::~RuntimeLock() { ::close(descriptor_); }
+RuntimeLock::~RuntimeLock() {
+  ::close(descriptor_);
+}
 
 }  // namespace quillmere::app

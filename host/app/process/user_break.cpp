@@ -127,6 +127,8 @@ UserBreak::UserBreak(std::function<void()> lastWords) : parts_(std::make_unique<
 
 UserBreak::~UserBreak() = default;
 
-bool UserBreak::seen() const { return broken; }
+bool UserBreak::seen() const {
+  return broken;
+}
 
 }  // namespace quillmere::app

@@ -2,15 +2,25 @@
 
 namespace quillmere::app {
 
-void JsonReport::statusText(const std::string& utf8) { tell({{"event", "status-text"}, {"text", utf8}}); }
+void JsonReport::statusText(const std::string& utf8) {
+  tell({{"event", "status-text"}, {"text", utf8}});
+}
 
-void JsonReport::statusSpin(bool on) { tell({{"event", "status-spin"}, {"on", on}}); }
+void JsonReport::statusSpin(bool on) {
+  tell({{"event", "status-spin"}, {"on", on}});
+}
 
-void JsonReport::statusBar(double fraction) { tell({{"event", "status-bar"}, {"value", fraction}}); }
+void JsonReport::statusBar(double fraction) {
+  tell({{"event", "status-bar"}, {"value", fraction}});
+}
 
-void JsonReport::console(const std::string& utf8) { tell({{"event", "console"}, {"text", utf8}}); }
+void JsonReport::console(const std::string& utf8) {
+  tell({{"event", "console"}, {"text", utf8}});
+}
 
-void JsonReport::command(int id, int subid) { tell({{"event", "command"}, {"id", id}, {"subid", subid}}); }
+void JsonReport::command(int id, int subid) {
+  tell({{"event", "command"}, {"id", id}, {"subid", subid}});
+}
 
 void JsonReport::pictureViewer(const image::Image& shown) {
   tell({{"event", "picture-viewer"}, {"width", shown.width()}, {"height", shown.height()}});

@@ -21,6 +21,10 @@ std::string frameSummary(const FrameReport& report) {
          row("output   ", report.output);
 }
 
+void QuietReport::console(const std::string& utf8) {
+  errors_.write(printable(utf8) + "\n");
+}
+
 void LineReport::frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) {
   name_ = "frame " + std::to_string(frame);
   if (count > 1) name_ += " (" + std::to_string(index + 1) + "/" + std::to_string(count) + ")";
@@ -33,8 +37,12 @@ void LineReport::statusText(const std::string& utf8) {
   errors_.write(name_ + ": " + printable(utf8) + "\n");
 }
 
-void LineReport::console(const std::string& utf8) { errors_.write(printable(utf8) + "\n"); }
+void LineReport::console(const std::string& utf8) {
+  errors_.write(printable(utf8) + "\n");
+}
 
-void LineReport::frameEnds(const FrameReport& report) { results_.write(frameSummary(report)); }
+void LineReport::frameEnds(const FrameReport& report) {
+  results_.write(frameSummary(report));
+}
 
 }  // namespace quillmere::app

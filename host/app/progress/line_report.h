@@ -9,11 +9,19 @@ namespace quillmere::app {
 // What a person reads about a frame that has ended: its files, one a line.
 std::string frameSummary(const FrameReport& report);
 
-// Says nothing; failures are told by the command itself.
+// Only what the host's console is told during a frame that then fails; the failure is told by the command itself.
 class QuietReport : public Report {
  public:
-  void frameEnds(const FrameReport& /*report*/) override {}
+  explicit QuietReport(Output& errors) : errors_(errors) {}
+
+  void frameBegins(std::int32_t /*frame*/, std::int64_t /*index*/, std::int64_t /*count*/) override { told_.clear(); }
+  void console(const std::string& utf8) override;
+  void frameEnds(const FrameReport& report) override;
   bool outputLost() const override { return false; }
+
+ private:
+  Output& errors_;
+  std::string told_;
 };
 
 // Plain lines for logs: each new status text and console line on `errors`, the files of each frame on `results`.

@@ -59,7 +59,9 @@ void LiveReport::statusBar(double fraction) {
   line_.fraction = fraction;
 }
 
-void LiveReport::console(const std::string& utf8) { above(errors_, printable(utf8) + "\n"); }
+void LiveReport::console(const std::string& utf8) {
+  above(errors_, printable(utf8) + "\n");
+}
 
 void LiveReport::frameEnds(const FrameReport& report) {
   {

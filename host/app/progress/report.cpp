@@ -24,7 +24,7 @@ std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& e
     case ReportStyle::Json:
       return std::make_unique<JsonReport>(results);
     case ReportStyle::Quiet:
-      return std::make_unique<QuietReport>();
+      return std::make_unique<QuietReport>(errors);
     case ReportStyle::Lines:
       break;
   }

@@ -20,10 +20,10 @@ inline std::string lineOf(const Json& value) {
 // How one frame ended.
 struct FrameReport {
   std::int32_t frame = 0;
-  int result = 0;          // the host's result code
-  std::string output;      // the file written, empty when there is none
-  double seconds = 0;      // wall time of the whole frame
-  Json parameters;         // of the effect's node, by ID
+  int result = 0;              // the host's result code
+  std::string output;          // the file written, empty when there is none
+  double seconds = 0;          // wall time of the whole frame
+  Json parameters;             // of the effect's node, by ID
   std::string guide, picture;  // of the effect: files, empty when there are none
 };
 

@@ -16,7 +16,7 @@ struct StatusLine {
   std::int64_t index = 0, count = 1;  // of this frame, from 0
   double fraction = 0;                // of this frame, 0 to 1
   bool spinning = false;
-  std::string text;  // may be anything
+  std::string text;    // may be anything
   double seconds = 0;  // since the frame began
 };
 

@@ -55,7 +55,7 @@ bool in(const std::array<Range, N>& ranges, char32_t point) {
 }
 
 // Controls, and the marks that turn the writing direction or break the line.
-constexpr std::array kSteering{Range{0, 0x1F},          Range{0x7F, 0x9F},       Range{0x200E, 0x200F},
+constexpr std::array kSteering{Range{0, 0x1F},        Range{0x7F, 0x9F},     Range{0x200E, 0x200F},
                                Range{0x2028, 0x202E}, Range{0x2066, 0x2069}, Range{0xFEFF, 0xFEFF}};
 // Coarse blocks of Unicode's combining marks and of its East Asian wide characters and emoji.
 constexpr std::array kNoCell{Range{0x300, 0x36F},   Range{0x1AB0, 0x1AFF}, Range{0x1DC0, 0x1DFF}, Range{0x200B, 0x200D},
@@ -65,7 +65,9 @@ constexpr std::array kTwoCells{Range{0x1100, 0x115F},   Range{0x2E80, 0xA4CF},  
                                Range{0xFFE0, 0xFFE6},   Range{0x1F300, 0x1F64F}, Range{0x1F680, 0x1F6FF},
                                Range{0x1F900, 0x1F9FF}, Range{0x20000, 0x3FFFD}};
 
-int cells(char32_t point) { return in(kNoCell, point) ? 0 : in(kTwoCells, point) ? 2 : 1; }
+int cells(char32_t point) {
+  return in(kNoCell, point) ? 0 : in(kTwoCells, point) ? 2 : 1;
+}
 
 }  // namespace
 

@@ -4,9 +4,13 @@ namespace cinema {
 
 BaseLink::BaseLink() : parts_(new Parts) {}
 BaseLink::BaseLink(const BaseLink& other) : parts_(new Parts(*other.parts_)) {}
-BaseLink::~BaseLink() { delete parts_; }
+BaseLink::~BaseLink() {
+  delete parts_;
+}
 
-BaseLink* BaseLink::Alloc() { return new BaseLink; }
+BaseLink* BaseLink::Alloc() {
+  return new BaseLink;
+}
 
 void BaseLink::Free(BaseLink*& link) {
   delete link;

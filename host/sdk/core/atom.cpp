@@ -39,7 +39,9 @@ C4DAtom::~C4DAtom() {
   delete parts_;
 }
 
-Int32 C4DAtom::GetType() const { return parts_->type; }
+Int32 C4DAtom::GetType() const {
+  return parts_->type;
+}
 
 Bool C4DAtom::IsInstanceOf(Int32 id) const {
   return id == parts_->type || std::find(parts_->kinds.begin(), parts_->kinds.end(), id) != parts_->kinds.end();
@@ -58,17 +60,33 @@ C4DAtomGoal::~C4DAtomGoal() = default;
 
 GeListNode::GeListNode(Parts* parts) : C4DAtomGoal(parts) {}
 GeListNode::~GeListNode() = default;
-const BaseDocument* GeListNode::GetDocument() const { return HostSide<C4DAtom>::parts(*this).document; }
-BaseDocument* GeListNode::GetDocument() { return HostSide<C4DAtom>::parts(*this).document; }
+const BaseDocument* GeListNode::GetDocument() const {
+  return HostSide<C4DAtom>::parts(*this).document;
+}
+BaseDocument* GeListNode::GetDocument() {
+  return HostSide<C4DAtom>::parts(*this).document;
+}
 
 BaseList2D::BaseList2D(Parts* parts) : GeListNode(parts) {}
 BaseList2D::~BaseList2D() = default;
-const BaseContainer* BaseList2D::GetDataInstance() const { return &HostSide<C4DAtom>::parts(*this).container; }
-BaseContainer* BaseList2D::GetDataInstance() { return &HostSide<C4DAtom>::parts(*this).container; }
-const BaseContainer& BaseList2D::GetDataInstanceRef() const { return *GetDataInstance(); }
-BaseContainer& BaseList2D::GetDataInstanceRef() { return *GetDataInstance(); }
-BaseContainer BaseList2D::GetData() const { return *GetDataInstance(); }
-String BaseList2D::GetName() const { return HostSide<C4DAtom>::parts(*this).name; }
+const BaseContainer* BaseList2D::GetDataInstance() const {
+  return &HostSide<C4DAtom>::parts(*this).container;
+}
+BaseContainer* BaseList2D::GetDataInstance() {
+  return &HostSide<C4DAtom>::parts(*this).container;
+}
+const BaseContainer& BaseList2D::GetDataInstanceRef() const {
+  return *GetDataInstance();
+}
+BaseContainer& BaseList2D::GetDataInstanceRef() {
+  return *GetDataInstance();
+}
+BaseContainer BaseList2D::GetData() const {
+  return *GetDataInstance();
+}
+String BaseList2D::GetName() const {
+  return HostSide<C4DAtom>::parts(*this).name;
+}
 
 BaseObject::BaseObject(Parts* parts) : BaseList2D(parts) {}
 BaseObject::~BaseObject() = default;

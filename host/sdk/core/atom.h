@@ -35,7 +35,7 @@ struct C4DAtom::Parts {
   const std::vector<Int32> kinds;
   BaseContainer container;
   String name;
-  BaseDocument* document = nullptr;  // the one it stands in; links resolve only within it
+  BaseDocument* document = nullptr;             // the one it stands in; links resolve only within it
   std::unique_ptr<NodeData, EndNodeData> data;  // null for the host's own objects
   const std::shared_ptr<LinkAnchor> anchor = std::make_shared<LinkAnchor>();
 };

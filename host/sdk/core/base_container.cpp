@@ -62,9 +62,13 @@ BaseContainer::BaseContainer() : parts_(nullptr) {}
 BaseContainer::BaseContainer(Int32 id) : parts_(new Parts{id, {}, {}}) {}
 BaseContainer::BaseContainer(const BaseContainer& other) : parts_(other.parts_ ? new Parts(*other.parts_) : nullptr) {}
 BaseContainer::BaseContainer(BaseContainer&& other) noexcept : parts_(std::exchange(other.parts_, nullptr)) {}
-BaseContainer::~BaseContainer() { delete parts_; }
+BaseContainer::~BaseContainer() {
+  delete parts_;
+}
 
-BaseContainer& BaseContainer::operator=(const BaseContainer& other) { return *this = BaseContainer(other); }
+BaseContainer& BaseContainer::operator=(const BaseContainer& other) {
+  return *this = BaseContainer(other);
+}
 
 BaseContainer& BaseContainer::operator=(BaseContainer&& other) noexcept {
   std::swap(parts_, other.parts_);
@@ -75,38 +79,68 @@ Bool BaseContainer::operator==(const BaseContainer& other) const {
   if (GetId() != other.GetId() || IsPopulated() != other.IsPopulated()) return false;
   return IsEmpty() || parts_->entries == other.parts_->entries;
 }
-Bool BaseContainer::operator!=(const BaseContainer& other) const { return !(*this == other); }
+Bool BaseContainer::operator!=(const BaseContainer& other) const {
+  return !(*this == other);
+}
 
-Int32 BaseContainer::GetId() const { return parts_ ? parts_->id : 0; }
-Bool BaseContainer::IsPopulated() const { return parts_ && !parts_->entries.empty(); }
-Bool BaseContainer::IsEmpty() const { return !IsPopulated(); }
+Int32 BaseContainer::GetId() const {
+  return parts_ ? parts_->id : 0;
+}
+Bool BaseContainer::IsPopulated() const {
+  return parts_ && !parts_->entries.empty();
+}
+Bool BaseContainer::IsEmpty() const {
+  return !IsPopulated();
+}
 
-Bool BaseContainer::GetBool(Int32 id, Bool preset) const { return Data::asBool(GetData(id)).value_or(preset); }
-void BaseContainer::SetBool(Int32 id, Bool b) { SetInt32(id, b ? 1 : 0); }
-Int32 BaseContainer::GetInt32(Int32 id, Int32 preset) const { return Data::asInt32(GetData(id)).value_or(preset); }
-void BaseContainer::SetInt32(Int32 id, Int32 l) { SetData(id, GeData(l)); }
-Float BaseContainer::GetFloat(Int32 id, Float preset) const { return Data::asFloat(GetData(id)).value_or(preset); }
-void BaseContainer::SetFloat(Int32 id, Float r) { SetData(id, GeData(r)); }
+Bool BaseContainer::GetBool(Int32 id, Bool preset) const {
+  return Data::asBool(GetData(id)).value_or(preset);
+}
+void BaseContainer::SetBool(Int32 id, Bool b) {
+  SetInt32(id, b ? 1 : 0);
+}
+Int32 BaseContainer::GetInt32(Int32 id, Int32 preset) const {
+  return Data::asInt32(GetData(id)).value_or(preset);
+}
+void BaseContainer::SetInt32(Int32 id, Int32 l) {
+  SetData(id, GeData(l));
+}
+Float BaseContainer::GetFloat(Int32 id, Float preset) const {
+  return Data::asFloat(GetData(id)).value_or(preset);
+}
+void BaseContainer::SetFloat(Int32 id, Float r) {
+  SetData(id, GeData(r));
+}
 
 String BaseContainer::GetString(Int32 id, const maxon::String& preset) const {
   const auto* text = Data::as<String>(GetData(id));
   return text ? *text : String(preset);
 }
-void BaseContainer::SetString(Int32 id, const maxon::String& s) { SetData(id, GeData(s)); }
+void BaseContainer::SetString(Int32 id, const maxon::String& s) {
+  SetData(id, GeData(s));
+}
 
 Filename BaseContainer::GetFilename(Int32 id, const Filename& preset) const {
   const auto* name = Data::as<Filename>(GetData(id));
   return name ? *name : preset;
 }
-void BaseContainer::SetFilename(Int32 id, const Filename& f) { SetData(id, GeData(f)); }
+void BaseContainer::SetFilename(Int32 id, const Filename& f) {
+  SetData(id, GeData(f));
+}
 
 BaseContainer BaseContainer::GetContainer(Int32 id) const {
   const BaseContainer* kept = GetContainerInstance(id);
   return kept ? *kept : BaseContainer();
 }
-const BaseContainer* BaseContainer::GetContainerInstance(Int32 id) const { return GetData(id).GetContainer(); }
-BaseContainer* BaseContainer::GetContainerInstanceWritable(Int32 id) { return GetData(id).GetContainer(); }
-void BaseContainer::SetContainer(Int32 id, const BaseContainer& s) { SetData(id, GeData(s)); }
+const BaseContainer* BaseContainer::GetContainerInstance(Int32 id) const {
+  return GetData(id).GetContainer();
+}
+BaseContainer* BaseContainer::GetContainerInstanceWritable(Int32 id) {
+  return GetData(id).GetContainer();
+}
+void BaseContainer::SetContainer(Int32 id, const BaseContainer& s) {
+  SetData(id, GeData(s));
+}
 
 BaseList2D* BaseContainer::GetLink(Int32 id, BaseDocument* doc, Int32 instanceof) const {
   return GetData(id).GetLink(doc, instanceof);
@@ -120,7 +154,9 @@ BaseList2D* BaseContainer::GetLink(Int32 id, decltype(nullptr), Int32 instanceof
 BaseObject* BaseContainer::GetObjectLink(Int32 id, BaseDocument* doc) const {
   return static_cast<BaseObject*>(GetLink(id, doc, Obase));
 }
-const BaseLink* BaseContainer::GetBaseLink(Int32 id) const { return GetData(id).GetBaseLink(); }
+const BaseLink* BaseContainer::GetBaseLink(Int32 id) const {
+  return GetData(id).GetBaseLink();
+}
 void BaseContainer::SetLink(Int32 id, const C4DAtomGoal* link) {
   SetData(id, GeData(const_cast<BaseList2D*>(static_cast<const BaseList2D*>(link))));
 }
@@ -136,9 +172,13 @@ Bool BaseContainer::SetData(Int32 id, const GeData& n) {
   return true;
 }
 
-Int32 BaseContainer::GetType(Int32 id) const { return GetData(id).GetType(); }
+Int32 BaseContainer::GetType(Int32 id) const {
+  return GetData(id).GetType();
+}
 
-Bool BaseContainer::RemoveData(Int32 id) { return parts_ && parts_->remove(id); }
+Bool BaseContainer::RemoveData(Int32 id) {
+  return parts_ && parts_->remove(id);
+}
 
 Int32 BaseContainer::FindIndex(Int32 id, const GeData** found) const {
   if (!parts_) return NOTOK;

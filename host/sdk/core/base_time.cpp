@@ -10,7 +10,9 @@ namespace {
 // Whole numbers beyond this have no exact double.
 constexpr Float kLargest = 9007199254740992.0;
 
-Float whole(Float value) { return std::isfinite(value) ? std::fmax(-kLargest, std::fmin(std::round(value), kLargest)) : 0.0; }
+Float whole(Float value) {
+  return std::isfinite(value) ? std::fmax(-kLargest, std::fmin(std::round(value), kLargest)) : 0.0;
+}
 
 Float commonDivisor(Float a, Float b) {
   while (b != 0.0) {
@@ -27,7 +29,8 @@ BaseTime::BaseTime() = default;
 
 BaseTime::BaseTime(Float seconds) : BaseTime(seconds * 1000.0, 1000.0) {}
 
-BaseTime::BaseTime(Float numerator, Float denominator) : numerator_(whole(numerator)), denominator_(whole(denominator)) {
+BaseTime::BaseTime(Float numerator, Float denominator)
+    : numerator_(whole(numerator)), denominator_(whole(denominator)) {
   if (denominator_ == 0.0) denominator_ = 1.0;
   if (denominator_ < 0.0) {
     numerator_ = -numerator_;
@@ -38,9 +41,15 @@ BaseTime::BaseTime(Float numerator, Float denominator) : numerator_(whole(numera
   denominator_ /= divisor;
 }
 
-Float BaseTime::Get() const { return numerator_ / denominator_; }
-Float BaseTime::GetNumerator() const { return numerator_; }
-Float BaseTime::GetDenominator() const { return denominator_; }
+Float BaseTime::Get() const {
+  return numerator_ / denominator_;
+}
+Float BaseTime::GetNumerator() const {
+  return numerator_;
+}
+Float BaseTime::GetDenominator() const {
+  return denominator_;
+}
 
 Int32 BaseTime::GetFrame(Float fps) const {
   const Float frame = std::trunc(std::floor(numerator_ * fps) / denominator_);
@@ -53,6 +62,8 @@ Int32 BaseTime::GetFrame(Float fps) const {
 Bool BaseTime::operator==(const BaseTime& other) const {
   return numerator_ == other.numerator_ && denominator_ == other.denominator_;
 }
-Bool BaseTime::operator!=(const BaseTime& other) const { return !(*this == other); }
+Bool BaseTime::operator!=(const BaseTime& other) const {
+  return !(*this == other);
+}
 
 }  // namespace cinema

@@ -12,9 +12,13 @@ using quillmere::host::RegisteredDescription;
 using quillmere::host::running;
 
 Description::Description() : parts_(new Parts) {}
-Description::~Description() { delete parts_; }
+Description::~Description() {
+  delete parts_;
+}
 
-Description* Description::Alloc() { return new Description; }
+Description* Description::Alloc() {
+  return new Description;
+}
 
 void Description::Free(Description*& description) {
   delete description;
@@ -38,12 +42,18 @@ auto* find(Entries& entries, const DescID& id) {
   return found == entries.end() ? nullptr : &*found;
 }
 
-bool isGroup(const DescriptionEntry& entry) { return entry.id[entry.id.GetDepth() - 1].dtype == DTYPE_GROUP; }
+bool isGroup(const DescriptionEntry& entry) {
+  return entry.id[entry.id.GetDepth() - 1].dtype == DTYPE_GROUP;
+}
 
 }  // namespace
 
-Bool Description::LoadDescription(const String& id) { return load(parts_->entries, quillmere::host::toUtf8(id)); }
-Bool Description::LoadDescription(Int32 id) { return load(parts_->entries, id); }
+Bool Description::LoadDescription(const String& id) {
+  return load(parts_->entries, quillmere::host::toUtf8(id));
+}
+Bool Description::LoadDescription(Int32 id) {
+  return load(parts_->entries, id);
+}
 
 Bool Description::SetParameter(const DescID& id, const BaseContainer& param, const DescID& groupid) {
   if (!id.IsPopulated() || id == groupid) return false;
@@ -70,6 +80,8 @@ BaseContainer* Description::GetParameterI(const DescID& id, AtomArray*) {
   return present ? &present->properties : nullptr;
 }
 
-const DescID* Description::GetSingleDescID() { return nullptr; }
+const DescID* Description::GetSingleDescID() {
+  return nullptr;
+}
 
 }  // namespace cinema

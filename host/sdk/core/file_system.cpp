@@ -12,7 +12,9 @@ using quillmere::host::pathOf;
 namespace {
 
 // A NUL would cut the name short on its way into the system: such a name stands for no file.
-bool isUsable(const fs::path& path) { return !path.empty() && path.native().find('\0') == std::string::npos; }
+bool isUsable(const fs::path& path) {
+  return !path.empty() && path.native().find('\0') == std::string::npos;
+}
 
 // A relative name's first folder is never made: it must be there, so a bare name can't be made at all.
 bool hasFolderToStartFrom(const fs::path& path) {
@@ -49,6 +51,8 @@ const Filename GeGetC4DPath(Int32 whichpath) {
   return quillmere::host::filenameOf(application->writeDirectory);
 }
 
-const Filename GeGetStartupWritePath() { return GeGetC4DPath(C4D_PATH_STARTUPWRITE); }
+const Filename GeGetStartupWritePath() {
+  return GeGetC4DPath(C4D_PATH_STARTUPWRITE);
+}
 
 }  // namespace cinema

@@ -10,8 +10,12 @@ namespace {
 
 constexpr char32_t kSeparator = U'/';
 
-const std::u32string& points(const String& text) { return HostSide<maxon::String>::points(text); }
-String text(std::u32string points) { return HostSide<maxon::String>::make(std::move(points)); }
+const std::u32string& points(const String& text) {
+  return HostSide<maxon::String>::points(text);
+}
+String text(std::u32string points) {
+  return HostSide<maxon::String>::make(std::move(points));
+}
 
 // The separator alone is the root and stays.
 String withoutTrailingSeparators(const maxon::String& name) {
@@ -42,9 +46,15 @@ Filename::~Filename() = default;
 Filename& Filename::operator=(const Filename& other) = default;
 Filename& Filename::operator=(Filename&& other) noexcept = default;
 
-Bool Filename::IsPopulated() const { return name_.IsPopulated(); }
-String Filename::GetString() const { return name_; }
-void Filename::SetString(const maxon::String& name) { *this = Filename(name); }
+Bool Filename::IsPopulated() const {
+  return name_.IsPopulated();
+}
+String Filename::GetString() const {
+  return name_;
+}
+void Filename::SetString(const maxon::String& name) {
+  *this = Filename(name);
+}
 
 const Filename Filename::GetDirectory() const {
   const std::u32string& name = points(name_);
@@ -53,13 +63,21 @@ const Filename Filename::GetDirectory() const {
   return Filename(text(name.substr(0, start == 1 ? 1 : start - 1)));
 }
 
-void Filename::SetDirectory(const Filename& directory) { *this = directory + GetFile(); }
+void Filename::SetDirectory(const Filename& directory) {
+  *this = directory + GetFile();
+}
 
-const Filename Filename::GetFile() const { return Filename(GetFileString()); }
+const Filename Filename::GetFile() const {
+  return Filename(GetFileString());
+}
 
-String Filename::GetFileString() const { return text(points(name_).substr(fileStart(points(name_)))); }
+String Filename::GetFileString() const {
+  return text(points(name_).substr(fileStart(points(name_))));
+}
 
-void Filename::SetFile(const Filename& file) { *this = GetDirectory() + file.GetFile(); }
+void Filename::SetFile(const Filename& file) {
+  *this = GetDirectory() + file.GetFile();
+}
 
 String Filename::GetSuffix() const {
   const std::u32string& name = points(name_);
@@ -72,7 +90,9 @@ void Filename::SetSuffix(const maxon::String& suffix) {
   if (suffix.IsPopulated()) name_ += "." + String(suffix);
 }
 
-void Filename::ClearSuffix() { name_ = text(points(name_).substr(0, suffixDot(points(name_)))); }
+void Filename::ClearSuffix() {
+  name_ = text(points(name_).substr(0, suffixDot(points(name_))));
+}
 
 // Only the last component is taken over, so no ID, stem or prefix can lead out of its folder: a last component that
 // names a folder by its place ("..", ".") is left out as well.
@@ -91,15 +111,23 @@ const Filename operator+(const Filename& a, const Filename& b) {
   return joined;
 }
 
-Bool operator==(const Filename& a, const Filename& b) { return a.name_ == b.name_; }
-Bool operator!=(const Filename& a, const Filename& b) { return !(a == b); }
+Bool operator==(const Filename& a, const Filename& b) {
+  return a.name_ == b.name_;
+}
+Bool operator!=(const Filename& a, const Filename& b) {
+  return !(a == b);
+}
 
 }  // namespace cinema
 
 namespace quillmere::host {
 
-std::filesystem::path pathOf(const cinema::Filename& name) { return std::filesystem::path(toUtf8(name.GetString())); }
+std::filesystem::path pathOf(const cinema::Filename& name) {
+  return std::filesystem::path(toUtf8(name.GetString()));
+}
 
-cinema::Filename filenameOf(const std::filesystem::path& path) { return cinema::Filename(fromUtf8(path.string())); }
+cinema::Filename filenameOf(const std::filesystem::path& path) {
+  return cinema::Filename(fromUtf8(path.string()));
+}
 
 }  // namespace quillmere::host

@@ -72,9 +72,13 @@ GeData::GeData(BaseList2D* target) : parts_(new Parts{LinkValue(HostSide<BaseLin
 GeData::GeData(const BaseLink& link) : parts_(new Parts{LinkValue(HostSide<BaseLink>::copy(link))}) {}
 GeData::GeData(const GeData& other) : parts_(other.parts_ ? new Parts(*other.parts_) : nullptr) {}
 GeData::GeData(GeData&& other) noexcept : parts_(std::exchange(other.parts_, nullptr)) {}
-GeData::~GeData() { delete parts_; }
+GeData::~GeData() {
+  delete parts_;
+}
 
-GeData& GeData::operator=(const GeData& other) { return *this = GeData(other); }
+GeData& GeData::operator=(const GeData& other) {
+  return *this = GeData(other);
+}
 
 GeData& GeData::operator=(GeData&& other) noexcept {
   std::swap(parts_, other.parts_);
@@ -83,19 +87,34 @@ GeData& GeData::operator=(GeData&& other) noexcept {
 
 Int32 GeData::GetType() const {
   // In the order of the kinds of Parts::value.
-  constexpr Int32 kTypes[] = {DA_LONG,     DA_REAL,      DA_LLONG, DA_STRING,
-                              DA_FILENAME, DA_CONTAINER, DA_TIME,  DA_ALIASLINK};
+  constexpr Int32 kTypes[] = {DA_LONG, DA_REAL, DA_LLONG, DA_STRING, DA_FILENAME, DA_CONTAINER, DA_TIME, DA_ALIASLINK};
   return parts_ ? kTypes[parts_->value.index()] : DA_NIL;
 }
 
-Bool GeData::GetBool() const { return Side::asBool(*this).value_or(false); }
-Int32 GeData::GetInt32() const { return Side::asInt32(*this).value_or(0); }
-Int64 GeData::GetInt64() const { return Side::asInt64(*this).value_or(0); }
-Float GeData::GetFloat() const { return Side::asFloat(*this).value_or(0.0); }
-const String& GeData::GetString() const { return orNothing<String>(*this); }
-const Filename& GeData::GetFilename() const { return orNothing<Filename>(*this); }
-const BaseTime& GeData::GetTime() const { return orNothing<BaseTime>(*this); }
-BaseContainer* GeData::GetContainer() const { return const_cast<BaseContainer*>(Side::as<BaseContainer>(*this)); }
+Bool GeData::GetBool() const {
+  return Side::asBool(*this).value_or(false);
+}
+Int32 GeData::GetInt32() const {
+  return Side::asInt32(*this).value_or(0);
+}
+Int64 GeData::GetInt64() const {
+  return Side::asInt64(*this).value_or(0);
+}
+Float GeData::GetFloat() const {
+  return Side::asFloat(*this).value_or(0.0);
+}
+const String& GeData::GetString() const {
+  return orNothing<String>(*this);
+}
+const Filename& GeData::GetFilename() const {
+  return orNothing<Filename>(*this);
+}
+const BaseTime& GeData::GetTime() const {
+  return orNothing<BaseTime>(*this);
+}
+BaseContainer* GeData::GetContainer() const {
+  return const_cast<BaseContainer*>(Side::as<BaseContainer>(*this));
+}
 
 const BaseLink* GeData::GetBaseLink() const {
   const auto* value = Side::as<LinkValue>(*this);
@@ -120,6 +139,8 @@ BaseList2D* GeData::GetLink(decltype(nullptr), Int32 instanceof) const {
 Bool GeData::operator==(const GeData& other) const {
   return parts_ && other.parts_ ? parts_->value == other.parts_->value : parts_ == other.parts_;
 }
-Bool GeData::operator!=(const GeData& other) const { return !(*this == other); }
+Bool GeData::operator!=(const GeData& other) const {
+  return !(*this == other);
+}
 
 }  // namespace cinema

@@ -4,8 +4,12 @@
 
 namespace cinema {
 
-void* AllocateMemoryClear(size_t bytes) { return std::calloc(1, bytes == 0 ? 1 : bytes); }
+void* AllocateMemoryClear(size_t bytes) {
+  return std::calloc(1, bytes == 0 ? 1 : bytes);
+}
 
-void FreeMemory(void* block) { std::free(block); }
+void FreeMemory(void* block) {
+  std::free(block);
+}
 
 }  // namespace cinema

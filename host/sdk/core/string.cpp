@@ -1,10 +1,10 @@
 #include "core/string.h"
 
 #include <algorithm>
-#include <cstring>
 #include <limits>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 
 #include "c4d_memory.h"
 #include "core/utf8.h"
@@ -18,35 +18,67 @@ namespace maxon {
 String::String() = default;
 String::String(const String& other) : parts_(other.parts_ ? new Parts(*other.parts_) : nullptr) {}
 String::String(String&& other) noexcept : parts_(std::exchange(other.parts_, nullptr)) {}
-String::~String() { delete parts_; }
+String::~String() {
+  delete parts_;
+}
 
-String& String::operator=(const String& other) { return *this = String(other); }
+String& String::operator=(const String& other) {
+  return *this = String(other);
+}
 
 String& String::operator=(String&& other) noexcept {
   std::swap(parts_, other.parts_);
   return *this;
 }
 
-bool String::IsPopulated() const { return parts_ != nullptr; }
-bool String::IsEmpty() const { return parts_ == nullptr; }
-cinema::Int String::GetLength() const { return parts_ ? static_cast<cinema::Int>(parts_->points.size()) : 0; }
+bool String::IsPopulated() const {
+  return parts_ != nullptr;
+}
+bool String::IsEmpty() const {
+  return parts_ == nullptr;
+}
+cinema::Int String::GetLength() const {
+  return parts_ ? static_cast<cinema::Int>(parts_->points.size()) : 0;
+}
 
 namespace {
 
-const std::u32string& points(const String& text) { return cinema::HostSide<String>::points(text); }
-std::u32string decoded(const char* utf8) { return decodeUtf8(utf8 ? utf8 : ""); }
+const std::u32string& points(const String& text) {
+  return cinema::HostSide<String>::points(text);
+}
+std::u32string decoded(const char* utf8) {
+  return decodeUtf8(utf8 ? utf8 : "");
+}
 
 }  // namespace
 
-bool operator==(const String& a, const String& b) { return points(a) == points(b); }
-bool operator!=(const String& a, const String& b) { return points(a) != points(b); }
-bool operator<(const String& a, const String& b) { return points(a) < points(b); }
-bool operator==(const String& a, const char* utf8) { return points(a) == decoded(utf8); }
-bool operator!=(const String& a, const char* utf8) { return points(a) != decoded(utf8); }
-bool operator<(const String& a, const char* utf8) { return points(a) < decoded(utf8); }
-bool operator==(const char* utf8, const String& b) { return decoded(utf8) == points(b); }
-bool operator!=(const char* utf8, const String& b) { return decoded(utf8) != points(b); }
-bool operator<(const char* utf8, const String& b) { return decoded(utf8) < points(b); }
+bool operator==(const String& a, const String& b) {
+  return points(a) == points(b);
+}
+bool operator!=(const String& a, const String& b) {
+  return points(a) != points(b);
+}
+bool operator<(const String& a, const String& b) {
+  return points(a) < points(b);
+}
+bool operator==(const String& a, const char* utf8) {
+  return points(a) == decoded(utf8);
+}
+bool operator!=(const String& a, const char* utf8) {
+  return points(a) != decoded(utf8);
+}
+bool operator<(const String& a, const char* utf8) {
+  return points(a) < decoded(utf8);
+}
+bool operator==(const char* utf8, const String& b) {
+  return decoded(utf8) == points(b);
+}
+bool operator!=(const char* utf8, const String& b) {
+  return decoded(utf8) != points(b);
+}
+bool operator<(const char* utf8, const String& b) {
+  return decoded(utf8) < points(b);
+}
 
 String operator+(const String& a, const String& b) {
   return cinema::HostSide<String>::make(points(a) + points(b));
@@ -79,9 +111,13 @@ maxon::String HostSide<maxon::String>::make(std::u32string points) {
 
 namespace {
 
-const std::u32string& points(const maxon::String& text) { return HostSide<maxon::String>::points(text); }
+const std::u32string& points(const maxon::String& text) {
+  return HostSide<maxon::String>::points(text);
+}
 
-bool isSevenBit(STRINGENCODING type) { return type == STRINGENCODING::BIT7 || type == STRINGENCODING::BIT7HEX; }
+bool isSevenBit(STRINGENCODING type) {
+  return type == STRINGENCODING::BIT7 || type == STRINGENCODING::BIT7HEX;
+}
 
 std::string encoded(const String& text, STRINGENCODING type) {
   if (!isSevenBit(type)) return encodeUtf8(points(text));
@@ -103,22 +139,29 @@ String::String(const Char* utf8) : String(utf8, STRINGENCODING::UTF8) {}
 String::String(const Char* text, STRINGENCODING type)
     : maxon::String(HostSide<maxon::String>::make(decodeUtf8(text ? text : ""))) {
   if (!isSevenBit(type) || !parts_) return;
-  std::replace_if(parts_->points.begin(), parts_->points.end(), [](char32_t point) { return point > 0x7F; }, U'?');
+  std::replace_if(
+      parts_->points.begin(), parts_->points.end(), [](char32_t point) { return point > 0x7F; }, U'?');
 }
 String::String(Int count, Utf32Char fill)
     : maxon::String(HostSide<maxon::String>::make(std::u32string(static_cast<size_t>(std::max<Int>(count, 0)), fill))) {
 }
 
-String String::IntToString(Int32 v) { return IntToString(Int64{v}); }
-String String::IntToString(Int64 v) { return String(std::to_string(v).c_str()); }
+String String::IntToString(Int32 v) {
+  return IntToString(Int64{v});
+}
+String String::IntToString(Int64 v) {
+  return String(std::to_string(v).c_str());
+}
 
-Int32 String::GetCStringLen(STRINGENCODING type) const { return inRange(encoded(*this, type).size()); }
+Int32 String::GetCStringLen(STRINGENCODING type) const {
+  return inRange(encoded(*this, type).size());
+}
 
 Int32 String::GetCString(Char* buffer, Int max, STRINGENCODING type) const {
   const std::string bytes = encoded(*this, type);
   if (buffer && max > 0) {
     const size_t written = std::min(bytes.size(), static_cast<size_t>(max) - 1);
-    std::memcpy(buffer, bytes.data(), written);
+    std::copy_n(bytes.data(), written, buffer);
     buffer[written] = '\0';
   }
   return inRange(bytes.size());
@@ -128,22 +171,34 @@ Char* String::GetCStringCopy(STRINGENCODING type) const {
   if (IsEmpty()) return nullptr;
   const std::string bytes = encoded(*this, type);
   auto* copy = static_cast<Char*>(AllocateMemoryClear(bytes.size() + 1));
-  if (copy) std::memcpy(copy, bytes.data(), bytes.size());
+  if (copy) std::copy(bytes.begin(), bytes.end(), copy);
   return copy;
 }
 
-String& String::operator+=(const String& other) { return *this = *this + other; }
+String& String::operator+=(const String& other) {
+  return *this = *this + other;
+}
 
-String operator+(const String& a, const String& b) { return HostSide<maxon::String>::make(points(a) + points(b)); }
-String operator+(const String& a, const Char* utf8) { return a + String(utf8); }
-String operator+(const Char* utf8, const String& b) { return String(utf8) + b; }
+String operator+(const String& a, const String& b) {
+  return HostSide<maxon::String>::make(points(a) + points(b));
+}
+String operator+(const String& a, const Char* utf8) {
+  return a + String(utf8);
+}
+String operator+(const Char* utf8, const String& b) {
+  return String(utf8) + b;
+}
 
 }  // namespace cinema
 
 namespace quillmere::host {
 
-std::string toUtf8(const maxon::String& text) { return encodeUtf8(cinema::HostSide<maxon::String>::points(text)); }
+std::string toUtf8(const maxon::String& text) {
+  return encodeUtf8(cinema::HostSide<maxon::String>::points(text));
+}
 
-cinema::String fromUtf8(std::string_view utf8) { return cinema::HostSide<maxon::String>::make(decodeUtf8(utf8)); }
+cinema::String fromUtf8(std::string_view utf8) {
+  return cinema::HostSide<maxon::String>::make(decodeUtf8(utf8));
+}
 
 }  // namespace quillmere::host

@@ -8,9 +8,13 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-bool isScalar(char32_t point) { return point <= 0x10FFFF && (point < 0xD800 || point > 0xDFFF); }
+bool isScalar(char32_t point) {
+  return point <= 0x10FFFF && (point < 0xD800 || point > 0xDFFF);
+}
 
-unsigned byteAt(std::string_view text, size_t at) { return static_cast<unsigned char>(text[at]); }
+unsigned byteAt(std::string_view text, size_t at) {
+  return static_cast<unsigned char>(text[at]);
+}
 
 struct Sequence {
   size_t bytes = 1;

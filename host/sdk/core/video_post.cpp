@@ -5,9 +5,15 @@ namespace cinema {
 VideoPostData::VideoPostData() = default;
 VideoPostData::~VideoPostData() = default;
 
-VIDEOPOSTINFO VideoPostData::GetRenderInfo(BaseVideoPost*) { return VIDEOPOSTINFO::NONE; }
-RENDERRESULT VideoPostData::Execute(BaseVideoPost*, VideoPostStruct*) { return RENDERRESULT::OK; }
-Bool VideoPostData::RenderEngineCheck(const BaseVideoPost*, Int32) const { return true; }
+VIDEOPOSTINFO VideoPostData::GetRenderInfo(BaseVideoPost*) {
+  return VIDEOPOSTINFO::NONE;
+}
+RENDERRESULT VideoPostData::Execute(BaseVideoPost*, VideoPostStruct*) {
+  return RENDERRESULT::OK;
+}
+Bool VideoPostData::RenderEngineCheck(const BaseVideoPost*, Int32) const {
+  return true;
+}
 
 void VideoPostData::SlotDraw() {}
 void VideoPostData::SlotAllocateBuffers() {}

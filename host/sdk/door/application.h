@@ -35,14 +35,15 @@ class QM_HOST_API Events {
 class QM_HOST_API Application {
  public:
   // `writeDirectory` is what GeGetStartupWritePath returns; it is made when something is first written.
-  // `events` must outlive the application.
-  Application(std::filesystem::path writeDirectory, Events& events);
+  // `events` must outlive the application. `language` chooses the texts of modules; what a module doesn't have in it is
+  // shown in en-US. Throws Error for a second application, and for a language that isn't written like "en-US".
+  Application(const std::filesystem::path& writeDirectory, Events& events, std::string language = "en-US");
   ~Application();  // ends and closes the modules; every document must be gone
   Application(const Application&) = delete;
   Application& operator=(const Application&) = delete;
 
-  // Opens the module that lies in `folder` beside its res/ (quillmere.xso64, .xlib on macOS), then as an application
-  // does: init-sys, message 0, message 1, start. Throws Error, with the module closed again.
+  // Opens the one module that lies in `folder` beside its res/ (*.xso64, on macOS *.xlib), then as an application does:
+  // init-sys, message 0, message 1, start. Throws Error, with the module closed again and nothing of it registered.
   void loadPlugin(const std::filesystem::path& folder);
 
  private:

@@ -88,10 +88,10 @@ class Bracket {
 Frame renderFrame(Document& document, const BreakTest& userBreak, const FrameSettings& settings) {
   const DocumentParts& parts = partsOf(document.api());
   const cinema::BaseContainer& size = parts.renderData->GetDataInstanceRef();
+  const RenderCall::Buffer buffer{.width = size.GetInt32(cinema::RDATA_XRES),
+                                  .height = size.GetInt32(cinema::RDATA_YRES)};
   try {
-    RenderCall call(&document,
-                    {.width = size.GetInt32(cinema::RDATA_XRES), .height = size.GetInt32(cinema::RDATA_YRES)},
-                    userBreak, settings);
+    RenderCall call(&document, buffer, userBreak, settings);
     Bracket(agreeingEffects(parts), call, userBreak).run();
     if (call.result() != RENDERRESULT::OK) return {call.result(), {}};
     return call.take();

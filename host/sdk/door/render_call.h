@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "frame.h"
 
@@ -11,13 +12,13 @@ namespace quillmere::host {
 class QM_HOST_API RenderCall {
  public:
   struct Buffer {
-    int width = 0, height = 0;  // pixels; 0 for a render without a buffer
+    int width = 0, height = 0;  // pixels
     int components = 4;         // 3 or 4
   };
 
-  // `document` may be null and must outlive the call. The host's drawing under the buffer is black without a document.
-  // Throws image::Error for an impossible size.
-  RenderCall(Document* document, Buffer buffer, BreakTest userBreak, const FrameSettings& settings = {});
+  // `document` may be null, then the host's drawing under the buffer is black; else it must outlive the call. Without
+  // `buffer` the render has none. Throws image::Error for an impossible size.
+  RenderCall(Document* document, std::optional<Buffer> buffer, BreakTest userBreak, const FrameSettings& settings = {});
   ~RenderCall();
   RenderCall(const RenderCall&) = delete;
   RenderCall& operator=(const RenderCall&) = delete;

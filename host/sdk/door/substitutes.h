@@ -32,7 +32,8 @@ struct Operations {
 QM_HOST_API Operations& operations();
 
 // Puts `replacement` into one slot of operations(), or of a table the API shows (C4DOS_Br->GetViewPortBitmap, which may
-// be null), and the former operation back when it ends. Guards of the same slot must end in reverse order.
+// be null), and the former operation back when it ends. Guards of the same slot must end in reverse order. A
+// replacement that only watches takes a copy of the slot first and passes the call on to it.
 template <class Operation>
 class Substitute {
  public:
@@ -43,8 +44,6 @@ class Substitute {
   ~Substitute() { slot_ = std::move(former_); }
   Substitute(const Substitute&) = delete;
   Substitute& operator=(const Substitute&) = delete;
-
-  const Operation& former() const { return former_; }  // for a replacement that only watches, and passes the call on
 
  private:
   Operation& slot_;

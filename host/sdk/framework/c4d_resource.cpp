@@ -12,9 +12,13 @@ Filename& ModulePath() {
   return path;
 }
 
-const Filename GeGetPluginPath() { return ModulePath().GetDirectory(); }
+const Filename GeGetPluginPath() {
+  return ModulePath().GetDirectory();
+}
 
-Bool GeResource::Init() { return Init(GeGetPluginPath() + "res"); }
+Bool GeResource::Init() {
+  return Init(GeGetPluginPath() + "res");
+}
 
 Bool GeResource::Init(const Filename& path, Bool) {
   if (!asked_) resource_ = hostcall::OpenResource(path);
@@ -28,8 +32,12 @@ void GeResource::Free() {
   asked_ = false;
 }
 
-LocalResource* GeResource::Get() const { return resource_; }
+LocalResource* GeResource::Get() const {
+  return resource_;
+}
 
-const String& GeLoadString(Int32 id) { return hostcall::ResourceText(g_resource.Get(), id); }
+const String& GeLoadString(Int32 id) {
+  return hostcall::ResourceText(g_resource.Get(), id);
+}
 
 }  // namespace cinema

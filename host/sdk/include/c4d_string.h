@@ -50,7 +50,7 @@ namespace cinema {
 
 enum class STRINGENCODING {
   XBIT = 0,  // the platform's; with this host UTF-8
-  BIT7 = 2,
+  BIT7 = 2,  // what is no ASCII becomes '?', with BIT7HEX as well
   BIT7HEX = 3,
   UTF8 = 4
 };

@@ -18,7 +18,10 @@ class QM_HOST_API BaseVideoPost : public BaseList2D {
 enum class VIDEOPOSTCALL { FRAMESEQUENCE = 1, FRAME = 2, SUBFRAME = 3, RENDER = 4, INNER = 5, TILE = 6 };
 
 enum class VIDEOPOSTINFO { NONE = 0, STOREFRAGMENTS = 1, EXECUTELINE = 16, EXECUTEPIXEL = 32 };
-QM_HOST_FLAGS(VIDEOPOSTINFO)
+template <>
+struct FlagEnum<VIDEOPOSTINFO> {
+  using Yes = void;
+};
 
 // What the host tells with a render call. Everything belongs to the host and lives until the call returns.
 struct BaseVideoPostStruct {

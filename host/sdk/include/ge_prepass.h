@@ -9,25 +9,7 @@
 
 #define QM_HOST_API __attribute__((visibility("default")))
 
-#define NOTOK -1
-
-// The bit operators of an `enum class` whose values are flags.
-#define QM_HOST_FLAGS(Flags)                                 \
-  constexpr Flags operator|(Flags a, Flags b) {              \
-    return Flags(static_cast<int>(a) | static_cast<int>(b)); \
-  }                                                          \
-  constexpr Flags operator&(Flags a, Flags b) {              \
-    return Flags(static_cast<int>(a) & static_cast<int>(b)); \
-  }                                                          \
-  constexpr Flags operator~(Flags a) {                       \
-    return Flags(~static_cast<int>(a));                      \
-  }                                                          \
-  constexpr Flags& operator|=(Flags& a, Flags b) {           \
-    return a = a | b;                                        \
-  }                                                          \
-  constexpr Flags& operator&=(Flags& a, Flags b) {           \
-    return a = a & b;                                        \
-  }
+#define NOTOK (-1)
 
 namespace cinema {
 
@@ -77,6 +59,30 @@ struct VolumeData;
 template <class T>
 struct HostSide;
 
+// An `enum class` whose values are flags says so by a specialisation, and has the bit operators then.
+template <class Enum>
+struct FlagEnum {};
+template <class Enum, class = typename FlagEnum<Enum>::Yes>
+constexpr Enum operator|(Enum a, Enum b) {
+  return Enum(static_cast<int>(a) | static_cast<int>(b));
+}
+template <class Enum, class = typename FlagEnum<Enum>::Yes>
+constexpr Enum operator&(Enum a, Enum b) {
+  return Enum(static_cast<int>(a) & static_cast<int>(b));
+}
+template <class Enum, class = typename FlagEnum<Enum>::Yes>
+constexpr Enum operator~(Enum a) {
+  return Enum(~static_cast<int>(a));
+}
+template <class Enum, class = typename FlagEnum<Enum>::Yes>
+constexpr Enum& operator|=(Enum& a, Enum b) {
+  return a = a | b;
+}
+template <class Enum, class = typename FlagEnum<Enum>::Yes>
+constexpr Enum& operator&=(Enum& a, Enum b) {
+  return a = a & b;
+}
+
 inline constexpr Int32 FILTER_PNG = 1023671;
 
 inline constexpr Int32 Obase = 5155;
@@ -97,10 +103,22 @@ enum class DESCFLAGS_DESC { NONE = 0, LOADED = 2 };
 enum class DESCFLAGS_GET { NONE = 0, PARAM_GET = 2 };
 enum class DESCFLAGS_SET { NONE = 0, PARAM_SET = 2 };
 enum class DESCFLAGS_ENABLE { NONE = 0 };
-QM_HOST_FLAGS(DESCFLAGS_DESC)
-QM_HOST_FLAGS(DESCFLAGS_GET)
-QM_HOST_FLAGS(DESCFLAGS_SET)
-QM_HOST_FLAGS(DESCFLAGS_ENABLE)
+template <>
+struct FlagEnum<DESCFLAGS_DESC> {
+  using Yes = void;
+};
+template <>
+struct FlagEnum<DESCFLAGS_GET> {
+  using Yes = void;
+};
+template <>
+struct FlagEnum<DESCFLAGS_SET> {
+  using Yes = void;
+};
+template <>
+struct FlagEnum<DESCFLAGS_ENABLE> {
+  using Yes = void;
+};
 
 enum class IMAGERESULT {
   OK = 1,
@@ -115,13 +133,22 @@ enum class IMAGERESULT {
 };
 enum class INITBITMAPFLAGS { NONE = 0, GRAYSCALE = 1 };
 enum class SAVEBIT { NONE = 0, ALPHA = 1, USE16BITCHANNELS = 8 };
-QM_HOST_FLAGS(INITBITMAPFLAGS)
-QM_HOST_FLAGS(SAVEBIT)
+template <>
+struct FlagEnum<INITBITMAPFLAGS> {
+  using Yes = void;
+};
+template <>
+struct FlagEnum<SAVEBIT> {
+  using Yes = void;
+};
 
 enum class PLUGINTYPE { COMMAND = 4, OBJECT = 5, TAG = 6, VIDEOPOST = 8, TOOL = 9 };
 
 enum class RENDERFLAGS { NONE = 0, EXTERNAL = 1, NODOCUMENTCLONE = 2, SHOWERRORS = 4, PREVIEWRENDER = 8 };
-QM_HOST_FLAGS(RENDERFLAGS)
+template <>
+struct FlagEnum<RENDERFLAGS> {
+  using Yes = void;
+};
 
 enum class RENDERRESULT {
   OK = 0,

@@ -10,7 +10,6 @@ RegisteredDescription baseDescription() {
   BaseContainer group = GetCustomDataTypeDefault(DTYPE_GROUP);
   group.SetString(DESC_NAME, "Properties"_s);
   RegisteredDescription base;
-  base.id = ID_VIDEOPOSTPROPERTIES;
   base.entries.push_back({DescID::Create(DescLevel(ID_VIDEOPOSTPROPERTIES, DTYPE_GROUP, 0)), group, DescID()});
   return base;
 }

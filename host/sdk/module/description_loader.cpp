@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <locale>
+#include <sstream>
 #include <string_view>
 
 #include "customgui_linkbox.h"
@@ -37,13 +39,19 @@ constexpr std::array kValues = {
     Named{"STEP", DESC_STEP},
 };
 constexpr std::array kWords = {
-    Named{"OFF", DESC_ANIMATE_OFF}, Named{"ON", DESC_ANIMATE_ON}, Named{"MIX", DESC_ANIMATE_MIX},
+    Named{"OFF", DESC_ANIMATE_OFF},
+    Named{"ON", DESC_ANIMATE_ON},
+    Named{"MIX", DESC_ANIMATE_MIX},
 };
 constexpr std::array kGuis = {
-    Named{"CYCLE", CUSTOMGUI_CYCLE}, Named{"MULTISTRING", CUSTOMGUI_STRINGMULTI}, Named{"LINKBOX", CUSTOMGUI_LINKBOX},
+    Named{"CYCLE", CUSTOMGUI_CYCLE},
+    Named{"MULTISTRING", CUSTOMGUI_STRINGMULTI},
+    Named{"LINKBOX", CUSTOMGUI_LINKBOX},
 };
 // How a group looks, which a panel of text leaves to itself.
 constexpr std::array<std::string_view, 4> kLooks = {"COLUMNS", "LAYOUTGROUP", "SCALE_H", "SCALE_V"};
+
+constexpr size_t kMostEntries = 10000;  // each is looked up among all
 
 template <size_t N>
 const Named* find(const std::array<Named, N>& table, const std::string& word) {
@@ -78,7 +86,8 @@ class Loader {
     if (token.is(Token::Kind::Number)) return wholeNumberOf(token);
     if (token.text == "ID_VIDEOPOSTPROPERTIES") return ID_VIDEOPOSTPROPERTIES;
     const auto known = files_.symbols.find(token.text);
-    if (!token.is(Token::Kind::Word) || known == files_.symbols.end()) damaged(token, "the header of IDs doesn't name it");
+    if (!token.is(Token::Kind::Word) || known == files_.symbols.end())
+      damaged(token, "the header of IDs doesn't name it");
     return known->second;
   }
 
@@ -92,6 +101,7 @@ class Loader {
     if (!isGroup && !element.members.empty()) damaged(element.type, "only a GROUP has members");
     const auto present =
         std::find_if(entries_.begin(), entries_.end(), [&](const DescriptionEntry& one) { return one.id == id; });
+    if (entries_.size() >= kMostEntries) damaged(element.symbol, "a description has at most 10000 parameters");
     if (present == entries_.end()) {
       entries_.push_back({id, properties(element, type->id), group});
     } else if (!isGroup) {
@@ -176,10 +186,10 @@ class Loader {
   }
 
   Float realOf(const Token& token) const {
+    std::istringstream text(token.text);
+    text.imbue(std::locale::classic());
     Float value = 0.0;
-    const char* end = token.text.data() + token.text.size();
-    const auto read = std::from_chars(token.text.data(), end, value);
-    if (read.ec != std::errc() || read.ptr != end) damaged(token, "expected a number");
+    if (!(text >> value) || text.peek() != std::istringstream::traits_type::eof()) damaged(token, "expected a number");
     return value;
   }
 

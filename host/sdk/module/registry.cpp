@@ -8,13 +8,19 @@
 namespace cinema {
 
 BasePlugin::BasePlugin(Parts* parts) : parts_(parts) {}
-BasePlugin::~BasePlugin() { delete parts_; }
-Filename BasePlugin::GetFilename() { return parts_->file; }
+BasePlugin::~BasePlugin() {
+  delete parts_;
+}
+Filename BasePlugin::GetFilename() {
+  return parts_->file;
+}
 
 HostSide<BasePlugin>::Owner HostSide<BasePlugin>::make(Parts parts) {
   return Owner(new BasePlugin(new Parts(std::move(parts))));
 }
-void HostSide<BasePlugin>::end(BasePlugin* plugin) { delete plugin; }
+void HostSide<BasePlugin>::end(BasePlugin* plugin) {
+  delete plugin;
+}
 
 }  // namespace cinema
 
@@ -22,7 +28,9 @@ namespace quillmere::host {
 
 using PluginSide = cinema::HostSide<cinema::BasePlugin>;
 
-Registry::Registry() { addDescription(kBaseDescriptionName, baseDescription()); }
+Registry::Registry() {
+  addDescription(kBaseDescriptionName, baseDescription());
+}
 
 bool Registry::add(PluginSide::Parts plugin) {
   if (find(plugin.id, plugin.type)) return false;
@@ -37,7 +45,7 @@ cinema::BasePlugin* Registry::find(cinema::Int32 id, cinema::PLUGINTYPE type) co
   return found == plugins_.end() ? nullptr : found->get();
 }
 
-bool Registry::addDescription(const std::string& name, RegisteredDescription description) {
+bool Registry::addDescription(const std::string& name, RegisteredDescription&& description) {
   return descriptions_.try_emplace(name, std::move(description)).second;
 }
 
@@ -47,6 +55,7 @@ const RegisteredDescription* Registry::description(const std::string& name) cons
 }
 
 const RegisteredDescription* Registry::description(cinema::Int32 id) const {
+  if (id == 0) return nullptr;  // the host's own descriptions go by name
   const auto found = std::find_if(descriptions_.begin(), descriptions_.end(),
                                   [&](const auto& named) { return named.second.id == id; });
   return found == descriptions_.end() ? nullptr : &found->second;

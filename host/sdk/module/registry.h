@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "c4d.h"
+#include "door/parameters.h"
 
 namespace cinema {
 
@@ -38,13 +39,6 @@ struct HostSide<BasePlugin> {
 
 namespace quillmere::host {
 
-// One parameter, or group, of a description.
-struct DescriptionEntry {
-  cinema::DescID id;
-  cinema::BaseContainer properties;  // DESC_
-  cinema::DescID group;              // where it stands; empty at the top
-};
-
 struct RegisteredDescription {
   cinema::Int32 id = 0;
   std::vector<DescriptionEntry> entries;
@@ -61,7 +55,7 @@ class Registry {
   cinema::BasePlugin* find(cinema::Int32 id, cinema::PLUGINTYPE type) const;  // null if there is none
 
   // Names are unique over all modules: false when there is one.
-  bool addDescription(const std::string& name, RegisteredDescription description);
+  bool addDescription(const std::string& name, RegisteredDescription&& description);
   const RegisteredDescription* description(const std::string& name) const;
   const RegisteredDescription* description(cinema::Int32 id) const;
 

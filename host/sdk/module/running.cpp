@@ -8,7 +8,11 @@ Running* theRunning = nullptr;
 
 }  // namespace
 
-Running* running() { return theRunning; }
-void setRunning(Running* now) { theRunning = now; }
+Running* running() {
+  return theRunning;
+}
+void setRunning(Running* now) {
+  theRunning = now;
+}
 
 }  // namespace quillmere::host

@@ -18,7 +18,7 @@ struct Running {
   std::string refusal;            // why the host turned down what that module asked for last, empty if it didn't
 };
 
-Running* running();            // null without an application
+Running* running();             // null without an application
 void setRunning(Running* now);  // the application's own; at most one at a time
 
 }  // namespace quillmere::host

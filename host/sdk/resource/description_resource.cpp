@@ -8,9 +8,13 @@ namespace {
 
 constexpr int kDeepest = 32;
 
-bool isValue(const Token& token) { return token.is(Token::Kind::Word) || token.is(Token::Kind::Number) || token.is(Token::Kind::Text); }
+bool isValue(const Token& token) {
+  return token.is(Token::Kind::Word) || token.is(Token::Kind::Number) || token.is(Token::Kind::Text);
+}
 
-bool hasList(const Token& name) { return name.text == "CYCLE" || name.text == "ACCEPT" || name.text == "REFUSE"; }
+bool hasList(const Token& name) {
+  return name.text == "CYCLE" || name.text == "ACCEPT" || name.text == "REFUSE";
+}
 
 // Behind "CYCLE {".
 std::vector<Token> readList(Scanner& scanner) {
@@ -81,6 +85,8 @@ class Reader {
 
 }  // namespace
 
-DescriptionResource readDescriptionResource(const std::filesystem::path& file) { return Reader(file).read(); }
+DescriptionResource readDescriptionResource(const std::filesystem::path& file) {
+  return Reader(file).read();
+}
 
 }  // namespace quillmere::host::resource

@@ -12,7 +12,9 @@ namespace {
 
 constexpr const char* kFallbackLanguage = "en-US";
 
-bool isAlphanumeric(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isAlphanumeric(char c) {
+  return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 
 std::string lowerCase(std::string name) {
   std::transform(name.begin(), name.end(), name.begin(),
@@ -34,7 +36,8 @@ bool isLanguage(const std::string& language) {
 ResourceFolder::ResourceFolder(fs::path folder, std::string language)
     : folder_(std::move(folder)), language_(std::move(language)) {
   std::error_code failed;
-  if (!fs::is_directory(folder_, failed)) throw Damage(folder_, "there is no such folder; install the module with its res/");
+  if (!fs::is_directory(folder_, failed))
+    throw Damage(folder_, "there is no such folder; install the module with its res/");
   const fs::path symbols = folder_ / "c4d_symbols.h";
   readEnumHeader(symbols, symbols_);
   for (auto& [symbol, text] : table("c4d_strings.str")) {
@@ -62,7 +65,8 @@ DescriptionFiles ResourceFolder::description(const std::string& name) const {
   files.file = folder_ / within / (stem + ".res");
   files.resource = readDescriptionResource(files.file);
   if (files.resource.name != name) {
-    throw Damage(files.file, files.resource.content.symbol.line, "describes '" + files.resource.name + "', not '" + name + "'");
+    throw Damage(files.file, files.resource.content.symbol.line,
+                 "describes '" + files.resource.name + "', not '" + name + "'");
   }
   files.symbols = symbols_;
   readEnumHeader(folder_ / within / (stem + ".h"), files.symbols);

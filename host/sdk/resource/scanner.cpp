@@ -22,9 +22,15 @@ std::string readWhole(const fs::path& file) {
   return content;
 }
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v'; }
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+bool isLetter(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n' || c == '\f' || c == '\v';
+}
 
 std::string shown(char c) {
   if (c > ' ' && c < 0x7F) return std::string("'") + c + "'";
@@ -35,8 +41,7 @@ std::string shown(char c) {
 
 }  // namespace
 
-Damage::Damage(const fs::path& file, const std::string& reason)
-    : std::runtime_error(file.string() + ": " + reason) {}
+Damage::Damage(const fs::path& file, const std::string& reason) : std::runtime_error(file.string() + ": " + reason) {}
 Damage::Damage(const fs::path& file, int line, const std::string& reason)
     : std::runtime_error(file.string() + ":" + std::to_string(line) + ": " + reason) {}
 
@@ -45,7 +50,9 @@ Scanner::Scanner(fs::path file) : file_(std::move(file)), content_(readWhole(fil
   ahead_ = scan();
 }
 
-Token Scanner::next() { return std::exchange(ahead_, ahead_.is(Token::Kind::End) ? ahead_ : scan()); }
+Token Scanner::next() {
+  return std::exchange(ahead_, ahead_.is(Token::Kind::End) ? ahead_ : scan());
+}
 
 bool Scanner::acceptMark(char mark) {
   if (!ahead_.isMark(mark)) return false;
@@ -64,7 +71,8 @@ Token Scanner::expect(Token::Kind kind, std::string_view what) {
 
 void Scanner::damaged(const Token& where, const std::string& reason) const {
   const bool ended = where.is(Token::Kind::End);
-  throw Damage(file_, where.line, reason + (ended ? ", but the file ends" : ", found '" + where.text.substr(0, 40) + "'"));
+  throw Damage(file_, where.line,
+               reason + (ended ? ", but the file ends" : ", found '" + where.text.substr(0, 40) + "'"));
 }
 
 void Scanner::advance() {
@@ -115,11 +123,20 @@ Token Scanner::scanText() {
     }
     advance();
     switch (at(0)) {
-      case 'n': token.text += '\n'; break;
-      case 't': token.text += '\t'; break;
-      case '"': token.text += '"'; break;
-      case '\\': token.text += '\\'; break;
-      default: throw Damage(file_, line_, R"(an escape is one of \n \t \" \\)");
+      case 'n':
+        token.text += '\n';
+        break;
+      case 't':
+        token.text += '\t';
+        break;
+      case '"':
+        token.text += '"';
+        break;
+      case '\\':
+        token.text += '\\';
+        break;
+      default:
+        throw Damage(file_, line_, R"(an escape is one of \n \t \" \\)");
     }
   }
   advance();

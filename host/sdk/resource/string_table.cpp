@@ -14,7 +14,8 @@ std::map<std::string, std::string> readStringTable(const std::filesystem::path& 
     std::string text = scanner.expect(Token::Kind::Text, "a text in quotes").text;
     while (scanner.peek().is(Token::Kind::Text)) text += scanner.next().text;
     scanner.expectMark(';');
-    if (!texts.try_emplace(symbol.text, std::move(text)).second) scanner.damaged(symbol, "this symbol has a text already");
+    if (!texts.try_emplace(symbol.text, std::move(text)).second)
+      scanner.damaged(symbol, "this symbol has a text already");
   }
   if (!scanner.peek().is(Token::Kind::End)) scanner.damaged(scanner.peek(), "expected nothing behind the table");
   return texts;

@@ -132,10 +132,7 @@ Int32 BaseBitmap::GetBpz() const {
 }
 
 void BaseBitmap::GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const {
-  const PixelStore::Rgb pixel = parts_->pixels.at(x, y);
-  if (r) *r = pixel.r;
-  if (g) *g = pixel.g;
-  if (b) *b = pixel.b;
+  parts_->pixels.read(x, y, r, g, b);
 }
 
 Bool BaseBitmap::SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b) {

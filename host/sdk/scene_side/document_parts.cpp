@@ -57,7 +57,7 @@ ViewParts& partsOf(const cinema::BaseDraw& view) {
 }
 
 const CameraParts* cameraOf(const DocumentParts& document, const cinema::BaseObject* object) {
-  const auto own = std::ranges::find(document.cameras, object, &HostSide<cinema::BaseObject>::Owner::get);
+  const auto own = std::ranges::find(document.cameras, object, [](const auto& owner) { return owner.get(); });
   return own == document.cameras.end() ? nullptr : &static_cast<CameraParts&>(HostSide<cinema::C4DAtom>::parts(**own));
 }
 

@@ -1,24 +1,28 @@
 #include "line_buffer.h"
 
 #include <algorithm>
-#include <cstring>
+#include <type_traits>
 #include <utility>
+
+#include "image/sample_values.h"
 
 namespace quillmere::host {
 namespace {
 
-template <class T>
-void toFloats(const void* data, float* line, std::size_t count, float white) {
-  const T* values = static_cast<const T*>(data);
-  for (std::size_t i = 0; i < count; ++i) line[i] = static_cast<float>(values[i]) / white;
+// Calls `work` with a value of the type that a caller's components have.
+template <class Work>
+void withType(LineBuffer::Depth depth, Work&& work) {
+  if (depth == LineBuffer::Depth::Byte) return work(std::uint8_t{});
+  if (depth == LineBuffer::Depth::Word) return work(std::uint16_t{});
+  work(float{});
 }
 
-template <class T>
-void fromFloats(const float* line, void* data, std::size_t count, float white) {
-  T* values = static_cast<T*>(data);
-  for (std::size_t i = 0; i < count; ++i) {
-    const float value = line[i] > 0.0F ? std::min(line[i], 1.0F) : 0.0F;  // not-a-number is black
-    values[i] = static_cast<T>(value * white + 0.5F);
+template <class To, class From>
+void convert(const From* from, To* to, std::size_t count) {
+  if constexpr (std::is_same_v<To, From>) {
+    std::copy_n(from, count, to);  // floats keep what lies beyond black and white
+  } else {
+    std::transform(from, from + count, to, [](From value) { return image::sampleAs<To>(value); });
   }
 }
 
@@ -42,17 +46,7 @@ bool LineBuffer::write(int x, int y, int count, const void* data, Depth depth) {
   present_[static_cast<std::size_t>(y)] = true;
   float* line = picture_.row<float>(y) + static_cast<std::ptrdiff_t>(x) * components();
   const std::size_t values = static_cast<std::size_t>(count) * static_cast<std::size_t>(components());
-  switch (depth) {
-    case Depth::Byte:
-      toFloats<std::uint8_t>(data, line, values, 255.0F);
-      break;
-    case Depth::Word:
-      toFloats<std::uint16_t>(data, line, values, 65535.0F);
-      break;
-    case Depth::Float:
-      std::memcpy(line, data, values * sizeof(float));
-      break;
-  }
+  withType(depth, [&]<class T>(T) { convert(static_cast<const T*>(data), line, values); });
   return true;
 }
 
@@ -60,17 +54,7 @@ bool LineBuffer::read(int x, int y, int count, void* data, Depth depth) {
   if (data == nullptr || !covers(x, y, count) || !ensure(y)) return false;
   const float* line = picture_.row<float>(y) + static_cast<std::ptrdiff_t>(x) * components();
   const std::size_t values = static_cast<std::size_t>(count) * static_cast<std::size_t>(components());
-  switch (depth) {
-    case Depth::Byte:
-      fromFloats<std::uint8_t>(line, data, values, 255.0F);
-      break;
-    case Depth::Word:
-      fromFloats<std::uint16_t>(line, data, values, 65535.0F);
-      break;
-    case Depth::Float:
-      std::memcpy(data, line, values * sizeof(float));
-      break;
-  }
+  withType(depth, [&]<class T>(T) { convert(line, static_cast<T*>(data), values); });
   return true;
 }
 

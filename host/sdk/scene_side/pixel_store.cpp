@@ -1,8 +1,11 @@
 #include "pixel_store.h"
 
 #include <algorithm>
+#include <array>
+#include <string>
 #include <utility>
 
+#include "image/sample_values.h"
 #include "image/scaling.h"
 
 namespace quillmere::host {
@@ -16,7 +19,7 @@ struct Layout {
 // Of the depths the application documents, 1, 4 and 16 are left out: nothing here could show what they hold.
 constexpr Layout kLayouts[] = {
     {8, 1, image::Sample::Byte},  {24, 3, image::Sample::Byte}, {32, 3, image::Sample::Byte},
-    {48, 3, image::Sample::Word}, {64, 4, image::Sample::Word}, {96, 3, image::Sample::Float},
+    {48, 3, image::Sample::Word}, {64, 3, image::Sample::Word}, {96, 3, image::Sample::Float},
 };
 
 const Layout* layoutOf(int depth) {
@@ -43,41 +46,40 @@ int depthOf(image::Sample sample) {
   return 96;
 }
 
-std::uint16_t component(std::uint8_t value) {
-  return value;
-}
-std::uint16_t component(std::uint16_t value) {
-  return value;
-}
-std::uint16_t component(float value) {
-  if (!(value > 0.0F)) return 0;  // also not-a-number
-  return static_cast<std::uint16_t>(std::min(value, 1.0F) * 65535.0F + 0.5F);
+// Byte samples are shown as they are, all others with 16 bits.
+template <class T>
+std::uint16_t component(T sample) {
+  if constexpr (std::is_same_v<T, std::uint8_t>)
+    return sample;
+  else
+    return image::sampleAs<std::uint16_t>(sample);
 }
 
-void store(std::uint8_t& sample, int value) {
-  sample = static_cast<std::uint8_t>(value);
-}
-void store(std::uint16_t& sample, int value) {
-  sample = static_cast<std::uint16_t>(value * 257);
-}
-void store(float& sample, int value) {
-  sample = static_cast<float>(value) / 255.0F;
+struct Wanted {
+  std::uint16_t *r, *g, *b;  // null for what nobody wants
+};
+
+void give(const Wanted& wanted, std::uint16_t r, std::uint16_t g, std::uint16_t b) {
+  if (wanted.r) *wanted.r = r;
+  if (wanted.g) *wanted.g = g;
+  if (wanted.b) *wanted.b = b;
 }
 
 template <class T>
-PixelStore::Rgb read(const image::Image& pixels, int x, int y) {
-  const int channels = pixels.channels();
-  const T* pixel = pixels.row<T>(y) + static_cast<std::ptrdiff_t>(x) * channels;
-  if (channels < 3) return {component(pixel[0]), component(pixel[0]), component(pixel[0])};
-  return {component(pixel[0]), component(pixel[1]), component(pixel[2])};
+void readPixel(const image::Image& pixels, int x, int y, const Wanted& wanted) {
+  const std::ptrdiff_t channels = pixels.channels(), colors = channels < 3 ? 0 : 1;
+  const T* pixel = pixels.row<T>(y) + x * channels;
+  give(wanted, component(pixel[0]), component(pixel[colors]), component(pixel[2 * colors]));
 }
 
 template <class T>
-void write(image::Image& pixels, int x, int y, const int (&rgb)[3]) {
-  const int channels = pixels.channels();
-  T* pixel = pixels.row<T>(y) + static_cast<std::ptrdiff_t>(x) * channels;
-  if (channels < 3) return store(pixel[0], (rgb[0] + rgb[1] + rgb[2]) / 3);
-  for (int channel = 0; channel < 3; ++channel) store(pixel[channel], rgb[channel]);
+void writePixel(image::Image& pixels, int x, int y, const std::array<std::uint8_t, 3>& rgb) {
+  T* pixel = pixels.row<T>(y) + static_cast<std::ptrdiff_t>(x) * pixels.channels();
+  if (pixels.channels() < 3) {
+    pixel[0] = image::sampleAs<T>(static_cast<std::uint8_t>((rgb[0] + rgb[1] + rgb[2]) / 3));
+    return;
+  }
+  for (std::size_t channel = 0; channel < 3; ++channel) pixel[channel] = image::sampleAs<T>(rgb[channel]);
 }
 
 // The part of pixels first…last (both inclusive) that lies in 0…size-1; a count below 1 means none.
@@ -96,11 +98,12 @@ int narrow(std::int64_t value) {
 // Copies a picture of to's layout so that its first pixel comes to lie at left, top of `to`; the rest is clipped.
 template <class T>
 void paste(const image::Image& picture, std::int64_t left, std::int64_t top, image::Image& to) {
+  const std::int64_t channels = to.channels();
   const Span columns = clip(left, left + picture.width() - 1, to.width());
   const Span rows = clip(top, top + picture.height() - 1, to.height());
   for (std::int64_t y = rows.first; y < rows.first + rows.count; ++y) {
-    const T* source = picture.row<T>(narrow(y - top)) + (columns.first - left) * to.channels();
-    std::copy_n(source, columns.count * to.channels(), to.row<T>(narrow(y)) + columns.first * to.channels());
+    const T* source = picture.row<T>(narrow(y - top)) + (columns.first - left) * channels;
+    std::copy_n(source, columns.count * channels, to.row<T>(narrow(y)) + columns.first * channels);
   }
 }
 
@@ -123,33 +126,18 @@ bool PixelStore::depthIsModelled(int depth) {
   return layoutOf(depth) != nullptr;
 }
 
-PixelStore::Rgb PixelStore::at(int x, int y) const {
-  if (!inside(x, y)) return {};
-  switch (pixels_.sample()) {
-    case image::Sample::Byte:
-      return read<std::uint8_t>(pixels_, x, y);
-    case image::Sample::Word:
-      return read<std::uint16_t>(pixels_, x, y);
-    case image::Sample::Float:
-      break;
-  }
-  return read<float>(pixels_, x, y);
+void PixelStore::read(int x, int y, std::uint16_t* r, std::uint16_t* g, std::uint16_t* b) const {
+  const Wanted wanted{r, g, b};
+  if (!inside(x, y)) return give(wanted, 0, 0, 0);
+  image::withSampleType(pixels_.sample(), [&]<class T>(T) { readPixel<T>(pixels_, x, y, wanted); });
 }
 
 bool PixelStore::set(int x, int y, int r, int g, int b) {
   if (!inside(x, y)) return false;
-  const int rgb[3] = {std::clamp(r, 0, 255), std::clamp(g, 0, 255), std::clamp(b, 0, 255)};
-  switch (pixels_.sample()) {
-    case image::Sample::Byte:
-      write<std::uint8_t>(pixels_, x, y, rgb);
-      break;
-    case image::Sample::Word:
-      write<std::uint16_t>(pixels_, x, y, rgb);
-      break;
-    case image::Sample::Float:
-      write<float>(pixels_, x, y, rgb);
-      break;
-  }
+  const auto byte = [](int value) { return static_cast<std::uint8_t>(std::clamp(value, 0, 255)); };
+  image::withSampleType(pixels_.sample(), [&]<class T>(T) {
+    writePixel<T>(pixels_, x, y, {byte(r), byte(g), byte(b)});
+  });
   return true;
 }
 
@@ -172,17 +160,8 @@ void PixelStore::stretch(const Corners& from, PixelStore& target, const Corners&
     target.pixels_ = std::move(scaled);
     return;
   }
-  switch (target.pixels_.sample()) {
-    case image::Sample::Byte:
-      paste<std::uint8_t>(scaled, to.left, to.top, target.pixels_);
-      break;
-    case image::Sample::Word:
-      paste<std::uint16_t>(scaled, to.left, to.top, target.pixels_);
-      break;
-    case image::Sample::Float:
-      paste<float>(scaled, to.left, to.top, target.pixels_);
-      break;
-  }
+  image::withSampleType(target.pixels_.sample(),
+                        [&]<class T>(T) { paste<T>(scaled, to.left, to.top, target.pixels_); });
 }
 
 }  // namespace quillmere::host

@@ -10,9 +10,6 @@ namespace quillmere::host {
 // components of 0-255 up to 32 bits per pixel, 0-65535 above. There is no alpha: one that a file brings is left out.
 class PixelStore {
  public:
-  struct Rgb {
-    std::uint16_t r = 0, g = 0, b = 0;
-  };
   // Corners of a rectangle of pixels, both inclusive.
   struct Corners {
     std::int64_t left, top, right, bottom;
@@ -32,7 +29,9 @@ class PixelStore {
   int depth() const { return depth_; }
   const image::Image& pixels() const { return pixels_; }
 
-  Rgb at(int x, int y) const;                   // black outside
+  // Black outside. Each component goes straight to where it is wanted, unless that is null: this is asked for every
+  // pixel of a picture, and a value that is first put together costs more than the reading.
+  void read(int x, int y, std::uint16_t* r, std::uint16_t* g, std::uint16_t* b) const;
   bool set(int x, int y, int r, int g, int b);  // 0-255 whatever the depth, clamped; false outside
   bool replace(image::Image picture);           // takes a picture of just this size; false when it has another
   // Fills `to` of `target` with `from` of this, stretched. What lies outside of either is left out; rectangles that are

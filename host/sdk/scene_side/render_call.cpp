@@ -15,12 +15,11 @@ using cinema::RENDERRESULT;
 using cinema::VIDEOPOSTCALL;
 
 struct RenderCall::Parts {
-  Parts(Document* document, Buffer buffer, BreakTest userBreak, const FrameSettings& settings);
+  Parts(Document* document, std::optional<Buffer> buffer, BreakTest userBreak, const FrameSettings& settings);
   ~Parts();
   image::Image draw();
 
   DocumentParts* document;  // may be null
-  Buffer size;
   BreakTest userBreak, formerBreak;
   FrameSettings settings;
   RENDERRESULT result = RENDERRESULT::OK;
@@ -35,10 +34,10 @@ struct RenderCall::Parts {
 };
 
 // For as long as this frame lasts, its break also stops what is drawn from inside it.
-RenderCall::Parts::Parts(Document* of, Buffer asked, BreakTest test, const FrameSettings& drawing)
-    : document(of ? &partsOf(of->api()) : nullptr), size(asked), userBreak(std::move(test)), settings(drawing) {
-  if (size.width > 0) {
-    lines.emplace(size.width, size.height, size.components, [this] { return draw(); });
+RenderCall::Parts::Parts(Document* of, std::optional<Buffer> asked, BreakTest test, const FrameSettings& drawing)
+    : document(of ? &partsOf(of->api()) : nullptr), userBreak(std::move(test)), settings(drawing) {
+  if (asked) {
+    lines.emplace(asked->width, asked->height, asked->components, [this] { return draw(); });
     buffer = HostSide<cinema::VPBuffer>::make(*lines);
   }
   render = HostSide<cinema::Render>::make(
@@ -60,13 +59,15 @@ RenderCall::Parts::~Parts() {
 }
 
 image::Image RenderCall::Parts::draw() {
-  if (!document) return {size.width, size.height, 3, image::Sample::Float};
-  Drawn own = drawFinal(*document, partsOf(*document->view).camera, size.width, size.height, settings, userBreak);
+  if (!document) return {lines->width(), lines->height(), 3, image::Sample::Float};
+  Drawn own =
+      drawFinal(*document, partsOf(*document->view).camera, lines->width(), lines->height(), settings, userBreak);
   drawn = own.result;
   return std::move(own.picture);
 }
 
-RenderCall::RenderCall(Document* document, Buffer buffer, BreakTest userBreak, const FrameSettings& settings)
+RenderCall::RenderCall(Document* document, std::optional<Buffer> buffer, BreakTest userBreak,
+                       const FrameSettings& settings)
     : parts_(std::make_unique<Parts>(document, buffer, std::move(userBreak), settings)) {}
 
 RenderCall::~RenderCall() = default;

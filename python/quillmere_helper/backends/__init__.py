@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import importlib
-from typing import Any, Protocol
+from typing import Any, Protocol, cast
 
 from ..jobs import Job, Made
 from ..workflows import Workflow
@@ -17,13 +17,15 @@ class Backend(Protocol):
 
     REQUIRES: str
 
-    def check(self, workflow: Workflow) -> dict[str, Any]: ...
+    def check(self, workflow: Workflow) -> dict[str, Any]:
+        ...
 
-    def make(self, job: Job) -> Made: ...
+    def make(self, job: Job) -> Made:
+        ...
 
 
-MODULES = {"embedded": ".embedded"}
+MODULES = {"embedded": ".embedded", "comfyui": ".comfyui", "a1111": ".a1111"}
 
 
 def load(name: str) -> Backend:
-    return importlib.import_module(MODULES[name], __name__)  # type: ignore[return-value]
+    return cast(Backend, importlib.import_module(MODULES[name], __name__))

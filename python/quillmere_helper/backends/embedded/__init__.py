@@ -1,7 +1,7 @@
 """The embedded back end: an ink-and-wash drawing of the guide image.
 
-It is a drawing filter, not a model: it adds nothing to the scene, and of the prompt it understands words of colour, light, weather
-and mood only. It needs no service and no model, only Pillow.
+It is a drawing filter, not a model: it adds nothing to the scene, and of the prompt it understands words of colour,
+light, weather and mood only. It needs no service and no model, only Pillow.
 """
 
 from __future__ import annotations
@@ -17,7 +17,9 @@ from ...workflows import Workflow
 REQUIRES = "PIL.Image"
 
 PARAMETERS = (
-    Parameter("seed", "frame", "what is left to chance: paper, borders of the washes, pressure of the pen"),
+    Parameter(
+        "seed", "frame", "of chance: paper, borders of the washes, pressure of the pen", words=("frame", "random")
+    ),
     Parameter("layers", 5, "number of washes, one over the other", 2, 9),
     Parameter("wash", 1.0, "strength of the washes", 0, 2),
     Parameter("granulation", 1.0, "pigment in the valleys of the paper", 0, 3),
@@ -51,7 +53,7 @@ def make(job: Job) -> Made:
             picture = end.value
             break
         job.status.tell("draw", message, share)
-    job.outputs.write(picture, "png")
+    job.deliver([(picture, "png")], seed, {})
     return Made(seed)
 
 

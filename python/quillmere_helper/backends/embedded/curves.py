@@ -2,10 +2,10 @@
 
 from __future__ import annotations
 
-from typing import Callable
+from typing import Any, Callable
 
 
-def curve(shape: Callable[[float], float]) -> list[int]:
+def curve(shape: Callable[[float], Any]) -> list[int]:
     """The table of a function from 0..1 to 0..1; values outside are held at the ends."""
     return [round(255 * min(max(shape(value / 255), 0.0), 1.0)) for value in range(256)]
 

@@ -18,10 +18,11 @@ REFERENCE_AREA = 1024 * 576  # pixels of the picture that all lengths are given 
 SHEET = (253, 250, 241)
 INK = (30, 30, 44)
 
+Options = Mapping[str, Any]
 Steps = Generator["tuple[str, float]", None, bytes]
 
 
-def draw(guide: Image.Image, look: Optional[Image.Image], mood: Mood, seed: int, options: Mapping[str, Any]) -> Steps:
+def draw(guide: Image.Image, look: Optional[Image.Image], mood: Mood, seed: int, options: Options) -> Steps:
     """Yields what it is about to do and the share that is done, and returns the PNG file of the drawing.
 
     `guide` is RGB and gives the size; `look` is the style image. The same arguments give the same picture.
@@ -48,9 +49,9 @@ def draw(guide: Image.Image, look: Optional[Image.Image], mood: Mood, seed: int,
         colour = style.in_colours_of(colour, look, options["style"])
     page = ImageChops.multiply(colour, paper.sheet(SHEET))
     yield "Drawing lines", 0.75
-    page = _inked(page, guide, tones, paper, noise, unit, options)
+    covered = _ink(guide, tones, paper, noise, unit, options)
     yield "Finishing the picture", 0.9
-    return _png(page)
+    return _png(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
 
 
 def _calm(guide: Image.Image, unit: float) -> Image.Image:
@@ -68,16 +69,17 @@ def _spread(guide: Image.Image, key: float) -> Image.Image:
     return spread.filter(ImageFilter.GaussianBlur(0.7)).point(curve(lambda value: value ** math.exp(-1.4 * key)))
 
 
-def _inked(
-    page: Image.Image, guide: Image.Image, tones: Image.Image, paper: Paper, noise: Noise, unit: float, options: Mapping[str, Any]
+def _ink(
+    guide: Image.Image, tones: Image.Image, paper: Paper, noise: Noise, unit: float, options: Options
 ) -> Image.Image:
-    ink_on_page = Image.new("L", guide.size, 0)
+    """How much ink covers each pixel; even the heaviest line lets a little of the page through."""
+    inked = Image.new("L", guide.size, 0)
     if options["line"] > 0:
-        ink_on_page = ink.lines(guide, paper.relief, noise, unit, options["line"])
+        inked = ink.lines(guide, paper.relief, noise, unit, options["line"])
     if options["hatching"] > 0:
         strokes = ink.hatching(tones, noise, unit).point(curve(lambda value: 0.6 * options["hatching"] * value))
-        ink_on_page = ImageChops.lighter(ink_on_page, strokes)
-    return Image.composite(Image.new("RGB", guide.size, INK), page, ink_on_page.point(curve(lambda value: 0.88 * value)))
+        inked = ImageChops.lighter(inked, strokes)
+    return inked.point(curve(lambda value: 0.88 * value))
 
 
 def _between(wetness: float) -> float:

@@ -9,8 +9,8 @@ def _colour(dark: str, bright: str) -> Mood:
     return Mood(_rgb(dark), _rgb(bright), 0.45)
 
 
-def _light(dark: str, bright: str, weight: float, key: float = 0.0, saturation: float = 1.0, wetness: float = 0.0) -> Mood:
-    return Mood(_rgb(dark), _rgb(bright), weight, key, saturation, wetness)
+def _light(dark: str, bright: str, weight: float, *rest: float) -> Mood:
+    return Mood(_rgb(dark), _rgb(bright), weight, *rest)
 
 
 def _rgb(code: str) -> tuple[float, float, float]:
@@ -47,7 +47,7 @@ ROWS: tuple[tuple[str, Mood], ...] = (
     ("spring blossom", _light("35503a", "fdeef0", 0.35, 0.12, 1.1)),
     ("summer summery", _light("2f4a52", "fff3c4", 0.35, 0.08, 1.2)),
     ("autumn autumnal fall", _light("4f220c", "ffd9a0", 0.55, -0.02, 1.1)),
-    ("winter wintry frost frosty ice icy", _light("1c3666", "dcebff", 0.75, 0.14, 0.65)),
+    ("winter wintry frost frosty ice icy", _light("16346c", "d6e8ff", 0.9, 0.12, 0.7)),
     # weather
     ("fog foggy mist misty haze hazy", _light("737a88", "f4f4f2", 0.5, 0.22, 0.6, 0.35)),
     ("rain rainy drizzle wet", _light("27323f", "d9e1e6", 0.5, -0.1, 0.7, 0.4)),

@@ -1,4 +1,4 @@
-"""What the words of a prompt ask of a drawing: a light, a strength of colour, a wetness. No more of a prompt is understood."""
+"""What the words of a prompt ask of a drawing: a light, a strength of colour, a wetness, and nothing else."""
 
 from __future__ import annotations
 

@@ -13,7 +13,7 @@ FORMATS = ("PNG", "JPEG", "WEBP", "TIFF", "BMP")
 
 
 def read_picture(path: str, what: str, remedy: str) -> Image.Image:
-    """Raises HelperError that calls the picture `what` and ends in `remedy`. Transparency is ignored, as back ends do."""
+    """Raises HelperError that calls the picture `what` and ends in `remedy`. Transparency is ignored."""
     name = f'the {what} "{path}"'
     if os.path.exists(path) and not os.path.isfile(path):
         raise HelperError(f"Cannot read {name}: not a file; {remedy}")

@@ -15,7 +15,7 @@ RIM_WIDTH = 3.0  # how far a drying wash carries its pigment to the border, in p
 
 @dataclass(frozen=True)
 class Brush:
-    """How wash is laid on: number of `layers`, `strength` of all of them together, `wetness` of borders, `granulation`."""
+    """How wash is laid on: in how many `layers`, and the `strength` of all of them together."""
 
     layers: int
     strength: float
@@ -26,8 +26,8 @@ class Brush:
 def wash(layer: int, tones: Image.Image, relief: Image.Image, noise: Noise, unit: float, brush: Brush) -> Image.Image:
     """The light that one layer lets through (255: all of it), for `tones` spread over 0..255.
 
-    Layer 0 covers all but the lightest tones, the last one only the darkest. Borders wander only where the tones run smoothly
-    into each other; a sharp border of the guide stays where it is.
+    Layer 0 covers all but the lightest tones, the last one only the darkest. Borders wander only where the tones run
+    smoothly into each other; a sharp border of the guide stays where it is.
     """
     border = 1 - (layer + 0.7) / (brush.layers + 0.4)
     wandering = _disturb(tones, noise.clouds((26 + 90 * brush.wetness) * unit), 0.10 + 0.05 * brush.wetness)

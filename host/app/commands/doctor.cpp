@@ -1,0 +1,69 @@
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+#include "commands.h"
+#include "doctor/checks.h"
+#include "options/session_options.h"
+#include "process/output.h"
+#include "process/process_tree.h"
+#include "progress/report.h"
+#include "progress/text_cells.h"
+
+namespace quillmere::app {
+namespace {
+
+using State = Finding::State;
+
+struct Options {
+  SessionOptions session;
+  bool json = false;
+};
+
+const char* wordFor(State state) {
+  return state == State::Ok ? "ok" : state == State::Note ? "note" : "broken";
+}
+
+std::string row(const Finding& finding) {
+  std::string mark = wordFor(finding.state);
+  mark.resize(8, ' ');
+  std::string text = mark + printable(finding.subject) + ": " + printable(finding.detail) + "\n";
+  if (!finding.remedy.empty()) text += "        " + printable(finding.remedy) + "\n";
+  return text;
+}
+
+Json entry(const Finding& finding) {
+  return {{"check", finding.subject},
+          {"state", wordFor(finding.state)},
+          {"detail", finding.detail},
+          {"remedy", finding.remedy}};
+}
+
+ExitStatus run(const Options& options) {
+  adoptOrphans();
+  const auto findings = examine(pluginFolder(options.session.plugin), writeDirectoryOf(options.session));
+  std::string rows;
+  Json entries = Json::array();
+  for (const Finding& finding : findings) {
+    rows += row(finding);
+    entries.push_back(entry(finding));
+  }
+  Output(STDOUT_FILENO).write(options.json ? lineOf(entries) : rows);
+  const bool broken = std::any_of(findings.begin(), findings.end(),
+                                  [](const Finding& finding) { return finding.state == State::Broken; });
+  return broken ? ExitStatus::Failed : ExitStatus::Done;
+}
+
+}  // namespace
+
+Action addDoctor(CLI::App& command) {
+  const auto options = std::make_shared<Options>();
+  command.add_flag("--json", options->json, "Print a JSON array of objects instead of lines");
+  addSessionOptions(command, options->session);
+  command.footer("Exit status 1 when something is broken.\nExample:\n  quillmere doctor");
+  return [options] { return run(*options); };
+}
+
+}  // namespace quillmere::app

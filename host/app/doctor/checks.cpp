@@ -1,0 +1,91 @@
+#include "checks.h"
+
+#include <unistd.h>
+
+#include <optional>
+#include <string>
+
+#include "effect/effect_session.h"
+#include "effect/workflow_choice.h"
+#include "helper_check.h"
+#include "process/child_run.h"
+
+namespace quillmere::app {
+namespace {
+
+namespace fs = std::filesystem;
+using State = Finding::State;
+
+bool isFile(const fs::path& file) {
+  std::error_code error;
+  return fs::is_regular_file(file, error);
+}
+
+std::string firstLine(const std::string& text) {
+  return text.substr(0, text.find('\n'));
+}
+
+Finding python() {
+  const std::string subject = "python3";
+  const ChildResult found = runChild({"python3", "-c", "import sys; print(sys.executable, sys.version.split()[0])"},
+                                     std::chrono::seconds(20));
+  if (found.end == ChildResult::End::Exited && found.status == 0)
+    return {subject, State::Ok, firstLine(found.output), {}};
+  const std::string why = found.end == ChildResult::End::NotStarted ? found.errors : "it does not start";
+  return {subject, State::Broken, why, "install Python 3.9 or newer and put it on PATH"};
+}
+
+Finding helper(const PluginFolder& plugin) {
+  const std::string file = plugin.helper().string();
+  if (isFile(plugin.helper())) return {"render helper", State::Ok, file, {}};
+  return {"render helper", State::Broken, "'" + file + "' is missing", "put the plug-in's python folder back"};
+}
+
+Finding writeFolder(const fs::path& folder) {
+  const std::string subject = "write directory";
+  std::error_code error;
+  fs::create_directories(folder, error);
+  if (!error && ::access(folder.c_str(), W_OK | X_OK) == 0) return {subject, State::Ok, folder.string(), {}};
+  return {subject, State::Broken, "'" + folder.string() + "' cannot be written",
+          "give --write-dir a folder that you may write to"};
+}
+
+Finding catalogFinding(const std::vector<Workflow>& catalog) {
+  if (!catalog.empty()) return {"catalog", State::Ok, std::to_string(catalog.size()) + " workflows", {}};
+  return {"catalog", State::Note, "empty; the example workflow is used",
+          "to choose among workflows, list them in ~/.quillmere/state.json"};
+}
+
+// The module as a render would load it, and the catalog that it sees; none when it doesn't load.
+std::optional<std::vector<Workflow>> module(const PluginFolder& plugin, const fs::path& writeDirectory,
+                                            std::vector<Finding>& findings) {
+  try {
+    host::Events nobody;
+    EffectSession session(writeDirectory, plugin, nobody);
+    findings.push_back({"module", State::Ok, plugin.path.string(), {}});
+    return catalogOf(session.node());
+  } catch (const std::exception& error) {
+    findings.push_back({"module", State::Broken, error.what(), "build it, or give its folder with --plugin"});
+    return {};
+  }
+}
+
+void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& plugin, std::vector<Finding>& findings) {
+  for (const Workflow& workflow : catalog) findings.push_back(checkWorkflow(plugin, workflow.name, workflow.file));
+  if (catalog.empty()) findings.push_back(checkWorkflow(plugin, "example", plugin.exampleWorkflow()));
+}
+
+}  // namespace
+
+std::vector<Finding> examine(const PluginFolder& plugin, const fs::path& writeDirectory) {
+  std::vector<Finding> findings{python(), helper(plugin)};
+  const bool helperRuns = findings[0].state == State::Ok && findings[1].state == State::Ok;
+  const auto catalog = module(plugin, writeDirectory, findings);
+  findings.push_back(writeFolder(writeDirectory));
+  if (!catalog) return findings;
+  findings.push_back(catalogFinding(*catalog));
+  if (helperRuns) checkWorkflows(*catalog, plugin, findings);
+  return findings;
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,106 @@
+"""The calls of an A1111-compatible server that the helper uses, each with the errors that it may give."""
+
+from __future__ import annotations
+
+import json
+import select
+from typing import Any, Mapping, Optional
+
+from ... import web
+from ...errors import HelperError
+
+MEMORY = ("OutOfMemory", "out of memory")
+LONGEST_REASON = 200  # characters of a server's own words; the rest is in the log
+
+
+class A1111:
+    """One server. Calls raise web.Unreachable when it does not answer and HelperError when it refuses us."""
+
+    def __init__(self, site: web.Site) -> None:
+        self.site = site
+
+    def options(self) -> Mapping[str, Any]:
+        """The settings of the server; asked for first, since it tells whether there is such a server at all."""
+        answer = self.checked(self.site.get("/sdapi/v1/options"))
+        options = answer.json()
+        if answer.status == 404:
+            raise HelperError(f"{self.site.url} offers no API; start that server with --api, or correct the URL")
+        if answer.status != 200 or not isinstance(options, dict):
+            raise HelperError(
+                f"{self.site.url} is no A1111-compatible server (status {answer.status}); correct the URL"
+            )
+        return options
+
+    def names(self, path: str, key: str) -> Optional[list[str]]:
+        """The names that the server lists at `path`, or None when it has no such list."""
+        answer = self.checked(self.site.get(path))
+        listed = answer.json() if answer.status == 200 else None
+        if isinstance(listed, dict):
+            listed = listed.get(key)
+        if not isinstance(listed, list):
+            return None
+        return [str(entry.get(key)) if isinstance(entry, dict) else str(entry) for entry in listed]
+
+    def progress(self) -> Mapping[str, Any]:
+        answer = self.checked(self.site.get("/sdapi/v1/progress", {"skip_current_image": "true"}))
+        content = answer.json()
+        return content if isinstance(content, dict) else {}
+
+    def interrupt(self) -> None:
+        """Stops whatever the server runs: only for a task that is known to be ours."""
+        self.site.post("/sdapi/v1/interrupt", {})
+
+    def checked(self, answer: web.Answer) -> web.Answer:
+        if answer.status in (401, 403, 407):
+            raise HelperError(
+                f"{self.site.url} refuses us (status {answer.status}); set QUILLMERE_A1111_AUTH to user:password "
+                "for its URL, or put the login into ~/.quillmere/credentials.json",
+                answer.text(),
+            )
+        return answer
+
+
+class Call:
+    """A request that the server answers when the picture is done. Meanwhile other requests can be sent beside it."""
+
+    def __init__(self, site: web.Site, path: str, content: Any) -> None:
+        self._site = site
+        self._connection = site.connect()
+        body, headers = web.json_body(content)
+        web.send(self._connection, site, "POST", site.target(path), body, headers)
+        assert self._connection.sock is not None
+        self._connection.sock.settimeout(site.patience)
+
+    def wait(self, seconds: float) -> Optional[web.Answer]:
+        """The answer when it begins within `seconds`, else None. Raises web.Unreachable when the connection is lost."""
+        if not select.select([self._connection.sock], [], [], seconds)[0]:
+            return None
+        try:
+            return web.receive(self._connection, self._site)
+        finally:
+            self.close()
+
+    def close(self) -> None:
+        self._connection.close()
+
+
+def refused(answer: web.Answer, site: web.Site, where: str) -> HelperError:
+    """For any answer to a call for a picture but a plain yes."""
+    content = answer.json()
+    content = content if isinstance(content, dict) else {}
+    detail, errors = content.get("detail"), str(content.get("errors") or "")
+    if isinstance(detail, list):  # the server's check of what was sent
+        places = [entry for entry in detail if isinstance(entry, dict)]
+        told = "; ".join(f"{_last(entry.get('loc'))}: {entry.get('msg')}" for entry in places)
+    else:
+        told = str(detail or errors or answer.text())
+    whole = f"{content.get('error')} {told} {errors}"
+    if any(word in whole for word in MEMORY):
+        return HelperError(f"{site.url} ran out of memory; lower the resolution or use a smaller model", whole)
+    told = " ".join(told.split())[:LONGEST_REASON]
+    text = f"{site.url} does not make the picture (status {answer.status}: {told}); correct {where}"
+    return HelperError(text, json.dumps(content, indent=2) if content else answer.text())
+
+
+def _last(place: Any) -> str:
+    return str(place[-1]) if isinstance(place, list) and place else "?"

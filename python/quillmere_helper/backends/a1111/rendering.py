@@ -1,0 +1,141 @@
+"""One render on one A1111-compatible server."""
+
+from __future__ import annotations
+
+import time
+import uuid
+from dataclasses import replace
+from typing import Any, Mapping, Optional
+
+from ... import cancellation, web
+from ...errors import HelperError
+from ...given_pictures import ready
+from ...jobs import Job, Made
+from ...patience import patience, patiently
+from ...seeds import seed_for
+from . import payload
+from .client import A1111, Call, refused
+from .settings import Settings
+
+POLL = 0.7  # seconds between two looks at the progress
+LARGEST_SEED = (1 << 32) - 1  # of these servers
+MOST_CALLS = 3
+HASTE = 0.4  # seconds for an answer while the user waits for the end
+
+
+class Rendering:
+    """The server runs one job at a time and lets the others wait; its progress is that of whatever runs. `task` tells
+    ours from those."""
+
+    def __init__(self, job: Job, settings: Settings) -> None:
+        self._job, self._settings = job, settings
+        self._server = A1111(settings.site)
+        self._task = ""
+        self._interrupted = False  # by somebody else
+        self._best = 0.0
+
+    def run(self) -> Made:
+        settings, request = self._settings, self._job.request
+        self._tell(f"Connecting to {settings.site.url}")
+        model = str(self._server.options().get("sd_model_checkpoint") or "")
+        control = payload.control_model(self._server, settings)
+        guide, _ = ready(request.reference_image, "guide")
+        seed = seed_for(settings.options["seed"], request.frame) & LARGEST_SEED
+        notes = (
+            ["The style image is not used: A1111-compatible servers take none"] if request.locked_style_image else []
+        )
+        try:
+            content = self._called(guide, seed, control)
+        except cancellation.Cancelled:
+            raise cancellation.Cancelled(self._withdraw()) from None
+        pictures, told_seed = payload.pictures(content)
+        facts = {
+            "server": settings.site.url,
+            "checkpoint": settings.options["checkpoint"] or model,
+            "controlnet": control,
+        }
+        self._job.deliver(pictures, seed if told_seed is None else told_seed, facts)
+        return Made(seed if told_seed is None else told_seed, notes)
+
+    def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Any:
+        """The server's answer. When the connection is lost the same picture is asked for again: these servers give
+        nothing back later."""
+        for _ in range(MOST_CALLS):
+            self._task = f"task(quillmere-{uuid.uuid4().hex})"
+            content = payload.payload(self._job.request, self._settings, guide, seed, self._task, control)
+            try:
+                call = patiently(lambda: Call(self._settings.site, "/sdapi/v1/img2img", content), self._tell)
+                answer = self._followed(call)
+            except web.Unreachable:
+                self._tell("The connection to the server was lost; asking again")
+                patiently(self._until_idle, self._tell)
+                continue
+            if answer.status != 200:
+                raise refused(self._server.checked(answer), self._settings.site, self._settings.where)
+            if self._interrupted:
+                raise HelperError(f"{self._settings.where} was interrupted on the server; render the frame again")
+            return answer.json()
+        raise HelperError(
+            f"The connection to {self._settings.site.url} was lost {MOST_CALLS} times before the picture came; "
+            "the server keeps a copy in its output folder"
+        )
+
+    def _followed(self, call: Call) -> web.Answer:
+        while True:
+            cancellation.stop_if_orphaned()
+            answer = call.wait(POLL)
+            try:
+                progress = self._server.progress()
+            except web.Unreachable:
+                progress = {}  # some servers answer nothing else while they work
+            if answer is None:
+                self._tell_progress(progress)
+            else:
+                # An interrupted job ends in an answer like any other, with half a picture; the mark outlasts the job.
+                self._interrupted = self._interrupted or (
+                    not progress.get("current_task") and _is_interrupted(progress)
+                )
+                return answer
+
+    def _until_idle(self) -> None:
+        """Waits for a call of ours that the server still runs, so that two of them never run for one picture."""
+        end = time.monotonic() + patience()
+        while self._is_ours(self._server.progress()) and time.monotonic() < end:
+            cancellation.stop_if_orphaned()
+            time.sleep(POLL)
+
+    def _tell_progress(self, progress: Mapping[str, Any]) -> None:
+        if "current_task" in progress and not self._is_ours(progress):
+            if progress["current_task"]:
+                self._tell("Waiting: the server is busy with another job")
+            return
+        self._interrupted = _is_interrupted(progress)
+        share = progress.get("progress")
+        if isinstance(share, (int, float)):
+            self._best = max(self._best, min(float(share), 0.99))
+            self._tell("Running on the server", self._best)
+
+    def _is_ours(self, progress: Mapping[str, Any]) -> bool:
+        return bool(self._task) and progress.get("current_task") == self._task
+
+    def _withdraw(self) -> str:
+        """Interrupts our job when it runs; one that waits cannot be taken back, and older servers do not tell whose
+        job runs."""
+        if not self._task:
+            return "Quillmere render cancelled"
+        hasty = A1111(replace(self._settings.site, patience=HASTE))
+        try:
+            if self._is_ours(hasty.progress()):
+                hasty.interrupt()
+                return "Quillmere render cancelled; its job on the server was stopped"
+        except HelperError:
+            pass
+        return f"Quillmere render cancelled; a job that waits on {self._settings.site.url} cannot be taken back"
+
+    def _tell(self, message: str, share: Optional[float] = None) -> None:
+        self._job.status.tell("render", message, share)
+
+
+def _is_interrupted(progress: Mapping[str, Any]) -> bool:
+    state = progress.get("state")
+    return isinstance(state, dict) and bool(state.get("interrupted"))

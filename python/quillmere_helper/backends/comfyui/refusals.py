@@ -1,0 +1,113 @@
+"""What a ComfyUI server says when it does not do what it was asked, in words that a user can act on."""
+
+from __future__ import annotations
+
+import json
+from typing import Any, Mapping
+
+from ... import web
+from ...errors import HelperError
+from .graph import Graph
+
+MEMORY = ("OutOfMemory", "out of memory", "Allocation on device")
+LONGEST_REASON = 200  # characters of a server's own words; the rest is in the log
+LONGEST_LIST = 3  # choices that are named
+
+
+def refused_login(url: str, answer: web.Answer) -> HelperError:
+    return HelperError(
+        f"{url} refuses us (status {answer.status}); set QUILLMERE_COMFYUI_TOKEN or QUILLMERE_COMFYUI_AUTH "
+        "for its URL, or put the login into ~/.quillmere/credentials.json",
+        answer.text(),
+    )
+
+
+def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperError:
+    """For an answer to a submitted graph that is not a plain yes."""
+    content = answer.json()
+    details = answer.text()
+    if not isinstance(content, dict):
+        return HelperError(f"{url} fails to take {where} (status {answer.status}); see the server's console", details)
+    problems = node_problems(content.get("node_errors"), graph)
+    if problems:
+        more = f" (and {len(problems) - 1} more)" if len(problems) > 1 else ""
+        return HelperError(f"{problems[0]}{more}; in {where}", details)
+    error = content.get("error")
+    error = error if isinstance(error, dict) else {"message": error}
+    kind = str(error.get("type"))
+    message = shortened(f"{error.get('message') or ''} {error.get('details') or ''}".strip())
+    if kind == "missing_node_type" or "does not exist" in message:
+        return HelperError(
+            f"{message} In {where}: install the node pack on the server, or change the workflow", details
+        )
+    if kind == "prompt_no_outputs":
+        return HelperError(f'No node in {where} gives a picture out; add a "Save Image" node', details)
+    return HelperError(f"{url} does not take {where}: {message or 'no reason given'}; correct the workflow", details)
+
+
+def node_problems(node_errors: Any, graph: Graph) -> list[str]:
+    """One text for each thing that is wrong with a node."""
+    problems = []
+    for identifier, told in node_errors.items() if isinstance(node_errors, dict) else ():
+        node = graph.nodes.get(str(identifier))
+        kind = told.get("class_type") if isinstance(told, dict) else None
+        label = node.label if node else f"node {identifier} ({kind})"
+        errors = told.get("errors") if isinstance(told, dict) else None
+        for error in errors if isinstance(errors, list) else ():
+            if isinstance(error, dict):
+                problems.append(_node_problem(label, error))
+        if not errors:
+            problems.append(f"{label} cannot run")
+    return problems
+
+
+def _node_problem(label: str, error: Mapping[str, Any]) -> str:
+    extra = error.get("extra_info")
+    extra = extra if isinstance(extra, dict) else {}
+    name, value = extra.get("input_name"), extra.get("received_value")
+    details = shortened(str(error.get("details") or error.get("message") or "no reason given"))
+    kind = error.get("type")
+    if kind == "value_not_in_list":
+        return (
+            f'{label}: "{value}" for {name} is not on the server; put the file there or choose one of {_choices(extra)}'
+        )
+    if kind in ("value_smaller_than_min", "value_bigger_than_max"):
+        return f"{label}: {name} cannot be {value} ({details}); change it or the resolution"
+    if kind == "custom_validation_failed":
+        return f"{label}: {details}; upload the file to the server or choose another one"
+    if kind == "required_input_missing":
+        return f"{label}: nothing is linked to {name}; link it"
+    return f"{label}: {details}"
+
+
+def _choices(extra: Mapping[str, Any]) -> str:
+    config = extra.get("input_config")
+    choices = config[0] if isinstance(config, list) and config and isinstance(config[0], list) else []
+    if not choices:
+        return "its own"
+    return ", ".join(str(choice) for choice in choices[:LONGEST_LIST]) + (" ..." if len(choices) > LONGEST_LIST else "")
+
+
+def run_failed(data: Mapping[str, Any], graph: Graph, where: str) -> HelperError:
+    """For the server's message "execution_error"."""
+    node = graph.nodes.get(str(data.get("node_id")))
+    label = node.label if node else f"{data.get('node_type')} (node {data.get('node_id')})"
+    kind, message = str(data.get("exception_type") or ""), str(data.get("exception_message") or "").strip()
+    details = json.dumps(data, indent=2, ensure_ascii=False, default=str)
+    if any(word in kind or word in message for word in MEMORY):
+        text = f"The server ran out of memory in {label}; lower the resolution or use a smaller model"
+        return HelperError(f"{text} (in {where})", details)
+    if "No space left" in message:
+        return HelperError(f"The disk of the server is full ({label}); free some space there", details)
+    return HelperError(
+        f"{label} failed on the server: {shortened(message) or kind or 'no reason given'}; in {where}", details
+    )
+
+
+def interrupted(where: str) -> HelperError:
+    return HelperError(f"{where} was interrupted on the server; render the frame again")
+
+
+def shortened(text: str) -> str:
+    flat = " ".join(text.split())
+    return flat if len(flat) <= LONGEST_REASON else flat[: LONGEST_REASON - 3] + "..."

@@ -1,0 +1,119 @@
+"""One render on one ComfyUI server, from the connection to the pictures."""
+
+from __future__ import annotations
+
+import uuid
+from functools import partial
+from typing import Optional
+
+from ... import cancellation, web
+from ...errors import HelperError
+from ...jobs import Job, Made
+from ...patience import patiently
+from ...seeds import seed_for
+from . import inspection, refusals, results, uploads, withdrawal
+from .classes import Classes
+from .client import Comfy, Ticket
+from .follow import Entry, Follower, Lost
+from .graph import Graph
+from .source import Source
+from .wiring import Wanted, Wired, wire
+
+MOST_SUBMISSIONS = 4  # a server that loses a job more often has a fault of its own
+
+
+class Rendering:
+    """Knows the ticket of the job that was submitted last, so that it can be taken back at any moment."""
+
+    def __init__(self, job: Job, source: Source) -> None:
+        self._job, self._source = job, source
+        self._comfy = Comfy(source.site)
+        self._classes = Classes(self._comfy.class_info)
+        self._client = uuid.uuid4().hex
+        self._ticket: Optional[Ticket] = None
+        self._guide = self._style = ""
+
+    def run(self) -> Made:
+        self._tell(f"Connecting to {self._source.site.url}")
+        version = self._comfy.version()
+        inspection.refuse_missing_classes(self._source, self._classes)
+        self._wired("")  # whether the request fits the graph, before anything is sent
+        try:
+            pictures, wired = self._pictures()
+        except cancellation.Cancelled:
+            raise cancellation.Cancelled(withdrawal.withdraw(self._comfy, self._ticket)) from None
+        seed = wired.seed if wired.seed is not None else 0
+        facts = {"server": self._source.site.url, "server_version": version, "workflow": self._source.self_contained}
+        self._job.deliver(pictures, seed, facts)
+        return Made(seed, wired.notes)
+
+    def _pictures(self) -> tuple[list[tuple[bytes, str]], Wired]:
+        """Submits as often as it takes: a restarted server has forgotten its jobs, and files may vanish."""
+        follower = Follower(self._comfy, self._client, self._tell)
+        for _ in range(MOST_SUBMISSIONS):
+            self._guide = self._sent(self._job.request.reference_image, "guide")
+            self._style = self._sent(self._job.request.locked_style_image, "style")
+            try:
+                return self._once(follower)
+            except (Lost, results.Gone):
+                self._tell("The server has lost the job; submitting it again")
+        raise HelperError(f"{self._source.site.url} has lost the job {MOST_SUBMISSIONS} times; see its console")
+
+    def _sent(self, path: str, role: str) -> str:
+        """The name on the server of the picture at `path`; empty when there is none."""
+        if not path:
+            return ""
+        self._tell(f"Sending the {role} image")
+        return patiently(lambda: uploads.send(self._comfy, self._job.request, path, role), self._tell)
+
+    def _once(self, follower: Follower) -> tuple[list[tuple[bytes, str]], Wired]:
+        job = str(uuid.uuid4())
+        graph, wired = self._wired(job)
+        self._tell("Submitting the job")
+        self._submit(graph, Ticket(job, self._client))
+        assert self._ticket is not None
+        entry = follower.until_ended(self._ticket, graph, wired.outputs, self._source.where)
+        return self._fetch(entry, wired), wired
+
+    def _wired(self, job: str) -> tuple[Graph, Wired]:
+        request = self._job.request
+        choice = self._source.options["seed"]
+        graph = self._source.graph(self._classes)
+        wanted = Wanted(
+            request.effective_prompt,
+            self._guide,
+            self._style or request.locked_style_image,
+            request.width,
+            request.height,
+            request.frame,
+            None if choice == "workflow" else seed_for(choice, request.frame),
+            f"quillmere/{job}/picture",
+        )
+        return graph, wire(graph, self._classes, wanted, self._source.where)
+
+    def _submit(self, graph: Graph, ticket: Ticket) -> None:
+        """Whether a server that goes away in the middle has taken the job is found out by following it."""
+        self._ticket = ticket
+        extra = {"extra_pnginfo": {"workflow": graph.editor}} if graph.editor else {}
+        try:
+            answer = self._comfy.submit(graph.to_api(), ticket, extra)
+        except web.Unreachable:
+            return
+        content = answer.json()
+        taken = answer.status == 200 and isinstance(content, dict) and isinstance(content.get("prompt_id"), str)
+        if taken:
+            ticket.job = content["prompt_id"]
+        if not taken or content.get("node_errors"):
+            if taken:  # the server would run the part of the graph that it finds right
+                withdrawal.withdraw(self._comfy, ticket)
+            raise refusals.not_taken(self._source.site.url, answer, graph, self._source.where)
+
+    def _fetch(self, entry: Entry, wired: Wired) -> list[tuple[bytes, str]]:
+        named = results.named_in(entry, wired.outputs)
+        if not named:
+            raise HelperError(f'{self._source.where} has made no picture; end it in a "Save Image" node')
+        self._tell("Fetching the picture", 0.99)
+        return [patiently(partial(results.fetch, self._comfy, told), self._tell) for told in named]
+
+    def _tell(self, message: str, share: Optional[float] = None) -> None:
+        self._job.status.tell("render", message, share)

@@ -1,0 +1,55 @@
+"""The pictures that a job has left on a ComfyUI server."""
+
+from __future__ import annotations
+
+import time
+from typing import Any, Mapping
+
+from ... import picture_files, web
+from ...errors import HelperError
+from .client import Comfy
+
+TRIES = 4  # a download that was cut off is begun again
+PAUSE = 0.5  # seconds before the next try
+
+
+class Gone(HelperError):
+    """The server names a picture that is not there any more."""
+
+
+def named_in(entry: Mapping[str, Any], ends: list[str]) -> list[Mapping[str, Any]]:
+    """The pictures of the first of the nodes `ends` that has any, or else of any node; saved ones before those that are
+    only shown. They are as the server tells them: nothing in them is a path of ours."""
+    outputs = entry.get("outputs")
+    outputs = outputs if isinstance(outputs, dict) else {}
+    for end in [*ends, *(str(node) for node in outputs)]:
+        told = outputs.get(end)
+        images = told.get("images") if isinstance(told, dict) else None
+        pictures = [image for image in images if isinstance(image, dict)] if isinstance(images, list) else []
+        pictures = [picture for picture in pictures if isinstance(picture.get("filename"), str)]
+        if pictures:
+            return sorted(pictures, key=lambda picture: picture.get("type") != "output")
+    return []
+
+
+def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> tuple[bytes, str]:
+    """The picture's whole content and its kind, told by the content. Raises Gone, HelperError or web.Unreachable."""
+    name = picture.get("filename")
+    for attempt in range(TRIES):
+        if attempt:
+            time.sleep(PAUSE)
+        try:
+            answer = comfy.view(picture)
+        except web.Unreachable:
+            if attempt + 1 == TRIES:
+                raise
+            continue
+        if answer.status == 404:
+            raise Gone(f'The picture "{name}" is not on the server any more; render the frame again')
+        kind = picture_files.kind_of(answer.body) if answer.status == 200 else None
+        if kind is not None:
+            return answer.body, kind
+    raise HelperError(
+        f'"{name}" from the server is no whole PNG, JPEG or WebP picture (status {answer.status}); '
+        'end the workflow in a "Save Image" node'
+    )

@@ -1,0 +1,165 @@
+"""A WebSocket client (RFC 6455), as much of it as listening to a server takes."""
+
+from __future__ import annotations
+
+import base64
+import hashlib
+import os
+import select
+import struct
+import time
+from dataclasses import dataclass
+from typing import Mapping, Optional, Union
+
+from ... import web
+from ...errors import reason_of
+
+KEY_SUFFIX = b"258EAFA5-E914-47DA-95CA-C5AB0DC85B11"  # section 1.3 of the RFC
+CONTINUED, TEXT, BINARY, CLOSE, PING, PONG = 0, 1, 2, 8, 9, 10
+LARGEST_MESSAGE = 256 << 20  # bytes; previews and the states of big graphs
+LONGEST_HANDSHAKE = 64 << 10  # bytes
+PING_EVERY = 20.0  # seconds; the server never pings, and what sits in between forgets quiet connections
+CLOSE_TIME = 0.5  # seconds to wait for the other side's farewell
+
+Message = Union[str, bytes]
+
+
+class Closed(OSError):
+    """The connection has ended, or what came over it was not WebSocket."""
+
+
+@dataclass
+class _Frame:
+    final: bool
+    code: int
+    data: bytes
+
+
+class WebSocket:
+    """An open connection. Not for several threads."""
+
+    def __init__(self, site: web.Site, path: str, query: Mapping[str, str]) -> None:
+        """Connects. Raises Closed, also when the server answers with something else than a WebSocket."""
+        self._buffer = bytearray()
+        self._parts: list[bytes] = []
+        self._code = 0
+        self._pinged = time.monotonic()
+        connection = site.connect(5.0)
+        try:
+            connection.connect()
+            self._socket = connection.sock
+            assert self._socket is not None
+            self._shake_hands(site, site.target(path, query))
+        except (OSError, ValueError) as error:
+            connection.close()
+            raise Closed(f"no WebSocket at {site.url}: {reason_of(error)}") from error
+
+    def receive(self, seconds: float) -> Optional[Message]:
+        """The next message, or None when none has come within `seconds`. Raises Closed."""
+        end = time.monotonic() + seconds
+        while True:
+            frame = self._next_frame()
+            if frame is not None:
+                message = self._message(frame)
+                if message is not None:
+                    return message
+                continue
+            self._ping_now_and_then()
+            left = end - time.monotonic()
+            if not self._readable(max(left, 0.0)):
+                return None
+            self._read_some()
+
+    def close(self) -> None:
+        """Says farewell and waits for the other side's, so that the server has forgotten this connection before
+        another one with the same identifier takes its place."""
+        try:
+            self._send(CLOSE, struct.pack(">H", 1000))
+            end = time.monotonic() + CLOSE_TIME
+            while time.monotonic() < end and self._readable(end - time.monotonic()):
+                self._read_some()
+                frame = self._next_frame()
+                if frame is not None and frame.code == CLOSE:
+                    break
+        except OSError:
+            pass
+        finally:
+            self._socket.close()
+
+    def _shake_hands(self, site: web.Site, target: str) -> None:
+        key = base64.b64encode(os.urandom(16))
+        host = site.parts.netloc
+        lines = [f"GET {target} HTTP/1.1", f"Host: {host}", "Upgrade: websocket", "Connection: Upgrade"]
+        lines += [f"Sec-WebSocket-Key: {key.decode()}", "Sec-WebSocket-Version: 13"]
+        lines += [f"{name}: {value}" for name, value in site.login.items()]
+        self._socket.sendall("\r\n".join([*lines, "", ""]).encode("ascii"))
+        while b"\r\n\r\n" not in self._buffer:
+            if len(self._buffer) > LONGEST_HANDSHAKE:
+                raise Closed("an answer without end")
+            self._read_some()
+        head, _, rest = bytes(self._buffer).partition(b"\r\n\r\n")
+        self._buffer = bytearray(rest)
+        status, *fields = head.decode("latin-1").split("\r\n")
+        headers = {name.strip().lower(): value.strip() for name, _, value in (line.partition(":") for line in fields)}
+        expected = base64.b64encode(hashlib.sha1(key + KEY_SUFFIX).digest()).decode()
+        if status.split(" ")[1:2] != ["101"] or headers.get("sec-websocket-accept") != expected:
+            raise Closed(f'the server answers "{status[:80]}"')
+
+    def _message(self, frame: _Frame) -> Optional[Message]:
+        """The message that `frame` completes, if it does; answers to control frames are sent here."""
+        if frame.code == CLOSE:
+            raise Closed("the server closed the connection")
+        if frame.code == PING:
+            self._send(PONG, frame.data)
+        if frame.code > BINARY:
+            return None
+        if frame.code != CONTINUED:
+            self._parts, self._code = [], frame.code
+        self._parts.append(frame.data)
+        if sum(map(len, self._parts)) > LARGEST_MESSAGE:
+            raise Closed("a message without end")
+        if not frame.final:
+            return None
+        data, self._parts = b"".join(self._parts), []
+        return data.decode("utf-8", "replace") if self._code == TEXT else data
+
+    def _next_frame(self) -> Optional[_Frame]:
+        """Takes one whole frame from what has been read, or nothing. Server frames are not masked."""
+        if len(self._buffer) < 2:
+            return None
+        length, start = self._buffer[1] & 0x7F, 2
+        if length >= 126:
+            start = 4 if length == 126 else 10
+            if len(self._buffer) < start:
+                return None
+            length = int.from_bytes(self._buffer[2:start], "big")
+        if self._buffer[0] & 0x70 or self._buffer[1] & 0x80 or length > LARGEST_MESSAGE:
+            raise Closed("frames that are not WebSocket")
+        if len(self._buffer) < start + length:
+            return None
+        frame = _Frame(
+            bool(self._buffer[0] & 0x80), self._buffer[0] & 0x0F, bytes(self._buffer[start : start + length])
+        )
+        del self._buffer[: start + length]
+        return frame
+
+    def _send(self, code: int, data: bytes = b"") -> None:
+        """One control frame, masked as a client has to; at most 125 bytes of data."""
+        mask = os.urandom(4)
+        masked = bytes(byte ^ mask[place % 4] for place, byte in enumerate(data[:125]))
+        self._socket.sendall(bytes((0x80 | code, 0x80 | len(masked))) + mask + masked)
+
+    def _ping_now_and_then(self) -> None:
+        if time.monotonic() - self._pinged > PING_EVERY:
+            self._pinged = time.monotonic()
+            self._send(PING)
+
+    def _readable(self, seconds: float) -> bool:
+        pending = getattr(self._socket, "pending", None)  # what TLS has unpacked already
+        return bool(pending and pending()) or bool(select.select([self._socket], [], [], seconds)[0])
+
+    def _read_some(self) -> None:
+        data = self._socket.recv(1 << 16)
+        if not data:
+            raise Closed("the server went away")
+        self._buffer += data

@@ -1,0 +1,181 @@
+"""How a render request gets into a graph, without any extension on the server.
+
+For each thing that a request brings, the first of these that the graph has is used: a node whose title is a marker
+("Quillmere Guide", "Quillmere Prompt" ...), a placeholder in a text ("{prompt}", "{frame}" ...), the graph's own shape.
+When it is not clear which node is meant, the user is told the candidates.
+"""
+
+from __future__ import annotations
+
+from dataclasses import dataclass, field
+from typing import Any, Optional
+
+from ...errors import HelperError
+from . import placeholders, shape
+from .classes import Classes
+from .graph import Graph, Node, link_of
+
+MARK = "quillmere "
+WHOLE_NUMBERS = ("width", "height", "frame", "seed")
+SEED_INPUTS = ("seed", "noise_seed")
+LARGEST_SEED = (1 << 64) - 1
+
+
+@dataclass(frozen=True)
+class Wanted:
+    """What to put into a graph; `guide` and `style` are names of files on the server, `style` may be empty.
+
+    `seed` None: the graph keeps its own. An empty prompt leaves the texts of the graph as they are.
+    """
+
+    prompt: str
+    guide: str
+    style: str
+    width: int
+    height: int
+    frame: int
+    seed: Optional[int]
+    save_as: str  # where the server is to save pictures, below its output folder; unique to this job
+
+
+@dataclass
+class Wired:
+    """What came of it: the `outputs` to take pictures from, the seed of the graph, and remarks for the user."""
+
+    outputs: list[str]
+    seed: Optional[int]
+    notes: list[str] = field(default_factory=list)
+
+
+def wire(graph: Graph, classes: Classes, wanted: Wanted, where: str) -> Wired:
+    """Changes `graph`. Raises HelperError when a part of the request has no place in it, or more than one."""
+    return _Wiring(graph, classes, wanted, where).run()
+
+
+class _Wiring:
+    def __init__(self, graph: Graph, classes: Classes, wanted: Wanted, where: str) -> None:
+        self._graph, self._classes, self._wanted, self._where = graph, classes, wanted, where
+        self._marked = {
+            node.title.strip().lower()[len(MARK) :]: node
+            for node in graph.nodes.values()
+            if node.title.strip().lower().startswith(MARK)
+        }
+        values = {name: getattr(wanted, name) for name in ("prompt", "guide", "style", *WHOLE_NUMBERS)}
+        self._filled = placeholders.fill(graph, values, where)
+
+    def run(self) -> Wired:
+        outputs = shape.outputs(self._graph, self._classes, self._marked.get("result"), self._where)
+        needed = self._graph.upstream(shape.all_outputs(self._graph, self._classes))
+        wired = Wired(outputs, None)
+        self._place_guide(needed)
+        self._place_style(wired)
+        self._place_prompt(needed)
+        self._place_size(needed)
+        if "frame" in self._marked:
+            self._set_number(self._marked["frame"], "frame", self._wanted.frame)
+        wired.seed = self._place_seed(needed)
+        for node in self._graph.nodes.values():
+            if isinstance(node.inputs.get("filename_prefix"), str):
+                node.inputs["filename_prefix"] = self._wanted.save_as
+        return wired
+
+    def _place_guide(self, needed: set[str]) -> None:
+        node = self._marked.get("guide")
+        if node is None and "guide" in self._filled:
+            return
+        if node is None:
+            taken = self._marked.get("style")
+            loaders = [
+                loader for loader in shape.picture_loaders(self._graph, self._classes, needed) if loader != taken
+            ]
+            node = self._only(loaders, "loads the guide image", "Quillmere Guide", 'Add a "Load Image" node')
+        self._set_picture(node, self._wanted.guide)
+
+    def _place_style(self, wired: Wired) -> None:
+        if not self._wanted.style or "style" in self._filled:
+            return
+        if "style" in self._marked:
+            self._set_picture(self._marked["style"], self._wanted.style)
+        else:
+            wired.notes.append(f'{self._where} has no node titled "Quillmere Style": the style image is not used')
+
+    def _place_prompt(self, needed: set[str]) -> None:
+        if not self._wanted.prompt or "prompt" in self._filled:
+            return
+        node = self._marked.get("prompt")
+        if node is None:
+            encoders = shape.positive_texts(self._graph, needed)
+            node = self._only(encoders, "takes the prompt", "Quillmere Prompt", "Add a text encoder before the sampler")
+        names = shape.text_inputs(node, self._classes)
+        if not names:
+            raise HelperError(f"{node.label} in {self._where} has no text to put the prompt into; give it one")
+        for name in names:
+            node.inputs[name] = self._wanted.prompt
+
+    def _place_size(self, needed: set[str]) -> None:
+        sizes = {"width": self._wanted.width, "height": self._wanted.height}
+        both = self._marked.get("size")
+        placed = {name for name in sizes if name in self._marked or name in self._filled}
+        for name in placed & set(self._marked):
+            self._set_number(self._marked[name], name, sizes[name])
+        if both is None and not placed:
+            latents = shape.empty_latents(self._graph, self._classes, needed)
+            if len(latents) > 1:
+                both = self._only(latents, "gives the size of the picture", "Quillmere Size", "")
+            both = latents[0] if latents else None
+        for name in sizes if both is not None else ():
+            assert both is not None
+            self._set_number(both, name, sizes[name])
+
+    def _place_seed(self, needed: set[str]) -> Optional[int]:
+        wanted = self._wanted.seed
+        marked = self._marked.get("seed")
+        if marked is not None:
+            name = self._number_input(marked, "seed")
+            if wanted is not None:
+                marked.inputs[name] = wanted
+            return _as_seed(marked.inputs[name])
+        found = [
+            (node, name)
+            for node in self._graph.nodes.values()
+            for name in SEED_INPUTS
+            if node.id in needed and type(node.inputs.get(name)) is int
+        ]
+        for node, name in found if wanted is not None and "seed" not in self._filled else ():
+            assert wanted is not None
+            node.inputs[name] = wanted
+        return wanted if wanted is not None else _as_seed(found[0][0].inputs[found[0][1]]) if found else None
+
+    def _only(self, candidates: list[Node], does: str, marker: str, remedy: str) -> Node:
+        if len(candidates) == 1:
+            return candidates[0]
+        if not candidates:
+            raise HelperError(f'No node in {self._where} {does}. {remedy}, or title the right node "{marker}"')
+        names = ", ".join(node.label for node in candidates)
+        raise HelperError(f'It is not clear which node in {self._where} {does}: {names}. Title one of them "{marker}"')
+
+    def _set_picture(self, node: Node, name: str) -> None:
+        if "image" not in node.inputs or link_of(node.inputs["image"]) is not None:
+            raise HelperError(f'{node.label} in {self._where} loads no picture; title a "Load Image" node so')
+        node.inputs["image"] = name
+
+    def _set_number(self, node: Node, name: str, value: int) -> None:
+        place = self._number_input(node, name)
+        described = self._classes.get(node.kind)
+        step = described.inputs[place].options.get("step", 1) if described and place in described.inputs else 1
+        if name in ("width", "height") and type(step) is int and step > 1:
+            value = max(step, round(value / step) * step)
+        node.inputs[place] = value
+
+    def _number_input(self, node: Node, name: str) -> str:
+        """The input of a marked node that takes a number: by its name, else the only literal number that it has."""
+        names = SEED_INPUTS if name == "seed" else (name,)
+        numbers = [key for key, value in node.inputs.items() if type(value) in (int, float)]
+        for candidate in (*names, "value", *(numbers if len(numbers) == 1 else ())):
+            if candidate in numbers:
+                return candidate
+        raise HelperError(f"{node.label} in {self._where} has no number to put the {name} into; title another node so")
+
+
+def _as_seed(value: Any) -> Optional[int]:
+    return value if type(value) is int and 0 <= value <= LARGEST_SEED else None

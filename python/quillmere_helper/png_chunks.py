@@ -1,0 +1,89 @@
+"""PNG files as the chunks that they are made of, and the texts in them. The format is that of RFC 2083 and its iTXt."""
+
+from __future__ import annotations
+
+import struct
+import zlib
+from typing import Iterator
+
+SIGNATURE = b"\x89PNG\r\n\x1a\n"
+LARGEST_TEXT = 64 << 20  # bytes of one text when it is unpacked
+
+
+class BadPng(ValueError):
+    """Not a whole PNG file."""
+
+
+def chunks(png: bytes) -> Iterator[tuple[bytes, memoryview]]:
+    """Type and data of every chunk up to and including IEND. Raises BadPng at the first that is cut off or damaged."""
+    if not png.startswith(SIGNATURE):
+        raise BadPng("no PNG signature")
+    view, place = memoryview(png), len(SIGNATURE)
+    while True:
+        if place + 12 > len(view):
+            raise BadPng("it is cut off")
+        (length,) = struct.unpack_from(">I", view, place)
+        end = place + 12 + length
+        if end > len(view):
+            raise BadPng("it is cut off")
+        (stated,) = struct.unpack_from(">I", view, end - 4)
+        if zlib.crc32(view[place + 4 : end - 4]) != stated:
+            raise BadPng("its content is damaged")
+        kind = bytes(view[place + 4 : place + 8])
+        yield kind, view[place + 8 : end - 4]
+        if kind == b"IEND":
+            return
+        place = end
+
+
+def chunk(kind: bytes, data: bytes) -> bytes:
+    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+
+def texts(png: bytes) -> dict[str, str]:
+    """The texts of the file by keyword; of several under one keyword the first counts. Damaged texts are left out."""
+    found: dict[str, str] = {}
+    for kind, data in chunks(png):
+        if kind in (b"tEXt", b"zTXt", b"iTXt"):
+            try:
+                keyword, text = _text(kind, bytes(data))
+            except (ValueError, zlib.error):
+                continue
+            found.setdefault(keyword, text)
+    return found
+
+
+def with_text(png: bytes, keyword: str, text: str) -> bytes:
+    """`png` with one more text (iTXt, UTF-8, not compressed) right after its header; `png` must be a PNG file."""
+    data = keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace")
+    header_end = len(SIGNATURE) + 12 + struct.unpack_from(">I", png, len(SIGNATURE))[0]
+    return png[:header_end] + chunk(b"iTXt", data) + png[header_end:]
+
+
+def _text(kind: bytes, data: bytes) -> tuple[str, str]:
+    keyword, separator, rest = data.partition(b"\0")
+    if not separator:
+        raise ValueError("no keyword")
+    name = keyword.decode("latin-1")
+    if kind == b"tEXt":
+        return name, _as_text(rest)
+    if kind == b"zTXt":
+        return name, _as_text(_unpacked(rest[1:]))
+    compressed, content = rest[:1] != b"\0", rest[2:].split(b"\0", 2)[2]
+    return name, (_unpacked(content) if compressed else content).decode("utf-8")
+
+
+def _as_text(data: bytes) -> str:
+    """The format wants Latin-1; programs that put JSON there often write UTF-8."""
+    try:
+        return data.decode("utf-8")
+    except UnicodeDecodeError:
+        return data.decode("latin-1")
+
+
+def _unpacked(data: bytes) -> bytes:
+    decompressor = zlib.decompressobj()
+    text = decompressor.decompress(data, LARGEST_TEXT)
+    if decompressor.unconsumed_tail:
+        raise ValueError("a text without end")
+    return text

@@ -1,0 +1,137 @@
+"""What the tests of the command play on: a small scene, a plug-in folder with a scripted helper, a home of its own."""
+
+from __future__ import annotations
+
+import base64
+import json
+import os
+import pathlib
+import shutil
+import struct
+import subprocess
+import tempfile
+import unittest
+
+QUILLMERE = os.environ["QUILLMERE"]
+PLUGIN = pathlib.Path(os.environ["QUILLMERE_PLUGIN"])
+
+# In place of python3, so that a scripted helper starts at once; the helper is then a shell script.
+SHELL_AS_PYTHON = '#!/bin/sh\n[ "$1" = -c ] && echo "$0 3.11" && exit\nexec /bin/sh "$@"\n'
+READ_REQUEST = """request=$1 response=$2
+field() { sed -n "s/^  \\"$1\\": \\"\\(.*\\)\\",*$/\\1/p" "$request"; }
+say() { printf '{"message": "%s"}' "$1" > "$(field status_path).new" && mv "$(field status_path).new" "$(field status_path)"; }
+answer() {
+  mkdir -p "$(field output_dir)"
+  cp "$(field reference_image)" "$(field output_dir)/picture.png"
+  printf '{"ok": true, "first_output": "%s"}' "$(field output_dir)/picture.png" > "$response"
+}
+"""
+
+
+def write_scene(file: pathlib.Path) -> None:
+    """A triangle that moves to the right within a second, a perspective and an orthographic camera."""
+    floats = [-1, -1, 0, 1, -1, 0, 0, 1, 0] + [0, 1] + [0, 0, 0, 0.5, 0, 0]
+    data = struct.pack(f"<{len(floats)}f", *floats)
+    views = [(0, 36), (36, 8), (44, 24)]
+    scene = {
+        "asset": {"version": "2.0"},
+        "scene": 0,
+        "scenes": [{"nodes": [0, 1, 2]}],
+        "nodes": [
+            {"name": "Sail", "mesh": 0},
+            {"name": "Pier", "camera": 0, "translation": [0, 0, 4]},
+            {"name": "Chart", "camera": 1, "translation": [0.3, 0, 4]},
+        ],
+        "cameras": [
+            {"type": "perspective", "perspective": {"yfov": 0.8, "znear": 0.1, "zfar": 100}},
+            {"type": "orthographic", "orthographic": {"xmag": 2, "ymag": 2, "znear": 0.1, "zfar": 100}},
+        ],
+        "meshes": [{"primitives": [{"attributes": {"POSITION": 0}}]}],
+        "animations": [
+            {"samplers": [{"input": 1, "output": 2}], "channels": [{"sampler": 0, "target": {"node": 0, "path": "translation"}}]}
+        ],
+        "buffers": [{"byteLength": len(data), "uri": "data:application/octet-stream;base64," + base64.b64encode(data).decode()}],
+        "bufferViews": [{"buffer": 0, "byteOffset": at, "byteLength": length} for at, length in views],
+        "accessors": [
+            {"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3", "min": [-1, -1, 0], "max": [1, 1, 0]},
+            {"bufferView": 1, "componentType": 5126, "count": 2, "type": "SCALAR", "min": [0], "max": [1]},
+            {"bufferView": 2, "componentType": 5126, "count": 2, "type": "VEC3"},
+        ],
+    }
+    file.write_text(json.dumps(scene))
+
+
+def processes_with(marker: str) -> list[int]:
+    """Processes whose environment holds `marker`, however they were started."""
+    found = []
+    for entry in pathlib.Path("/proc").iterdir():
+        if not entry.name.isdigit() or int(entry.name) == os.getpid():
+            continue
+        try:
+            stat = (entry / "stat").read_text()
+            if marker.encode() in (entry / "environ").read_bytes() and stat.rsplit(")", 1)[1].split()[0] != "Z":
+                found.append(int(entry.name))
+        except OSError:
+            pass
+    return found
+
+
+class Stage(unittest.TestCase):
+    """One temporary folder per test: scene.gltf, home/, write/, plugin/ with a helper that answers at once."""
+
+    def setUp(self) -> None:
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quillmere-app-"))
+        self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
+        write_scene(self.folder / "scene.gltf")
+        plugin = self.folder / "plugin"
+        (plugin / "python" / "workflows").mkdir(parents=True)
+        (plugin / "python" / "workflows" / "ink_wash.json").write_text("{}")
+        for entry in PLUGIN.iterdir():
+            if entry.name != "python":
+                (plugin / entry.name).symlink_to(entry)
+        (self.folder / "bin").mkdir()
+        (self.folder / "bin" / "python3").write_text(SHELL_AS_PYTHON)
+        (self.folder / "bin" / "python3").chmod(0o755)
+        self.helper("answer")
+        self.env = dict(
+            os.environ,
+            HOME=str(self.folder / "home"),
+            XDG_DATA_HOME=str(self.folder / "data"),
+            PATH=f"{self.folder / 'bin'}:{os.environ['PATH']}",
+            QUILLMERE_TEST_MARK=self.folder.name,
+        )
+
+    def helper(self, script: str) -> None:
+        (self.folder / "plugin" / "python" / "quillmere_render_helper.py").write_text(READ_REQUEST + script + "\n")
+
+    def catalog(self, *workflows: tuple[str, str]) -> None:
+        home = self.folder / "home" / ".quillmere"
+        (home / "workflows").mkdir(parents=True, exist_ok=True)
+        (home / "state.json").write_text(json.dumps({"workflows": [{"id": id, "name": name} for id, name in workflows]}))
+        for id, _ in workflows:
+            (home / "workflows" / f"{id}.json").write_text("{}")
+
+    def command(self, *arguments: str) -> list[str]:
+        return [QUILLMERE, *arguments]
+
+    def run_command(self, *arguments: str) -> subprocess.CompletedProcess[str]:
+        return subprocess.run(
+            self.command(*arguments), cwd=self.folder, env=self.env, capture_output=True, timeout=120, encoding="utf-8"
+        )
+
+    def render_arguments(self, *more: str) -> list[str]:
+        size = [] if "--size" in more else ["--size", "32x24"]
+        return ["render", "scene.gltf", "--plugin", "plugin", "--write-dir", "write", *size, *more]
+
+    def render(self, *more: str) -> subprocess.CompletedProcess[str]:
+        return self.run_command(*self.render_arguments(*more))
+
+    def events(self, *more: str) -> list[dict]:
+        done = self.render("--json", *more)
+        return [json.loads(line) for line in done.stdout.splitlines()]
+
+    def request(self, frame: int = 0) -> dict:
+        return json.loads((self.folder / "write/quillmere/c4d/runtime" / f"request_{frame}.json").read_text())
+
+    def assert_nothing_left(self) -> None:
+        self.assertEqual(processes_with(self.folder.name), [])

@@ -1,0 +1,100 @@
+"""The user stops a render: at every stage it ends with 130, and nothing runs on."""
+
+import json
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+from stage import Stage
+
+POLITE = "say Waiting; trap 'echo > \"$(field output_dir)/told\"; exit 143' TERM; while :; do sleep 0.05; done"
+STUBBORN = "say Waiting; trap '' TERM INT HUP; (setsid sleep 60 &); (sleep 60; :) & while :; do sleep 0.05; done"
+WITH_CHILDREN = "say Waiting; (setsid sleep 60 &); sleep 60; :"
+
+
+class Break(Stage):
+    def start(self, *more: str) -> subprocess.Popen:
+        process = subprocess.Popen(
+            self.command(*self.render_arguments("--json", *more)),
+            cwd=self.folder, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
+        )  # fmt: skip
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.stderr.close)
+        self.addCleanup(process.kill)
+        return process
+
+    def wait_for(self, process: subprocess.Popen, text: str) -> None:
+        for line in process.stdout:
+            if json.loads(line).get("text", "").startswith(text):
+                return
+        self.fail(f"the render ended before it said {text}: {process.stderr.read()}")
+
+    def end_of(self, process: subprocess.Popen, within: float) -> list[dict]:
+        begun = time.monotonic()
+        output, _ = process.communicate(timeout=30)
+        self.assertEqual(process.returncode, 130)
+        self.assertLess(time.monotonic() - begun, within)
+        self.assert_nothing_left()
+        self.assertEqual(list(self.folder.glob("render_*")), [])
+        return [json.loads(line) for line in output.splitlines()]
+
+    def test_the_first_signal_tells_the_helper_to_end_and_no_frame_follows(self) -> None:
+        for number in [signal.SIGINT, signal.SIGTERM, signal.SIGHUP]:
+            with self.subTest(number):
+                self.helper(POLITE)
+                process = self.start("--frames", "0-5", "--output-dir", "pictures")
+                self.wait_for(process, "Waiting")
+                process.send_signal(number)
+                frames = [event["result"] for event in self.end_of(process, 3) if event["event"] == "frame"]
+                self.assertEqual(frames, [6])
+                (self.folder / "pictures/told").unlink()  # fails unless the helper was told
+
+    def test_what_the_helper_started_ends_with_it(self) -> None:
+        self.helper(WITH_CHILDREN)
+        process = self.start()
+        self.wait_for(process, "Waiting")
+        process.send_signal(signal.SIGINT)
+        self.end_of(process, 4)
+
+    def test_a_second_signal_kills_what_ignores_the_first(self) -> None:
+        self.helper(STUBBORN)
+        process = self.start()
+        self.wait_for(process, "Waiting")
+        process.send_signal(signal.SIGINT)
+        with self.assertRaises(subprocess.TimeoutExpired):
+            process.wait(0.5)
+        process.send_signal(signal.SIGINT)
+        self.end_of(process, 2)
+
+    def test_stages_without_a_helper_can_be_stopped_too(self) -> None:
+        rows = [
+            ("while the guide is drawn", "Rendering guide", ["--guide", "final", "--size", "2400x1600"]),
+            ("while the helper starts", "Preparing", []),
+            ("after a frame", "Render complete", ["--frames", "0-1000", "--output", "kept/a.png"]),
+        ]
+        for stage, text, arguments in rows:
+            with self.subTest(stage):
+                process = self.start(*arguments)
+                self.wait_for(process, text)
+                process.send_signal(signal.SIGTERM)
+                self.end_of(process, 10)
+
+    def test_a_break_in_the_hosts_own_drawing_is_quick(self) -> None:
+        process = self.start("--workflow", "None", "--size", "12000x9000")
+        time.sleep(1)
+        process.send_signal(signal.SIGINT)
+        self.end_of(process, 5)
+
+    def test_children_start_with_default_dispositions(self) -> None:
+        self.helper("grep -E 'Sig(Ign|Blk)' /proc/self/status > $(field output_dir)/signals; answer")
+        self.render("--output-dir", "pictures")
+        ends = (1 << signal.SIGINT - 1) | (1 << signal.SIGTERM - 1) | (1 << signal.SIGPIPE - 1)
+        for line in (self.folder / "pictures/signals").read_text().splitlines():
+            inherited = 1 << signal.SIGPIPE - 1 if "Ign" in line and signal.getsignal(signal.SIGPIPE) == signal.SIG_IGN else 0
+            self.assertEqual(int(line.split()[1], 16) & ends & ~inherited, 0, line)
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,84 @@
+"""What the command answers to its arguments: one line a case."""
+
+import re
+
+from stage import Stage
+
+SCENE = ["scene.gltf", "--plugin", "plugin", "--write-dir", "write", "--size", "8x8"]
+
+# arguments, exit status, pattern in standard output, pattern in standard error
+CASES = [
+    ([], 2, "", "quillmere: arguments: A subcommand is required"),
+    (["--help"], 0, "render.*guide.*cameras.*workflows.*doctor", "^$"),
+    (["--version"], 0, r"^quillmere \d+\.\d+\.\d+\n$", "^$"),
+    (["render", "--help"], 0, "--frames A|A-B|A-BxSTEP.*Examples", "^$"),
+    (["guide", "--help"], 0, "FILE.png REQUIRED", "^$"),
+    (["doctor", "--help"], 0, "Exit status 1", "^$"),
+    (["paint"], 2, "", "see quillmere --help"),
+    (["render"], 2, "", "quillmere: render: SCENE is required\n  see quillmere render --help"),
+    (["render", "none.glb"], 2, "", "none.glb"),
+    (["render", *SCENE, "--shiny"], 2, "", "--shiny"),
+    (["render", *SCENE, "--frames", "5-1"], 2, "", "--frames '5-1': the last frame comes before the first"),
+    (["render", *SCENE, "--frames=-3--1x2", "--quiet"], 0, "^$", "example|^$"),
+    (["render", *SCENE, "--frames", "-2", "--quiet"], 0, "^$", "example|^$"),
+    (["render", "scene.gltf", "--size", "0x9"], 2, "", "--size '0x9'"),
+    (["render", *SCENE, "--fps", "0"], 2, "", "--fps"),
+    (["render", *SCENE, "--output", "a.jpg"], 2, "", r"--output 'a.jpg'.*\n.*\.png"),
+    (["render", *SCENE, "--output", "/proc/x/a.png"], 1, "", "/proc/x/a.png.*cannot be written"),
+    (["render", *SCENE, "--camera", "Mast"], 2, "", "camera 'Mast'.*\n.*'Pier', 'Chart'"),
+    (["render", *SCENE, "--camera", "pier"], 0, "done", "Rendering guide from camera: Pier"),
+    (["render", *SCENE, "--workflow", "sepia"], 2, "", "workflow 'sepia'.*\n.*Ink \\(ink\\)\n.*FLUX"),
+    (["render", *SCENE, "--workflow", "Twin"], 2, "", "several of that name.*\n.*choose by ID"),
+    (["render", *SCENE, "--prompt", "a", "--prompt-file", "scene.gltf"], 2, "", "--prompt"),
+    (["render", *SCENE, "--json", "--quiet"], 2, "", "--quiet"),
+    (["render", *SCENE, "--guide", "slow"], 2, "", "quick.*final"),
+    (["render", *SCENE, "--set", "2011"], 2, "", "--set '2011': not an assignment"),
+    (["render", *SCENE, "--set", "2099=1"], 2, "", "parameter '2099'.*\n.*2000 QUILLMERE_UNLOCK_SYSTEM_PROMPT"),
+    (["render", *SCENE, "--set", "2011=0"], 2, "", "HISTORY_LIMIT.*'0' is no value.*\n.*from 1 to 5000"),
+    (["render", *SCENE, "--set", "2011=many"], 2, "", "'many' is no value"),
+    (["render", *SCENE, "--set", "2006=Sketch"], 2, "", "0 Quick Shading\n.*1 Final Render"),
+    (["render", *SCENE, "--set", "2013=maybe"], 2, "", "true or false"),
+    (["render", *SCENE, "--set", "QUILLMERE_STATUS=Done"], 2, "", "shown only"),
+    (["render", *SCENE, "--set", "2001=Draw"], 2, "", "greyed out\n.*QUILLMERE_UNLOCK_SYSTEM_PROMPT=true"),
+    (["render", *SCENE, "--set", "2005=Mast"], 2, "", "camera 'Mast'"),
+    (["render", "scene.gltf", "--plugin", "nowhere"], 2, "", "nowhere"),
+    (["render", "scene.gltf", "--plugin", "home"], 1, "", "quillmere: .*home"),
+    (["render", "broken.glb", "--plugin", "plugin"], 1, "", "quillmere: .*broken.glb"),
+    (["guide", "scene.gltf"], 2, "", "--output"),
+    (["guide", "scene.gltf", "-o", "a.jpg"], 2, "", r"-o 'a.jpg'.*\n.*\.png"),
+    (["guide", "scene.gltf", "-o", "none/a.png"], 1, "", "none/a.png"),
+    (["guide", "scene.gltf", "-o", "a.png", "--camera", "Mast"], 2, "", "'Pier', 'Chart'"),
+    (["cameras", "scene.gltf"], 0, "^Pier\tperspective\nChart\torthographic\n$", "^$"),
+    (["cameras", "scene.gltf", "--json"], 0, r'^\[{"name":"Pier","kind":"perspective","animated":false},', "^$"),
+    (["cameras", "broken.glb"], 1, "^$", "broken.glb"),
+    (["workflows", "--plugin", "plugin"], 0, r"  1\tInk\tink\t.*/home/\.quillmere/workflows/ink\.json\n\* 2\tFLUX\.2 Dev\tflux", "^$"),
+    (["workflows", "--plugin", "plugin", "--json"], 0, '"number":2,"id":"flux","name":"FLUX.2 Dev".*"exists":true,"preferred":true', "^$"),
+    (["doctor", "--plugin", "home"], 1, "broken  render helper.*\n.*broken  module", "^$"),
+    (["completion", "fish"], 0, "__fish_seen_subcommand_from render' -l frames", "^$"),
+    (["completion", "tcsh"], 2, "", "bash"),
+]
+
+
+class CommandLine(Stage):
+    def test_every_case_gives_its_status_and_texts(self) -> None:
+        self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"), ("t1", "Twin"), ("t2", "Twin"))
+        (self.folder / "broken.glb").write_bytes(b"glTF\x02\0\0\0\xff\xff\xff\xff")
+        for arguments, status, output, errors in CASES:
+            with self.subTest(" ".join(arguments)):
+                done = self.run_command(*arguments)
+                self.assertEqual(done.returncode, status, done.stderr)
+                self.assertTrue(re.search(output, done.stdout, re.DOTALL), done.stdout)
+                self.assertTrue(re.search(errors, done.stderr, re.DOTALL), done.stderr)
+
+    def test_completion_for_bash_offers_what_help_lists(self) -> None:
+        script = self.run_command("completion", "bash").stdout
+        ask = 'COMP_WORDS=(quillmere {0}); COMP_CWORD={1}; _quillmere; echo "${{COMPREPLY[*]}}"'
+        for words, index, expected in [("ren", 1, "render"), ("render --fr", 2, "--frames"), ("doctor --x", 2, "")]:
+            with self.subTest(words):
+                done = self.run_shell(script + ask.format(words, index))
+                self.assertEqual(done, expected + "\n")
+
+    def run_shell(self, script: str) -> str:
+        import subprocess
+
+        return subprocess.run(["bash", "-c", script], capture_output=True, encoding="utf-8", timeout=20).stdout

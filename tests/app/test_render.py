@@ -1,0 +1,186 @@
+"""Whole renders with scripted helpers: files, events, parameters, what a failing frame leaves behind."""
+
+import fcntl
+import json
+import os
+import re
+import subprocess
+import unittest
+
+from stage import Stage
+
+
+def picture(path) -> dict:
+    """Header of a PNG."""
+    data = path.read_bytes()
+    assert data[:8] == b"\x89PNG\r\n\x1a\n", path
+    return {"size": (int.from_bytes(data[16:20], "big"), int.from_bytes(data[20:24], "big")), "depth": data[24], "kind": data[25]}
+
+
+class Render(Stage):
+    def test_json_tells_what_the_host_is_told_in_order(self) -> None:
+        self.catalog(("flux", "FLUX.2 Dev"))
+        self.helper("echo noise; echo noise >&2; say Inking; sleep 0.3; answer")
+        events = self.events("--output", "a_####.png", "--frames", "7", "--prompt", "fog", "--prefix", "shot")
+        frame = events.pop()
+        texts = [event["text"] for event in events if event["event"] == "status-text"]
+        self.assertEqual(texts[0], "Rendering guide from camera: Pier (Quick Shading)")
+        self.assertEqual(texts[-2:], ["Inking", "Render complete"])
+        self.assertEqual(events[-2:], [{"event": "status-bar", "value": 1.0}, {"event": "command", "id": 1060501, "subid": 0}])
+        self.assertEqual(list(frame), ["event", "frame", "result", "output", "seconds", "parameters"])
+        self.assertEqual((frame["frame"], frame["result"], frame["output"]), (7, 0, "a_0007.png"))
+        self.assertGreater(frame["seconds"], 0.3)
+
+    def test_the_frame_event_holds_every_parameter_in_its_type(self) -> None:
+        self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
+        more = ["--camera", "Chart", "--no-history", "--no-preview", "--guide", "final", "--set", "2004=later", "--set", "QUILLMERE_HISTORY_LIMIT=5"]
+        parameters = self.events("--system-prompt", "Draw.", "--prompt", "fog", "--output-dir", "pictures", "--prefix", "p", *more)[-1]["parameters"]
+        runs = str(self.folder / "pictures")
+        expected = {
+            "2000": True, "2001": "Draw.", "2002": 2, "2003": "fog", "2004": "later", "2005": "Chart", "2006": 1,
+            "2007": str(self.folder / "home/.quillmere/workflows/flux.json"), "2008": "flux", "2009": runs, "2010": "p",
+            "2011": 5, "2012": False, "2013": False, "2014": runs + "/picture.png", "2015": "Render complete",
+        }  # fmt: skip
+        self.assertEqual(parameters, expected)
+        self.assertFalse((self.folder / "write/quillmere/c4d/history").exists())
+
+    def test_a_workflow_is_found_by_name_id_or_file(self) -> None:
+        self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
+        (self.folder / "own.json").write_text("{}")
+        home = str(self.folder / "home/.quillmere/workflows")
+        rows = [
+            (["--workflow", "ink"], 1, "ink", f"{home}/ink.json"),
+            (["--workflow", "flux.2 dev"], 2, "flux", f"{home}/flux.json"),
+            (["--set", "QUILLMERE_WORKFLOW=Ink"], 1, "ink", f"{home}/ink.json"),
+            (["--workflow", "own.json"], 0, "", str(self.folder / "own.json")),
+            (["--workflow", "None"], 0, "", ""),
+            ([], 2, "flux", f"{home}/flux.json"),
+        ]
+        for arguments, number, identifier, path in rows:
+            with self.subTest(arguments):
+                frame = self.events(*arguments)[-1]
+                chosen = [frame["parameters"][key] for key in ("2002", "2008", "2007")]
+                self.assertEqual((chosen, frame["result"]), ([number, identifier, path], 0))
+
+    def test_an_empty_catalog_means_the_example_and_says_so(self) -> None:
+        done = self.render()
+        self.assertIn("the workflow catalog is empty", done.stderr)
+        self.assertEqual(self.request()["workflow_path"], str(self.folder / "plugin/python/workflows/ink_wash.json"))
+        (self.folder / "plugin/python/workflows/ink_wash.json").unlink()
+        done = self.render()
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("--workflow", done.stderr)
+
+    def test_the_ending_chooses_the_format(self) -> None:
+        for name, depth in [("a.png", 8), ("a.16.png", 16)]:
+            with self.subTest(name):
+                self.assertEqual(self.render("--output", f"made/for/{name}").returncode, 0)
+                self.assertEqual(picture(self.folder / "made/for" / name), {"size": (32, 24), "depth": depth, "kind": 2})
+        self.assertEqual(self.render("--output", "a.exr").returncode, 0)
+        self.assertEqual((self.folder / "a.exr").read_bytes()[:4], b"\x76\x2f\x31\x01")
+
+    def test_several_frames_get_files_of_their_own(self) -> None:
+        done = self.render("--frames", "-1-3x2", "--output", "still.png")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(sorted(file.name for file in self.folder.glob("still*")), ["still_-0001.png", "still_0001.png", "still_0003.png"])
+        self.assertEqual(re.findall(r"output +(\S+)", done.stdout), ["still_-0001.png", "still_0001.png", "still_0003.png"])
+        self.assertRegex(done.stdout, "guide +.*/reference_3.png\n +picture +.*/picture.png")
+
+    def test_a_failed_frame_leaves_no_file_and_the_others_go_on(self) -> None:
+        self.helper("case $request in *_1.json) printf '{\"ok\": false, \"error\": \"no ink left\"}' > $response; exit 1;; esac; answer")
+        done = self.render("--frames", "0-2", "--quiet")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn("quillmere: frame 1: no ink left\n", done.stderr)
+        self.assertEqual(sorted(file.name for file in self.folder.glob("render*")), ["render_0000.png", "render_0002.png"])
+        frames = [event for event in self.events("--frames", "1-2") if event["event"] == "frame"]
+        self.assertEqual([(frame["result"], frame["output"]) for frame in frames], [(11, None), (0, "render_0002.png")])
+
+    def test_a_picture_that_cannot_be_written_fails_its_frame(self) -> None:
+        (self.folder / "render_0000.png").mkdir()
+        done = self.render("--quiet")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("frame 0: ", done.stderr)
+
+    def test_texts_from_outside_cannot_steer_the_terminal_or_break_the_json(self) -> None:
+        self.helper("printf '{\"message\": \"a\\033]0;b\\007\\377\"}' > $(field status_path); sleep 0.3; answer")
+        self.assertNotRegex(self.render().stderr, "[\x1b\x07]")
+        texts = [event.get("text") for event in self.events()]
+        self.assertIn("a\x1b]0;b\x07\ufffd", texts)
+
+    def test_a_prompt_file_is_taken_without_its_last_line_break(self) -> None:
+        (self.folder / "prompt.txt").write_text("a harbour\nat dawn — ümlaut\n\n", encoding="utf-8")
+        self.render("--prompt-file", "prompt.txt")
+        self.assertTrue(self.request()["effective_prompt"].endswith("a harbour\nat dawn — ümlaut"))
+
+    def test_two_renders_do_not_share_exchange_files(self) -> None:
+        self.render()
+        with open(self.folder / "write/quillmere/c4d/render.lock", "r+") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            done = self.render()
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stderr, "another render.*\n.*--write-dir")
+        self.assertEqual(self.render().returncode, 0)
+
+    def test_what_a_helper_leaves_running_ends_with_the_frame(self) -> None:
+        self.helper("(setsid sleep 60 &) ; answer")
+        done = self.render("--frames", "0-1")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assert_nothing_left()
+
+    def test_a_reader_that_goes_away_ends_the_render(self) -> None:
+        self.helper("sleep 0.2; answer")
+        for style in [["--json"], []]:
+            with self.subTest(style):
+                process = subprocess.Popen(
+                    self.command(*self.render_arguments("--frames", "0-500", *style)),
+                    cwd=self.folder, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                )  # fmt: skip
+                process.stdout.readline()
+                process.stdout.close()
+                _, errors = process.communicate(timeout=30)
+                self.assertEqual(process.returncode, 1)
+                self.assertIn(b"standard output", errors)
+                self.assert_nothing_left()
+
+    def test_the_guide_is_the_one_that_the_effect_leaves(self) -> None:
+        for mode in ["quick", "final"]:
+            for camera in ["Pier", "Chart"]:
+                with self.subTest(mode=mode, camera=camera):
+                    view = ["--camera", camera, "--guide", mode, "--size", "64x40"]
+                    self.assertEqual(self.run_command("guide", "scene.gltf", "-o", "g.png", "--frame", "20", *view).returncode, 0)
+                    rendered = self.render("--frames", "20", *view)
+                    self.assertEqual(rendered.returncode, 0, rendered.stderr)
+                    reference = self.folder / "write/quillmere/c4d/runtime/reference_20.png"
+                    self.assertEqual((self.folder / "g.png").read_bytes(), reference.read_bytes())
+
+    def test_frames_show_different_moments(self) -> None:
+        guides = []
+        for frame in ["0", "20"]:
+            self.run_command("guide", "scene.gltf", "-o", "g.png", "--frame", frame, "--size", "32x24")
+            guides.append((self.folder / "g.png").read_bytes())
+        self.assertNotEqual(*guides)
+
+
+class Doctor(Stage):
+    def test_each_broken_thing_is_named_with_its_remedy(self) -> None:
+        self.catalog(("ink", "Ink"), ("gone", "Gone"))
+        (self.folder / "home/.quillmere/workflows/gone.json").unlink()
+        self.helper("case $2 in */ink.json) echo '{\"ok\": false, \"problem\": \"start the service\"}'; exit 1;; esac")
+        done = self.run_command("doctor", "--plugin", "plugin", "--write-dir", "/proc/none", "--json")
+        self.assertEqual(done.returncode, 1)
+        states = {check["check"]: (check["state"], check["detail"]) for check in json.loads(done.stdout)}
+        self.assertEqual(states["module"][0], "ok")
+        self.assertEqual(states["catalog"], ("ok", "2 workflows"))
+        self.assertEqual(states["write directory"][0], "broken")
+        self.assertEqual(states["workflow Ink"], ("broken", "start the service"))
+        self.assertIn("missing", states["workflow Gone"][1])
+
+    def test_the_real_helper_passes_or_says_what_to_install(self) -> None:
+        self.env["PATH"] = os.environ["PATH"]
+        done = self.run_command("doctor", "--write-dir", "write")
+        self.assertRegex(done.stdout, "ok +python3|broken +python3")
+        self.assertRegex(done.stdout, "ok +workflow example|broken +workflow example: .*[Pp]illow")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,127 @@
+"""The live status line, seen through a pseudo-terminal."""
+
+import fcntl
+import os
+import pty
+import re
+import signal
+import struct
+import subprocess
+import termios
+import threading
+import time
+import unittest
+
+from stage import Stage
+
+
+def shown(written: bytes) -> list[str]:
+    """What a terminal that knows carriage returns, line feeds and erase-in-line shows in the end, line by line."""
+    lines, column = [""], 0
+    for part in re.split(r"(\r|\n|\x1b\[K)", written.decode("utf-8")):
+        if part == "\r":
+            column = 0
+        elif part == "\n":
+            lines.append("")
+            column = 0
+        elif part == "\x1b[K":
+            lines[-1] = lines[-1][:column]
+        else:
+            lines[-1] = lines[-1][:column].ljust(column) + part + lines[-1][column + len(part) :]
+            column += len(part)
+    return [line.rstrip() for line in lines]
+
+
+class Terminal(Stage):
+    def on_terminal(self, *more: str, columns: int = 80, when: bytes = b"", do=None) -> tuple[int, bytes]:
+        """Exit status and all that was written to a terminal of so many columns; calls `do` once it shows `when`."""
+        leader, follower = pty.openpty()
+        fcntl.ioctl(follower, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        attributes = termios.tcgetattr(follower)
+        process = subprocess.Popen(
+            self.command(*self.render_arguments(*more)), cwd=self.folder, stdin=follower, stdout=follower, stderr=follower,
+            env=dict(self.env, TERM="xterm", LC_ALL="C"), start_new_session=True,
+        )  # fmt: skip
+        written = bytearray()
+
+        def read() -> None:
+            while True:
+                try:
+                    block = os.read(leader, 4096)
+                except OSError:
+                    return
+                if not block:
+                    return
+                written.extend(block)
+
+        reader = threading.Thread(target=read)
+        reader.start()
+        begun = time.monotonic()
+        while do and when not in written and time.monotonic() - begun < 20:
+            time.sleep(0.02)
+        if do:
+            do(process)
+        status = process.wait(30)
+        self.assertEqual(termios.tcgetattr(follower), attributes)
+        os.close(follower)
+        reader.join(10)
+        os.close(leader)
+        return status, bytes(written)
+
+    def test_the_line_lives_turns_and_leaves_only_results(self) -> None:
+        self.helper("say 'Inking (40 %)'; sleep 0.7; answer")
+        status, written = self.on_terminal("--frames", "3-4")
+        self.assertEqual(status, 0)
+        turns = set(re.findall(rb"\r([|/\\-]) \[#*\.*\] frame 4 \(2/2\)  Inking \(40 %\)", written))
+        self.assertGreaterEqual(len(turns), 3)
+        results = [line.split()[:2] for line in shown(written) if line and "catalog is empty" not in line]
+        self.assertEqual([row[0] for row in results], ["frame", "guide", "picture", "output"] * 2)
+        self.assertNotIn(b"\x1b[?25l", written)
+
+    def test_the_line_keeps_to_the_width(self) -> None:
+        self.helper(f"say '{'x' * 300}'; sleep 0.4; answer")
+        for columns in [20, 61]:
+            with self.subTest(columns=columns):
+                _, written = self.on_terminal(columns=columns)
+                for drawn in re.findall(r"\r([^\r\n]*)\x1b\[K", written.decode()):
+                    self.assertLess(len(drawn), columns)
+
+    def test_a_hostile_message_cannot_reach_the_terminal(self) -> None:
+        self.helper("printf '{\"message\": \"a\\033[2J\\033]0;b\\007\"}' > $(field status_path); sleep 0.4; answer")
+        _, written = self.on_terminal()
+        self.assertEqual(set(re.findall(rb"\x1b.{2}", written)), {b"\x1b[K"})
+        self.assertNotIn(b"\x07", written)
+
+    def test_a_break_clears_the_line(self) -> None:
+        self.helper("trap '' INT TERM; say Waiting; sleep 60; :")
+        stop_once = lambda process: process.send_signal(signal.SIGINT)  # noqa: E731
+
+        def stop_twice(process: subprocess.Popen) -> None:
+            process.send_signal(signal.SIGINT)
+            time.sleep(0.3)
+            process.send_signal(signal.SIGINT)
+
+        status, written = self.on_terminal("--quiet", when=b"", do=lambda process: (time.sleep(1), stop_twice(process)))
+        self.assertEqual((status, written), (130, b""))
+        status, written = self.on_terminal(when=b"Waiting", do=stop_twice)
+        self.assertEqual(status, 130)
+        self.assertEqual(shown(written)[-1], "")
+        self.assert_nothing_left()
+        self.helper("say Waiting; sleep 60; :")
+        status, written = self.on_terminal(when=b"Waiting", do=stop_once)
+        self.assertEqual(status, 130)
+        self.assertEqual(shown(written)[-1], "")
+        self.assert_nothing_left()
+
+    def test_a_plain_terminal_gets_plain_lines(self) -> None:
+        self.env["TERM"] = "dumb"
+        done = subprocess.run(
+            ["script", "-qec", " ".join(self.command(*self.render_arguments())), "/dev/null"],
+            cwd=self.folder, env=self.env, capture_output=True, timeout=60,
+        )  # fmt: skip
+        self.assertIn(b"frame 0: Render complete", done.stdout)
+        self.assertNotIn(b"\x1b", done.stdout)
+
+
+if __name__ == "__main__":
+    unittest.main()

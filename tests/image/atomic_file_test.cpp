@@ -1,0 +1,83 @@
+#include "image/atomic_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "image/file_formats.h"
+#include "sample_pictures.h"
+
+namespace quillmere::image::testing {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string textOf(const fs::path& file) {
+  const File content = contentOf(file);
+  return {content.begin(), content.end()};
+}
+
+TEST(AtomicFile, ReadersMeetTheFormerFileUntilTheNewOneIsWhole) {
+  const TemporaryFolder folder;
+  writeFile(folder / "a", "former");
+  {
+    AtomicFile file(folder / "a");
+    std::fputs("half", file.stream());
+    std::fflush(file.stream());
+    EXPECT_EQ(textOf(folder / "a"), "former");
+  }
+  EXPECT_EQ(textOf(folder / "a"), "former");
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"a"});
+  writeFile(folder / "a", "new");
+  EXPECT_EQ(textOf(folder / "a"), "new");
+  EXPECT_EQ(folder.names(), std::vector<std::string>{"a"});
+}
+
+TEST(AtomicFile, ALinkStaysALink) {
+  const TemporaryFolder folder;
+  writeFile(folder / "a", "former");
+  fs::create_symlink(folder / "a", folder / "link");
+  writeFile(folder / "link", "new");
+  EXPECT_TRUE(fs::is_symlink(folder / "link"));
+  EXPECT_EQ(textOf(folder / "a"), "new");
+}
+
+// Root may write anywhere, so none of these rests on permissions alone.
+TEST(AtomicFile, TargetsThatCannotBeWrittenAreRefusedAndNothingIsLeft) {
+  const TemporaryFolder folder;
+  writeFile(folder / "file", "former");
+  fs::create_directory(folder / "folder");
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  const std::vector<std::string> before = folder.names();
+  const Image picture(2, 2, 3, Sample::Float);
+  for (const char* name : {"missing/a.png", "file/a.png", "folder", "pipe", "folder/"}) {
+    for (const auto write : {+[](const fs::path&to, const Image&from) { writePng(to, from); }, &writeExr}) {
+      try {
+        write(folder / name, picture);
+        ADD_FAILURE() << name;
+      } catch (const Error& error) {
+        EXPECT_NE(std::string(error.what()).find("cannot write '" + (folder / name).string()), std::string::npos)
+            << error.what();
+      }
+    }
+  }
+  EXPECT_THROW(writePng(folder / "a.png", Image()), Error);
+  EXPECT_EQ(folder.names(), before);
+  EXPECT_TRUE(fs::is_empty(folder / "folder"));
+  EXPECT_EQ(textOf(folder / "file"), "former");
+}
+
+TEST(AtomicFile, AFullDiskIsAnErrorAndLeavesTheFormerFile) {
+  const TemporaryFolder folder;
+  writeFile(folder / "a", "former");
+  AtomicFile file(folder / "a");
+  std::FILE* full = std::freopen("/dev/full", "wb", file.stream());
+  if (full == nullptr) GTEST_SKIP() << "there is no device that is always full here";
+  std::fputs("new", full);
+  EXPECT_THROW(file.commit(), Error);
+  EXPECT_EQ(textOf(folder / "a"), "former");
+}
+
+}  // namespace
+
+}  // namespace quillmere::image::testing

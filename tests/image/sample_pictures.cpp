@@ -1,0 +1,40 @@
+#include "sample_pictures.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace quillmere::image::testing {
+
+namespace fs = std::filesystem;
+
+TemporaryFolder::TemporaryFolder() {
+  std::string name = (fs::temp_directory_path() / "quillmere-image-XXXXXX").string();
+  path_ = mkdtemp(name.data());
+}
+
+std::vector<std::string> TemporaryFolder::names() const {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(path_)) names.push_back(entry.path().filename().string());
+  return names;
+}
+
+File contentOf(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+fs::path samplePictures() {
+  return QUILLMERE_TEST_PICTURES;
+}
+
+std::vector<double> samplesOf(const Image& picture) {
+  const auto all = [&](auto type) {
+    const auto* first = picture.row<decltype(type)>(0);
+    return std::vector<double>(first, first + picture.width() * picture.height() * picture.channels());
+  };
+  if (picture.sample() == Sample::Byte) return all(std::uint8_t{});
+  return picture.sample() == Sample::Word ? all(std::uint16_t{}) : all(float{});
+}
+
+}  // namespace quillmere::image::testing

@@ -1,0 +1,141 @@
+#include "guide_capture.h"
+
+#include "door/substitutes.h"
+#include "image/file_formats.h"
+#include "lib_description.h"
+#include "operatingsystem.h"
+#include "room.h"
+
+namespace quillmere {
+namespace {
+
+using namespace cinema;
+using host::operations;
+
+template <class Slot, class Replacement>
+std::shared_ptr<void> put(Slot& slot, Replacement replacement) {
+  return std::make_shared<host::Substitute<Slot>>(slot, std::move(replacement));
+}
+
+DescID modeId(Int32 id) {
+  return DescID::Create(DescLevel(id, DTYPE_LONG, 0));
+}
+
+// What a capture borrows, in one line.
+std::string stateOf(BaseDocument& document) {
+  BaseDraw& view = *document.GetActiveBaseDraw();
+  GeData active, inactive;
+  view.GetParameter(modeId(1003), active, DESCFLAGS_GET::NONE);
+  view.GetParameter(modeId(1004), inactive, DESCFLAGS_GET::NONE);
+  const String camera = view.GetSceneCamera(&document) ? view.GetSceneCamera(&document)->GetName() : "none";
+  return ToUtf8(camera + " " + String::IntToString(active.GetInt32()) + " " + String::IntToString(inactive.GetInt32()));
+}
+
+struct GuideCapture : EffectRoom {
+  GuideCapture() {
+    view().SetParameter(modeId(1003), GeData(Int32(0)), DESCFLAGS_SET::NONE);
+    view().SetParameter(modeId(1004), GeData(Int32(6)), DESCFLAGS_SET::NONE);
+  }
+  BaseDraw& view() { return *api().GetActiveBaseDraw(); }
+  bool capture(Int32 mode, int width = 7) {
+    return RenderReferenceImage(&api(), camera(1), GuideModeOf(mode), width, 5, host::filenameOf(png));
+  }
+  const std::filesystem::path png = folder / "guide.png";
+};
+
+TEST_F(GuideCapture, IsAPngOfTheSizeAskedForInEveryMode) {
+  for (const Int32 mode : {0, 1, 7}) {
+    SCOPED_TRACE(mode);
+    ASSERT_TRUE(capture(mode));
+    const image::Image guide = image::read(png);
+    EXPECT_EQ(std::pair(guide.width(), guide.height()), std::pair(7, 5));
+    EXPECT_EQ(stateOf(api()), "Front 0 6");
+    remove(png);
+  }
+}
+
+TEST_F(GuideCapture, DrawsTheViewThroughTheCameraWithQuickShadingUnlessAFinalRenderIsAsked) {
+  static std::string seen;
+  const auto draw = put(C4DOS_Br->GetViewPortBitmap, [](BaseDraw* view, BaseBitmap*, Int32 options) -> Bool {
+    seen = stateOf(*view->GetDocument()) + " " + std::to_string(options);
+    return true;
+  });
+  EXPECT_TRUE(capture(7));
+  EXPECT_EQ(seen, "Side 2 2 0");
+}
+
+TEST_F(GuideCapture, RendersThroughTheCameraWithACopyOfTheSettings) {
+  BaseContainer& active = api().GetActiveRenderData()->GetDataInstanceRef();
+  for (const Int32 id : {5076, 5200, 5202}) active.SetBool(id, true);
+  const BaseContainer before = active;
+  std::string seen;
+  const auto render = put(operations().renderDocument, [&](auto& of, auto& used, auto, RENDERFLAGS flags, auto) {
+    seen = stateOf(of) + " " + std::to_string(int(flags));
+    for (const Int32 id : {5008, 5009, 5076, 5200, 5202}) seen += " " + std::to_string(used.GetInt32(id));
+    return RENDERRESULT::OK;
+  });
+  EXPECT_TRUE(capture(1));
+  EXPECT_EQ(seen, "Side 0 6 1 7 5 0 0 0");
+  EXPECT_TRUE(active == before);
+}
+
+TEST_F(GuideCapture, PutsEverythingBackWhicheverStepFails) {
+  using Fault = std::shared_ptr<void>();
+  constexpr Fault* noBitmap = [] { return put(operations().makeBitmap, [] { return nullptr; }); };
+  constexpr Fault* noPixels = [] {
+    return put(operations().initBitmap, [](auto&&...) { return IMAGERESULT::OUTOFMEMORY; });
+  };
+  constexpr Fault* notSaved = [] {
+    return put(operations().saveBitmap, [](auto&&...) { return IMAGERESULT::FILEERROR; });
+  };
+  constexpr Fault* noDrawing = [] { return put(C4DOS_Br->GetViewPortBitmap, nullptr); };
+  constexpr Fault* notDrawn = [] {
+    return put(C4DOS_Br->GetViewPortBitmap, [](auto, auto, Int32) -> Bool { return false; });
+  };
+  constexpr Fault* cameraRefused = [] { return put(operations().lookThrough, [](auto&&...) { return false; }); };
+  constexpr Fault* notRendered = [] {
+    return put(operations().renderDocument, [](auto&&...) { return RENDERRESULT::FAILED; });
+  };
+  int row = 0;
+  for (const auto& [mode, fault] : std::vector<std::pair<Int32, Fault*>>{{0, noBitmap},
+                                                                         {0, noPixels},
+                                                                         {0, notSaved},
+                                                                         {0, noDrawing},
+                                                                         {0, notDrawn},
+                                                                         {1, noBitmap},
+                                                                         {1, noPixels},
+                                                                         {1, notSaved},
+                                                                         {1, cameraRefused},
+                                                                         {1, notRendered}}) {
+    SCOPED_TRACE(row++);
+    std::shared_ptr<void> standing = fault();
+    EXPECT_FALSE(capture(mode));
+    standing.reset();
+    EXPECT_EQ(stateOf(api()), "Front 0 6");
+    EXPECT_FALSE(exists(png));
+    EXPECT_FALSE(capture(mode, 0)) << "no picture is 0 pixels wide";
+    EXPECT_FALSE(RenderReferenceImage(&api(), nullptr, GuideModeOf(mode), 7, 5, host::filenameOf(png)));
+  }
+}
+
+TEST_F(GuideCapture, LooksThroughTheLinkedCameraElseThroughTheSceneOrTheViews) {
+  const auto resolved = [&] { return ResolveConfiguredCamera(&settings(), &api()); };
+  const auto noView = [](auto&) { return nullptr; };
+  EXPECT_EQ(resolved(), camera(0)) << "the scene camera, without a link";
+  settings().SetLink(QUILLMERE_CAMERA, camera(1));
+  EXPECT_EQ(resolved(), camera(1));
+  settings().SetLink(QUILLMERE_CAMERA, &view());
+  EXPECT_EQ(resolved(), camera(0)) << "a link to something else is passed over";
+  {
+    const auto noActiveView = put(operations().activeView, noView);
+    EXPECT_EQ(resolved(), camera(0)) << "the render view's";
+  }
+  view().SetSceneCamera(nullptr);
+  EXPECT_EQ(resolved(), nullptr);
+  const auto noRenderView = put(operations().renderView, noView), noActiveView = put(operations().activeView, noView);
+  EXPECT_EQ(resolved(), nullptr);
+  EXPECT_FALSE(capture(0));
+}
+
+}  // namespace
+}  // namespace quillmere

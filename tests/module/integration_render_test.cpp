@@ -1,0 +1,145 @@
+#include <gmock/gmock.h>
+
+#include "door/frame.h"
+#include "door/substitutes.h"
+#include "render_driver.h"
+#include "room.h"
+
+// Whole frames by the module as it is loaded from disk, with scripts as real processes in the render helper's place.
+namespace quillmere {
+namespace {
+
+using namespace cinema;
+
+struct IntegrationRender : EffectRoom {
+  IntegrationRender() {
+    document->setFrame(12);
+    settings().SetFilename(QUILLMERE_OUTPUT_DIRECTORY, host::filenameOf(folder / "out"));
+    settings().SetString(QUILLMERE_SYSTEM_PROMPT, String("Keep\tit."));
+    settings().SetString(QUILLMERE_PROMPT, String("a \"red\"\r\n\\ é car"));
+    settings().SetLink(QUILLMERE_CAMERA, camera(1));
+  }
+  RENDERRESULT render() {
+    return host::renderFrame(*document, [&] { return polls(); }).result;
+  }
+  // The opening call alone, by the same code outside the module.
+  RENDERRESULT open(Filename& result, host::BreakTest userBreak = noBreak) {
+    host::RenderCall call(document.get(), std::nullopt, std::move(userBreak));
+    return GenerateFrame(node, &call.at(VIDEOPOSTCALL::RENDER, true), String("x"), result);
+  }
+  Lines withHelper(const Lines& rest) const {
+    Lines all = {capturing, "busy", preparing, "busy", preparing, "busy"};  // again from the first status file
+    all.insert(all.end(), rest.begin(), rest.end());
+    return all;
+  }
+  const std::string capturing = "text Rendering guide from camera: Side (Quick Shading)";
+  const std::string preparing = "text Preparing Quillmere render";
+  const std::filesystem::path entry = data / "history/untitled/render_f12.json";
+  const std::filesystem::path viewState = runtime / "render_view_state.json";
+  // Answers with the guide itself, after one message.
+  const std::string echo = "round; printf '{\"message\":\"Drawing\"}' > " + (runtime / "status_12.json").string() +
+                           "; round; printf '{\"ok\": true, \"first_output\": \"" + guide + "\"}' > \"$2\"\n";
+  const std::string guide = (runtime / "reference_12.png").string();
+};
+
+TEST_F(IntegrationRender, GeneratesAFrameAndRecordsIt) {
+  write(script, echo);
+  write(viewState, R"({"locked_style_image": "C:\\a.png", "selected_image": "/mine"})");
+  EXPECT_EQ(render(), RENDERRESULT::OK);
+  EXPECT_EQ(told.lines,
+            withHelper({"text Drawing", "busy", "text Render complete", "idle", "bar 100", "command 1060501"}));
+  EXPECT_EQ(contentOf(runtime / "request_12.json"),
+            "{\n  \"workflow_path\": \"/w/ink.json\",\n  \"output_dir\": \"" + (folder / "out").string() +
+                "\",\n  \"output_prefix\": \"render\",\n"
+                "  \"effective_prompt\": \"Keep\\tit. a \\\"red\\\"\\r\\n\\\\ é car\",\n  \"reference_image\": \"" +
+                guide + "\",\n  \"locked_style_image\": \"C:\\\\a.png\",\n  \"status_path\": \"" +
+                (runtime / "status_12.json").string() + "\",\n  \"width\": 8,\n  \"height\": 6,\n  \"frame\": 12\n}\n");
+  EXPECT_EQ(contentOf(viewState), "{\n  \"last_image\": \"" + guide + "\",\n  \"selected_image\": \"" + guide +
+                                      "\",\n  \"locked_style_image\": \"C:\\\\a.png\",\n  \"history_dir\": \"" +
+                                      entry.parent_path().string() + "\",\n  \"reference_image\": \"" + guide +
+                                      "\",\n  \"status_text\": \"Render complete\"\n}\n");
+  EXPECT_EQ(contentOf(entry), "{\"status\":\"complete\",\"frame\":12,\"output\":\"" + guide + "\"}");
+  EXPECT_TRUE(is_directory(folder / "out"));
+  EXPECT_EQ(text(QUILLMERE_STATUS), "Render complete");
+  EXPECT_EQ(text(QUILLMERE_LAST_HISTORY_ENTRY), guide);
+}
+
+TEST_F(IntegrationRender, LeavesOutPreviewAndHistoryWhenTheyAreOff) {
+  write(script, echo);
+  settings().SetBool(QUILLMERE_OPEN_PREVIEW_AFTER_RENDER, false);
+  settings().SetBool(QUILLMERE_SAVE_HISTORY_SNAPSHOTS, false);
+  settings().SetInt32(QUILLMERE_GUIDE_MODE, 1);
+  EXPECT_EQ(render(), RENDERRESULT::OK);
+  EXPECT_EQ(told.lines.front(), "text Rendering guide from camera: Side (Final Render)");
+  EXPECT_EQ(told.lines.back(), "bar 100");
+  EXPECT_FALSE(exists(data / "history"));
+  EXPECT_TRUE(exists(viewState));
+}
+
+TEST_F(IntegrationRender, SucceedsOnAnEarlierResponseAndWithoutAPicture) {
+  write(runtime / "response_12.json", R"({"ok": true})");
+  Filename result("/earlier.png");
+  EXPECT_EQ(open(result), RENDERRESULT::OK);
+  EXPECT_FALSE(result.IsPopulated());
+  EXPECT_EQ(told.lines, withHelper({"text Render complete", "idle", "bar 100"}));
+  EXPECT_EQ(contentOf(runtime / "status_12.json"),
+            "{\n  \"phase\": \"prepare\",\n  \"message\": \"Preparing Quillmere render\"\n}\n");
+  EXPECT_EQ(contentOf(entry), R"({"status":"complete","frame":12,"output":""})");
+}
+
+TEST_F(IntegrationRender, SaysWhyTheHelperFailed) {
+  const std::string standard = "Quillmere render failed";
+  for (const auto& [lines, message] : std::vector<std::pair<std::string, std::string>>{
+           {R"(printf '{"ok": false, "error": "disk \\"x\\" full"}' > "$2")", "disk \"x\" full"},
+           {R"(printf '{"ok": true, "error": "late"}' > "$2"; exit 3)", "late"},
+           {R"(printf '{"ok": true, "first_output": "/x"}' > "$2"; kill -9 $$)", standard},
+           {R"(printf '{"ok": "true"}' > "$2")", standard},
+           {R"(head -c 100000 /dev/urandom > "$2")", standard},
+           {R"(rm "$2"; mkdir "$2")", standard}}) {
+    SCOPED_TRACE(lines);
+    told.lines.clear();
+    write(script, lines);
+    EXPECT_EQ(render(), RENDERRESULT::FAILED);
+    EXPECT_EQ(told.lines, withHelper({"text " + message, "idle", "console [Quillmere Renderer] " + message}));
+    EXPECT_EQ(text(QUILLMERE_STATUS), message);
+  }
+  EXPECT_FALSE(exists(viewState));
+  EXPECT_FALSE(exists(entry));
+}
+
+TEST_F(IntegrationRender, EndsEarlyAtEachStageAndKeepsTheFormerResult) {
+  const auto endsEarly = [&](RENDERRESULT code, const std::string& status, const Lines& lines) {
+    SCOPED_TRACE(status);
+    told.lines.clear();
+    Filename result("/earlier.png");
+    EXPECT_EQ(open(result), code);
+    EXPECT_EQ(text(QUILLMERE_STATUS), status);
+    EXPECT_EQ(told.lines, lines);
+    EXPECT_EQ(ToUtf8(result.GetString()), "/earlier.png");
+  };
+  create_directories(runtime / "request_12.json");
+  endsEarly(RENDERRESULT::PROJECTNOTFOUND, "Failed to write render request",
+            {capturing, "busy", "text Failed to write render request", "idle"});
+  const host::Substitute notSaved(host::operations().saveBitmap, [](auto&&...) { return IMAGERESULT::FILEERROR; });
+  const std::string notCaptured = "Failed to capture selected camera: Side (Quick Shading)";
+  endsEarly(RENDERRESULT::FAILED, notCaptured, {capturing, "busy", "text " + notCaptured, "idle"});
+  settings().RemoveData(QUILLMERE_CAMERA);
+  api().SetSceneCamera(nullptr);
+  endsEarly(RENDERRESULT::FAILED, "No camera selected", {"text No camera selected", "idle"});
+  settings().SetString(QUILLMERE_WORKFLOW_PATH, String());
+  endsEarly(RENDERRESULT::OK, "No workflow selected", {});
+  EXPECT_FALSE(exists(runtime / "status_12.json"));
+}
+
+TEST_F(IntegrationRender, EndsWithTheHelpersLastWordOnABreak) {
+  const auto started = folder / "started";
+  write(script, R"(trap 'printf "{\"error\":\"Stopped\"}" > "$2"; exit 0' TERM; : > )" + started.string() +
+                    "; while :; do sleep 0.01; done\n");
+  Filename result;
+  EXPECT_EQ(open(result, [&] { return exists(started); }), RENDERRESULT::FAILED);
+  EXPECT_EQ(told.lines, withHelper({"text Quillmere render cancelled", "idle", "text Stopped", "idle",
+                                    "console [Quillmere Renderer] Stopped"}));
+}
+
+}  // namespace
+}  // namespace quillmere

@@ -1,0 +1,95 @@
+#include "result_transfer.h"
+
+#include <gmock/gmock.h>
+
+#include "door/substitutes.h"
+#include "image/file_formats.h"
+#include "room.h"
+
+namespace quillmere {
+namespace {
+
+using namespace cinema;
+using Pixels = std::vector<float>;
+using testing::ElementsAre;
+using testing::FloatEq;
+using testing::Pointwise;
+
+struct ResultTransfer : Room {
+  // A row of two pixels with half an alpha becomes the result.
+  template <class T = std::uint8_t>
+  void picture(image::Sample sample = image::Sample::Byte, image::PngDepth depth = image::PngDepth::As8Bit) {
+    constexpr T most = std::numeric_limits<T>::max();
+    const T samples[] = {most, 0, most / 5, most / 2, 0, most, most / 3, most / 2};
+    image::Image row(2, 1, 4, sample);
+    std::copy(std::begin(samples), std::end(samples), row.row<T>(0));
+    image::writePng(file, row, depth);
+    result = host::filenameOf(file);
+  }
+  // The buffer after the transfer.
+  Pixels transferred(int width, int height = 1, int components = 4) {
+    host::RenderCall call(nullptr, host::RenderCall::Buffer{width, height, components}, noBreak);
+    VideoPostStruct& vps = call.at(VIDEOPOSTCALL::RENDER, false);
+    TransferResult(&vps, result);
+    Pixels line(std::size_t(width * components)), pixels;
+    for (Int32 y = 0; y < height; ++y) {
+      vps.render->GetBuffer(VPBUFFER_RGBA, NOTOK)->GetLine(0, y, width, line.data(), 32, false);
+      pixels.insert(pixels.end(), line.begin(), line.end());
+    }
+    return pixels;
+  }
+  const std::filesystem::path file = folder / "result.png";
+  Filename result = host::filenameOf(file);
+};
+
+TEST_F(ResultTransfer, DividesTheStoredValuesAndIsOpaque) {
+  const Pixels expected = {1, 0, 0.2f, 1, 0, 1, 1.0f / 3, 1};
+  picture();
+  EXPECT_THAT(transferred(2), Pointwise(FloatEq(), expected));
+  EXPECT_FALSE(result.IsPopulated());
+  picture<std::uint16_t>(image::Sample::Word, image::PngDepth::As16Bit);
+  EXPECT_THAT(transferred(2), Pointwise(FloatEq(), expected));
+  picture();
+  EXPECT_THAT(transferred(2, 1, 3), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 0, 1, 1.0f / 3})) << "no room for an alpha";
+}
+
+TEST_F(ResultTransfer, StretchesThePictureOverTheWholeBuffer) {
+  picture();
+  const Pixels pixels = transferred(16, 3);
+  for (std::size_t y = 0; y < 3; ++y) {
+    const Pixels first(&pixels[y * 64], &pixels[y * 64 + 4]), last(&pixels[y * 64 + 60], &pixels[y * 64 + 64]);
+    EXPECT_THAT(first, Pointwise(testing::FloatNear(0.1f), Pixels{1, 0, 0.2f, 1}));
+    EXPECT_THAT(last, Pointwise(testing::FloatNear(0.1f), Pixels{0, 1, 0.33f, 1}));
+  }
+  picture();
+  const host::Substitute noMemory(host::operations().initBitmap, [](auto&&...) { return IMAGERESULT::OUTOFMEMORY; });
+  EXPECT_THAT(transferred(3), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 1, 0, 1, 1.0f / 3, 1, 0, 0, 0, 1})) << "unscaled";
+}
+
+TEST_F(ResultTransfer, ShowsThePictureWhereThereIsNoBuffer) {
+  picture();
+  host::RenderCall call(nullptr, std::nullopt, noBreak);
+  TransferResult(&call.at(VIDEOPOSTCALL::RENDER, false), result);
+  EXPECT_THAT(told.lines, ElementsAre("viewer 2"));
+  EXPECT_FALSE(result.IsPopulated());
+}
+
+TEST_F(ResultTransfer, LeavesTheBufferAloneWithoutAReadablePicture) {
+  const Pixels untouched = transferred(1);
+  EXPECT_TRUE(result.IsPopulated()) << "a file that isn't there may still come";
+  write(file, "no picture");
+  EXPECT_EQ(transferred(1), untouched);
+  EXPECT_FALSE(result.IsPopulated());
+  EXPECT_TRUE(told.lines.empty());
+
+  picture();
+  int attempts = 0;
+  const host::Substitute secondTimeLucky(host::operations().loadBitmap, [&](BaseBitmap& bitmap, const Filename&) {
+    return ++attempts == 1 ? IMAGERESULT::FILEERROR : bitmap.Init(4, 4, 24);
+  });
+  EXPECT_EQ(transferred(1), untouched);
+  EXPECT_THAT(told.lines, ElementsAre("viewer 4"));
+}
+
+}  // namespace
+}  // namespace quillmere

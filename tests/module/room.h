@@ -1,0 +1,65 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "bridge/text.h"
+#include "description/vpquillmere.h"
+#include "door/document.h"
+#include "door/render_call.h"
+#include "door/text.h"
+
+namespace quillmere {
+
+using Lines = std::vector<std::string>;
+
+std::string contentOf(const std::filesystem::path& file);
+void write(const std::filesystem::path& file, const std::string& content);  // makes the folders too
+inline bool noBreak() {
+  return false;
+}
+
+// Everything that the host was told, a line each.
+struct Told : host::Events {
+  void statusText(const std::string& text) override { lines.push_back("text " + text); }
+  void statusSpin(bool on) override { lines.push_back(on ? "busy" : "idle"); }
+  void statusBar(double fraction) override { lines.push_back("bar " + std::to_string(int(fraction * 100))); }
+  void console(const std::string& line) override { lines.push_back("console " + line); }
+  void command(int id, int subid) override { lines.push_back("command " + std::to_string(id + subid)); }
+  void pictureViewer(const image::Image& shown) override { lines.push_back("viewer " + std::to_string(shown.width())); }
+  Lines lines;
+};
+
+// A user's machine in a temporary folder: a home, the host's write directory, and python3 being a plain shell, so that
+// the scripts which take the render helper's place start at once. A script that calls `round` goes on when the
+// supervision has polled at least once more, given `polls` as its break test.
+struct Room : testing::Test {
+  Room();
+  ~Room() override;
+  bool polls();  // never breaks
+
+  const std::filesystem::path folder;
+  const std::filesystem::path home = folder / "home", data = folder / "write/quillmere/c4d", runtime = data / "runtime";
+  Told told;
+  host::Application application{folder / "write", told};
+};
+
+// The built module opened from a plug-in folder with its own helper script, and a never-saved document of 8 x 6 pixels
+// with the cameras "Front" and "Side" and the effect among its render settings, with a workflow chosen.
+struct EffectRoom : Room {
+  EffectRoom();
+  cinema::BaseContainer& settings() { return *node->GetDataInstance(); }
+  std::string text(int id) { return ToUtf8(settings().GetString(id)); }
+  cinema::BaseObject* camera(std::size_t index) { return document->cameras().at(index).object; }
+  cinema::BaseDocument& api() { return document->api(); }
+
+  const std::filesystem::path plugin = folder / "plugin", script = plugin / "python/quillmere_render_helper.py";
+  std::unique_ptr<host::Document> document;
+  cinema::BaseVideoPost* node;
+};
+
+}  // namespace quillmere

@@ -1,0 +1,149 @@
+"""Whole renders on a server with the API of A1111's web UI, and everything that such servers do wrong."""
+
+import base64
+import json
+import time
+import unittest
+
+from a1111_server import A1111Server
+from scratch_render import RenderCase, png_chunks
+
+MEMORY = {"error": "OutOfMemoryError", "detail": "", "errors": "CUDA out of memory"}
+SCHEMA = {"detail": [{"loc": ["body", "steps"], "msg": "value is not a valid integer", "type": "type_error"}]}
+REFUSALS = (
+    # what the server does, parameters of the workflow, what the error has to name
+    ({"answer": (500, MEMORY)}, {}, "ran out of memory"),
+    ({"answer": (422, SCHEMA)}, {}, "steps: value is not a valid integer"),
+    ({"answer": (404, {"detail": "Sampler not found"})}, {}, "Sampler not found"),
+    ({"answer": (500, b"<html>")}, {}, "status 500"),
+    ({"answer": (200, {"images": [], "info": "{}"})}, {}, "no picture"),
+    ({"answer": (200, {"images": ["bm8="], "info": 3})}, {}, "no whole PNG"),
+    ({"answer": (200, [])}, {}, "no picture"),
+    ({"has_api": False}, {}, "--api"),
+    ({"login": "Basic x"}, {}, "QUILLMERE_A1111_AUTH"),
+    ({"models": None}, {"controlnet": "required"}, "has no ControlNet"),
+    ({}, {"controlnet": "required", "controlnet_model": "tile"}, "control_canny"),
+    ({}, {"controlnet": "perhaps"}, '"when there", "required", "off"'),
+    ({}, {"steps": 0}, "1 to 150"),
+)
+
+
+class A1111(RenderCase):
+    def setUp(self):
+        super().setUp()
+        self.server = A1111Server()
+        self.addCleanup(self.server.stop)
+        self.use()
+
+    def use(self, **parameters):
+        content = {"backend": "a1111", "url": self.server.url, "parameters": parameters}
+        self.members["workflow_path"] = self.write("workflow.json", content)
+
+    def assert_rendered(self):
+        status, response = self.run_helper()
+        self.assertEqual((status, response["ok"]), (0, True), (response, self.errors))
+        return response
+
+    def begin(self):
+        """Starts a render that waits on the server for `go_on`."""
+        self.server.go_on.clear()
+        process = self.start()
+        self.wait_for(lambda: self.server.task and "quillmere" in self.server.task, "our task")
+        return process
+
+    def test_the_guide_becomes_pictures_and_what_made_them_is_kept(self):
+        self.use(seed=40, pictures=2, sampler="Euler a", negative_prompt="blurry")
+        self.server.extra_before, self.server.extra_after = 1, 1  # an overview and a ControlNet map
+        response = self.assert_rendered()
+        self.assertEqual(len(response["outputs"]), 2)
+        for number, path in enumerate(response["outputs"]):
+            with open(path, "rb") as file:
+                chunks = dict(png_chunks.chunks(file.read()))
+            self.assertEqual(
+                chunks[b"IHDR"][:8].tobytes(), b"\0\0\0\x10\0\0\0\x09", "the overview was taken for a picture"
+            )
+        facts = json.loads((self.outputs / "shot_f3_1.png.json").read_text())
+        wanted = {
+            "seed": 40,
+            "backend": "a1111",
+            "checkpoint": "base.safetensors [9f]",
+            "controlnet": "control_canny [a1]",
+        }
+        self.assertEqual({key: facts[key] for key in wanted}, wanted)
+        call = self.server.calls[0]
+        self.assertEqual(
+            call["init_images"], [base64.b64encode((self.folder / "reference_3.png").read_bytes()).decode()]
+        )
+        sent = {
+            "prompt": "a quiet street",
+            "negative_prompt": "blurry",
+            "width": 64,
+            "seed": 40,
+            "sampler_name": "Euler a",
+        }
+        self.assertEqual({key: call[key] for key in sent}, sent)
+        self.assertEqual(call["alwayson_scripts"]["controlnet"]["args"][0]["model"], "control_canny [a1]")
+        self.assertTrue(call["save_images"])
+
+    def test_a_server_without_controlnet_or_task_names_makes_pictures_too(self):
+        self.server.models, self.server.tells_task = None, False
+        self.assert_rendered()
+        self.assertNotIn("alwayson_scripts", self.server.calls[0])
+
+    def test_what_a_server_refuses_is_told_with_the_remedy(self):
+        for attributes, parameters, named in REFUSALS:
+            with self.subTest(named):
+                plain = {name: getattr(self.server, name) for name in attributes}
+                for name, value in attributes.items():
+                    setattr(self.server, name, value)
+                self.use(**parameters)
+                status, response = self.run_helper()
+                self.assertEqual(status, 1)
+                self.assertIn(named, response["error"])
+                self.assertNotIn("unexpectedly", response["error"])
+                for name, value in plain.items():
+                    setattr(self.server, name, value)
+
+    def test_a_lost_connection_asks_again_for_the_very_same_picture(self):
+        self.use(seed="random")
+        self.server.hangs_up = 1
+        self.assert_rendered()
+        first, second = ({**call, "force_task_id": ""} for call in self.server.calls)
+        self.assertEqual(first, second)
+
+    def test_progress_is_told_only_for_our_own_job(self):
+        self.server.run_foreign(seconds=1.5)
+        process = self.start()
+        self.wait_for(lambda: "busy with another job" in self.message(), "the other job")
+        self.wait_for(lambda: "%" in self.message(), "our progress")
+        self.assertEqual(process.wait(timeout=20), 0)
+
+    def test_our_running_job_is_interrupted(self):
+        process = self.begin()
+        self.assert_cancelled(process)
+        self.assertEqual(len(self.server.interrupted), 1)
+        self.assertIn("was stopped", self.response()["error"])
+        self.assertFalse(self.outputs.exists() and any(self.outputs.iterdir()))
+
+    def test_a_job_of_somebody_else_is_never_interrupted(self):
+        for self.server.tells_task in (True, False):
+            with self.subTest(tells_task=self.server.tells_task):
+                self.server.run_foreign(seconds=2)
+                process = self.start()
+                count = len(self.server.calls)
+                self.wait_for(lambda: len(self.server.calls) > count, "our call")
+                time.sleep(0.1)
+                self.assert_cancelled(process)
+                self.assertEqual(self.server.interrupted, [])
+                self.assertIn("cannot be taken back", self.response()["error"])
+
+    def test_half_a_picture_after_an_interrupt_by_somebody_else_is_none(self):
+        process = self.begin()
+        self.server._interrupt = True
+        self.wait_for(lambda: process.poll() is not None, "the end")
+        self.assertEqual(process.returncode, 1)
+        self.assertIn("interrupted", self.response()["error"])
+
+
+if __name__ == "__main__":
+    unittest.main()

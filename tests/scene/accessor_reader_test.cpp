@@ -1,0 +1,168 @@
+#include "scene/accessor_reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+
+#include "scene/scene.h"
+
+namespace quillmere::scene {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::FloatNear;
+using ::testing::HasSubstr;
+using ::testing::Pointwise;
+
+// Accessor 0 reads view 0, which is buffer 0 from its start to its end.
+tinygltf::Model modelOf(const std::vector<unsigned char>& bytes, int componentType, int type, std::size_t count) {
+  tinygltf::Model model;
+  model.buffers.emplace_back().data = bytes;
+  auto& view = model.bufferViews.emplace_back();
+  view.buffer = 0;
+  view.byteLength = bytes.size();
+  auto& accessor = model.accessors.emplace_back();
+  accessor.bufferView = 0;
+  accessor.componentType = componentType;
+  accessor.type = type;
+  accessor.count = count;
+  return model;
+}
+
+template <class T>
+std::vector<unsigned char> bytesOf(const std::vector<T>& values) {
+  std::vector<unsigned char> bytes(values.size() * sizeof(T));
+  std::memcpy(bytes.data(), values.data(), bytes.size());
+  return bytes;
+}
+
+TEST(AccessorReader, ConvertsEveryNumberTypeToFloat) {
+  struct Row {
+    const char* name;
+    std::vector<unsigned char> bytes;
+    int type;
+    bool normalized;
+    std::vector<float> expected;
+  };
+  const std::vector<Row> rows{
+      {"unsigned byte", {0, 51, 255}, TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, true, {0, 0.2F, 1}},
+      {"byte", bytesOf<std::int8_t>({-128, -127, 127}), TINYGLTF_COMPONENT_TYPE_BYTE, true, {-1, -1, 1}},
+      {"short", bytesOf<std::int16_t>({-32768, 0, 32767}), TINYGLTF_COMPONENT_TYPE_SHORT, true, {-1, 0, 1}},
+      {"unsigned short",
+       bytesOf<std::uint16_t>({0, 13107, 65535}),
+       TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
+       true,
+       {0, 0.2F, 1}},
+      {"plain short", bytesOf<std::int16_t>({-300, 0, 7}), TINYGLTF_COMPONENT_TYPE_SHORT, false, {-300, 0, 7}},
+      {"float", bytesOf<float>({-1.5F, 0, 7}), TINYGLTF_COMPONENT_TYPE_FLOAT, false, {-1.5F, 0, 7}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    auto model = modelOf(row.bytes, row.type, TINYGLTF_TYPE_SCALAR, 3);
+    model.accessors[0].normalized = row.normalized;
+    Warnings warnings;
+    EXPECT_THAT(AccessorReader(model, warnings).scalars(0), Pointwise(FloatNear(1e-6F), row.expected));
+  }
+}
+
+TEST(AccessorReader, FollowsStrideOffsetAndSparseReplacements) {
+  auto model = modelOf({9, 9, 1, 0, 9, 9, 2, 0, 9, 9, 3, 0, /*sparse index*/ 2, /*value*/ 77, 0},
+                       TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT, TINYGLTF_TYPE_SCALAR, 3);
+  model.bufferViews[0].byteStride = 4;
+  model.accessors[0].byteOffset = 2;
+  Warnings warnings;
+  EXPECT_THAT(AccessorReader(model, warnings).indices(0), ElementsAre(1, 2, 3));
+
+  for (const std::size_t at : {std::size_t{12}, std::size_t{13}}) {
+    auto& view = model.bufferViews.emplace_back();
+    view.buffer = 0;
+    view.byteOffset = at;
+    view.byteLength = at == 12 ? 1 : 2;
+  }
+  auto& sparse = model.accessors[0].sparse;
+  sparse.isSparse = true;
+  sparse.count = 1;
+  sparse.indices = {0, 1, TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE};
+  sparse.values = {2, 0};
+  EXPECT_THAT(AccessorReader(model, warnings).indices(0), ElementsAre(1, 2, 77));
+  model.accessors[0].bufferView = -1;
+  EXPECT_THAT(AccessorReader(model, warnings).indices(0), ElementsAre(0, 0, 77));
+  model.buffers[0].data[12] = 3;
+  EXPECT_THROW(AccessorReader(model, warnings).indices(0), Error);
+}
+
+TEST(AccessorReader, RefusesWhatReachesBeyondItsBytes) {
+  constexpr std::size_t kHuge = std::numeric_limits<std::size_t>::max();
+  using Change = void (*)(tinygltf::Model&);
+  const std::vector<std::pair<Change, const char*>> rows{
+      {[](auto& m) { m.accessors[0].count = 5; }, "ends beyond its buffer view"},
+      {[](auto& m) { m.accessors[0].count = kHuge; }, "more than 2 GiB"},
+      {[](auto& m) { m.accessors[0].count = std::size_t{1} << 28U; }, "ends beyond its buffer view"},
+      {[](auto& m) { m.accessors[0].byteOffset = 1; }, "ends beyond its buffer view"},
+      {[](auto& m) { m.accessors[0].byteOffset = kHuge - 3; }, "ends beyond its buffer view"},
+      {[](auto& m) { m.accessors[0].bufferView = 1; }, "no buffer view 1"},
+      {[](auto& m) { m.accessors[0].componentType = 5124; }, "unknown component type"},
+      {[](auto& m) { m.bufferViews[0].byteLength = 17; }, "ends beyond its buffer"},
+      {[](auto& m) { m.bufferViews[0].byteOffset = kHuge; }, "ends beyond its buffer"},
+      {[](auto& m) { m.bufferViews[0].byteStride = 2; }, "larger than their stride"},
+      {[](auto& m) { m.bufferViews[0].byteStride = kHuge; }, "ends beyond its buffer view"},
+      {[](auto& m) { m.bufferViews[0].buffer = -1; }, "no buffer -1"},
+      {[](auto& m) { m.accessors[0].type = TINYGLTF_TYPE_VEC2; }, "another type"},
+      {[](auto& m) {
+         m.accessors[0].sparse = {-1, true, {0, 0, 5121}, {0, 0}};
+       },
+       "malformed"},
+      {[](auto& m) {
+         m.accessors[0].sparse = {1, true, {0, 0, 5126}, {0, 0}};
+       },
+       "malformed"},
+      {[](auto& m) {
+         m.accessors[0].sparse = {1, true, {-4, 0, 5121}, {0, 0}};
+       },
+       "malformed"},
+      {[](auto& m) {
+         m.accessors[0].sparse = {1, true, {0, 9, 5121}, {0, 0}};
+       },
+       "no buffer view 9"},
+      {[](auto& m) {
+         m.accessors[0].sparse = {1, true, {0, 0, 5121}, {0, 16}};
+       },
+       "ends beyond"},
+  };
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    SCOPED_TRACE(i);
+    auto model = modelOf(std::vector<unsigned char>(16), TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_SCALAR, 4);
+    rows[i].first(model);
+    Warnings warnings;
+    AccessorReader reader(model, warnings);
+    try {
+      reader.scalars(0);
+      ADD_FAILURE() << "read it";
+    } catch (const Error& error) {
+      EXPECT_THAT(error.what(), HasSubstr(rows[i].second));
+    }
+  }
+}
+
+TEST(AccessorReader, ReadsWhatIsNoNumberAsZeroAndSaysSo) {
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  const auto model = modelOf(bytesOf<float>({1, std::numeric_limits<float>::quiet_NaN(), -kInfinity, 1e30F}),
+                             TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_SCALAR, 4);
+  Warnings warnings;
+  EXPECT_THAT(AccessorReader(model, warnings).scalars(0), ElementsAre(1, 0, 0, 0));
+  EXPECT_THAT(warnings.sentences(), ElementsAre(HasSubstr("accessor 0")));
+}
+
+TEST(AccessorReader, StopsAFileThatNamesTheSameDataOverAndOver) {
+  auto model = modelOf({}, TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_SCALAR, std::size_t{1} << 20U);
+  model.accessors[0].bufferView = -1;
+  Warnings warnings;
+  AccessorReader reader(model, warnings);
+  for (int i = 0; i < 512; ++i) ASSERT_NO_THROW(reader.scalars(0));
+  EXPECT_THROW(reader.scalars(0), Error);
+}
+
+}  // namespace
+}  // namespace quillmere::scene

@@ -1,0 +1,143 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+
+#include "gltf_builder.h"
+#include "scene/animation_track.h"
+
+namespace quillmere::scene {
+namespace {
+
+using ::testing::HasSubstr;
+
+TEST(AnimationTrack, InterpolatesBetweenKeysAndHoldsOutsideThem) {
+  const Track step{0, Property::Translation, Interpolation::Step, {1, 2, 4}, {10, 20, 40}, 1};
+  const Track linear{0, Property::Translation, Interpolation::Linear, {1, 2, 4}, {10, 20, 40}, 1};
+  // Leaves 0 at 4 per second and arrives at 8 after two seconds with 0.
+  const Track cubic{0, Property::Translation, Interpolation::CubicSpline, {1, 3}, {9, 0, 4, 0, 8, 9}, 1};
+  const Track jump{0, Property::Translation, Interpolation::Linear, {1, 2, 2, 3}, {0, 10, 50, 60}, 1};
+  struct Row {
+    const Track& track;
+    double seconds;
+    float expected;
+  };
+  for (const auto& [track, seconds, expected] : std::vector<Row>{{step, -5, 10},
+                                                                 {step, 1.99, 10},
+                                                                 {step, 2, 20},
+                                                                 {step, 3.9, 20},
+                                                                 {step, 9, 40},
+                                                                 {linear, 0, 10},
+                                                                 {linear, 1.25, 12.5F},
+                                                                 {linear, 3, 30},
+                                                                 {linear, 99, 40},
+                                                                 {cubic, 0, 0},
+                                                                 {cubic, 2, 5},
+                                                                 {cubic, 1.5, 2.375F},
+                                                                 {cubic, 3, 8},
+                                                                 {jump, 1.5, 5},
+                                                                 {jump, 2, 50},
+                                                                 {jump, 2.5, 55}}) {
+    SCOPED_TRACE(testing::Message() << static_cast<int>(track.interpolation) << " at " << seconds);
+    float value = -1;
+    sample(track, seconds, {&value, 1});
+    EXPECT_NEAR(value, expected, 1e-5F);
+  }
+}
+
+TEST(AnimationTrack, TurnsAlongTheShorterArcWithUnitLength) {
+  const float half = std::sqrt(0.5F);
+  struct Row {
+    const char* name;
+    Interpolation interpolation;
+    std::vector<float> values;
+    std::array<float, 4> middle;
+  };
+  const std::vector<Row> rows{
+      {"quarter turn", Interpolation::Linear, {0, 0, 0, 1, 0, half, 0, half}, {0, 0.382683F, 0, 0.92388F}},
+      {"the same with the opposite sign",
+       Interpolation::Linear,
+       {0, 0, 0, 1, 0, -half, 0, -half},
+       {0, 0.382683F, 0, 0.92388F}},
+      {"keys not of unit length", Interpolation::Linear, {0, 0, 0, 3, 0, 2, 0, 2}, {0, 0.382683F, 0, 0.92388F}},
+      {"zero", Interpolation::Step, {0, 0, 0, 0, 0, 0, 0, 1}, {0, 0, 0, 1}},
+      {"spline",
+       Interpolation::CubicSpline,
+       {0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, half, 0, half, 0, 0, 0, 0},
+       {0, 0.382683F, 0, 0.92388F}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    std::array<float, 4> value{};
+    sample({0, Property::Rotation, row.interpolation, {0, 1}, row.values, 4}, 0.5, value);
+    // q and -q are the same rotation.
+    float dot = 0;
+    for (std::size_t i = 0; i < 4; ++i) dot += value[i] * row.middle[i];
+    EXPECT_NEAR(std::abs(dot), 1.0F, 1e-5F);
+  }
+}
+
+TEST(Animation, MovesNodesAndWhatHangsOnThem) {
+  GltfBuilder builder;
+  const int child = builder.show(builder.triangle());
+  builder.json["scenes"][0]["nodes"] = {1};
+  builder.add("nodes", {{"children", {child}}, {"scale", {2, 2, 2}}});
+  builder.animate<float>(1, "translation", "LINEAR", 3, {0, 0, 0, 10, 0, 0, 10, 0, 6}, "VEC3");
+  builder.animate<std::int16_t>(child, "rotation", "STEP", 2, {0, 0, 0, 32767, 0, 0, 32767, 0}, "VEC4");
+  for (auto& accessor : builder.json["accessors"]) accessor["normalized"] = accessor["componentType"] == 5122;
+  const auto scene = builder.load();
+  EXPECT_EQ(scene->duration(), 2.0);
+  const glm::vec4 tip(1, 0, 0, 1);
+  for (const auto& [seconds, expected] : std::vector<std::pair<double, glm::vec3>>{
+           {0.0, {2, 0, 0}}, {0.5, {7, 0, 0}}, {1.5, {8, 0, 3}}, {7.0, {8, 0, 6}}}) {
+    SCOPED_TRACE(seconds);
+    const Moment moment = scene->at(seconds);
+    ASSERT_EQ(moment.surfaces.size(), 1U);
+    EXPECT_LT(glm::distance(glm::vec3(moment.surfaces[0].toWorld * tip), expected), 1e-4F);
+    EXPECT_EQ(moment.surfaces[0].geometry, scene->at(0).surfaces[0].geometry) << "rigid geometry is shared by moments";
+  }
+}
+
+TEST(Animation, SaysWhatItDoesNotPlayAndRefusesWhatIsDamaged) {
+  struct Row {
+    const char* name;
+    void (*change)(GltfBuilder&);
+    const char* warning;
+    const char* refusal;
+  };
+  const std::vector<Row> rows{
+      {"two animations of one node", [](GltfBuilder& b) { b.json["animations"].push_back(b.json["animations"][0]); },
+       "the first one is played", ""},
+      {"a node with a matrix",
+       [](GltfBuilder& b) { b.json["nodes"][0]["matrix"] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}; },
+       "has a matrix", ""},
+      {"a pointer", [](GltfBuilder& b) { b.json["animations"][0]["channels"][0]["target"]["path"] = "pointer"; },
+       "not played", ""},
+      {"too few values",
+       [](GltfBuilder& b) {
+         b.json["accessors"].back()["count"] = 1;
+         b.json["animations"][0]["samplers"][0]["output"] = b.json["accessors"].size() - 1;
+       },
+       "", "its key frames need"},
+      {"no such node", [](GltfBuilder& b) { b.json["animations"][0]["channels"][0]["target"]["node"] = 99; }, "",
+       "no node 99"},
+      {"no such sampler", [](GltfBuilder& b) { b.json["animations"][0]["channels"][0]["sampler"] = 1; }, "",
+       "no animation sampler 1"},
+      {"back in time",
+       [](GltfBuilder& b) {
+         b.json["animations"][0]["samplers"][0]["input"] = b.accessor<float>({1, 0}, "SCALAR");
+       },
+       "", "back in time"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    GltfBuilder builder;
+    builder.animate<float>(builder.show(builder.triangle()), "scale", "LINEAR", 2, {1, 1, 1, 2, 2, 2}, "VEC3");
+    row.change(builder);
+    EXPECT_THAT(builder.refusal(), HasSubstr(row.refusal));
+    EXPECT_TRUE(*row.refusal != '\0' || warnsOf(*builder.load(), row.warning));
+  }
+}
+
+}  // namespace
+}  // namespace quillmere::scene

@@ -1,0 +1,160 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "gltf_builder.h"
+
+namespace quillmere::scene {
+namespace {
+
+using ::testing::HasSubstr;
+
+// Everything that a file can hold, at once: skin, morph targets, animation, sparse data, texture, light, instances.
+GltfBuilder richScene() {
+  GltfBuilder builder;
+  auto primitive = builder.triangle();
+  auto& attributes = primitive["attributes"];
+  attributes["NORMAL"] = builder.accessor<float>({0, 0, 1, 0, 0, 1, 0, 0, 1}, "VEC3");
+  attributes["TEXCOORD_0"] = builder.accessor<float>({0, 0, 1, 0, 0, 1}, "VEC2");
+  attributes["JOINTS_0"] = builder.accessor<std::uint8_t>({0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0}, "VEC4");
+  attributes["WEIGHTS_0"] = builder.accessor<float>({1, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0}, "VEC4");
+  primitive["indices"] = builder.accessor<std::uint16_t>({0, 1, 2}, "SCALAR");
+  const int offsets = builder.accessor<float>({0, 0, 1, 0, 0, 1, 0, 0, 1}, "VEC3");
+  builder.json["accessors"][offsets]["sparse"] = {
+      {"count", 1},
+      {"indices", {{"bufferView", builder.view(std::string(1, '\2'))}, {"componentType", 5121}}},
+      {"values", {{"bufferView", builder.view(std::string(12, '\0'))}}}};
+  primitive["targets"] = {{{"POSITION", offsets}}};
+  primitive["material"] = builder.add("materials", {{"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 0}}}}}});
+  builder.add("textures", {{"source", builder.add("images", {{"bufferView", builder.view("\x89PNG\r\n\x1a\n")}})}});
+  const int node = builder.show(primitive);
+  builder.json["nodes"][node]["skin"] = builder.add(
+      "skins",
+      {{"joints", {node, node}}, {"inverseBindMatrices", builder.accessor(std::vector<float>(32, 0.5F), "MAT4")}});
+  builder.animate<float>(node, "rotation", "CUBICSPLINE", 2, std::vector<float>(24, 0.3F), "VEC4");
+  builder.animate<float>(node, "weights", "LINEAR", 2, {0, 1}, "SCALAR");
+  const int camera =
+      builder.add("cameras", {{"type", "perspective"}, {"perspective", {{"yfov", 0.7}, {"znear", 0.1}}}});
+  builder.addNode({{"camera", camera},
+                   {"mesh", 0},
+                   {"extensions", {{"EXT_mesh_gpu_instancing", {{"attributes", {{"TRANSLATION", 0}}}}}}}});
+  builder.json["extensions"]["KHR_lights_punctual"]["lights"] = {{{"type", "point"}}};
+  builder.addNode({{"extensions", {{"KHR_lights_punctual", {{"light", 0}}}}}});
+  return builder;
+}
+
+bool isSound(glm::vec3 v) {
+  return std::abs(v.x) <= 1e9F && std::abs(v.y) <= 1e9F && std::abs(v.z) <= 1e9F;
+}
+
+void expectSound(const Scene& scene, double seconds) {
+  for (const Surface& surface : scene.at(seconds).surfaces) {
+    const Geometry& geometry = *surface.geometry;
+    const std::size_t vertices = geometry.positions.size();
+    ASSERT_LT(static_cast<std::size_t>(surface.material), scene.materials().size());
+    ASSERT_EQ(geometry.indices.size() % 3, 0U);
+    for (const std::uint32_t index : geometry.indices) ASSERT_LT(index, vertices);
+    for (const std::size_t size : {geometry.normals.size(), geometry.uvs.size(), geometry.colors.size()})
+      ASSERT_TRUE(size == 0 || size == vertices);
+    for (const glm::vec3& p : geometry.positions) ASSERT_TRUE(isSound(p));
+    for (const glm::vec3& n : geometry.normals) ASSERT_NEAR(glm::length(n), 1.0F, 1e-3F);
+    for (glm::length_t column = 0; column < 4; ++column) ASSERT_TRUE(isSound(glm::vec3(surface.toWorld[column])));
+  }
+}
+
+// Loads what may be damaged: an Error is as good as a scene that can be drawn.
+bool loadsOrRefuses(const std::filesystem::path& file) {
+  try {
+    const auto scene = load(file);
+    for (const double seconds : {0.0, 0.4, 5.0}) expectSound(*scene, seconds);
+    return true;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+TEST(DamagedFiles, AreRefusedOrStillDrawable) {
+  const ScratchFolder folder;
+  const std::string whole = richScene().glb();
+  ASSERT_TRUE(loadsOrRefuses(folder.write("whole.glb", whole)));
+  std::mt19937 random(20240607);
+  const auto upTo = [&](std::size_t most) { return std::uniform_int_distribution<std::size_t>(0, most)(random); };
+  const std::string favourites = "0129-\"{}[]:,e\x7F\x80\xFF";
+  int drawable = 0;
+  for (int round = 0; round < 600; ++round) {
+    std::string bytes = whole;
+    for (std::size_t edits = 1 + upTo(3); edits > 0; --edits) {
+      char& victim = bytes[upTo(bytes.size() - 1)];
+      victim = upTo(1) == 0 ? favourites[upTo(favourites.size() - 1)] : static_cast<char>(upTo(255));
+    }
+    if (loadsOrRefuses(folder.write("mutated.glb", bytes))) ++drawable;
+    ASSERT_FALSE(HasFatalFailure()) << "round " << round;
+  }
+  EXPECT_GT(drawable, 25) << "the mutations should reach beyond the parser";
+}
+
+TEST(DamagedFiles, AreRefusedWhereverTheyAreCutOff) {
+  const ScratchFolder folder;
+  const std::string whole = richScene().glb();
+  for (std::size_t length = 0; length < whole.size(); length += length < 32 ? 1 : 61) {
+    EXPECT_FALSE(loadsOrRefuses(folder.write("cut.glb", whole.substr(0, length)))) << length;
+  }
+}
+
+TEST(DamagedFiles, WithLengthsThatDoNotHoldAreRefused) {
+  const ScratchFolder folder;
+  GltfBuilder builder;
+  builder.show(builder.triangle());
+  const std::string whole = builder.glb();
+  const auto number = [](const std::string& bytes, std::size_t at) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, bytes.data() + at, 4);
+    return value;
+  };
+  const std::size_t binary = 20 + number(whole, 12);
+  for (const std::size_t at : {std::size_t{8}, std::size_t{12}, binary}) {
+    for (const std::uint32_t delta : {4U, 8U, 0x7FFFFFF0U, 0xFFFFFF00U}) {
+      SCOPED_TRACE(testing::Message() << "byte " << at << " plus " << delta);
+      std::string bytes = whole;
+      const std::uint32_t lie = number(whole, at) + delta;
+      std::memcpy(bytes.data() + at, &lie, 4);
+      EXPECT_FALSE(loadsOrRefuses(folder.write("lie.glb", bytes)));
+    }
+  }
+}
+
+TEST(DamagedFiles, ThatWouldExhaustTheMachineAreRefused) {
+  const ScratchFolder folder;
+  const std::string head = R"({"asset":{"version":"2.0"},)";
+  std::string samplers = R"({"input":0,"output":0})";
+  for (int i = 0; i < 2000; ++i) samplers += R"(,{"input":0,"output":0})";
+  const std::vector<std::pair<std::string, const char*>> rows{
+      {head + R"("extras":)" + std::string(200000, '['), "levels deep"},
+      {head + R"("buffers":[{"byteLength":2147483648},{"byteLength":2}]})", "more than 2 GiB"},
+      {head + R"("animations":[{"extensions":{"X":{"a":")" + std::string(2000, 'x') + R"("}},"samplers":[)" + samplers +
+           "]}]}",
+       "too large"},
+      {head +
+           R"("accessors":[{"componentType":5126,"count":900000000,"type":"VEC3"}],)"
+           R"("meshes":[{"primitives":[{"attributes":{"POSITION":0}}]}],"nodes":[{"mesh":0}],"scenes":[{"nodes":[0]}]})",
+       "more than 2 GiB"},
+      {"{\"asset\":", "damaged"},
+      {"not json", "damaged"},
+      {"[1,2,3,4]", "no asset version"},
+      {"", "damaged"},
+  };
+  for (const auto& [document, refusal] : rows) {
+    SCOPED_TRACE(document.substr(0, 60));
+    try {
+      load(folder.write("bomb.gltf", document));
+      ADD_FAILURE() << "loaded";
+    } catch (const Error& error) {
+      EXPECT_THAT(error.what(), HasSubstr(refusal));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillmere::scene

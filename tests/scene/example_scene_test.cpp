@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "gltf_builder.h"
+
+namespace quillmere::scene {
+namespace {
+
+std::string bytesOf(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(ExampleScene, IsTheSameEveryTimeAndFullyUnderstood) {
+  const ScratchFolder folder;
+  for (const std::string name : {"first.glb", "second.glb"}) {
+    const std::string command = "'" PYTHON "' '" HARBOUR_SCRIPT "' '" + (folder.path() / name).string() + "'";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+  }
+  const std::string bytes = bytesOf(folder.path() / "first.glb");
+  EXPECT_EQ(bytes, bytesOf(folder.path() / "second.glb"));
+  EXPECT_LT(bytes.size(), 1000000U);
+
+  const auto scene = load(folder.path() / "first.glb");
+  EXPECT_TRUE(scene->warnings().empty()) << testing::PrintToString(scene->warnings());
+  int orthographic = 0;
+  int animated = 0;
+  for (const CameraInfo& camera : scene->cameras()) {
+    orthographic += camera.orthographic ? 1 : 0;
+    animated += camera.animated ? 1 : 0;
+  }
+  EXPECT_EQ(scene->cameras().size(), 5U);
+  EXPECT_EQ(orthographic, 1);
+  EXPECT_EQ(animated, 1);
+  EXPECT_EQ(scene->duration(), 8.0);
+  EXPECT_FALSE(scene->at(3).lights.empty());
+}
+
+}  // namespace
+}  // namespace quillmere::scene

@@ -1,0 +1,135 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "gltf_builder.h"
+#include "scene/triangle_assembly.h"
+
+namespace quillmere::scene {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+TEST(TriangleAssembly, KeepsTheWindingOfEachTopology) {
+  EXPECT_THAT(assembleTriangles(Topology::Triangles, {0, 1, 2, 3, 4}), ElementsAre(0, 1, 2));
+  EXPECT_THAT(assembleTriangles(Topology::Strip, {5, 6, 7, 8, 9}), ElementsAre(5, 6, 7, 6, 8, 7, 7, 8, 9));
+  EXPECT_THAT(assembleTriangles(Topology::Fan, {5, 6, 7, 8}), ElementsAre(6, 7, 5, 7, 8, 5));
+  EXPECT_THAT(assembleTriangles(Topology::Strip, {1, 2}), IsEmpty());
+}
+
+TEST(Geometry, IsSharedByTheNodesThatShowIt) {
+  GltfBuilder builder;
+  const int first = builder.show(builder.triangle());
+  builder.addNode({{"mesh", 0}, {"scale", {-1, 1, 1}}});
+  builder.addNode({{"mesh", 0}, {"scale", {0, 0, 0}}});
+  builder.addNode({{"mesh", 0}, {"matrix", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}}});
+  builder.json["nodes"][first]["translation"] = {1e30, 0, 0};
+  const Moment moment = builder.load()->at(0);
+  ASSERT_EQ(moment.surfaces.size(), 3U) << "a matrix that can't be inverted leaves nothing to trace";
+  EXPECT_EQ(moment.surfaces[0].geometry, moment.surfaces[1].geometry);
+  EXPECT_EQ(moment.surfaces[0].toWorld[3].x, 1e9F);
+  EXPECT_LT(glm::determinant(moment.surfaces[1].toWorld), 0.0F);
+  for (const Surface& surface : moment.surfaces) EXPECT_NE(glm::determinant(surface.toWorld), 0.0F);
+}
+
+TEST(Geometry, ReadsEveryAttributeInItsQuantizedForms) {
+  GltfBuilder builder;
+  builder.json["extensionsUsed"] = builder.json["extensionsRequired"] = {"KHR_mesh_quantization"};
+  builder.show({{"mode", 5},
+                {"indices", builder.accessor<std::uint8_t>({0, 1, 2, 0}, "SCALAR")},
+                {"attributes",
+                 {{"POSITION", builder.accessor<std::int16_t>({0, 0, -4, 8, 0, 0, 0, 8, 0}, "VEC3")},
+                  {"NORMAL", builder.accessor<std::int8_t>({0, 0, 127, 0, 0, 64, 0, 0, 0}, "VEC3")},
+                  {"COLOR_0", builder.accessor<std::uint8_t>({255, 0, 51, 0, 0, 0, 255, 255, 255}, "VEC3")}}}});
+  for (int i : {2, 3}) builder.json["accessors"][i]["normalized"] = true;
+  const auto scene = builder.load();
+  const Geometry& geometry = *scene->at(0).surfaces.at(0).geometry;
+  EXPECT_THAT(geometry.indices, ElementsAre(0, 1, 2, 1, 0, 2));
+  EXPECT_EQ(geometry.positions[0], glm::vec3(0, 0, -4));
+  EXPECT_EQ(geometry.normals[1], glm::vec3(0, 0, 1)) << "made unit length";
+  EXPECT_EQ(glm::length(geometry.normals[2]), 1.0F) << "even where there is none";
+  EXPECT_EQ(geometry.colors[0], glm::vec4(1, 0, 0.2F, 1));
+  EXPECT_TRUE(scene->warnings().empty());
+}
+
+TEST(Geometry, NamesWhatItLeavesOut) {
+  struct Row {
+    const char* name;
+    void (*change)(GltfBuilder&);
+    const char* warning;
+  };
+  for (const auto& [name, change, warning] : std::vector<Row>{
+           {"lines", [](GltfBuilder& b) { b.json["meshes"][0]["primitives"][0]["mode"] = 1; }, "points and lines"},
+           {"no positions",
+            [](GltfBuilder& b) {
+              b.json["meshes"][0]["primitives"][0]["attributes"] = {{"COLOR_0", 0}};
+            },
+            "without positions"},
+           {"optional extension", [](GltfBuilder& b) { b.json["extensionsUsed"] = {"KHR_materials_sheen"}; },
+            "KHR_materials_sheen"},
+           {"second colours", [](GltfBuilder& b) { b.json["meshes"][0]["primitives"][0]["attributes"]["COLOR_1"] = 0; },
+            "first set of vertex colours"},
+       }) {
+    SCOPED_TRACE(name);
+    GltfBuilder builder;
+    builder.show(builder.triangle());
+    change(builder);
+    EXPECT_TRUE(warnsOf(*builder.load(), warning));
+  }
+}
+
+TEST(Geometry, RefusesWhatDoesNotFitTogether) {
+  struct Row {
+    const char* name;
+    void (*change)(GltfBuilder&);
+    const char* refusal;
+  };
+  for (const auto& [name, change, refusal] : std::vector<Row>{
+           {"index",
+            [](GltfBuilder& b) {
+              b.json["meshes"][0]["primitives"][0]["indices"] = b.accessor<std::uint16_t>({0, 1, 3}, "SCALAR");
+            },
+            "go up to 3, but there are only 3 vertices"},
+           {"float indices",
+            [](GltfBuilder& b) {
+              b.json["meshes"][0]["primitives"][0]["indices"] = b.accessor<float>({0, 1, 2}, "SCALAR");
+            },
+            "unsigned integers"},
+           {"normals",
+            [](GltfBuilder& b) {
+              b.json["meshes"][0]["primitives"][0]["attributes"]["NORMAL"] = b.accessor<float>({0, 0, 1}, "VEC3");
+            },
+            "1 elements where the primitive has 3"},
+           {"mesh", [](GltfBuilder& b) { b.json["nodes"][0]["mesh"] = 7; }, "no mesh 7"},
+           {"material", [](GltfBuilder& b) { b.json["meshes"][0]["primitives"][0]["material"] = 0; }, "no material 0"},
+           {"required extension", [](GltfBuilder& b) { b.json["extensionsRequired"] = {"KHR_draco_mesh_compression"}; },
+            "requires the extension KHR_draco_mesh_compression"},
+           {"version", [](GltfBuilder& b) { b.json["asset"]["version"] = "1.0"; }, "only glTF 2 is read"},
+       }) {
+    SCOPED_TRACE(name);
+    GltfBuilder builder;
+    builder.show(builder.triangle());
+    change(builder);
+    EXPECT_THAT(builder.refusal(), HasSubstr(refusal));
+    EXPECT_THAT(builder.refusal(), HasSubstr("scene.glb'"));
+  }
+}
+
+TEST(Geometry, StandsWhereGpuInstancesPutIt) {
+  GltfBuilder builder;
+  const int node = builder.show(builder.triangle());
+  builder.json["extensionsUsed"] = builder.json["extensionsRequired"] = {"EXT_mesh_gpu_instancing"};
+  builder.json["nodes"][node]["translation"] = {100, 0, 0};
+  auto& attributes = builder.json["nodes"][node]["extensions"]["EXT_mesh_gpu_instancing"]["attributes"];
+  attributes["TRANSLATION"] = builder.accessor<float>({1, 0, 0, 2, 0, 0}, "VEC3");
+  attributes["SCALE"] = builder.accessor<float>({1, 1, 1, 5, 5, 5}, "VEC3");
+  const Moment moment = builder.load()->at(0);
+  ASSERT_EQ(moment.surfaces.size(), 2U);
+  EXPECT_EQ(moment.surfaces[1].toWorld * glm::vec4(1, 0, 0, 1), glm::vec4(107, 0, 0, 1));
+  attributes["SCALE"] = builder.accessor<float>({1, 1, 1}, "VEC3");
+  EXPECT_THAT(builder.refusal(), HasSubstr("unequal numbers"));
+}
+
+}  // namespace
+}  // namespace quillmere::scene

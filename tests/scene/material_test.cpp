@@ -1,0 +1,156 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+#include "gltf_builder.h"
+#include "image/file_formats.h"
+
+namespace quillmere::scene {
+namespace {
+
+using ::testing::HasSubstr;
+
+// A grey 16-bit PNG file, to be shown as RGBA bytes.
+std::string pngFile(int width) {
+  const ScratchFolder folder;
+  image::Image picture(width, 1, 1, image::Sample::Word);
+  picture.row<std::uint16_t>(0)[0] = 0x8080;
+  image::writePng(folder.path() / "p.png", picture, image::PngDepth::As16Bit);
+  std::ifstream in(folder.path() / "p.png", std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// A triangle with the texture of image 0 on material 0.
+void showTextured(GltfBuilder& builder, nlohmann::json image) {
+  auto primitive = builder.triangle();
+  primitive["attributes"]["TEXCOORD_0"] = builder.accessor<float>({0, 0, 1, 0, 0, 1}, "VEC2");
+  primitive["attributes"]["TEXCOORD_1"] = builder.accessor<float>({5, 5, 5, 5, 5, 5}, "VEC2");
+  primitive["material"] =
+      builder.add("materials", {{"name", "Sail"}, {"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 0}}}}}});
+  builder.add("images", std::move(image));
+  builder.add("samplers", {{"wrapS", 33071}, {"wrapT", 33648}, {"magFilter", 9728}});
+  builder.add("textures", {{"source", 0}, {"sampler", 0}});
+  builder.show(primitive);
+}
+
+TEST(Materials, KeepFactorsModesAndSides) {
+  GltfBuilder builder;
+  builder.json["extensionsUsed"] = {"KHR_materials_unlit"};
+  auto primitive = builder.triangle();
+  primitive["material"] =
+      builder.add("materials", {{"name", "Lamp"},
+                                {"alphaMode", "MASK"},
+                                {"alphaCutoff", 0.25},
+                                {"doubleSided", true},
+                                {"emissiveFactor", {1, 1, 0}},
+                                {"extensions", {{"KHR_materials_unlit", nlohmann::json::object()}}},
+                                {"pbrMetallicRoughness", {{"baseColorFactor", {0.1, 0.2, 7, 0.5}}}}});
+  builder.show(primitive);
+  builder.show(builder.triangle());
+  const auto scene = builder.load();
+  const Moment moment = scene->at(0);
+  const Material& lamp = scene->materials()[static_cast<std::size_t>(moment.surfaces[0].material)];
+  EXPECT_EQ(lamp.baseColor, glm::vec4(0.1F, 0.2F, 1, 0.5F));
+  EXPECT_EQ(lamp.alpha, Material::Alpha::Mask);
+  EXPECT_TRUE(lamp.unlit && lamp.doubleSided);
+  EXPECT_TRUE(warnsOf(*scene, "without their glow"));
+  const Material& none = scene->materials().at(static_cast<std::size_t>(moment.surfaces[1].material));
+  EXPECT_EQ(none.baseColor, glm::vec4(1.0F));
+  EXPECT_FALSE(none.unlit);
+}
+
+TEST(Textures, ComeFromBufferViewsDataUrisAndFiles) {
+  const std::string png = pngFile(3);
+  ScratchFolder folder;
+  folder.write("maps/blue sail.png", png);
+  GltfBuilder embedded;
+  showTextured(embedded, {{"bufferView", embedded.view(png)}, {"mimeType", "image/png"}});
+  GltfBuilder beside;
+  showTextured(beside, {{"uri", "maps/blue%20sail.png"}});
+  GltfBuilder inlined;
+  // A red pixel.
+  showTextured(inlined,
+               {{"uri",
+                 "data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGP4z8AAAAMBAQDJ/"
+                 "pLvAAAAAElFTkSuQmCC"}});
+  for (const auto& [builder, first] :
+       std::vector<std::pair<GltfBuilder*, int>>{{&embedded, 0x80}, {&beside, 0x80}, {&inlined, 0xFF}}) {
+    const auto scene = load(folder.write("scene.glb", builder->glb()));
+    EXPECT_THAT(scene->warnings(), testing::IsEmpty());
+    const Material& material = scene->materials().at(0);
+    ASSERT_NE(material.texture, nullptr);
+    EXPECT_EQ(material.texture->channels(), 4);
+    EXPECT_EQ(material.texture->row<std::uint8_t>(0)[0], first);
+    EXPECT_EQ(material.texture->row<std::uint8_t>(0)[3], 0xFF);
+    EXPECT_TRUE(!material.repeatU && material.repeatV && material.mirrorV && material.nearest);
+  }
+}
+
+TEST(Textures, ThatRepeatTheSameBytesAreDecodedOnceAndUnusedOnesNever) {
+  GltfBuilder builder;
+  const std::string png = pngFile(2);
+  showTextured(builder, {{"bufferView", builder.view(png)}});
+  showTextured(builder, {{"bufferView", builder.view(png)}});
+  builder.json["textures"][1]["source"] = 1;
+  builder.json["materials"][1]["pbrMetallicRoughness"]["baseColorTexture"]["index"] = 1;
+  builder.add("images", {{"bufferView", builder.view("no picture")}});
+  builder.add("textures", {{"source", 2}});
+  builder.add("materials", {{"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 2}}}}}});
+  const auto scene = builder.load();
+  EXPECT_EQ(scene->materials().at(0).texture, scene->materials().at(1).texture);
+  EXPECT_TRUE(scene->warnings().empty());
+}
+
+TEST(Textures, ThatCannotBeShownLeaveAWarning) {
+  struct Row {
+    nlohmann::json image;
+    const char* warning;
+  };
+  for (const auto& [image, warning] : std::vector<Row>{{{{"uri", "missing.png"}}, "no such file"},
+                                                       {{{"uri", "../outside.png"}}, "own folder"},
+                                                       {{{"bufferView", 0}}, "'Sail' is shown without its texture"}}) {
+    SCOPED_TRACE(image.dump());
+    GltfBuilder builder;
+    showTextured(builder, image);
+    const auto scene = builder.load();
+    EXPECT_TRUE(warnsOf(*scene, warning)) << testing::PrintToString(scene->warnings());
+    EXPECT_EQ(scene->materials().at(0).texture, nullptr);
+  }
+  GltfBuilder broken;
+  showTextured(broken, {{"bufferView", 55}});
+  EXPECT_THAT(broken.refusal(), HasSubstr("55"));
+}
+
+TEST(Textures, AreLaidByTheirSetAndTransform) {
+  struct Row {
+    const char* name;
+    nlohmann::json info;
+    glm::vec2 second;  // where (1, 0), or (5, 5) of the second set, ends
+  };
+  const auto transformed = [](nlohmann::json values) {
+    return nlohmann::json{{"index", 0}, {"extensions", {{"KHR_texture_transform", std::move(values)}}}};
+  };
+  for (const auto& [name, info, second] : std::vector<Row>{
+           {"plain", {{"index", 0}}, {1, 0}},
+           {"second set", {{"index", 0}, {"texCoord", 1}}, {5, 5}},
+           {"scaled and moved", transformed({{"offset", {0.5, 0.25}}, {"scale", {2, 3}}}), {2.5F, 0.25F}},
+           {"turned counter-clockwise as seen", transformed({{"rotation", 1.57079632679}}), {0, -1}},
+           {"set of the extension", transformed({{"texCoord", 1}}), {5, 5}},
+       }) {
+    SCOPED_TRACE(name);
+    GltfBuilder builder;
+    showTextured(builder, {{"bufferView", builder.view(pngFile(1))}});
+    builder.json["extensionsUsed"] = {"KHR_texture_transform"};
+    builder.json["materials"][0]["pbrMetallicRoughness"]["baseColorTexture"] = info;
+    EXPECT_LT(glm::distance(builder.load()->at(0).surfaces.at(0).geometry->uvs.at(1), second), 1e-5F);
+  }
+  GltfBuilder lacking;
+  showTextured(lacking, {{"bufferView", lacking.view(pngFile(1))}});
+  lacking.json["materials"][0]["pbrMetallicRoughness"]["baseColorTexture"]["texCoord"] = 2;
+  EXPECT_TRUE(warnsOf(*lacking.load(), "TEXCOORD_2"));
+}
+
+}  // namespace
+}  // namespace quillmere::scene

@@ -1,0 +1,63 @@
+#include "scene/neighbour_files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "gltf_builder.h"
+
+namespace quillmere::scene {
+namespace {
+
+using ::testing::HasSubstr;
+
+TEST(NeighbourFiles, LieBesideTheSceneOrBelow) {
+  const std::filesystem::path folder = "/scenes/boat";
+  for (const auto& [uri, expected] : std::vector<std::pair<std::string, std::string>>{
+           {"hull.bin", "/scenes/boat/hull.bin"},
+           {"a%20b+c.bin", "/scenes/boat/a b+c.bin"},
+           {"maps/../hull.bin", "/scenes/boat/hull.bin"},
+           {"./maps/1%.png", "/scenes/boat/maps/1%.png"},
+           {"..hidden", "/scenes/boat/..hidden"},
+       }) {
+    EXPECT_EQ(resolveReference(folder, uri), expected) << uri;
+  }
+  for (const std::string uri :
+       {"", "/etc/passwd", "../secret", "a/../../secret", "%2E%2E/secret", "..%2Fsecret", "file:///etc/passwd",
+        "https://example.org/a.bin", "C:/a.bin", "data:text/html;base64,AAAA", "a%00b"}) {
+    EXPECT_THROW(resolveReference(folder, uri), Error) << uri;
+  }
+}
+
+std::string documentWithBuffer(const std::string& uri, int length) {
+  return nlohmann::json{{"asset", {{"version", "2.0"}}},
+                        {"scenes", {nlohmann::json::object()}},
+                        {"buffers", {{{"uri", uri}, {"byteLength", length}}}}}
+      .dump();
+}
+
+TEST(NeighbourFiles, HoldBuffersOrTheSceneIsRefused) {
+  const ScratchFolder folder;
+  folder.write("data/hull 1+2.bin", "12345678");
+  EXPECT_NO_THROW(load(folder.write("good.gltf", documentWithBuffer("data/hull%201+2.bin", 8))));
+  std::filesystem::create_directory(folder.path() / "folder.bin");
+  struct Row {
+    const char* uri;
+    int length;
+    const char* refusal;
+  };
+  for (const auto& [uri, length, refusal] : std::vector<Row>{{"gone.bin", 8, "no such file"},
+                                                             {"folder.bin", 8, "not a regular file"},
+                                                             {"data/hull%201+2.bin", 9, "size mismatch"},
+                                                             {"../x.bin", 8, "own folder"}}) {
+    SCOPED_TRACE(uri);
+    try {
+      load(folder.write("bad.gltf", documentWithBuffer(uri, length)));
+      ADD_FAILURE() << "loaded";
+    } catch (const Error& error) {
+      EXPECT_THAT(error.what(), HasSubstr(refusal));
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillmere::scene

@@ -1,0 +1,65 @@
+#include <gtest/gtest.h>
+
+#include "c4d.h"
+#include "door/text.h"
+
+namespace quillmere::host {
+namespace {
+
+using namespace cinema;
+
+std::string text(const Filename& name) {
+  return toUtf8(name.GetString());
+}
+
+TEST(FilenameJoining, OnlyTheLastComponentIsAppendedSoNothingLeavesItsFolder) {
+  const struct {
+    const char *left, *right, *joined;
+  } rows[] = {
+      {"/root", "a", "/root/a"},       {"/root/", "a/", "/root/a"},  {"/root", "a/b", "/root/b"},
+      {"/root", "/etc/x", "/root/x"},  {"/root", "../x", "/root/x"}, {"/root", "..", "/root"},
+      {"/root", "x/..", "/root"},      {"/root", ".", "/root"},      {"/root", "", "/root"},
+      {"/root", "/", "/root"},         {"", "a/b", "a/b"},           {"/", "a", "/a"},
+      {"rel", "a.json", "rel/a.json"}, {"/root", "x.", "/root/x."},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.left) + " + " + row.right);
+    EXPECT_EQ(text(Filename(row.left) + row.right), row.joined);
+    Filename name(row.left);
+    name += String(row.right);
+    EXPECT_EQ(text(name), row.joined);
+  }
+}
+
+TEST(FilenameParts, DirectoryFileAndSuffix) {
+  const struct {
+    const char *name, *directory, *file, *suffix, *renamed;
+  } rows[] = {
+      {"/a/b.c", "/a", "b.c", "c", "/a/b.new"},
+      {"b", "", "b", "", "b.new"},
+      {"/b", "/", "b", "", "/b.new"},
+      {"a.x/b", "a.x", "b", "", "a.x/b.new"},
+      {"/a/.hidden", "/a", ".hidden", "", "/a/.hidden.new"},
+      {"a/b.tar.gz", "a", "b.tar.gz", "gz", "a/b.tar.new"},
+      {"", "", "", "", ".new"},
+      {"/", "/", "", "", "/.new"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Filename name(row.name);
+    EXPECT_EQ(text(name.GetDirectory()), row.directory);
+    EXPECT_EQ(toUtf8(name.GetFileString()), row.file);
+    EXPECT_EQ(toUtf8(name.GetSuffix()), row.suffix);
+    EXPECT_EQ(name.IsPopulated(), *row.name != '\0');
+    name.SetSuffix("new"_s);
+    EXPECT_EQ(text(name), row.renamed);
+  }
+  Filename name("/a/b.c");
+  name.SetFile("x/d.e");
+  EXPECT_EQ(name, Filename("/a/d.e"));
+  name.SetDirectory("/z/");
+  EXPECT_EQ(name, Filename("/z/d.e"));
+}
+
+}  // namespace
+}  // namespace quillmere::host

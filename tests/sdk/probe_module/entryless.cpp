@@ -1,0 +1,3 @@
+extern "C" __attribute__((visibility("default"))) int some_other_entry() {
+  return 1;
+}

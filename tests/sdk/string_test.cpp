@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "c4d.h"
+#include "door/text.h"
+
+namespace quillmere::host {
+namespace {
+
+using namespace cinema;
+
+const std::string kReplaced = "\xEF\xBF\xBD";
+
+TEST(Text, Utf8GoesThroughUnchangedAndEachOffendingByteBecomesOneMark) {
+  const struct {
+    const char* given;
+    std::string kept;
+    Int length;
+  } rows[] = {
+      {"", "", 0},
+      {"plain", "plain", 5},
+      {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xA8", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xA8", 3},
+      {"a\xFF"
+       "b",
+       "a" + kReplaced + "b", 3},
+      {"cut \xE2\x82", "cut " + kReplaced + kReplaced, 6},
+      {"\xE2\x82"
+       "b",
+       kReplaced + kReplaced + "b", 3},
+      {"\xC0\xAF", kReplaced + kReplaced, 2},                                  // overlong
+      {"\xE0\x80\xAF", kReplaced + kReplaced + kReplaced, 3},                  // overlong
+      {"\xED\xA0\x80", kReplaced + kReplaced + kReplaced, 3},                  // surrogate
+      {"\xF4\x90\x80\x80", kReplaced + kReplaced + kReplaced + kReplaced, 4},  // above U+10FFFF
+      {"\xF4\x8F\xBF\xBF\xEF\xBF\xBF", "\xF4\x8F\xBF\xBF\xEF\xBF\xBF", 2},     // the last ones there are
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.given);
+    for (const STRINGENCODING encoding : {STRINGENCODING::XBIT, STRINGENCODING::UTF8}) {
+      const String text(row.given, encoding);
+      EXPECT_EQ(text.GetLength(), row.length);
+      EXPECT_EQ(text.GetCStringLen(encoding), static_cast<Int32>(row.kept.size()));
+      EXPECT_EQ(toUtf8(text), row.kept);
+    }
+  }
+  const std::string withNul("a\0b", 3);
+  EXPECT_EQ(toUtf8(fromUtf8(withNul)), withNul);
+  EXPECT_EQ(toUtf8(String("\xC3\xA4"
+                          "b",
+                          STRINGENCODING::BIT7)),
+            "?b");
+}
+
+TEST(Text, ACopyIntoABufferIsCutButAlwaysEnded) {
+  const String text("four");
+  for (const auto& [room, expected] :
+       std::vector<std::pair<Int, std::string>>{{9, "four"}, {5, "four"}, {4, "fou"}, {1, ""}}) {
+    SCOPED_TRACE(room);
+    char buffer[16] = "~~~~~~~~~~~~~~~";
+    EXPECT_EQ(text.GetCString(buffer, room), 4);
+    EXPECT_EQ(buffer, expected);
+    EXPECT_EQ(buffer[room], '~');
+  }
+  char untouched = '~';
+  text.GetCString(&untouched, 0);
+  EXPECT_EQ(untouched, '~');
+  Char* copy = text.GetCStringCopy();
+  EXPECT_STREQ(copy, "four");
+  DeleteMem(copy);
+  EXPECT_EQ(copy, nullptr);
+  EXPECT_EQ(String().GetCStringCopy(), nullptr);
+}
+
+TEST(Text, PiecesJoinAndCompareByCodePoint) {
+  String text = "a" + String("b") + "c" + String("\xC3\xA4"_s);
+  text += text;
+  EXPECT_EQ(text,
+            "abc\xC3\xA4"
+            "abc\xC3\xA4");
+  EXPECT_TRUE(String("Z") < String("a") && String("a") < "\xC3\xA4" && "\xEF\xBF\xBF" < String("\xF0\x90\x80\x80"));
+  EXPECT_TRUE(String("A") != "a" && "a" != String("A") && String() == "" && String(nullptr).IsEmpty());
+  EXPECT_EQ(String(3, U'\u20AC'), "\xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC");
+  EXPECT_TRUE(String(-1, U'x').IsEmpty() && String(0, U'x').IsEmpty());
+  String moved = std::move(text);
+  text = moved;
+  EXPECT_EQ(text, moved);
+  EXPECT_EQ(&"same"_s, &"same"_s);
+  for (const auto& [number, expected] :
+       std::vector<std::pair<Int64, std::string>>{{0, "0"}, {-7, "-7"}, {INT64_MIN, "-9223372036854775808"}}) {
+    EXPECT_EQ(toUtf8(String::IntToString(number)), expected);
+  }
+}
+
+}  // namespace
+}  // namespace quillmere::host
