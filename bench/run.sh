@@ -14,4 +14,4 @@ for program in "$build"/bench/*_bench; do
   "$program" --benchmark_filter="$filter" --benchmark_color=false
 done
 [ "$filter" = . ] || exit 0
-"$here/processes.py" "$build/host/app/quillmere" "$QUILLMERE_BENCH_SCENE" "${QUILLMERE_BENCH_CAMERA:-}"
+"$here/processes.py" "$build/bin/quillmere" "$QUILLMERE_BENCH_SCENE" "${QUILLMERE_BENCH_CAMERA:-}"

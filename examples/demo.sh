@@ -11,9 +11,9 @@ out=$(cd "$out" && pwd)
 
 # Camera, frame and prompt of each picture; a frame number names its exchange files, so each stands once.
 shots=(
-  "Quay|12|a harbour at golden dusk, warm lantern light"
-  "Lighthouse|48|stormy grey morning, cold blue sea mist"
-  "Flyover|90|clear summer morning, bright turquoise water"
+  "Harbour|24|a fishing harbour at golden dusk, warm lantern light"
+  "Lighthouse|60|stormy grey morning, cold blue sea mist"
+  "Fly-over|120|clear summer morning, bright turquoise water"
 )
 
 python3 "$here/make_harbour.py" "$out/harbour.glb"

@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import argparse
+import contextlib
 import math
 import os
 import random
@@ -128,8 +129,9 @@ class Harbour:
     def add_boats(self) -> None:
         looks = [("#3f7f8c", "#f1e3c6"), ("#c9573f", "#f1e3c6"), ("#f3ecdc", "#3d6b86"), ("#d9a441", "#5a3d2e")]
         rowing = [self.glb.add_mesh("Rowing boat", [(sea.boat(*look, mast=False), self.paint)]) for look in looks]
-        sailing = [self.glb.add_mesh("Sailing boat", [(sea.boat(*look, mast=True), self.paint), (sea.sail(cloth), self.cloth)])
-                   for look, cloth in zip(looks[1:], ("#f3e3c2", "#c8644a", "#ead9b5"))]
+        rigged = [[(sea.boat(*look, mast=True), self.paint), (sea.sail(cloth), self.cloth)]
+                  for look, cloth in zip(looks[1:], ("#f3e3c2", "#c8644a", "#ead9b5"))]
+        sailing = [self.glb.add_mesh("Sailing boat", parts) for parts in rigged]
         places = [(rowing[0], (-5.6, 7.5), 86), (rowing[1], (-12.2, 10.5), 97), (rowing[3], (11.8, 6.0), 80),
                   (rowing[2], (18.6, 9.0), 95), (sailing[0], (18.9, 15.5), 100), (sailing[1], (-5.2, 16.0), 78),
                   (rowing[1], (24.0, 3.4), 4), (rowing[0], (-22.0, 3.6), -3), (rowing[3], (24.0, 39.5), 160)]
@@ -205,7 +207,8 @@ class Harbour:
 
     def add_cameras(self) -> None:
         def lens(yfov: float) -> dict[str, object]:
-            return {"type": "perspective", "perspective": {"yfov": yfov, "aspectRatio": 16 / 9, "znear": 0.1, "zfar": 900}}
+            return {"type": "perspective",
+                    "perspective": {"yfov": yfov, "aspectRatio": 16 / 9, "znear": 0.1, "zfar": 900}}
 
         self.camera("Harbour", (37.0, 6.0, 58), (-17.0, 6.4, 5.0), lens(0.55))
         self.camera("Lighthouse", (10.0, 7.0, 6.0), (-33, 7.5, 29.5), lens(0.5))
@@ -243,7 +246,10 @@ def main(arguments: Sequence[str] | None = None) -> int:
         unfinished.write_bytes(Harbour().build())
         os.replace(unfinished, output)
     except OSError as error:
-        print(f"make_harbour: cannot write {output}: {error.strerror}; choose a folder that you may write to", file=sys.stderr)
+        with contextlib.suppress(OSError):
+            unfinished.unlink()
+        reason = f"cannot write {output}: {error.strerror}; choose a folder that exists and that you may write to"
+        print(f"make_harbour: {reason}", file=sys.stderr)
         return 1
     return 0
 

@@ -65,7 +65,8 @@ def islands() -> Mesh:
     for start, sweep, distance, tall, shade in ((-160, 125, 330, 46, "#b9a3ad"), (-150, 80, 270, 24, "#9c8c9d"),
                                                 (52, 75, 300, 30, "#c7a9a6"), (140, 60, 340, 22, "#d8b3a4")):
         steps = 26
-        tops = [tall * max(0.0, math.sin(math.pi * i / steps)) ** 0.7 * rng.uniform(0.45, 1.0) for i in range(steps + 1)]
+        arch = [max(0.0, math.sin(math.pi * i / steps)) ** 0.7 for i in range(steps + 1)]
+        tops = [tall * share * rng.uniform(0.45, 1.0) for share in arch]
         for i in range(steps):
             a, b = (math.radians(start + sweep * k / steps) for k in (i, i + 1))
             left, right = ((math.sin(t) * distance, -math.cos(t) * distance) for t in (a, b))

@@ -39,12 +39,13 @@ float lightOf(std::uint8_t stored) {
 
 float stored(float light) {
   const float value = clamped(light);
+  if (value >= 1.0F) return 1.0F;  // which the formula misses by a rounding
   return value <= 0.0031308F ? value * 12.92F : 1.055F * std::pow(value, 1.0F / 2.4F) - 0.055F;
 }
 
 std::uint8_t storedByte(float light) {
   static const std::array<std::uint8_t, kSteps + 1> bytes = makeBytes();
-  return bytes[static_cast<std::size_t>(clamped(light) * kSteps + 0.5F)];
+  return bytes[static_cast<std::size_t>(std::lround(clamped(light) * kSteps))];
 }
 
 glm::vec3 filmic(glm::vec3 radiance) {

@@ -140,7 +140,7 @@ class FinalPainter {
       const int x = block.left + ray % kBlock, y = block.top + ray / kBlock;
       if (!isInside(x, y)) continue;
       const glm::vec3 light = block.pixels[static_cast<std::size_t>(ray)].displayed(samples_);
-      float* rgb = picture_.row<float>(y) + 3 * x;
+      float* rgb = picture_.row<float>(y) + std::ptrdiff_t{3} * x;
       for (int c = 0; c < 3; ++c) rgb[c] = stored(light[c]);
     }
   }

@@ -44,30 +44,26 @@ Light16 Illumination::at(const Points& points, RaySet which, std::uint32_t sampl
 }
 
 void Illumination::addLamps(const Points& points, RaySet which, int lamps, Draw draw, Light16& received) const {
-  if (lighting_.count() <= lamps) {
-    for (int lamp = 0; lamp < lighting_.count(); ++lamp, ++draw.purpose) {
-      addOneLamp(points, which, lamp, draw, 1.0F, received);
-    }
-    return;
-  }
-  // One by chance out of each of `lamps` equal shares of all.
-  const float share = static_cast<float>(lighting_.count()) / static_cast<float>(lamps);
-  for (int i = 0; i < lamps; ++i, ++draw.purpose) {
+  const int count = std::min(lamps, lighting_.count());
+  // One by chance out of each of `count` equal shares of all, which is every one where there are no more.
+  const float share = static_cast<float>(lighting_.count()) / static_cast<float>(count);
+  for (int i = 0; i < count; ++i, ++draw.purpose) {
+    RayPacket::PerRay<int> chosen{};
     forEachRay(which, [&](int ray) {
       const float place = (static_cast<float>(i) + unitFloat(draw.chance(ray))) * share;
-      const int lamp = std::min(static_cast<int>(place), lighting_.count() - 1);
-      addOneLamp(points, RaySet{1} << ray, lamp, draw, share, received);
+      chosen[static_cast<std::size_t>(ray)] = std::min(static_cast<int>(place), lighting_.count() - 1);
     });
+    addOneLamp(points, which, chosen, draw, share, received);
   }
 }
 
-void Illumination::addOneLamp(const Points& points, RaySet which, int lamp, Draw draw, float weight,
-                              Light16& received) const {
+void Illumination::addOneLamp(const Points& points, RaySet which, const RayPacket::PerRay<int>& lamps, Draw draw,
+                              float weight, Light16& received) const {
   RayPacket shadows;
   Light16 arriving;
   forEachRay(which, [&](int ray) {
     const auto i = static_cast<std::size_t>(ray);
-    const LightSample light = lighting_.sample(lamp, points[i].position, draw.point(ray));
+    const LightSample light = lighting_.sample(lamps[i], points[i].position, draw.point(ray));
     const float cosine = glm::dot(points[i].normal, light.direction);
     if (cosine <= 0.0F || glm::dot(points[i].faceNormal, light.direction) <= 0.0F) return;
     arriving[i] = light.arriving * (cosine * weight);

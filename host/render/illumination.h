@@ -34,7 +34,8 @@ class Illumination {
     std::uint32_t chance(int ray) const;
   };
   void addLamps(const Points& points, RaySet which, int lamps, Draw draw, Light16& received) const;
-  void addOneLamp(const Points& points, RaySet which, int lamp, Draw draw, float weight, Light16& received) const;
+  void addOneLamp(const Points& points, RaySet which, const RayPacket::PerRay<int>& lamps, Draw draw, float weight,
+                  Light16& received) const;
   void addSurroundings(const Points& points, RaySet which, Draw draw, Light16& received) const;
 
   const PosedScene& scene_;

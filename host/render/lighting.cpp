@@ -4,13 +4,13 @@
 #include <cmath>
 #include <limits>
 
+#include "exposure.h"
 #include "sampling.h"
 
 namespace quillmere::render {
 namespace {
 
 constexpr float kSunRadius = 0.0093F;  // twice the real one, radians
-constexpr float kBright = 1.0F;        // what arrives from the lights on average once exposed
 constexpr float kLampSky = 0.35F;      // strength of the sky beside lights of the scene's own
 constexpr glm::vec3 kSunColor(1.06F, 0.96F, 0.81F);
 constexpr glm::vec3 kSunTravel(-0.48F, -0.74F, -0.47F);
@@ -23,10 +23,6 @@ scene::Light defaultSun() {
   sun.color = kSunColor;
   sun.direction = glm::normalize(kSunTravel);
   return sun;
-}
-
-float brightness(glm::vec3 color) {
-  return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
 }
 
 // The window of KHR_lights_punctual that brings a light to nothing at its range.
@@ -45,35 +41,12 @@ float coneShare(const scene::Light& light, glm::vec3 towards) {
   return clamped * clamped;
 }
 
-float arrivingAt(const Instance& instance, const scene::Light& light) {
-  if (light.kind == Kind::Directional) return brightness(light.color);
-  const glm::vec3 way = light.position - instance.center;
-  const float squared = glm::dot(way, way);
-  return brightness(light.color) * fading(light, squared) / (squared + instance.radius * instance.radius + 1e-12F);
-}
-
-// Mean over the surfaces by size, of square roots so that one that touches a lamp does not darken all others.
-float meanArriving(const PosedScene& scene, const std::vector<scene::Light>& lights) {
-  double roots = 0.0, sizes = 0.0;
-  for (const Instance& instance : scene.instances()) {
-    if (instance.appearance->material->unlit) continue;
-    double arriving = 0.0;
-    for (const scene::Light& light : lights) arriving += arrivingAt(instance, light);
-    const double size = static_cast<double>(instance.radius) * instance.radius;
-    if (!std::isfinite(arriving * size)) continue;
-    roots += std::sqrt(arriving) * size;
-    sizes += size;
-  }
-  return sizes > 0.0 ? static_cast<float>(roots / sizes * (roots / sizes)) : 0.0F;
-}
-
-float sceneRadius(const PosedScene& scene) {
-  glm::vec3 lower(std::numeric_limits<float>::infinity()), upper(-lower);
-  for (const Instance& instance : scene.instances()) {
-    lower = glm::min(lower, instance.center - instance.radius);
-    upper = glm::max(upper, instance.center + instance.radius);
-  }
-  return scene.instances().empty() ? 0.0F : 0.5F * glm::length(upper - lower);
+float radiusOf(RTCScene scene) {
+  RTCBounds bounds;
+  rtcGetSceneBounds(scene, &bounds);
+  const glm::vec3 size(bounds.upper_x - bounds.lower_x, bounds.upper_y - bounds.lower_y,
+                       bounds.upper_z - bounds.lower_z);
+  return 0.5F * glm::length(glm::max(size, 0.0F));  // an empty one's bounds are the wrong way round
 }
 
 }  // namespace
@@ -83,10 +56,9 @@ Lighting::Lighting(const PosedScene& scene) : lights_(scene.moment().lights), sk
     lights_.push_back(defaultSun());
     return;
   }
-  const float mean = meanArriving(scene, lights_);
-  const float exposure = std::isnormal(mean) ? kBright / mean : 1.0F;
+  const float exposure = exposureOf(scene);
   for (scene::Light& light : lights_) light.color *= exposure;
-  bulbRadius_ = std::min(bulbRadius_, 0.01F * sceneRadius(scene));
+  bulbRadius_ = std::min(bulbRadius_, 0.01F * radiusOf(scene.solid()));
 }
 
 LightSample Lighting::sample(int index, glm::vec3 at, glm::vec2 random) const {

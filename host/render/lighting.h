@@ -19,8 +19,6 @@ struct LightSample {
 // What lights a scene: its own lights, or a sun when it has none, and a sky.
 class Lighting {
  public:
-  // Scenes give their lights in anything from 1 to 100,000, so the exposure is set by what arrives at their surfaces on
-  // average, cones and shadows left aside: it does not depend on the camera and changes smoothly with what moves.
   explicit Lighting(const PosedScene& scene);
 
   int count() const { return static_cast<int>(lights_.size()); }

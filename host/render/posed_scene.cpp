@@ -28,21 +28,6 @@ Shape shapeOf(const Instance& instance) {
   return {instance.surface->geometry, instance.appearance->filtered ? Hits::Filtered : Hits::Plain};
 }
 
-// The sphere around the instance's box, from the bounds of its shape.
-void measure(Instance& instance, RTCScene shape) {
-  RTCBounds bounds;
-  rtcGetSceneBounds(shape, &bounds);
-  const glm::vec3 lower(bounds.lower_x, bounds.lower_y, bounds.lower_z);
-  const glm::vec3 upper(bounds.upper_x, bounds.upper_y, bounds.upper_z);
-  if (!glm::all(glm::lessThanEqual(lower, upper))) return;  // nothing in it
-  const glm::mat4& toWorld = instance.surface->toWorld;
-  const glm::vec3 half = 0.5F * (upper - lower);
-  instance.center = glm::vec3(toWorld * glm::vec4(lower + half, 1.0F));
-  glm::vec3 extent(0.0F);
-  for (int axis = 0; axis < 3; ++axis) extent += glm::abs(glm::vec3(toWorld[axis])) * half[axis];
-  instance.radius = glm::length(extent);
-}
-
 void attach(RTCDevice device, RTCScene into, RTCScene shape, const glm::mat4& toWorld, unsigned int id) {
   const GeometryHandle placed(rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE));
   rtcSetGeometryInstancedScene(placed.get(), shape);
@@ -67,7 +52,6 @@ void PosedScene::pose(double seconds) {
   moment_ = std::move(next);
   placeInstances();
   if (rebuild) build();
-  for (Instance& instance : instances_) measure(instance, shapes_.find(shapeOf(instance)));
 }
 
 void PosedScene::placeInstances() {

@@ -15,8 +15,6 @@ struct Instance {
   const scene::Surface* surface;
   const Appearance* appearance;
   glm::mat3 normalToWorld;  // not normalised
-  glm::vec3 center{0.0F};   // of its bounding box in the world
-  float radius = 0.0F;      // of the sphere around that box
 };
 
 // A scene at one moment with what Embree needs to trace it. Any thread may read between two calls of pose.

@@ -142,8 +142,8 @@ class QuickPainter {
   void store(const Samples& samples, int pixel, int x, int y) const {
     if (!isInside(x, y)) return;
     glm::vec3 light(0.0F);
-    for (int i = 0; i < kSamples; ++i) light += samples[static_cast<std::size_t>(pixel * kSamples + i)].light;
-    std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + 3 * x;
+    for (std::size_t i = 0; i < kSamples; ++i) light += samples[static_cast<std::size_t>(pixel) * kSamples + i].light;
+    std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + std::ptrdiff_t{3} * x;
     for (int c = 0; c < 3; ++c) rgb[c] = storedByte(light[c] * (1.0F / kSamples));
   }
 

@@ -42,7 +42,7 @@ inline std::uint32_t owenScrambled(std::uint32_t x, std::uint32_t seed) {
 // The `index`-th of a sequence of points in the unit square of which any first 2^n are stratified; sequences of
 // different seeds are independent.
 inline glm::vec2 samplePoint(std::uint32_t index, std::uint32_t seed) {
-  const std::uint32_t shuffled = reversedBits(owenScrambled(reversedBits(index), mixed(seed)));
+  const std::uint32_t shuffled = owenScrambled(index, mixed(seed));
   std::uint32_t second = 0;
   std::uint32_t direction = 1U << 31;
   for (std::uint32_t bits = shuffled; bits != 0; bits >>= 1, direction ^= direction >> 1) {

@@ -89,8 +89,8 @@ glm::vec4 Texture::bilinear(glm::vec2 uv, const Level& level, const scene::Mater
   const float x = reduced(uv.x, u) * static_cast<float>(level.width) - 0.5F;
   const float y = reduced(uv.y, v) * static_cast<float>(level.height) - 0.5F;
   const float left = std::floor(x), top = std::floor(y);
-  const std::array<int, 2> columns{wrapped(static_cast<int>(left), level.width, u),
-                                   wrapped(static_cast<int>(left) + 1, level.width, u)};
+  const std::array<std::ptrdiff_t, 2> columns{wrapped(static_cast<int>(left), level.width, u),
+                                              wrapped(static_cast<int>(left) + 1, level.width, u)};
   const auto row = [&](int index) {
     const std::uint8_t* texels =
         level.texels + 4 * static_cast<std::ptrdiff_t>(wrapped(index, level.height, v)) * level.width;

@@ -75,7 +75,7 @@ TextureLoader::Picture TextureLoader::decoded(std::string_view bytes, const std:
       std::uint64_t{4} * static_cast<std::uint64_t>(picture.width()) * static_cast<std::uint64_t>(picture.height());
   if (size > bytesLeft_) throw Error("its textures need more than 2 GiB");
   bytesLeft_ -= size;
-  const auto shared =
+  auto shared =
       std::make_shared<const image::Image>(image::withChannels(image::convert(picture, image::Sample::Byte), 4));
   pictures_.emplace(bytes, shared);
   return shared;

@@ -61,7 +61,9 @@ std::string ShellQuote(const String& text) {
 int LaunchRenderHelper(const Filename& request, const Filename& response) {
   const Filename script = GetPythonHelperPath();
   if (!GeFExist(script, false)) return -1;
-  const std::string command = "python3 " + ShellQuote(script.GetString()) + " " + ShellQuote(request.GetString()) +
+  // A shell that stayed in between, as some do, would take signal 15 in the helper's place and leave the helper
+  // running.
+  const std::string command = "exec python3 " + ShellQuote(script.GetString()) + " " + ShellQuote(request.GetString()) +
                               " " + ShellQuote(response.GetString());
   const char* const line = command.c_str();
   const pid_t process = fork();

@@ -80,42 +80,28 @@ TEST_F(GuideCapture, RendersThroughTheCameraWithACopyOfTheSettings) {
 }
 
 TEST_F(GuideCapture, PutsEverythingBackWhicheverStepFails) {
-  using Fault = std::shared_ptr<void>();
-  constexpr Fault* noBitmap = [] { return put(operations().makeBitmap, [] { return nullptr; }); };
-  constexpr Fault* noPixels = [] {
-    return put(operations().initBitmap, [](auto&&...) { return IMAGERESULT::OUTOFMEMORY; });
+  const auto fails = [&](const char* step, std::initializer_list<Int32> modes, auto& slot, auto replacement) {
+    for (const Int32 mode : modes) {
+      SCOPED_TRACE(step + std::to_string(mode));
+      auto fault = put(slot, replacement);
+      EXPECT_FALSE(capture(mode));
+      fault.reset();
+      EXPECT_EQ(stateOf(api()), "Front 0 6");
+      EXPECT_FALSE(exists(png));
+    }
   };
-  constexpr Fault* notSaved = [] {
-    return put(operations().saveBitmap, [](auto&&...) { return IMAGERESULT::FILEERROR; });
-  };
-  constexpr Fault* noDrawing = [] { return put(C4DOS_Br->GetViewPortBitmap, nullptr); };
-  constexpr Fault* notDrawn = [] {
-    return put(C4DOS_Br->GetViewPortBitmap, [](auto, auto, Int32) -> Bool { return false; });
-  };
-  constexpr Fault* cameraRefused = [] { return put(operations().lookThrough, [](auto&&...) { return false; }); };
-  constexpr Fault* notRendered = [] {
-    return put(operations().renderDocument, [](auto&&...) { return RENDERRESULT::FAILED; });
-  };
-  int row = 0;
-  for (const auto& [mode, fault] : std::vector<std::pair<Int32, Fault*>>{{0, noBitmap},
-                                                                         {0, noPixels},
-                                                                         {0, notSaved},
-                                                                         {0, noDrawing},
-                                                                         {0, notDrawn},
-                                                                         {1, noBitmap},
-                                                                         {1, noPixels},
-                                                                         {1, notSaved},
-                                                                         {1, cameraRefused},
-                                                                         {1, notRendered}}) {
-    SCOPED_TRACE(row++);
-    std::shared_ptr<void> standing = fault();
-    EXPECT_FALSE(capture(mode));
-    standing.reset();
-    EXPECT_EQ(stateOf(api()), "Front 0 6");
-    EXPECT_FALSE(exists(png));
+  fails("bitmap ", {0, 1}, operations().makeBitmap, [] { return nullptr; });
+  fails("pixels ", {0, 1}, operations().initBitmap, [](auto&&...) { return IMAGERESULT::OUTOFMEMORY; });
+  fails("file ", {0, 1}, operations().saveBitmap, [](auto&&...) { return IMAGERESULT::FILEERROR; });
+  fails("operation ", {0}, C4DOS_Br->GetViewPortBitmap, nullptr);
+  fails("drawing ", {0}, C4DOS_Br->GetViewPortBitmap, [](auto, auto, Int32) -> Bool { return false; });
+  fails("camera ", {1}, operations().lookThrough, [](auto&&...) { return false; });
+  fails("render ", {1}, operations().renderDocument, [](auto&&...) { return RENDERRESULT::FAILED; });
+  for (const Int32 mode : {0, 1}) {
     EXPECT_FALSE(capture(mode, 0)) << "no picture is 0 pixels wide";
     EXPECT_FALSE(RenderReferenceImage(&api(), nullptr, GuideModeOf(mode), 7, 5, host::filenameOf(png)));
   }
+  EXPECT_EQ(stateOf(api()), "Front 0 6");
 }
 
 TEST_F(GuideCapture, LooksThroughTheLinkedCameraElseThroughTheSceneOrTheViews) {

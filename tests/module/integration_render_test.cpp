@@ -36,10 +36,10 @@ struct IntegrationRender : EffectRoom {
   const std::string preparing = "text Preparing Quillmere render";
   const std::filesystem::path entry = data / "history/untitled/render_f12.json";
   const std::filesystem::path viewState = runtime / "render_view_state.json";
+  const std::string guide = (runtime / "reference_12.png").string();
   // Answers with the guide itself, after one message.
   const std::string echo = "round; printf '{\"message\":\"Drawing\"}' > " + (runtime / "status_12.json").string() +
                            "; round; printf '{\"ok\": true, \"first_output\": \"" + guide + "\"}' > \"$2\"\n";
-  const std::string guide = (runtime / "reference_12.png").string();
 };
 
 TEST_F(IntegrationRender, GeneratesAFrameAndRecordsIt) {

@@ -30,14 +30,6 @@ TEST(JsonText, ExtractsTheFirstStringOfAKeyAndUndoesThreeEscapes) {
   }
 }
 
-TEST(JsonText, ExtractsABareTruthValueOnly) {
-  for (const auto& [json, unlessFalse, unlessTrue] : std::vector<std::tuple<const char*, bool, bool>>{
-           {R"({"ok": trueish})", true, true}, {R"({"ok":false})", false, false}, {R"({"ok": "true"})", false, true}}) {
-    EXPECT_EQ(ExtractJsonBool(FromUtf8(json), "ok", false), unlessFalse) << json;
-    EXPECT_EQ(ExtractJsonBool(FromUtf8(json), "ok", true), unlessTrue) << json;
-  }
-}
-
 using TextFile = Room;
 
 TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWhole) {

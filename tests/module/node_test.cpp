@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 
 #include <map>
@@ -118,21 +117,6 @@ TEST_F(Node, ComposesThePromptFromTheStoredTexts) {
     settings().SetString(QUILLMERE_PROMPT, String(prompt));
     EXPECT_EQ(ToUtf8(ComposePrompt(settings())), composed);
   }
-}
-
-TEST_F(Node, StandsInAModuleThatAnswersTwoMessagesAndNeedsItsResources) {
-  const std::filesystem::path module = plugin / std::filesystem::path(QUILLMERE_MODULE_FILE).filename();
-  void* const opened = dlopen(module.c_str(), RTLD_NOW | RTLD_NOLOAD);
-  ASSERT_TRUE(opened);
-  const auto entry = reinterpret_cast<decltype(&c4d_main)>(dlsym(opened, "c4d_main"));
-  Int32 priority = 0;
-  EXPECT_EQ(entry(C4DPL_MESSAGE, nullptr, &priority, nullptr), 1);
-  EXPECT_EQ(priority, 1);
-  EXPECT_EQ(entry(C4DPL_MESSAGE, reinterpret_cast<void*>(5), nullptr, nullptr), -1);
-  dlclose(opened);
-  create_directory(folder / "bare");
-  copy(module, folder / "bare");
-  EXPECT_THROW(application.loadPlugin(folder / "bare"), host::Error);
 }
 
 }  // namespace

@@ -7,21 +7,21 @@
 namespace quillmere {
 
 // Small texts strung together from a pattern's own pieces; the same texts on every machine for a given seed.
-class RandomTexts {
- public:
-  RandomTexts(std::vector<std::string> pieces, unsigned seed) : pieces_(std::move(pieces)), random_(seed) {}
-
+struct RandomTexts {
+  RandomTexts(std::vector<std::string> from, unsigned seed) : pieces(std::move(from)), random(seed) {}
   std::string next(unsigned longest) {
     std::string text;
-    for (unsigned left = pick(longest + 1); left > 0; --left) text += pieces_[pick(unsigned(pieces_.size()))];
+    for (auto left = random() % (longest + 1); left > 0; --left) text += pieces[random() % pieces.size()];
     return text;
   }
-
- private:
-  unsigned pick(unsigned below) { return unsigned(random_() % below); }
-
-  std::vector<std::string> pieces_;
-  std::mt19937 random_;
+  std::vector<std::string> pieces;
+  std::mt19937 random;
 };
+
+inline std::string repeated(const std::string& piece, std::size_t bytes) {
+  std::string text;
+  while (text.size() < bytes) text += piece;
+  return text;
+}
 
 }  // namespace quillmere

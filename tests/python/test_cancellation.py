@@ -2,11 +2,29 @@
 
 import os
 import signal
+import subprocess
 import sys
 import time
 import unittest
 
-from scratch_render import RenderCase, with_pillow
+from scratch_render import HELPER, RenderCase, with_pillow
+
+
+class LongCalls(unittest.TestCase):
+    def test_work_that_never_looks_up_ends_all_the_same(self):
+        code = """if True:
+            from quillmere_helper import cancellation
+            cancellation.listen()
+            with cancellation.ending_at_once():
+                print("working", flush=True)
+                sum(range(10**12))
+            """
+        command = [sys.executable, "-c", code]
+        with subprocess.Popen(command, cwd=HELPER.parent, stdout=subprocess.PIPE) as process:
+            self.addCleanup(process.kill)
+            process.stdout.readline()
+            process.send_signal(signal.SIGTERM)
+            self.assertNotEqual(process.wait(timeout=5), 0)
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: stopping a drawing is not tested")

@@ -54,6 +54,9 @@ class Traps(ComfyCase):
         self.assertEqual((status, response["ok"], list(self.outputs.iterdir())), (1, False, []))
         self.assertIn("no whole PNG", response["error"])
 
+    def connections(self):
+        return sum(1 for _, path, _, _ in self.server.log if path == "/ws")
+
     def hold(self):
         """Starts a render and returns when its sampler runs and waits for `go_on`."""
         self.server.go_on.clear()
@@ -70,11 +73,12 @@ class Traps(ComfyCase):
     def test_a_dropped_connection_changes_nothing(self):
         for silent in (False, True):
             with self.subTest("the new one is silent" if silent else "the new one speaks"):
+                self.server.log.clear()
                 process = self.hold()
                 self.server.forgets_new_sockets = silent
                 self.server.drop_sockets()
-                time.sleep(0.5)
-                count = len(self.server.submitted)
+                count, connections = len(self.server.submitted), 3 if silent else 2
+                self.wait_for(lambda wanted=connections: self.connections() >= wanted, "a connection that speaks", 40)
                 self.finish(process)
                 self.assertEqual(len(self.server.submitted), count)
 

@@ -77,7 +77,7 @@ class Drawing(unittest.TestCase):
             ("green leaves", lambda m: m[1] - (m[0] + m[2]) / 2, 1),
         ):
             with self.subTest(prompt):
-                self.assertGreater(way * (channel(means(drawn(guide, prompt))) - channel(plain)), 8)
+                self.assertGreater(way * (channel(means(drawn(guide, prompt))) - channel(plain)), 6)
 
     def test_words_that_are_denied_or_not_of_mood_change_nothing(self):
         guide = a_guide((96, 64))

@@ -1,12 +1,16 @@
 """The helper as the effect sees it: two arguments, a status, a response, pictures and an exit status."""
 
+import contextlib
 import json
 import resource
 import subprocess
 import sys
 import unittest
+from unittest import mock
 
 from scratch_render import HELPER, ROOT, RenderCase, png, with_pillow
+
+from quillmere_helper import outputs
 
 GARBAGE = (
     # what the request is, what the error has to name
@@ -94,6 +98,21 @@ class RenderProcess(RenderCase):
                 self.assertEqual(good, not report["problem"])
 
 
+class Names(RenderCase):
+    def test_a_name_that_another_render_takes_first_is_left_to_it(self):
+        no_links = mock.patch("os.link", side_effect=PermissionError(1, "no hard links here"))
+        for links in (contextlib.nullcontext(), no_links):
+            with self.subTest(links), links, mock.patch.object(outputs.Outputs, "_highest", return_value=0):
+                mine = outputs.Outputs(str(self.outputs), "shot", 3)
+                mine.prepare()
+                theirs = self.outputs / "shot_f3_1.png"
+                theirs.write_bytes(b"theirs")
+                self.assertEqual(mine.write(b"mine", "png"), str(self.outputs / "shot_f3_2.png"))
+                contents = sorted(path.read_bytes() for path in self.outputs.iterdir())
+                self.assertEqual(contents, [b"mine", b"theirs"])
+                (self.outputs / "shot_f3_2.png").unlink()
+
+
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: pictures are not tested")
 class Pictures(RenderCase):
     def test_a_render_answers_with_its_pictures_and_replaces_an_earlier_answer(self):
@@ -111,15 +130,6 @@ class Pictures(RenderCase):
         for name in ("shot_f3_4.jpg", "shot_f33_9.png", "other_f3_8.png", "shot_f3_x.png"):
             (self.outputs / name).touch()
         self.assertEqual(self.run_helper()[1]["first_output"], str(self.outputs / "shot_f3_5.png"))
-
-    def test_renders_at_the_same_time_never_share_a_name(self):
-        responses = [self.folder / f"response_{number}.json" for number in range(4)]
-        processes = []
-        for self.response_file in responses:
-            processes.append(self.start())
-        self.assertEqual([process.wait(timeout=60) for process in processes], [0] * 4)
-        written = {json.loads(path.read_text())["first_output"] for path in responses}
-        self.assertEqual(written, {str(self.outputs / f"shot_f3_{number}.png") for number in (1, 2, 3, 4)})
 
     def test_names_that_are_not_ascii_and_prompts_with_raw_control_characters_pass_through(self):
         directory = self.folder / 'Bilder "Küste"'

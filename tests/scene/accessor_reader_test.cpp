@@ -155,14 +155,5 @@ TEST(AccessorReader, ReadsWhatIsNoNumberAsZeroAndSaysSo) {
   EXPECT_THAT(warnings.sentences(), ElementsAre(HasSubstr("accessor 0")));
 }
 
-TEST(AccessorReader, StopsAFileThatNamesTheSameDataOverAndOver) {
-  auto model = modelOf({}, TINYGLTF_COMPONENT_TYPE_FLOAT, TINYGLTF_TYPE_SCALAR, std::size_t{1} << 20U);
-  model.accessors[0].bufferView = -1;
-  Warnings warnings;
-  AccessorReader reader(model, warnings);
-  for (int i = 0; i < 512; ++i) ASSERT_NO_THROW(reader.scalars(0));
-  EXPECT_THROW(reader.scalars(0), Error);
-}
-
 }  // namespace
 }  // namespace quillmere::scene

@@ -7,6 +7,7 @@
 namespace quillmere::scene {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -53,66 +54,36 @@ TEST(Geometry, ReadsEveryAttributeInItsQuantizedForms) {
   EXPECT_TRUE(scene->warnings().empty());
 }
 
-TEST(Geometry, NamesWhatItLeavesOut) {
+TEST(Geometry, NamesWhatItLeavesOutAndRefusesWhatDoesNotFitTogether) {
   struct Row {
-    const char* name;
-    void (*change)(GltfBuilder&);
+    nlohmann::json patch;  // to the primitive, or with "asset" or "extensions…" to the document
     const char* warning;
-  };
-  for (const auto& [name, change, warning] : std::vector<Row>{
-           {"lines", [](GltfBuilder& b) { b.json["meshes"][0]["primitives"][0]["mode"] = 1; }, "points and lines"},
-           {"no positions",
-            [](GltfBuilder& b) {
-              b.json["meshes"][0]["primitives"][0]["attributes"] = {{"COLOR_0", 0}};
-            },
-            "without positions"},
-           {"optional extension", [](GltfBuilder& b) { b.json["extensionsUsed"] = {"KHR_materials_sheen"}; },
-            "KHR_materials_sheen"},
-           {"second colours", [](GltfBuilder& b) { b.json["meshes"][0]["primitives"][0]["attributes"]["COLOR_1"] = 0; },
-            "first set of vertex colours"},
-       }) {
-    SCOPED_TRACE(name);
-    GltfBuilder builder;
-    builder.show(builder.triangle());
-    change(builder);
-    EXPECT_TRUE(warnsOf(*builder.load(), warning));
-  }
-}
-
-TEST(Geometry, RefusesWhatDoesNotFitTogether) {
-  struct Row {
-    const char* name;
-    void (*change)(GltfBuilder&);
     const char* refusal;
   };
-  for (const auto& [name, change, refusal] : std::vector<Row>{
-           {"index",
-            [](GltfBuilder& b) {
-              b.json["meshes"][0]["primitives"][0]["indices"] = b.accessor<std::uint16_t>({0, 1, 3}, "SCALAR");
-            },
-            "go up to 3, but there are only 3 vertices"},
-           {"float indices",
-            [](GltfBuilder& b) {
-              b.json["meshes"][0]["primitives"][0]["indices"] = b.accessor<float>({0, 1, 2}, "SCALAR");
-            },
-            "unsigned integers"},
-           {"normals",
-            [](GltfBuilder& b) {
-              b.json["meshes"][0]["primitives"][0]["attributes"]["NORMAL"] = b.accessor<float>({0, 0, 1}, "VEC3");
-            },
-            "1 elements where the primitive has 3"},
-           {"mesh", [](GltfBuilder& b) { b.json["nodes"][0]["mesh"] = 7; }, "no mesh 7"},
-           {"material", [](GltfBuilder& b) { b.json["meshes"][0]["primitives"][0]["material"] = 0; }, "no material 0"},
-           {"required extension", [](GltfBuilder& b) { b.json["extensionsRequired"] = {"KHR_draco_mesh_compression"}; },
-            "requires the extension KHR_draco_mesh_compression"},
-           {"version", [](GltfBuilder& b) { b.json["asset"]["version"] = "1.0"; }, "only glTF 2 is read"},
-       }) {
-    SCOPED_TRACE(name);
-    GltfBuilder builder;
-    builder.show(builder.triangle());
-    change(builder);
-    EXPECT_THAT(builder.refusal(), HasSubstr(refusal));
-    EXPECT_THAT(builder.refusal(), HasSubstr("scene.glb'"));
+  GltfBuilder builder;
+  const auto primitive = builder.triangle();
+  const int far = builder.accessor<std::uint16_t>({0, 1, 3}, "SCALAR");
+  const int floats = builder.accessor<float>({0, 1, 2}, "SCALAR");
+  const int lone = builder.accessor<float>({0, 0, 1}, "VEC3");
+  builder.show(primitive);
+  for (const auto& [patch, warning, refusal] : std::vector<Row>{
+           {{{"mode", 1}}, "points and lines", ""},
+           {{{"attributes", {{"POSITION", nullptr}}}}, "without positions", ""},
+           {{{"attributes", {{"COLOR_1", 0}}}}, "first set of vertex colours", ""},
+           {{{"extensionsUsed", {"KHR_materials_sheen"}}}, "KHR_materials_sheen", ""},
+           {{{"extensionsRequired", {"KHR_draco_mesh_compression"}}}, "", "requires the extension KHR_draco_mesh"},
+           {{{"asset", {{"version", "1.0"}}}}, "", "only glTF 2 is read"},
+           {{{"indices", far}}, "", "go up to 3, but there are only 3 vertices"},
+           {{{"indices", floats}}, "", "unsigned integers"},
+           {{{"attributes", {{"NORMAL", lone}}}}, "", "1 elements where the primitive has 3"},
+           {{{"material", 0}}, "", "no material 0"}}) {
+    SCOPED_TRACE(patch.dump());
+    GltfBuilder changed = builder;
+    const std::string key = patch.begin().key();
+    const bool ofDocument = key == "asset" || key.rfind("extensions", 0) == 0;
+    (ofDocument ? changed.json : changed.json["meshes"][0]["primitives"][0]).merge_patch(patch);
+    EXPECT_THAT(changed.refusal(), AllOf(HasSubstr(refusal), HasSubstr(*refusal == '\0' ? "" : "scene.glb': ")));
+    EXPECT_TRUE(*refusal != '\0' || warnsOf(*changed.load(), warning));
   }
 }
 

@@ -58,8 +58,8 @@ def _calm(guide: Image.Image, unit: float) -> Image.Image:
     """The guide without small texture, but untouched around its edges."""
     half = (max(1, guide.width // 2), max(1, guide.height // 2))
     soft = guide.resize(half, Image.BOX).filter(ImageFilter.MedianFilter(3)).resize(guide.size, Image.BICUBIC)
-    edges = guide.convert("L").filter(ImageFilter.FIND_EDGES).filter(ImageFilter.GaussianBlur(2 * unit))
-    return Image.composite(guide, soft, edges.point(ramp(0.01, 0.06)))
+    edges = soft.convert("L").filter(ImageFilter.FIND_EDGES).filter(ImageFilter.GaussianBlur(2 * unit))
+    return Image.composite(guide, soft, edges.point(ramp(0.01, 0.05)))
 
 
 def _spread(guide: Image.Image, key: float) -> Image.Image:

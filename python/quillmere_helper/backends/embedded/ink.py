@@ -10,6 +10,8 @@ from .noise import Noise
 EYE = curve(lambda light: light**0.6)  # edges in the shadows count as much as edges in the light
 COLOUR_GAIN = 1.6  # an edge between two colours of one lightness counts as if they differed this much more
 NIBS = ((0.6, 0.012), (1.5, 0.036))  # width in pixels at a width of 1024, and the least step of 0..1 that it draws
+GRAIN_WINDOW = 8  # half the side of the surroundings of an edge, in widths of the nib
+GRAIN_SHARE = 1.6  # how much of the mean depth around counts as grain
 STROKE_GAP = 5.2  # pixels between two strokes of a hatching, at a width of 1024
 STROKE_LEAN = 0.62  # of a stroke: how far it leans over, per height
 
@@ -23,7 +25,7 @@ def lines(guide: Image.Image, relief: Image.Image, noise: Noise, unit: float, st
     for channel in (light.point(EYE), blue.point(widened), red.point(widened)):
         for width, least in NIBS:
             ink = ImageChops.lighter(ink, _strokes(channel, pressure, width * unit, least / strength))
-    return _dry(ink, relief)
+    return _dry(_without_dots(ink, unit), relief)
 
 
 def hatching(tones: Image.Image, noise: Noise, unit: float) -> Image.Image:
@@ -46,7 +48,16 @@ def _strokes(channel: Image.Image, pressure: Image.Image, width: float, least: f
     narrow = channel.filter(ImageFilter.GaussianBlur(width))
     wide = channel.filter(ImageFilter.GaussianBlur(width * 2.2))
     depth = ImageChops.subtract(wide, narrow, 0.5)
+    # Where everything around is as deep there is no edge but the grain of a rendering.
+    around = depth.filter(ImageFilter.BoxBlur(GRAIN_WINDOW * width)).point(curve(lambda value: GRAIN_SHARE * value))
+    depth = ImageChops.subtract(depth, around)
     return ImageChops.multiply(depth, pressure).point(ramp(least, 3.8 * least))
+
+
+def _without_dots(ink: Image.Image, unit: float) -> Image.Image:
+    """A line has more ink around each of its pixels than a dot has, which is a grain too."""
+    around = ink.filter(ImageFilter.BoxBlur(2 * unit)).point(ramp(0.07, 0.17))
+    return ImageChops.multiply(ink, around)
 
 
 def _dry(ink: Image.Image, relief: Image.Image) -> Image.Image:

@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <glm/gtc/matrix_transform.hpp>
+
+#include "small_picture.h"
+
+namespace quillmere::render {
+namespace {
+
+std::shared_ptr<HandMadeScene> greyGround() {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
+  return scene;
+}
+
+image::Image plan(const std::shared_ptr<HandMadeScene>& scene) {
+  return picture(scene, fromAbove(), kPlanSide, kPlanSide, Kind::Final);
+}
+
+glm::mat4 standing() {
+  return glm::translate(glm::mat4(1.0F), glm::vec3(0, 0.5F, 0));
+}
+
+std::shared_ptr<scene::Geometry> insideOut(std::shared_ptr<scene::Geometry> geometry) {
+  std::reverse(geometry->indices.begin(), geometry->indices.end());
+  return geometry;
+}
+
+scene::Light lamp(scene::Light::Kind kind, glm::vec3 position, glm::vec3 direction) {
+  scene::Light light;
+  light.kind = kind;
+  light.color = glm::vec3(30.0F);
+  light.position = position;
+  light.direction = glm::normalize(direction);
+  return light;
+}
+
+TEST(FinalLight, TheSunThrowsASoftShadowAwayFromItself) {
+  auto scene = greyGround();
+  scene->add(cube(1), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})), standing());
+  const image::Image drawn = plan(scene);
+  const float open = brightness(lightAt(drawn, 1.4F, 1.4F));
+  EXPECT_LT(brightness(lightAt(drawn, -0.8F, -0.8F)), 0.6F * open);  // the sun stands at +X +Z
+  EXPECT_GT(brightness(lightAt(drawn, 0.8F, 0.8F)), 0.8F * open);
+  EXPECT_GT(brightness(lightAt(drawn, -0.8F, -0.8F)), 0.02F) << "the sky lights shadows";
+}
+
+TEST(FinalLight, CornersAreDarkerThanOpenGround) {
+  auto scene = greyGround();
+  scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, -1, 0}));
+  scene->now.lights[0].color = glm::vec3(0.0F);  // the sky alone
+  const float open = brightness(lightAt(plan(scene), 0.7F, 0));
+  scene->add(cube(1), scene->addMaterial(colored({0, 0, 0})), standing());
+  EXPECT_LT(brightness(lightAt(plan(scene), 0.6F, 0)), 0.75F * open);
+}
+
+TEST(FinalLight, UnlitSurfacesTakeNoLightAway) {
+  const image::Image bare = plan(greyGround());
+  auto domed = greyGround();
+  scene::Material sky = unlit({0.2F, 0.4F, 0.9F});
+  sky.doubleSided = true;
+  const int kind = domed->addMaterial(sky);
+  domed->add(cube(60), kind);                                                            // a dome over everything
+  domed->add(cube(1), kind, glm::translate(glm::mat4(1.0F), glm::vec3(1.2F, 6, 1.2F)));  // between sun and ground
+  const image::Image covered = plan(domed);
+  for (const glm::vec2 place : {glm::vec2(-1.5F, -1.5F), glm::vec2(-1.5F, 1), glm::vec2(0, -1)}) {
+    EXPECT_NEAR(brightness(lightAt(covered, place.x, place.y)), brightness(lightAt(bare, place.x, place.y)), 0.01F);
+  }
+}
+
+TEST(FinalLight, UnlitSurfacesShowTheirOwnColorInBothPictures) {
+  for (const glm::vec3 color : {glm::vec3(1, 1, 1), glm::vec3(0.5F, 0.1F, 0.9F), glm::vec3(0, 0, 0)}) {
+    auto scene = std::make_shared<HandMadeScene>();
+    scene->add(rectangle(-9, -9, 9, 9), scene->addMaterial(unlit(color)));
+    const scene::Viewpoint view = perspective({0, 0, 3}, {0, 0, 0}, 0.8F);
+    for (const Kind kind : {Kind::Quick, Kind::Final}) {
+      const glm::vec3 light = lightAround(picture(scene, view, 8, 8, kind), 4, 4, 1);
+      for (int c = 0; c < 3; ++c) EXPECT_NEAR(light[c], color[c], 0.006F);
+    }
+  }
+}
+
+TEST(FinalLight, AnInvertedUnlitHullDrawsAnOutlineOnly) {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene->add(cube(1), scene->addMaterial(colored({0.9F, 0.9F, 0.9F})));
+  scene->add(insideOut(cube(1.3F)), scene->addMaterial(unlit({0, 0, 0})));
+  for (const Kind kind : {Kind::Quick, Kind::Final}) {
+    const image::Image drawn = picture(scene, orthographic({0, 0, 5}, {0, 0, 0}, 1.0F), 32, 32, kind);
+    EXPECT_GT(brightness(pixel(drawn, 16, 16)), 0.3F);
+    EXPECT_EQ(brightness(pixel(drawn, 6, 16)), 0.0F);
+    EXPECT_GT(brightness(pixel(drawn, 2, 16)), 0.1F);
+  }
+}
+
+TEST(FinalLight, LampsReachAsFarAsTheirConeAndRange) {
+  struct Row {
+    const char* name;
+    scene::Light light;
+    float range;
+    glm::vec2 bright, dark;
+  };
+  using Kind = scene::Light::Kind;
+  const glm::vec3 high(0, 2, 0), corner(-1.5F, 1, -1.5F);
+  const std::vector<Row> rows{
+      {"spot", lamp(Kind::Spot, high, {0, -1, 0}), 0, {0, 0}, {1.5F, 1.5F}},
+      {"spot to the side", lamp(Kind::Spot, high, {1.2F, -2, 0}), 0, {1.2F, 0}, {-1, 0}},
+      {"point in range", lamp(Kind::Point, corner, {0, -1, 0}), 2, {-1.5F, -1.5F}, {1, 1}},
+      {"point fades with the distance", lamp(Kind::Point, corner, {0, -1, 0}), 0, {-1.5F, -1.5F}, {1.5F, 1.5F}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    auto scene = greyGround();
+    scene->now.lights.push_back(row.light);
+    scene->now.lights[0].range = row.range;
+    scene->now.lights[0].innerCone = 0.3F;
+    scene->now.lights[0].outerCone = 0.5F;
+    const image::Image drawn = plan(scene);
+    EXPECT_GT(brightness(lightAt(drawn, row.bright.x, row.bright.y)),
+              2.0F * brightness(lightAt(drawn, row.dark.x, row.dark.y)));
+  }
+}
+
+TEST(FinalLight, ExposureFollowsTheStrengthOfTheLights) {
+  auto scene = greyGround();
+  scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0.3F, -1, 0}));
+  const float weak = brightness(lightAt(plan(scene), 0, 0));
+  scene->now.lights[0].color = glm::vec3(80000.0F);
+  EXPECT_NEAR(brightness(lightAt(plan(scene), 0, 0)), weak, 0.005F);
+  EXPECT_GT(weak, 0.15F);
+  EXPECT_LT(weak, 0.9F);
+}
+
+TEST(FinalLight, ManyLampsLightAsMuchAsFewOfTheSameSum) {
+  const auto brightnessWith = [](int count) {
+    auto scene = greyGround();
+    scene->add(cube(1), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})), standing());
+    for (int i = 0; i < count; ++i) {
+      scene->now.lights.push_back(lamp(scene::Light::Kind::Point, {0.01F * static_cast<float>(i), 3, 1}, {0, -1, 0}));
+      scene->now.lights.back().color /= static_cast<float>(count);
+    }
+    return brightness(lightAt(plan(scene), 0, 1.2F));
+  };
+  EXPECT_NEAR(brightnessWith(23), brightnessWith(1), 0.03F);
+}
+
+}  // namespace
+}  // namespace quillmere::render

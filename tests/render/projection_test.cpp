@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include <glm/gtc/matrix_transform.hpp>
+
+#include "small_picture.h"
+
+namespace quillmere::render {
+namespace {
+
+// An angle whose half has a tangent of one half: 1 m is seen at a distance of 1 m.
+constexpr float kMetrePerMetre = 0.92729522F;
+
+struct Box {
+  int left, top, right, bottom;  // right and bottom lie outside
+};
+
+std::ostream& operator<<(std::ostream& out, const Box& box) {
+  return out << box.left << "-" << box.right << " x " << box.top << "-" << box.bottom;
+}
+
+// How many pixels are white where they should not be or the other way round.
+int misplaced(const image::Image& picture, const Box& white) {
+  int count = 0;
+  for (int y = 0; y < picture.height(); ++y) {
+    for (int x = 0; x < picture.width(); ++x) {
+      const bool inside = x >= white.left && x < white.right && y >= white.top && y < white.bottom;
+      if ((brightness(pixel(picture, x, y)) > 0.999F) != inside) ++count;
+    }
+  }
+  return count;
+}
+
+struct View {
+  scene::Viewpoint view;
+  int width, height;
+  Box white;  // where the rectangle from (-0.5, -0.25) to (0.25, 0.5) in the plane z = 0 is seen
+};
+
+TEST(Projection, ARectangleCoversExactlyItsPixels) {
+  const std::vector<View> views{
+      {perspective({0, 0, 2}, {0, 0, 0}, kMetrePerMetre), 64, 48, {20, 12, 38, 30}},
+      {perspective({0, 0, 2}, {0, 0, 0}, kMetrePerMetre), 48, 48, {12, 12, 30, 30}},
+      {perspective({0, 0, 2}, {0, 0, 0}, kMetrePerMetre), 33, 48, {5, 12, 22, 30}},  // left edge at 4.5, right at 22.5
+      {perspective({0.5F, 0, 2}, {0.5F, 0, 0}, kMetrePerMetre), 64, 48, {8, 12, 26, 30}},
+      {perspective({0, 0, -2}, {0, 0, 0}, kMetrePerMetre),
+       64,
+       48,
+       {26, 12, 44, 30}},  // its back, left and right swapped
+      {orthographic({0, 0, 7}, {0, 0, 0}, 1.0F), 64, 48, {20, 12, 38, 30}},
+      {orthographic({0, 0.25F, 7}, {0, 0.25F, 0}, 2.0F), 64, 48, {26, 21, 35, 30}},
+      {orthographic({0, 0, 7}, {0, 0, 0}, 1.0F), 5, 16, {0, 4, 4, 10}},  // right edge at 4.5
+  };
+  auto scene = std::make_shared<HandMadeScene>();
+  scene::Material white = unlit({1, 1, 1});
+  white.doubleSided = true;
+  scene->add(rectangle(-0.5F, -0.25F, 0.25F, 0.5F), scene->addMaterial(white));
+  for (const View& row : views) {
+    for (const Kind kind : {Kind::Quick, Kind::Final}) {
+      SCOPED_TRACE(testing::Message() << row.width << " x " << row.height
+                                      << (kind == Kind::Quick ? " quick " : " final ")
+                                      << (row.view.orthographic ? "orthographic " : "perspective ") << row.white);
+      const image::Image drawn = picture(scene, row.view, row.width, row.height, kind);
+      ASSERT_EQ(drawn.width(), row.width);
+      ASSERT_EQ(drawn.height(), row.height);
+      EXPECT_EQ(misplaced(drawn, row.white), 0);
+    }
+  }
+}
+
+TEST(Projection, EdgesAreSmoothed) {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene->add(rectangle(-9, -9, 0.125F, 9), scene->addMaterial(unlit({1, 1, 1})));
+  const scene::Viewpoint view = orthographic({0, 0, 5}, {0, 0, 0}, 2.0F);  // 4 pixels per metre: the edge is at 8.5
+  for (const Kind kind : {Kind::Quick, Kind::Final}) {
+    const image::Image drawn = picture(scene, view, 16, 16, kind);
+    const float background = brightness(lightAround(drawn, 9, 8, 0));
+    EXPECT_NEAR(brightness(lightAround(drawn, 8, 8, 0)), 0.5F * (1.0F + background), 0.08F);
+  }
+}
+
+TEST(Projection, OnlyWhatLiesBetweenTheNearAndTheFarPlaneIsSeen) {
+  struct Row {
+    float distance;
+    bool seen;
+  };
+  for (const bool flat : {false, true}) {
+    for (const Row& row : {Row{0.9F, false}, Row{1.1F, true}, Row{2.9F, true}, Row{3.1F, false}}) {
+      SCOPED_TRACE(testing::Message() << (flat ? "orthographic " : "perspective ") << row.distance);
+      scene::Viewpoint view =
+          flat ? orthographic({0, 0, 0}, {0, 0, -1}, 1.0F) : perspective({0, 0, 0}, {0, 0, -1}, 2.2F);
+      view.znear = 1.0F;
+      view.zfar = 3.0F;
+      auto scene = std::make_shared<HandMadeScene>();
+      scene->add(rectangle(-50, -50, 50, 50), scene->addMaterial(unlit({1, 1, 1})),
+                 glm::translate(glm::mat4(1.0F), glm::vec3(0, 0, -row.distance)));
+      // The planes are flat: what holds in the middle holds in the corner, which is more than twice as far away.
+      EXPECT_EQ(misplaced(picture(scene, view, 16, 16, Kind::Quick), row.seen ? Box{0, 0, 16, 16} : Box{}), 0);
+    }
+  }
+}
+
+TEST(Projection, InstancesOfOneGeometryStandWhereTheyArePlaced) {
+  auto scene = std::make_shared<HandMadeScene>();
+  const auto shared = rectangle(-0.25F, -0.25F, 0.25F, 0.25F);
+  const int red = scene->addMaterial(unlit({1, 0, 0})), green = scene->addMaterial(unlit({0, 1, 0}));
+  scene->add(shared, red, glm::translate(glm::mat4(1.0F), glm::vec3(-0.5F, 0, 0)));
+  scene->add(shared, green, glm::scale(glm::translate(glm::mat4(1.0F), glm::vec3(0.5F, 0, 0)), glm::vec3(-1, 2, 1)));
+  const image::Image drawn = picture(scene, orthographic({0, 0, 3}, {0, 0, 0}, 1.0F), 16, 16, Kind::Quick);
+  EXPECT_EQ(pixel(drawn, 4, 8), glm::vec3(1, 0, 0));
+  EXPECT_EQ(pixel(drawn, 12, 8), glm::vec3(0, 1, 0)) << "mirrored, so its front still looks at the camera";
+  EXPECT_EQ(pixel(drawn, 12, 5), glm::vec3(0, 1, 0)) << "twice as high";
+  EXPECT_NE(pixel(drawn, 4, 5), glm::vec3(1, 0, 0));
+}
+
+}  // namespace
+}  // namespace quillmere::render

@@ -1,0 +1,119 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <glm/gtc/matrix_transform.hpp>
+
+#include "render/final_picture.h"
+#include "render/quick_picture.h"
+#include "small_picture.h"
+
+namespace quillmere::render {
+namespace {
+
+template <class Value>
+bool samePixels(const image::Image& a, const image::Image& b) {
+  bool same = a.width() == b.width() && a.height() == b.height();
+  for (int y = 0; same && y < a.height(); ++y) {
+    same = std::equal(a.row<Value>(y), a.row<Value>(y) + 3 * a.width(), b.row<Value>(y));
+  }
+  return same;
+}
+
+// Cubes on the ground, one of them see-through, under a dome.
+std::shared_ptr<HandMadeScene> village() {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene::Material glass = colored({0.3F, 0.8F, 0.4F});
+  glass.alpha = scene::Material::Alpha::Blend;
+  glass.baseColor.a = 0.4F;
+  scene::Material sky = unlit({0.3F, 0.5F, 0.9F});
+  sky.doubleSided = true;
+  scene->add(ground(20), 0);
+  scene->add(cube(30), scene->addMaterial(sky));
+  const int see = scene->addMaterial(glass), red = scene->addMaterial(colored({0.7F, 0.2F, 0.1F}));
+  const auto house = cube(1);
+  for (int i = 0; i < 9; ++i) {
+    scene->add(house, i == 4 ? see : red,
+               glm::translate(glm::mat4(1.0F), glm::vec3(2 * (i % 3) - 2, 0.5F, 2 * (i / 3) - 2)));
+  }
+  return scene;
+}
+
+const scene::Viewpoint kView = perspective({3, 4, 7}, {0, 0, 0}, 0.8F);
+constexpr int kWidth = 101, kHeight = 67;
+
+TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
+  PosedScene scene(village());
+  scene.pose(0.0);
+  const auto drawn = [&](int threads, Kind kind) {
+    const PictureRequest request{scene, kView, kWidth, kHeight, {}, threads};
+    return kind == Kind::Quick ? quickPicture(request) : finalPicture(request, {5, 7});
+  };
+  for (const int threads : {2, 7}) {
+    EXPECT_TRUE(samePixels<std::uint8_t>(drawn(1, Kind::Quick), drawn(threads, Kind::Quick))) << threads;
+    EXPECT_TRUE(samePixels<float>(drawn(1, Kind::Final), drawn(threads, Kind::Final))) << threads;
+  }
+}
+
+TEST(Repeatability, TheSeedDecidesTheNoise) {
+  Stage first(village()), second(village());
+  first.pose(0.0);
+  second.pose(0.0);
+  const image::Image drawn = first.drawFinal(kView, kWidth, kHeight, {4, 11});
+  EXPECT_TRUE(samePixels<float>(drawn, second.drawFinal(kView, kWidth, kHeight, {4, 11})));
+  EXPECT_FALSE(samePixels<float>(drawn, second.drawFinal(kView, kWidth, kHeight, {4, 12})));
+}
+
+TEST(Repeatability, MoreSamplesConvergeOnTheSamePicture) {
+  Stage stage(village());
+  stage.pose(0.0);
+  const auto error = [&](const image::Image& a, const image::Image& b) {
+    double sum = 0.0;
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kWidth; ++x) sum += glm::distance(pixel(a, x, y), pixel(b, x, y));
+    }
+    return sum / (kWidth * kHeight);
+  };
+  const image::Image reference = stage.drawFinal(kView, kWidth, kHeight, {144, 1});
+  const double few = error(stage.drawFinal(kView, kWidth, kHeight, {4, 2}), reference);
+  const double more = error(stage.drawFinal(kView, kWidth, kHeight, {36, 3}), reference);
+  EXPECT_LT(more, 0.55 * few);
+  EXPECT_LT(more, 0.03);
+}
+
+TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
+  auto scene = village();
+  Stage kept(scene);
+  kept.pose(0.0);
+  const image::Image before = kept.drawQuick(kView, kWidth, kHeight);
+  const std::vector<scene::Surface> start = scene->now.surfaces;
+
+  scene->now.surfaces[4].toWorld[3].y += 1.0F;                 // one moves,
+  scene->now.surfaces[5].geometry = cube(1.4F);                // one deforms,
+  scene->now.surfaces.erase(scene->now.surfaces.begin() + 2);  // one goes
+  kept.pose(1.0);
+  Stage fresh(scene);
+  fresh.pose(1.0);
+  const image::Image after = kept.drawQuick(kView, kWidth, kHeight);
+  EXPECT_TRUE(samePixels<std::uint8_t>(after, fresh.drawQuick(kView, kWidth, kHeight)));
+  EXPECT_FALSE(samePixels<std::uint8_t>(after, before));
+
+  scene->now.surfaces = start;
+  kept.pose(2.0);
+  EXPECT_TRUE(samePixels<std::uint8_t>(kept.drawQuick(kView, kWidth, kHeight), before));
+}
+
+TEST(Repeatability, AStoppedDrawingIsEmptyAndTheNextOneWhole) {
+  Stage stage(village());
+  stage.pose(0.0);
+  std::atomic<int> asked{0};
+  const StopTest soon = [&] { return ++asked > 3; };
+  EXPECT_TRUE(stage.drawQuick(kView, 300, 200, soon).empty());
+  EXPECT_LT(asked, 30) << "it goes on being asked after it said stop";
+  asked = 0;
+  EXPECT_TRUE(stage.drawFinal(kView, 300, 200, {1}, soon).empty());
+  EXPECT_FALSE(stage.drawFinal(kView, kWidth, kHeight, {1}, [] { return false; }).empty());
+}
+
+}  // namespace
+}  // namespace quillmere::render

@@ -1,0 +1,97 @@
+#include "render/texture.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace quillmere::render {
+namespace {
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+// A row of four texels: black, red, green, blue.
+std::shared_ptr<const image::Image> fourColors() {
+  auto picture = std::make_shared<image::Image>(4, 1, 4, image::Sample::Byte);
+  std::uint8_t* rgba = picture->row<std::uint8_t>(0);
+  for (int i = 0; i < 4; ++i) {
+    rgba[4 * i + 3] = 255;
+    if (i > 0) rgba[4 * i + i - 1] = 255;
+  }
+  return picture;
+}
+
+char nameOf(glm::vec4 color) {
+  if (color.r > 0.99F) return 'r';
+  if (color.g > 0.99F) return 'g';
+  return color.b > 0.99F ? 'b' : 'k';
+}
+
+TEST(Texture, CoordinatesOutsideWrapAsTheMaterialSays) {
+  struct Row {
+    const char* name;
+    bool repeat, mirror;
+    std::string expected;  // at -0.875, -0.625 … 1.875
+  };
+  const Texture texture(fourColors());
+  for (const Row& row : {Row{"clamped", false, false, "kkkkkrgbbbbb"}, Row{"repeated", true, false, "krgbkrgbkrgb"},
+                         Row{"mirrored", true, true, "bgrkkrgbbgrk"}}) {
+    for (const bool nearest : {true, false}) {
+      scene::Material material;
+      material.repeatU = row.repeat;
+      material.mirrorU = row.mirror;
+      material.nearest = nearest;
+      std::string seen;
+      for (int i = 0; i < 12; ++i) {
+        const float u = -0.875F + 0.25F * static_cast<float>(i);
+        seen += nameOf(texture.read({u, 0.5F}, 0.0F, material));
+      }
+      EXPECT_EQ(seen, row.expected) << row.name << (nearest ? " nearest" : " linear");
+    }
+  }
+}
+
+TEST(Texture, LinearFilteringMixesLightAcrossTheWrappedEdge) {
+  const Texture texture(fourColors());
+  const glm::vec4 inside = texture.read({0.5F, 0.5F}, 0.0F, scene::Material{});
+  EXPECT_NEAR(inside.r, 0.5F, 1e-4F);
+  EXPECT_NEAR(inside.g, 0.5F, 1e-4F);
+  EXPECT_NEAR(texture.read({0.0F, 0.5F}, 0.0F, scene::Material{}).b, 0.5F, 1e-4F);
+  EXPECT_NEAR(texture.read({1.0F, 0.5F}, 0.0F, scene::Material{}).b, 0.5F, 1e-4F);
+}
+
+TEST(Texture, FarAwayPatternsBecomeTheirMeanLight) {
+  auto checks = std::make_shared<image::Image>(64, 33, 4, image::Sample::Byte);
+  for (int y = 0; y < 33; ++y) {
+    for (int i = 0; i < 256; ++i) checks->row<std::uint8_t>(y)[i] = i % 4 == 3 || (i / 4 + y) % 2 == 0 ? 255 : 0;
+  }
+  const Texture texture(checks);
+  for (const float level : {1.0F, 2.5F, 6.0F, 40.0F}) {
+    EXPECT_NEAR(texture.read({0.3F, 0.3F}, level, scene::Material{}).r, 0.5F, 0.02F) << level;
+  }
+}
+
+TEST(Texture, InvisibleTexelsDoNotTintTheirNeighbours) {
+  auto leaf = std::make_shared<image::Image>(2, 1, 4, image::Sample::Byte);  // opaque green beside invisible red
+  for (const int i : {1, 3, 4}) leaf->row<std::uint8_t>(0)[i] = 255;
+  const glm::vec4 halved = Texture(leaf).read({0.5F, 0.5F}, 1.0F, scene::Material{});
+  EXPECT_GT(halved.g, 0.98F);
+  EXPECT_LT(halved.r, 0.02F);
+  EXPECT_NEAR(halved.a, 0.5F, 0.01F);
+}
+
+TEST(Texture, AnyCoordinatesCanBeRead) {
+  const Texture texture(fourColors());
+  for (const bool mirror : {false, true}) {
+    scene::Material material;
+    material.mirrorU = material.mirrorV = mirror;
+    for (const float wild : {kNan, -std::numeric_limits<float>::infinity(), 1e30F, -3e9F, -1e-9F, 0.99999997F}) {
+      for (const float level : {kNan, 0.0F, 1.5F, std::numeric_limits<float>::infinity()}) {
+        const glm::vec4 color = texture.read({wild, wild}, level, material);
+        EXPECT_TRUE(color.r >= 0.0F && color.r <= 1.0F && color.a > 0.99F) << wild << " " << level;
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillmere::render
