@@ -20,7 +20,8 @@ Int32 DataTypeOf(Field field) {
       return DTYPE_BOOL;
     case Field::CameraLink:
       return DTYPE_BASELISTLINK;
-    case Field::Text:
+    case Field::TextLine:
+    case Field::TextArea:
       return DTYPE_STRING;
     case Field::Path:
       return DTYPE_FILENAME;
@@ -86,12 +87,13 @@ BaseContainer Describe(const Parameter& parameter) {
     case Field::CameraLink:
       DescribeCameraLink(field);
       break;
-    case Field::Text:
-      if (parameter.lines == Lines::Many) field.SetInt32(DESC_CUSTOMGUI, CUSTOMGUI_STRINGMULTI);
+    case Field::TextArea:
+      field.SetInt32(DESC_CUSTOMGUI, CUSTOMGUI_STRINGMULTI);
       break;
     case Field::Integer:
       DescribeInteger(field, parameter);
       break;
+    case Field::TextLine:
     case Field::Path:
     case Field::StaticText:
     case Field::None:
@@ -126,7 +128,8 @@ const char* LabelOf(Field field, Int32 id) {
   switch (field) {
     case Field::Toggle:
       return "Toggle";
-    case Field::Text:
+    case Field::TextLine:
+    case Field::TextArea:
       return "Text";
     case Field::Path:
       return "Path";

@@ -11,45 +11,51 @@ namespace quillmere {
 enum class Stored { Bool, Int32, Text, FileName, Link };
 
 // The panel's ways to show a parameter.
-enum class Field { None, Toggle, WorkflowMenu, CameraLink, GuideModeMenu, Text, Path, StaticText, Integer };
-
-enum class Lines { One, Many };
+enum class Field {
+  None,
+  Toggle,
+  WorkflowMenu,
+  CameraLink,
+  GuideModeMenu,
+  TextLine,
+  TextArea,
+  Path,
+  StaticText,
+  Integer
+};
 
 struct Parameter {
-  std::int32_t id;
   const char* name;  // as in the description's header
+  std::int32_t id;
   Stored stored;
   Field field;
+  std::int32_t number;       // default of a Bool (0 or 1) or an Int32
   const char* label;         // UTF-8
-  std::int32_t number = 0;   // default of a Bool (0 or 1) or an Int32
   const char* text = "";     // default of a text, UTF-8
-  Lines lines = Lines::One;  // of a text field
   std::int32_t minimum = 0;  // limits of an integer field, inclusive
   std::int32_t maximum = 0;
 };
 
-#define QUILLMERE_ID_AND_NAME(id) id, #id
-// clang-format off
+#define QUILLMERE_ROW(id) #id, id
 constexpr Parameter kParameters[] = {
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_UNLOCK_SYSTEM_PROMPT), Stored::Bool, Field::Toggle, "Unlock System Prompt", 0},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_SYSTEM_PROMPT), Stored::Text, Field::Text, "System Prompt", 0, kDefaultSystemPrompt, Lines::Many},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_WORKFLOW), Stored::Int32, Field::WorkflowMenu, "Workflow", 0},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_PROMPT), Stored::Text, Field::Text, "Prompt", 0, "", Lines::Many},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_REFINE_PROMPT), Stored::Text, Field::Text, "Refine Prompt", 0, "", Lines::Many},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_CAMERA), Stored::Link, Field::CameraLink, "Camera"},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_GUIDE_MODE), Stored::Int32, Field::GuideModeMenu, "Guide Mode", 0},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_WORKFLOW_PATH), Stored::Text, Field::Path, "Workflow"},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_WORKFLOW_ID), Stored::Text, Field::None, ""},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_OUTPUT_DIRECTORY), Stored::FileName, Field::Path, "Output Directory"},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_FILENAME_PREFIX), Stored::Text, Field::Text, "Filename Prefix", 0, "render"},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_HISTORY_LIMIT), Stored::Int32, Field::Integer, "History Limit", 200, "", Lines::One, 1, 5000},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_OPEN_PREVIEW_AFTER_RENDER), Stored::Bool, Field::Toggle, "Open Preview After Render", 1},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_SAVE_HISTORY_SNAPSHOTS), Stored::Bool, Field::Toggle, "Save History Snapshots", 1},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_LAST_HISTORY_ENTRY), Stored::Text, Field::StaticText, "Last History Entry"},
-    {QUILLMERE_ID_AND_NAME(QUILLMERE_STATUS), Stored::Text, Field::StaticText, "Status", 0, "Idle"},
+    {QUILLMERE_ROW(QUILLMERE_UNLOCK_SYSTEM_PROMPT), Stored::Bool, Field::Toggle, 0, "Unlock System Prompt"},
+    {QUILLMERE_ROW(QUILLMERE_SYSTEM_PROMPT), Stored::Text, Field::TextArea, 0, "System Prompt", kDefaultSystemPrompt},
+    {QUILLMERE_ROW(QUILLMERE_WORKFLOW), Stored::Int32, Field::WorkflowMenu, 0, "Workflow"},
+    {QUILLMERE_ROW(QUILLMERE_PROMPT), Stored::Text, Field::TextArea, 0, "Prompt"},
+    {QUILLMERE_ROW(QUILLMERE_REFINE_PROMPT), Stored::Text, Field::TextArea, 0, "Refine Prompt"},
+    {QUILLMERE_ROW(QUILLMERE_CAMERA), Stored::Link, Field::CameraLink, 0, "Camera"},
+    {QUILLMERE_ROW(QUILLMERE_GUIDE_MODE), Stored::Int32, Field::GuideModeMenu, 0, "Guide Mode"},
+    {QUILLMERE_ROW(QUILLMERE_WORKFLOW_PATH), Stored::Text, Field::Path, 0, "Workflow"},
+    {QUILLMERE_ROW(QUILLMERE_WORKFLOW_ID), Stored::Text, Field::None, 0, ""},
+    {QUILLMERE_ROW(QUILLMERE_OUTPUT_DIRECTORY), Stored::FileName, Field::Path, 0, "Output Directory"},
+    {QUILLMERE_ROW(QUILLMERE_FILENAME_PREFIX), Stored::Text, Field::TextLine, 0, "Filename Prefix", "render"},
+    {QUILLMERE_ROW(QUILLMERE_HISTORY_LIMIT), Stored::Int32, Field::Integer, 200, "History Limit", "", 1, 5000},
+    {QUILLMERE_ROW(QUILLMERE_OPEN_PREVIEW_AFTER_RENDER), Stored::Bool, Field::Toggle, 1, "Open Preview After Render"},
+    {QUILLMERE_ROW(QUILLMERE_SAVE_HISTORY_SNAPSHOTS), Stored::Bool, Field::Toggle, 1, "Save History Snapshots"},
+    {QUILLMERE_ROW(QUILLMERE_LAST_HISTORY_ENTRY), Stored::Text, Field::StaticText, 0, "Last History Entry"},
+    {QUILLMERE_ROW(QUILLMERE_STATUS), Stored::Text, Field::StaticText, 0, "Status", "Idle"},
 };
-// clang-format on
-#undef QUILLMERE_ID_AND_NAME
+#undef QUILLMERE_ROW
 
 // The parameters that a new node writes from the table, in the order of writing. The output directory is built from the
 // host's folders and the three workflow parameters from the catalog, after these; the camera has no default.

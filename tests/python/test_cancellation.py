@@ -23,6 +23,7 @@ class LongCalls(unittest.TestCase):
         with subprocess.Popen(command, cwd=HELPER.parent, stdout=subprocess.PIPE) as process:
             self.addCleanup(process.kill)
             process.stdout.readline()
+            time.sleep(0.3)  # into the sum
             process.send_signal(signal.SIGTERM)
             self.assertNotEqual(process.wait(timeout=5), 0)
 

@@ -14,10 +14,6 @@ struct Box {
   int left, top, right, bottom;  // right and bottom lie outside
 };
 
-std::ostream& operator<<(std::ostream& out, const Box& box) {
-  return out << box.left << "-" << box.right << " x " << box.top << "-" << box.bottom;
-}
-
 // How many pixels are white where they should not be or the other way round.
 int misplaced(const image::Image& picture, const Box& white) {
   int count = 0;

@@ -23,19 +23,5 @@ TEST(SamplePoints, PowersOfTwoFillEveryRowColumnAndSquare) {
   }
 }
 
-TEST(SamplePoints, HemisphereDirectionsFollowTheCosine) {
-  for (const glm::vec3 normal : {glm::vec3(0, 1, 0), glm::vec3(0, 0, -1), glm::normalize(glm::vec3(-1, 2, -3))}) {
-    glm::vec3 sum(0.0F);
-    for (std::uint32_t i = 0; i < 1024; ++i) {
-      const glm::vec3 direction = overHemisphere(normal, samplePoint(i, 5));
-      ASSERT_NEAR(glm::length(direction), 1.0F, 1e-4F);
-      ASSERT_GE(glm::dot(direction, normal), -1e-5F);
-      sum += direction;
-    }
-    // The mean of a cosine-weighted hemisphere lies two thirds up its axis.
-    EXPECT_LT(glm::distance(sum / 1024.0F, normal * (2.0F / 3.0F)), 0.01F);
-  }
-}
-
 }  // namespace
 }  // namespace quillmere::render

@@ -69,17 +69,6 @@ TEST(SeeThrough, BlendedLayersMixInTheirOrderFromTheCamera) {
   }
 }
 
-TEST(SeeThrough, ManyLayersComeToAnEnd) {
-  auto scene = std::make_shared<HandMadeScene>();
-  scene::Material haze = unlit({1, 1, 1});
-  haze.baseColor.a = 0.02F;
-  haze.alpha = Alpha::Blend;
-  const int kind = scene->addMaterial(haze);
-  for (int i = 0; i < 200; ++i) scene->add(rectangle(-1, -1, 1, 1), kind, at(-0.01F * static_cast<float>(i)));
-  const image::Image drawn = picture(scene, orthographic({0, 0, 3}, {0, 0, 0}, 1.0F), 8, 8, Kind::Quick);
-  EXPECT_GT(brightness(pixel(drawn, 4, 4)), 0.9F);  // the last layer that is followed closes the view
-}
-
 TEST(SeeThrough, LightFallsThroughWhatIsInvisible) {
   for (const Alpha alpha : {Alpha::Mask, Alpha::Blend}) {
     auto scene = std::make_shared<HandMadeScene>();

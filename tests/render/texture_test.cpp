@@ -50,15 +50,6 @@ TEST(Texture, CoordinatesOutsideWrapAsTheMaterialSays) {
   }
 }
 
-TEST(Texture, LinearFilteringMixesLightAcrossTheWrappedEdge) {
-  const Texture texture(fourColors());
-  const glm::vec4 inside = texture.read({0.5F, 0.5F}, 0.0F, scene::Material{});
-  EXPECT_NEAR(inside.r, 0.5F, 1e-4F);
-  EXPECT_NEAR(inside.g, 0.5F, 1e-4F);
-  EXPECT_NEAR(texture.read({0.0F, 0.5F}, 0.0F, scene::Material{}).b, 0.5F, 1e-4F);
-  EXPECT_NEAR(texture.read({1.0F, 0.5F}, 0.0F, scene::Material{}).b, 0.5F, 1e-4F);
-}
-
 TEST(Texture, FarAwayPatternsBecomeTheirMeanLight) {
   auto checks = std::make_shared<image::Image>(64, 33, 4, image::Sample::Byte);
   for (int y = 0; y < 33; ++y) {
@@ -68,15 +59,6 @@ TEST(Texture, FarAwayPatternsBecomeTheirMeanLight) {
   for (const float level : {1.0F, 2.5F, 6.0F, 40.0F}) {
     EXPECT_NEAR(texture.read({0.3F, 0.3F}, level, scene::Material{}).r, 0.5F, 0.02F) << level;
   }
-}
-
-TEST(Texture, InvisibleTexelsDoNotTintTheirNeighbours) {
-  auto leaf = std::make_shared<image::Image>(2, 1, 4, image::Sample::Byte);  // opaque green beside invisible red
-  for (const int i : {1, 3, 4}) leaf->row<std::uint8_t>(0)[i] = 255;
-  const glm::vec4 halved = Texture(leaf).read({0.5F, 0.5F}, 1.0F, scene::Material{});
-  EXPECT_GT(halved.g, 0.98F);
-  EXPECT_LT(halved.r, 0.02F);
-  EXPECT_NEAR(halved.a, 0.5F, 0.01F);
 }
 
 TEST(Texture, AnyCoordinatesCanBeRead) {
