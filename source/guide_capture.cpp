@@ -1,5 +1,7 @@
 #include "guide_capture.h"
 
+#include <optional>
+
 #include "borrowed_view.h"
 #include "description/vpquillmere.h"
 #include "drendersettings.h"
@@ -73,8 +75,9 @@ bool CaptureViewportGuide(BaseDocument* document, BaseObject* camera, int width,
   if (!document || !camera) return false;
   BaseDraw* const view = GuideView(*document);
   if (!view) return false;
-  AutoAlloc<BaseBitmap> bitmap;
+  std::optional<AutoAlloc<BaseBitmap>> made;  // after the view is borrowed, and released after it is given back
   const BorrowedView borrowed(*view, *document, camera);
+  AutoAlloc<BaseBitmap>& bitmap = made.emplace();
   return InitGuide(bitmap, width, height) && DrawViewIntoBitmap(*view, bitmap) &&
          bitmap->Save(png, FILTER_PNG, nullptr, SAVEBIT::NONE) == IMAGERESULT::OK;
 }

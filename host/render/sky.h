@@ -13,8 +13,8 @@ class Sky {
   // A stand-in for light that has bounced around more often than rays are followed.
   glm::vec3 ambient() const;
 
-  // Light of the display where the camera sees nothing else, the same at any strength.
-  static glm::vec3 backdrop(glm::vec3 direction);
+  // Light of the display where the camera sees nothing else.
+  glm::vec3 backdrop(glm::vec3 direction) const;
 
  private:
   float strength_;

@@ -28,12 +28,14 @@ struct FinalSettings {
 // geometry that does not deform are kept from one moment to the next. One thread at a time.
 class Stage {
  public:
+  // Throws Error when this machine can't trace rays.
   explicit Stage(std::shared_ptr<const scene::Scene> scene);
   ~Stage();
   Stage(const Stage&) = delete;
   Stage& operator=(const Stage&) = delete;
 
-  // Poses the scene at `seconds`; posing twice at the same moment costs nothing.
+  // Poses the scene at `seconds`; posing twice at the same moment costs nothing. Before the first pose there is nothing
+  // to see and the moment is empty. Throws Error.
   void pose(double seconds);
   const scene::Moment& moment() const;
 

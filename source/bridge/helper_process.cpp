@@ -61,9 +61,7 @@ std::string ShellQuote(const String& text) {
 int LaunchRenderHelper(const Filename& request, const Filename& response) {
   const Filename script = GetPythonHelperPath();
   if (!GeFExist(script, false)) return -1;
-  // A shell that stayed in between, as some do, would take signal 15 in the helper's place and leave the helper
-  // running.
-  const std::string command = "exec python3 " + ShellQuote(script.GetString()) + " " + ShellQuote(request.GetString()) +
+  const std::string command = "python3 " + ShellQuote(script.GetString()) + " " + ShellQuote(request.GetString()) +
                               " " + ShellQuote(response.GetString());
   const char* const line = command.c_str();
   const pid_t process = fork();

@@ -50,11 +50,14 @@ TEST_F(HelperProcess, HasEachNewMessageReportedOnce) {
   EXPECT_THAT(told.lines, testing::ElementsAre("text A", "busy", "text B", "busy"));
 }
 
-TEST_F(HelperProcess, IsSentOneSignal15AndReapedOnABreakEvenIfItWouldSucceed) {
-  const std::string lines =
-      R"(trap 'echo "ended $2" >> "$1"; exit 0' TERM; echo ready > "$1"; while :; do sleep 0.01; done)";
+// The signal goes to the shell, which may have become the helper or may still stand between: then only the shell ends
+// by it, and this helper, which watches its parent, ends soon after.
+TEST_F(HelperProcess, IsEndedAndReapedOnABreakEvenIfItWouldSucceed) {
+  const std::string lines = R"(end() { echo "ended $2" >> "$1"; exit 0; }; trap 'end "$@"' TERM; echo ready > "$1"; )"
+                            R"(while kill -0 $PPID; do sleep 0.01; done; end "$@")";
   EXPECT_FALSE(run(lines, [&] { return contentOf(log) == "ready\n"; }));
   EXPECT_TRUE(reaped());
+  for (int waits = 0; waits < 500 && contentOf(log) == "ready\n"; ++waits) usleep(10000);
   EXPECT_EQ(contentOf(log), "ready\nended /r/`\"é'\\\n");
   EXPECT_THAT(told.lines, testing::ElementsAre("text Quillmere render cancelled", "idle"));
 }

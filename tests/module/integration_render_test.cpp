@@ -133,8 +133,8 @@ TEST_F(IntegrationRender, EndsEarlyAtEachStageAndKeepsTheFormerResult) {
 
 TEST_F(IntegrationRender, EndsWithTheHelpersLastWordOnABreak) {
   const auto started = folder / "started";
-  write(script, R"(trap 'printf "{\"error\":\"Stopped\"}" > "$2"; exit 0' TERM; : > )" + started.string() +
-                    "; while :; do sleep 0.01; done\n");
+  write(script, R"(printf '{"error":"Stopped"}' > "$2"; trap 'exit 0' TERM; : > )" + started.string() +
+                    "; while kill -0 $PPID; do sleep 0.01; done\n");
   Filename result;
   EXPECT_EQ(open(result, [&] { return exists(started); }), RENDERRESULT::FAILED);
   EXPECT_EQ(told.lines, withHelper({"text Quillmere render cancelled", "idle", "text Stopped", "idle",

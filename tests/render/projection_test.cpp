@@ -53,8 +53,8 @@ TEST(Projection, ARectangleCoversExactlyItsPixels) {
   for (const View& row : views) {
     for (const Kind kind : {Kind::Quick, Kind::Final}) {
       SCOPED_TRACE(testing::Message() << row.width << " x " << row.height
-                                      << (kind == Kind::Quick ? " quick " : " final ")
-                                      << (row.view.orthographic ? "orthographic " : "perspective ") << row.white);
+                                      << (kind == Kind::Quick ? " quick " : " final ") << row.white.left << "-"
+                                      << row.white.right);
       const image::Image drawn = picture(scene, row.view, row.width, row.height, kind);
       ASSERT_EQ(drawn.width(), row.width);
       ASSERT_EQ(drawn.height(), row.height);

@@ -28,7 +28,7 @@ std::string lastLine(const std::string& text) {
 
 std::string reasonOf(const ChildResult& result, const json& answer) {
   if (result.end == ChildResult::End::TimedOut) return "the helper did not answer within 30 s";
-  const std::string told = textAt(answer, "problem");
+  std::string told = textAt(answer, "problem");
   if (!told.empty()) return told;
   const std::string said = lastLine(result.errors);
   return said.empty() ? "the helper ended without an answer" : said;

@@ -1,6 +1,7 @@
 #include "workflow_choice.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "failure.h"
 #include "named_choice.h"
@@ -45,6 +46,7 @@ void pick(NodeParameters& node, int number) {
 
 std::vector<std::string> each(const std::vector<Workflow>& catalog, std::string Workflow::*field) {
   std::vector<std::string> texts;
+  texts.reserve(catalog.size());
   for (const Workflow& workflow : catalog) texts.push_back(workflow.*field);
   return texts;
 }
@@ -58,6 +60,16 @@ std::vector<std::string> each(const std::vector<Workflow>& catalog, std::string 
                 ambiguous ? "the catalog has several of that name" : "neither in the catalog nor a file",
                 there.empty() ? "the catalog is empty; give the file of a workflow"
                               : std::string(ambiguous ? "choose by ID:" : "the catalog's workflows:") + there);
+}
+
+// An ID goes before a name, "None" chooses nothing. No number when the catalog has none of them; throws Failure when it
+// has several of that name.
+std::optional<int> numberOf(const std::string& wanted, const std::vector<Workflow>& catalog) {
+  if (const auto byId = indexOfName(each(catalog, &Workflow::id), wanted)) return catalog[*byId].number;
+  const auto names = each(catalog, &Workflow::name);
+  if (std::count(names.begin(), names.end(), wanted) > 1) refuse(wanted, catalog);
+  if (const auto byName = indexOfName(names, wanted)) return catalog[*byName].number;
+  return wanted == "None" ? std::optional(0) : std::nullopt;
 }
 
 }  // namespace
@@ -76,21 +88,10 @@ std::vector<Workflow> catalogOf(NodeParameters& node) {
 
 void chooseWorkflow(NodeParameters& node, const std::string& wanted) {
   const std::vector<Workflow> catalog = catalogOf(node);
-  const auto names = each(catalog, &Workflow::name);
+  if (const auto number = numberOf(wanted, catalog)) return pick(node, *number);
   std::error_code error;
-  if (const auto byId = indexOfName(each(catalog, &Workflow::id), wanted)) {
-    pick(node, catalog[*byId].number);
-  } else if (std::count(names.begin(), names.end(), wanted) > 1) {
-    refuse(wanted, catalog);
-  } else if (const auto byName = indexOfName(names, wanted)) {
-    pick(node, catalog[*byName].number);
-  } else if (wanted == "None") {
-    pick(node, 0);
-  } else if (fs::is_regular_file(wanted, error)) {
-    storeFile(node, wanted);
-  } else {
-    refuse(wanted, catalog);
-  }
+  if (!fs::is_regular_file(wanted, error)) refuse(wanted, catalog);
+  storeFile(node, wanted);
 }
 
 Preferred preferWorkflow(NodeParameters& node, const PluginFolder& plugin) {

@@ -89,6 +89,7 @@ std::optional<int> statusUntil(pid_t child, Clock::time_point end) {
 
 pid_t start(const std::vector<std::string>& command, const Captured& output, const Captured& errors, int& error) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
