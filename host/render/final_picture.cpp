@@ -103,7 +103,7 @@ class FinalPainter {
       if (!rays.isArmed(ray)) continue;
       const auto i = static_cast<std::size_t>(ray);
       if (!rays.found(ray)) {
-        block.pixels[i].own += remaining[i] * Sky::backdrop(glm::normalize(rays.direction(ray)));
+        block.pixels[i].own += remaining[i] * lighting_.sky().backdrop(glm::normalize(rays.direction(ray)));
         rays.rest(ray);
         continue;
       }

@@ -11,7 +11,7 @@ namespace quillmere::render {
 namespace {
 
 constexpr float kSunRadius = 0.0093F;  // twice the real one, radians
-constexpr float kLampSky = 0.35F;      // strength of the sky beside lights of the scene's own
+constexpr float kDusk = 0.35F;         // strength of the sky over a scene that is lit by lamps only
 constexpr glm::vec3 kSunColor(1.06F, 0.96F, 0.81F);
 constexpr glm::vec3 kSunTravel(-0.48F, -0.74F, -0.47F);
 
@@ -41,6 +41,11 @@ float coneShare(const scene::Light& light, glm::vec3 towards) {
   return clamped * clamped;
 }
 
+float skyStrength(const std::vector<scene::Light>& lights) {
+  const auto isLamp = [](const scene::Light& light) { return light.kind != Kind::Directional; };
+  return !lights.empty() && std::ranges::all_of(lights, isLamp) ? kDusk : 1.0F;
+}
+
 float radiusOf(RTCScene scene) {
   RTCBounds bounds;
   rtcGetSceneBounds(scene, &bounds);
@@ -51,7 +56,7 @@ float radiusOf(RTCScene scene) {
 
 }  // namespace
 
-Lighting::Lighting(const PosedScene& scene) : lights_(scene.moment().lights), sky_(lights_.empty() ? 1.0F : kLampSky) {
+Lighting::Lighting(const PosedScene& scene) : lights_(scene.moment().lights), sky_(skyStrength(lights_)) {
   if (lights_.empty()) {
     lights_.push_back(defaultSun());
     return;

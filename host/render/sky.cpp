@@ -27,8 +27,8 @@ glm::vec3 Sky::ambient() const {
   return strength_ * 0.25F * kRadiance.horizon;
 }
 
-glm::vec3 Sky::backdrop(glm::vec3 direction) {
-  return at(kBackdrop, direction.y);
+glm::vec3 Sky::backdrop(glm::vec3 direction) const {
+  return std::sqrt(strength_) * at(kBackdrop, direction.y);
 }
 
 }  // namespace quillmere::render
