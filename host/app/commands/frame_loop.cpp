@@ -54,16 +54,16 @@ std::filesystem::path guideFile(const FramePlan& plan, std::int32_t frame) {
   return plan.writeDirectory / "quillmere" / "c4d" / "runtime" / ("reference_" + std::to_string(frame) + ".png");
 }
 
-FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const FramePlan& plan, std::int32_t frame) {
-  FrameReport report;
-  report.frame = frame;
-  report.result = outcome.result;
-  report.output = outcome.file.string();
-  report.parameters = node.stored();
-  if (outcome.file.empty() || node.text(QUILLMERE_WORKFLOW_PATH).empty()) return report;
-  report.guide = guideFile(plan, frame).string();
-  report.picture = node.text(QUILLMERE_LAST_HISTORY_ENTRY);
-  return report;
+FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const FramePlan& plan, std::int32_t frame,
+                     Clock::duration taken) {
+  const bool generated = !outcome.file.empty() && !node.text(QUILLMERE_WORKFLOW_PATH).empty();
+  return {.frame = frame,
+          .result = outcome.result,
+          .output = outcome.file.string(),
+          .seconds = std::chrono::duration<double>(taken).count(),
+          .parameters = node.stored(),
+          .guide = generated ? guideFile(plan, frame).string() : "",
+          .picture = generated ? node.text(QUILLMERE_LAST_HISTORY_ENTRY) : ""};
 }
 
 }  // namespace
@@ -77,9 +77,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     document.setFrame(frame);
     const Clock::time_point begun = Clock::now();
     const Outcome outcome = renderOne(document, node, plan.output.fileFor(frame), plan.output.format(), stop);
-    FrameReport told = reportOn(outcome, node, plan, frame);
-    told.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
-    report.frameEnds(told);
+    report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
     if (outcome.trouble.empty()) continue;
     status = ExitStatus::Failed;
     if (!stop()) printError("frame " + std::to_string(frame) + ": " + outcome.trouble);
