@@ -20,12 +20,12 @@ class LongCalls(unittest.TestCase):
                 sum(range(10**12))
             """
         command = [sys.executable, "-c", code]
-        with subprocess.Popen(command, cwd=HELPER.parent, stdout=subprocess.PIPE) as process:
-            self.addCleanup(process.kill)
-            process.stdout.readline()
-            time.sleep(0.3)  # into the sum
-            process.send_signal(signal.SIGTERM)
-            self.assertNotEqual(process.wait(timeout=5), 0)
+        process = subprocess.Popen(command, cwd=HELPER.parent, stdout=subprocess.PIPE)
+        self.addCleanup(lambda: (process.kill(), process.wait(), process.stdout.close()))
+        process.stdout.readline()
+        time.sleep(0.3)  # into the sum
+        process.send_signal(signal.SIGTERM)
+        self.assertNotEqual(process.wait(timeout=5), 0)
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: stopping a drawing is not tested")

@@ -8,6 +8,7 @@ namespace {
 constexpr std::array kCommands{
     Command{"render", "Render frames of a scene through the effect", addRender},
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
+    Command{"panel", "Show the effect's attribute panel: values, choices, limits", addPanel},
     Command{"cameras", "List the cameras of a scene", addCameras},
     Command{"workflows", "List the workflows of the catalog", addWorkflows},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},

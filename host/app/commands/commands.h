@@ -23,6 +23,7 @@ struct Command {
 
 Action addRender(CLI::App& command);
 Action addGuide(CLI::App& command);
+Action addPanel(CLI::App& command);
 Action addCameras(CLI::App& command);
 Action addWorkflows(CLI::App& command);
 Action addDoctor(CLI::App& command);

@@ -1,11 +1,8 @@
 #include "node_parameters.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
-#include <filesystem>
 
-#include "camera_choice.h"
+#include "accepted_value.h"
 #include "failure.h"
 #include "named_choice.h"
 #include "parameter_ids.h"
@@ -15,6 +12,7 @@ namespace quillmere::app {
 namespace {
 
 using namespace cinema;
+using Json = nlohmann::ordered_json;
 using Kind = Parameter::Kind;
 
 DescID addressOf(int id) {
@@ -38,6 +36,12 @@ Kind kindOfType(Int32 dtype) {
   }
 }
 
+// Of the parameters that no panel shows, all of them texts.
+Kind kindOfHidden(int id) {
+  if (id == QUILLMERE_WORKFLOW_PATH || id == QUILLMERE_WORKFLOW_ID) return Kind::Derived;
+  return id == QUILLMERE_LAST_HISTORY_ENTRY ? Kind::ReadOnly : Kind::Text;
+}
+
 std::optional<int> limit(const BaseContainer& properties, Int32 key) {
   if (properties.GetType(key) == DA_NIL) return {};
   return properties.GetInt32(key);
@@ -53,63 +57,19 @@ std::vector<Parameter::Choice> choicesOf(const BaseContainer& properties) {
   return choices;
 }
 
-// `value` as the parameter would take it, or why it doesn't.
-[[noreturn]] void refuse(const Parameter& parameter, const std::string& value, const std::string& why,
-                         const std::string& accepted) {
-  throw Failure(ExitStatus::Usage, parameter.name + " (" + std::to_string(parameter.id) + ")",
-                why.empty() ? "'" + value + "' is no value for it" : why, accepted);
-}
-
-std::string acceptedNumbers(const Parameter& parameter) {
-  if (!parameter.choices.empty()) {
-    std::string list;
-    for (const auto& [number, text] : parameter.choices) list += "\n    " + std::to_string(number) + " " + text;
-    return "accepted:" + list;
-  }
-  if (!parameter.least || !parameter.most) return "accepted: a whole number";
-  return "accepted: a whole number from " + std::to_string(*parameter.least) + " to " + std::to_string(*parameter.most);
-}
-
-Int32 truth(const Parameter& parameter, const std::string& value) {
-  constexpr std::array kYes{"true", "1", "on", "yes"};
-  constexpr std::array kNo{"false", "0", "off", "no"};
-  if (std::find(kYes.begin(), kYes.end(), value) != kYes.end()) return 1;
-  if (std::find(kNo.begin(), kNo.end(), value) != kNo.end()) return 0;
-  refuse(parameter, value, {}, "accepted: true or false");
-}
-
-Int32 whole(const Parameter& parameter, const std::string& value) {
-  std::vector<std::string> texts;
-  for (const auto& choice : parameter.choices) texts.push_back(choice.text);
-  if (const auto named = indexOfName(texts, value)) return parameter.choices[*named].value;
-  Int32 number = 0;
-  const char* end = value.data() + value.size();
-  const auto read = std::from_chars(value.data(), end, number);
-  const auto isNumber = [&](const Parameter::Choice& choice) { return choice.value == number; };
-  const bool offered =
-      parameter.choices.empty() || std::any_of(parameter.choices.begin(), parameter.choices.end(), isNumber);
-  const bool inside = number >= parameter.least.value_or(number) && number <= parameter.most.value_or(number);
-  if (read.ec != std::errc{} || read.ptr != end || !offered || !inside) {
-    refuse(parameter, value, {}, acceptedNumbers(parameter));
-  }
-  return number;
-}
-
-nlohmann::ordered_json asJson(const BaseContainer& data, const Parameter& parameter, BaseDocument& document) {
-  switch (data.GetType(parameter.id)) {
+Json asJson(const GeData& data, Kind kind, BaseDocument& document) {
+  switch (data.GetType()) {
     case DA_LONG:
-      if (parameter.kind == Kind::Bool) return data.GetBool(parameter.id);
-      return data.GetInt32(parameter.id);
+      return kind == Kind::Bool ? Json(data.GetBool()) : Json(data.GetInt32());
     case DA_REAL:
-      return data.GetFloat(parameter.id);
+      return data.GetFloat();
     case DA_STRING:
-      return host::toUtf8(data.GetString(parameter.id));
+      return host::toUtf8(data.GetString());
     case DA_FILENAME:
-      return host::toUtf8(data.GetFilename(parameter.id).GetString());
+      return host::toUtf8(data.GetFilename().GetString());
     case DA_ALIASLINK: {
-      const BaseList2D* target = data.GetLink(parameter.id, &document);
-      if (target == nullptr) return {};
-      return host::toUtf8(target->GetName());
+      const BaseList2D* target = data.GetLink(&document);
+      return target == nullptr ? Json() : Json(host::toUtf8(target->GetName()));
     }
     default:
       return {};
@@ -118,20 +78,46 @@ nlohmann::ordered_json asJson(const BaseContainer& data, const Parameter& parame
 
 }  // namespace
 
-NodeParameters::NodeParameters(host::Document& document, BaseVideoPost& node) : document_(document), node_(node) {
-  described_ = host::describe(node);
-  for (const auto& [id, name] : namedParameters()) {
-    Parameter parameter{id, name, Kind::Text, {}, {}, {}};
-    if (node.GetDataInstanceRef().GetType(id) == DA_LONG) parameter.kind = Kind::Whole;
-    for (const auto& entry : described_) {
-      if (entry.id[0].id != id) continue;
-      parameter.kind = kindOfType(entry.id[0].dtype);
-      parameter.least = limit(entry.properties, DESC_MIN);
-      parameter.most = limit(entry.properties, DESC_MAX);
-      parameter.choices = choicesOf(entry.properties);
-    }
-    all_.push_back(std::move(parameter));
+NodeParameters::NodeParameters(host::Document& document, BaseVideoPost& node)
+    : document_(document), node_(node), described_(host::describe(node)) {
+  for (const auto& [id, name] : namedParameters()) all_.push_back(described(id, name));
+}
+
+const host::DescriptionEntry* NodeParameters::entryOf(int id) const {
+  const auto found = std::find_if(described_.begin(), described_.end(),
+                                  [id](const host::DescriptionEntry& entry) { return entry.id == addressOf(id); });
+  return found == described_.end() ? nullptr : &*found;
+}
+
+Parameter NodeParameters::described(int id, const std::string& name) const {
+  Parameter parameter;
+  parameter.id = id;
+  parameter.name = name;
+  const host::DescriptionEntry* entry = entryOf(id);
+  if (entry == nullptr) {
+    parameter.kind = kindOfHidden(id);
+    return parameter;
   }
+  const BaseContainer& properties = entry->properties;
+  parameter.kind = kindOfType(entry->id[0].dtype);
+  if (!properties.GetBool(DESC_HIDE)) parameter.place = static_cast<int>(entry - described_.data());
+  parameter.label = host::toUtf8(properties.GetString(DESC_NAME));
+  if (const host::DescriptionEntry* group = entryOf(entry->group[0].id)) {
+    parameter.group = host::toUtf8(group->properties.GetString(DESC_NAME));
+  }
+  parameter.least = limit(properties, DESC_MIN);
+  parameter.most = limit(properties, DESC_MAX);
+  parameter.choices = choicesOf(properties);
+  return parameter;
+}
+
+std::vector<Parameter> NodeParameters::panel() const {
+  std::vector<Parameter> shown;
+  for (const Parameter& parameter : all_) {
+    if (parameter.place) shown.push_back(parameter);
+  }
+  std::sort(shown.begin(), shown.end(), [](const auto& a, const auto& b) { return a.place < b.place; });
+  return shown;
 }
 
 const Parameter& NodeParameters::find(const std::string& wanted) const {
@@ -147,34 +133,25 @@ const Parameter& NodeParameters::find(const std::string& wanted) const {
                 "its parameters:" + there);
 }
 
-GeData NodeParameters::parsed(const Parameter& parameter, const std::string& value) const {
-  switch (parameter.kind) {
-    case Kind::Bool:
-      return {truth(parameter, value)};
-    case Kind::Whole:
-      return {whole(parameter, value)};
-    case Kind::File:
-      return {host::filenameOf(value.empty() ? std::filesystem::path() : std::filesystem::absolute(value))};
-    case Kind::Camera:
-      return {static_cast<BaseList2D*>(chosenCamera(document_, value).object)};
-    case Kind::ReadOnly:
-      refuse(parameter, value, "it is shown only", "the effect writes it itself");
-    case Kind::Text:
-      break;
-  }
-  return {host::fromUtf8(value)};
-}
-
 void NodeParameters::set(const Parameter& parameter, const std::string& value) {
-  const GeData read = parsed(parameter, value);
-  for (const host::DescriptionEntry& entry : described_) {
-    if (entry.id[0].id != parameter.id || host::isEditable(node_, entry)) continue;
-    refuse(parameter, value, "it is greyed out",
-           std::string("unlock it first with --set ") + namedParameters().front().name + "=true");
+  const GeData read = acceptedValue(parameter, value, document_);
+  if (!editable(parameter)) {
+    refuseValue(parameter, value, "it is greyed out",
+                std::string("unlock it first with --set ") + find(QUILLMERE_UNLOCK_SYSTEM_PROMPT).name + "=true");
   }
   if (!host::writeParameter(node_, addressOf(parameter.id), read)) {
-    refuse(parameter, value, "the effect refused the value", {});
+    refuseValue(parameter, value, "the effect refused the value", {});
   }
+}
+
+Json NodeParameters::value(const Parameter& parameter) const {
+  const auto shown = host::readParameter(node_, addressOf(parameter.id));
+  return asJson(shown.value_or(GeData()), parameter.kind, document_.api());
+}
+
+bool NodeParameters::editable(const Parameter& parameter) const {
+  const host::DescriptionEntry* entry = entryOf(parameter.id);
+  return entry == nullptr || host::isEditable(node_, *entry);
 }
 
 int NodeParameters::number(int id) const {
@@ -187,20 +164,25 @@ std::string NodeParameters::text(int id) const {
   return value ? host::toUtf8(value->GetString()) : "";
 }
 
-nlohmann::ordered_json NodeParameters::stored() const {
-  nlohmann::ordered_json values = nlohmann::ordered_json::object();
+Json NodeParameters::stored() const {
+  Json values = Json::object();
   for (const Parameter& parameter : all_) {
-    values[std::to_string(parameter.id)] = asJson(node_.GetDataInstanceRef(), parameter, document_.api());
+    const GeData& data = node_.GetDataInstanceRef().GetData(parameter.id);
+    values[std::to_string(parameter.id)] = asJson(data, parameter.kind, document_.api());
   }
   return values;
 }
 
 void NodeParameters::store(int id, const std::string& text) {
-  node_.GetDataInstanceRef().SetString(id, host::fromUtf8(text));
+  store(id, GeData(host::fromUtf8(text)));
 }
 
 void NodeParameters::store(int id, int number) {
-  node_.GetDataInstanceRef().SetInt32(id, number);
+  store(id, GeData(number));
+}
+
+void NodeParameters::store(int id, const GeData& value) {
+  node_.GetDataInstanceRef().SetData(id, value);
 }
 
 }  // namespace quillmere::app

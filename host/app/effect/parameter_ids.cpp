@@ -1,29 +1,15 @@
 #include "parameter_ids.h"
 
-#define QUILLMERE_NAMED(id) \
-  { id, #id }
+#include "parameter_table.h"
 
 namespace quillmere::app {
 
 const std::vector<NamedParameter>& namedParameters() {
-  static const std::vector<NamedParameter> all{
-      QUILLMERE_NAMED(QUILLMERE_UNLOCK_SYSTEM_PROMPT),
-      QUILLMERE_NAMED(QUILLMERE_SYSTEM_PROMPT),
-      QUILLMERE_NAMED(QUILLMERE_WORKFLOW),
-      QUILLMERE_NAMED(QUILLMERE_PROMPT),
-      QUILLMERE_NAMED(QUILLMERE_REFINE_PROMPT),
-      QUILLMERE_NAMED(QUILLMERE_CAMERA),
-      QUILLMERE_NAMED(QUILLMERE_GUIDE_MODE),
-      QUILLMERE_NAMED(QUILLMERE_WORKFLOW_PATH),
-      QUILLMERE_NAMED(QUILLMERE_WORKFLOW_ID),
-      QUILLMERE_NAMED(QUILLMERE_OUTPUT_DIRECTORY),
-      QUILLMERE_NAMED(QUILLMERE_FILENAME_PREFIX),
-      QUILLMERE_NAMED(QUILLMERE_HISTORY_LIMIT),
-      QUILLMERE_NAMED(QUILLMERE_OPEN_PREVIEW_AFTER_RENDER),
-      QUILLMERE_NAMED(QUILLMERE_SAVE_HISTORY_SNAPSHOTS),
-      QUILLMERE_NAMED(QUILLMERE_LAST_HISTORY_ENTRY),
-      QUILLMERE_NAMED(QUILLMERE_STATUS),
-  };
+  static const std::vector<NamedParameter> all = [] {
+    std::vector<NamedParameter> named;
+    for (const quillmere::Parameter& row : kParameters) named.push_back({row.id, row.name});
+    return named;
+  }();
   return all;
 }
 

@@ -1,13 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
+
+#include "description/vpquillmere.h"
 
 // The parameters of the effect's node by the names that its resource gives them: QUILLMERE_… = 2000 to 2015.
 namespace quillmere::app {
-
-#include "description/vpquillmere.h"
 
 struct NamedParameter {
   std::int32_t id;
