@@ -1,11 +1,10 @@
 #ifndef C4D_SYMBOLS_H__
 #define C4D_SYMBOLS_H__
 
-enum
-{
-	IDS_QUILLMERE_RENDERER = 10000,
+enum {
+  IDS_QUILLMERE_RENDERER = 10000,
 
-	_DUMMY_ELEMENT_
+  _DUMMY_ELEMENT_
 };
 
-#endif // C4D_SYMBOLS_H__
+#endif  // C4D_SYMBOLS_H__

@@ -42,7 +42,8 @@ static_assert(BASEDRAW_DATA_SDISPLAYACTIVE == 1003 && BASEDRAW_DATA_SDISPLAYINAC
 static_assert(Int32(RENDERFLAGS::EXTERNAL) == 1 && FILTER_PNG == 1023671 && Int32(IMAGERESULT::OK) == 1 &&
                   Int32(INITBITMAPFLAGS::NONE) == 0 && Int32(SAVEBIT::NONE) == 0,
               "pictures");
-static_assert(VPBUFFER_RGBA == 1 && NOTOK == -1, "the render buffer");
+constexpr Int32 kNoSubBuffer = NOTOK;
+static_assert(VPBUFFER_RGBA == 1 && kNoSubBuffer == -1, "the render buffer");
 
 }  // namespace
 }  // namespace cinema

@@ -1,7 +1,6 @@
 """The user stops a render: at every stage it ends with 130, and nothing runs on."""
 
 import json
-import os
 import signal
 import subprocess
 import time

@@ -6,7 +6,6 @@
 
 #include "commands.h"
 #include "effect/effect_session.h"
-#include "effect/parameter_ids.h"
 #include "effect/workflow_choice.h"
 #include "frame_loop.h"
 #include "options/effect_options.h"
@@ -17,6 +16,8 @@
 #include "process/runtime_lock.h"
 #include "process/user_break.h"
 #include "run.h"
+#include "settings/node_setup.h"
+#include "settings/settings_file.h"
 
 namespace quillmere::app {
 namespace {
@@ -28,7 +29,7 @@ struct Options {
   EffectOptions effect;
   SessionOptions session;
   FrameRange frames;
-  std::string output = "render_####.png";
+  std::string output = "render_####.png", saveSettings;
   bool json = false, quiet = false;
 };
 
@@ -52,17 +53,13 @@ void configure(EffectSession& session, const Options& options) {
   host::Document& document = session.document();
   document.setFps(options.scene.fps);
   document.setSize(options.scene.size.width, options.scene.size.height);
-  NodeParameters& node = session.node();
-  if (!options.scene.camera.empty()) node.set(node.find(std::to_string(QUILLMERE_CAMERA)), options.scene.camera);
-  if (!options.effect.workflow.empty()) {
-    chooseWorkflow(node, options.effect.workflow);
-  } else if (preferWorkflow(node, session.plugin()) == Preferred::ReplacedByExample && !options.quiet) {
+  const WorkflowGiven given = setUpNode(session.node(), document, options.effect, options.scene.camera);
+  if (given == WorkflowGiven::No && preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample &&
+      !options.quiet) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
-  for (const Assignment& assignment : options.effect.assignments) {
-    node.set(node.find(assignment.parameter), assignment.value);
-  }
+  if (!options.saveSettings.empty()) saveSettings(session.node(), options.saveSettings);
 }
 
 ExitStatus run(const Options& options) {
@@ -97,6 +94,10 @@ void addOutputOptions(CLI::App& command, Options& options) {
           "Frames to render")
       ->type_name("A|A-B|A-BxSTEP")
       ->default_str("0");
+  command
+      .add_option("--save-settings", options.saveSettings,
+                  "Write the effect's settings to a file, before the first frame is rendered")
+      ->type_name("FILE");
   auto* json = command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of files");
   command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
 }

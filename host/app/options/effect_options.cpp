@@ -114,9 +114,13 @@ void addEffectOptions(CLI::App& command, EffectOptions& options) {
           [&options](const std::vector<std::string>& texts) {
             for (const std::string& text : texts) options.assignments.push_back(readAssignment(text));
           },
-          "Any parameter of the effect; may be given several times")
+          "Any parameter of the effect, with the limits of its panel; may be given several times")
       ->type_name("ID|NAME=VALUE")
       ->allow_extra_args(false);
+  command
+      .add_option("--settings", options.settings, "Settings that --save-settings has written; the other options win")
+      ->type_name("FILE")
+      ->check(CLI::ExistingFile);
 }
 
 }  // namespace quillmere::app

@@ -18,7 +18,8 @@ struct Assignment {
 // What the effect is told.
 struct EffectOptions {
   std::string workflow;                 // empty: the preferred one
-  std::vector<Assignment> assignments;  // in the order in which they are to be made
+  std::string settings;                 // file to begin with; empty: a new node's
+  std::vector<Assignment> assignments;  // in the order in which they were written
 };
 
 // The values that `options` points to are complete once the command line has been parsed.

@@ -81,8 +81,8 @@ const char* typeOf(const Parameter& parameter) {
 }
 
 Json objectOf(const PanelRow& row) {
-  Json object{{"id", row.parameter.id},       {"name", row.parameter.name},     {"label", row.parameter.label},
-              {"group", row.parameter.group}, {"type", typeOf(row.parameter)},  {"value", row.value},
+  Json object{{"id", row.parameter.id},       {"name", row.parameter.name},    {"label", row.parameter.label},
+              {"group", row.parameter.group}, {"type", typeOf(row.parameter)}, {"value", row.value},
               {"enabled", row.enabled},       {"choices", Json::array()}};
   for (const auto& [value, text] : row.choices) object["choices"].push_back({{"value", value}, {"text", text}});
   if (row.parameter.least) object["min"] = *row.parameter.least;

@@ -1,0 +1,84 @@
+#include "settings_file.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+#include "failure.h"
+#include "image/atomic_file.h"
+
+namespace quillmere::app {
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+constexpr const char* kFormat = "quillmere settings";
+constexpr int kVersion = 1;
+constexpr std::size_t kLargest = 8U << 20U;  // bytes; a prompt has at most one MiB
+
+[[noreturn]] void refuse(const fs::path& file, const std::string& why, const std::string& remedy) {
+  throw Failure(ExitStatus::Failed, "settings '" + file.string() + "'", why, remedy);
+}
+
+std::string contentOf(const fs::path& file) {
+  std::error_code error;
+  std::ifstream stream;
+  if (fs::is_regular_file(file, error)) stream.open(file, std::ios::binary);
+  if (!stream.is_open()) refuse(file, "cannot be read", "give the path of a readable file");
+  std::string content(kLargest + 1, '\0');
+  stream.read(content.data(), static_cast<std::streamsize>(content.size()));
+  if (stream.bad()) refuse(file, "cannot be read", "check the disk that it lies on");
+  content.resize(static_cast<std::size_t>(stream.gcount()));
+  if (content.size() > kLargest) refuse(file, "is larger than 8 MiB", "give a file that --save-settings has written");
+  return content;
+}
+
+Json parsed(const fs::path& file) {
+  try {
+    return Json::parse(contentOf(file));
+  } catch (const Json::parse_error& error) {
+    refuse(file, "is damaged at byte " + std::to_string(error.byte) + ", where it is not JSON",
+           "write it anew with --save-settings");
+  }
+}
+
+void checkHead(const fs::path& file, const Json& document) {
+  const char* const remedy = "give a file that --save-settings has written";
+  if (!document.is_object() || !document.contains("format") || document["format"] != kFormat) {
+    refuse(file, "is no settings file: its \"format\" is not \"" + std::string(kFormat) + "\"", remedy);
+  }
+  const Json version = document.value("version", Json());
+  if (version != kVersion) {
+    refuse(file,
+           "has version " + version.dump(-1, ' ', true, Json::error_handler_t::replace) + ", not " +
+               std::to_string(kVersion),
+           "write it anew with this version's --save-settings");
+  }
+  if (!document.contains("parameters") || !document["parameters"].is_object()) {
+    refuse(file, "holds no \"parameters\"", remedy);
+  }
+}
+
+}  // namespace
+
+void saveSettings(const NodeParameters& node, const fs::path& file) {
+  const Json stored = node.stored();
+  Json parameters = Json::object();
+  for (const Parameter& parameter : node.all()) parameters[parameter.name] = stored[std::to_string(parameter.id)];
+  const Json document{{"format", kFormat}, {"version", kVersion}, {"parameters", parameters}};
+  image::writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+Json readSettings(const NodeParameters& node, const fs::path& file) {
+  const Json document = parsed(file);
+  checkHead(file, document);
+  for (const auto& [name, value] : document["parameters"].items()) {
+    const bool known =
+        std::any_of(node.all().begin(), node.all().end(), [&](const Parameter& one) { return one.name == name; });
+    if (!known) refuse(file, "holds '" + name + "', which the effect doesn't have", "remove it from the file");
+  }
+  return document["parameters"];
+}
+
+}  // namespace quillmere::app
