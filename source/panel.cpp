@@ -122,8 +122,10 @@ bool BuildPanel(Description& description) {
 }
 
 const char* LabelOf(Field field, Int32 id) {
+  const auto isText = [](Field one) { return one == Field::TextLine || one == Field::TextArea; };
   for (const Parameter& parameter : kParameters) {
-    if (parameter.id == id && parameter.field == field) return parameter.label;
+    const bool alike = parameter.field == field || (isText(parameter.field) && isText(field));
+    if (parameter.id == id && alike) return parameter.label;
   }
   switch (field) {
     case Field::Toggle:

@@ -73,7 +73,7 @@ void storeWorkflow(NodeParameters& node, const Json& settings, const host::Docum
   const std::string id = textOf(QUILLMERE_WORKFLOW_ID), file = textOf(QUILLMERE_WORKFLOW_PATH);
   const Parameter& menu = node.find(QUILLMERE_WORKFLOW);
   const Json number = settings.value(menu.name, Json(0));
-  if (!number.is_number_integer() || (id.empty() && file.empty() && number != 0)) {
+  if (!number.is_number_integer() || number < 0 || number > INT_MAX || (id.empty() && file.empty() && number != 0)) {
     refuseValue(menu, {}, "a workflow is kept by its identifier", "give QUILLMERE_WORKFLOW_ID");
   }
   const std::vector<Workflow> catalog = catalogOf(node);

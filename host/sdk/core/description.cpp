@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "door/substitutes.h"
 #include "door/text.h"
 #include "module/running.h"
 
@@ -55,19 +56,25 @@ Bool Description::LoadDescription(Int32 id) {
   return load(parts_->entries, id);
 }
 
-Bool Description::SetParameter(const DescID& id, const BaseContainer& param, const DescID& groupid) {
-  if (!id.IsPopulated() || id == groupid) return false;
-  if (groupid.IsPopulated()) {
-    const DescriptionEntry* group = find(parts_->entries, groupid);
-    if (!group || !isGroup(*group)) return false;
+bool HostSide<Description>::setParameter(Description& description, const DescID& id, const BaseContainer& properties,
+                                         const DescID& group) {
+  std::vector<DescriptionEntry>& entries = description.parts_->entries;
+  if (!id.IsPopulated() || id == group) return false;
+  if (group.IsPopulated()) {
+    const DescriptionEntry* holder = find(entries, group);
+    if (!holder || !isGroup(*holder)) return false;
   }
-  if (DescriptionEntry* present = find(parts_->entries, id)) {
-    present->properties = param;
-    present->group = groupid;
+  if (DescriptionEntry* present = find(entries, id)) {
+    present->properties = properties;
+    present->group = group;
   } else {
-    parts_->entries.push_back({id, param, groupid});
+    entries.push_back({id, properties, group});
   }
   return true;
+}
+
+Bool Description::SetParameter(const DescID& id, const BaseContainer& param, const DescID& groupid) {
+  return quillmere::host::operations().describeParameter(*this, id, param, groupid);
 }
 
 const BaseContainer* Description::GetParameter(const DescID& id, BaseContainer&, AtomArray*) const {

@@ -15,6 +15,8 @@ struct HostSide<Description> {
   static const std::vector<quillmere::host::DescriptionEntry>& entries(const Description& description) {
     return description.parts_->entries;
   }
+  static bool setParameter(Description& description, const DescID& id, const BaseContainer& properties,
+                           const DescID& group);
 };
 
 }  // namespace cinema

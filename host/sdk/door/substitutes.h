@@ -26,6 +26,9 @@ struct Operations {
   std::function<cinema::RENDERRESULT(cinema::BaseDocument&, const cinema::BaseContainer&, cinema::BaseBitmap*,
                                      cinema::RENDERFLAGS, cinema::BaseThread*)>
       renderDocument;  // RenderDocument
+  std::function<bool(cinema::Description&, const cinema::DescID&, const cinema::BaseContainer&,
+                     const cinema::DescID& group)>
+      describeParameter;  // Description::SetParameter
 };
 
 // The table of this process. Not for use while another thread is inside the host.

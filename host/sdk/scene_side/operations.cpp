@@ -1,5 +1,6 @@
 #include "base_document.h"
 #include "bitmap.h"
+#include "core/description.h"
 #include "door/substitutes.h"
 
 namespace quillmere::host {
@@ -17,6 +18,7 @@ Operations& operations() {
       .activeView = DocumentOperations::view,
       .lookThrough = DocumentOperations::lookThrough,
       .renderDocument = DocumentOperations::render,
+      .describeParameter = cinema::HostSide<cinema::Description>::setParameter,
   };
   return table;
 }

@@ -1,0 +1,113 @@
+"""Settings files: what is kept comes back, and what is damaged or foreign is refused."""
+
+from __future__ import annotations
+
+import json
+
+from stage import Stage
+
+HEAD = {"format": "quillmere settings", "version": 1}
+
+
+class Settings(Stage):
+    def setUp(self) -> None:
+        super().setUp()
+        self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
+
+    def parameters(self, *more: str) -> dict:
+        frame = self.events(*more)[-1]
+        self.assertEqual(frame["result"], 0)
+        return frame["parameters"]
+
+    def save(self, *more: str) -> dict:
+        done = self.render("--save-settings", "kept.json", *more)
+        self.assertEqual((done.returncode, done.stderr), (0, done.stderr))
+        return json.loads((self.folder / "kept.json").read_text())
+
+    def test_a_round_trip_keeps_every_parameter(self) -> None:
+        more = ["--workflow", "ink", "--camera", "Chart", "--guide", "final", "--no-history", "--no-preview", "--set", "2004=later"]
+        more += ["--prompt", 'fog\n"dawn" \u2603', "--output-dir", "pictures", "--prefix", "p", "--set", "2011=7"]
+        unlocked = ["--system-prompt", "Draw."]
+        for arguments in (more, more + unlocked):
+            with self.subTest(len(arguments)):
+                saved = self.save(*arguments)
+                self.assertEqual((saved["format"], saved["version"], len(saved["parameters"])), ("quillmere settings", 1, 16))
+                again = self.parameters("--settings", "kept.json", "--save-settings", "again.json")
+                self.assertEqual(again, self.parameters(*arguments))
+                self.assertEqual((self.folder / "kept.json").read_text(), (self.folder / "again.json").read_text())
+
+    def test_a_locked_system_prompt_keeps_its_own_text(self) -> None:
+        self.write({"QUILLMERE_UNLOCK_SYSTEM_PROMPT": False, "QUILLMERE_SYSTEM_PROMPT": "Mine."})
+        self.assertEqual(self.parameters("--settings", "kept.json")["2001"], "Mine.")
+
+    def test_the_workflow_is_followed_through_the_catalogs_changes(self) -> None:
+        self.save("--workflow", "ink")
+        kept = str(self.folder / "home/.quillmere/workflows/ink.json")
+        for catalog, number, note in [
+            ([("flux", "FLUX.2 Dev"), ("a", "A"), ("ink", "Renamed")], 3, None),
+            ([("flux", "FLUX.2 Dev")], 0, f"'ink' is not in the catalog; renders with {kept}"),
+            ([], 0, f"'ink' is not in the catalog; renders with {kept}"),
+        ]:
+            with self.subTest(catalog):
+                self.catalog(*catalog)
+                done = self.run_command("panel", "--plugin", "plugin", "--settings", "kept.json", "--json")
+                row = json.loads(done.stdout)[1]
+                self.assertEqual((row["value"], row.get("note")), (number, note))
+                stored = self.parameters("--settings", "kept.json")
+                self.assertEqual((stored["2008"], stored["2007"]), ("ink", kept))
+
+    def test_no_workflow_is_kept_too(self) -> None:
+        self.save("--workflow", "None")
+        stored = self.parameters("--settings", "kept.json")
+        self.assertEqual((stored["2002"], stored["2007"], stored["2008"]), (0, "", ""))
+
+    def test_explicit_options_win_over_the_file(self) -> None:
+        self.write({"QUILLMERE_CAMERA": "Gone", "QUILLMERE_PROMPT": "old", "QUILLMERE_WORKFLOW_ID": "ink", "QUILLMERE_HISTORY_LIMIT": 9})
+        stored = self.parameters("--settings", "kept.json", "--camera", "Chart", "--prompt", "new", "--workflow", "flux")
+        self.assertEqual([stored[id] for id in ("2005", "2003", "2008", "2011")], ["Chart", "new", "flux", 9])
+
+    def test_what_is_damaged_or_foreign_is_refused(self) -> None:
+        rows = [
+            ("", "damaged at byte 1"),
+            ('{"format": "quillmere settings", "version', "damaged at byte"),
+            ('"\xff"', "damaged at byte"),
+            ("[" * 100000, "damaged at byte"),
+            ("[]", "no settings file"),
+            ('{"asset": {"version": "2.0"}}', "no settings file"),
+            (json.dumps({**HEAD, "version": 2, "parameters": {}}), "has version 2, not 1"),
+            (json.dumps({"format": "quillmere settings", "parameters": {}}), "has version null"),
+            (json.dumps(HEAD), 'no "parameters"'),
+            (json.dumps({**HEAD, "parameters": []}), 'no "parameters"'),
+            (" " * (8 * 1024 * 1024 + 1), "larger than 8 MiB"),
+        ]
+        rows += [
+            (json.dumps({**HEAD, "parameters": {name: value}}), why)
+            for name, value, why in [
+                ("QUILLMERE_SHINE", 1, "'QUILLMERE_SHINE', which the effect doesn't have"),
+                ("QUILLMERE_HISTORY_LIMIT", 0, "from 1 to 5000"),
+                ("QUILLMERE_HISTORY_LIMIT", 2**70, "another type|from 1 to 5000"),
+                ("QUILLMERE_HISTORY_LIMIT", "9", "another type"),
+                ("QUILLMERE_UNLOCK_SYSTEM_PROMPT", 1, "another type"),
+                ("QUILLMERE_PROMPT", None, "another type"),
+                ("QUILLMERE_PROMPT", "a\0b", "NUL"),
+                ("QUILLMERE_GUIDE_MODE", 2, "0 Quick Shading"),
+                ("QUILLMERE_CAMERA", "Mast", "camera 'Mast'.*\n.*'Pier', 'Chart'"),
+                ("QUILLMERE_WORKFLOW", 2, "kept by its identifier"),
+                ("QUILLMERE_WORKFLOW_ID", ["ink"], "another type"),
+            ]
+        ]
+        for content, why in rows:
+            with self.subTest(content[:80]):
+                (self.folder / "kept.json").write_bytes(content.encode("latin-1"))
+                done = self.render("--settings", "kept.json")
+                self.assertEqual((done.returncode, done.stdout), (1, ""))
+                self.assertRegex(done.stderr, "quillmere: settings 'kept.json': ?(.|\n)*" + why)
+
+    def test_a_file_that_cannot_be_written_is_named_and_nothing_is_rendered(self) -> None:
+        done = self.render("--save-settings", "none/kept.json")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn("none/kept.json", done.stderr)
+        self.assertEqual(self.render("--settings", "none.json").returncode, 2)
+
+    def write(self, parameters: dict) -> None:
+        (self.folder / "kept.json").write_text(json.dumps({**HEAD, "parameters": parameters}))
