@@ -21,6 +21,18 @@ std::string calledCommand(const CLI::App& root) {
   return called.empty() ? "" : called.back()->get_name();
 }
 
+// The parser would only say that a command is missing.
+void refuseUnknownCommand(const CLI::App& root, int argc, const char* const* argv) {
+  const std::string first = argc > 1 ? argv[1] : "";
+  if (first.empty() || first.front() == '-') return;
+  std::string known;
+  for (const CLI::App* command : root.get_subcommands({})) {
+    if (command->check_name(first)) return;
+    known += (known.empty() ? "" : ", ") + command->get_name();
+  }
+  throw Failure(ExitStatus::Usage, "command '" + first + "'", "there is none of that name", "the commands: " + known);
+}
+
 [[noreturn]] void refuse(const CLI::App& root, const CLI::ParseError& error) {
   const std::string command = calledCommand(root);
   throw Failure(ExitStatus::Usage, command.empty() ? "arguments" : command, error.what(),
@@ -38,6 +50,7 @@ ExitStatus runChosen(const std::vector<std::pair<CLI::App*, Action>>& actions) {
 
 ExitStatus run(int argc, const char* const* argv) {
   CommandTree tree;
+  refuseUnknownCommand(tree.root(), argc, argv);
   try {
     tree.root().parse(argc, argv);
   } catch (const CLI::Success& answer) {  // --help, --version

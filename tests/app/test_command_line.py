@@ -14,7 +14,7 @@ CASES = [
     (["render", "--help"], 0, "--frames A|A-B|A-BxSTEP.*Examples", "^$"),
     (["guide", "--help"], 0, "FILE.png REQUIRED", "^$"),
     (["doctor", "--help"], 0, "Exit status 1", "^$"),
-    (["paint"], 2, "", "see quillmere --help"),
+    (["paint"], 2, "", "command .paint.: there is none.*\n  the commands: render, guide"),
     (["render"], 2, "", "quillmere: render: SCENE is required\n  see quillmere render --help"),
     (["render", "none.glb"], 2, "", "none.glb"),
     (["render", *SCENE, "--shiny"], 2, "", "--shiny"),

@@ -16,11 +16,11 @@ TEST(FilenameJoining, OnlyTheLastComponentIsAppendedSoNothingLeavesItsFolder) {
   const struct {
     const char *left, *right, *joined;
   } rows[] = {
-      {"/root", "a", "/root/a"},       {"/root/", "a/", "/root/a"},  {"/root", "a/b", "/root/b"},
-      {"/root", "/etc/x", "/root/x"},  {"/root", "../x", "/root/x"}, {"/root", "..", "/root"},
-      {"/root", "x/..", "/root"},      {"/root", ".", "/root"},      {"/root", "", "/root"},
-      {"/root", "/", "/root"},         {"", "a/b", "a/b"},           {"/", "a", "/a"},
-      {"rel", "a.json", "rel/a.json"}, {"/root", "x.", "/root/x."},
+      {"/base", "a", "/base/a"},       {"/base/", "a/", "/base/a"},  {"/base", "a/b", "/base/b"},
+      {"/base", "/etc/x", "/base/x"},  {"/base", "../x", "/base/x"}, {"/base", "..", "/base"},
+      {"/base", "x/..", "/base"},      {"/base", ".", "/base"},      {"/base", "", "/base"},
+      {"/base", "/", "/base"},         {"", "a/b", "a/b"},           {"/", "a", "/a"},
+      {"rel", "a.json", "rel/a.json"}, {"/base", "x.", "/base/x."},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.left) + " + " + row.right);

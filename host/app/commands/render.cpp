@@ -126,7 +126,9 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
       "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
       "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Pier --guide final --json\n"
-      "  quillmere render harbour.glb --set QUILLMERE_HISTORY_LIMIT=50 --write-dir /tmp/second-render");
+      "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
+      "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Pier --write-dir "
+      "/tmp/second-render");
   command.get_help_ptr()->group("Options");
   return [options] { return run(*options); };
 }

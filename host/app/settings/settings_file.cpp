@@ -16,6 +16,8 @@ using Json = nlohmann::ordered_json;
 constexpr const char* kFormat = "quillmere settings";
 constexpr int kVersion = 1;
 constexpr std::size_t kLargest = 8U << 20U;  // bytes; a prompt has at most one MiB
+constexpr int kDeepest = 8;                  // deeper values could use up the stack
+constexpr const char* kRemedy = "give a file that --save-settings has written";
 
 [[noreturn]] void refuse(const fs::path& file, const std::string& why, const std::string& remedy) {
   throw Failure(ExitStatus::Failed, "settings '" + file.string() + "'", why, remedy);
@@ -30,13 +32,17 @@ std::string contentOf(const fs::path& file) {
   stream.read(content.data(), static_cast<std::streamsize>(content.size()));
   if (stream.bad()) refuse(file, "cannot be read", "check the disk that it lies on");
   content.resize(static_cast<std::size_t>(stream.gcount()));
-  if (content.size() > kLargest) refuse(file, "is larger than 8 MiB", "give a file that --save-settings has written");
+  if (content.size() > kLargest) refuse(file, "is larger than 8 MiB", kRemedy);
   return content;
 }
 
 Json parsed(const fs::path& file) {
+  const auto flat = [&file](int depth, Json::parse_event_t, const Json&) {
+    if (depth > kDeepest) refuse(file, "is nested more deeply than settings are", kRemedy);
+    return true;
+  };
   try {
-    return Json::parse(contentOf(file));
+    return Json::parse(contentOf(file), flat);
   } catch (const Json::parse_error& error) {
     refuse(file, "is damaged at byte " + std::to_string(error.byte) + ", where it is not JSON",
            "write it anew with --save-settings");
@@ -44,19 +50,17 @@ Json parsed(const fs::path& file) {
 }
 
 void checkHead(const fs::path& file, const Json& document) {
-  const char* const remedy = "give a file that --save-settings has written";
   if (!document.is_object() || !document.contains("format") || document["format"] != kFormat) {
-    refuse(file, "is no settings file: its \"format\" is not \"" + std::string(kFormat) + "\"", remedy);
+    refuse(file, "is no settings file: its \"format\" is not \"" + std::string(kFormat) + "\"", kRemedy);
   }
   const Json version = document.value("version", Json());
   if (version != kVersion) {
-    refuse(file,
-           "has version " + version.dump(-1, ' ', true, Json::error_handler_t::replace) + ", not " +
-               std::to_string(kVersion),
+    const std::string present = version.is_number() ? version.dump() : "unknown";
+    refuse(file, "has version " + present + ", not " + std::to_string(kVersion),
            "write it anew with this version's --save-settings");
   }
   if (!document.contains("parameters") || !document["parameters"].is_object()) {
-    refuse(file, "holds no \"parameters\"", remedy);
+    refuse(file, "holds no \"parameters\"", kRemedy);
   }
 }
 
@@ -73,7 +77,8 @@ void saveSettings(const NodeParameters& node, const fs::path& file) {
 Json readSettings(const NodeParameters& node, const fs::path& file) {
   const Json document = parsed(file);
   checkHead(file, document);
-  for (const auto& [name, value] : document["parameters"].items()) {
+  for (const auto& entry : document["parameters"].items()) {
+    const std::string& name = entry.key();
     const bool known =
         std::any_of(node.all().begin(), node.all().end(), [&](const Parameter& one) { return one.name == name; });
     if (!known) refuse(file, "holds '" + name + "', which the effect doesn't have", "remove it from the file");
