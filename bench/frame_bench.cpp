@@ -4,10 +4,13 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 
+#include "description/vpquillmere.h"
 #include "door/document.h"
+#include "door/frame.h"
 #include "door/render_call.h"
 #include "door/text.h"
 #include "guide_capture.h"
@@ -82,6 +85,49 @@ void GuideCapture(benchmark::State& state) {
   fs::remove(file);
 }
 
+// A python3 that is first on the PATH and ends at once; the response it would have written is there already.
+class InstantHelper {
+ public:
+  explicit InstantHelper(const fs::path& place) : place_(place) {
+    fs::create_directories(place_ / "bin");
+    std::ofstream(place_ / "bin/python3") << "#!/bin/sh\nexit 0\n";
+    fs::permissions(place_ / "bin/python3", fs::perms::owner_all);
+    const fs::path runtime = place_ / "quillmere/c4d/runtime";
+    fs::create_directories(runtime);
+    image::writePng(place_ / "result.png", gradient(1024, 576));
+    std::ofstream(runtime / "response_0.json")
+        << R"({"ok": true, "first_output": ")" << (place_ / "result.png").string() << "\"}";
+    setenv("PATH", ((place_ / "bin").string() + ":" + std::getenv("PATH")).c_str(), 1);
+  }
+  ~InstantHelper() { fs::remove_all(place_); }
+  InstantHelper(const InstantHelper&) = delete;
+  InstantHelper& operator=(const InstantHelper&) = delete;
+
+ private:
+  fs::path place_;
+};
+
+// A whole frame of 1024 x 576 by the module as loaded from disk. Its CPU time less that of GuideCapture is what
+// everything but the guide and the helper costs; its real time holds the 120 ms of polling.
+void FrameWithAnInstantHelper(benchmark::State& state) {
+  const char* const scene = std::getenv("QUILLMERE_BENCH_SCENE");
+  if (!scene) return state.SkipWithError("QUILLMERE_BENCH_SCENE names no scene");
+  const fs::path place = folder() / "quillmere_bench_frame";
+  const InstantHelper helper(place);
+  host::Events events;
+  host::Application application(place, events);
+  application.loadPlugin(QUILLMERE_PLUGIN_FOLDER);
+  host::Document document(scene);
+  document.setSize(1024, 576);
+  BaseVideoPost& node = document.addVideoPost(1060500);
+  node.GetDataInstance()->SetString(QUILLMERE_WORKFLOW_PATH, String("/instant.json"));
+  for (auto _ : state) {
+    if (host::renderFrame(document, [] { return false; }).result != RENDERRESULT::OK) {
+      return state.SkipWithError("the frame failed");
+    }
+  }
+}
+
 void usualSizes(benchmark::internal::Benchmark* benchmark) {
   benchmark->Args({1920, 1080})
       ->Args({3840, 2160})
@@ -93,6 +139,7 @@ BENCHMARK(LoadResult)->Apply(usualSizes);
 BENCHMARK(TransferOfTheBuffersSize)->Apply(usualSizes);
 BENCHMARK(TransferStretchedFrom1024x576)->Apply(usualSizes);
 BENCHMARK(GuideCapture)->Args({1024, 576})->Apply(usualSizes);
+BENCHMARK(FrameWithAnInstantHelper)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 
 }  // namespace
 }  // namespace quillmere

@@ -5,6 +5,7 @@
 #include "borrowed_view.h"
 #include "description/vpquillmere.h"
 #include "drendersettings.h"
+#include "guide_in_progress.h"
 #include "host_shim/view_drawing.h"
 
 namespace quillmere {
@@ -58,6 +59,7 @@ BaseObject* ResolveConfiguredCamera(BaseContainer* settings, BaseDocument* docum
 
 bool RenderReferenceImage(BaseDocument* document, BaseObject* camera, GuideMode mode, int width, int height,
                           const Filename& png) {
+  const GuideInProgress guard;
   if (mode == GuideMode::FinalRender) return RenderCameraGuide(document, camera, width, height, png);
   return CaptureViewportGuide(document, camera, width, height, png);
 }

@@ -3,6 +3,7 @@
 #include "catalog/workflow_selection.h"
 #include "description/vpquillmere.h"
 #include "drendersettings.h"
+#include "guide_in_progress.h"
 #include "panel.h"
 #include "parameter_defaults.h"
 #include "plugin_id.h"
@@ -75,7 +76,7 @@ VIDEOPOSTINFO QuillmereVideoPost::GetRenderInfo(BaseVideoPost* /*node*/) {
 }
 
 RENDERRESULT QuillmereVideoPost::Execute(BaseVideoPost* node, VideoPostStruct* vps) {
-  if (!vps || vps->vp != VIDEOPOSTCALL::RENDER) return RENDERRESULT::OK;
+  if (!vps || vps->vp != VIDEOPOSTCALL::RENDER || GuideInProgress::OnThisThread()) return RENDERRESULT::OK;
   if (vps->open) return HandleRenderCall(node, vps);
   BlitResultToRenderBuffer(vps);
   return RENDERRESULT::OK;

@@ -22,9 +22,16 @@ Image decode(std::span<const std::uint8_t> bytes, const std::string& name);
 
 enum class PngDepth { As8Bit, As16Bit };
 
+// A text (UTF-8) that a PNG carries before its pixels; none when the keyword is empty.
+struct PngText {
+  std::string keyword;  // 1 to 79 letters of ASCII
+  std::string text;
+};
+
 // Both write beside the target and rename, so that a reader meets the old file or the whole new one, and leave
 // nothing behind on failure. PNG takes any picture and converts its samples; Float is clamped to 0-1. Throws Error.
-void writePng(const std::filesystem::path& file, const Image& picture, PngDepth depth = PngDepth::As8Bit);
+void writePng(const std::filesystem::path& file, const Image& picture, PngDepth depth = PngDepth::As8Bit,
+              const PngText& text = {});
 // 32-bit float scan-line EXR with the channels R, G, B (and A when there are 2 or 4); values are stored as they stand.
 void writeExr(const std::filesystem::path& file, const Image& picture);
 

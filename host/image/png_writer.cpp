@@ -41,12 +41,13 @@ class PngWriter {
   PngWriter(const PngWriter&) = delete;
   PngWriter& operator=(const PngWriter&) = delete;
 
-  bool writeHeader(const Image& picture, int bits);
+  bool writeHeader(const Image& picture, int bits, const PngText& text);
   bool writeRow(const void* samples);
   bool writeEnd();
   const char* message() const { return message_; }
 
  private:
+  void addText(const PngText& text);
   static void fail(png_structp png, png_const_charp message) {
     auto& self = *static_cast<PngWriter*>(png_get_error_ptr(png));
     std::strncpy(self.message_, message, sizeof(self.message_) - 1);
@@ -66,7 +67,7 @@ class PngWriter {
   char message_[256] = "there is not enough memory";
 };
 
-bool PngWriter::writeHeader(const Image& picture, int bits) {
+bool PngWriter::writeHeader(const Image& picture, int bits, const PngText& text) {
   if (setjmp(escape_) != 0) return false;
   png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, fail, ignore);
   info_ = png_ != nullptr ? png_create_info_struct(png_) : nullptr;
@@ -78,9 +79,19 @@ bool PngWriter::writeHeader(const Image& picture, int bits) {
   png_set_IHDR(png_, info_, static_cast<png_uint_32>(picture.width()), static_cast<png_uint_32>(picture.height()), bits,
                kColorTypes[picture.channels() - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                PNG_FILTER_TYPE_DEFAULT);
+  if (!text.keyword.empty()) addText(text);
   png_write_info(png_, info_);
   if (bits == 16 && std::endian::native == std::endian::little) png_set_swap(png_);
   return true;
+}
+
+// To be called by those that catch the jump. libpng copies both.
+void PngWriter::addText(const PngText& text) {
+  png_text chunk{};
+  chunk.compression = PNG_ITXT_COMPRESSION_NONE;
+  chunk.key = const_cast<char*>(text.keyword.c_str());
+  chunk.text = const_cast<char*>(text.text.c_str());
+  png_set_text(png_, info_, &chunk, 1);
 }
 
 bool PngWriter::writeRow(const void* samples) {
@@ -96,9 +107,9 @@ bool PngWriter::writeEnd() {
 }
 
 template <class T>
-bool writeSamples(PngWriter& writer, const Image& picture) {
+bool writeSamples(PngWriter& writer, const Image& picture, const PngText& text) {
   std::vector<T> line(static_cast<std::size_t>(picture.width() * picture.channels()));
-  if (!writer.writeHeader(picture, 8 * static_cast<int>(sizeof(T)))) return false;
+  if (!writer.writeHeader(picture, 8 * static_cast<int>(sizeof(T)), text)) return false;
   for (int y = 0; y < picture.height(); ++y) {
     if (!writer.writeRow(rowAs(picture, y, line))) return false;
   }
@@ -107,12 +118,12 @@ bool writeSamples(PngWriter& writer, const Image& picture) {
 
 }  // namespace
 
-void writePng(const std::filesystem::path& file, const Image& picture, PngDepth depth) {
+void writePng(const std::filesystem::path& file, const Image& picture, PngDepth depth, const PngText& text) {
   if (picture.empty()) throw Error("cannot write '" + file.string() + "': the picture is empty; give it pixels first");
   AtomicFile target(file);
   PngWriter writer(target.stream());
-  const bool written = depth == PngDepth::As16Bit ? writeSamples<std::uint16_t>(writer, picture)
-                                                  : writeSamples<std::uint8_t>(writer, picture);
+  const bool written = depth == PngDepth::As16Bit ? writeSamples<std::uint16_t>(writer, picture, text)
+                                                  : writeSamples<std::uint8_t>(writer, picture, text);
   if (!written) throw Error("cannot write '" + file.string() + "': " + writer.message() + "; make the picture smaller");
   target.commit();
 }

@@ -37,12 +37,12 @@ EffectSession::EffectSession(const std::filesystem::path& writeDirectory, Plugin
     : plugin_(std::move(plugin)),
       application_(writeDirectory, plugin_, events),
       document_(scene),
-      node_(document_, document_.addVideoPost(kEffect)) {}
+      node_(document_, document_.addVideoPost(kEffect), namedParameters(plugin_)) {}
 
 EffectSession::EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, host::Events& events)
     : plugin_(std::move(plugin)),
       application_(writeDirectory, plugin_, events),
       document_(std::make_shared<EmptyScene>()),
-      node_(document_, document_.addVideoPost(kEffect)) {}
+      node_(document_, document_.addVideoPost(kEffect), namedParameters(plugin_)) {}
 
 }  // namespace quillmere::app

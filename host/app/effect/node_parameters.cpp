@@ -78,9 +78,9 @@ Json asJson(const GeData& data, Kind kind, BaseDocument& document) {
 
 }  // namespace
 
-NodeParameters::NodeParameters(host::Document& document, BaseVideoPost& node)
+NodeParameters::NodeParameters(host::Document& document, BaseVideoPost& node, const std::vector<NamedParameter>& named)
     : document_(document), node_(node), described_(host::describe(node)) {
-  for (const auto& [id, name] : namedParameters()) all_.push_back(described(id, name));
+  for (const auto& [id, name] : named) all_.push_back(described(id, name));
 }
 
 const host::DescriptionEntry* NodeParameters::entryOf(int id) const {

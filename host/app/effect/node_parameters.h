@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "parameter.h"
+#include "parameter_ids.h"
 #include "sdk/door/document.h"
 #include "sdk/door/parameters.h"
 
@@ -14,7 +15,7 @@ namespace quillmere::app {
 // and its description says what is accepted. Borrows the document and its node.
 class NodeParameters {
  public:
-  NodeParameters(host::Document& document, cinema::BaseVideoPost& node);
+  NodeParameters(host::Document& document, cinema::BaseVideoPost& node, const std::vector<NamedParameter>& named);
 
   const std::vector<Parameter>& all() const { return all_; }  // by ID
   std::vector<Parameter> panel() const;                       // those shown, from the top

@@ -1,16 +1,18 @@
 #include "parameter_ids.h"
 
-#include "parameter_table.h"
+#include <algorithm>
+
+#include "sdk/resource/enum_header.h"
 
 namespace quillmere::app {
 
-const std::vector<NamedParameter>& namedParameters() {
-  static const std::vector<NamedParameter> all = [] {
-    std::vector<NamedParameter> named;
-    for (const quillmere::Parameter& row : kParameters) named.push_back({row.id, row.name});
-    return named;
-  }();
-  return all;
+std::vector<NamedParameter> namedParameters(const PluginFolder& plugin) {
+  host::resource::Symbols symbols;
+  host::resource::readEnumHeader(plugin.path / "res" / "description" / "vpquillmere.h", symbols);
+  std::vector<NamedParameter> named;
+  for (const auto& [name, id] : symbols) named.push_back({id, name});
+  std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
+  return named;
 }
 
 }  // namespace quillmere::app
