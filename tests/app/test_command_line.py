@@ -54,6 +54,9 @@ CASES = [
     (["workflows", "--plugin", "plugin"], 0, r"  1\tInk\tink\t.*/home/\.quillmere/workflows/ink\.json\n\* 2\tFLUX\.2 Dev\tflux", "^$"),
     (["workflows", "--plugin", "plugin", "--json"], 0, '"number":2,"id":"flux","name":"FLUX.2 Dev".*"exists":true,"preferred":true', "^$"),
     (["doctor", "--plugin", "home"], 1, "broken  render helper.*\n.*broken  module", "^$"),
+    (["doctor", "--plugin", "plugin", "--module"], 0, r"^identifier  net\.quillmere\.renderer\nunit        register\.cpp\n.*"
+        r"entity      \.reflection in \[reflection registration\]\nframework   net\.maxon\.asset\.framework\n", "^$"),
+    (["doctor", "--plugin", "home", "--module"], 1, "^$", "holds no module"),
     (["completion", "fish"], 0, "__fish_seen_subcommand_from render' -l frames", "^$"),
     (["completion", "tcsh"], 2, "", "bash"),
 ]

@@ -8,6 +8,7 @@
 
 #include "core/atom.h"
 #include "door/parameters.h"
+#include "door/registration.h"
 #include "door/text.h"
 #include "module/registry.h"
 #include "temporary_folder.h"
@@ -80,6 +81,7 @@ TEST(Application, AModuleOfEitherStandardLibraryIsToldInOrderAndEnded) {
     SCOPED_TRACE(module);
     TemporaryFolder folder;
     install(folder, module);
+    EXPECT_FALSE(registrationOf(folder.path())) << "it declares nothing";
     Console console;
     {
       Application application(folder.path() / "written", console);

@@ -26,6 +26,7 @@ Action addGuide(CLI::App& command);
 Action addPanel(CLI::App& command);
 Action addCameras(CLI::App& command);
 Action addWorkflows(CLI::App& command);
+Action addShow(CLI::App& command);
 Action addDoctor(CLI::App& command);
 Action addCompletion(CLI::App& command);
 

@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "doctor/checks.h"
+#include "doctor/module_declaration.h"
 #include "options/session_options.h"
 #include "process/output.h"
 #include "process/process_tree.h"
@@ -20,6 +21,7 @@ using State = Finding::State;
 struct Options {
   SessionOptions session;
   bool json = false;
+  bool module = false;
 };
 
 const char* wordFor(State state) {
@@ -41,7 +43,14 @@ Json entry(const Finding& finding) {
           {"remedy", finding.remedy}};
 }
 
+ExitStatus printModule(const Options& options) {
+  const Json declaration = moduleDeclaration(pluginFolder(options.session.plugin));
+  Output(STDOUT_FILENO).write(options.json ? lineOf(declaration) : linesOf(declaration));
+  return ExitStatus::Done;
+}
+
 ExitStatus run(const Options& options) {
+  if (options.module) return printModule(options);
   adoptOrphans();
   const auto findings = examine(pluginFolder(options.session.plugin), writeDirectoryOf(options.session));
   std::string rows;
@@ -60,7 +69,8 @@ ExitStatus run(const Options& options) {
 
 Action addDoctor(CLI::App& command) {
   const auto options = std::make_shared<Options>();
-  command.add_flag("--json", options->json, "Print a JSON array of objects instead of lines");
+  command.add_flag("--json", options->json, "Print JSON instead of lines");
+  command.add_flag("--module", options->module, "Print what the module declares to the host, and check nothing");
   addSessionOptions(command, options->session);
   command.footer("Exit status 1 when something is broken.\nExample:\n  quillmere doctor");
   return [options] { return run(*options); };

@@ -5,6 +5,7 @@
 #include "effect/frame_file.h"
 #include "effect/parameter_ids.h"
 #include "process/process_tree.h"
+#include "provenance/picture_record.h"
 #include "run.h"
 #include "sdk/door/frame.h"
 
@@ -42,7 +43,9 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const st
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
   try {
-    writeFrame(file, format, frame.picture);
+    const bool generated = !node.text(QUILLMERE_WORKFLOW_PATH).empty();
+    const std::string record = generated ? recordTextOf(node.text(QUILLMERE_LAST_HISTORY_ENTRY)) : "";
+    writeFrame(file, format, frame.picture, record);
     return {result, file, {}};
   } catch (const image::Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};

@@ -8,6 +8,7 @@
 #include "effect/effect_session.h"
 #include "effect/workflow_choice.h"
 #include "frame_loop.h"
+#include "like_option.h"
 #include "options/effect_options.h"
 #include "options/scene_options.h"
 #include "options/session_options.h"
@@ -15,6 +16,7 @@
 #include "process/process_tree.h"
 #include "process/runtime_lock.h"
 #include "process/user_break.h"
+#include "provenance/host_facts.h"
 #include "run.h"
 #include "settings/node_setup.h"
 #include "settings/settings_file.h"
@@ -29,7 +31,7 @@ struct Options {
   EffectOptions effect;
   SessionOptions session;
   FrameRange frames;
-  std::string output = "render_####.png", saveSettings;
+  std::string output = "render_####.png", saveSettings, like;
   bool json = false, quiet = false;
 };
 
@@ -74,11 +76,21 @@ ExitStatus run(const Options& options) {
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), options.scene.scene, *report);
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
+  tellHelper(session, options.scene);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
   if (!report->outputLost()) return status;
   throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
+}
+
+// What --like leaves to be filled in.
+void complete(Options& options, const CLI::App& command) {
+  if (!options.like.empty()) {
+    tellSeed(renderLike(options.like, command, {options.scene, options.frames, options.effect}));
+  } else if (options.scene.scene.empty()) {
+    throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
+  }
 }
 
 void addOutputOptions(CLI::App& command, Options& options) {
@@ -118,6 +130,7 @@ Action addRender(CLI::App& command) {
   addOutputOptions(command, *options);
   headFormerOptions(command, "Output");
   addEffectOptions(command, options->effect);
+  addLike(command, options->like);
   headFormerOptions(command, "Effect");
   addSessionOptions(command, options->session);
   headFormerOptions(command, "Host");
@@ -128,9 +141,13 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Pier --guide final --json\n"
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
       "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Pier --write-dir "
-      "/tmp/second-render");
+      "/tmp/second-render\n"
+      "  quillmere render --like render_0012.png --prompt \"the same at night\"");
   command.get_help_ptr()->group("Options");
-  return [options] { return run(*options); };
+  return [options, &command] {
+    complete(*options, command);
+    return run(*options);
+  };
 }
 
 }  // namespace quillmere::app

@@ -1,7 +1,9 @@
 #include "frame_file.h"
 
+#include "image/atomic_file.h"
 #include "image/file_formats.h"
 #include "image/scaling.h"
+#include "provenance/picture_record.h"
 
 namespace quillmere::app {
 namespace {
@@ -17,21 +19,25 @@ bool opaque(const image::Image& picture) {
   return true;
 }
 
-void write(const std::filesystem::path& file, FileFormat format, const image::Image& picture) {
+void write(const std::filesystem::path& file, FileFormat format, const image::Image& picture,
+           const std::string& record) {
+  const image::PngText text{record.empty() ? "" : kRecordKeyword, record};
   switch (format) {
     case FileFormat::Png8:
-      return image::writePng(file, picture, image::PngDepth::As8Bit);
+      return image::writePng(file, picture, image::PngDepth::As8Bit, text);
     case FileFormat::Png16:
-      return image::writePng(file, picture, image::PngDepth::As16Bit);
+      return image::writePng(file, picture, image::PngDepth::As16Bit, text);
     case FileFormat::Exr:
-      return image::writeExr(file, picture);
+      image::writeExr(file, picture);
+      if (!record.empty()) image::writeFile(file.string() + ".json", record + "\n");
   }
 }
 
 }  // namespace
 
-void writeFrame(const std::filesystem::path& file, FileFormat format, const image::Image& picture) {
-  write(file, format, opaque(picture) ? image::withChannels(picture, 3) : picture);
+void writeFrame(const std::filesystem::path& file, FileFormat format, const image::Image& picture,
+                const std::string& record) {
+  write(file, format, opaque(picture) ? image::withChannels(picture, 3) : picture, record);
 }
 
 }  // namespace quillmere::app

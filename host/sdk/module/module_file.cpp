@@ -46,18 +46,23 @@ fs::path ModuleFile::in(const fs::path& folder) {
 }
 
 ModuleFile::ModuleFile(fs::path file) : path_(std::move(file)), handle_(open(path_)) {
-  entry_ = reinterpret_cast<Entry>(dlsym(handle_, "c4d_main"));
+  entry_ = reinterpret_cast<Entry>(find("c4d_main"));
   if (entry_) return;
   dlclose(handle_);
   throw Error("cannot use module '" + path_.string() + "': it has no entry c4d_main; name a module made for this host");
 }
 
 ModuleFile::~ModuleFile() {
-  entry_(cinema::C4DPL_END, nullptr, nullptr, nullptr);
+  if (begun_) entry_(cinema::C4DPL_END, nullptr, nullptr, nullptr);
   dlclose(handle_);
 }
 
+void* ModuleFile::find(const char* symbol) const {
+  return dlsym(handle_, symbol);
+}
+
 void ModuleFile::initSystem() {
+  begun_ = true;
   const cinema::Filename file = filenameOf(path_);
   entry_(cinema::C4DPL_INIT_SYS, nullptr, nullptr, const_cast<cinema::Filename*>(&file));
 }

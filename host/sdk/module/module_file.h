@@ -6,7 +6,7 @@
 
 namespace quillmere::host {
 
-// A module of which the file is open. Ending this ends the module and closes the file.
+// A module of which the file is open. Ending this ends the module, if it was told to begin, and closes the file.
 class ModuleFile {
  public:
   // The one module in the folder, by its suffix. Throws Error.
@@ -20,6 +20,8 @@ class ModuleFile {
 
   const std::filesystem::path& path() const { return path_; }
 
+  void* find(const char* symbol) const;  // null when the module has no such symbol
+
   void initSystem();                           // tells the module where it lies
   bool message(cinema::Int32 id, void* data);  // the module's answer
   bool start();                                // false: it doesn't want to start
@@ -30,6 +32,7 @@ class ModuleFile {
   std::filesystem::path path_;
   void* handle_;
   Entry entry_;
+  bool begun_ = false;
 };
 
 }  // namespace quillmere::host

@@ -1,0 +1,85 @@
+#include "like_option.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+
+#include "failure.h"
+#include "provenance/picture_record.h"
+#include "provenance/repetition.h"
+#include "run.h"
+
+namespace quillmere::app {
+namespace {
+
+bool given(const CLI::App& command, const char* option) {
+  return command.count(option) > 0;
+}
+
+[[noreturn]] void refuse(const std::string& picture, const std::string& why, const std::string& remedy) {
+  throw Failure(ExitStatus::Failed, "picture '" + picture + "'", why, remedy);
+}
+
+template <class T>
+const T& needed(const std::optional<T>& told, const std::string& picture, const char* what, const std::string& remedy) {
+  if (!told) refuse(picture, std::string("it does not tell its ") + what, remedy);
+  return *told;
+}
+
+// The file that made `picture`, which must still be there.
+std::string present(const std::string& file, const std::string& picture, const char* what, const std::string& remedy) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(file, error)) {
+    refuse(picture, std::string("the file of its ") + what + ", '" + file + "', is gone", remedy);
+  }
+  return file;
+}
+
+void takeScene(const Repetition& made, const std::string& picture, const CLI::App& command, Likened& options) {
+  SceneOptions& scene = options.scene;
+  if (scene.scene.empty()) {
+    const std::string remedy = "give the scene: quillmere render SCENE --like '" + picture + "'";
+    scene.scene = present(needed(made.scene, picture, "scene", remedy), picture, "scene", remedy);
+  }
+  if (!given(command, "--camera")) scene.camera = made.camera.value_or("");
+  if (!given(command, "--fps")) scene.fps = made.fps.value_or(scene.fps);
+  if (!given(command, "--size")) scene.size = needed(made.size, picture, "size", "give it with --size");
+  if (given(command, "--frames")) return;
+  const std::int32_t frame = needed(made.frame, picture, "frame", "give it with --frames");
+  options.frames = {frame, frame, 1};
+}
+
+void takeWorkflow(const Repetition& made, const std::string& picture, EffectOptions& effect) {
+  const std::string itself =
+      "give the workflow with --workflow; a PNG that a render has written holds its own: "
+      "--workflow '" +
+      picture + "'";
+  effect.workflow = present(needed(made.workflow, picture, "workflow", itself), picture, "workflow", itself);
+  if (workflowChanged(made, effect.workflow)) {
+    printError("warning: the workflow '" + effect.workflow + "' has changed since '" + picture + "' was made\n  " +
+               itself);
+  }
+}
+
+}  // namespace
+
+void addLike(CLI::App& command, std::string& picture) {
+  command.get_option("SCENE")->required(false);
+  command
+      .add_option("--like", picture,
+                  "Repeat what made a picture: scene, camera, frame, size, prompts, workflow\n"
+                  "and seed; what else is given goes before it")
+      ->type_name("PICTURE")
+      ->excludes("--settings");
+}
+
+std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Likened options) {
+  const Repetition made = repetitionOf(recordOf(picture), picture);
+  takeScene(made, picture, command, options);
+  if (options.effect.workflow.empty()) takeWorkflow(made, picture, options.effect);
+  auto& assignments = options.effect.assignments;
+  // Of two assignments of one parameter the later one counts.
+  assignments.insert(assignments.begin(), made.assignments.begin(), made.assignments.end());
+  return needed(made.seed, picture, "seed", "render without --like");
+}
+
+}  // namespace quillmere::app

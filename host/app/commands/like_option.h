@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "options/effect_options.h"
+#include "options/frame_range.h"
+#include "options/scene_options.h"
+
+namespace CLI {
+class App;
+}
+
+namespace quillmere::app {
+
+// Adds --like, whose file goes to `picture`, and lets SCENE be left out with it.
+void addLike(CLI::App& command, std::string& picture);
+
+// What a render is told that --like fills in, where the command line leaves it open.
+struct Likened {
+  SceneOptions& scene;
+  FrameRange& frames;
+  EffectOptions& effect;
+};
+
+// Takes over how `picture` was made, but for what was written on the parsed `command`. Returns the seed to render with.
+// Throws Failure when the picture doesn't tell, or its scene or workflow is gone.
+std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Likened options);
+
+}  // namespace quillmere::app

@@ -1,0 +1,84 @@
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <memory>
+
+#include "commands.h"
+#include "process/output.h"
+#include "progress/report.h"
+#include "progress/text_cells.h"
+#include "provenance/picture_record.h"
+
+namespace quillmere::app {
+namespace {
+
+struct Options {
+  std::string picture;
+  bool json = false;
+};
+
+struct Row {
+  const char *key, *label;
+};
+// In the order in which they are shown; numbers and texts alike.
+constexpr std::array kRows{
+    Row{"effective_prompt", "given to the model"},
+    Row{"system_prompt", "system prompt"},
+    Row{"prompt", "prompt"},
+    Row{"workflow_path", "workflow"},
+    Row{"workflow_id", "workflow ID"},
+    Row{"backend", "back end"},
+    Row{"seed", "seed"},
+    Row{"scene", "scene"},
+    Row{"camera", "camera"},
+    Row{"frame", "frame"},
+    Row{"fps", "frames per second"},
+    Row{"width", "width"},
+    Row{"height", "height"},
+    Row{"guide_mode", "guide mode"},
+    Row{"guide", "guide"},
+    Row{"style", "style"},
+    Row{"server", "server"},
+    Row{"server_version", "server version"},
+    Row{"checkpoint", "checkpoint"},
+    Row{"controlnet", "ControlNet"},
+    Row{"helper_version", "helper version"},
+    Row{"host_version", "host version"},
+};
+constexpr std::size_t kLabelWidth = 20;
+
+std::string rowsOf(const Json& record) {
+  std::string rows;
+  for (const auto& [key, label] : kRows) {
+    const auto value = record.find(key);
+    if (value == record.end() || value->is_null() || value->is_structured()) continue;
+    const std::string text = value->is_string() ? value->get<std::string>() : value->dump();
+    std::string head = label;
+    head.resize(kLabelWidth, ' ');
+    if (!text.empty()) rows += head + printable(text) + "\n";
+  }
+  return rows;
+}
+
+ExitStatus run(const Options& options) {
+  const Json record = recordOf(options.picture);
+  Output(STDOUT_FILENO).write(options.json ? lineOf(record) : rowsOf(record));
+  return ExitStatus::Done;
+}
+
+}  // namespace
+
+Action addShow(CLI::App& command) {
+  const auto options = std::make_shared<Options>();
+  command.add_option("PICTURE", options->picture, "A picture that a render has written")->required()->type_name("");
+  command.add_flag("--json", options->json, "Print all of it as a JSON object, the workflow's content too");
+  command.footer(
+      "What is kept in the picture goes before its side file PICTURE.json.\n"
+      "Examples:\n"
+      "  quillmere show render_0012.png\n"
+      "  quillmere render --like render_0012.png --size 3840x2160");
+  return [options] { return run(*options); };
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "effect/plugin_location.h"
+#include "progress/report.h"
+
+namespace quillmere::app {
+
+// What the module declares of itself to the host, as an object. Throws host::Error when the module can't be opened or
+// declares nothing.
+Json moduleDeclaration(const PluginFolder& plugin);
+
+// The object as lines of two columns, in its order.
+std::string linesOf(const Json& declaration);
+
+}  // namespace quillmere::app
