@@ -18,7 +18,7 @@ namespace {
 
 constexpr png_alloc_size_t kMaxTextBytes = 32U << 20U;
 constexpr png_uint_32 kMaxTexts = 16;
-constexpr png_byte kSkippedChunks[] = "IDAT\0iCCP\0sPLT\0eXIf\0hIST";
+constexpr png_byte kSkippedChunks[] = "iCCP\0sPLT\0eXIf\0hIST";
 constexpr int kSkippedCount = sizeof(kSkippedChunks) / 5;
 constexpr std::size_t kSignature = 8;  // bytes
 
@@ -36,7 +36,7 @@ class TextReader {
   TextReader(const TextReader&) = delete;
   TextReader& operator=(const TextReader&) = delete;
 
-  bool readAll();
+  bool readTexts();
   // Both valid as long as this lives.
   std::span<const png_text> texts() const {
     png_textp first = nullptr;
@@ -65,7 +65,7 @@ class TextReader {
   char message_[256] = "there is not enough memory";
 };
 
-bool TextReader::readAll() {
+bool TextReader::readTexts() {
   if (setjmp(escape_) != 0) return false;
   png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, fail, ignore);
   info_ = png_ != nullptr ? png_create_info_struct(png_) : nullptr;
@@ -76,7 +76,6 @@ bool TextReader::readAll() {
   png_set_chunk_cache_max(png_, kMaxTexts + 1);  // the library counts down to 1
   png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kSkippedChunks, kSkippedCount);
   png_read_info(png_, info_);
-  png_read_end(png_, info_);
   return true;
 }
 
@@ -98,7 +97,7 @@ std::optional<std::string> textIn(const fs::path& file, const std::string& keywo
   if (!looksLikePng({start.data(), length})) return {};
   std::rewind(stream.get());
   TextReader reader(stream.get());
-  if (!reader.readAll()) throwDamaged(reader.message());
+  if (!reader.readTexts()) throwDamaged(reader.message());
   for (const png_text& text : reader.texts()) {
     if (keyword == text.key && text.text != nullptr) return text.text;
   }

@@ -23,7 +23,7 @@ struct Row {
 };
 // In the order in which they are shown; numbers and texts alike.
 constexpr std::array kRows{
-    Row{"effective_prompt", "given to the model"},
+    Row{"effective_prompt", "prompt"},
     Row{"system_prompt", "system prompt"},
     Row{"prompt", "prompt"},
     Row{"workflow_path", "workflow"},
@@ -53,6 +53,7 @@ std::string rowsOf(const Json& record) {
   for (const auto& [key, label] : kRows) {
     const auto value = record.find(key);
     if (value == record.end() || value->is_null() || value->is_structured()) continue;
+    if (key == std::string_view("effective_prompt") && record.contains("prompt")) continue;  // made of those below
     const std::string text = value->is_string() ? value->get<std::string>() : value->dump();
     std::string head = label;
     head.resize(kLabelWidth, ' ');

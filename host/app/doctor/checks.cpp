@@ -2,8 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "effect/effect_session.h"
 #include "effect/workflow_choice.h"
@@ -15,6 +18,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using State = Finding::State;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kPatience{60'000};  // for all workflows of the catalog
+constexpr std::chrono::milliseconds kPatienceEach{30'000};
 
 bool isFile(const fs::path& file) {
   std::error_code error;
@@ -71,8 +78,13 @@ std::optional<std::vector<Workflow>> module(const PluginFolder& plugin, const fs
 }
 
 void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& plugin, std::vector<Finding>& findings) {
-  for (const Workflow& workflow : catalog) findings.push_back(checkWorkflow(plugin, workflow.name, workflow.file));
-  if (catalog.empty()) findings.push_back(checkWorkflow(plugin, "example", plugin.exampleWorkflow()));
+  const Clock::time_point end = Clock::now() + kPatience;
+  const auto check = [&](const std::string& name, const fs::path& file) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+    findings.push_back(checkWorkflow(plugin, name, file, std::min(left, kPatienceEach)));
+  };
+  for (const Workflow& workflow : catalog) check(workflow.name, workflow.file);
+  if (catalog.empty()) check("example", plugin.exampleWorkflow());
 }
 
 }  // namespace
@@ -84,7 +96,9 @@ std::vector<Finding> examine(const PluginFolder& plugin, const fs::path& writeDi
   findings.push_back(writeFolder(writeDirectory));
   if (!catalog) return findings;
   findings.push_back(catalogFinding(*catalog));
-  if (helperRuns) checkWorkflows(*catalog, plugin, findings);
+  if (!helperRuns) return findings;
+  for (Finding& finding : checkServers(plugin)) findings.push_back(std::move(finding));
+  checkWorkflows(*catalog, plugin, findings);
   return findings;
 }
 

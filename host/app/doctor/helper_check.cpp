@@ -1,6 +1,7 @@
 #include "helper_check.h"
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "process/child_run.h"
 
@@ -10,7 +11,7 @@ namespace {
 using State = Finding::State;
 using nlohmann::json;
 
-constexpr std::chrono::seconds kPatience{30};
+constexpr std::chrono::seconds kServersPatience{15};  // the helper gives each kind of server 3 s for an answer
 
 std::string textAt(const json& answer, const char* key) {
   const auto found = answer.is_object() ? answer.find(key) : answer.end();
@@ -27,30 +28,68 @@ std::string lastLine(const std::string& text) {
 }
 
 std::string reasonOf(const ChildResult& result, const json& answer) {
-  if (result.end == ChildResult::End::TimedOut) return "the helper did not answer within 30 s";
+  if (result.end == ChildResult::End::TimedOut) return "the helper did not answer in time";
   std::string told = textAt(answer, "problem");
   if (!told.empty()) return told;
   const std::string said = lastLine(result.errors);
   return said.empty() ? "the helper ended without an answer" : said;
 }
 
+// The helper's problems end in what to do about them.
+Finding problem(const std::string& subject, State state, const std::string& told) {
+  const std::size_t cut = told.rfind("; ");
+  if (cut == std::string::npos) return {subject, state, told, {}};
+  return {subject, state, told.substr(0, cut), told.substr(cut + 2)};
+}
+
+Finding serverFinding(const json& answer) {
+  const std::string subject = "server " + textAt(answer, "kind"), url = textAt(answer, "url");
+  const auto ok = answer.find("ok");
+  if (ok != answer.end() && *ok == true) {
+    const std::string version = textAt(answer, "version");
+    return {subject, State::Ok, url + (version.empty() ? " answers" : " answers: " + version), {}};
+  }
+  return problem(subject, State::Note, textAt(answer, "problem"));
+}
+
 }  // namespace
 
-Finding checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file) {
+std::vector<Finding> checkServers(const PluginFolder& plugin) {
+  const ChildResult result = runChild({"python3", plugin.helper().string(), "--servers", "--json"}, kServersPatience);
+  std::vector<Finding> findings;
+  std::istringstream lines(result.output);
+  for (std::string line; std::getline(lines, line);) {
+    const json answer = json::parse(line, nullptr, false);
+    if (!textAt(answer, "kind").empty()) findings.push_back(serverFinding(answer));
+  }
+  if (findings.empty()) findings.push_back({"servers", State::Note, reasonOf(result, {}), {}});
+  return findings;
+}
+
+Finding checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
+                      std::chrono::milliseconds patience) {
   const std::string subject = "workflow " + name;
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error)) {
     return {subject, State::Broken, "'" + file.string() + "' is missing",
             "export the workflow there, or choose another"};
   }
-  const ChildResult result =
-      runChild({"python3", plugin.helper().string(), "--check", file.string(), "--json"}, kPatience);
+  const std::vector<std::string> check{"python3", plugin.helper().string(), "--check", file.string(), "--json"};
+  if (patience <= std::chrono::milliseconds(0)) {
+    return {subject, State::Note, "not checked: the checks before took too long",
+            "run: " + check[0] + " '" + check[1] + "' --check '" + check[3] + "'"};
+  }
+  const ChildResult result = runChild(check, patience);
   const json answer = json::parse(result.output, nullptr, false);
   if (result.end == ChildResult::End::Exited && result.status == 0) {
     const std::string backEnd = textAt(answer, "backend");
-    return {subject, State::Ok, backEnd.empty() ? "can be run" : "runs on " + backEnd, {}};
+    const std::string server = textAt(answer, "server"), version = textAt(answer, "version");
+    std::string where = backEnd.empty() ? "can be run" : "runs on " + backEnd;
+    if (!server.empty()) where += " at " + server;
+    if (!version.empty()) where += ", version " + version;
+    return {subject, State::Ok, where, {}};
   }
-  return {subject, State::Broken, reasonOf(result, answer), {}};
+  return problem(subject, State::Broken, reasonOf(result, answer));
 }
 
 }  // namespace quillmere::app

@@ -1,14 +1,21 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "effect/plugin_location.h"
 #include "finding.h"
 
 namespace quillmere::app {
 
-// Has the helper check the workflow in `file`, called `name`, and the back end that it names.
-Finding checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file);
+// Has the helper look for the servers that renders would look for. One that doesn't answer is a note: others may do.
+std::vector<Finding> checkServers(const PluginFolder& plugin);
+
+// Has the helper check the workflow in `file`, called `name`, and the back end that it names, down to the nodes and
+// models that its server lacks. It is killed after `patience`; when that is none, the finding is a note.
+Finding checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
+                      std::chrono::milliseconds patience);
 
 }  // namespace quillmere::app
