@@ -10,6 +10,9 @@ import sys
 from collections.abc import Iterable
 
 OWN = "-"  # in place of a header: the stand-alone host's own, which the application has no such symbol for
+# Declared in the headers, but for the headers' own use: the application has these compiled in, or under other names.
+OWN_SYMBOLS = ("AllocateMemoryClear", "FreeMemory", "BaseData::operator delete", "hostcall::", "NodeData::Slot",
+               "VideoPostData::Slot")
 PINS = "pinned_constants.cpp"
 
 # The demangler's words for the host's names of the same types.
@@ -47,12 +50,13 @@ def imports_of(listing: str) -> list[str]:
 
 def header_of(symbol: str, headers: dict[str, str]) -> str:
     """Where it is declared: the class's header for a member, else the one that has the function."""
+    if symbol.startswith(OWN_SYMBOLS):
+        return OWN
+    symbol = symbol.replace("maxon::", "")
     name = symbol.split("(")[0]
     if name.startswith("operator"):  # beside the class that it is for
         name = next(word for word in re.findall(r"\w+", symbol[len(name):]) if word not in ("const", "Char")) + "::"
     scope, _, member = name.rpartition("::")
-    if member.startswith("Slot"):
-        return OWN
     # A class with a body, or a name that is declared outside of one.
     declared = rf"(?:class|struct)\s+(?:QM_HOST_API\s+)?{scope}\b[^;{{(]*\{{" if scope else rf"^\S[^\n]*\b{member}\b[(;]"
     return next((file for file, text in headers.items() if re.search(declared, text, flags=re.MULTILINE)), OWN)
@@ -76,7 +80,7 @@ def constants_of(header: str) -> dict[str, int]:
     for scoped, name, body in re.findall(r"\benum\s+(class\s+)?(\w*)[^;{]*\{([^}]*)\}", header):
         entries: dict[str, int] = {}
         following = 0
-        for entry in filter(None, (entry.strip() for entry in body.split(","))):
+        for entry in [part.strip() for part in body.split(",") if part.strip()]:
             word, _, value = (part.strip() for part in entry.partition("="))
             entries[word] = number_of(value, entries) if value else following
             following = entries[word] + 1

@@ -29,8 +29,10 @@ static_assert(DTYPE_BOOL == 400006001 && DTYPE_LONG == 15 && DTYPE_STRING == 130
 static_assert(CUSTOMGUI_CYCLE == 200000180 && CUSTOMGUI_STRINGMULTI == 200000007 && CUSTOMGUI_LINKBOX == 1009415,
               "fields of a described parameter");
 static_assert(Int32(DESCFLAGS_DESC::LOADED) == 2 && Int32(DESCFLAGS_GET::PARAM_GET) == 2 &&
-                  Int32(DESCFLAGS_SET::PARAM_SET) == 2,
+                  Int32(DESCFLAGS_SET::PARAM_SET) == 2 && Int32(DESCFLAGS_GET::NONE) == 0 &&
+                  Int32(DESCFLAGS_SET::NONE) == 0,
               "answers about parameters");
+static_assert(Int32(STRINGENCODING::UTF8) == 4, "texts");
 
 static_assert(Ocamera == 5103, "what the camera link accepts");
 static_assert(RDATA_XRES == 5008 && RDATA_YRES == 5009 && RDATA_SAVEIMAGE == 5076 &&

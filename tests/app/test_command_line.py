@@ -9,7 +9,7 @@ SCENE = ["scene.gltf", "--plugin", "plugin", "--write-dir", "write", "--size", "
 # arguments, exit status, pattern in standard output, pattern in standard error
 CASES = [
     ([], 2, "", "quillmere: arguments: A subcommand is required"),
-    (["--help"], 0, "render.*guide.*cameras.*workflows.*doctor", "^$"),
+    (["--help"], 0, "render.*guide.*cameras.*workflows.*show.*doctor", "^$"),
     (["--version"], 0, r"^quillmere \d+\.\d+\.\d+\n$", "^$"),
     (["render", "--help"], 0, "--frames A|A-B|A-BxSTEP.*Examples", "^$"),
     (["guide", "--help"], 0, "FILE.png REQUIRED", "^$"),

@@ -48,13 +48,14 @@ void takeScene(const Repetition& made, const std::string& picture, const CLI::Ap
   options.frames = {frame, frame, 1};
 }
 
-void takeWorkflow(const Repetition& made, const std::string& picture, EffectOptions& effect) {
+void takeWorkflow(const Repetition& made, const nlohmann::ordered_json& record, const std::string& picture,
+                  EffectOptions& effect) {
   const std::string itself =
       "give the workflow with --workflow; a PNG that a render has written holds its own: "
       "--workflow '" +
       picture + "'";
   effect.workflow = present(needed(made.workflow, picture, "workflow", itself), picture, "workflow", itself);
-  if (workflowChanged(made, effect.workflow)) {
+  if (workflowChanged(record, effect.workflow)) {
     printError("warning: the workflow '" + effect.workflow + "' has changed since '" + picture + "' was made\n  " +
                itself);
   }
@@ -73,9 +74,10 @@ void addLike(CLI::App& command, std::string& picture) {
 }
 
 std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Likened options) {
-  const Repetition made = repetitionOf(recordOf(picture), picture);
+  const nlohmann::ordered_json record = recordOf(picture);
+  const Repetition made = repetitionOf(record, picture);
   takeScene(made, picture, command, options);
-  if (options.effect.workflow.empty()) takeWorkflow(made, picture, options.effect);
+  if (options.effect.workflow.empty()) takeWorkflow(made, record, picture, options.effect);
   auto& assignments = options.effect.assignments;
   // Of two assignments of one parameter the later one counts.
   assignments.insert(assignments.begin(), made.assignments.begin(), made.assignments.end());

@@ -6,9 +6,15 @@
 namespace quillmere::app {
 namespace {
 
+std::string textOf(const Json& value) {
+  if (!value.is_object()) return value.get<std::string>();
+  std::string text = value["name"].get<std::string>();
+  return text.append(" in ").append(value["unit"].get<std::string>());
+}
+
 std::string line(std::string subject, const Json& value) {
   subject.resize(12, ' ');
-  return subject + printable(value.get<std::string>()) + "\n";
+  return subject + printable(textOf(value)) + "\n";
 }
 
 }  // namespace
@@ -20,7 +26,7 @@ Json moduleDeclaration(const PluginFolder& plugin) {
                       "': it has none; build it with project/registration.py's source in it");
   }
   Json entities = Json::array();
-  for (const auto& [name, unit] : declared->entities) entities.push_back(name + " in " + unit);
+  for (const auto& [name, unit] : declared->entities) entities.push_back({{"name", name}, {"unit", unit}});
   return {{"identifier", declared->identifier},
           {"unit", declared->units},
           {"entity", entities},

@@ -5,8 +5,8 @@
 
 namespace quillmere::app {
 
-// What the module declares of itself to the host, as an object. Throws host::Error when the module can't be opened or
-// declares nothing.
+// What the module declares of itself to the host, as an object of a text or a list for each subject. Throws host::Error
+// when the module can't be opened or declares nothing.
 Json moduleDeclaration(const PluginFolder& plugin);
 
 // The object as lines of two columns, in its order.

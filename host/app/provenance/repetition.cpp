@@ -99,21 +99,21 @@ Repetition repetitionOf(const Json& record, const fs::path& picture) {
   if (width && height) made.size = PictureSize{*width, *height};
   addPrompts(values, made.assignments);
   addGuideMode(values, made.assignments);
-  made.workflowContent = record.value("workflow", Json());
   return made;
 }
 
-bool workflowChanged(const Repetition& made, const fs::path& now) {
+bool workflowChanged(const Json& record, const fs::path& now) {
   std::ifstream stream(now, std::ios::binary);
   std::string content(kLargestWorkflow, '\0');
   stream.read(content.data(), static_cast<std::streamsize>(content.size()));
   content.resize(static_cast<std::size_t>(stream.gcount()));
-  if (!content.starts_with('{') || !made.workflowContent.is_object()) return false;
+  const auto made = record.find("workflow");
+  if (!content.starts_with('{') || made == record.end() || !made->is_object()) return false;
   try {
     const Json present = parsedRecord(content, now.string());
     // The record has the graph itself in place of its file's name.
     const bool elsewhere = present.contains("graph") && present["graph"].is_string();
-    return !elsewhere && nlohmann::json(present) != nlohmann::json(made.workflowContent);
+    return !elsewhere && nlohmann::json(present) != nlohmann::json(*made);
   } catch (const Failure&) {
     return true;
   }

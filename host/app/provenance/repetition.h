@@ -19,13 +19,12 @@ struct Repetition {
   std::optional<PictureSize> size;
   std::optional<std::uint64_t> seed;
   std::vector<Assignment> assignments;  // of the prompts and the guide mode
-  nlohmann::ordered_json workflowContent;
 };
 
 // `picture` is for messages. Throws Failure for a value that no render can have had.
 Repetition repetitionOf(const nlohmann::ordered_json& record, const std::filesystem::path& picture);
 
-// Whether the workflow file `now` holds something else than it did for the picture, as far as that can be told.
-bool workflowChanged(const Repetition& made, const std::filesystem::path& now);
+// Whether the workflow file `now` holds something else than the record's, as far as that can be told.
+bool workflowChanged(const nlohmann::ordered_json& record, const std::filesystem::path& now);
 
 }  // namespace quillmere::app

@@ -1,0 +1,251 @@
+"""What made a picture: shown, and rendered again, with the real helper and its embedded back end."""
+
+import json
+import os
+import struct
+import subprocess
+import sys
+import zlib
+
+from stage import PLUGIN, Stage
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "python"))
+
+from comfy_classes import graph  # noqa: E402
+from comfy_server import ComfyServer  # noqa: E402
+
+RANDOM_INK = {"backend": "embedded", "parameters": {"seed": "random"}}
+RECORD = {"helper_version": "0.1.0", "frame": 2, "width": 24, "height": 16, "seed": 5, "prompt": "fog", "system_prompt": ""}
+
+
+def chunk(kind: bytes, data: bytes) -> bytes:
+    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+
+def png(*chunks: bytes) -> bytes:
+    header = chunk(b"IHDR", struct.pack(">IIBBBBB", 1, 1, 8, 0, 0, 0, 0))
+    return b"\x89PNG\r\n\x1a\n" + header + b"".join(chunks) + chunk(b"IDAT", zlib.compress(b"\0\0")) + chunk(b"IEND", b"")
+
+
+def text(content: bytes, keyword: bytes = b"quillmere") -> bytes:
+    return chunk(b"iTXt", keyword + b"\0\0\0\0\0" + content)
+
+
+def packed(content: bytes) -> bytes:
+    return chunk(b"iTXt", b"quillmere\0\1\0\0\0" + zlib.compress(content))
+
+
+class RealHelper(Stage):
+    def setUp(self) -> None:
+        super().setUp()
+        self.env["PATH"] = os.environ["PATH"]
+        for name in ("QUILLMERE_PROVENANCE", "QUILLMERE_SEED", "QUILLMERE_A1111_URL"):
+            self.env.pop(name, None)
+        self.write("ink.json", json.dumps(RANDOM_INK).encode())
+
+    def write(self, name: str, content: bytes) -> str:
+        (self.folder / name).write_bytes(content)
+        return name
+
+    def rendered(self, *arguments: str) -> dict:
+        """Renders into a.png and p/, and returns what made the picture."""
+        done = self.repeated(*arguments)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        return json.loads(self.run_command("show", "a.png", "--json").stdout)
+
+    def repeated(self, *arguments: str, output: str = "a.png") -> subprocess.CompletedProcess:
+        where = ["--plugin", str(PLUGIN), "--write-dir", "write", "--output-dir", "p", "--quiet"]
+        return self.run_command("render", *where, "--output", output, *arguments)
+
+    def first(self, *more: str) -> dict:
+        arguments = ["--workflow", "ink.json", "--frames", "2", "--camera", "Chart", "--guide", "final", "--size", "48x32"]
+        return self.rendered("scene.gltf", *arguments, *more)
+
+    def generated(self) -> list:
+        return sorted(f"p/{file.name}" for file in (self.folder / "p").glob("*.png"))
+
+    def bytes_of(self, *names: str) -> list:
+        return [(self.folder / name).read_bytes() for name in names]
+
+
+class Show(RealHelper):
+    def test_a_picture_tells_what_made_it(self) -> None:
+        record = self.first("--prompt", "fog\nand \x1b[2Jrain", "--system-prompt", "Draw.")
+        expected = {
+            "scene": str(self.folder / "scene.gltf"), "camera": "Chart", "fps": 30, "guide_mode": "final", "workflow_id": "",
+            "system_prompt": "Draw.", "prompt": "fog\nand \x1b[2Jrain", "effective_prompt": "Draw. fog\nand \x1b[2Jrain",
+            "frame": 2, "width": 48, "height": 32, "workflow_path": str(self.folder / "ink.json"), "workflow": RANDOM_INK,
+        }  # fmt: skip
+        self.assertEqual({key: record[key] for key in expected}, expected)
+        lines = self.run_command("show", self.generated()[0]).stdout
+        self.assertRegex(lines, "prompt +fog and \ufffd\\[2Jrain\n(.|\n)*seed +%d\n" % record["seed"])
+        self.repeated("scene.gltf", "--size", "8x8", output="a.exr")
+        self.assertRegex(self.run_command("show", "a.exr").stdout, "width +8\n")
+
+    def test_of_picture_and_side_file_the_picture_goes_first(self) -> None:
+        self.write("a.jpg.json", json.dumps({**RECORD, "prompt": "side"}).encode())
+        self.write("a.png.json", json.dumps({**RECORD, "prompt": "side"}).encode())
+        inside = text(json.dumps({**RECORD, "prompt": "inside"}).encode())
+        for name, content, prompt in (
+            ("a.jpg", b"\xff\xd8\xff", "side"),
+            ("a.png", png(), "side"),
+            ("a.png", png(inside), "inside"),
+            ("a.png", png(text(b"{}", b"prompt"), inside, text(b"{}")), "inside"),
+            ("a.png", png(packed(json.dumps({**RECORD, "prompt": "inside"}).encode())), "inside"),
+        ):
+            with self.subTest(name, content=content[:99]):
+                self.assertRegex(self.run_command("show", self.write(name, content)).stdout, f"prompt +{prompt}\n")
+
+    def test_what_does_not_tell_is_refused_with_its_reason(self) -> None:
+        os.mkfifo(self.folder / "pipe.png")
+        sound = text(json.dumps(RECORD).encode())
+        rows = [
+            ("none.png", None, "no such file"),
+            ("pipe.png", None, "not a file"),
+            ("plugin", None, "not a file"),
+            ("empty.png", b"", "nothing tells what made it\n.*'empty.png.json'"),
+            ("plain.png", png(), "nothing tells"),
+            ("a.png", png(text(b"{}", b"parameters")), "nothing tells"),
+            ("a.png", png(sound)[:80], "too early"),
+            ("a.png", png(sound.replace(b"fog", b"fig")), "nothing tells|CRC"),
+            ("a.png", b"\x89PNG\r\n\x1a\n" + struct.pack(">I", 0x7FFFFFFF) + b"iTXtquillmere", "cannot read picture"),
+            ("a.png", png(struct.pack(">I", 0x7FFFFFF0) + b"iTXtquillmere\0\0\0\0\0{"), "nothing tells|cannot read picture"),
+            ("a.png", png(packed(b" " * (100 << 20))), "nothing tells|cannot read picture|not JSON"),
+            ("a.png", png(text(b"x", b"a") * 100_000, sound), "nothing tells"),
+            ("a.png", png(text(b"{}")), "not written by"),
+            ("a.png", png(text(b'{"helper_version": 1}')), "not written by"),
+            ("a.png", png(text(b"[]")), "no JSON object"),
+            ("a.png", png(text(b'{"a":\xff')), "damaged at byte 6"),
+            ("a.png", png(text(b'{"a":' * 500_000 + b"1" + b"}" * 500_000)), "nested more than 100"),
+            ("side.jpg", b"", "side file 'side.jpg.json': it is damaged"),
+        ]
+        self.write("side.jpg.json", b"{")
+        for name, content, why in rows:
+            with self.subTest(name, content=(content or b"")[33:120], why=why):
+                done = self.run_command("show", name if content is None else self.write(name, content))
+                self.assertEqual((done.returncode, done.stdout), (1, ""))
+                self.assertRegex(done.stderr, "quillmere: (.|\n)*" + why)
+                self.assertRegex(done.stderr, "; |\n  ")
+
+
+class Like(RealHelper):
+    def test_a_repeated_picture_is_the_same(self) -> None:
+        seed = self.first("--prompt", "fog")["seed"]
+        self.assertNotEqual(self.first("--prompt", "fog")["seed"], seed)
+        one, two = self.generated()
+        frame = self.bytes_of("a.png")
+        self.rendered("--like", two)
+        again = self.generated()[2]
+        self.assertEqual(*self.bytes_of(two, again))
+        self.assertEqual(self.bytes_of("a.png"), frame)
+        self.assertNotEqual(*self.bytes_of(one, again))
+
+    def test_a_server_is_given_the_same_graph_again(self) -> None:
+        server = ComfyServer()
+        self.addCleanup(server.stop)
+        self.env["QUILLMERE_COMFYUI_URL"] = server.url
+        self.write("beside.json", json.dumps(graph()).encode())
+        for seed in ("random", "workflow"):
+            with self.subTest(seed):
+                server.log.clear()
+                workflow = {"backend": "comfyui", "graph": "beside.json", "parameters": {"seed": seed}}
+                self.write("comfy.json", json.dumps(workflow).encode())
+                made = self.rendered("scene.gltf", "--workflow", "comfy.json", "--size", "64x32")
+                self.assertEqual((made["server"], made["server_version"]), (server.url, "0.3.64"))
+                self.assertEqual(self.repeated("--like", "a.png").stderr, "")
+                first, second = (json.loads(body)["prompt"] for _, path, _, body in server.log if path == "/prompt")
+                self.assertEqual(first["7"]["inputs"]["seed"], made["seed"])
+                for node in ("4", "9"):  # the guide and the result have names of their own in each job
+                    del first[node]["inputs"], second[node]["inputs"]
+                self.assertEqual(first, second)
+
+    def test_what_is_given_goes_before_what_the_picture_tells(self) -> None:
+        made = self.first("--prompt", "fog", "--system-prompt", "Draw.")
+        self.write("other.json", b'{"backend": "embedded"}')
+        (self.folder / "moved").mkdir()
+        os.rename(self.folder / "scene.gltf", self.folder / "moved/scene.gltf")
+        for arguments, changes in (
+            (["--prompt", "rain"], {"prompt": "rain"}),
+            (["--set", "QUILLMERE_PROMPT=rain", "--guide", "quick"], {"prompt": "rain", "guide_mode": "quick"}),
+            (["--size", "20x10", "--fps", "25"], {"width": 20, "height": 10, "fps": 25}),
+            (["--frames", "7", "--camera", "Pier"], {"frame": 7, "camera": "Pier"}),
+            (["--workflow", "other.json"], {"workflow_path": str(self.folder / "other.json"), "workflow": {"backend": "embedded"}}),
+        ):
+            with self.subTest(arguments):
+                self.write("like.png", png(text(json.dumps(made).encode())))
+                again = self.rendered("moved/scene.gltf", "--like", "like.png", *arguments)
+                expected = {**made, "scene": str(self.folder / "moved/scene.gltf"), **changes}
+                for record in (again, expected):
+                    del record["guide"], record["effective_prompt"]
+                self.assertEqual(again, expected)
+
+    def test_a_prompt_too_long_for_the_environment_is_repeated_too(self) -> None:
+        (self.folder / "long.txt").write_text("fog " * 60_000)
+        made = self.first("--prompt-file", "long.txt")
+        self.assertNotIn("prompt", made)
+        self.assertEqual(self.rendered("--like", "a.png")["effective_prompt"], made["effective_prompt"])
+
+    def test_a_changed_or_lost_workflow_can_be_had_from_the_picture(self) -> None:
+        self.first()
+        os.rename(self.folder / "a.png", self.folder / "b.png")
+        before = self.bytes_of("ink.json")[0]
+        for content, status, told in ((before, 0, "^$"), (b'{"backend": "embedded"}', 0, "has changed"), (None, 1, "gone")):
+            with self.subTest(told):
+                self.write("ink.json", content) if content else (self.folder / "ink.json").unlink()
+                done = self.repeated("--like", "b.png")
+                self.assertEqual(done.returncode, status, done.stderr)
+                self.assertRegex(done.stderr, told if content == before else f"{told}(.|\n)*--workflow 'b.png'")
+        self.assertEqual(self.rendered("--like", "b.png", "--workflow", "b.png")["workflow"], RANDOM_INK)
+
+    def test_what_a_picture_lacks_or_lies_about_is_named(self) -> None:
+        sound = {**RECORD, "scene": str(self.folder / "scene.gltf"), "workflow_path": str(self.folder / "ink.json")}
+        self.write("like.png", png(text(json.dumps(sound).encode())))
+        self.assertEqual(self.repeated("--like", "like.png").returncode, 0)
+        (self.folder / "a.png").unlink()
+        for changes, why in (
+            ({"scene": None}, "does not tell its scene\n.*render SCENE --like"),
+            ({"scene": "/dev/zero"}, "'/dev/zero', is gone"),
+            ({"scene": ["a"]}, '"scene" .* is no text'),
+            ({"camera": "Mast"}, "camera 'Mast'.*\n.*'Pier'"),
+            ({"workflow_path": None}, "does not tell its workflow"),
+            ({"prompt": "a\0b"}, '"prompt" .* no text that can be given'),
+            ({"frame": 1 << 31}, '"frame" .* no whole number'),
+            ({"frame": 1 << 63}, '"frame" .* no whole number'),
+            ({"width": 0}, '"width" .* no whole number from 1'),
+            ({"height": 1.5}, '"height" .* no whole number'),
+            ({"seed": None}, "does not tell its seed"),
+            ({"seed": -1}, '"seed" .* no whole number'),
+            ({"seed": 1 << 64}, '"seed" .* no whole number'),
+        ):
+            with self.subTest(changes):
+                self.write("like.png", png(text(json.dumps({**sound, **changes}).encode())))
+                done = self.repeated("--like", "like.png")
+                self.assertIn(done.returncode, (1, 2))
+                self.assertRegex(done.stderr, why)
+                self.assertFalse((self.folder / "a.png").exists())
+
+
+class Doctor(RealHelper):
+    def test_servers_and_the_workflows_that_they_can_run(self) -> None:
+        server = ComfyServer()
+        self.addCleanup(server.stop)
+        self.catalog(("good", "Good"), ("model", "No Model"), ("node", "No Node"))
+        for name, changes in (("good", {}), ("model", {"ckpt_name": "lost.safetensors"}), ("node", {})):
+            made = graph()
+            made["1"]["inputs"].update(changes)
+            if name == "node":
+                made["9"]["class_type"] = "LostNode"
+            self.write(f"home/.quillmere/workflows/{name}.json", json.dumps(made).encode())
+        self.env["QUILLMERE_A1111_URL"] = "http://127.0.0.1:1"
+        for url, states in ((server.url, ["ok", "note", "ok", "broken", "broken"]), ("http://127.0.0.1:1", ["note", "note"] + ["broken"] * 3)):
+            self.env["QUILLMERE_COMFYUI_URL"] = url
+            done = self.run_command("doctor", "--plugin", str(PLUGIN), "--write-dir", "write", "--json")
+            found = {entry["check"]: entry for entry in json.loads(done.stdout)}
+            names = ["server ComfyUI", "server A1111-compatible", "workflow Good", "workflow No Model", "workflow No Node"]
+            self.assertEqual([found[name]["state"] for name in names], states, found)
+            self.assertEqual(done.returncode, 1)
+            for name, state in zip(names, states):
+                self.assertEqual(found[name]["remedy"] != "", state != "ok", found[name])
+            if url == server.url:
+                for name, told in zip(names, ("0.3.64", "does not answer", url, "lost.safetensors", "LostNode")):
+                    self.assertIn(told, found[name]["detail"])
