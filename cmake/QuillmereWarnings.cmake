@@ -4,6 +4,10 @@ function(quillmere_warnings target)
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
     # GCC 12 sees overlapping copies in "literal" + std::string where there are none (GCC bug 105651).
     target_compile_options(${target} PRIVATE -Wno-restrict)
+    if(QUILLMERE_SANITIZE)
+      # Nor does it follow the standard library's own <regex> through the sanitizers' checks (GCC bug 105562).
+      target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+    endif()
   endif()
   if(QUILLMERE_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
