@@ -21,11 +21,13 @@ class Job:
     status: Status
     outputs: Outputs
 
-    def deliver(self, pictures: Sequence[tuple[bytes, str]], seed: int, facts: Mapping[str, Any]) -> None:
-        """Writes whole picture files, each given with its kind, together with what made them: the request, and `facts`
-        that the back end adds or knows better."""
+    def deliver(
+        self, pictures: Sequence[tuple[bytes, str]], seeds: Sequence[int], facts: Mapping[str, Any]
+    ) -> None:
+        """Writes whole picture files, each given with its kind and its seed, together with what made them: the request,
+        and `facts` that the back end adds or knows better."""
         self.status.tell("write", "Writing the picture", 0.99)
-        for content, kind in pictures:
+        for (content, kind), seed in zip(pictures, seeds):
             made = provenance.facts_of(
                 self.request, self.workflow.content, seed, {**facts, "backend": self.workflow.backend}
             )

@@ -62,6 +62,8 @@ class A1111(RenderCase):
             self.assertEqual(
                 chunks[b"IHDR"][:8].tobytes(), b"\0\0\0\x10\0\0\0\x09", "the overview was taken for a picture"
             )
+        second = json.loads((self.outputs / "shot_f3_2.png.json").read_text())
+        self.assertEqual(second["seed"], 41)
         facts = json.loads((self.outputs / "shot_f3_1.png.json").read_text())
         wanted = {
             "seed": 40,

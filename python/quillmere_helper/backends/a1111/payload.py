@@ -64,9 +64,9 @@ def control_model(server: A1111, settings: Settings) -> Optional[str]:
     return found
 
 
-def pictures(content: Any) -> tuple[list[tuple[bytes, str]], Optional[int]]:
+def pictures(content: Any, asked: int) -> tuple[list[tuple[bytes, str]], list[int]]:
     """The pictures of an answer, without the overview that may come first and the maps that may come last, and the
-    seed of the first one."""
+    seed of each: the one `asked` for where the server doesn't tell."""
     listed = content.get("images") if isinstance(content, dict) else None
     info = _info(content.get("info")) if isinstance(content, dict) else {}
     seeds = info.get("all_seeds")
@@ -77,7 +77,8 @@ def pictures(content: Any) -> tuple[list[tuple[bytes, str]], Optional[int]]:
     made = [_picture(encoded) for encoded in chosen]
     if not made:
         raise HelperError("The server has sent no picture; see its console")
-    return made, seeds[0] if seeds and type(seeds[0]) is int else None
+    told = [told if type(told) is int else asked for told in seeds]
+    return made, (told + [asked] * len(made))[: len(made)]
 
 
 def _unit(picture: str, model: str, options: Mapping[str, Any]) -> dict[str, Any]:

@@ -48,14 +48,14 @@ class Rendering:
             content = self._called(guide, seed, control)
         except cancellation.Cancelled:
             raise cancellation.Cancelled(self._withdraw()) from None
-        pictures, told_seed = payload.pictures(content)
+        pictures, seeds = payload.pictures(content, seed)
         facts = {
             "server": settings.site.url,
             "checkpoint": settings.options["checkpoint"] or model,
             "controlnet": control,
         }
-        self._job.deliver(pictures, seed if told_seed is None else told_seed, facts)
-        return Made(seed if told_seed is None else told_seed, notes)
+        self._job.deliver(pictures, seeds, facts)
+        return Made(seeds[0], notes)
 
     def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Any:
         """The server's answer. When the connection is lost the same picture is asked for again: these servers give

@@ -44,7 +44,7 @@ class Rendering:
             raise cancellation.Cancelled(withdrawal.withdraw(self._comfy, self._ticket)) from None
         seed = wired.seed if wired.seed is not None else 0
         facts = {"server": self._source.site.url, "server_version": version, "workflow": self._source.self_contained}
-        self._job.deliver(pictures, seed, facts)
+        self._job.deliver(pictures, [seed] * len(pictures), facts)
         return Made(seed, wired.notes)
 
     def _pictures(self) -> tuple[list[tuple[bytes, str]], Wired]:

@@ -53,7 +53,7 @@ def make(job: Job) -> Made:
             picture = end.value
             break
         job.status.tell("draw", message, share)
-    job.deliver([(picture, "png")], seed, {})
+    job.deliver([(picture, "png")], [seed], {})
     return Made(seed)
 
 
