@@ -67,7 +67,7 @@ struct QM_HOST_API VolumeData : BaseVolumeData {
   VolumeData();
   VolumeData(const VolumeData&) = delete;
   VolumeData& operator=(const VolumeData&) = delete;
-  ~VolumeData();
+  ~VolumeData() = default;
   Parts* parts_;
   template <class T>
   friend struct HostSide;

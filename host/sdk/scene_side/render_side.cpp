@@ -101,7 +101,6 @@ Bool BaseThread::TestBreak() {
 }
 
 VolumeData::VolumeData() : parts_(nullptr) {}
-VolumeData::~VolumeData() = default;
 VolumeData* VolumeData::Alloc() {
   return HostSide<VolumeData>::make().release();
 }
