@@ -83,10 +83,6 @@ class RenderProcess(RenderCase):
         self.assertEqual(status, 1)
         self.assertIn(str(self.response_file), self.errors)
 
-    def test_the_version_is_the_one_of_the_project(self):
-        printed = subprocess.run([sys.executable, str(HELPER), "--version"], capture_output=True, text=True, check=True)
-        self.assertIn(f"VERSION {printed.stdout.split()[-1]} ", (ROOT / "CMakeLists.txt").read_text())
-
     def test_check_tells_which_back_end_a_workflow_is_for(self):
         rows = (({"backend": "embedded"}, "embedded", bool(with_pillow())), ({"backend": "x"}, "", False))
         for content, backend, good in rows:
