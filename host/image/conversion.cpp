@@ -73,7 +73,7 @@ void rechannelRow(const T* from, int fromChannels, T* to, int toChannels, int wi
 
 Image convert(const Image& picture, Sample sample) {
   if (picture.empty() || picture.sample() == sample) return picture;
-  Image result(picture.width(), picture.height(), picture.channels(), sample);
+  Image result(picture.width(), picture.height(), picture.channels(), sample, Filling::None);
   const std::size_t count = static_cast<std::size_t>(picture.width()) * static_cast<std::size_t>(picture.channels());
   withSampleType(picture.sample(), [&](auto from) {
     withSampleType(sample, [&](auto to) {
@@ -92,7 +92,7 @@ Image convert(Image&& picture, Sample sample) {
 
 Image withChannels(const Image& picture, int channels) {
   if (picture.empty() || picture.channels() == channels) return picture;
-  Image result(picture.width(), picture.height(), channels, picture.sample());
+  Image result(picture.width(), picture.height(), channels, picture.sample(), Filling::None);
   withSampleType(picture.sample(), [&](auto sample) {
     using T = decltype(sample);
     for (int y = 0; y < picture.height(); ++y) {

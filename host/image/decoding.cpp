@@ -32,12 +32,12 @@ void checkClaimedSize(std::uint64_t width, std::uint64_t height) {
   throw Error("it has " + sizeText(width, height) + "; scale it to at most " + std::to_string(kMaxSide) + " a side");
 }
 
-Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channels, Sample sample) {
+Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channels, Sample sample, Filling filling) {
   checkClaimedSize(width, height);
   if (width * height * static_cast<std::uint64_t>(channels) * sampleBytes(sample) > kMaxPictureBytes) {
     throw Error("its " + sizeText(width, height) + " take more than 1 GiB; scale it down or store it with 8 bits");
   }
-  return {static_cast<int>(width), static_cast<int>(height), channels, sample};
+  return {static_cast<int>(width), static_cast<int>(height), channels, sample, filling};
 }
 
 void throwDamaged(const std::string& reason) {

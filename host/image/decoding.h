@@ -20,7 +20,8 @@ inline constexpr std::size_t kMaxPictureBytes = std::size_t{1} << 30U;
 // kMaxSide.
 void checkClaimedSize(std::uint64_t width, std::uint64_t height);
 // A picture of that size. Throws Error as the check does, or when it takes more than kMaxPictureBytes.
-Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channels, Sample sample);
+Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channels, Sample sample,
+                           Filling filling = Filling::Zero);
 
 // Throws Error: the file breaks its format's rules or ends early. `reason` may be a library's own words.
 [[noreturn]] void throwDamaged(const std::string& reason);

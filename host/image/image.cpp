@@ -1,6 +1,9 @@
 #include "image.h"
 
+#include <algorithm>
 #include <new>
+
+#include "sample_values.h"
 
 namespace quillmere::image {
 
@@ -15,21 +18,14 @@ void checkShape(int width, int height, int channels) {
 
 }  // namespace
 
-Image::Image(int width, int height, int channels, Sample sample) : width_(width), height_(height), channels_(channels) {
+Image::Image(int width, int height, int channels, Sample sample, Filling filling)
+    : width_(width), height_(height), channels_(channels) {
   checkShape(width, height, channels);
-  const std::size_t count = offset(height);
   try {
-    switch (sample) {
-      case Sample::Byte:
-        samples_.emplace<std::vector<std::uint8_t>>(count);
-        break;
-      case Sample::Word:
-        samples_.emplace<std::vector<std::uint16_t>>(count);
-        break;
-      case Sample::Float:
-        samples_.emplace<std::vector<float>>(count);
-        break;
-    }
+    withSampleType(sample, [&]<class T>(T) {
+      Samples<T>& samples = samples_.emplace<Samples<T>>(offset(height));
+      if (filling == Filling::Zero) std::ranges::fill(samples, T{});
+    });
   } catch (const std::bad_alloc&) {
     throw Error("cannot make a picture of " + std::to_string(width) + " x " + std::to_string(height) +
                 " pixels: there is not enough memory; make it smaller");

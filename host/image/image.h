@@ -7,6 +7,8 @@
 #include <variant>
 #include <vector>
 
+#include "pixel_memory.h"
+
 namespace quillmere::image {
 
 // A picture that can't be read, made, scaled or written. what() names the thing, the reason and the remedy.
@@ -19,6 +21,7 @@ class Error : public std::runtime_error {
 inline constexpr int kMaxSide = 16000;
 
 enum class Sample { Byte, Word, Float };
+enum class Filling { Zero, None };  // None for who writes every sample before it is read
 
 // Pixels in memory: rows top to bottom without padding, channels interleaved (1 grey, 2 grey and alpha, 3 RGB,
 // 4 RGBA; alpha is not premultiplied). Byte holds 0-255, Word 0-65535 in native byte order, Float nominally 0-1.
@@ -26,8 +29,8 @@ enum class Sample { Byte, Word, Float };
 class Image {
  public:
   Image() = default;  // empty: 0 x 0, no channels
-  // Zero-filled. Throws Error unless 1 <= width, height <= kMaxSide and 1 <= channels <= 4.
-  Image(int width, int height, int channels, Sample sample);
+  // Throws Error unless 1 <= width, height <= kMaxSide and 1 <= channels <= 4, and when memory is short.
+  Image(int width, int height, int channels, Sample sample, Filling filling = Filling::Zero);
 
   int width() const { return width_; }
   int height() const { return height_; }
@@ -39,11 +42,11 @@ class Image {
   // and must be the type of sample(); y must lie inside.
   template <class T>
   T* row(int y) {
-    return std::get<std::vector<T>>(samples_).data() + offset(y);
+    return std::get<Samples<T>>(samples_).data() + offset(y);
   }
   template <class T>
   const T* row(int y) const {
-    return std::get<std::vector<T>>(samples_).data() + offset(y);
+    return std::get<Samples<T>>(samples_).data() + offset(y);
   }
 
   // The same for the pixel at `x`, `y`, which must lie inside.
@@ -57,6 +60,9 @@ class Image {
   }
 
  private:
+  template <class T>
+  using Samples = std::vector<T, PixelMemory<T>>;
+
   std::size_t offset(int y) const {
     return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) * static_cast<std::size_t>(channels_);
   }
@@ -64,7 +70,7 @@ class Image {
   int width_ = 0;
   int height_ = 0;
   int channels_ = 0;
-  std::variant<std::vector<std::uint8_t>, std::vector<std::uint16_t>, std::vector<float>> samples_;
+  std::variant<Samples<std::uint8_t>, Samples<std::uint16_t>, Samples<float>> samples_;
 };
 
 }  // namespace quillmere::image

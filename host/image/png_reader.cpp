@@ -64,6 +64,7 @@ void PngReader::limit() {
   png_set_user_limits(png_, PNG_UINT_31_MAX, PNG_UINT_31_MAX);  // ours come with better words
   png_set_chunk_malloc_max(png_, kMaxChunkBytes);
   png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kSkippedChunks, kSkippedCount);
+  png_set_option(png_, PNG_IGNORE_ADLER32, PNG_OPTION_ON);  // the chunks' own checksums tell damage as well
 }
 
 bool PngReader::expand() {
@@ -109,7 +110,8 @@ Image decodePng(Bytes file) {
     throwDamaged("it is too short for the size that it claims");
   }
   if (!reader.expand()) throwDamaged(reader.message());
-  Image picture = pictureOfClaimedSize(reader.width(), reader.height(), reader.channels(), reader.sample());
+  Image picture =
+      pictureOfClaimedSize(reader.width(), reader.height(), reader.channels(), reader.sample(), Filling::None);
   std::vector<png_bytep> rows(static_cast<std::size_t>(picture.height()));
   withSampleType(picture.sample(), [&](auto type) {
     if constexpr (std::is_same_v<decltype(type), float>)

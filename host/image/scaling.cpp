@@ -123,7 +123,7 @@ void scaleOnAllCores(const Job& job) {
 }
 
 Image crop(const Image& picture, const Area& area) {
-  Image result(area.width, area.height, picture.channels(), picture.sample());
+  Image result(area.width, area.height, picture.channels(), picture.sample(), Filling::None);
   withSampleType(picture.sample(), [&](auto type) {
     using T = decltype(type);
     for (int y = 0; y < area.height; ++y) {
@@ -139,7 +139,7 @@ Image crop(const Image& picture, const Area& area) {
 Image scaleBicubic(const Image& picture, Area from, int width, int height) {
   checkArea(picture, from);
   if (width == from.width && height == from.height) return crop(picture, from);
-  Image result(width, height, picture.channels(), picture.sample());
+  Image result(width, height, picture.channels(), picture.sample(), Filling::None);
   try {
     scaleOnAllCores({picture, from, result, FilterTaps(from.width, width), FilterTaps(from.height, height)});
   } catch (const std::bad_alloc&) {

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <numeric>
+
 #include "door/substitutes.h"
 #include "image/file_formats.h"
 #include "room.h"
@@ -51,6 +53,14 @@ TEST_F(ResultTransfer, DividesTheStoredValuesAndIsOpaque) {
   EXPECT_THAT(transferred(2), Pointwise(FloatEq(), expected));
   picture();
   EXPECT_THAT(transferred(2, 1, 3), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 0, 1, 1.0f / 3})) << "no room for an alpha";
+}
+
+TEST_F(ResultTransfer, DividesEveryValueToTheNearestFloat) {
+  image::Image every(256, 256, 1, image::Sample::Word);
+  std::iota(every.row<std::uint16_t>(0), every.row<std::uint16_t>(0) + 65536, std::uint16_t(0));
+  image::writePng(file, every, image::PngDepth::As16Bit);
+  const Pixels pixels = transferred(256, 256, 3);
+  for (std::size_t i = 0; i < 65536; ++i) ASSERT_EQ(pixels[3 * i], float(double(i) / 65535.0)) << i;
 }
 
 TEST_F(ResultTransfer, StretchesThePictureOverTheWholeBuffer) {

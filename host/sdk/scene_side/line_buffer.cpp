@@ -36,7 +36,7 @@ void copyLine(const float* from, int fromComponents, float* to, int toComponents
 }  // namespace
 
 LineBuffer::LineBuffer(int width, int height, int components, Drawing drawing)
-    : picture_(width, height, components, image::Sample::Float),
+    : picture_(width, height, components, image::Sample::Float, image::Filling::None),
       present_(static_cast<std::size_t>(height), false),
       drawing_(std::move(drawing)) {}
 
