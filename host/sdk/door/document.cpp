@@ -110,8 +110,8 @@ cinema::BaseVideoPost& Document::addVideoPost(int id) {
   if (!data.Init(effect.get(), false))
     throw Error("cannot use effect " + std::to_string(id) + ": it refused to initialise");
   auto& effects = parts_->document().effects;
-  const auto later =
-      std::ranges::find_if(effects, [&](const auto& other) { return priorityOf(other) < plugin.priority; });
+  const auto later = std::find_if(effects.begin(), effects.end(),
+                                  [&](const auto& other) { return priorityOf(other) < plugin.priority; });
   return **effects.insert(later, std::move(effect));
 }
 

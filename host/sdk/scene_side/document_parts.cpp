@@ -57,7 +57,8 @@ ViewParts& partsOf(const cinema::BaseDraw& view) {
 }
 
 const CameraParts* cameraOf(const DocumentParts& document, const cinema::BaseObject* object) {
-  const auto own = std::ranges::find(document.cameras, object, [](const auto& owner) { return owner.get(); });
+  const auto own = std::find_if(document.cameras.begin(), document.cameras.end(),
+                                [&](const auto& owner) { return owner.get() == object; });
   return own == document.cameras.end() ? nullptr : &static_cast<CameraParts&>(HostSide<cinema::C4DAtom>::parts(**own));
 }
 

@@ -59,7 +59,7 @@ bool LineBuffer::read(int x, int y, int count, void* data, Depth depth) {
 }
 
 bool LineBuffer::complete() {
-  const auto missing = std::ranges::find(present_, false);
+  const auto missing = std::find(present_.begin(), present_.end(), false);
   return missing == present_.end() || ensure(static_cast<int>(missing - present_.begin()));
 }
 

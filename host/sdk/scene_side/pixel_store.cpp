@@ -23,7 +23,8 @@ constexpr Layout kLayouts[] = {
 };
 
 const Layout* layoutOf(int depth) {
-  const auto* found = std::ranges::find(kLayouts, depth, &Layout::depth);
+  const auto* found =
+      std::find_if(std::begin(kLayouts), std::end(kLayouts), [&](const Layout& one) { return one.depth == depth; });
   return found == std::end(kLayouts) ? nullptr : found;
 }
 
