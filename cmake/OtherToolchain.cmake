@@ -1,31 +1,21 @@
-# quillmere_other_toolchain_module(NAME FILE): target NAME makes the module as FILE from the same sources with clang++,
-# libc++ and gnu++20, with the warnings of the first toolchain as errors.
-function(quillmere_other_toolchain_module name file)
-  get_target_property(code quillmere_module_code SOURCES)
-  get_target_property(framework quillmere_sdk_framework SOURCES)
-  get_target_property(framework_folder quillmere_sdk_framework SOURCE_DIR)
-  list(TRANSFORM framework PREPEND ${framework_folder}/)
-  list(TRANSFORM code PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
-  set(flags -std=gnu++20 -stdlib=libc++ -fno-exceptions -fno-rtti -fPIC -fvisibility=hidden -O1
-    -Wall -Wextra -Wpedantic -Wconversion -Werror)
-  set(includes -I ${CMAKE_CURRENT_SOURCE_DIR} -I ${PROJECT_SOURCE_DIR}/res -I ${framework_folder}/include
-    -I ${framework_folder}/framework)
-  cmake_path(GET file PARENT_PATH folder)
-  set(objects "")
-  foreach(source ${code} ${CMAKE_CURRENT_SOURCE_DIR}/main.cpp ${QUILLMERE_REGISTER_SOURCE} ${framework})
-    string(MD5 key ${source})
-    cmake_path(GET source STEM stem)
-    set(object ${CMAKE_CURRENT_BINARY_DIR}/libcxx/${stem}-${key}.o)
-    add_custom_command(OUTPUT ${object}
-      COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_CURRENT_BINARY_DIR}/libcxx
-      COMMAND ${CMAKE_CXX_COMPILER_LAUNCHER} ${QUILLMERE_CLANG} ${flags} ${includes} -MD -MF ${object}.d -c ${source} -o ${object}
-      DEPENDS ${source} DEPFILE ${object}.d VERBATIM)
-    list(APPEND objects ${object})
-  endforeach()
-  add_custom_command(OUTPUT ${file}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-    COMMAND ${QUILLMERE_CLANG} -stdlib=libc++ -shared -Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exported_symbols.map
-      ${objects} -o ${file}
-    DEPENDS ${objects} ${CMAKE_CURRENT_SOURCE_DIR}/exported_symbols.map VERBATIM)
-  add_custom_target(${name} ALL DEPENDS ${file})
-endfunction()
+# Target quillmere_with_libcxx: the module and its tests, but for those that need pictures, built in the folder
+# QUILLMERE_WITH_LIBCXX by clang++ with libc++. There is no such target where something for that is missing.
+include(ExternalProject)
+find_program(QUILLMERE_CLANG NAMES clang++ clang++-14)
+find_path(QUILLMERE_LIBCXX version PATHS /usr/include/c++/v1 /usr/lib/llvm-14/include/c++/v1 NO_DEFAULT_PATH)
+find_path(QUILLMERE_GOOGLETEST googlemock/src/gmock-all.cc PATHS /usr/src/googletest)
+set(QUILLMERE_WITH_LIBCXX ${CMAKE_BINARY_DIR}/libcxx)
+if(QUILLMERE_CLANG AND QUILLMERE_LIBCXX AND QUILLMERE_GOOGLETEST)
+  # Optimised a little: the standard library's <regex>, which the scans are compared with, is slow otherwise.
+  ExternalProject_Add(quillmere_with_libcxx
+    PREFIX ${QUILLMERE_WITH_LIBCXX}/.steps
+    SOURCE_DIR ${PROJECT_SOURCE_DIR}
+    BINARY_DIR ${QUILLMERE_WITH_LIBCXX}
+    CMAKE_ARGS -D QUILLMERE_PICTURES=OFF -D QUILLMERE_WERROR=${QUILLMERE_WERROR}
+      -D QUILLMERE_GOOGLETEST=${QUILLMERE_GOOGLETEST}
+      -D CMAKE_CXX_COMPILER=${QUILLMERE_CLANG} "-DCMAKE_CXX_FLAGS=-stdlib=libc++ -O1"
+    INSTALL_COMMAND ""
+    BUILD_ALWAYS ON)
+else()
+  message(STATUS "clang++, libc++ or GoogleTest's sources are not here: the module is not tested with libc++")
+endif()

@@ -6,25 +6,13 @@
 #include <fstream>
 #include <iterator>
 
+#include "still_scene.h"
+
 namespace quillmere {
 
 namespace fs = std::filesystem;
 
 namespace {
-
-class StillScene : public scene::Scene {
- public:
-  const std::vector<scene::CameraInfo>& cameras() const override { return cameras_; }
-  const std::vector<scene::Material>& materials() const override { return materials_; }
-  const std::vector<std::string>& warnings() const override { return warnings_; }
-  double duration() const override { return 0; }
-  scene::Moment at(double) const override { return {{}, {}, {2, scene::Viewpoint{}}}; }
-
- private:
-  std::vector<scene::CameraInfo> cameras_{{"Front"}, {"Side"}};
-  std::vector<scene::Material> materials_{1};
-  std::vector<std::string> warnings_;
-};
 
 fs::path newFolder() {
   std::string name = (fs::temp_directory_path() / "quillmere-room-XXXXXX").string();
