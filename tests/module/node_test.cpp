@@ -107,12 +107,8 @@ TEST_F(Node, GreysOutTheSystemPromptUntilItIsUnlocked) {
 }
 
 TEST_F(Node, ComposesThePromptFromTheStoredTexts) {
-  for (const auto& [system, prompt, composed] :
-       std::vector<std::tuple<const char*, const char*, const char*>>{{"", "", ""},
-                                                                      {"", "a car", "a car"},
-                                                                      {"Keep.", "", "Keep."},
-                                                                      {"Keep.", "a car", "Keep. a car"},
-                                                                      {" ", "x\n", "  x\n"}}) {
+  for (const auto& [system, prompt, composed] : std::vector<std::tuple<const char*, const char*, const char*>>{
+           {"", "a car", "a car"}, {"Keep.", "", "Keep."}, {"Keep.", "a car", "Keep. a car"}, {" ", "x\n", "  x\n"}}) {
     settings().SetString(QUILLMERE_SYSTEM_PROMPT, String(system));
     settings().SetString(QUILLMERE_PROMPT, String(prompt));
     EXPECT_EQ(ToUtf8(ComposePrompt(settings())), composed);
