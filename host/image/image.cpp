@@ -24,7 +24,7 @@ Image::Image(int width, int height, int channels, Sample sample, Filling filling
   try {
     withSampleType(sample, [&]<class T>(T) {
       Samples<T>& samples = samples_.emplace<Samples<T>>(offset(height));
-      if (filling == Filling::Zero) std::ranges::fill(samples, T{});
+      if (filling == Filling::Zero) std::fill(samples.begin(), samples.end(), T{});
     });
   } catch (const std::bad_alloc&) {
     throw Error("cannot make a picture of " + std::to_string(width) + " x " + std::to_string(height) +
