@@ -9,6 +9,7 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "description/vpquillmere.h"
 #include "door/document.h"
@@ -133,12 +134,13 @@ struct Stages : host::Events {
     if (text == "Render complete") helperEnded = Moment::now();
   }
 
-  Moment guideBegan, guideEnded, helperBegan, helperEnded;
+  Moment guideBegan, guideEnded, helperBegan, helperEnded, transferBegan, readingEnded;
 };
 
 // What a frame of 1024 x 576 by the module as loaded from disk takes besides the guide and the pauses of 120 ms in
-// which the helper runs: from the first render call to the frame's picture, less those two. busy_ms is the same without
-// what others on this machine took in the meantime.
+// which the helper runs: from the first render call to the frame's picture, less those two. transfer_ms is the result
+// transfer's share of it and reading_ms the picture library's of that; busy_ms is all of it but for what other
+// processes took in the meantime.
 void FrameBesidesGuideAndHelper(benchmark::State& state) {
   const char* const scene = std::getenv("QUILLMERE_BENCH_SCENE");
   if (!scene) return state.SkipWithError("QUILLMERE_BENCH_SCENE names no scene");
@@ -157,20 +159,31 @@ void FrameBesidesGuideAndHelper(benchmark::State& state) {
     stages.guideEnded = Moment::now();
     return result;
   });
-  double guides = 0, busy = 0;
+  const auto load = host::operations().loadBitmap;
+  const host::Substitute watchedToo(host::operations().loadBitmap, [&](auto&&... arguments) {
+    stages.transferBegan = Moment::now();
+    const IMAGERESULT result = load(arguments...);
+    stages.readingEnded = Moment::now();
+    return result;
+  });
+  double guides = 0, busy = 0, transfers = 0, readings = 0;
   for (auto _ : state) {
     const Moment began = Moment::now();
     if (host::renderFrame(document, [] { return false; }).result != RENDERRESULT::OK) {
       return state.SkipWithError("the frame failed");
     }
-    const Moment whole = Moment::now() - began, guide = stages.guideEnded - stages.guideBegan;
+    const Moment ended = Moment::now(), whole = ended - began, guide = stages.guideEnded - stages.guideBegan;
     const double pause = 0.12, pauses = std::floor((stages.helperEnded - stages.helperBegan).wall / pause);
     state.SetIterationTime(whole.wall - guide.wall - pauses * pause);
     guides += 1000 * guide.wall;
     busy += 1000 * (whole - guide).busy;
+    transfers += 1000 * (ended - stages.transferBegan).wall;
+    readings += 1000 * (stages.readingEnded - stages.transferBegan).wall;
   }
-  state.counters["guide_ms"] = benchmark::Counter(guides, benchmark::Counter::kAvgIterations);
-  state.counters["busy_ms"] = benchmark::Counter(busy, benchmark::Counter::kAvgIterations);
+  for (const auto& [name, sum] : {std::pair("guide_ms", guides), std::pair("transfer_ms", transfers),
+                                  std::pair("reading_ms", readings), std::pair("busy_ms", busy)}) {
+    state.counters[name] = benchmark::Counter(sum, benchmark::Counter::kAvgIterations);
+  }
 }
 
 void usualSizes(benchmark::internal::Benchmark* benchmark) {
