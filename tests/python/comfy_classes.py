@@ -1,24 +1,17 @@
 """Node classes of a ComfyUI server and a usual graph of them."""
 
-ANY_INT = {"default": 0, "min": 0, "max": 18446744073709551615}
-IMAGE_LIST = [["example.png"], {"image_upload": True}]
 TEXT = ["STRING", {"multiline": True}]
 SIZE = ["INT", {"default": 512, "min": 16, "max": 16384, "step": 8}]
-LINKS = {
-    name: [kind] for name, kind in (("positive", "CONDITIONING"), ("negative", "CONDITIONING"), ("model", "MODEL"))
-}
-SEED = ["INT", {**ANY_INT, "control_after_generate": True}]
+SEED = ["INT", {"default": 0, "min": 0, "max": 18446744073709551615, "control_after_generate": True}]
+CHECKPOINTS = [["base.safetensors", "xl.safetensors"]]
+PICTURES = [["example.png"], {"image_upload": True}]
+LINKS = {"positive": ["CONDITIONING"], "negative": ["CONDITIONING"], "model": ["MODEL"]}
 CLASSES = {
     # name: inputs, outputs, whether it is an output node
-    "CheckpointLoaderSimple": (
-        {"ckpt_name": [["base.safetensors", "xl.safetensors"]]},
-        ["MODEL", "CLIP", "VAE"],
-        False,
-    ),
+    "CheckpointLoaderSimple": ({"ckpt_name": CHECKPOINTS}, ["MODEL", "CLIP", "VAE"], False),
     "CLIPTextEncode": ({"text": TEXT, "clip": ["CLIP"]}, ["CONDITIONING"], False),
-    "LoadImage": ({"image": IMAGE_LIST}, ["IMAGE", "MASK"], False),
+    "LoadImage": ({"image": PICTURES}, ["IMAGE", "MASK"], False),
     "EmptyLatentImage": ({"width": SIZE, "height": SIZE, "batch_size": ["INT", {}]}, ["LATENT"], False),
-    "VAEEncode": ({"pixels": ["IMAGE"], "vae": ["VAE"]}, ["LATENT"], False),
     "ControlNetApplyAdvanced": ({**LINKS, "image": ["IMAGE"]}, ["CONDITIONING", "CONDITIONING"], False),
     "KSampler": ({**LINKS, "seed": SEED, "steps": ["INT", {}], "latent_image": ["LATENT"]}, ["LATENT"], False),
     "VAEDecode": ({"samples": ["LATENT"], "vae": ["VAE"]}, ["IMAGE"], False),
@@ -42,6 +35,7 @@ def graph():
     def node(kind, title="", **inputs):
         return {"class_type": kind, "inputs": inputs, "_meta": {"title": title or kind}}
 
+    guided = {"positive": ["6", 0], "negative": ["6", 1]}
     return {
         "1": node("CheckpointLoaderSimple", ckpt_name="base.safetensors"),
         "2": node("CLIPTextEncode", text="a house", clip=["1", 1]),
@@ -49,16 +43,7 @@ def graph():
         "4": node("LoadImage", image="example.png"),
         "5": node("EmptyLatentImage", width=512, height=512, batch_size=1),
         "6": node("ControlNetApplyAdvanced", positive=["2", 0], negative=["3", 0], image=["4", 0]),
-        "7": node(
-            "KSampler",
-            "Paint",
-            seed=5,
-            steps=4,
-            model=["1", 0],
-            positive=["6", 0],
-            negative=["6", 1],
-            latent_image=["5", 0],
-        ),
+        "7": node("KSampler", "Paint", seed=5, steps=4, model=["1", 0], **guided, latent_image=["5", 0]),
         "8": node("VAEDecode", samples=["7", 0], vae=["1", 2]),
         "9": node("SaveImage", images=["8", 0], filename_prefix="ComfyUI"),
     }

@@ -2,14 +2,18 @@
 
 import base64
 import json
+import struct
 import time
 import unittest
+from pathlib import Path
+from unittest import mock
 
 from a1111_server import A1111Server
 from scratch_render import RenderCase, png_chunks
 
 MEMORY = {"error": "OutOfMemoryError", "detail": "", "errors": "CUDA out of memory"}
 SCHEMA = {"detail": [{"loc": ["body", "steps"], "msg": "value is not a valid integer", "type": "type_error"}]}
+PLAIN = {"has_api": True}
 REFUSALS = (
     # what the server does, parameters of the workflow, what the error has to name
     ({"answer": (500, MEMORY)}, {}, "ran out of memory"),
@@ -22,9 +26,9 @@ REFUSALS = (
     ({"has_api": False}, {}, "--api"),
     ({"login": "Basic x"}, {}, "QUILLMERE_A1111_AUTH"),
     ({"models": None}, {"controlnet": "required"}, "has no ControlNet"),
-    ({}, {"controlnet": "required", "controlnet_model": "tile"}, "control_canny"),
-    ({}, {"controlnet": "perhaps"}, '"when there", "required", "off"'),
-    ({}, {"steps": 0}, "1 to 150"),
+    (PLAIN, {"controlnet": "required", "controlnet_model": "tile"}, "control_canny"),
+    (PLAIN, {"controlnet": "perhaps"}, '"when there", "required", "off"'),
+    (PLAIN, {"steps": 0}, "1 to 150"),
 )
 
 
@@ -56,36 +60,19 @@ class A1111(RenderCase):
         self.server.extra_before, self.server.extra_after = 1, 1  # an overview and a ControlNet map
         response = self.assert_rendered()
         self.assertEqual(len(response["outputs"]), 2)
-        for number, path in enumerate(response["outputs"]):
-            with open(path, "rb") as file:
-                chunks = dict(png_chunks.chunks(file.read()))
-            self.assertEqual(
-                chunks[b"IHDR"][:8].tobytes(), b"\0\0\0\x10\0\0\0\x09", "the overview was taken for a picture"
-            )
-        second = json.loads((self.outputs / "shot_f3_2.png.json").read_text())
-        self.assertEqual(second["seed"], 41)
-        facts = json.loads((self.outputs / "shot_f3_1.png.json").read_text())
-        wanted = {
-            "seed": 40,
-            "backend": "a1111",
-            "checkpoint": "base.safetensors [9f]",
-            "controlnet": "control_canny [a1]",
-        }
+        for path in response["outputs"]:
+            header = dict(png_chunks.chunks(Path(path).read_bytes()))[b"IHDR"]
+            self.assertEqual(struct.unpack(">II", header[:8]), (16, 9), "the overview was taken for a picture")
+        facts, second = (json.loads((self.outputs / f"shot_f3_{number}.png.json").read_text()) for number in (1, 2))
+        wanted = {"seed": 40, "checkpoint": "base.safetensors [9f]", "controlnet": "control_canny [a1]"}
         self.assertEqual({key: facts[key] for key in wanted}, wanted)
+        self.assertEqual(second["seed"], 41)
         call = self.server.calls[0]
-        self.assertEqual(
-            call["init_images"], [base64.b64encode((self.folder / "reference_3.png").read_bytes()).decode()]
-        )
-        sent = {
-            "prompt": "a quiet street",
-            "negative_prompt": "blurry",
-            "width": 64,
-            "seed": 40,
-            "sampler_name": "Euler a",
-        }
+        guide = (self.folder / "reference_3.png").read_bytes()
+        sent = {"prompt": "a quiet street", "negative_prompt": "blurry", "width": 64, "seed": 40, "save_images": True}
+        sent.update(sampler_name="Euler a", init_images=[base64.b64encode(guide).decode()])
         self.assertEqual({key: call[key] for key in sent}, sent)
         self.assertEqual(call["alwayson_scripts"]["controlnet"]["args"][0]["model"], "control_canny [a1]")
-        self.assertTrue(call["save_images"])
 
     def test_a_server_without_controlnet_or_task_names_makes_pictures_too(self):
         self.server.models, self.server.tells_task = None, False
@@ -94,17 +81,12 @@ class A1111(RenderCase):
 
     def test_what_a_server_refuses_is_told_with_the_remedy(self):
         for attributes, parameters, named in REFUSALS:
-            with self.subTest(named):
-                plain = {name: getattr(self.server, name) for name in attributes}
-                for name, value in attributes.items():
-                    setattr(self.server, name, value)
+            with self.subTest(named), mock.patch.multiple(self.server, **attributes):
                 self.use(**parameters)
                 status, response = self.run_helper()
                 self.assertEqual(status, 1)
                 self.assertIn(named, response["error"])
                 self.assertNotIn("unexpectedly", response["error"])
-                for name, value in plain.items():
-                    setattr(self.server, name, value)
 
     def test_a_lost_connection_asks_again_for_the_very_same_picture(self):
         self.use(seed="random")

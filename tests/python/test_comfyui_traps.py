@@ -4,6 +4,7 @@ import subprocess
 import sys
 import time
 import unittest
+from unittest import mock
 
 from comfy_case import ComfyCase
 from scratch_render import HELPER
@@ -11,6 +12,7 @@ from scratch_render import HELPER
 
 class Traps(ComfyCase):
     def test_servers_of_every_kind_are_understood(self):
+        self.environment["QUILLMERE_COMFYUI_TOKEN"] = "sesame"
         for what, attributes in (
             ("an old one that invents IDs and tells no version", {"invents_ids": True, "version": ""}),
             ("one without WebSocket", {"has_sockets": False}),
@@ -18,14 +20,10 @@ class Traps(ComfyCase):
             ("an old one that hangs up", {"hangs_up_on_submit": 1, "invents_ids": True}),
             ("one with a login", {"login": "Bearer sesame"}),
         ):
-            with self.subTest(what):
-                self.environment["QUILLMERE_COMFYUI_TOKEN"] = "sesame"
-                for name, value in attributes.items():
-                    setattr(self.server, name, value)
+            with self.subTest(what), mock.patch.multiple(self.server, **attributes):
                 count = len(self.server.submitted)
                 self.assert_rendered()
                 self.assertEqual(len(self.server.submitted), count + 1)
-                self.server.invents_ids, self.server.has_sockets, self.server.login = False, True, None
 
     def test_a_foreign_job_in_front_is_waited_for(self):
         self.server.add_foreign()
@@ -35,11 +33,11 @@ class Traps(ComfyCase):
         self.finish(process)
 
     def test_downloads_are_begun_again_until_they_are_whole(self):
-        cut_off = [
-            lambda handler, content: handler.cut_off(content),
-            lambda handler, content: handler.reply(content[:-9]),
-        ]
-        self.server.view_answers = cut_off
+        def cut_off(handler, content):
+            handler.reply(content[:50], length=len(content))
+            handler.hang_up()
+
+        self.server.view_answers = [cut_off, lambda handler, content: handler.reply(content[:-9])]
         self.assert_rendered()
         self.assertEqual(len(self.server.submitted), 1)
 

@@ -8,7 +8,7 @@ import sys
 import unittest
 from unittest import mock
 
-from scratch_render import HELPER, ROOT, RenderCase, png, with_pillow
+from scratch_render import HELPER, RenderCase, png, with_pillow
 
 from quillmere_helper import outputs
 
@@ -82,16 +82,6 @@ class RenderProcess(RenderCase):
         status, _ = self.run_helper()
         self.assertEqual(status, 1)
         self.assertIn(str(self.response_file), self.errors)
-
-    def test_check_tells_which_back_end_a_workflow_is_for(self):
-        rows = (({"backend": "embedded"}, "embedded", bool(with_pillow())), ({"backend": "x"}, "", False))
-        for content, backend, good in rows:
-            with self.subTest(content):
-                command = [sys.executable, str(HELPER), "--json", "--check", self.write("workflow.json", content)]
-                done = subprocess.run(command, capture_output=True, text=True, check=False)
-                report = json.loads(done.stdout)
-                self.assertEqual((report["backend"], report["ok"], done.returncode == 0), (backend, good, good))
-                self.assertEqual(good, not report["problem"])
 
 
 class Names(RenderCase):
