@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "failure.h"
 #include "options/picture_size.h"
@@ -18,18 +18,11 @@ std::string framesOf(const FrameRange& range) {
 }
 
 TEST(FrameRange, ReadsEveryFormWithFramesBelowZero) {
-  struct Row {
-    const char *given, *frames;
-  };
-  for (const auto& [given, frames] : std::vector<Row>{{"12", "12 "},
-                                                      {"-5", "-5 "},
-                                                      {"3-3", "3 "},
-                                                      {"1-4", "1 2 3 4 "},
-                                                      {"-2-1", "-2 -1 0 1 "},
-                                                      {"-4--2", "-4 -3 -2 "},
-                                                      {"0-10x4", "0 4 8 "},
-                                                      {"-10--2x3", "-10 -7 -4 "},
-                                                      {"0-1x2147483647", "0 "}}) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"12", "12 "},           {"-5", "-5 "},          {"3-3", "3 "},        {"1-4", "1 2 3 4 "},
+      {"-2-1", "-2 -1 0 1 "},  {"-4--2", "-4 -3 -2 "}, {"0-10x4", "0 4 8 "}, {"-10--2x3", "-10 -7 -4 "},
+      {"0-1x2147483647", "0 "}};
+  for (const auto& [given, frames] : rows) {
     SCOPED_TRACE(given);
     EXPECT_EQ(framesOf(parseFrameRange(given)), frames);
   }

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "failure.h"
 
@@ -16,13 +16,14 @@ TEST(OutputPattern, PutsThePaddedFrameWhereTheMarksStand) {
     std::int32_t frame;
     const char* file;
   };
-  for (const auto& [given, frame, file] : std::vector<Row>{{"a_####.png", 7, "a_0007.png"},
-                                                           {"a_####.png", -7, "a_-0007.png"},
-                                                           {"a_##.exr", 12345, "a_12345.exr"},
-                                                           {"#/b#c##.PNG", 4, "#/b4c04.PNG"},
-                                                           {"/x/still.png", 4, "/x/still.png"},
-                                                           {"a.16.png", 4, "a.16.png"},
-                                                           {"####.png", -2147483647 - 1, "-2147483648.png"}}) {
+  const Row rows[] = {{"a_####.png", 7, "a_0007.png"},
+                      {"a_####.png", -7, "a_-0007.png"},
+                      {"a_##.exr", 12345, "a_12345.exr"},
+                      {"#/b#c##.PNG", 4, "#/b4c04.PNG"},
+                      {"/x/still.png", 4, "/x/still.png"},
+                      {"a.16.png", 4, "a.16.png"},
+                      {"####.png", -2147483647 - 1, "-2147483648.png"}};
+  for (const auto& [given, frame, file] : rows) {
     SCOPED_TRACE(given);
     EXPECT_EQ(OutputPattern::parse(given).fileFor(frame), file);
   }
@@ -34,12 +35,10 @@ TEST(OutputPattern, NumbersFramesThatWouldShareAFile) {
 }
 
 TEST(OutputPattern, TakesTheFormatFromTheEnding) {
-  for (const auto& [given, format] : std::vector<std::pair<const char*, FileFormat>>{{"a.png", FileFormat::Png8},
-                                                                                     {"a.Png", FileFormat::Png8},
-                                                                                     {"a16.png", FileFormat::Png8},
-                                                                                     {"a.16.PNG", FileFormat::Png16},
-                                                                                     {".16.png", FileFormat::Png8},
-                                                                                     {"a.exr", FileFormat::Exr}}) {
+  const std::pair<const char*, FileFormat> rows[] = {{"a.png", FileFormat::Png8},   {"a.Png", FileFormat::Png8},
+                                                     {"a16.png", FileFormat::Png8}, {"a.16.PNG", FileFormat::Png16},
+                                                     {".16.png", FileFormat::Png8}, {"a.exr", FileFormat::Exr}};
+  for (const auto& [given, format] : rows) {
     EXPECT_EQ(OutputPattern::parse(given).format(), format) << given;
   }
   for (const char* given : {"", "a", "a.jpg", "a.png/", ".png", "d/.exr", "png", "a.png "}) {

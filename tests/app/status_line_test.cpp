@@ -3,46 +3,30 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "progress/text_cells.h"
 
 namespace quillmere::app {
 namespace {
 
-TEST(Printable, LeavesNothingThatSteersATerminal) {
-  struct Row {
-    std::string given, shown;
+TEST(Printable, ReplacesWhatSteersATerminalAndEachByteThatIsNoUtf8) {
+  const std::pair<std::string, const char*> rows[] = {
+      {"Washing tones (40 %)", "Washing tones (40 %)"},
+      {"two\nlines\tand\rmore", "two lines and more"},
+      {"\x1b[31mred\x07", "\uFFFD[31mred\uFFFD"},
+      {"\u009B31m", "\uFFFD31m"},
+      {"a\u202Eb", "a\uFFFDb"},
+      {std::string("a\0b", 3), "a\uFFFDb"},
+      {"Lumière 光 🎨", "Lumière 光 🎨"},
+      {"\xFFx", "\uFFFDx"},
+      {"\xC0\xAFx", "\uFFFD\uFFFDx"},
+      {"\xE2\x82x", "\uFFFD\uFFFDx"},
+      {"\xED\xA0\x80x", "\uFFFD\uFFFD\uFFFDx"},
+      {"\xF4\x90\x80\x80x", "\uFFFD\uFFFD\uFFFD\uFFFDx"},
+      {"\xF0\x80\x80\x80x", "\uFFFD\uFFFD\uFFFD\uFFFDx"},
   };
-  for (const auto& [given, shown] : std::vector<Row>{{"Washing tones (40 %)", "Washing tones (40 %)"},
-                                                     {"two\nlines\tand\rmore", "two lines and more"},
-                                                     {"\x1b[31mred\x07", "\uFFFD[31mred\uFFFD"},
-                                                     {"\xC2\x9B"
-                                                      "31m",
-                                                      "\uFFFD31m"},
-                                                     {"a\u202E"
-                                                      "b",
-                                                      "a\uFFFD"
-                                                      "b"},
-                                                     {std::string("a\0b", 3),
-                                                      "a\uFFFD"
-                                                      "b"},
-                                                     {"Lumière 光 🎨", "Lumière 光 🎨"}}) {
-    EXPECT_EQ(printable(given), shown);
-  }
-}
-
-TEST(Printable, ReplacesEachByteThatIsNoUtf8) {
-  for (const auto& [given, broken] : std::vector<std::pair<std::string, int>>{{"\xFF", 1},
-                                                                              {"\xC0\xAF", 2},
-                                                                              {"\xE2\x82", 2},
-                                                                              {"\xED\xA0\x80", 3},
-                                                                              {"\xF4\x90\x80\x80", 4},
-                                                                              {"\xF0\x80\x80\x80", 4}}) {
-    std::string expected;
-    for (int count = 0; count < broken; ++count) expected += "\uFFFD";
-    EXPECT_EQ(printable(given + "x"), expected + "x");
-  }
+  for (const auto& [given, shown] : rows) EXPECT_EQ(printable(given), shown);
 }
 
 TEST(Fitted, CutsBetweenCharactersAndKeepsToTheColumns) {
@@ -51,13 +35,10 @@ TEST(Fitted, CutsBetweenCharactersAndKeepsToTheColumns) {
     int cells;
     const char* cut;
   };
-  for (const auto& [given, cells, cut] : std::vector<Row>{{"abcdef", 6, "abcdef"},
-                                                          {"abcdef", 5, "abcd…"},
-                                                          {"光光光", 6, "光光光"},
-                                                          {"光光光", 5, "光光…"},
-                                                          {"光光光", 4, "光…"},
-                                                          {"e\u0301e\u0301e\u0301", 2, "e\u0301…"},
-                                                          {"abc", 0, ""}}) {
+  const Row rows[] = {{"abcdef", 6, "abcdef"}, {"abcdef", 5, "abcd…"}, {"光光光", 6, "光光光"},
+                      {"光光光", 5, "光光…"},  {"光光光", 4, "光…"},   {"e\u0301e\u0301e\u0301", 2, "e\u0301…"},
+                      {"abc", 0, ""}};
+  for (const auto& [given, cells, cut] : rows) {
     SCOPED_TRACE(given);
     EXPECT_EQ(fitted(given, cells, "…"), cut);
   }

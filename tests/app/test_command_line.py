@@ -1,6 +1,7 @@
 """What the command answers to its arguments: one line a case."""
 
 import re
+import subprocess
 
 from stage import Stage
 
@@ -24,6 +25,7 @@ CASES = [
     (["render", "scene.gltf", "--size", "0x9"], 2, "", "--size '0x9'"),
     (["render", *SCENE, "--fps", "0"], 2, "", "--fps"),
     (["render", *SCENE, "--output", "a.jpg"], 2, "", r"--output 'a.jpg'.*\n.*\.png"),
+    (["render", "scene.gltf", "--plugin", "plugin", "--write-dir", "/dev/null/x"], 1, "", "directory '/dev/null/x': cannot be written.*--write-dir"),
     (["render", *SCENE, "--output", "/proc/x/a.png"], 1, "", "/proc/x/a.png.*cannot be written"),
     (["render", *SCENE, "--camera", "Mast"], 2, "", "camera 'Mast'.*\n.*'Pier', 'Chart'"),
     (["render", *SCENE, "--camera", "pier"], 0, "done", "Rendering guide from camera: Pier"),
@@ -35,7 +37,6 @@ CASES = [
     (["render", *SCENE, "--set", "2011"], 2, "", "--set '2011': not an assignment"),
     (["render", *SCENE, "--set", "2099=1"], 2, "", "parameter '2099'.*\n.*2000 QUILLMERE_UNLOCK_SYSTEM_PROMPT"),
     (["render", *SCENE, "--set", "2011=0"], 2, "", "HISTORY_LIMIT.*'0' is no value.*\n.*from 1 to 5000"),
-    (["render", *SCENE, "--set", "2011=many"], 2, "", "'many' is no value"),
     (["render", *SCENE, "--set", "2006=Sketch"], 2, "", "0 Quick Shading\n.*1 Final Render"),
     (["render", *SCENE, "--set", "2013=maybe"], 2, "", "true or false"),
     (["render", *SCENE, "--set", "QUILLMERE_STATUS=Done"], 2, "", "shown only"),
@@ -78,10 +79,6 @@ class CommandLine(Stage):
         ask = 'COMP_WORDS=(quillmere {0}); COMP_CWORD={1}; _quillmere; echo "${{COMPREPLY[*]}}"'
         for words, index, expected in [("ren", 1, "render"), ("render --fr", 2, "--frames"), ("doctor --x", 2, "")]:
             with self.subTest(words):
-                done = self.run_shell(script + ask.format(words, index))
-                self.assertEqual(done, expected + "\n")
-
-    def run_shell(self, script: str) -> str:
-        import subprocess
-
-        return subprocess.run(["bash", "-c", script], capture_output=True, encoding="utf-8", timeout=20).stdout
+                shell = ["bash", "-c", script + ask.format(words, index)]
+                done = subprocess.run(shell, capture_output=True, encoding="utf-8", timeout=20)
+                self.assertEqual(done.stdout, expected + "\n")

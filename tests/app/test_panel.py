@@ -89,7 +89,6 @@ class Panel(Stage):
             (["--set", "2007=/a.json"], r"WORKFLOW_PATH \(2007\): it follows the workflow\n.*--workflow"),
             (["--set", "2008=ink"], "follows the workflow"),
             (["--set", "2014=/a.png"], "the effect writes it"),
-            (["--set", "QUILLMERE_SHINE=1"], "none of that ID or name"),
         ]:
             for command in (self.arguments(*arguments), self.render_arguments(*arguments)):
                 with self.subTest(" ".join(command)):

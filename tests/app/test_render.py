@@ -143,22 +143,17 @@ class Render(Stage):
                 self.assert_nothing_left()
 
     def test_the_guide_is_the_one_that_the_effect_leaves(self) -> None:
-        for mode in ["quick", "final"]:
-            for camera in ["Pier", "Chart"]:
-                with self.subTest(mode=mode, camera=camera):
-                    view = ["--camera", camera, "--guide", mode, "--size", "64x40"]
-                    self.assertEqual(self.run_command("guide", "scene.gltf", "-o", "g.png", "--frame", "20", *view).returncode, 0)
-                    rendered = self.render("--frames", "20", *view)
-                    self.assertEqual(rendered.returncode, 0, rendered.stderr)
-                    reference = self.folder / "write/quillmere/c4d/runtime/reference_20.png"
-                    self.assertEqual((self.folder / "g.png").read_bytes(), reference.read_bytes())
-
-    def test_frames_show_different_moments(self) -> None:
-        guides = []
-        for frame in ["0", "20"]:
-            self.run_command("guide", "scene.gltf", "-o", "g.png", "--frame", frame, "--size", "32x24")
-            guides.append((self.folder / "g.png").read_bytes())
-        self.assertNotEqual(*guides)
+        guides = set()
+        for mode, camera, frame in [("quick", "Pier", "0"), ("quick", "Pier", "20"), ("quick", "Chart", "20"), ("final", "Chart", "20")]:
+            with self.subTest(mode=mode, camera=camera, frame=frame):
+                view = ["--camera", camera, "--guide", mode, "--size", "64x40"]
+                self.assertEqual(self.run_command("guide", "scene.gltf", "-o", "g.png", "--frame", frame, *view).returncode, 0)
+                rendered = self.render("--frames", frame, *view)
+                self.assertEqual(rendered.returncode, 0, rendered.stderr)
+                guide = (self.folder / "g.png").read_bytes()
+                self.assertEqual(guide, (self.folder / f"write/quillmere/c4d/runtime/reference_{frame}.png").read_bytes())
+                guides.add(guide)
+        self.assertEqual(len(guides), 4, "mode, camera and moment each change the picture")
 
 
 class Doctor(Stage):

@@ -27,9 +27,8 @@ class Settings(Stage):
     def test_a_round_trip_keeps_every_parameter(self) -> None:
         more = ["--workflow", "ink", "--camera", "Chart", "--guide", "final", "--no-history", "--no-preview", "--set", "2004=later"]
         more += ["--prompt", 'fog\n"dawn" \u2603', "--output-dir", "pictures", "--prefix", "p", "--set", "2011=7"]
-        unlocked = ["--system-prompt", "Draw."]
-        for arguments in (more, more + unlocked):
-            with self.subTest(len(arguments)):
+        for arguments in (more, [*more, "--system-prompt", "Draw."], ["--workflow", "None"]):
+            with self.subTest(arguments):
                 saved = self.save(*arguments)
                 self.assertEqual((saved["format"], saved["version"], len(saved["parameters"])), ("quillmere settings", 1, 16))
                 again = self.parameters("--settings", "kept.json", "--save-settings", "again.json")
@@ -56,11 +55,6 @@ class Settings(Stage):
                 stored = self.parameters("--settings", "kept.json")
                 self.assertEqual((stored["2008"], stored["2007"]), ("ink", kept))
 
-    def test_no_workflow_is_kept_too(self) -> None:
-        self.save("--workflow", "None")
-        stored = self.parameters("--settings", "kept.json")
-        self.assertEqual((stored["2002"], stored["2007"], stored["2008"]), (0, "", ""))
-
     def test_explicit_options_win_over_the_file(self) -> None:
         self.write({"QUILLMERE_CAMERA": "Gone", "QUILLMERE_PROMPT": "old", "QUILLMERE_WORKFLOW_ID": "ink", "QUILLMERE_HISTORY_LIMIT": 9})
         stored = self.parameters("--settings", "kept.json", "--camera", "Chart", "--prompt", "new", "--workflow", "flux")
@@ -74,7 +68,6 @@ class Settings(Stage):
             ("[" * 1000000 + "]" * 1000000, "nested"),
             (json.dumps({**HEAD, "parameters": "x"}).replace('"x"', '{"a":' * 500000 + "1" + "}" * 500000), "nested"),
             ("[]", "no settings file"),
-            ('{"asset": {"version": "2.0"}}', "no settings file"),
             (json.dumps({**HEAD, "version": 2, "parameters": {}}), "has version 2, not 1"),
             (json.dumps({"format": "quillmere settings", "parameters": {}}), "has version unknown"),
             (json.dumps(HEAD), 'no "parameters"'),
@@ -87,7 +80,6 @@ class Settings(Stage):
                 ("QUILLMERE_SHINE", 1, "'QUILLMERE_SHINE', which the effect doesn't have"),
                 ("QUILLMERE_HISTORY_LIMIT", 0, "from 1 to 5000"),
                 ("QUILLMERE_HISTORY_LIMIT", 2**70, "another type|from 1 to 5000"),
-                ("QUILLMERE_HISTORY_LIMIT", "9", "another type"),
                 ("QUILLMERE_UNLOCK_SYSTEM_PROMPT", 1, "another type"),
                 ("QUILLMERE_PROMPT", None, "another type"),
                 ("QUILLMERE_PROMPT", "a\0b", "NUL"),

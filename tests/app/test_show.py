@@ -11,20 +11,19 @@ from stage import PLUGIN, Stage
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "python"))
 
+import scratch_render  # noqa: E402
 from comfy_classes import graph  # noqa: E402
 from comfy_server import ComfyServer  # noqa: E402
 
+chunk = scratch_render.png_chunks.chunk
 RANDOM_INK = {"backend": "embedded", "parameters": {"seed": "random"}}
 RECORD = {"helper_version": "0.1.0", "frame": 2, "width": 24, "height": 16, "seed": 5, "prompt": "fog", "system_prompt": ""}
 
 
-def chunk(kind: bytes, data: bytes) -> bytes:
-    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-
 def png(*chunks: bytes) -> bytes:
-    header = chunk(b"IHDR", struct.pack(">IIBBBBB", 1, 1, 8, 0, 0, 0, 0))
-    return b"\x89PNG\r\n\x1a\n" + header + b"".join(chunks) + chunk(b"IDAT", zlib.compress(b"\0\0")) + chunk(b"IEND", b"")
+    """One pixel, with `chunks` before its data."""
+    plain = scratch_render.png(1, 1)
+    return plain[:33] + b"".join(chunks) + plain[33:]
 
 
 def text(content: bytes, keyword: bytes = b"quillmere") -> bytes:
@@ -229,23 +228,31 @@ class Doctor(RealHelper):
     def test_servers_and_the_workflows_that_they_can_run(self) -> None:
         server = ComfyServer()
         self.addCleanup(server.stop)
-        self.catalog(("good", "Good"), ("model", "No Model"), ("node", "No Node"))
-        for name, changes in (("good", {}), ("model", {"ckpt_name": "lost.safetensors"}), ("node", {})):
+        self.catalog(("good", "Good"), ("model", "No Model"), ("node", "No Node"), ("guide", "Wrong Guide"))
+        for name, node, changes in (
+            ("good", "1", {}),
+            ("model", "1", {"inputs": {"ckpt_name": "lost.safetensors"}}),
+            ("node", "9", {"class_type": "LostNode"}),
+            ("guide", "8", {"_meta": {"title": "Quillmere Guide"}}),
+        ):
             made = graph()
-            made["1"]["inputs"].update(changes)
-            if name == "node":
-                made["9"]["class_type"] = "LostNode"
+            made[node].update(changes)
             self.write(f"home/.quillmere/workflows/{name}.json", json.dumps(made).encode())
         self.env["QUILLMERE_A1111_URL"] = "http://127.0.0.1:1"
-        for url, states in ((server.url, ["ok", "note", "ok", "broken", "broken"]), ("http://127.0.0.1:1", ["note", "note"] + ["broken"] * 3)):
+        workflows = ["workflow Good", "workflow No Model", "workflow No Node", "workflow Wrong Guide"]
+        names = ["server ComfyUI", "server A1111-compatible", *workflows]
+        for url, states in (
+            (server.url, ["ok", "note", "ok", "broken", "broken", "broken"]),
+            ("http://127.0.0.1:1", ["note", "note"] + ["broken"] * 4),
+        ):
             self.env["QUILLMERE_COMFYUI_URL"] = url
             done = self.run_command("doctor", "--plugin", str(PLUGIN), "--write-dir", "write", "--json")
             found = {entry["check"]: entry for entry in json.loads(done.stdout)}
-            names = ["server ComfyUI", "server A1111-compatible", "workflow Good", "workflow No Model", "workflow No Node"]
             self.assertEqual([found[name]["state"] for name in names], states, found)
             self.assertEqual(done.returncode, 1)
             for name, state in zip(names, states):
                 self.assertEqual(found[name]["remedy"] != "", state != "ok", found[name])
             if url == server.url:
-                for name, told in zip(names, ("0.3.64", "does not answer", url, "lost.safetensors", "LostNode")):
+                for name, told in zip(names, ("0.3.64", "does not answer", url, "lost.safetensors", "LostNode", "loads no picture")):
                     self.assertIn(told, found[name]["detail"])
+        self.assertEqual(server.submitted, [])

@@ -78,40 +78,33 @@ class Terminal(Stage):
         self.assertEqual([row[0] for row in results], ["frame", "guide", "picture", "output"] * 2)
         self.assertNotIn(b"\x1b[?25l", written)
 
-    def test_the_line_keeps_to_the_width(self) -> None:
-        self.helper(f"say '{'x' * 300}'; sleep 0.4; answer")
+    def test_a_long_and_hostile_message_stays_on_its_line(self) -> None:
+        message = "a\\033[2J\\033]0;b\\007" + "x" * 300
+        self.helper(f"printf '{{\"message\": \"{message}\"}}' > $(field status_path); sleep 0.4; answer")
         for columns in [20, 61]:
             with self.subTest(columns=columns):
                 _, written = self.on_terminal(columns=columns)
+                self.assertEqual(set(re.findall(rb"\x1b.{2}", written)), {b"\x1b[K"})
+                self.assertNotIn(b"\x07", written)
                 for drawn in re.findall(r"\r([^\r\n]*)\x1b\[K", written.decode()):
                     self.assertLess(len(drawn), columns)
 
-    def test_a_hostile_message_cannot_reach_the_terminal(self) -> None:
-        self.helper("printf '{\"message\": \"a\\033[2J\\033]0;b\\007\"}' > $(field status_path); sleep 0.4; answer")
-        _, written = self.on_terminal()
-        self.assertEqual(set(re.findall(rb"\x1b.{2}", written)), {b"\x1b[K"})
-        self.assertNotIn(b"\x07", written)
-
     def test_a_break_clears_the_line(self) -> None:
-        self.helper("trap '' INT TERM; say Waiting; sleep 60; :")
-        stop_once = lambda process: process.send_signal(signal.SIGINT)  # noqa: E731
+        stubborn, obedient = "trap '' INT TERM; say Waiting; sleep 60; :", "say Waiting; sleep 60; :"
+        for helper, signals, quiet in [(stubborn, 2, ["--quiet"]), (stubborn, 2, []), (obedient, 1, [])]:
+            with self.subTest(helper=helper, quiet=quiet):
 
-        def stop_twice(process: subprocess.Popen) -> None:
-            process.send_signal(signal.SIGINT)
-            time.sleep(0.3)
-            process.send_signal(signal.SIGINT)
+                def stop(process: subprocess.Popen) -> None:
+                    time.sleep(1 if quiet else 0)  # nothing tells when the helper runs
+                    for _ in range(signals):
+                        process.send_signal(signal.SIGINT)
+                        time.sleep(0.3)
 
-        status, written = self.on_terminal("--quiet", when=b"", do=lambda process: (time.sleep(1), stop_twice(process)))
-        self.assertEqual((status, written), (130, b""))
-        status, written = self.on_terminal(when=b"Waiting", do=stop_twice)
-        self.assertEqual(status, 130)
-        self.assertEqual(shown(written)[-1], "")
-        self.assert_nothing_left()
-        self.helper("say Waiting; sleep 60; :")
-        status, written = self.on_terminal(when=b"Waiting", do=stop_once)
-        self.assertEqual(status, 130)
-        self.assertEqual(shown(written)[-1], "")
-        self.assert_nothing_left()
+                self.helper(helper)
+                status, written = self.on_terminal(*quiet, when=b"" if quiet else b"Waiting", do=stop)
+                self.assertEqual((status, shown(written)[-1]), (130, ""))
+                self.assertEqual(written if quiet else b"", b"")
+                self.assert_nothing_left()
 
     def test_a_plain_terminal_gets_plain_lines(self) -> None:
         self.env["TERM"] = "dumb"
