@@ -22,6 +22,7 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
+  std::filesystem::path operator/(const std::filesystem::path& name) const { return path_ / name; }
 
   // Writes a file below the folder, with the folders it needs.
   std::filesystem::path write(const std::filesystem::path& name, const std::string& content) const {

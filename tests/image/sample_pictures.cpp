@@ -1,23 +1,11 @@
 #include "sample_pictures.h"
 
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
 namespace quillmere::image::testing {
 
 namespace fs = std::filesystem;
-
-TemporaryFolder::TemporaryFolder() {
-  std::string name = (fs::temp_directory_path() / "quillmere-image-XXXXXX").string();
-  path_ = mkdtemp(name.data());
-}
-
-std::vector<std::string> TemporaryFolder::names() const {
-  std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(path_)) names.push_back(entry.path().filename().string());
-  return names;
-}
 
 File contentOf(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);

@@ -2,28 +2,14 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <string>
 #include <vector>
 
 #include "image/image.h"
+#include "temporary_folder.h"
 
 namespace quillmere::image::testing {
 
 using File = std::vector<std::uint8_t>;
-
-// A folder of its own for each test, removed with everything in it.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder() { std::filesystem::remove_all(path_); }
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-  std::vector<std::string> names() const;
-
- private:
-  std::filesystem::path path_;
-};
 
 File contentOf(const std::filesystem::path& file);
 

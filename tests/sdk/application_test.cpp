@@ -42,7 +42,7 @@ std::string firstProbe() {
 
 // A plug-in folder with everything in order.
 void install(const TemporaryFolder& folder, const std::string& module) {
-  fs::copy_file(module, folder.path() / "probe.xso64");
+  fs::copy_file(module, folder / "probe.xso64");
   folder.write("res/c4d_symbols.h", "enum { IDS_PROBE = 10000, _DUMMY_ };");
   folder.write("res/strings_en-US/c4d_strings.str", "STRINGTABLE { IDS_PROBE \"Probe\"; }");
   folder.write("res/strings_de-DE/c4d_strings.str", "STRINGTABLE { IDS_PROBE \"F\xC3\xBChler\"; }");
@@ -84,14 +84,14 @@ TEST(Application, AModuleOfEitherStandardLibraryIsToldInOrderAndEnded) {
     EXPECT_FALSE(registrationOf(folder.path())) << "it declares nothing";
     Console console;
     {
-      Application application(folder.path() / "written", console);
+      Application application(folder / "written", console);
       application.loadPlugin(folder.path());
       EXPECT_THAT(console.lines, ElementsAre("message 0", "message 1", "start Probe"));
       BasePlugin* plugin = FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST);
       ASSERT_NE(plugin, nullptr);
-      EXPECT_EQ(pathOf(plugin->GetFilename()), folder.path() / "probe.xso64");
+      EXPECT_EQ(pathOf(plugin->GetFilename()), folder / "probe.xso64");
       EXPECT_EQ(FindPlugin(kEffect, PLUGINTYPE::COMMAND), nullptr);
-      EXPECT_EQ(pathOf(GeGetStartupWritePath()), folder.path() / "written");
+      EXPECT_EQ(pathOf(GeGetStartupWritePath()), folder / "written");
       EXPECT_THAT(errorOf([&] { application.loadPlugin(folder.path()); }), HasSubstr("loaded already"));
     }
     EXPECT_EQ(console.lines.back(), "end");
@@ -121,21 +121,21 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
     std::function<void(const TemporaryFolder&)> apply;
     std::vector<std::string> expected;
   } rows[] = {
-      {"no module", [](auto& folder) { fs::remove(folder.path() / "probe.xso64"); }, {"holds no module", "build"}},
+      {"no module", [](auto& folder) { fs::remove(folder / "probe.xso64"); }, {"holds no module", "build"}},
       {"two modules",
-       [](auto& folder) { fs::copy_file(firstProbe(), folder.path() / "another.xso64"); },
+       [](auto& folder) { fs::copy_file(firstProbe(), folder / "another.xso64"); },
        {"more than one *.xso64"}},
       {"no shared library", [](auto& folder) { folder.write("probe.xso64", "text"); }, {"cannot open module"}},
       {"no entry",
        [](auto& folder) {
-         fs::copy_file(QM_ENTRYLESS_MODULE, folder.path() / "probe.xso64", fs::copy_options::overwrite_existing);
+         fs::copy_file(QM_ENTRYLESS_MODULE, folder / "probe.xso64", fs::copy_options::overwrite_existing);
        },
        {"c4d_main"}},
       {"no resources",
-       [](auto& folder) { fs::remove_all(folder.path() / "res"); },
+       [](auto& folder) { fs::remove_all(folder / "res"); },
        {"can't initialise", "/res: there is no such folder"}},
       {"no texts",
-       [](auto& folder) { fs::remove_all(folder.path() / "res/strings_en-US"); },
+       [](auto& folder) { fs::remove_all(folder / "res/strings_en-US"); },
        {"can't initialise", "strings_en-US/c4d_strings.str: there is no such file"}},
       {"broken symbols",
        [](auto& folder) { folder.write("res/c4d_symbols.h", "enum {\n A = ,\n};"); },
@@ -144,13 +144,13 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
        [](auto& folder) { folder.write("res/description/vpprobe.res", "CONTAINER VPprobe\n{\n GROUP X {}\n}"); },
        {"can't start", "vpprobe.res:3: 'X'"}},
       {"no description",
-       [](auto& folder) { fs::remove(folder.path() / "res/description/vpprobe.res"); },
+       [](auto& folder) { fs::remove(folder / "res/description/vpprobe.res"); },
        {"can't start", "vpprobe.res: there is no such file"}},
   };
   Console console;
   TemporaryFolder written;
   Application application(written.path(), console);
-  EXPECT_THAT(errorOf([&] { application.loadPlugin(written.path() / "none"); }), HasSubstr("no such folder"));
+  EXPECT_THAT(errorOf([&] { application.loadPlugin(written / "none"); }), HasSubstr("no such folder"));
   for (const auto& row : rows) {
     SCOPED_TRACE(row.damage);
     TemporaryFolder folder;

@@ -119,7 +119,7 @@ TEST(DamagedResource, IsNamedWithItsLine) {
     EXPECT_THAT(damage, HasSubstr(file.string()));
   }
   for (const Reader& reader : {Reader(header), Reader(table), Reader(description)}) {
-    EXPECT_THAT(damageOf(reader, folder.path() / "none"), HasSubstr("there is no such file"));
+    EXPECT_THAT(damageOf(reader, folder / "none"), HasSubstr("there is no such file"));
     EXPECT_THAT(damageOf(reader, folder.path()), HasSubstr("there is no such file"));
   }
 }

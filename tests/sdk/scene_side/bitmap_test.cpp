@@ -29,7 +29,7 @@ Rgb pixel(const BaseBitmap* bitmap, int x, int y) {
 }
 
 cinema::Filename named(const TemporaryFolder& folder, const char* name) {
-  return host::filenameOf(folder.path() / name);
+  return host::filenameOf(folder / name);
 }
 
 TEST(Bitmap, IsMadeInTheSizesAndDepthsThatAreModelled) {
@@ -72,10 +72,10 @@ TEST(Bitmap, LoadedDepthFollowsTheSamplesAndIgnoresAlpha) {
   std::ranges::copy(std::array<std::uint16_t, 3>{65535, 258, 3}, words.row<std::uint16_t>(0));
   std::ranges::copy(std::array<float, 3>{4.0F, 0.5F, -1.0F}, floats.row<float>(0));
   grey.row<std::uint8_t>(0)[0] = 77;
-  image::writePng(folder.path() / "bytes", bytes);
-  image::writePng(folder.path() / "words", words, image::PngDepth::As16Bit);
-  image::writePng(folder.path() / "grey", grey);
-  image::writeExr(folder.path() / "floats", floats);
+  image::writePng(folder / "bytes", bytes);
+  image::writePng(folder / "words", words, image::PngDepth::As16Bit);
+  image::writePng(folder / "grey", grey);
+  image::writeExr(folder / "floats", floats);
   for (const auto& [name, depth, read] : {std::tuple{"bytes", 24, Rgb{10, 20, 30}},
                                           {"words", 48, Rgb{65535, 258, 3}},
                                           {"grey", 24, Rgb{77, 77, 77}},
@@ -110,7 +110,7 @@ TEST(Bitmap, SavesPngAndRefusesWhatItCannotKeep) {
   ASSERT_EQ(bitmap->Init(3, 2, 32), IMAGERESULT::OK);
   bitmap->SetPixel(2, 1, 1, 2, 3);
   ASSERT_EQ(bitmap->Save(named(folder, "good.png"), cinema::FILTER_PNG, nullptr, SAVEBIT::NONE), IMAGERESULT::OK);
-  const image::Image saved = image::read(folder.path() / "good.png");
+  const image::Image saved = image::read(folder / "good.png");
   EXPECT_EQ(saved.channels(), 3);
   EXPECT_EQ(saved.row<std::uint8_t>(1)[8], 3);
 
@@ -118,9 +118,8 @@ TEST(Bitmap, SavesPngAndRefusesWhatItCannotKeep) {
   EXPECT_EQ(bitmap->Save(bad, cinema::FILTER_PNG + 1, nullptr, SAVEBIT::NONE), IMAGERESULT::WRONGTYPE);
   EXPECT_EQ(bitmap->Save(bad, cinema::FILTER_PNG, nullptr, SAVEBIT::ALPHA), IMAGERESULT::PARAM_ERROR);
   EXPECT_EQ(empty->Save(bad, cinema::FILTER_PNG, nullptr, SAVEBIT::NONE), IMAGERESULT::PARAM_ERROR);
-  EXPECT_EQ(
-      bitmap->Save(host::filenameOf(folder.path() / "no" / "bad.png"), cinema::FILTER_PNG, nullptr, SAVEBIT::NONE),
-      IMAGERESULT::FILEERROR);
+  EXPECT_EQ(bitmap->Save(host::filenameOf(folder / "no" / "bad.png"), cinema::FILTER_PNG, nullptr, SAVEBIT::NONE),
+            IMAGERESULT::FILEERROR);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
 }
 

@@ -8,12 +8,12 @@ namespace {
 
 TEST_F(OpenScene, KnowsWhereItsFileLies) {
   folder.write("My Scène.gltf", R"({"asset":{"version":"2.0"}})");
-  host::Document saved(folder.path() / "." / "My Scène.gltf");
+  host::Document saved(folder / "." / "My Scène.gltf");
   EXPECT_EQ(saved.api().GetDocumentName().GetString(), "My Scène.gltf");
   EXPECT_EQ(host::pathOf(saved.api().GetDocumentPath()), folder.path());
   EXPECT_EQ(saved.api().GetSceneCamera(), nullptr);
   EXPECT_FALSE(api.GetDocumentPath().IsPopulated());
-  EXPECT_THROW(host::Document(folder.path() / "missing.gltf"), host::Error);
+  EXPECT_THROW(host::Document(folder / "missing.gltf"), host::Error);
 }
 
 TEST_F(OpenScene, CountsFramesAtItsRateAndRefusesNonsense) {
