@@ -31,6 +31,13 @@ tinygltf::Model modelOf(const std::vector<unsigned char>& bytes, int componentTy
   return model;
 }
 
+using Sparse = decltype(tinygltf::Accessor::sparse);
+
+// Replaces `count` elements, told by the indices and the values at their offsets in view 0.
+Sparse sparse(int count, int indicesAt, int indexType, int valuesAt, int indicesView = 0) {
+  return {count, true, {indicesAt, indicesView, indexType}, {0, valuesAt}};
+}
+
 template <class T>
 std::vector<unsigned char> bytesOf(const std::vector<T>& values) {
   std::vector<unsigned char> bytes(values.size() * sizeof(T));
@@ -39,6 +46,7 @@ std::vector<unsigned char> bytesOf(const std::vector<T>& values) {
 }
 
 TEST(AccessorReader, ConvertsEveryNumberTypeToFloat) {
+  constexpr int kUnsignedByte = 5121, kByte = 5120, kShort = 5122, kUnsignedShort = 5123, kFloat = 5126;
   struct Row {
     const char* name;
     std::vector<unsigned char> bytes;
@@ -47,16 +55,12 @@ TEST(AccessorReader, ConvertsEveryNumberTypeToFloat) {
     std::vector<float> expected;
   };
   const std::vector<Row> rows{
-      {"unsigned byte", {0, 51, 255}, TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, true, {0, 0.2F, 1}},
-      {"byte", bytesOf<std::int8_t>({-128, -127, 127}), TINYGLTF_COMPONENT_TYPE_BYTE, true, {-1, -1, 1}},
-      {"short", bytesOf<std::int16_t>({-32768, 0, 32767}), TINYGLTF_COMPONENT_TYPE_SHORT, true, {-1, 0, 1}},
-      {"unsigned short",
-       bytesOf<std::uint16_t>({0, 13107, 65535}),
-       TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
-       true,
-       {0, 0.2F, 1}},
-      {"plain short", bytesOf<std::int16_t>({-300, 0, 7}), TINYGLTF_COMPONENT_TYPE_SHORT, false, {-300, 0, 7}},
-      {"float", bytesOf<float>({-1.5F, 0, 7}), TINYGLTF_COMPONENT_TYPE_FLOAT, false, {-1.5F, 0, 7}},
+      {"unsigned byte", {0, 51, 255}, kUnsignedByte, true, {0, 0.2F, 1}},
+      {"byte", bytesOf<std::int8_t>({-128, -127, 127}), kByte, true, {-1, -1, 1}},
+      {"short", bytesOf<std::int16_t>({-32768, 0, 32767}), kShort, true, {-1, 0, 1}},
+      {"unsigned short", bytesOf<std::uint16_t>({0, 13107, 65535}), kUnsignedShort, true, {0, 0.2F, 1}},
+      {"plain short", bytesOf<std::int16_t>({-300, 0, 7}), kShort, false, {-300, 0, 7}},
+      {"float", bytesOf<float>({-1.5F, 0, 7}), kFloat, false, {-1.5F, 0, 7}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.name);
@@ -110,26 +114,11 @@ TEST(AccessorReader, RefusesWhatReachesBeyondItsBytes) {
       {[](auto& m) { m.bufferViews[0].byteStride = kHuge; }, "ends beyond its buffer view"},
       {[](auto& m) { m.bufferViews[0].buffer = -1; }, "no buffer -1"},
       {[](auto& m) { m.accessors[0].type = TINYGLTF_TYPE_VEC2; }, "another type"},
-      {[](auto& m) {
-         m.accessors[0].sparse = {-1, true, {0, 0, 5121}, {0, 0}};
-       },
-       "malformed"},
-      {[](auto& m) {
-         m.accessors[0].sparse = {1, true, {0, 0, 5126}, {0, 0}};
-       },
-       "malformed"},
-      {[](auto& m) {
-         m.accessors[0].sparse = {1, true, {-4, 0, 5121}, {0, 0}};
-       },
-       "malformed"},
-      {[](auto& m) {
-         m.accessors[0].sparse = {1, true, {0, 9, 5121}, {0, 0}};
-       },
-       "no buffer view 9"},
-      {[](auto& m) {
-         m.accessors[0].sparse = {1, true, {0, 0, 5121}, {0, 16}};
-       },
-       "ends beyond"},
+      {[](auto& m) { m.accessors[0].sparse = sparse(-1, 0, 5121, 0); }, "malformed"},
+      {[](auto& m) { m.accessors[0].sparse = sparse(1, 0, 5126, 0); }, "malformed"},
+      {[](auto& m) { m.accessors[0].sparse = sparse(1, -4, 5121, 0); }, "malformed"},
+      {[](auto& m) { m.accessors[0].sparse = sparse(1, 0, 5121, 0, 9); }, "no buffer view 9"},
+      {[](auto& m) { m.accessors[0].sparse = sparse(1, 0, 5121, 16); }, "ends beyond"},
   };
   for (std::size_t i = 0; i < rows.size(); ++i) {
     SCOPED_TRACE(i);

@@ -76,7 +76,7 @@ bool loadsOrRefuses(const std::filesystem::path& file) {
 }
 
 TEST(DamagedFiles, AreRefusedOrStillDrawable) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const std::string whole = richScene().glb();
   ASSERT_TRUE(loadsOrRefuses(folder.write("whole.glb", whole)));
   std::mt19937 random(20240607);
@@ -96,7 +96,7 @@ TEST(DamagedFiles, AreRefusedOrStillDrawable) {
 }
 
 TEST(DamagedFiles, AreRefusedWhereverTheyAreCutOff) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const std::string whole = richScene().glb();
   for (std::size_t length = 0; length < whole.size(); length += length < 32 ? 1 : 61) {
     EXPECT_FALSE(loadsOrRefuses(folder.write("cut.glb", whole.substr(0, length)))) << length;
@@ -104,7 +104,7 @@ TEST(DamagedFiles, AreRefusedWhereverTheyAreCutOff) {
 }
 
 TEST(DamagedFiles, WithLengthsThatDoNotHoldAreRefused) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   GltfBuilder builder;
   builder.show(builder.triangle());
   const std::string whole = builder.glb();
@@ -126,7 +126,7 @@ TEST(DamagedFiles, WithLengthsThatDoNotHoldAreRefused) {
 }
 
 TEST(DamagedFiles, ThatWouldExhaustTheMachineAreRefused) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   const std::string head = R"({"asset":{"version":"2.0"},)";
   std::string samplers = R"({"input":0,"output":0})";
   for (int i = 0; i < 2000; ++i) samplers += R"(,{"input":0,"output":0})";
@@ -147,12 +147,7 @@ TEST(DamagedFiles, ThatWouldExhaustTheMachineAreRefused) {
   };
   for (const auto& [document, refusal] : rows) {
     SCOPED_TRACE(document.substr(0, 60));
-    try {
-      load(folder.write("bomb.gltf", document));
-      ADD_FAILURE() << "loaded";
-    } catch (const Error& error) {
-      EXPECT_THAT(error.what(), HasSubstr(refusal));
-    }
+    EXPECT_THAT(refusalOf(folder.write("bomb.gltf", document)), HasSubstr(refusal));
   }
 }
 

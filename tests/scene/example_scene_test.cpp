@@ -15,16 +15,16 @@ std::string bytesOf(const std::filesystem::path& file) {
 }
 
 TEST(ExampleScene, IsTheSameEveryTimeAndFullyUnderstood) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   for (const std::string name : {"first.glb", "second.glb"}) {
-    const std::string command = "'" PYTHON "' '" HARBOUR_SCRIPT "' '" + (folder.path() / name).string() + "'";
+    const std::string command = "'" PYTHON "' '" HARBOUR_SCRIPT "' '" + (folder / name).string() + "'";
     ASSERT_EQ(std::system(command.c_str()), 0);
   }
-  const std::string bytes = bytesOf(folder.path() / "first.glb");
-  EXPECT_EQ(bytes, bytesOf(folder.path() / "second.glb"));
+  const std::string bytes = bytesOf(folder / "first.glb");
+  EXPECT_EQ(bytes, bytesOf(folder / "second.glb"));
   EXPECT_LT(bytes.size(), 1000000U);
 
-  const auto scene = load(folder.path() / "first.glb");
+  const auto scene = load(folder / "first.glb");
   EXPECT_TRUE(scene->warnings().empty()) << testing::PrintToString(scene->warnings());
   EXPECT_EQ(scene->cameras().size(), 5U);
   EXPECT_EQ(scene->duration(), 8.0);

@@ -1,9 +1,5 @@
 #include "gltf_builder.h"
 
-#include <unistd.h>
-
-#include <atomic>
-#include <fstream>
 #include <map>
 #include <numeric>
 
@@ -22,24 +18,6 @@ std::string padded(std::string bytes, char with) {
 }
 
 }  // namespace
-
-ScratchFolder::ScratchFolder() {
-  static std::atomic<int> number{0};
-  path_ = std::filesystem::temp_directory_path() /
-          ("quillmere-scene-" + std::to_string(getpid()) + "-" + std::to_string(number++));
-  std::filesystem::create_directories(path_);
-}
-
-ScratchFolder::~ScratchFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
-std::filesystem::path ScratchFolder::write(const std::string& name, const std::string& content) const {
-  std::filesystem::create_directories((path_ / name).parent_path());
-  std::ofstream(path_ / name, std::ios::binary) << content;
-  return path_ / name;
-}
 
 GltfBuilder::GltfBuilder() {
   json = {{"asset", {{"version", "2.0"}}}, {"scene", 0}, {"scenes", {{{"nodes", nlohmann::json::array()}}}}};
@@ -99,13 +77,18 @@ std::string GltfBuilder::glb() const {
 }
 
 std::shared_ptr<const Scene> GltfBuilder::load() const {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   return scene::load(folder.write("scene.glb", glb()));
 }
 
 std::string GltfBuilder::refusal() const {
+  const TemporaryFolder folder;
+  return refusalOf(folder.write("scene.glb", glb()));
+}
+
+std::string refusalOf(const std::filesystem::path& file) {
   try {
-    load();
+    load(file);
   } catch (const Error& error) {
     return error.what();
   }

@@ -1,30 +1,15 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "scene/scene.h"
+#include "temporary_folder.h"
 
 namespace quillmere::scene {
-
-// A folder of its own for each test, removed with its content.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ~ScratchFolder();
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-  const std::filesystem::path& path() const { return path_; }
-  std::filesystem::path write(const std::string& name, const std::string& content) const;
-
- private:
-  std::filesystem::path path_;
-};
 
 // Makes small binary glTF files: `json` is the document, free to be changed; data is appended to its one buffer.
 class GltfBuilder {
@@ -55,8 +40,7 @@ class GltfBuilder {
 
   std::string glb() const;
   std::shared_ptr<const Scene> load() const;
-  // The text of the Error that loading ends in; empty when it doesn't.
-  std::string refusal() const;
+  std::string refusal() const;  // see refusalOf
 
  private:
   static int componentType(std::uint8_t) { return 5121; }
@@ -72,6 +56,8 @@ class GltfBuilder {
   std::string data_;
 };
 
+// The text of the Error that loading `file` ends in; empty when it doesn't.
+std::string refusalOf(const std::filesystem::path& file);
 // Whether any of the scene's warnings contains `text`.
 bool warnsOf(const Scene& scene, const std::string& text);
 

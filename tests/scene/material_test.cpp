@@ -14,11 +14,11 @@ using ::testing::HasSubstr;
 
 // A grey 16-bit PNG file, to be shown as RGBA bytes.
 std::string pngFile(int width) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   image::Image picture(width, 1, 1, image::Sample::Word);
   picture.row<std::uint16_t>(0)[0] = 0x8080;
-  image::writePng(folder.path() / "p.png", picture, image::PngDepth::As16Bit);
-  std::ifstream in(folder.path() / "p.png", std::ios::binary);
+  image::writePng(folder / "p.png", picture, image::PngDepth::As16Bit);
+  std::ifstream in(folder / "p.png", std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
 }
 
@@ -63,7 +63,7 @@ TEST(Materials, KeepFactorsModesAndSides) {
 
 TEST(Textures, ComeFromBufferViewsDataUrisAndFiles) {
   const std::string png = pngFile(3);
-  ScratchFolder folder;
+  TemporaryFolder folder;
   folder.write("maps/blue sail.png", png);
   GltfBuilder embedded;
   showTextured(embedded, {{"bufferView", embedded.view(png)}, {"mimeType", "image/png"}});

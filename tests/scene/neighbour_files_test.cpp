@@ -36,26 +36,19 @@ std::string documentWithBuffer(const std::string& uri, int length) {
 }
 
 TEST(NeighbourFiles, HoldBuffersOrTheSceneIsRefused) {
-  const ScratchFolder folder;
+  const TemporaryFolder folder;
   folder.write("data/hull 1+2.bin", "12345678");
   EXPECT_NO_THROW(load(folder.write("good.gltf", documentWithBuffer("data/hull%201+2.bin", 8))));
-  std::filesystem::create_directory(folder.path() / "folder.bin");
+  std::filesystem::create_directory(folder / "folder.bin");
   struct Row {
     const char* uri;
     int length;
     const char* refusal;
   };
-  for (const auto& [uri, length, refusal] : std::vector<Row>{{"gone.bin", 8, "no such file"},
-                                                             {"folder.bin", 8, "not a regular file"},
-                                                             {"data/hull%201+2.bin", 9, "size mismatch"},
-                                                             {"../x.bin", 8, "own folder"}}) {
-    SCOPED_TRACE(uri);
-    try {
-      load(folder.write("bad.gltf", documentWithBuffer(uri, length)));
-      ADD_FAILURE() << "loaded";
-    } catch (const Error& error) {
-      EXPECT_THAT(error.what(), HasSubstr(refusal));
-    }
+  for (const auto& [uri, length, refusal] :
+       {Row{"gone.bin", 8, "no such file"}, Row{"folder.bin", 8, "not a regular file"},
+        Row{"data/hull%201+2.bin", 9, "size mismatch"}, Row{"../x.bin", 8, "own folder"}}) {
+    EXPECT_THAT(refusalOf(folder.write("bad.gltf", documentWithBuffer(uri, length))), HasSubstr(refusal)) << uri;
   }
 }
 

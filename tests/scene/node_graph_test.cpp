@@ -13,12 +13,10 @@ TEST(NodeGraph, RefusesWhatIsNoForest) {
     std::vector<std::vector<int>> children;  // of each node
     const char* refusal;
   };
-  for (const auto& [children, refusal] : std::vector<Row>{{{{0}}, "cycle"},
-                                                          {{{1}, {2}, {1}}, "more than one parent"},
-                                                          {{{}, {2}, {1}}, "cycle"},
-                                                          {{{2}, {2}, {}}, "more than one parent"},
-                                                          {{{5}}, "no node 5"},
-                                                          {{{-1}}, "no node -1"}}) {
+  const Row rows[] = {{{{0}}, "cycle"},          {{{1}, {2}, {1}}, "more than one parent"},
+                      {{{}, {2}, {1}}, "cycle"}, {{{2}, {2}, {}}, "more than one parent"},
+                      {{{5}}, "no node 5"},      {{{-1}}, "no node -1"}};
+  for (const auto& [children, refusal] : rows) {
     GltfBuilder builder;
     for (const auto& list : children) builder.add("nodes", {{"children", list}});
     builder.json["scenes"][0]["nodes"] = {0};
