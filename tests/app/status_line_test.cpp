@@ -44,17 +44,6 @@ TEST(Fitted, CutsBetweenCharactersAndKeepsToTheColumns) {
   }
 }
 
-TEST(StatusLine, NeverGrowsBeyondTheTerminal) {
-  StatusLine line{-2147483647, 98, 100, 0.5, true, std::string(300, 'x') + "光\x1b[2J", 12345.6};
-  for (const Glyphs glyphs : {Glyphs::Ascii, Glyphs::Unicode}) {
-    for (int width = 0; width < 200; ++width) {
-      const std::string drawn = composed(line, static_cast<unsigned>(width), width, glyphs);
-      EXPECT_LE(cellsOf(drawn), width);
-      EXPECT_EQ(drawn.find_first_of("\x1b\n\r"), std::string::npos);
-    }
-  }
-}
-
 TEST(StatusLine, ShowsFrameBarTextAndTime) {
   const StatusLine line{12, 1, 4, 0.0, true, "Inking", 3.9};
   EXPECT_EQ(composed(line, 1, 80, Glyphs::Ascii), "/ [#####...............] frame 12 (2/4)  Inking  3 s");

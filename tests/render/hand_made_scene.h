@@ -11,7 +11,7 @@ namespace quillmere::render {
 
 // A scene put together by a test. What the test changes in `now` is there at the next pose.
 struct HandMadeScene : scene::Scene {
-  const std::vector<scene::CameraInfo>& cameras() const override { return noCameras; }
+  const std::vector<scene::CameraInfo>& cameras() const override { return views; }
   const std::vector<scene::Material>& materials() const override { return kinds; }
   const std::vector<std::string>& warnings() const override { return noWarnings; }
   double duration() const override { return 0.0; }
@@ -21,7 +21,7 @@ struct HandMadeScene : scene::Scene {
   int addMaterial(const scene::Material& material);
   void add(std::shared_ptr<const scene::Geometry> geometry, int material, const glm::mat4& toWorld = glm::mat4(1.0F));
 
-  std::vector<scene::CameraInfo> noCameras;
+  std::vector<scene::CameraInfo> views;
   std::vector<std::string> noWarnings;
   std::vector<scene::Material> kinds{scene::Material{}};
   scene::Moment now;

@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
 #include <map>
+#include <optional>
 #include <sstream>
 
 #include "core/atom.h"
@@ -19,6 +22,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace cinema;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -55,9 +59,10 @@ void install(const TemporaryFolder& folder, const std::string& module) {
                "STRINGTABLE VPprobe { VPprobe \"Probe\"; PROBE_PLAIN \"Plain\"; PROBE_BEFORE \"Before\"; }");
 }
 
-std::string errorOf(const std::function<void()>& action) {
+// What is told when the plug-in folder can't be loaded.
+std::string refusalOf(Application& application, const fs::path& folder) {
   try {
-    action();
+    application.loadPlugin(folder);
   } catch (const Error& error) {
     return error.what();
   }
@@ -92,7 +97,7 @@ TEST(Application, AModuleOfEitherStandardLibraryIsToldInOrderAndEnded) {
       EXPECT_EQ(pathOf(plugin->GetFilename()), folder / "probe.xso64");
       EXPECT_EQ(FindPlugin(kEffect, PLUGINTYPE::COMMAND), nullptr);
       EXPECT_EQ(pathOf(GeGetStartupWritePath()), folder / "written");
-      EXPECT_THAT(errorOf([&] { application.loadPlugin(folder.path()); }), HasSubstr("loaded already"));
+      EXPECT_THAT(refusalOf(application, folder.path()), HasSubstr("loaded already"));
     }
     EXPECT_EQ(console.lines.back(), "end");
     EXPECT_EQ(FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST), nullptr);
@@ -112,52 +117,38 @@ TEST(Application, TextsComeInTheChosenLanguageOrElseInEnglish) {
     EXPECT_EQ(console.lines.back(), expected);
   }
   Console console;
-  EXPECT_THAT(errorOf([&] { Application("/tmp", console, "../en"); }), HasSubstr("'../en'"));
+  EXPECT_THROW(Application("/tmp", console, "../en"), Error);
 }
 
 TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
+  std::ifstream entryless(QM_ENTRYLESS_MODULE, std::ios::binary);
+  const std::string symbols = "enum {\n A = ,\n};", description = "CONTAINER VPprobe\n{\n GROUP X {}\n}";
   const struct {
-    std::string damage;
-    std::function<void(const TemporaryFolder&)> apply;
-    std::vector<std::string> expected;
+    const char* file;
+    std::optional<std::string> content;  // what it is damaged with; without any, the file is removed
+    const char *expected, *reason;
   } rows[] = {
-      {"no module", [](auto& folder) { fs::remove(folder / "probe.xso64"); }, {"holds no module", "build"}},
-      {"two modules",
-       [](auto& folder) { fs::copy_file(firstProbe(), folder / "another.xso64"); },
-       {"more than one *.xso64"}},
-      {"no shared library", [](auto& folder) { folder.write("probe.xso64", "text"); }, {"cannot open module"}},
-      {"no entry",
-       [](auto& folder) {
-         fs::copy_file(QM_ENTRYLESS_MODULE, folder / "probe.xso64", fs::copy_options::overwrite_existing);
-       },
-       {"c4d_main"}},
-      {"no resources",
-       [](auto& folder) { fs::remove_all(folder / "res"); },
-       {"can't initialise", "/res: there is no such folder"}},
-      {"no texts",
-       [](auto& folder) { fs::remove_all(folder / "res/strings_en-US"); },
-       {"can't initialise", "strings_en-US/c4d_strings.str: there is no such file"}},
-      {"broken symbols",
-       [](auto& folder) { folder.write("res/c4d_symbols.h", "enum {\n A = ,\n};"); },
-       {"can't initialise", "c4d_symbols.h:2: "}},
-      {"broken description",
-       [](auto& folder) { folder.write("res/description/vpprobe.res", "CONTAINER VPprobe\n{\n GROUP X {}\n}"); },
-       {"can't start", "vpprobe.res:3: 'X'"}},
-      {"no description",
-       [](auto& folder) { fs::remove(folder / "res/description/vpprobe.res"); },
-       {"can't start", "vpprobe.res: there is no such file"}},
+      {"probe.xso64", {}, "holds no module", "build"},
+      {"another.xso64", "", "more than one *.xso64", ""},
+      {"probe.xso64", "text", "cannot open module", ""},
+      {"probe.xso64", std::string(std::istreambuf_iterator(entryless), {}), "c4d_main", ""},
+      {"res", {}, "can't initialise", "/res: there is no such folder"},
+      {"res/strings_en-US", {}, "can't initialise", "strings_en-US/c4d_strings.str: there is no such file"},
+      {"res/c4d_symbols.h", symbols, "can't initialise", "c4d_symbols.h:2: "},
+      {"res/description/vpprobe.res", description, "can't start", "vpprobe.res:3: 'X'"},
+      {"res/description/vpprobe.res", {}, "can't start", "vpprobe.res: there is no such file"},
   };
   Console console;
   TemporaryFolder written;
   Application application(written.path(), console);
-  EXPECT_THAT(errorOf([&] { application.loadPlugin(written / "none"); }), HasSubstr("no such folder"));
+  EXPECT_THAT(refusalOf(application, written / "none"), HasSubstr("no such folder"));
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.damage);
+    SCOPED_TRACE(row.expected + std::string(" ") + row.reason);
     TemporaryFolder folder;
     install(folder, firstProbe());
-    row.apply(folder);
-    const std::string error = errorOf([&] { application.loadPlugin(folder.path()); });
-    for (const std::string& expected : row.expected) EXPECT_THAT(error, HasSubstr(expected));
+    fs::remove_all(folder / row.file);
+    if (row.content) folder.write(row.file, *row.content);
+    EXPECT_THAT(refusalOf(application, folder.path()), AllOf(HasSubstr(row.expected), HasSubstr(row.reason)));
     EXPECT_EQ(FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST), nullptr);
     AutoAlloc<Description> description;
     EXPECT_FALSE(description->LoadDescription("VPprobe"));
@@ -166,7 +157,7 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
   install(folder, firstProbe());
   install(twin, firstProbe());
   application.loadPlugin(folder.path());
-  EXPECT_THAT(errorOf([&] { application.loadPlugin(twin.path()); }), HasSubstr("'VPprobe' is registered already"));
+  EXPECT_THAT(refusalOf(application, twin.path()), HasSubstr("'VPprobe' is registered already"));
   EXPECT_NE(FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST), nullptr);
 }
 
@@ -237,10 +228,10 @@ TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine
   for (const auto& [content, expected] : rows) {
     SCOPED_TRACE(content.substr(0, 60));
     folder.write("res/description/vpprobe.res", "CONTAINER VPprobe {\n" + content + "\n}");
-    EXPECT_THAT(errorOf([&] { application.loadPlugin(folder.path()); }), HasSubstr(expected));
+    EXPECT_THAT(refusalOf(application, folder.path()), HasSubstr(expected));
   }
   folder.write("res/description/vpprobe.res", "CONTAINER VPother { }");
-  EXPECT_THAT(errorOf([&] { application.loadPlugin(folder.path()); }), HasSubstr("describes 'VPother'"));
+  EXPECT_THAT(refusalOf(application, folder.path()), HasSubstr("describes 'VPother'"));
 }
 
 class Parameters : public testing::Test {

@@ -59,15 +59,5 @@ TEST(Describing, AParameterNeedsAnAddressAndAGroupThatIsThere) {
   EXPECT_EQ(description->GetParameter(group, unused, nullptr), nullptr);
 }
 
-TEST(Describing, ADataTypeBringsItsOwnDefaults) {
-  for (const auto& [type, animate] : std::vector<std::pair<Int32, Int32>>{
-           {DTYPE_LONG, DESC_ANIMATE_ON}, {DTYPE_STATICTEXT, DESC_ANIMATE_OFF}, {424242, NOTOK}}) {
-    SCOPED_TRACE(type);
-    const BaseContainer properties = GetCustomDataTypeDefault(type);
-    EXPECT_EQ(properties.GetId(), type);
-    EXPECT_EQ(properties.GetInt32(DESC_ANIMATE, NOTOK), animate);
-  }
-}
-
 }  // namespace
 }  // namespace cinema

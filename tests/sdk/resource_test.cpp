@@ -59,29 +59,9 @@ TEST(StringTable, ResolvesEscapesAndJoinsNeighbours) {
   EXPECT_THAT(texts, ElementsAre(Pair("A", "say \"#1\"\n// \xC3\xA4\\"), Pair("B", "")));
 }
 
-TEST(Description, KeepsOrderGroupsAndProperties) {
-  const TemporaryFolder folder;
-  const DescriptionResource read = readDescriptionResource(folder.write(
-      "d.res",
-      "CONTAINER Od { NAME Od; INCLUDE Obase; INCLUDE VPbase; GROUP G { DEFAULT 1; LONG A { MIN -1; CYCLE { X; Y; } }\n"
-      "GROUP { BOOL B { } } } SEPARATOR { } }"));
-  EXPECT_EQ(read.name, "Od");
-  EXPECT_EQ(read.includes.size(), 2u);
-  ASSERT_EQ(read.content.members.size(), 2u);
-  const Element& group = read.content.members[0];
-  EXPECT_EQ(group.symbol.text + group.properties[0].name.text + group.properties[0].values[0].text, "GDEFAULT1");
-  ASSERT_EQ(group.members.size(), 2u);
-  EXPECT_EQ(group.members[0].properties[0].values[0].text, "-1");
-  EXPECT_EQ(group.members[0].properties[1].values.size(), 2u);
-  EXPECT_EQ(group.members[1].members[0].symbol.line, 2);
-}
-
 TEST(DamagedResource, IsNamedWithItsLine) {
-  const std::string deep = [] {
-    std::string text = "CONTAINER D {\n";
-    for (int i = 0; i < 100000; ++i) text += "GROUP G {\n";
-    return text;
-  }();
+  std::string deep = "CONTAINER D {\n";
+  for (int i = 0; i < 100000; ++i) deep += "GROUP G {\n";
   const struct {
     Reader reader;
     std::string content, expected;

@@ -29,20 +29,6 @@ TEST_F(OpenScene, CountsFramesAtItsRateAndRefusesNonsense) {
   EXPECT_THROW(document.setSize(16, 0), host::Error);
 }
 
-TEST_F(OpenScene, LinksLeadToCamerasAsCameras) {
-  cinema::BaseContainer links;
-  links.SetLink(1, back);
-  links.SetLink(2, api.GetRenderBaseDraw());
-  for (const auto& [link, type, target] : {std::tuple{1, cinema::Ocamera, back},
-                                           {1, cinema::Obase, back},
-                                           {1, cinema::Orscamera, nullptr},
-                                           {2, cinema::Ocamera, nullptr}}) {
-    EXPECT_EQ(links.GetLink(link, &api, type), target) << link << " as " << type;
-  }
-  EXPECT_EQ(back->GetName(), "Back");
-  EXPECT_EQ(back->GetDocument(), &api);
-}
-
 TEST_F(OpenScene, LooksThroughItsOwnCamerasOnly) {
   host::Document other(std::make_shared<TwoSidedScene>());
   cinema::BaseDraw* view = api.GetRenderBaseDraw();

@@ -3,7 +3,6 @@
 
 #include "dbasedraw.h"
 #include "door/render_call.h"
-#include "door/substitutes.h"
 #include "drendersettings.h"
 #include "open_scene.h"
 
@@ -75,7 +74,7 @@ TEST_F(Drawing, OfADocumentNeedsABitmapOfTheSettingsSize) {
   EXPECT_EQ(render(16, 9, nullptr), RENDERRESULT::FAILED);
   api.SetSceneCamera(nullptr);
   EXPECT_EQ(render(16, 9, bitmap), RENDERRESULT::FAILED);
-  EXPECT_EQ(scene->poses(), 0);
+  EXPECT_EQ(scene->poses, 0);
 }
 
 TEST_F(Drawing, OfADocumentStopsWithItsThreadOrTheFrameAroundIt) {
@@ -86,29 +85,6 @@ TEST_F(Drawing, OfADocumentStopsWithItsThreadOrTheFrameAroundIt) {
     EXPECT_EQ(render(16, 9, bitmap), RENDERRESULT::USERBREAK);
   }
   EXPECT_EQ(render(16, 9, bitmap), RENDERRESULT::OK);
-}
-
-TEST_F(Drawing, SubstitutesStandInAndGoAgain) {
-  {
-    host::Operations& table = host::operations();
-    host::Substitute noDrawing(cinema::C4DOS_Br->GetViewPortBitmap, nullptr);
-    host::Substitute noMemory(table.makeBitmap, [] { return nullptr; });
-    host::Substitute fixed(table.lookThrough, [](auto&, auto*) { return false; });
-    host::Substitute noView(table.activeView, [](auto&) { return nullptr; });
-    int watched = 0;
-    const auto passedOn = table.renderDocument;
-    host::Substitute watch(table.renderDocument, [&](auto&&... given) { return ++watched, passedOn(given...); });
-    EXPECT_EQ(cinema::C4DOS_Br->GetViewPortBitmap, nullptr);
-    EXPECT_EQ(BaseBitmap::Alloc(), nullptr);
-    EXPECT_FALSE(api.SetSceneCamera(back));
-    EXPECT_EQ(api.GetSceneCamera(), nullptr);
-    EXPECT_EQ(render(16, 9, nullptr), RENDERRESULT::FAILED);
-    EXPECT_EQ(watched, 1);
-  }
-  display(cinema::BASEDRAW_SDISPLAY_QUICK);
-  EXPECT_TRUE(drawView());
-  EXPECT_TRUE(api.SetSceneCamera(back));
-  EXPECT_EQ(api.GetSceneCamera(), back);
 }
 
 }  // namespace

@@ -132,7 +132,7 @@ TEST_F(FrameCalls, ThePictureIsTheEffectsLinesOverTheHostsDrawing) {
   document.addVideoPost(kEarly);
   document.setFrame(1);
   for (const int lines : {4, 2}) {
-    const int poses = scene->poses();
+    const int poses = scene->poses;
     actAt(VIDEOPOSTCALL::RENDER, false, [&](VideoPostStruct& call) {
       std::vector<float> black(6 * 4);
       const cinema::VPBuffer* buffer = call.render->GetBuffer(cinema::VPBUFFER_RGBA, NOTOK);
@@ -141,7 +141,7 @@ TEST_F(FrameCalls, ThePictureIsTheEffectsLinesOverTheHostsDrawing) {
     });
     const host::Frame frame = render();
     for (int y = 0; y < 4; ++y) EXPECT_EQ(frame.picture.row<float>(y)[0] > 0.5F, y >= lines);
-    EXPECT_EQ(scene->poses() > poses, lines < 4);
+    EXPECT_EQ(scene->poses > poses, lines < 4);
   }
 }
 

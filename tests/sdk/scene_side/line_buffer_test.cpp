@@ -1,4 +1,3 @@
-#include <array>
 #include <climits>
 #include <cmath>
 #include <vector>
@@ -32,7 +31,7 @@ TEST_F(Lines, WrittenAsAWholeCostNoDrawing) {
   const host::Frame frame = call.take();
   EXPECT_EQ(frame.result, cinema::RENDERRESULT::OK);
   EXPECT_EQ(frame.picture.row<float>(3)[31], 0.25F);
-  EXPECT_EQ(scene->poses(), 0);
+  EXPECT_EQ(scene->poses, 0);
 }
 
 TEST_F(Lines, UnwrittenOnesAndPartsShowTheDrawingMadeOnce) {
@@ -41,7 +40,7 @@ TEST_F(Lines, UnwrittenOnesAndPartsShowTheDrawingMadeOnce) {
   EXPECT_GT(line[0], 0.5F);  // the red wall
   EXPECT_EQ(line[3], 1.0F);
   const host::Frame frame = call.take();
-  EXPECT_EQ(scene->poses(), 1);
+  EXPECT_EQ(scene->poses, 1);
   EXPECT_EQ(frame.picture.row<float>(0)[0], 0.25F);
   EXPECT_GT(frame.picture.row<float>(2)[3 * 4], 0.5F);
   EXPECT_EQ(frame.picture.row<float>(2)[4 * 4], 0.25F);
@@ -49,17 +48,21 @@ TEST_F(Lines, UnwrittenOnesAndPartsShowTheDrawingMadeOnce) {
 }
 
 TEST_F(Lines, OutsideOfTheBufferAreRefused) {
-  const std::array<int, 3> rows[] = {{-1, 0, 8},
-                                     {0, -1, 8},
-                                     {0, 4, 8},
-                                     {8, 0, 1},
-                                     {1, 0, 8},
-                                     {0, 0, 9},
-                                     {0, 0, 0},
-                                     {0, 0, -1},
-                                     {INT_MAX, 0, 8},
-                                     {7, 0, INT_MAX},
-                                     {INT_MIN, INT_MIN, INT_MIN}};
+  const struct {
+    int x, y, count;
+  } rows[] = {
+      {-1, 0, 8},
+      {0, -1, 8},
+      {0, 4, 8},
+      {8, 0, 1},
+      {1, 0, 8},
+      {0, 0, 9},
+      {0, 0, 0},
+      {0, 0, -1},
+      {INT_MAX, 0, 8},
+      {7, 0, INT_MAX},
+      {INT_MIN, INT_MIN, INT_MIN},
+  };
   for (const auto& [x, y, count] : rows) {
     SCOPED_TRACE(testing::Message() << x << ", " << y << ", " << count);
     EXPECT_FALSE(write(x, y, count));
@@ -67,7 +70,7 @@ TEST_F(Lines, OutsideOfTheBufferAreRefused) {
   }
   EXPECT_FALSE(buffer->SetLine(0, 0, 8, nullptr, 32, false));
   EXPECT_FALSE(buffer->SetLine(0, 0, 8, line.data(), 24, false));
-  EXPECT_EQ(scene->poses(), 0);
+  EXPECT_EQ(scene->poses, 0);
 }
 
 TEST(LineDepths, ConvertBothWaysAndClamp) {

@@ -1,31 +1,34 @@
 #pragma once
 
 #include <atomic>
-#include <memory>
+#include <glm/gtc/constants.hpp>
+#include <glm/gtc/matrix_transform.hpp>
 
-#include "scene/scene.h"
+#include "render/hand_made_scene.h"
 
 namespace quillmere::test {
 
 // A red wall in front of the camera "Front", which looks along -Z, and a green one in front of "Back", which looks the
 // other way. Both are unlit, so quick pictures show pure colours. The front wall is gone from second 1 on.
-class TwoSidedScene : public scene::Scene {
- public:
-  TwoSidedScene();
-  const std::vector<scene::CameraInfo>& cameras() const override { return cameras_; }
-  const std::vector<scene::Material>& materials() const override { return materials_; }
-  const std::vector<std::string>& warnings() const override { return warnings_; }
-  double duration() const override { return 1.0; }
-  scene::Moment at(double seconds) const override;
+struct TwoSidedScene : render::HandMadeScene {
+  TwoSidedScene() {
+    const glm::mat4 turned = glm::rotate(glm::mat4(1.0F), glm::pi<float>(), {0, 1, 0});
+    const glm::mat4 ahead = glm::translate(glm::mat4(1.0F), glm::vec3(0, 0, -5));
+    const auto wall = render::rectangle(-50, -50, 50, 50);
+    add(wall, addMaterial(render::unlit({0, 1, 0})), turned * ahead);
+    add(wall, addMaterial(render::unlit({1, 0, 0})), ahead);
+    views = {{"Front", false, false}, {"Back", false, false}};
+    now.cameras.resize(2);
+    now.cameras[1].toWorld = turned;
+  }
+  scene::Moment at(double seconds) const override {
+    ++poses;
+    scene::Moment moment = now;
+    if (seconds >= 1.0) moment.surfaces.pop_back();
+    return moment;
+  }
 
-  int poses() const { return poses_; }  // how often somebody wanted to draw it
-
- private:
-  std::vector<scene::CameraInfo> cameras_{{"Front", false, false}, {"Back", false, false}};
-  std::vector<scene::Material> materials_;
-  std::vector<std::string> warnings_;
-  std::shared_ptr<scene::Geometry> wall_ = std::make_shared<scene::Geometry>();
-  mutable std::atomic<int> poses_ = 0;
+  mutable std::atomic<int> poses = 0;  // how often somebody wanted to draw it
 };
 
 }  // namespace quillmere::test
