@@ -2,15 +2,18 @@
 
 from __future__ import annotations
 
-import base64
 import json
 import os
 import pathlib
 import shutil
-import struct
 import subprocess
+import sys
 import tempfile
 import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "examples"))
+
+from harbour.glb import GlbWriter  # noqa: E402
 
 QUILLMERE = os.environ["QUILLMERE"]
 PLUGIN = pathlib.Path(os.environ["QUILLMERE_PLUGIN"])
@@ -30,35 +33,14 @@ answer() {
 
 def write_scene(file: pathlib.Path) -> None:
     """A triangle that moves to the right within a second, a perspective and an orthographic camera."""
-    floats = [-1, -1, 0, 1, -1, 0, 0, 1, 0] + [0, 1] + [0, 0, 0, 0.5, 0, 0]
-    data = struct.pack(f"<{len(floats)}f", *floats)
-    views = [(0, 36), (36, 8), (44, 24)]
-    scene = {
-        "asset": {"version": "2.0"},
-        "scene": 0,
-        "scenes": [{"nodes": [0, 1, 2]}],
-        "nodes": [
-            {"name": "Sail", "mesh": 0},
-            {"name": "Pier", "camera": 0, "translation": [0, 0, 4]},
-            {"name": "Chart", "camera": 1, "translation": [0.3, 0, 4]},
-        ],
-        "cameras": [
-            {"type": "perspective", "perspective": {"yfov": 0.8, "znear": 0.1, "zfar": 100}},
-            {"type": "orthographic", "orthographic": {"xmag": 2, "ymag": 2, "znear": 0.1, "zfar": 100}},
-        ],
-        "meshes": [{"primitives": [{"attributes": {"POSITION": 0}}]}],
-        "animations": [
-            {"samplers": [{"input": 1, "output": 2}], "channels": [{"sampler": 0, "target": {"node": 0, "path": "translation"}}]}
-        ],
-        "buffers": [{"byteLength": len(data), "uri": "data:application/octet-stream;base64," + base64.b64encode(data).decode()}],
-        "bufferViews": [{"buffer": 0, "byteOffset": at, "byteLength": length} for at, length in views],
-        "accessors": [
-            {"bufferView": 0, "componentType": 5126, "count": 3, "type": "VEC3", "min": [-1, -1, 0], "max": [1, 1, 0]},
-            {"bufferView": 1, "componentType": 5126, "count": 2, "type": "SCALAR", "min": [0], "max": [1]},
-            {"bufferView": 2, "componentType": 5126, "count": 2, "type": "VEC3"},
-        ],
-    }
-    file.write_text(json.dumps(scene))
+    glb, depth = GlbWriter(), {"znear": 0.1, "zfar": 100}
+    corners = glb.add_positions([(-1, -1, 0), (1, -1, 0), (0, 1, 0)])
+    sail = glb.add("meshes", {"primitives": [{"attributes": {"POSITION": corners}}]})
+    glb.animate(glb.add_node("Sail", mesh=sail), "translation", [0, 1], [(0, 0, 0), (0.5, 0, 0)])
+    for name, x, kind, lens in (("Pier", 0, "perspective", {"yfov": 0.8}), ("Chart", 0.3, "orthographic", {"xmag": 2, "ymag": 2})):
+        camera = glb.add("cameras", {"type": kind, kind: {**lens, **depth}})
+        glb.add_node(name, camera=camera, translation=[x, 0, 4])
+    file.write_bytes(glb.to_bytes())
 
 
 def processes_with(marker: str) -> list[int]:
@@ -77,12 +59,12 @@ def processes_with(marker: str) -> list[int]:
 
 
 class Stage(unittest.TestCase):
-    """One temporary folder per test: scene.gltf, home/, write/, plugin/ with a helper that answers at once."""
+    """One temporary folder per test: scene.glb, home/, write/, plugin/ with a helper that answers at once."""
 
     def setUp(self) -> None:
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="quillmere-app-"))
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
-        write_scene(self.folder / "scene.gltf")
+        write_scene(self.folder / "scene.glb")
         plugin = self.folder / "plugin"
         (plugin / "python" / "workflows").mkdir(parents=True)
         (plugin / "python" / "workflows" / "ink_wash.json").write_text("{}")
@@ -121,7 +103,7 @@ class Stage(unittest.TestCase):
 
     def render_arguments(self, *more: str) -> list[str]:
         size = [] if "--size" in more else ["--size", "32x24"]
-        return ["render", "scene.gltf", "--plugin", "plugin", "--write-dir", "write", *size, *more]
+        return ["render", "scene.glb", "--plugin", "plugin", "--write-dir", "write", *size, *more]
 
     def render(self, *more: str) -> subprocess.CompletedProcess[str]:
         return self.run_command(*self.render_arguments(*more))

@@ -5,7 +5,7 @@ import subprocess
 
 from stage import Stage
 
-SCENE = ["scene.gltf", "--plugin", "plugin", "--write-dir", "write", "--size", "8x8"]
+SCENE = ["scene.glb", "--plugin", "plugin", "--write-dir", "write", "--size", "8x8"]
 
 # arguments, exit status, pattern in standard output, pattern in standard error
 CASES = [
@@ -22,16 +22,16 @@ CASES = [
     (["render", *SCENE, "--frames", "5-1"], 2, "", "--frames '5-1': the last frame comes before the first"),
     (["render", *SCENE, "--frames=-3--1x2", "--quiet"], 0, "^$", "example|^$"),
     (["render", *SCENE, "--frames", "-2", "--quiet"], 0, "^$", "example|^$"),
-    (["render", "scene.gltf", "--size", "0x9"], 2, "", "--size '0x9'"),
+    (["render", "scene.glb", "--size", "0x9"], 2, "", "--size '0x9'"),
     (["render", *SCENE, "--fps", "0"], 2, "", "--fps"),
     (["render", *SCENE, "--output", "a.jpg"], 2, "", r"--output 'a.jpg'.*\n.*\.png"),
-    (["render", "scene.gltf", "--plugin", "plugin", "--write-dir", "/dev/null/x"], 1, "", "directory '/dev/null/x': cannot be written.*--write-dir"),
+    (["render", "scene.glb", "--plugin", "plugin", "--write-dir", "/dev/null/x"], 1, "", "directory '/dev/null/x': cannot be written.*--write-dir"),
     (["render", *SCENE, "--output", "/proc/x/a.png"], 1, "", "/proc/x/a.png.*cannot be written"),
     (["render", *SCENE, "--camera", "Mast"], 2, "", "camera 'Mast'.*\n.*'Pier', 'Chart'"),
     (["render", *SCENE, "--camera", "pier"], 0, "done", "Rendering guide from camera: Pier"),
     (["render", *SCENE, "--workflow", "sepia"], 2, "", "workflow 'sepia'.*\n.*Ink \\(ink\\)\n.*FLUX"),
     (["render", *SCENE, "--workflow", "Twin"], 2, "", "several of that name.*\n.*choose by ID"),
-    (["render", *SCENE, "--prompt", "a", "--prompt-file", "scene.gltf"], 2, "", "--prompt"),
+    (["render", *SCENE, "--prompt", "a", "--prompt-file", "scene.glb"], 2, "", "--prompt"),
     (["render", *SCENE, "--json", "--quiet"], 2, "", "--quiet"),
     (["render", *SCENE, "--guide", "slow"], 2, "", "quick.*final"),
     (["render", *SCENE, "--set", "2011"], 2, "", "--set '2011': not an assignment"),
@@ -42,15 +42,15 @@ CASES = [
     (["render", *SCENE, "--set", "QUILLMERE_STATUS=Done"], 2, "", "shown only"),
     (["render", *SCENE, "--set", "2001=Draw"], 2, "", "greyed out\n.*QUILLMERE_UNLOCK_SYSTEM_PROMPT=true"),
     (["render", *SCENE, "--set", "2005=Mast"], 2, "", "camera 'Mast'"),
-    (["render", "scene.gltf", "--plugin", "nowhere"], 2, "", "nowhere"),
-    (["render", "scene.gltf", "--plugin", "home"], 1, "", "quillmere: .*home"),
+    (["render", "scene.glb", "--plugin", "nowhere"], 2, "", "nowhere"),
+    (["render", "scene.glb", "--plugin", "home"], 1, "", "quillmere: .*home"),
     (["render", "broken.glb", "--plugin", "plugin"], 1, "", "quillmere: .*broken.glb"),
-    (["guide", "scene.gltf"], 2, "", "--output"),
-    (["guide", "scene.gltf", "-o", "a.jpg"], 2, "", r"-o 'a.jpg'.*\n.*\.png"),
-    (["guide", "scene.gltf", "-o", "none/a.png"], 1, "", "none/a.png"),
-    (["guide", "scene.gltf", "-o", "a.png", "--camera", "Mast"], 2, "", "'Pier', 'Chart'"),
-    (["cameras", "scene.gltf"], 0, "^Pier\tperspective\nChart\torthographic\n$", "^$"),
-    (["cameras", "scene.gltf", "--json"], 0, r'^\[{"name":"Pier","kind":"perspective","animated":false},', "^$"),
+    (["guide", "scene.glb"], 2, "", "--output"),
+    (["guide", "scene.glb", "-o", "a.jpg"], 2, "", r"-o 'a.jpg'.*\n.*\.png"),
+    (["guide", "scene.glb", "-o", "none/a.png"], 1, "", "none/a.png"),
+    (["guide", "scene.glb", "-o", "a.png", "--camera", "Mast"], 2, "", "'Pier', 'Chart'"),
+    (["cameras", "scene.glb"], 0, "^Pier\tperspective\nChart\torthographic\n$", "^$"),
+    (["cameras", "scene.glb", "--json"], 0, r'^\[{"name":"Pier","kind":"perspective","animated":false},', "^$"),
     (["cameras", "broken.glb"], 1, "^$", "broken.glb"),
     (["workflows", "--plugin", "plugin"], 0, r"  1\tInk\tink\t.*/home/\.quillmere/workflows/ink\.json\n\* 2\tFLUX\.2 Dev\tflux", "^$"),
     (["workflows", "--plugin", "plugin", "--json"], 0, '"number":2,"id":"flux","name":"FLUX.2 Dev".*"exists":true,"preferred":true', "^$"),

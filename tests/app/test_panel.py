@@ -15,7 +15,7 @@ class Panel(Stage):
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"), ("t1", "Twin"), ("t2", "Twin"))
 
     def arguments(self, *more: str) -> list[str]:
-        return ["panel", "scene.gltf", "--plugin", "plugin", "--write-dir", "write", *more]
+        return ["panel", "scene.glb", "--plugin", "plugin", "--write-dir", "write", *more]
 
     def rows(self, *more: str) -> dict[int, dict]:
         done = self.run_command(*self.arguments("--json", *more))
@@ -97,8 +97,8 @@ class Panel(Stage):
                     self.assertRegex(done.stderr, why)
 
     def test_the_menu_says_none_for_a_workflow_outside_the_catalog_and_the_note_tells(self) -> None:
-        row = self.rows("--workflow", "scene.gltf")[2002]
-        self.assertEqual((row["value"], row["note"]), (0, "renders with " + str(self.folder / "scene.gltf")))
+        row = self.rows("--workflow", "scene.glb")[2002]
+        self.assertEqual((row["value"], row["note"]), (0, "renders with " + str(self.folder / "scene.glb")))
         self.assertNotIn("note", self.rows("--workflow", "None")[2002])
 
     def test_without_a_scene_there_is_no_camera_to_choose(self) -> None:

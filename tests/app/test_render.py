@@ -147,7 +147,7 @@ class Render(Stage):
         for mode, camera, frame in [("quick", "Pier", "0"), ("quick", "Pier", "20"), ("quick", "Chart", "20"), ("final", "Chart", "20")]:
             with self.subTest(mode=mode, camera=camera, frame=frame):
                 view = ["--camera", camera, "--guide", mode, "--size", "64x40"]
-                self.assertEqual(self.run_command("guide", "scene.gltf", "-o", "g.png", "--frame", frame, *view).returncode, 0)
+                self.assertEqual(self.run_command("guide", "scene.glb", "-o", "g.png", "--frame", frame, *view).returncode, 0)
                 rendered = self.render("--frames", frame, *view)
                 self.assertEqual(rendered.returncode, 0, rendered.stderr)
                 guide = (self.folder / "g.png").read_bytes()

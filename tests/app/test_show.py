@@ -58,7 +58,7 @@ class RealHelper(Stage):
 
     def first(self, *more: str) -> dict:
         arguments = ["--workflow", "ink.json", "--frames", "2", "--camera", "Chart", "--guide", "final", "--size", "48x32"]
-        return self.rendered("scene.gltf", *arguments, *more)
+        return self.rendered("scene.glb", *arguments, *more)
 
     def generated(self) -> list:
         return sorted(f"p/{file.name}" for file in (self.folder / "p").glob("*.png"))
@@ -71,14 +71,14 @@ class Show(RealHelper):
     def test_a_picture_tells_what_made_it(self) -> None:
         record = self.first("--prompt", "fog\nand \x1b[2Jrain", "--system-prompt", "Draw.")
         expected = {
-            "scene": str(self.folder / "scene.gltf"), "camera": "Chart", "fps": 30, "guide_mode": "final", "workflow_id": "",
+            "scene": str(self.folder / "scene.glb"), "camera": "Chart", "fps": 30, "guide_mode": "final", "workflow_id": "",
             "system_prompt": "Draw.", "prompt": "fog\nand \x1b[2Jrain", "effective_prompt": "Draw. fog\nand \x1b[2Jrain",
             "frame": 2, "width": 48, "height": 32, "workflow_path": str(self.folder / "ink.json"), "workflow": RANDOM_INK,
         }  # fmt: skip
         self.assertEqual({key: record[key] for key in expected}, expected)
         lines = self.run_command("show", self.generated()[0]).stdout
         self.assertRegex(lines, "prompt +fog and \ufffd\\[2Jrain\n(.|\n)*seed +%d\n" % record["seed"])
-        self.repeated("scene.gltf", "--size", "8x8", output="a.exr")
+        self.repeated("scene.glb", "--size", "8x8", output="a.exr")
         self.assertRegex(self.run_command("show", "a.exr").stdout, "width +8\n")
 
     def test_of_picture_and_side_file_the_picture_goes_first(self) -> None:
@@ -149,7 +149,7 @@ class Like(RealHelper):
                 server.log.clear()
                 workflow = {"backend": "comfyui", "graph": "beside.json", "parameters": {"seed": seed}}
                 self.write("comfy.json", json.dumps(workflow).encode())
-                made = self.rendered("scene.gltf", "--workflow", "comfy.json", "--size", "64x32")
+                made = self.rendered("scene.glb", "--workflow", "comfy.json", "--size", "64x32")
                 self.assertEqual((made["server"], made["server_version"]), (server.url, "0.3.64"))
                 self.assertEqual(self.repeated("--like", "a.png").stderr, "")
                 first, second = (json.loads(body)["prompt"] for _, path, _, body in server.log if path == "/prompt")
@@ -162,7 +162,7 @@ class Like(RealHelper):
         made = self.first("--prompt", "fog", "--system-prompt", "Draw.")
         self.write("other.json", b'{"backend": "embedded"}')
         (self.folder / "moved").mkdir()
-        os.rename(self.folder / "scene.gltf", self.folder / "moved/scene.gltf")
+        os.rename(self.folder / "scene.glb", self.folder / "moved/scene.glb")
         for arguments, changes in (
             (["--prompt", "rain"], {"prompt": "rain"}),
             (["--set", "QUILLMERE_PROMPT=rain", "--guide", "quick"], {"prompt": "rain", "guide_mode": "quick"}),
@@ -172,8 +172,8 @@ class Like(RealHelper):
         ):
             with self.subTest(arguments):
                 self.write("like.png", png(text(json.dumps(made).encode())))
-                again = self.rendered("moved/scene.gltf", "--like", "like.png", *arguments)
-                expected = {**made, "scene": str(self.folder / "moved/scene.gltf"), **changes}
+                again = self.rendered("moved/scene.glb", "--like", "like.png", *arguments)
+                expected = {**made, "scene": str(self.folder / "moved/scene.glb"), **changes}
                 for record in (again, expected):
                     del record["guide"], record["effective_prompt"]
                 self.assertEqual(again, expected)
@@ -197,7 +197,7 @@ class Like(RealHelper):
         self.assertEqual(self.rendered("--like", "b.png", "--workflow", "b.png")["workflow"], RANDOM_INK)
 
     def test_what_a_picture_lacks_or_lies_about_is_named(self) -> None:
-        sound = {**RECORD, "scene": str(self.folder / "scene.gltf"), "workflow_path": str(self.folder / "ink.json")}
+        sound = {**RECORD, "scene": str(self.folder / "scene.glb"), "workflow_path": str(self.folder / "ink.json")}
         self.write("like.png", png(text(json.dumps(sound).encode())))
         self.assertEqual(self.repeated("--like", "like.png").returncode, 0)
         (self.folder / "a.png").unlink()
