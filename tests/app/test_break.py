@@ -4,7 +4,6 @@ import json
 import signal
 import subprocess
 import time
-import unittest
 
 from stage import Stage
 
@@ -93,7 +92,3 @@ class Break(Stage):
         for line in (self.folder / "pictures/signals").read_text().splitlines():
             inherited = 1 << signal.SIGPIPE - 1 if "Ign" in line and signal.getsignal(signal.SIGPIPE) == signal.SIG_IGN else 0
             self.assertEqual(int(line.split()[1], 16) & ends & ~inherited, 0, line)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -5,7 +5,6 @@ import json
 import os
 import re
 import subprocess
-import unittest
 
 from stage import Stage
 
@@ -175,7 +174,3 @@ class Doctor(Stage):
         done = self.run_command("doctor", "--write-dir", "write")
         self.assertRegex(done.stdout, "ok +python3|broken +python3")
         self.assertRegex(done.stdout, "ok +workflow example|broken +workflow example: .*[Pp]illow")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -10,7 +10,6 @@ import subprocess
 import termios
 import threading
 import time
-import unittest
 
 from stage import Stage
 
@@ -114,7 +113,3 @@ class Terminal(Stage):
         )  # fmt: skip
         self.assertIn(b"frame 0: Render complete", done.stdout)
         self.assertNotIn(b"\x1b", done.stdout)
-
-
-if __name__ == "__main__":
-    unittest.main()

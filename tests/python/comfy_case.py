@@ -50,8 +50,4 @@ class ComfyCase(RenderCase):
         return response
 
     def posted(self):
-        return [
-            json.loads(body)["prompt"]
-            for method, path, _, body in self.server.log
-            if (method, path) == ("POST", "/prompt")
-        ]
+        return [json.loads(body)["prompt"] for _, path, _, body in self.server.log if path == "/prompt"]

@@ -4,7 +4,6 @@ import base64
 import json
 import struct
 import time
-import unittest
 from pathlib import Path
 from unittest import mock
 
@@ -127,7 +126,3 @@ class A1111(RenderCase):
         self.wait_for(lambda: process.poll() is not None, "the end")
         self.assertEqual(process.returncode, 1)
         self.assertIn("interrupted", self.response()["error"])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -77,7 +77,3 @@ class Cancellation(RenderCase):
         self.assert_cancelled(process)
         with self.assertRaises(ProcessLookupError):
             os.kill(int(searching.read_text()), 0)
-
-
-if __name__ == "__main__":
-    unittest.main()

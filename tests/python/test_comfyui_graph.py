@@ -193,7 +193,3 @@ class Conversion(unittest.TestCase):
             with self.subTest(str(content)[:40]):
                 with contextlib.suppress(HelperError):
                     self.convert(content)
-
-
-if __name__ == "__main__":
-    unittest.main()

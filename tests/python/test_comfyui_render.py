@@ -164,7 +164,3 @@ class RealServer(RenderCase):
         self.environment["QUILLMERE_COMFYUI_URL"] = os.environ["QUILLMERE_TEST_COMFYUI_URL"]
         status, response = self.run_helper()
         self.assertEqual((status, response["ok"]), (0, True), response)
-
-
-if __name__ == "__main__":
-    unittest.main()

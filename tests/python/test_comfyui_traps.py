@@ -3,7 +3,6 @@
 import subprocess
 import sys
 import time
-import unittest
 from unittest import mock
 
 from comfy_case import ComfyCase
@@ -171,7 +170,3 @@ class Cancelling(ComfyCase):
         shell.communicate(b"\n")  # now the shell ends, and nobody waits for the helper any more
         self.wait_for(lambda: self.server.interrupted == self.server.submitted, "the interrupt")
         self.wait_for(lambda: "cancelled" in self.response()["error"], "the answer")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -82,9 +82,7 @@ class Drawing(unittest.TestCase):
     def test_words_that_are_denied_or_not_of_mood_change_nothing(self):
         guide = a_guide((96, 64))
         plain = drawn(guide).tobytes()
-        system = (
-            "Lock camera angle, framing, lens, perspective, horizon, and composition. Do not move or rescale anything."
-        )
+        system = "Lock camera angle, framing, lens, perspective, horizon, and composition. Do not move anything."
         for prompt in (system, "a street without fog, no rain", "knight, bluebird, Redmond", "日本 \x00 {prompt}"):
             with self.subTest(prompt):
                 self.assertEqual(drawn(guide, prompt).tobytes(), plain)
@@ -144,7 +142,3 @@ class DrawingElsewhere(unittest.TestCase):
         command = [with_pillow(), "-m", "unittest", Path(__file__).stem]
         done = subprocess.run(command, cwd=Path(__file__).parent, capture_output=True, text=True, check=False)
         self.assertEqual(done.returncode, 0, done.stderr)
-
-
-if __name__ == "__main__":
-    unittest.main()

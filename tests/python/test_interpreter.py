@@ -37,7 +37,3 @@ class Interpreter(RenderCase):
                 self.assertTrue(self.response()["ok"])
                 if choice == chosen:
                     self.assertEqual(int((self.folder / "ran").read_text()), process.pid)
-
-
-if __name__ == "__main__":
-    unittest.main()

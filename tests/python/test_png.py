@@ -14,12 +14,8 @@ PIXELS = [(10, 20, 30), (200, 100, 0), (7, 7, 7), (255, 0, 128)]  # 2 x 2
 def raw(colour, depth, rows, palette=b"", interlaced=0, size=(2, 2)):
     """`rows` come with their filter bytes."""
     header = struct.pack(">IIBBBBB", *size, depth, colour, 0, 0, interlaced)
-    parts = [
-        (b"IHDR", header),
-        *([(b"PLTE", palette)] if palette else []),
-        (b"IDAT", zlib.compress(rows)),
-        (b"IEND", b""),
-    ]
+    colours = [(b"PLTE", palette)] if palette else []
+    parts = [(b"IHDR", header), *colours, (b"IDAT", zlib.compress(rows)), (b"IEND", b"")]
     return png_chunks.SIGNATURE + b"".join(png_chunks.chunk(kind, data) for kind, data in parts)
 
 
@@ -47,11 +43,9 @@ def pixels_of(picture):
 
 class Png(unittest.TestCase):
     def test_every_kind_and_filter_becomes_plain_rgb(self):
-        rgba = [b"".join(bytes((*pixel, 9)) for pixel in PIXELS[row : row + 2]) for row in (0, 2)]
-        deep = [
-            bytes(value for pixel in PIXELS[row : row + 2] for sample in pixel for value in (sample, 77))
-            for row in (0, 2)
-        ]
+        rows = PIXELS[:2], PIXELS[2:]
+        rgba = [b"".join(bytes((*pixel, 9)) for pixel in row) for row in rows]
+        deep = [bytes(value for pixel in row for sample in pixel for value in (sample, 77)) for row in rows]
         for kind in range(5):
             with self.subTest(filter=kind):
                 self.assertEqual(pixels_of(plain_png.as_plain(raw(6, 8, filtered(kind, rgba, 4)))), PIXELS)
@@ -99,7 +93,3 @@ class Png(unittest.TestCase):
             (b"", None),
         ):
             self.assertEqual(picture_files.kind_of(content), kind, content[:20])
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,6 +1,7 @@
 """The helper as the effect sees it: two arguments, a status, a response, pictures and an exit status."""
 
 import contextlib
+import functools
 import json
 import resource
 import subprocess
@@ -138,9 +139,8 @@ class Pictures(RenderCase):
     def test_a_disk_that_is_full_leaves_no_half_picture(self):
         self.members.update(width=320, height=180)
         largest = (16384, 16384)  # bytes of a file; the picture is larger, the answer is not
-        status, response = self.run_helper(
-            python=with_pillow(), preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, largest)
-        )
+        limit = functools.partial(resource.setrlimit, resource.RLIMIT_FSIZE, largest)
+        status, response = self.run_helper(python=with_pillow(), preexec_fn=limit)
         self.assertEqual(status, 1)
         self.assertIn(f'Cannot write a picture into "{self.outputs}"', response["error"])
         self.assertEqual(list(self.outputs.iterdir()), [])
@@ -150,7 +150,3 @@ class Pictures(RenderCase):
             with self.subTest(path):
                 self.members["status_path"] = path
                 self.assertEqual(self.run_helper()[0], 0, self.errors)
-
-
-if __name__ == "__main__":
-    unittest.main()

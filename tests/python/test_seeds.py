@@ -1,7 +1,6 @@
 """Which seed a picture is made with."""
 
 import os
-import unittest
 from unittest import mock
 
 from scratch_render import RenderCase
@@ -29,7 +28,3 @@ class Seeds(RenderCase):
         self.assertEqual(len(set(seeds)), 100)
         self.assertEqual(seeds, [seed_for("frame", frame) for frame in range(-50, 50)])
         self.assertTrue(all(0 <= seed <= LARGEST for seed in seeds))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,7 +1,6 @@
 """Which server a workflow is sent to, and which logins it gets to see."""
 
 import os
-import unittest
 from unittest import mock
 
 from scratch_render import RenderCase
@@ -65,7 +64,3 @@ class Servers(RenderCase):
         for mode in (0o640, 0o604):
             with self.assertRaisesRegex(HelperError, "chmod 600"):
                 self.site(mode=mode)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -64,14 +64,8 @@ class WebSockets(unittest.TestCase):
                 self.assertEqual(self.received[:2], b"\x8a\x84", "a ping is answered by a masked pong")
 
     def test_what_is_not_websocket_ends_the_connection(self):
-        for content in (
-            b"",
-            frame(8, b"\x03\xe8"),
-            b"\xf1\x00",
-            b"\x81\x81\0\0\0\0a",
-            b"\x82\x7f" + b"\xff" * 8,
-            b"\x81\x05ab",
-        ):
+        endless, masked, cut_off = b"\x82\x7f" + b"\xff" * 8, b"\x81\x81\0\0\0\0a", b"\x81\x05ab"
+        for content in (b"", frame(8, b"\x03\xe8"), b"\xf1\x00", masked, endless, cut_off):
             with self.subTest(content):
                 client = self.connect(content)
                 with self.assertRaises(Closed):
@@ -81,7 +75,3 @@ class WebSockets(unittest.TestCase):
         for accept in (b"HTTP/1.1 404 Not Found\r\n\r\n", b"HTTP/1.1 101 x\r\n\r\n", b"\r\n\r\n", b"x" * 100_000):
             with self.subTest(accept[:20]), self.assertRaises(Closed):
                 self.connect(b"", accept)
-
-
-if __name__ == "__main__":
-    unittest.main()
