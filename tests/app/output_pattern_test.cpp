@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "failure.h"
@@ -11,18 +12,13 @@ namespace quillmere::app {
 namespace {
 
 TEST(OutputPattern, PutsThePaddedFrameWhereTheMarksStand) {
-  struct Row {
-    const char* given;
-    std::int32_t frame;
-    const char* file;
-  };
-  const Row rows[] = {{"a_####.png", 7, "a_0007.png"},
-                      {"a_####.png", -7, "a_-0007.png"},
-                      {"a_##.exr", 12345, "a_12345.exr"},
-                      {"#/b#c##.PNG", 4, "#/b4c04.PNG"},
-                      {"/x/still.png", 4, "/x/still.png"},
-                      {"a.16.png", 4, "a.16.png"},
-                      {"####.png", -2147483647 - 1, "-2147483648.png"}};
+  const std::tuple<const char*, std::int32_t, const char*> rows[] = {{"a_####.png", 7, "a_0007.png"},
+                                                                     {"a_####.png", -7, "a_-0007.png"},
+                                                                     {"a_##.exr", 12345, "a_12345.exr"},
+                                                                     {"#/b#c##.PNG", 4, "#/b4c04.PNG"},
+                                                                     {"/x/still.png", 4, "/x/still.png"},
+                                                                     {"a.16.png", 4, "a.16.png"},
+                                                                     {"####.png", -2147483647 - 1, "-2147483648.png"}};
   for (const auto& [given, frame, file] : rows) {
     SCOPED_TRACE(given);
     EXPECT_EQ(OutputPattern::parse(given).fileFor(frame), file);

@@ -96,6 +96,13 @@ class Stage(unittest.TestCase):
     def command(self, *arguments: str) -> list[str]:
         return [QUILLMERE, *arguments]
 
+    def start(self, *arguments: str, **popen) -> subprocess.Popen:
+        """A render that goes on beside the test; killed at its end at the latest."""
+        process = subprocess.Popen(self.command(*self.render_arguments(*arguments)), cwd=self.folder, **{"env": self.env, **popen})
+        for cleanup in (*(pipe.close for pipe in (process.stdout, process.stderr) if pipe), process.wait, process.kill):
+            self.addCleanup(cleanup)
+        return process
+
     def run_command(self, *arguments: str) -> subprocess.CompletedProcess[str]:
         return subprocess.run(
             self.command(*arguments), cwd=self.folder, env=self.env, capture_output=True, timeout=120, encoding="utf-8"

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "progress/text_cells.h"
@@ -30,14 +31,10 @@ TEST(Printable, ReplacesWhatSteersATerminalAndEachByteThatIsNoUtf8) {
 }
 
 TEST(Fitted, CutsBetweenCharactersAndKeepsToTheColumns) {
-  struct Row {
-    const char* given;
-    int cells;
-    const char* cut;
-  };
-  const Row rows[] = {{"abcdef", 6, "abcdef"}, {"abcdef", 5, "abcd…"}, {"光光光", 6, "光光光"},
-                      {"光光光", 5, "光光…"},  {"光光光", 4, "光…"},   {"e\u0301e\u0301e\u0301", 2, "e\u0301…"},
-                      {"abc", 0, ""}};
+  const std::tuple<const char*, int, const char*> rows[] = {
+      {"abcdef", 6, "abcdef"}, {"abcdef", 5, "abcd…"}, {"光光光", 6, "光光光"},
+      {"光光光", 5, "光光…"},  {"光光光", 4, "光…"},   {"e\u0301e\u0301e\u0301", 2, "e\u0301…"},
+      {"abc", 0, ""}};
   for (const auto& [given, cells, cut] : rows) {
     SCOPED_TRACE(given);
     EXPECT_EQ(fitted(given, cells, "…"), cut);

@@ -13,15 +13,8 @@ WITH_CHILDREN = "say Waiting; (setsid sleep 60 &); sleep 60; :"
 
 
 class Break(Stage):
-    def start(self, *more: str) -> subprocess.Popen:
-        process = subprocess.Popen(
-            self.command(*self.render_arguments("--json", *more)),
-            cwd=self.folder, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8",
-        )  # fmt: skip
-        self.addCleanup(process.stdout.close)
-        self.addCleanup(process.stderr.close)
-        self.addCleanup(process.kill)
-        return process
+    def begin(self, *more: str) -> subprocess.Popen:
+        return self.start("--json", *more, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8")
 
     def wait_for(self, process: subprocess.Popen, text: str) -> None:
         for line in process.stdout:
@@ -42,7 +35,7 @@ class Break(Stage):
         for number in [signal.SIGINT, signal.SIGTERM, signal.SIGHUP]:
             with self.subTest(number):
                 self.helper(POLITE)
-                process = self.start("--frames", "0-5", "--output-dir", "pictures")
+                process = self.begin("--frames", "0-5", "--output-dir", "pictures")
                 self.wait_for(process, "Waiting")
                 process.send_signal(number)
                 frames = [event["result"] for event in self.end_of(process, 3) if event["event"] == "frame"]
@@ -51,14 +44,14 @@ class Break(Stage):
 
     def test_what_the_helper_started_ends_with_it(self) -> None:
         self.helper(WITH_CHILDREN)
-        process = self.start()
+        process = self.begin()
         self.wait_for(process, "Waiting")
         process.send_signal(signal.SIGINT)
         self.end_of(process, 4)
 
     def test_a_second_signal_kills_what_ignores_the_first(self) -> None:
         self.helper(STUBBORN)
-        process = self.start()
+        process = self.begin()
         self.wait_for(process, "Waiting")
         process.send_signal(signal.SIGINT)
         with self.assertRaises(subprocess.TimeoutExpired):
@@ -74,13 +67,13 @@ class Break(Stage):
         ]
         for stage, text, arguments in rows:
             with self.subTest(stage):
-                process = self.start(*arguments)
+                process = self.begin(*arguments)
                 self.wait_for(process, text)
                 process.send_signal(signal.SIGTERM)
                 self.end_of(process, 10)
 
     def test_a_break_stops_the_hosts_own_drawing(self) -> None:
-        process = self.start("--workflow", "None", "--size", "5000x4000")
+        process = self.begin("--workflow", "None", "--size", "5000x4000")
         time.sleep(1)
         process.send_signal(signal.SIGINT)
         self.end_of(process, 15)  # the whole drawing takes much longer

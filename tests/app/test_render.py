@@ -130,10 +130,7 @@ class Render(Stage):
         self.helper("sleep 0.2; answer")
         for style in [["--json"], []]:
             with self.subTest(style):
-                process = subprocess.Popen(
-                    self.command(*self.render_arguments("--frames", "0-500", *style)),
-                    cwd=self.folder, env=self.env, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                )  # fmt: skip
+                process = self.start("--frames", "0-500", *style, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
                 process.stdout.readline()
                 process.stdout.close()
                 _, errors = process.communicate(timeout=30)

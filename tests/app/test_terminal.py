@@ -1,5 +1,6 @@
 """The live status line, seen through a pseudo-terminal."""
 
+import contextlib
 import fcntl
 import os
 import pty
@@ -37,21 +38,14 @@ class Terminal(Stage):
         leader, follower = pty.openpty()
         fcntl.ioctl(follower, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
         attributes = termios.tcgetattr(follower)
-        process = subprocess.Popen(
-            self.command(*self.render_arguments(*more)), cwd=self.folder, stdin=follower, stdout=follower, stderr=follower,
-            env=dict(self.env, TERM="xterm", LC_ALL="C"), start_new_session=True,
-        )  # fmt: skip
+        ends = {"stdin": follower, "stdout": follower, "stderr": follower, "start_new_session": True}
+        process = self.start(*more, env=dict(self.env, TERM="xterm", LC_ALL="C"), **ends)
         written = bytearray()
 
         def read() -> None:
-            while True:
-                try:
-                    block = os.read(leader, 4096)
-                except OSError:
-                    return
-                if not block:
-                    return
-                written.extend(block)
+            with contextlib.suppress(OSError):
+                while block := os.read(leader, 4096):
+                    written.extend(block)
 
         reader = threading.Thread(target=read)
         reader.start()

@@ -38,10 +38,7 @@ TEST(Projection, ARectangleCoversExactlyItsPixels) {
       {perspective({0, 0, 2}, {0, 0, 0}, kMetrePerMetre), 48, 48, {12, 12, 30, 30}},
       {perspective({0, 0, 2}, {0, 0, 0}, kMetrePerMetre), 33, 48, {5, 12, 22, 30}},  // left edge at 4.5, right at 22.5
       {perspective({0.5F, 0, 2}, {0.5F, 0, 0}, kMetrePerMetre), 64, 48, {8, 12, 26, 30}},
-      {perspective({0, 0, -2}, {0, 0, 0}, kMetrePerMetre),
-       64,
-       48,
-       {26, 12, 44, 30}},  // its back, left and right swapped
+      {perspective({0, 0, -2}, {0, 0, 0}, kMetrePerMetre), 64, 48, {26, 12, 44, 30}},  // left and right swapped
       {orthographic({0, 0, 7}, {0, 0, 0}, 1.0F), 64, 48, {20, 12, 38, 30}},
       {orthographic({0, 0.25F, 7}, {0, 0.25F, 0}, 2.0F), 64, 48, {26, 21, 35, 30}},
       {orthographic({0, 0, 7}, {0, 0, 0}, 1.0F), 5, 16, {0, 4, 4, 10}},  // right edge at 4.5
@@ -75,22 +72,18 @@ TEST(Projection, EdgesAreSmoothed) {
 }
 
 TEST(Projection, OnlyWhatLiesBetweenTheNearAndTheFarPlaneIsSeen) {
-  struct Row {
-    float distance;
-    bool seen;
-  };
   for (const bool flat : {false, true}) {
-    for (const Row& row : {Row{0.9F, false}, Row{1.1F, true}, Row{2.9F, true}, Row{3.1F, false}}) {
-      SCOPED_TRACE(testing::Message() << (flat ? "orthographic " : "perspective ") << row.distance);
+    for (const auto& [distance, seen] : {std::pair(0.9F, false), {1.1F, true}, {2.9F, true}, {3.1F, false}}) {
+      SCOPED_TRACE(testing::Message() << (flat ? "orthographic " : "perspective ") << distance);
       scene::Viewpoint view =
           flat ? orthographic({0, 0, 0}, {0, 0, -1}, 1.0F) : perspective({0, 0, 0}, {0, 0, -1}, 2.2F);
       view.znear = 1.0F;
       view.zfar = 3.0F;
       auto scene = std::make_shared<HandMadeScene>();
       scene->add(rectangle(-50, -50, 50, 50), scene->addMaterial(unlit({1, 1, 1})),
-                 glm::translate(glm::mat4(1.0F), glm::vec3(0, 0, -row.distance)));
+                 glm::translate(glm::mat4(1.0F), glm::vec3(0, 0, -distance)));
       // The planes are flat: what holds in the middle holds in the corner, which is more than twice as far away.
-      EXPECT_EQ(misplaced(picture(scene, view, 16, 16, Kind::Quick), row.seen ? Box{0, 0, 16, 16} : Box{}), 0);
+      EXPECT_EQ(misplaced(picture(scene, view, 16, 16, Kind::Quick), seen ? Box{0, 0, 16, 16} : Box{}), 0);
     }
   }
 }

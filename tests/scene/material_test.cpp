@@ -70,13 +70,10 @@ TEST(Textures, ComeFromBufferViewsDataUrisAndFiles) {
   GltfBuilder beside;
   showTextured(beside, {{"uri", "maps/blue%20sail.png"}});
   GltfBuilder inlined;
-  // A red pixel.
-  showTextured(inlined,
-               {{"uri",
-                 "data:image/png;base64,iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGP4z8AAAAMBAQDJ/"
-                 "pLvAAAAAElFTkSuQmCC"}});
-  for (const auto& [builder, first] :
-       std::vector<std::pair<GltfBuilder*, int>>{{&embedded, 0x80}, {&beside, 0x80}, {&inlined, 0xFF}}) {
+  const std::string red =
+      "iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAIAAACQd1PeAAAADElEQVR4nGP4z8AAAAMBAQDJ/pLvAAAAAElFTkSuQmCC";
+  showTextured(inlined, {{"uri", "data:image/png;base64," + red}});
+  for (const auto& [builder, first] : {std::pair(&embedded, 0x80), {&beside, 0x80}, {&inlined, 0xFF}}) {
     const auto scene = load(folder.write("scene.glb", builder->glb()));
     EXPECT_THAT(scene->warnings(), testing::IsEmpty());
     const Material& material = scene->materials().at(0);
@@ -104,13 +101,10 @@ TEST(Textures, ThatRepeatTheSameBytesAreDecodedOnceAndUnusedOnesNever) {
 }
 
 TEST(Textures, ThatCannotBeShownLeaveAWarning) {
-  struct Row {
-    nlohmann::json image;
-    const char* warning;
-  };
-  for (const auto& [image, warning] : std::vector<Row>{{{{"uri", "missing.png"}}, "no such file"},
-                                                       {{{"uri", "../outside.png"}}, "own folder"},
-                                                       {{{"bufferView", 0}}, "'Sail' is shown without its texture"}}) {
+  const std::pair<nlohmann::json, const char*> rows[] = {{{{"uri", "missing.png"}}, "no such file"},
+                                                         {{{"uri", "../outside.png"}}, "own folder"},
+                                                         {{{"bufferView", 0}}, "'Sail' is shown without its texture"}};
+  for (const auto& [image, warning] : rows) {
     SCOPED_TRACE(image.dump());
     GltfBuilder builder;
     showTextured(builder, image);

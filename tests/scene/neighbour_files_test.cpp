@@ -40,14 +40,11 @@ TEST(NeighbourFiles, HoldBuffersOrTheSceneIsRefused) {
   folder.write("data/hull 1+2.bin", "12345678");
   EXPECT_NO_THROW(load(folder.write("good.gltf", documentWithBuffer("data/hull%201+2.bin", 8))));
   std::filesystem::create_directory(folder / "folder.bin");
-  struct Row {
-    const char* uri;
-    int length;
-    const char* refusal;
-  };
-  for (const auto& [uri, length, refusal] :
-       {Row{"gone.bin", 8, "no such file"}, Row{"folder.bin", 8, "not a regular file"},
-        Row{"data/hull%201+2.bin", 9, "size mismatch"}, Row{"../x.bin", 8, "own folder"}}) {
+  const std::tuple<const char*, int, const char*> rows[] = {{"gone.bin", 8, "no such file"},
+                                                            {"folder.bin", 8, "not a regular file"},
+                                                            {"data/hull%201+2.bin", 9, "size mismatch"},
+                                                            {"../x.bin", 8, "own folder"}};
+  for (const auto& [uri, length, refusal] : rows) {
     EXPECT_THAT(refusalOf(folder.write("bad.gltf", documentWithBuffer(uri, length))), HasSubstr(refusal)) << uri;
   }
 }

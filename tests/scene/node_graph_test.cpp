@@ -9,13 +9,11 @@ namespace {
 using ::testing::HasSubstr;
 
 TEST(NodeGraph, RefusesWhatIsNoForest) {
-  struct Row {
-    std::vector<std::vector<int>> children;  // of each node
-    const char* refusal;
-  };
-  const Row rows[] = {{{{0}}, "cycle"},          {{{1}, {2}, {1}}, "more than one parent"},
-                      {{{}, {2}, {1}}, "cycle"}, {{{2}, {2}, {}}, "more than one parent"},
-                      {{{5}}, "no node 5"},      {{{-1}}, "no node -1"}};
+  // The children of each node, and why they are refused.
+  const std::pair<std::vector<std::vector<int>>, const char*> rows[] = {
+      {{{0}}, "cycle"},          {{{1}, {2}, {1}}, "more than one parent"},
+      {{{}, {2}, {1}}, "cycle"}, {{{2}, {2}, {}}, "more than one parent"},
+      {{{5}}, "no node 5"},      {{{-1}}, "no node -1"}};
   for (const auto& [children, refusal] : rows) {
     GltfBuilder builder;
     for (const auto& list : children) builder.add("nodes", {{"children", list}});
