@@ -191,6 +191,7 @@ TEST(DescriptionFile, GivesEachParameterItsProperties) {
       {2, DESC_ANIMATE, GeData(2)},    {2, DESC_HIDE, GeData(true)},
       {3, DESC_DEFAULT, GeData("x")},  {3, DESC_CUSTOMGUI, GeData(CUSTOMGUI_STRINGMULTI)},
       {5, DESC_ANIMATE, GeData(0)},    {5, DESC_DEFAULT, GeData(true)},
+      {3, DESC_ANIMATE, GeData(1)},    {6, DESC_ANIMATE, GeData(0)},
       {6, DESC_NAME, GeData("F")},     {6, DESC_DEFAULT, GeData()},
   };
   for (const auto& row : rows) {

@@ -5,11 +5,22 @@
 
 #include "resource/resource_folder.h"
 #include "resource/string_table.h"
+#include "temporary_folder.h"
 
 namespace quillmere::host::resource {
 namespace {
 
 namespace fs = std::filesystem;
+TEST(ResourceLanguage, EachTextThatALanguageLacksIsTheEnglishOne) {
+  const TemporaryFolder folder;
+  folder.write("c4d_symbols.h", "enum { A, B };");
+  folder.write("strings_en-US/c4d_strings.str", "STRINGTABLE { A \"a\"; B \"b\"; }");
+  folder.write("strings_de-DE/c4d_strings.str", "STRINGTABLE { B \"B\"; }");
+  const ResourceFolder german(folder.path(), "de-DE");
+  EXPECT_THAT(german.texts(), testing::ElementsAre(testing::Pair(0, "a"), testing::Pair(1, "B")));
+  EXPECT_THROW(german.description("../description/A"), Damage) << "a name that leads out of the folder";
+}
+
 // Every table below a language's folder with the symbols it has a text for.
 std::map<fs::path, std::set<std::string>> tablesOf(const fs::path& language) {
   std::map<fs::path, std::set<std::string>> tables;
