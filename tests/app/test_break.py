@@ -57,7 +57,7 @@ class Break(Stage):
         with self.assertRaises(subprocess.TimeoutExpired):
             process.wait(0.5)
         process.send_signal(signal.SIGINT)
-        self.end_of(process, 2)
+        self.end_of(process, 1)  # earlier than the effect itself would give up waiting
 
     def test_stages_without_a_helper_can_be_stopped_too(self) -> None:
         rows = [

@@ -114,7 +114,7 @@ class Render(Stage):
     def test_two_renders_do_not_share_exchange_files(self) -> None:
         self.render()
         with open(self.folder / "write/quillmere/c4d/render.lock", "r+") as lock:
-            fcntl.flock(lock, fcntl.LOCK_EX)
+            fcntl.flock(lock, fcntl.LOCK_SH)  # enough to keep out one that wants it alone
             done = self.render()
         self.assertEqual(done.returncode, 1)
         self.assertRegex(done.stderr, "another render.*\n.*--write-dir")

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
 
 namespace quillmere::app {
 namespace {
@@ -16,6 +19,16 @@ TEST(UserBreak, IsSeenFromTheFirstSignalAndForgottenAfterwards) {
   struct sigaction now = {};
   ::sigaction(SIGINT, nullptr, &now);
   EXPECT_EQ(now.sa_handler, SIG_DFL);
+}
+
+TEST(UserBreak, TheSecondSignalHasItsLastWordsAndEndsWith130) {
+  const auto breakTwice = [] {
+    const UserBreak userBreak([] { std::fputs("words", stderr); });
+    ::raise(SIGINT);
+    ::raise(SIGTERM);
+    while (true) ::pause();  // as the render thread would wait for its helper
+  };
+  EXPECT_EXIT(breakTwice(), testing::ExitedWithCode(130), "words");
 }
 
 }  // namespace

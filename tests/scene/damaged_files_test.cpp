@@ -103,6 +103,20 @@ TEST(DamagedFiles, AreRefusedWhereverTheyAreCutOff) {
   }
 }
 
+TEST(DamagedFiles, WithLengthsThatDoNotHoldAreRefused) {
+  const TemporaryFolder folder;
+  GltfBuilder builder;
+  builder.show(builder.triangle());
+  const std::string whole = builder.glb();
+  for (const std::size_t at : {std::size_t{8}, std::size_t{12}, whole.rfind(std::string("BIN\0", 4)) - 4}) {
+    for (const auto& [byte, more] : {std::pair(0U, 4), {0U, 8}, {2U, 1}, {3U, 0x7F}}) {
+      std::string lying = whole;
+      lying[at + byte] = static_cast<char>(lying[at + byte] + more);
+      EXPECT_FALSE(loadsOrRefuses(folder.write("lie.glb", lying))) << "byte " << at + byte << " plus " << more;
+    }
+  }
+}
+
 TEST(DamagedFiles, ThatWouldExhaustTheMachineAreRefused) {
   const TemporaryFolder folder;
   const std::string head = R"({"asset":{"version":"2.0"},)";
