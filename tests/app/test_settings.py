@@ -64,14 +64,12 @@ class Settings(Stage):
         rows = [
             ("", "damaged at byte 1"),
             ('{"format": "quillmere settings", "version', "damaged at byte"),
-            ('"\xff"', "damaged at byte"),
             ("[" * 1000000 + "]" * 1000000, "nested"),
             (json.dumps({**HEAD, "parameters": "x"}).replace('"x"', '{"a":' * 500000 + "1" + "}" * 500000), "nested"),
             ("[]", "no settings file"),
             (json.dumps({**HEAD, "version": 2, "parameters": {}}), "has version 2, not 1"),
             (json.dumps({"format": "quillmere settings", "parameters": {}}), "has version unknown"),
             (json.dumps(HEAD), 'no "parameters"'),
-            (json.dumps({**HEAD, "parameters": []}), 'no "parameters"'),
             (" " * (8 * 1024 * 1024 + 1), "larger than 8 MiB"),
         ]
         rows += [
@@ -81,7 +79,6 @@ class Settings(Stage):
                 ("QUILLMERE_HISTORY_LIMIT", 0, "from 1 to 5000"),
                 ("QUILLMERE_HISTORY_LIMIT", 2**70, "another type|from 1 to 5000"),
                 ("QUILLMERE_UNLOCK_SYSTEM_PROMPT", 1, "another type"),
-                ("QUILLMERE_PROMPT", None, "another type"),
                 ("QUILLMERE_PROMPT", "a\0b", "NUL"),
                 ("QUILLMERE_GUIDE_MODE", 2, "0 Quick Shading"),
                 ("QUILLMERE_CAMERA", "Mast", "camera 'Mast'.*\n.*'Pier', 'Chart'"),

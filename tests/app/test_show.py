@@ -101,7 +101,6 @@ class Show(RealHelper):
         rows = [
             ("none.png", None, "no such file"),
             ("pipe.png", None, "not a file"),
-            ("plugin", None, "not a file"),
             ("empty.png", b"", "nothing tells what made it\n.*'empty.png.json'"),
             ("plain.png", png(), "nothing tells"),
             ("a.png", png(text(b"{}", b"parameters")), "nothing tells"),

@@ -69,10 +69,6 @@ std::string refusalOf(Application& application, const fs::path& folder) {
   return "no error";
 }
 
-DescID parameter(Int32 id, Int32 type) {
-  return DescID::Create(DescLevel(id, type, 0));
-}
-
 HostSide<BaseVideoPost>::Owner makeNode() {
   auto parts = std::make_unique<AtomParts>(kEffect);
   parts->data.reset(HostSide<BasePlugin>::parts(*FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST)).allocate());
@@ -201,8 +197,11 @@ TEST(DescriptionFile, GivesEachParameterItsProperties) {
 }
 
 TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine) {
-  std::string crowd;
-  for (int i = 0; i < 10002; ++i) crowd += "BOOL P" + std::to_string(i) + " { }";
+  std::string ids = "enum { A = 1, B", crowd;
+  for (int i = 0; i < 10002; ++i) {
+    ids += ", P" + std::to_string(i);
+    crowd += "BOOL P" + std::to_string(i) + " { }";
+  }
   const std::pair<std::string, std::string> rows[] = {
       {"INCLUDE VPnone;", ":2: 'VPnone': no description of this name"},
       {"COLOR A { }", ":2: 'COLOR': this host does not model"},
@@ -222,8 +221,6 @@ TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine
   Console console;
   TemporaryFolder folder;
   install(folder, firstProbe());
-  std::string ids = "enum { A = 1, B";
-  for (int i = 0; i < 10002; ++i) ids += ", P" + std::to_string(i);
   folder.write("res/description/vpprobe.h", ids + "};");
   Application application(folder.path(), console);
   for (const auto& [content, expected] : rows) {
@@ -233,46 +230,6 @@ TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine
   }
   folder.write("res/description/vpprobe.res", "CONTAINER VPother { }");
   EXPECT_THAT(refusalOf(application, folder.path()), HasSubstr("describes 'VPother'"));
-}
-
-class Parameters : public testing::Test {
- protected:
-  void SetUp() override {
-    install(folder_, firstProbe());
-    application_.loadPlugin(folder_.path());
-  }
-
-  TemporaryFolder folder_;
-  Console console_;
-  Application application_{folder_.path(), console_};
-};
-
-TEST_F(Parameters, ADescriptionShowsGroupsWithTheirMembersInOrder) {
-  const auto node = makeNode();
-  std::vector<std::string> shown;
-  for (const DescriptionEntry& entry : describe(*node)) {
-    shown.push_back(std::to_string(entry.group.GetDepth()) + toUtf8(entry.properties.GetString(DESC_NAME)));
-  }
-  EXPECT_THAT(shown, ElementsAre("0Properties", "1Plain", "1Added", "0Before"));
-}
-
-TEST_F(Parameters, TheNodeIsAskedFirstAndTheContainerHoldsTheRest) {
-  const auto node = makeNode();
-  const DescID own = parameter(3000, DTYPE_LONG), plain = parameter(3001, DTYPE_STRING);
-  EXPECT_EQ(readParameter(*node, plain)->GetString(), "initial");
-  EXPECT_FALSE(isEditable(*node, {plain, BaseContainer(), DescID()}));
-  EXPECT_TRUE(writeParameter(*node, own, GeData(21)));
-  EXPECT_EQ(readParameter(*node, own)->GetInt32(), 42);
-  EXPECT_EQ(node->GetDataInstance()->GetType(3000), DA_NIL);
-  EXPECT_TRUE(writeParameter(*node, plain, GeData("changed")));
-  EXPECT_EQ(node->GetDataInstance()->GetString(3001), "changed");
-  EXPECT_FALSE(writeParameter(*node, own, GeData(-1)));
-  EXPECT_FALSE(readParameter(*node, parameter(3999, DTYPE_LONG)).has_value());
-  EXPECT_FALSE(readParameter(*node, DescID()).has_value());
-  EXPECT_TRUE(isEditable(*node, {plain, BaseContainer(), DescID()}));
-  BaseContainer fixed;
-  fixed.SetBool(DESC_EDITABLE, false);
-  EXPECT_FALSE(isEditable(*node, {plain, fixed, DescID()}));
 }
 
 }  // namespace

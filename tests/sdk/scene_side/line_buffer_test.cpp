@@ -58,7 +58,6 @@ TEST_F(Lines, OutsideOfTheBufferAreRefused) {
       {1, 0, 8},
       {0, 0, 9},
       {0, 0, 0},
-      {0, 0, -1},
       {INT_MAX, 0, 8},
       {7, 0, INT_MAX},
       {INT_MIN, INT_MIN, INT_MIN},
