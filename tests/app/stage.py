@@ -43,19 +43,10 @@ def write_scene(file: pathlib.Path) -> None:
     file.write_bytes(glb.to_bytes())
 
 
-def processes_with(marker: str) -> list[int]:
-    """Processes whose environment holds `marker`, however they were started."""
-    found = []
-    for entry in pathlib.Path("/proc").iterdir():
-        if not entry.name.isdigit() or int(entry.name) == os.getpid():
-            continue
-        try:
-            stat = (entry / "stat").read_text()
-            if marker.encode() in (entry / "environ").read_bytes() and stat.rsplit(")", 1)[1].split()[0] != "Z":
-                found.append(int(entry.name))
-        except OSError:
-            pass
-    return found
+def processes_with(marker: str) -> list[str]:
+    """The environments of the processes that hold `marker` there, however they were started; zombies have none."""
+    search = ["sh", "-c", 'grep -lsz -- "$0" /proc/[0-9]*/environ', marker]
+    return subprocess.run(search, capture_output=True, encoding="utf-8").stdout.split()
 
 
 class Stage(unittest.TestCase):

@@ -1,5 +1,7 @@
 #include "gltf_builder.h"
 
+#include "refusal.h"
+
 #include <map>
 #include <numeric>
 
@@ -82,17 +84,7 @@ std::shared_ptr<const Scene> GltfBuilder::load() const {
 }
 
 std::string GltfBuilder::refusal() const {
-  const TemporaryFolder folder;
-  return refusalOf(folder.write("scene.glb", glb()));
-}
-
-std::string refusalOf(const std::filesystem::path& file) {
-  try {
-    load(file);
-  } catch (const Error& error) {
-    return error.what();
-  }
-  return {};
+  return refusalOf<Error>([this] { load(); });
 }
 
 bool warnsOf(const Scene& scene, const std::string& text) {

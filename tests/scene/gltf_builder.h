@@ -40,7 +40,7 @@ class GltfBuilder {
 
   std::string glb() const;
   std::shared_ptr<const Scene> load() const;
-  std::string refusal() const;  // see refusalOf
+  std::string refusal() const;  // of load(); empty when there is none
 
  private:
   static int componentType(std::uint8_t) { return 5121; }
@@ -56,8 +56,6 @@ class GltfBuilder {
   std::string data_;
 };
 
-// The text of the Error that loading `file` ends in; empty when it doesn't.
-std::string refusalOf(const std::filesystem::path& file);
 // Whether any of the scene's warnings contains `text`.
 bool warnsOf(const Scene& scene, const std::string& text);
 

@@ -5,15 +5,12 @@
 
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <optional>
 #include <sstream>
 
-#include "core/atom.h"
-#include "door/parameters.h"
 #include "door/registration.h"
 #include "door/text.h"
-#include "module/registry.h"
+#include "refusal.h"
 #include "temporary_folder.h"
 #include "vpbase.h"
 
@@ -59,22 +56,8 @@ void install(const TemporaryFolder& folder, const std::string& module) {
                "STRINGTABLE VPprobe { VPprobe \"Probe\"; PROBE_PLAIN \"Plain\"; PROBE_BEFORE \"Before\"; }");
 }
 
-// What is told when the plug-in folder can't be loaded.
 std::string refusalOf(Application& application, const fs::path& folder) {
-  try {
-    application.loadPlugin(folder);
-  } catch (const Error& error) {
-    return error.what();
-  }
-  return "no error";
-}
-
-HostSide<BaseVideoPost>::Owner makeNode() {
-  auto parts = std::make_unique<AtomParts>(kEffect);
-  parts->data.reset(HostSide<BasePlugin>::parts(*FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST)).allocate());
-  auto node = HostSide<BaseVideoPost>::make(std::move(parts));
-  EXPECT_TRUE(HostSide<C4DAtom>::parts(*node).data->Init(node.get(), false));
-  return node;
+  return ::refusalOf<Error>([&] { application.loadPlugin(folder); });
 }
 
 TEST(Application, AModuleOfEitherStandardLibraryIsToldInOrderAndEnded) {
@@ -170,9 +153,12 @@ TEST(DescriptionFile, GivesEachParameterItsProperties) {
   Console console;
   Application application(folder.path(), console);
   application.loadPlugin(folder.path());
-  const auto node = makeNode();
-  std::map<Int32, BaseContainer> shown;
-  for (const DescriptionEntry& entry : describe(*node)) shown[entry.id[0].id] = entry.properties;
+  AutoAlloc<Description> description;
+  ASSERT_TRUE(description->LoadDescription("VPprobe"));
+  BaseContainer unused;
+  const auto shown = [&](Int32 id) -> const BaseContainer& {
+    return *description->GetParameter(DescID::Create(DescLevel(id, 0, 0)), unused, nullptr);
+  };
   BaseContainer choices;
   choices.SetString(1, "One"_s);
   choices.SetString(2, "TWO"_s);
@@ -191,9 +177,9 @@ TEST(DescriptionFile, GivesEachParameterItsProperties) {
       {6, DESC_NAME, GeData("F")},     {6, DESC_DEFAULT, GeData()},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(shown[row.id].GetData(row.property), row.expected) << row.id << ", property " << row.property;
+    EXPECT_EQ(shown(row.id).GetData(row.property), row.expected) << row.id << ", property " << row.property;
   }
-  EXPECT_EQ(shown[4].GetContainer(DESC_ACCEPT).GetInt32(Ocamera), 1);
+  EXPECT_EQ(shown(4).GetContainer(DESC_ACCEPT).GetInt32(Ocamera), 1);
 }
 
 TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine) {

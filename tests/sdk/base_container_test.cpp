@@ -1,11 +1,15 @@
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <sstream>
+#include <tuple>
 
 #include "core/atom.h"
+#include "door/text.h"
 
 namespace cinema {
 namespace {
+
+using quillmere::host::toUtf8;
 
 TEST(Container, KeepsTheOrderOfFirstSettingAndReplacesInPlace) {
   BaseContainer container(7);
@@ -38,44 +42,37 @@ TEST(Container, KeepsTheOrderOfFirstSettingAndReplacesInPlace) {
 TEST(Container, AnotherKindConvertsOrGivesThePreset) {
   BaseContainer inner;
   inner.SetInt32(1, 5);
-  const struct {
-    const char* kept;
-    GeData data;
-    Int32 type;
-    Bool asBool;
-    Int32 asInt;
-    Float asFloat;
-    const char *asText, *asName;
-    bool asContainer;
-  } rows[] = {
-      {"nothing", GeData(), DA_NIL, true, -99, -99.0, "preset", "preset", false},
-      {"true", GeData(true), DA_LONG, true, 1, 1.0, "preset", "preset", false},
-      {"0", GeData(0), DA_LONG, false, 0, 0.0, "preset", "preset", false},
-      {"7", GeData(7), DA_LONG, true, 7, 7.0, "preset", "preset", false},
-      {"-2.9", GeData(-2.9), DA_REAL, true, -2, -2.9, "preset", "preset", false},
-      {"1e300", GeData(1e300), DA_REAL, true, INT32_MAX, 1e300, "preset", "preset", false},
-      {"0.5f", GeData(0.5f), DA_REAL, true, 0, 0.5, "preset", "preset", false},
-      {"whole 64", GeData(Int64{1} << 40, LLONGVALUE()), DA_LLONG, true, -99, -99.0, "preset", "preset", false},
-      {"text", GeData("12"), DA_STRING, true, -99, -99.0, "12", "preset", false},
-      {"name", GeData(Filename("/n")), DA_FILENAME, true, -99, -99.0, "preset", "/n", false},
-      {"container", GeData(inner), DA_CONTAINER, true, -99, -99.0, "preset", "preset", true},
-      {"time", GeData(BaseTime(1, 2)), DA_TIME, true, -99, -99.0, "preset", "preset", false},
-      {"link", GeData(static_cast<BaseList2D*>(nullptr)), DA_ALIASLINK, true, -99, -99.0, "preset", "preset", false},
+  const auto read = [](const BaseContainer& from) {
+    std::ostringstream text;
+    text << from.GetBool(1, true) << " " << from.GetInt32(1, -99) << " " << from.GetFloat(1, -99.0) << " "
+         << toUtf8(from.GetString(1, "-"_s)) << " " << toUtf8(from.GetFilename(1, "-").GetString()) << " "
+         << from.GetContainer(1).GetInt32(1) << (from.GetContainerInstance(1) ? " inside" : "")
+         << (from.GetLink(1, nullptr) ? " linked" : "");
+    return text.str();
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.kept);
+  const std::tuple<GeData, Int32, const char*> rows[] = {
+      // kept as, read as bool, int, float, text, file name and container
+      {GeData(), DA_NIL, "1 -99 -99 - - 0"},
+      {GeData(true), DA_LONG, "1 1 1 - - 0"},
+      {GeData(0), DA_LONG, "0 0 0 - - 0"},
+      {GeData(7), DA_LONG, "1 7 7 - - 0"},
+      {GeData(-2.9), DA_REAL, "1 -2 -2.9 - - 0"},
+      {GeData(1e300), DA_REAL, "1 2147483647 1e+300 - - 0"},
+      {GeData(0.5f), DA_REAL, "1 0 0.5 - - 0"},
+      {GeData(Int64{1} << 40, LLONGVALUE()), DA_LLONG, "1 -99 -99 - - 0"},
+      {GeData("12"), DA_STRING, "1 -99 -99 12 - 0"},
+      {GeData(Filename("/n")), DA_FILENAME, "1 -99 -99 - /n 0"},
+      {GeData(inner), DA_CONTAINER, "1 -99 -99 - - 5 inside"},
+      {GeData(BaseTime(1, 2)), DA_TIME, "1 -99 -99 - - 0"},
+      {GeData(static_cast<BaseList2D*>(nullptr)), DA_ALIASLINK, "1 -99 -99 - - 0"},
+  };
+  for (const auto& [data, type, expected] : rows) {
+    SCOPED_TRACE(type);
     BaseContainer container;
-    if (row.type != DA_NIL) container.SetData(1, row.data);
-    EXPECT_EQ(container.GetType(1), row.type);
-    EXPECT_EQ(container.GetBool(1, true), row.asBool);
-    EXPECT_EQ(container.GetInt32(1, -99), row.asInt);
-    EXPECT_EQ(container.GetFloat(1, -99.0), row.asFloat);
-    EXPECT_EQ(container.GetString(1, "preset"_s), row.asText);
-    EXPECT_EQ(container.GetFilename(1, "preset"), Filename(row.asName));
-    EXPECT_EQ(container.GetContainerInstance(1) != nullptr, row.asContainer);
-    EXPECT_EQ(container.GetContainer(1).GetInt32(1), row.asContainer ? 5 : 0);
-    EXPECT_EQ(container.GetLink(1, nullptr), nullptr);
-    EXPECT_EQ(row.data, GeData(row.data));
+    if (type != DA_NIL) container.SetData(1, data);
+    EXPECT_EQ(container.GetType(1), type);
+    EXPECT_EQ(read(container), expected);
+    EXPECT_EQ(data, GeData(data));
   }
   BaseContainer outer;
   outer.SetContainer(1, inner);

@@ -4,6 +4,7 @@
 #include <functional>
 #include <random>
 
+#include "refusal.h"
 #include "resource/resource_folder.h"
 #include "resource/string_table.h"
 #include "temporary_folder.h"
@@ -29,12 +30,7 @@ void description(const std::filesystem::path& file) {
 }
 
 std::string damageOf(const Reader& reader, const std::filesystem::path& file) {
-  try {
-    reader(file);
-  } catch (const Damage& damage) {
-    return damage.what();
-  }
-  return "no damage";
+  return refusalOf<Damage>([&] { reader(file); });
 }
 
 TEST(EnumHeader, GivesExplicitAndImplicitValues) {
@@ -117,7 +113,7 @@ TEST(DamagedResource, RandomPiecesNeverDoMore) {
     const auto file = folder.write("random", content);
     const Reader readers[] = {description, table, header};
     const std::string damage = damageOf(readers[round % 3], file);
-    EXPECT_THAT(damage, testing::AnyOf("no damage", HasSubstr(file.string())));
+    EXPECT_THAT(damage, testing::AnyOf("", HasSubstr(file.string())));
   }
 }
 

@@ -14,12 +14,6 @@ class Probe : public VideoPostData {
 
  public:
   static NodeData* Alloc() { return NewObjClear(Probe); }
-
-  Bool GetDDescription(const GeListNode*, Description* description, DESCFLAGS_DESC& flags) const override {
-    if (!description->LoadDescription("VPprobe")) return false;
-    flags |= DESCFLAGS_DESC::LOADED;
-    return true;
-  }
 };
 
 }  // namespace

@@ -51,16 +51,8 @@ TEST_F(Lines, OutsideOfTheBufferAreRefused) {
   const struct {
     int x, y, count;
   } rows[] = {
-      {-1, 0, 8},
-      {0, -1, 8},
-      {0, 4, 8},
-      {8, 0, 1},
-      {1, 0, 8},
-      {0, 0, 9},
-      {0, 0, 0},
-      {INT_MAX, 0, 8},
-      {7, 0, INT_MAX},
-      {INT_MIN, INT_MIN, INT_MIN},
+      {-1, 0, 8}, {0, -1, 8}, {0, 4, 8},       {8, 0, 1},       {1, 0, 8},
+      {0, 0, 9},  {0, 0, 0},  {INT_MAX, 0, 8}, {7, 0, INT_MAX}, {INT_MIN, INT_MIN, INT_MIN},
   };
   for (const auto& [x, y, count] : rows) {
     SCOPED_TRACE(testing::Message() << x << ", " << y << ", " << count);
