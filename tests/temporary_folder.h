@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 
 // A folder of this test alone, removed with all it holds.
@@ -30,6 +31,11 @@ class TemporaryFolder {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << content;
     return file;
+  }
+
+  std::string contentOf(const std::filesystem::path& name) const {
+    std::ifstream file(path_ / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
 
  private:

@@ -19,11 +19,6 @@ std::vector<std::string> namesIn(const TemporaryFolder& folder) {
   return names;
 }
 
-std::string textOf(const fs::path& file) {
-  const File content = contentOf(file);
-  return {content.begin(), content.end()};
-}
-
 TEST(AtomicFile, ReadersMeetTheFormerFileUntilTheNewOneIsWhole) {
   const TemporaryFolder folder;
   writeFile(folder / "a", "former");
@@ -31,12 +26,12 @@ TEST(AtomicFile, ReadersMeetTheFormerFileUntilTheNewOneIsWhole) {
     AtomicFile file(folder / "a");
     std::fputs("half", file.stream());
     std::fflush(file.stream());
-    EXPECT_EQ(textOf(folder / "a"), "former");
+    EXPECT_EQ(folder.contentOf("a"), "former");
   }
-  EXPECT_EQ(textOf(folder / "a"), "former");
+  EXPECT_EQ(folder.contentOf("a"), "former");
   EXPECT_EQ(namesIn(folder), std::vector<std::string>{"a"});
   writeFile(folder / "a", "new");
-  EXPECT_EQ(textOf(folder / "a"), "new");
+  EXPECT_EQ(folder.contentOf("a"), "new");
   EXPECT_EQ(namesIn(folder), std::vector<std::string>{"a"});
 }
 
@@ -46,7 +41,7 @@ TEST(AtomicFile, ALinkStaysALink) {
   fs::create_symlink(folder / "a", folder / "link");
   writeFile(folder / "link", "new");
   EXPECT_TRUE(fs::is_symlink(folder / "link"));
-  EXPECT_EQ(textOf(folder / "a"), "new");
+  EXPECT_EQ(folder.contentOf("a"), "new");
 }
 
 // Root may write anywhere, so none of these rests on permissions alone.
@@ -66,7 +61,7 @@ TEST(AtomicFile, TargetsThatCannotBeWrittenAreRefusedAndNothingIsLeft) {
   EXPECT_THROW(writePng(folder / "a.png", Image()), Error);
   EXPECT_EQ(namesIn(folder), before);
   EXPECT_TRUE(fs::is_empty(folder / "folder"));
-  EXPECT_EQ(textOf(folder / "file"), "former");
+  EXPECT_EQ(folder.contentOf("file"), "former");
 }
 
 TEST(AtomicFile, AFullDiskIsAnErrorAndLeavesTheFormerFile) {
@@ -77,7 +72,7 @@ TEST(AtomicFile, AFullDiskIsAnErrorAndLeavesTheFormerFile) {
   if (full == nullptr) GTEST_SKIP() << "there is no device that is always full here";
   std::fputs("new", full);
   EXPECT_THROW(file.commit(), Error);
-  EXPECT_EQ(textOf(folder / "a"), "former");
+  EXPECT_EQ(folder.contentOf("a"), "former");
 }
 
 }  // namespace

@@ -1,18 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include "gltf_builder.h"
 
 namespace quillmere::scene {
 namespace {
-
-std::string bytesOf(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
 
 TEST(ExampleScene, IsTheSameEveryTimeAndFullyUnderstood) {
   const TemporaryFolder folder;
@@ -20,8 +13,8 @@ TEST(ExampleScene, IsTheSameEveryTimeAndFullyUnderstood) {
     const std::string command = "'" PYTHON "' '" HARBOUR_SCRIPT "' '" + (folder / name).string() + "'";
     ASSERT_EQ(std::system(command.c_str()), 0);
   }
-  const std::string bytes = bytesOf(folder / "first.glb");
-  EXPECT_EQ(bytes, bytesOf(folder / "second.glb"));
+  const std::string bytes = folder.contentOf("first.glb");
+  EXPECT_EQ(bytes, folder.contentOf("second.glb"));
   EXPECT_LT(bytes.size(), 1000000U);
 
   const auto scene = load(folder / "first.glb");

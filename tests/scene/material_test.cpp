@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "gltf_builder.h"
 #include "image/file_formats.h"
 
@@ -18,8 +15,7 @@ std::string pngFile(int width) {
   image::Image picture(width, 1, 1, image::Sample::Word);
   picture.row<std::uint16_t>(0)[0] = 0x8080;
   image::writePng(folder / "p.png", picture, image::PngDepth::As16Bit);
-  std::ifstream in(folder / "p.png", std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
+  return folder.contentOf("p.png");
 }
 
 // A triangle with the texture of image 0 on material 0.

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <climits>
 #include <tuple>
@@ -65,25 +64,15 @@ TEST(Bitmap, IsMadeInTheSizesAndDepthsThatAreModelled) {
 }
 
 TEST(Bitmap, LoadedDepthFollowsTheSamplesAndIgnoresAlpha) {
-  const TemporaryFolder folder;
-  image::Image bytes(1, 1, 4, image::Sample::Byte), words(1, 1, 3, image::Sample::Word);
-  image::Image grey(1, 1, 1, image::Sample::Byte), floats(1, 1, 3, image::Sample::Float);
-  std::ranges::copy(std::array<std::uint8_t, 4>{10, 20, 30, 0}, bytes.row<std::uint8_t>(0));
-  std::ranges::copy(std::array<std::uint16_t, 3>{65535, 258, 3}, words.row<std::uint16_t>(0));
-  std::ranges::copy(std::array<float, 3>{4.0F, 0.5F, -1.0F}, floats.row<float>(0));
-  grey.row<std::uint8_t>(0)[0] = 77;
-  image::writePng(folder / "bytes", bytes);
-  image::writePng(folder / "words", words, image::PngDepth::As16Bit);
-  image::writePng(folder / "grey", grey);
-  image::writeExr(folder / "floats", floats);
-  for (const auto& [name, depth, read] : {std::tuple{"bytes", 24, Rgb{10, 20, 30}},
-                                          {"words", 48, Rgb{65535, 258, 3}},
-                                          {"grey", 24, Rgb{77, 77, 77}},
-                                          {"floats", 96, Rgb{65535, 32768, 0}}}) {
+  const std::filesystem::path folder = QUILLMERE_TEST_PICTURES;
+  for (const auto& [name, depth, read] : {std::tuple{"png-palette.png", 24, Rgb{4, 5, 6}},
+                                          {"png-grey-alpha.png", 24, Rgb{7, 7, 7}},
+                                          {"png-16-bit.png", 48, Rgb{0x0102, 0x0304, 0x0506}},
+                                          {"exr-half.exr", 96, Rgb{0, 65535, 65535}}}) {
     SCOPED_TRACE(name);
     AutoAlloc<BaseBitmap> bitmap;
     cinema::Bool movie = true;
-    ASSERT_EQ(bitmap->Init(named(folder, name), -1, &movie), IMAGERESULT::OK);
+    ASSERT_EQ(bitmap->Init(host::filenameOf(folder / name), -1, &movie), IMAGERESULT::OK);
     EXPECT_FALSE(movie);
     EXPECT_EQ(bitmap->GetBt(), depth);
     EXPECT_EQ(pixel(bitmap, 0, 0), read);
