@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <tuple>
 
 #include "process/process_tree.h"
 
@@ -19,13 +20,7 @@ bool nothingIsLeft() {
 
 TEST(ChildRun, TellsHowTheChildEnded) {
   using End = ChildResult::End;
-  struct Row {
-    const char* script;
-    End end;
-    int status;
-    const char* output;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, End, int, const char*> rows[] = {
       {"echo out; echo err >&2; exit 3", End::Exited, 3, "out\n"},
       {"kill -9 $$", End::Killed, -1, ""},
       {"echo a; sleep 60; :", End::TimedOut, -1, "a\n"},

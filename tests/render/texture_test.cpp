@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <tuple>
 
 namespace quillmere::render {
 namespace {
@@ -27,25 +28,22 @@ char nameOf(glm::vec4 color) {
 }
 
 TEST(Texture, CoordinatesOutsideWrapAsTheMaterialSays) {
-  struct Row {
-    const char* name;
-    bool repeat, mirror;
-    std::string expected;  // at -0.875, -0.625 … 1.875
-  };
+  // Whether it is repeated and mirrored, and what is read at -0.875, -0.625 … 1.875.
+  const std::tuple<bool, bool, const char*> rows[] = {
+      {false, false, "kkkkkrgbbbbb"}, {true, false, "krgbkrgbkrgb"}, {true, true, "bgrkkrgbbgrk"}};
   const Texture texture(fourColors());
-  for (const Row& row : {Row{"clamped", false, false, "kkkkkrgbbbbb"}, Row{"repeated", true, false, "krgbkrgbkrgb"},
-                         Row{"mirrored", true, true, "bgrkkrgbbgrk"}}) {
+  for (const auto& [repeat, mirror, expected] : rows) {
     for (const bool nearest : {true, false}) {
       scene::Material material;
-      material.repeatU = row.repeat;
-      material.mirrorU = row.mirror;
+      material.repeatU = repeat;
+      material.mirrorU = mirror;
       material.nearest = nearest;
       std::string seen;
       for (int i = 0; i < 12; ++i) {
         const float u = -0.875F + 0.25F * static_cast<float>(i);
         seen += nameOf(texture.read({u, 0.5F}, 0.0F, material));
       }
-      EXPECT_EQ(seen, row.expected) << row.name << (nearest ? " nearest" : " linear");
+      EXPECT_EQ(seen, expected) << (nearest ? " nearest" : " linear");
     }
   }
 }

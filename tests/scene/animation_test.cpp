@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <tuple>
 
 #include "gltf_builder.h"
 #include "scene/animation_track.h"
@@ -17,12 +18,7 @@ TEST(AnimationTrack, InterpolatesBetweenKeysAndHoldsOutsideThem) {
   // Leaves 0 at 4 per second and arrives at 8 after two seconds with 0.
   const Track cubic{0, Property::Translation, Interpolation::CubicSpline, {1, 3}, {9, 0, 4, 0, 8, 9}, 1};
   const Track jump{0, Property::Translation, Interpolation::Linear, {1, 2, 2, 3}, {0, 10, 50, 60}, 1};
-  struct Row {
-    const Track& track;
-    double seconds;
-    float expected;
-  };
-  const Row rows[] = {
+  const std::tuple<const Track&, double, float> rows[] = {
       {step, -5, 10},        {step, 1.99, 10}, {step, 2, 20},    {step, 3.9, 20}, {step, 9, 40}, {linear, 0, 10},
       {linear, 1.25, 12.5F}, {linear, 3, 30},  {linear, 99, 40}, {cubic, 0, 0},   {cubic, 2, 5}, {cubic, 1.5, 2.375F},
       {cubic, 3, 8},         {jump, 1.5, 5},   {jump, 2, 50},    {jump, 2.5, 55},
@@ -37,28 +33,23 @@ TEST(AnimationTrack, InterpolatesBetweenKeysAndHoldsOutsideThem) {
 
 TEST(AnimationTrack, TurnsAlongTheShorterArcWithUnitLength) {
   const float half = std::sqrt(0.5F);
-  struct Row {
-    const char* name;
-    Interpolation interpolation;
-    std::vector<float> values;
-    std::array<float, 4> middle;
-  };
   const std::array eighth{0.0F, 0.382683F, 0.0F, 0.92388F};
   using enum Interpolation;
-  const std::vector<Row> rows{
+  // Interpolation and values of two keys, and the value in the middle.
+  const std::tuple<const char*, Interpolation, std::vector<float>, std::array<float, 4>> rows[] = {
       {"quarter turn", Linear, {0, 0, 0, 1, 0, half, 0, half}, eighth},
       {"the same with the opposite sign", Linear, {0, 0, 0, 1, 0, -half, 0, -half}, eighth},
       {"keys not of unit length", Linear, {0, 0, 0, 3, 0, 2, 0, 2}, eighth},
       {"zero", Step, {0, 0, 0, 0, 0, 0, 0, 1}, {0, 0, 0, 1}},
       {"spline", CubicSpline, {0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, half, 0, half, 0, 0, 0, 0}, eighth},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, interpolation, values, middle] : rows) {
+    SCOPED_TRACE(name);
     std::array<float, 4> value{};
-    sample({0, Property::Rotation, row.interpolation, {0, 1}, row.values, 4}, 0.5, value);
+    sample({0, Property::Rotation, interpolation, {0, 1}, values, 4}, 0.5, value);
     // q and -q are the same rotation.
     float dot = 0;
-    for (std::size_t i = 0; i < 4; ++i) dot += value[i] * row.middle[i];
+    for (std::size_t i = 0; i < 4; ++i) dot += value[i] * middle[i];
     EXPECT_NEAR(std::abs(dot), 1.0F, 1e-5F);
   }
 }

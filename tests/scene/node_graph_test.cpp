@@ -35,16 +35,12 @@ TEST(NodeGraph, MayBeDeeperThanTheStack) {
 }
 
 TEST(NodeGraph, ShowsOneScene) {
-  struct Row {
-    const char* name;
-    nlohmann::json changes;  // to the document, as a merge patch
-    std::size_t surfaces;
-    const char* warning;
-  };
-  for (const auto& [name, changes, surfaces, warning] :
-       std::vector<Row>{{"the default one", {{"scene", 1}}, 2, ""},
-                        {"the first of several", {{"scene", nullptr}}, 1, "no default scene"},
-                        {"everything", {{"scene", nullptr}, {"scenes", nullptr}}, 3, "no scene"}}) {
+  // What is changed by a merge patch of the document, how many surfaces are shown, and the warning.
+  const std::tuple<const char*, nlohmann::json, std::size_t, const char*> rows[] = {
+      {"the default one", {{"scene", 1}}, 2, ""},
+      {"the first of several", {{"scene", nullptr}}, 1, "no default scene"},
+      {"everything", {{"scene", nullptr}, {"scenes", nullptr}}, 3, "no scene"}};
+  for (const auto& [name, changes, surfaces, warning] : rows) {
     SCOPED_TRACE(name);
     GltfBuilder builder;
     builder.show(builder.triangle());

@@ -25,15 +25,6 @@ struct Lines : OpenScene {
   bool read(int x, int y, int count) { return buffer->GetLine(x, y, count, line.data(), 32, false); }
 };
 
-TEST_F(Lines, WrittenAsAWholeCostNoDrawing) {
-  for (int y = 0; y < 4; ++y) ASSERT_TRUE(write(0, y, 8));
-  EXPECT_TRUE(read(3, 2, 5));
-  const host::Frame frame = call.take();
-  EXPECT_EQ(frame.result, cinema::RENDERRESULT::OK);
-  EXPECT_EQ(frame.picture.row<float>(3)[31], 0.25F);
-  EXPECT_EQ(scene->poses, 0);
-}
-
 TEST_F(Lines, UnwrittenOnesAndPartsShowTheDrawingMadeOnce) {
   ASSERT_TRUE(write(0, 0, 8) && write(4, 2, 4));
   ASSERT_TRUE(read(0, 1, 8));
