@@ -88,7 +88,7 @@ class _Wiring:
             loaders = [
                 loader for loader in shape.picture_loaders(self._graph, self._classes, needed) if loader != taken
             ]
-            node = self._only(loaders, "loads the guide image", "Quillmere Guide", 'Add a "Load Image" node')
+            node = self._only(loaders, "loads the guide image", "Quillmere Guide", 'add a "Load Image" node')
         self._set_picture(node, self._wanted.guide)
 
     def _place_style(self, wired: Wired) -> None:
@@ -105,7 +105,7 @@ class _Wiring:
         node = self._marked.get("prompt")
         if node is None:
             encoders = shape.positive_texts(self._graph, needed)
-            node = self._only(encoders, "takes the prompt", "Quillmere Prompt", "Add a text encoder before the sampler")
+            node = self._only(encoders, "takes the prompt", "Quillmere Prompt", "add a text encoder before the sampler")
         names = shape.text_inputs(node, self._classes)
         if not names:
             raise HelperError(f"{node.label} in {self._where} has no text to put the prompt into; give it one")
@@ -150,9 +150,9 @@ class _Wiring:
         if len(candidates) == 1:
             return candidates[0]
         if not candidates:
-            raise HelperError(f'No node in {self._where} {does}. {remedy}, or title the right node "{marker}"')
+            raise HelperError(f'No node in {self._where} {does}; {remedy}, or title the right node "{marker}"')
         names = ", ".join(node.label for node in candidates)
-        raise HelperError(f'It is not clear which node in {self._where} {does}: {names}. Title one of them "{marker}"')
+        raise HelperError(f'It is not clear which node in {self._where} {does}: {names}; title one of them "{marker}"')
 
     def _set_picture(self, node: Node, name: str) -> None:
         if "image" not in node.inputs or link_of(node.inputs["image"]) is not None:
