@@ -2,8 +2,8 @@
 
 #include <optional>
 
+#include "../res/description/vpquillmere.h"
 #include "borrowed_view.h"
-#include "description/vpquillmere.h"
 #include "drendersettings.h"
 #include "guide_in_progress.h"
 #include "host_shim/view_drawing.h"

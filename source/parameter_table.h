@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "description/vpquillmere.h"
+#include "../res/description/vpquillmere.h"
 #include "prompt.h"
 
 // The node's parameters, once: what is stored under which ID, how it is shown, and its default.

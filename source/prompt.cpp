@@ -1,7 +1,7 @@
 #include "prompt.h"
 
+#include "../res/description/vpquillmere.h"
 #include "bridge/text.h"
-#include "description/vpquillmere.h"
 
 namespace quillmere {
 

@@ -1,7 +1,7 @@
 #include "quillmere_videopost.h"
 
+#include "../res/description/vpquillmere.h"
 #include "catalog/workflow_selection.h"
-#include "description/vpquillmere.h"
 #include "drendersettings.h"
 #include "guide_in_progress.h"
 #include "panel.h"

@@ -1,12 +1,12 @@
 #include "render_driver.h"
 
+#include "../res/description/vpquillmere.h"
 #include "bridge/exchange_files.h"
 #include "bridge/helper_process.h"
 #include "bridge/render_view_state.h"
 #include "bridge/runtime_locations.h"
 #include "bridge/text_file.h"
 #include "console.h"
-#include "description/vpquillmere.h"
 #include "drendersettings.h"
 #include "guide_capture.h"
 #include "history/history_snapshots.h"

@@ -1,6 +1,6 @@
 #include "render_status.h"
 
-#include "description/vpquillmere.h"
+#include "../res/description/vpquillmere.h"
 
 namespace quillmere {
 

@@ -1,9 +1,9 @@
-#include "bridge/exchange_files.h"
+#include "exchange_files.h"
 
-#include "bridge/json_text.h"
-#include "bridge/render_view_state.h"
-#include "bridge/runtime_locations.h"
-#include "bridge/text_file.h"
+#include "json_text.h"
+#include "render_view_state.h"
+#include "runtime_locations.h"
+#include "text_file.h"
 
 namespace quillmere {
 

@@ -1,4 +1,4 @@
-#include "bridge/helper_process.h"
+#include "helper_process.h"
 
 #include <sys/types.h>
 #include <sys/wait.h>
@@ -9,10 +9,10 @@
 #include <csignal>
 #include <thread>
 
-#include "bridge/exchange_files.h"
-#include "bridge/runtime_locations.h"
-#include "bridge/text.h"
-#include "render_status.h"
+#include "../render_status.h"
+#include "exchange_files.h"
+#include "runtime_locations.h"
+#include "text.h"
 
 namespace quillmere {
 

@@ -1,4 +1,4 @@
-#include "bridge/json_scan.h"
+#include "json_scan.h"
 
 namespace quillmere {
 namespace {

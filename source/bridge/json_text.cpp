@@ -1,7 +1,7 @@
-#include "bridge/json_text.h"
+#include "json_text.h"
 
-#include "bridge/json_scan.h"
-#include "bridge/text.h"
+#include "json_scan.h"
+#include "text.h"
 
 namespace quillmere {
 

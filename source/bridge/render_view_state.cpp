@@ -1,7 +1,7 @@
-#include "bridge/render_view_state.h"
+#include "render_view_state.h"
 
-#include "bridge/json_text.h"
-#include "bridge/text_file.h"
+#include "json_text.h"
+#include "text_file.h"
 
 namespace quillmere {
 

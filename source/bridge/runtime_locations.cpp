@@ -1,9 +1,9 @@
-#include "bridge/runtime_locations.h"
+#include "runtime_locations.h"
 
-#include "bridge/text.h"
-#include "data_directory.h"
-#include "history/history_snapshots.h"
-#include "plugin_id.h"
+#include "../data_directory.h"
+#include "../history/history_snapshots.h"
+#include "../plugin_id.h"
+#include "text.h"
 
 namespace quillmere {
 

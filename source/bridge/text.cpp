@@ -1,4 +1,4 @@
-#include "bridge/text.h"
+#include "text.h"
 
 namespace quillmere {
 

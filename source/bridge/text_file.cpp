@@ -1,10 +1,10 @@
-#include "bridge/text_file.h"
+#include "text_file.h"
 
 #include <cstdio>
 #include <fstream>
 #include <memory>
 
-#include "bridge/text.h"
+#include "text.h"
 
 namespace quillmere {
 

@@ -1,9 +1,9 @@
-#include "catalog/catalog_scan.h"
+#include "catalog_scan.h"
 
 #include <cstddef>
 #include <optional>
 
-#include "bridge/json_scan.h"
+#include "../bridge/json_scan.h"
 
 // A run is a stretch without braces, from behind one brace up to the next (or to the end of the text). The pattern's
 // free parts stay within one run; only a quoted value may cross into a later one, and it then lands behind the first

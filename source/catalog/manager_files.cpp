@@ -1,8 +1,8 @@
-#include "catalog/manager_files.h"
+#include "manager_files.h"
 
 #include <cstdlib>
 
-#include "bridge/text.h"
+#include "../bridge/text.h"
 
 namespace quillmere {
 

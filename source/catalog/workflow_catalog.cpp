@@ -1,11 +1,11 @@
-#include "catalog/workflow_catalog.h"
+#include "workflow_catalog.h"
 
 #include <cctype>
 
-#include "bridge/text.h"
-#include "bridge/text_file.h"
-#include "catalog/catalog_scan.h"
-#include "catalog/manager_files.h"
+#include "../bridge/text.h"
+#include "../bridge/text_file.h"
+#include "catalog_scan.h"
+#include "manager_files.h"
 
 namespace quillmere {
 

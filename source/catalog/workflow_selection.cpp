@@ -1,7 +1,7 @@
-#include "catalog/workflow_selection.h"
+#include "workflow_selection.h"
 
-#include "catalog/manager_files.h"
-#include "description/vpquillmere.h"
+#include "../../res/description/vpquillmere.h"
+#include "manager_files.h"
 
 namespace quillmere {
 

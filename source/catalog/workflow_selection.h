@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "c4d.h"
-#include "catalog/workflow_catalog.h"
+#include "workflow_catalog.h"
 
 // The workflow menu's value: 0 for none, n for the catalog's n-th workflow. What lasts is the chosen workflow's
 // identifier and path, so that a choice outlives changes of the catalog's order.

@@ -1,8 +1,8 @@
-#include "history/history_snapshots.h"
+#include "history_snapshots.h"
 
-#include "bridge/text.h"
-#include "bridge/text_file.h"
-#include "data_directory.h"
+#include "../bridge/text.h"
+#include "../bridge/text_file.h"
+#include "../data_directory.h"
 
 namespace quillmere {
 

@@ -1,4 +1,4 @@
-#include "host_shim/view_drawing.h"
+#include "view_drawing.h"
 
 #include "operatingsystem.h"
 
