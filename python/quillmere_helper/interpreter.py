@@ -4,6 +4,7 @@ Also runs on interpreters older than the rest of the package supports.
 """
 
 import os
+import signal
 import subprocess
 import sys
 from typing import Dict, List
@@ -74,17 +75,26 @@ def can_import(interpreter: str, module: str) -> bool:
     test = "import sys; sys.exit(sys.version_info < {})".format(OLDEST)
     if module:
         test = "import {}; {}".format(module, test)
+    process = None
+    # A stop that came between the start and the assignment would leave the process behind.
+    open_to = signal.pthread_sigmask(signal.SIG_BLOCK, (signal.SIGTERM, signal.SIGINT, signal.SIGHUP))
     try:
-        return 0 == subprocess.call(
+        process = subprocess.Popen(
             [interpreter, "-c", test],
             env=own_environment(),
             stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL,
-            timeout=PROBE_TIME,
         )
+        signal.pthread_sigmask(signal.SIG_SETMASK, open_to)
+        return process.wait(PROBE_TIME) == 0
     except (OSError, subprocess.SubprocessError):
         return False
+    finally:
+        signal.pthread_sigmask(signal.SIG_SETMASK, open_to)
+        if process is not None and process.returncode is None:
+            process.kill()
+            process.wait()
 
 
 def own_environment() -> Dict[str, str]:
