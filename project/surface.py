@@ -13,6 +13,8 @@ OWN = "-"  # in place of a header: the stand-alone host's own, which the applica
 # Declared in the headers, but for the headers' own use: the application has these compiled in, or under other names.
 OWN_SYMBOLS = ("AllocateMemoryClear", "FreeMemory", "BaseData::operator delete", "hostcall::", "NodeData::Slot",
                "VideoPostData::Slot")
+# What an inline function of the headers calls, and that function.
+INLINE = {"BaseBitmap::FindPixel": "BaseBitmap::GetPixel"}
 PINS = "pinned_constants.cpp"
 
 # The demangler's words for the host's names of the same types.
@@ -39,7 +41,9 @@ def spelled(symbol: str) -> str:
     for word, name in TYPES:
         symbol = re.sub(rf"\b{word}\b", name, symbol)
     symbol = re.sub(r"\b([\w:]+) const([&*])", r"const \1\2", symbol)
-    return symbol.replace("cinema::", "")
+    symbol = symbol.replace("cinema::", "")
+    name = symbol.split("(")[0]
+    return INLINE.get(name, name) + symbol[len(name):]
 
 
 def imports_of(listing: str) -> list[str]:

@@ -48,30 +48,36 @@ BaseBitmap* HostSide<BaseBitmap>::make() {
   }
 }
 
-PixelStore& HostSide<BaseBitmap>::pixels(BaseBitmap& bitmap) {
-  return bitmap.parts_->pixels;
-}
 const PixelStore& HostSide<BaseBitmap>::pixels(const BaseBitmap& bitmap) {
   return bitmap.parts_->pixels;
 }
 
+template <class Step>
+IMAGERESULT HostSide<BaseBitmap>::change(BaseBitmap& bitmap, IMAGERESULT otherwise, Step&& step) {
+  PixelStore& pixels = bitmap.parts_->pixels;
+  const IMAGERESULT result = folded(otherwise, [&] { return step(pixels); });
+  const std::uint8_t* const first = pixels.colorBytes();
+  bitmap.colors_ = first ? BaseBitmap::Colors{first, pixels.width(), pixels.height()} : BaseBitmap::Colors{};
+  return result;
+}
+
 IMAGERESULT HostSide<BaseBitmap>::init(BaseBitmap& bitmap, Int32 width, Int32 height, Int32 depth) {
-  pixels(bitmap) = PixelStore();
-  if (!PixelStore::depthIsModelled(depth)) return IMAGERESULT::PARAM_ERROR;
-  return folded(IMAGERESULT::PARAM_ERROR, [&] {
-    pixels(bitmap) = PixelStore(width, height, depth);
+  return change(bitmap, IMAGERESULT::PARAM_ERROR, [&](PixelStore& pixels) {
+    pixels = PixelStore();
+    if (!PixelStore::depthIsModelled(depth)) return IMAGERESULT::PARAM_ERROR;
+    pixels = PixelStore(width, height, depth);
     return IMAGERESULT::OK;
   });
 }
 
 IMAGERESULT HostSide<BaseBitmap>::load(BaseBitmap& bitmap, const Filename& name) {
-  pixels(bitmap) = PixelStore();
-  return folded(IMAGERESULT::FILESTRUCTURE, [&] {
+  return change(bitmap, IMAGERESULT::FILESTRUCTURE, [&](PixelStore& pixels) {
+    pixels = PixelStore();
     const std::filesystem::path file = quillmere::host::pathOf(name);
     std::error_code unknown;
     if (!std::filesystem::is_regular_file(file, unknown)) return IMAGERESULT::NOTEXISTING;
     if (!std::ifstream(file, std::ios::binary)) return IMAGERESULT::FILEERROR;
-    pixels(bitmap) = PixelStore(image::read(file));
+    pixels = PixelStore(image::read(file));
     return IMAGERESULT::OK;
   });
 }
@@ -89,8 +95,8 @@ IMAGERESULT HostSide<BaseBitmap>::save(const BaseBitmap& bitmap, const Filename&
 }
 
 bool HostSide<BaseBitmap>::show(BaseBitmap& bitmap, image::Image picture) {
-  return folded(IMAGERESULT::MISC_ERROR, [&] {
-           return pixels(bitmap).replace(std::move(picture)) ? IMAGERESULT::OK : IMAGERESULT::PARAM_ERROR;
+  return change(bitmap, IMAGERESULT::MISC_ERROR, [&](PixelStore& pixels) {
+           return pixels.replace(std::move(picture)) ? IMAGERESULT::OK : IMAGERESULT::PARAM_ERROR;
          }) == IMAGERESULT::OK;
 }
 
@@ -131,7 +137,7 @@ Int32 BaseBitmap::GetBpz() const {
   return (GetBw() * GetBt() + 7) / 8;
 }
 
-void BaseBitmap::GetPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const {
+void BaseBitmap::FindPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const {
   parts_->pixels.read(x, y, r, g, b);
 }
 
@@ -142,9 +148,8 @@ Bool BaseBitmap::SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b) {
 void BaseBitmap::ScaleBicubic(BaseBitmap* dst, Int32 src_xmin, Int32 src_ymin, Int32 src_xmax, Int32 src_ymax,
                               Int32 dst_xmin, Int32 dst_ymin, Int32 dst_xmax, Int32 dst_ymax) const {
   if (!dst) return;
-  folded(IMAGERESULT::MISC_ERROR, [&] {
-    parts_->pixels.stretch({src_xmin, src_ymin, src_xmax, src_ymax}, dst->parts_->pixels,
-                           {dst_xmin, dst_ymin, dst_xmax, dst_ymax});
+  HostSide<BaseBitmap>::change(*dst, IMAGERESULT::MISC_ERROR, [&](PixelStore& pixels) {
+    parts_->pixels.stretch({src_xmin, src_ymin, src_xmax, src_ymax}, pixels, {dst_xmin, dst_ymin, dst_xmax, dst_ymax});
     return IMAGERESULT::OK;
   });
 }

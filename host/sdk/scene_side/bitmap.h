@@ -10,7 +10,6 @@ namespace cinema {
 template <>
 struct HostSide<BaseBitmap> {
   static BaseBitmap* make();  // null when there is no memory left
-  static quillmere::host::PixelStore& pixels(BaseBitmap& bitmap);
   static const quillmere::host::PixelStore& pixels(const BaseBitmap& bitmap);
 
   static IMAGERESULT init(BaseBitmap& bitmap, Int32 width, Int32 height, Int32 depth);
@@ -19,6 +18,10 @@ struct HostSide<BaseBitmap> {
 
   // Puts a picture of just its size into the bitmap. False, with the bitmap as it was, when that fails.
   static bool show(BaseBitmap& bitmap, quillmere::image::Image picture);
+
+  // Runs `step` on the bitmap's pixels, which may throw; `otherwise` is what a picture that it refuses means.
+  template <class Step>
+  static IMAGERESULT change(BaseBitmap& bitmap, IMAGERESULT otherwise, Step&& step);
 };
 
 }  // namespace cinema

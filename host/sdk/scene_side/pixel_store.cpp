@@ -127,6 +127,11 @@ bool PixelStore::depthIsModelled(int depth) {
   return layoutOf(depth) != nullptr;
 }
 
+const std::uint8_t* PixelStore::colorBytes() const {
+  const bool are = pixels_.channels() == 3 && pixels_.sample() == image::Sample::Byte;
+  return are ? pixels_.row<std::uint8_t>(0) : nullptr;
+}
+
 void PixelStore::read(int x, int y, std::uint16_t* r, std::uint16_t* g, std::uint16_t* b) const {
   const Wanted wanted{r, g, b};
   if (!inside(x, y)) return give(wanted, 0, 0, 0);

@@ -29,8 +29,11 @@ class PixelStore {
   int depth() const { return depth_; }
   const image::Image& pixels() const { return pixels_; }
 
-  // Black outside. Each component goes straight to where it is wanted, unless that is null: this is asked for every
-  // pixel of a picture, and a value that is first put together costs more than the reading.
+  // The first byte of pixels that are three bytes each, red, green and blue, rows without padding. Null for others.
+  const std::uint8_t* colorBytes() const;
+
+  // Black outside. Each component goes straight to where it is wanted, unless that is null: this may be
+  // asked for every pixel of a picture, and a value that is first put together costs more than the reading.
   void read(int x, int y, std::uint16_t* r, std::uint16_t* g, std::uint16_t* b) const;
   bool set(int x, int y, int r, int g, int b);  // 0-255 whatever the depth, clamped; false outside
   bool replace(image::Image picture);           // takes a picture of just this size; false when it has another

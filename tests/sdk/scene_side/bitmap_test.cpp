@@ -65,12 +65,12 @@ TEST(Bitmap, IsMadeInTheSizesAndDepthsThatAreModelled) {
 
 TEST(Bitmap, LoadedDepthFollowsTheSamplesAndIgnoresAlpha) {
   const std::filesystem::path folder = QUILLMERE_TEST_PICTURES;
+  AutoAlloc<BaseBitmap> bitmap;
   for (const auto& [name, depth, read] : {std::tuple{"png-palette.png", 24, Rgb{4, 5, 6}},
                                           {"png-grey-alpha.png", 24, Rgb{7, 7, 7}},
                                           {"png-16-bit.png", 48, Rgb{0x0102, 0x0304, 0x0506}},
                                           {"exr-half.exr", 96, Rgb{0, 65535, 65535}}}) {
     SCOPED_TRACE(name);
-    AutoAlloc<BaseBitmap> bitmap;
     cinema::Bool movie = true;
     ASSERT_EQ(bitmap->Init(host::filenameOf(folder / name), -1, &movie), IMAGERESULT::OK);
     EXPECT_FALSE(movie);
@@ -88,8 +88,10 @@ TEST(Bitmap, WhatCannotBeLoadedSaysWhyAndLeavesItEmpty) {
                                      {".", IMAGERESULT::NOTEXISTING}}) {
     SCOPED_TRACE(name);
     ASSERT_EQ(bitmap->Init(4, 4), IMAGERESULT::OK);
+    bitmap->SetPixel(3, 3, 1, 2, 3);
     EXPECT_EQ(bitmap->Init(named(folder, name)), result);
     EXPECT_EQ(bitmap->GetBw(), 0);
+    EXPECT_EQ(pixel(bitmap, 3, 3), (Rgb{0, 0, 0}));
   }
 }
 
