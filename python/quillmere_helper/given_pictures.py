@@ -12,7 +12,7 @@ LARGEST_PICTURE = 512 << 20  # bytes
 
 def ready(path: str, role: str) -> tuple[bytes, str]:
     """The picture as it is sent, and its kind: PNG as 8-bit RGB, others as they are. Raises HelperError."""
-    remedy = "render the frame again" if role == "guide" else "lock another one, or none"
+    remedy = "render the frame again" if role == "guide" else "choose another one, or none"
     content = read_file(path, f"{role} image", LARGEST_PICTURE, remedy)
     kind = picture_files.kind_of(content)
     if kind is None:

@@ -13,6 +13,7 @@ LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
 LARGEST_SIDE = 16384  # pixels
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"
+STYLE_FROM_HOST = "QUILLMERE_STYLE"  # environment: a style image in place of the request's; empty: none
 KINDS = {"str": (str, "text"), "int": (int, "whole number")}
 
 
@@ -43,6 +44,7 @@ def read_request(path: str) -> RenderRequest:
             problem = f'lacks "{field.name}"' if value is None else f'has no {kind_name} in "{field.name}"'
             raise HelperError(f'The render request "{path}" {problem}; {AGAIN}')
         values[field.name] = value
+    values["locked_style_image"] = os.environ.get(STYLE_FROM_HOST, values["locked_style_image"])
     request = RenderRequest(**values)
     _check(request)
     return request

@@ -38,7 +38,7 @@ class RealHelper(Stage):
     def setUp(self) -> None:
         super().setUp()
         self.env["PATH"] = os.environ["PATH"]
-        for name in ("QUILLMERE_PROVENANCE", "QUILLMERE_SEED", "QUILLMERE_A1111_URL"):
+        for name in ("QUILLMERE_PROVENANCE", "QUILLMERE_SEED", "QUILLMERE_STYLE", "QUILLMERE_A1111_URL"):
             self.env.pop(name, None)
         self.write("ink.json", json.dumps(RANDOM_INK).encode())
 
@@ -176,6 +176,20 @@ class Like(RealHelper):
                 for record in (again, expected):
                     del record["guide"], record["effective_prompt"]
                 self.assertEqual(again, expected)
+
+    def test_the_style_image_is_repeated_replaced_or_left_out(self) -> None:
+        self.write("style.png", scratch_render.png(8, 8))
+        self.assertEqual(self.first("--style", "style.png")["style"], str(self.folder / "style.png"))
+        os.rename(self.folder / "a.png", self.folder / "b.png")
+        self.write("write/quillmere/c4d/runtime/render_view_state.json", b'{"locked_style_image": "lost.png"}')
+        for arguments, style, same in (([], "style.png", True), (["--style", "b.png"], "b.png", False), (["--style", ""], None, False)):
+            with self.subTest(arguments):
+                again = self.rendered("--like", "b.png", *arguments)
+                self.assertEqual(again["style"], str(self.folder / style) if style else "")
+                self.assertEqual(self.bytes_of(self.generated()[0]) == self.bytes_of(self.generated()[-1]), same)
+        os.unlink(self.folder / "style.png")
+        self.assertRegex(self.repeated("--like", "b.png").stderr, "style image, '.*style.png', is gone(.|\n)*--style ''")
+        self.assertRegex(self.repeated("scene.glb", "--style", "style.png").stderr, "--style 'style.png': no such picture")
 
     def test_a_prompt_too_long_for_the_environment_is_repeated_too(self) -> None:
         (self.folder / "long.txt").write_text("fog " * 60_000)

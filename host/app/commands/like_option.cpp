@@ -61,14 +61,20 @@ void takeWorkflow(const Repetition& made, const nlohmann::ordered_json& record, 
   }
 }
 
+void takeStyle(const Repetition& made, const std::string& picture, std::optional<std::string>& style) {
+  if (style || !made.style) return;
+  style =
+      made.style->empty() ? "" : present(*made.style, picture, "style image", "give one with --style, or --style ''");
+}
+
 }  // namespace
 
 void addLike(CLI::App& command, std::string& picture) {
   command.get_option("SCENE")->required(false);
   command
       .add_option("--like", picture,
-                  "Repeat what made a picture: scene, camera, frame, size, prompts, workflow\n"
-                  "and seed; what else is given goes before it")
+                  "Repeat what made a picture: scene, camera, frame, size, prompts, workflow,\n"
+                  "style image and seed; what else is given goes before it")
       ->type_name("PICTURE")
       ->excludes("--settings");
 }
@@ -78,6 +84,7 @@ std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Li
   const Repetition made = repetitionOf(record, picture);
   takeScene(made, picture, command, options);
   if (options.effect.workflow.empty()) takeWorkflow(made, record, picture, options.effect);
+  takeStyle(made, picture, options.style);
   auto& assignments = options.effect.assignments;
   // Of two assignments of one parameter the later one counts.
   assignments.insert(assignments.begin(), made.assignments.begin(), made.assignments.end());

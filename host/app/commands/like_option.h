@@ -22,10 +22,11 @@ struct Likened {
   SceneOptions& scene;
   FrameRange& frames;
   EffectOptions& effect;
+  std::optional<std::string>& style;  // empty: no style image
 };
 
 // Takes over how `picture` was made, but for what was written on the parsed `command`. Returns the seed to render with.
-// Throws Failure when the picture doesn't tell, or its scene or workflow is gone.
+// Throws Failure when the picture doesn't tell, or its scene, workflow or style image is gone.
 std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Likened options);
 
 }  // namespace quillmere::app

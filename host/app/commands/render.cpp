@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 #include "commands.h"
 #include "effect/effect_session.h"
@@ -32,6 +33,7 @@ struct Options {
   SessionOptions session;
   FrameRange frames;
   std::string output = "render_####.png", saveSettings, like;
+  std::optional<std::string> style;
   bool json = false, quiet = false;
 };
 
@@ -77,6 +79,7 @@ ExitStatus run(const Options& options) {
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
   tellHelper(session, options.scene);
+  if (options.style) tellStyle(*options.style);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
@@ -87,10 +90,25 @@ ExitStatus run(const Options& options) {
 // What --like leaves to be filled in.
 void complete(Options& options, const CLI::App& command) {
   if (!options.like.empty()) {
-    tellSeed(renderLike(options.like, command, {options.scene, options.frames, options.effect}));
+    tellSeed(renderLike(options.like, command, {options.scene, options.frames, options.effect, options.style}));
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
   }
+}
+
+std::string styleImage(const std::string& given) {
+  std::error_code error;
+  if (given.empty() || fs::is_regular_file(given, error)) return given.empty() ? "" : fs::absolute(given).string();
+  throw Failure(ExitStatus::Usage, "--style '" + given + "'", "no such picture", "give another, or '' for none");
+}
+
+// The effect itself follows the style image that a viewer has locked, and no other.
+void addStyle(CLI::App& command, std::optional<std::string>& style) {
+  command
+      .add_option_function<std::string>(
+          "--style", [&style](const std::string& given) { style = styleImage(given); },
+          "A picture whose style to follow, in place of the locked one; '' for none")
+      ->type_name("PICTURE");
 }
 
 void addOutputOptions(CLI::App& command, Options& options) {
@@ -130,6 +148,7 @@ Action addRender(CLI::App& command) {
   addOutputOptions(command, *options);
   headFormerOptions(command, "Output");
   addEffectOptions(command, options->effect);
+  addStyle(command, options->style);
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
   addSessionOptions(command, options->session);

@@ -14,6 +14,7 @@ using Json = nlohmann::ordered_json;
 // The variables are the helper's.
 constexpr const char* kFacts = "QUILLMERE_PROVENANCE";
 constexpr const char* kSeed = "QUILLMERE_SEED";
+constexpr const char* kStyle = "QUILLMERE_STYLE";
 constexpr std::size_t kLongest = 100'000;  // bytes; Linux starts no process with a variable of more than 128 KiB
 
 std::string cameraOf(EffectSession& session) {
@@ -50,6 +51,10 @@ void tellHelper(EffectSession& session, const SceneOptions& scene) {
 
 void tellSeed(std::uint64_t seed) {
   ::setenv(kSeed, std::to_string(seed).c_str(), 1);
+}
+
+void tellStyle(const std::string& picture) {
+  ::setenv(kStyle, picture.c_str(), 1);
 }
 
 }  // namespace quillmere::app

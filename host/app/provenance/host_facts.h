@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "effect/effect_session.h"
 #include "options/scene_options.h"
@@ -13,5 +14,9 @@ void tellHelper(EffectSession& session, const SceneOptions& scene);
 
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);
+
+// Every helper that this process starts from now on follows the style of this picture instead of the one that is
+// locked; of none, when it is empty. As above.
+void tellStyle(const std::string& picture);
 
 }  // namespace quillmere::app

@@ -92,6 +92,7 @@ Repetition repetitionOf(const Json& record, const fs::path& picture) {
   made.scene = values.text("scene");
   made.camera = values.text("camera");
   made.workflow = values.text("workflow_path");
+  made.style = values.text("style");
   made.frame = values.whole("frame", Limits::min(), Limits::max());
   made.fps = values.whole("fps", 1, 100000);
   made.seed = values.seed();

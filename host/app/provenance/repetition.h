@@ -14,7 +14,7 @@ namespace quillmere::app {
 
 // A render like that of a picture, as far as its record tells.
 struct Repetition {
-  std::optional<std::string> scene, camera, workflow;  // a path, a name, a path
+  std::optional<std::string> scene, camera, workflow, style;  // a path, a name, a path, a path or empty
   std::optional<std::int32_t> frame, fps;
   std::optional<PictureSize> size;
   std::optional<std::uint64_t> seed;

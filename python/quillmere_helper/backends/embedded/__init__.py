@@ -69,6 +69,6 @@ def _drawing(job: Job, seed: int, options: dict[str, Any]) -> Any:
         guide = guide.resize(size, Image.LANCZOS)
     look = None
     if request.locked_style_image:
-        look = pictures.read_picture(request.locked_style_image, "style image", "lock another one, or none")
+        look = pictures.read_picture(request.locked_style_image, "style image", "choose another one, or none")
     mood = lexicon.mood_of(request.effective_prompt, options["tint"])
     return drawing.draw(guide, look, mood, seed, options)
