@@ -1,6 +1,7 @@
 #include "result_transfer.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 namespace quillmere {
@@ -20,10 +21,11 @@ void RetryInPictureViewer(const Filename& file) {
   if (Load(image, file)) ShowBitmap(image.GetPointer());
 }
 
-// Fills `stretched` with the whole image at the buffer's size; false when there is no need to, or no memory.
-bool Stretch(const BaseBitmap& image, const VPBuffer& buffer, AutoAlloc<BaseBitmap>& stretched) {
+// Makes `made` the whole image at the buffer's size; false when there is no need to, or no memory.
+bool Stretch(const BaseBitmap& image, const VPBuffer& buffer, std::optional<AutoAlloc<BaseBitmap>>& made) {
   const Int32 width = buffer.GetBw(), height = buffer.GetBh();
   if (image.GetBw() == width && image.GetBh() == height) return false;
+  AutoAlloc<BaseBitmap>& stretched = made.emplace();
   if (!stretched.GetPointer()) return false;
   if (stretched->Init(width, height, 32, INITBITMAPFLAGS::NONE) != IMAGERESULT::OK) return false;
   image.ScaleBicubic(stretched, 0, 0, image.GetBw() - 1, image.GetBh() - 1, 0, 0, width - 1, height - 1);
@@ -54,9 +56,9 @@ void TransferResult(VideoPostStruct* vps, Filename& resultFile) {
   if (!Load(image, resultFile)) {
     RetryInPictureViewer(resultFile);
   } else if (const VPBuffer* const buffer = vps->render ? vps->render->GetBuffer(VPBUFFER_RGBA, NOTOK) : nullptr) {
-    AutoAlloc<BaseBitmap> stretched;
-    const bool fits = !Stretch(*image.GetPointer(), *buffer, stretched);
-    CopyLines(fits ? *image.GetPointer() : *stretched.GetPointer(), *buffer);
+    std::optional<AutoAlloc<BaseBitmap>> stretched;
+    const bool asItIs = !Stretch(*image.GetPointer(), *buffer, stretched);
+    CopyLines(asItIs ? *image.GetPointer() : *stretched->GetPointer(), *buffer);
   } else {
     ShowBitmap(image.GetPointer());
   }

@@ -76,6 +76,18 @@ TEST_F(ResultTransfer, StretchesThePictureOverTheWholeBuffer) {
   EXPECT_THAT(transferred(3), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 1, 0, 1, 1.0f / 3, 1, 0, 0, 0, 1})) << "unscaled";
 }
 
+TEST_F(ResultTransfer, AsksForASecondBitmapOnlyWhereSizesDiffer) {
+  int bitmaps = 0;
+  const auto former = host::operations().makeBitmap;
+  const host::Substitute counted(host::operations().makeBitmap, [&] { return ++bitmaps, former(); });
+  for (const auto& [width, expected] : {std::pair(2, 1), {3, 2}}) {
+    picture();
+    bitmaps = 0;
+    transferred(width);
+    EXPECT_EQ(bitmaps, expected) << width;
+  }
+}
+
 TEST_F(ResultTransfer, ShowsThePictureWhereThereIsNoBuffer) {
   picture();
   host::RenderCall call(nullptr, std::nullopt, noBreak);
