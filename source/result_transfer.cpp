@@ -32,13 +32,17 @@ bool Stretch(const BaseBitmap& image, const VPBuffer& buffer, std::optional<Auto
   return true;
 }
 
-// Line by line from the top, the stored values divided to 0..1 and no alpha but 1. A quotient of such small integers
-// rounds to the same float whether it was divided as double or as float, and floats are divided four at a time.
+// Line by line from the top: the stored values divided to 0..1, 1 as alpha, 0 as whatever comes behind it. A quotient
+// of such small integers rounds to the same float whether it was divided as double or as float, and floats are divided
+// four at a time.
 void CopyLines(const BaseBitmap& source, const VPBuffer& buffer) {
   const Int32 width = std::max(buffer.GetBw(), 0), height = buffer.GetBh();
   const std::size_t cpp = std::size_t(std::max(buffer.GetCpp(), 0)), values = std::size_t(width) * cpp;
   const UInt16 white = source.GetBt() <= 32 ? 255 : 65535;
-  std::vector<UInt16> stored(values + 3, white);  // a pixel has three values to give, however few are asked for
+  std::vector<UInt16> stored(values + 3);  // a pixel has three values to give, however few are asked for
+  if (cpp > 3) {
+    for (std::size_t alpha = 3; alpha < values; alpha += cpp) stored[alpha] = white;
+  }
   std::vector<float> line(values);
   for (Int32 y = 0; y < height; ++y) {
     UInt16* pixel = stored.data();
