@@ -80,13 +80,15 @@ void scaleLine(const FilterTaps& columns, int width, std::ptrdiff_t channels, co
   }
 }
 
+// Values beyond black and white, which are few times white at most, are cut off as whole numbers: floats would be cut
+// off one at a time.
 template <class T>
 void storeLine(const float* __restrict line, T* __restrict to, int count) {
   for (int i = 0; i < count; ++i) {
     if constexpr (std::is_same_v<T, float>) {
       to[i] = line[i];
     } else {
-      to[i] = rounded<T>(std::min(std::max(line[i], 0.0F), kWhite<T>));
+      to[i] = static_cast<T>(std::clamp(rounded<int>(line[i]), 0, static_cast<int>(kWhite<T>)));
     }
   }
 }
