@@ -100,6 +100,16 @@ class Render(Stage):
         self.assertEqual(done.returncode, 1)
         self.assertIn("frame 0: ", done.stderr)
 
+    def test_a_picture_that_the_effect_cannot_take_fails_its_frame(self) -> None:
+        (self.folder / "torn.png").write_bytes(b"\x89PNG\r\n\x1a\n")
+        for picture, reason in [("gone.png", "no such file"), ("torn.png", "torn.png"), (".", "not a file")]:
+            with self.subTest(picture):
+                self.helper(f'printf \'{{"ok": true, "first_output": "{self.folder / picture}"}}\' > "$response"')
+                done = self.render()
+                self.assertEqual(done.returncode, 1)
+                self.assertRegex(done.stderr, f"frame 0: the helper's picture is not in the frame: .*{reason}")
+                self.assertEqual(sorted(self.folder.glob("render_*")), [])
+
     def test_texts_from_outside_cannot_steer_the_terminal_or_break_the_json(self) -> None:
         self.helper("printf '{\"message\": \"a\\033]0;b\\007\\377\"}' > $(field status_path); sleep 0.3; answer")
         self.assertNotRegex(self.render().stderr, "[\x1b\x07]")

@@ -4,6 +4,7 @@
 
 #include "effect/frame_file.h"
 #include "effect/parameter_ids.h"
+#include "image/file_formats.h"
 #include "process/process_tree.h"
 #include "provenance/picture_record.h"
 #include "run.h"
@@ -37,15 +38,32 @@ std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
   return node.text(QUILLMERE_STATUS);
 }
 
+// The picture that the effect has taken from its helper for the frame; empty when there is none.
+std::string generatedPicture(const NodeParameters& node) {
+  return node.text(QUILLMERE_WORKFLOW_PATH).empty() ? "" : node.text(QUILLMERE_LAST_HISTORY_ENTRY);
+}
+
+// Why the effect has left the frame to the host although its helper had named `picture`.
+std::string reasonNotTaken(const std::string& picture) {
+  try {
+    image::read(picture);
+  } catch (const image::Error& error) {
+    return std::string("the helper's picture is not in the frame: ") + error.what();
+  }
+  return "the helper's picture '" + picture + "' is not in the frame; render it again";
+}
+
 Outcome renderOne(host::Document& document, const NodeParameters& node, const std::filesystem::path& file,
                   FileFormat format, const std::function<bool()>& stop) {
   const host::Frame frame = renderedAlone(document, stop);
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
+  const std::string generated = generatedPicture(node);
+  if (!generated.empty() && frame.lines == host::Frame::Lines::OfHost) {
+    return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
+  }
   try {
-    const bool generated = !node.text(QUILLMERE_WORKFLOW_PATH).empty();
-    const std::string record = generated ? recordTextOf(node.text(QUILLMERE_LAST_HISTORY_ENTRY)) : "";
-    writeFrame(file, format, frame.picture, record);
+    writeFrame(file, format, frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
   } catch (const image::Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};
@@ -66,7 +84,7 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
           .seconds = std::chrono::duration<double>(taken).count(),
           .parameters = node.stored(),
           .guide = generated ? guideFile(plan, frame).string() : "",
-          .picture = generated ? node.text(QUILLMERE_LAST_HISTORY_ENTRY) : ""};
+          .picture = generated ? generatedPicture(node) : ""};
 }
 
 }  // namespace

@@ -19,6 +19,9 @@ struct Frame {
   // Float RGBA, display-referred, exactly the render data's size: what the effects wrote, and where they wrote nothing
   // the host's own drawing. Empty when result is not OK.
   image::Image picture;
+  // Whose the lines are: the effects' when the host's own drawing was never needed, else the host's or both.
+  enum class Lines { OfEffects, OfHost };
+  Lines lines = Lines::OfHost;
 };
 
 // Renders the document's current frame: FRAMESEQUENCE, FRAME, SUBFRAME, RENDER and INNER opened and closed in pairs

@@ -29,17 +29,20 @@ class LineBuffer {
   bool write(int x, int y, int count, const void* data, Depth depth);
   bool read(int x, int y, int count, void* data, Depth depth);
 
-  bool complete();      // draws what nobody has written; false when the drawing failed
+  bool complete();  // draws what nobody has written; false when the drawing failed
+  bool drawn() const { return drawn_ == Drawn::Done; }
   image::Image take();  // the picture; the buffer is empty afterwards
 
  private:
+  enum class Drawn { NotYet, Done, Failed };
+
   bool covers(int x, int y, int count) const;
   bool ensure(int y);
 
   image::Image picture_;
   std::vector<bool> present_;  // per line: written as a whole, or drawn
   Drawing drawing_;
-  enum class Drawn { NotYet, Done, Failed } drawn_ = Drawn::NotYet;
+  Drawn drawn_ = Drawn::NotYet;
 };
 
 }  // namespace quillmere::host

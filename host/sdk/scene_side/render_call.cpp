@@ -88,7 +88,8 @@ RENDERRESULT& RenderCall::result() {
 Frame RenderCall::take() {
   if (!parts_->lines) return {};
   if (!parts_->lines->complete()) return {parts_->drawn, {}};
-  return {RENDERRESULT::OK, parts_->lines->take()};
+  const auto lines = parts_->lines->drawn() ? Frame::Lines::OfHost : Frame::Lines::OfEffects;
+  return {RENDERRESULT::OK, parts_->lines->take(), lines};
 }
 
 }  // namespace quillmere::host

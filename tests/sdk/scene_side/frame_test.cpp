@@ -143,6 +143,7 @@ TEST_F(FrameCalls, ThePictureIsTheEffectsLinesOverTheHostsDrawing) {
     const host::Frame frame = render();
     for (int y = 0; y < 4; ++y) EXPECT_EQ(frame.picture.row<float>(y)[0] > 0.5F, y >= lines);
     EXPECT_EQ(scene->poses > poses, lines < 4);
+    EXPECT_EQ(frame.lines == host::Frame::Lines::OfHost, lines < 4);
   }
 }
 
