@@ -10,6 +10,7 @@ from quillmere_helper import interpreter
 
 
 def main() -> int:
+    interpreter.speak_utf8(sys.argv)
     interpreter.leave_if_too_old(sys.argv)
     from quillmere_helper.command_line import run
 

@@ -14,9 +14,17 @@ from .response import Response
 OLDEST = (3, 9)
 CHOICE = "QUILLMERE_PYTHON"  # environment: the interpreter to use
 HANDED_OVER = "QUILLMERE_HELPER_HANDED_OVER"  # environment: what this interpreter was chosen for; it chooses no other
+UTF8 = "PYTHONUTF8"  # environment: Python's own switch
 NEWEST_MINOR = 16
 PROBE_TIME = 5  # seconds
 FOREIGN = ("PYTHONHOME", "PYTHONPATH", "__PYVENV_LAUNCHER__")  # meant for the interpreter that runs now
+
+
+def speak_utf8(argv: List[str]) -> None:
+    """Returns when this interpreter takes file names for UTF-8, as the exchange files are whatever the user's locale;
+    otherwise starts it anew so that it does. The process ID stays."""
+    if sys.getfilesystemencoding().lower() != "utf-8" and os.environ.get(UTF8) != "1":
+        os.execve(sys.executable, [sys.executable] + argv, dict(os.environ, **{UTF8: "1"}))
 
 
 def leave_if_too_old(argv: List[str]) -> None:
