@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <system_error>
@@ -52,6 +53,15 @@ fs::path replaceable(fs::path target) {
   return target;
 }
 
+// A stream only knows that a write has failed; what kept it from being written keeps the next one, too.
+int reasonOfEarlierFailure(std::FILE* stream) {
+  const std::array<char, 1U << 14U> more{};
+  errno = 0;
+  std::fwrite(more.data(), 1, more.size(), stream);
+  std::fflush(stream);
+  return errno != 0 ? errno : EIO;
+}
+
 }  // namespace
 
 AtomicFile::AtomicFile(fs::path target) : target_(replaceable(std::move(target))) {
@@ -81,8 +91,8 @@ int AtomicFile::openNew() {
 
 void AtomicFile::commit() {
   errno = 0;
-  const bool failedBefore = std::fflush(stream_.get()) != 0 || std::ferror(stream_.get()) != 0;
-  if (failedBefore) fail(errno != 0 ? errno : EIO);
+  if (std::fflush(stream_.get()) != 0) fail(errno);
+  if (std::ferror(stream_.get()) != 0) fail(reasonOfEarlierFailure(stream_.get()));
   if (std::fclose(stream_.release()) != 0) fail(errno);
   if (std::rename(place_.c_str(), target_.c_str()) != 0) fail(errno);
   place_.clear();
