@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <sstream>
 #include <utility>
@@ -33,6 +34,32 @@ void refuseUnknownCommand(const CLI::App& root, int argc, const char* const* arg
   throw Failure(ExitStatus::Usage, "command '" + first + "'", "there is none of that name", "the commands: " + known);
 }
 
+bool takesValue(const CLI::App& root, const std::string& command, const std::string& option) {
+  for (const CLI::App* one : root.get_subcommands({})) {
+    const CLI::Option* found = one->check_name(command) ? one->get_option_no_throw(option) : nullptr;
+    if (found != nullptr) return found->get_items_expected_max() > 0;
+  }
+  return false;
+}
+
+// The arguments, the last one first as the parser has them. An empty value after "=" stands by itself: the parser would
+// take the argument behind it for the value.
+std::vector<std::string> argumentsFor(const CLI::App& root, int argc, const char* const* argv) {
+  std::vector<std::string> arguments;
+  for (int at = 1; at < argc; ++at) {
+    std::string argument = argv[at];
+    const bool empty = argument.size() > 3 && argument.starts_with("--") && argument.find('=') == argument.size() - 1;
+    if (empty && takesValue(root, argv[1], argument.substr(0, argument.size() - 1))) {
+      argument.pop_back();
+      arguments.push_back(argument);
+      argument.clear();
+    }
+    arguments.push_back(argument);
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
+}
+
 [[noreturn]] void refuse(const CLI::App& root, const CLI::ParseError& error) {
   const std::string command = calledCommand(root);
   throw Failure(ExitStatus::Usage, command.empty() ? "arguments" : command, error.what(),
@@ -52,7 +79,7 @@ ExitStatus run(int argc, const char* const* argv) {
   CommandTree tree;
   refuseUnknownCommand(tree.root(), argc, argv);
   try {
-    tree.root().parse(argc, argv);
+    tree.root().parse(argumentsFor(tree.root(), argc, argv));
   } catch (const CLI::Success& answer) {  // --help, --version
     tree.root().exit(answer);
     return ExitStatus::Done;
