@@ -30,7 +30,7 @@ CASES = [
     (["render", *SCENE, "--camera", "pier"], 0, "done", "Rendering guide from camera: Pier"),
     (["render", *SCENE, "--workflow", "sepia"], 2, "", "workflow 'sepia'.*\n.*Ink \\(ink\\)\n.*FLUX"),
     (["render", *SCENE, "--workflow", "Twin"], 2, "", "several of that name.*\n.*choose by ID"),
-    (["render", *SCENE, "--prompt", "a", "--prompt-file", "scene.glb"], 2, "", "--prompt"),
+    (["render", *SCENE, "--prompt", "a", "--prompt-file", "home/.quillmere/state.json"], 2, "", "--prompt"),
     (["render", *SCENE, "--prompt=", "--quiet"], 0, "^$", "^$"),
     (["render", *SCENE, "--json=", "--quiet"], 2, "", "--quiet"),
     (["render", *SCENE, "--frames=", "--quiet"], 2, "", "--frames ''"),

@@ -116,10 +116,27 @@ class Render(Stage):
         texts = [event.get("text") for event in self.events()]
         self.assertIn("a\x1b]0;b\x07\ufffd", texts)
 
-    def test_a_prompt_file_is_taken_without_its_last_line_break(self) -> None:
-        (self.folder / "prompt.txt").write_text("a harbour\nat dawn — ümlaut\n\n", encoding="utf-8")
+    def test_a_prompt_file_is_taken_without_byte_order_mark_and_last_line_break(self) -> None:
+        (self.folder / "prompt.txt").write_text("a harbour\nat dawn — ümlaut\n\n", encoding="utf-8-sig")
         self.render("--prompt-file", "prompt.txt")
-        self.assertTrue(self.request()["effective_prompt"].endswith("a harbour\nat dawn — ümlaut"))
+        self.assertTrue(self.request()["effective_prompt"].endswith(". a harbour\nat dawn — ümlaut"))
+
+    def test_texts_that_the_host_cannot_keep_are_refused(self) -> None:
+        (self.folder / "latin").write_bytes(b"caf\xe9")
+        (self.folder / "nul").write_bytes(b"a\0b")
+        for arguments, reason in [
+            (["--prompt-file", "latin"], "prompt file 'latin': its text is not UTF-8"),
+            (["--prompt-file", "nul"], "prompt file 'nul': .*NUL"),
+            (["--prompt-file", "/dev/zero"], "longer than 1 MiB"),
+            (["--prompt", "caf\udce9"], "QUILLMERE_PROMPT .2003.: .*UTF-8"),
+            (["--output-dir", "caf\udce9"], "QUILLMERE_OUTPUT_DIRECTORY .2009.: .*UTF-8"),
+            (["--write-dir", "caf\udce9"], "write directory .*UTF-8"),
+        ]:
+            with self.subTest(arguments):
+                done = self.run_command("render", "scene.glb", "--plugin", "plugin", *arguments)
+                self.assertEqual(done.returncode, 2)
+                self.assertRegex(done.stderr, reason)
+        self.assertEqual(self.run_command("guide", "scene.glb", "-o", "caf\udce9.png").returncode, 2)
 
     def test_two_renders_do_not_share_exchange_files(self) -> None:
         self.render()

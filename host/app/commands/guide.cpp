@@ -7,6 +7,7 @@
 #include "effect/guide_picture.h"
 #include "options/guide_mode.h"
 #include "options/scene_options.h"
+#include "options/utf8_text.h"
 #include "run.h"
 #include "sdk/door/document.h"
 
@@ -29,6 +30,7 @@ void refuseOtherFormats(const std::string& output) {
 
 ExitStatus run(const Options& options) {
   refuseOtherFormats(options.output);
+  requireUtf8("-o '" + options.output + "'", options.output);
   host::Document document(options.scene.scene);
   printWarnings(document.warnings());
   document.setFps(options.scene.fps);

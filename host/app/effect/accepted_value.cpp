@@ -8,6 +8,7 @@
 #include "camera_choice.h"
 #include "failure.h"
 #include "named_choice.h"
+#include "options/utf8_text.h"
 #include "parameter_ids.h"
 #include "sdk/door/text.h"
 
@@ -16,6 +17,10 @@ namespace {
 
 using namespace cinema;
 using Kind = Parameter::Kind;
+
+std::string calledBy(const Parameter& parameter) {
+  return parameter.name + " (" + std::to_string(parameter.id) + ")";
+}
 
 std::string acceptedNumbers(const Parameter& parameter) {
   if (!parameter.choices.empty()) {
@@ -70,11 +75,12 @@ BaseList2D* camera(const std::string& name, const host::Document& document) {
 
 void refuseValue(const Parameter& parameter, const std::string& value, const std::string& why,
                  const std::string& accepted) {
-  throw Failure(ExitStatus::Usage, parameter.name + " (" + std::to_string(parameter.id) + ")",
-                why.empty() ? "'" + value + "' is no value for it" : why, accepted);
+  throw Failure(ExitStatus::Usage, calledBy(parameter), why.empty() ? "'" + value + "' is no value for it" : why,
+                accepted);
 }
 
 GeData acceptedValue(const Parameter& parameter, const std::string& text, const host::Document& document) {
+  requireUtf8(calledBy(parameter), text);
   switch (parameter.kind) {
     case Kind::Bool:
       return {truth(parameter, text)};

@@ -2,12 +2,13 @@
 
 #include <CLI/CLI.hpp>
 #include <array>
-#include <filesystem>
 #include <fstream>
+#include <string_view>
 
 #include "effect/parameter_ids.h"
 #include "failure.h"
 #include "guide_mode.h"
+#include "utf8_text.h"
 
 namespace quillmere::app {
 namespace {
@@ -35,17 +36,20 @@ constexpr std::array kSwitchOptions{
                  QUILLMERE_OPEN_PREVIEW_AFTER_RENDER},
 };
 
-constexpr std::uintmax_t kLongestPrompt = 1U << 20U;
+constexpr std::size_t kLongestPrompt = 1U << 20U;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin UTF-8 with it
 
+// Also from a pipe or a device, whose length nothing tells beforehand.
 std::string readPrompt(const std::string& file) {
-  std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(file, error);
+  const std::string what = "prompt file '" + file + "'";
   std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw Failure(ExitStatus::Usage, "prompt file '" + file + "'", "cannot be read");
-  if (!error && size > kLongestPrompt) {
-    throw Failure(ExitStatus::Usage, "prompt file '" + file + "'", "longer than 1 MiB", "shorten the prompt");
-  }
-  std::string text{std::istreambuf_iterator<char>(stream), {}};
+  if (!stream) throw Failure(ExitStatus::Usage, what, "cannot be read");
+  std::string text(kLongestPrompt + 1, '\0');
+  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(stream.gcount()));
+  if (text.size() > kLongestPrompt) throw Failure(ExitStatus::Usage, what, "longer than 1 MiB", "shorten the prompt");
+  requireUtf8(what, text);
+  if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
   return text;
 }

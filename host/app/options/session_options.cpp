@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "sdk/door/application.h"
+#include "utf8_text.h"
 
 namespace quillmere::app {
 
@@ -17,8 +18,11 @@ void addSessionOptions(CLI::App& command, SessionOptions& options) {
 }
 
 std::filesystem::path writeDirectoryOf(const SessionOptions& options) {
-  if (options.writeDirectory.empty()) return host::userDataDirectory();
-  return std::filesystem::absolute(options.writeDirectory).lexically_normal();
+  const std::string& given = options.writeDirectory;
+  std::filesystem::path directory =
+      given.empty() ? host::userDataDirectory() : std::filesystem::absolute(given).lexically_normal();
+  requireUtf8("write directory '" + directory.string() + "'", directory.string());
+  return directory;
 }
 
 }  // namespace quillmere::app

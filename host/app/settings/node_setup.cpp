@@ -8,6 +8,7 @@
 #include "effect/parameter_ids.h"
 #include "effect/workflow_choice.h"
 #include "failure.h"
+#include "options/utf8_text.h"
 #include "sdk/door/text.h"
 #include "settings_file.h"
 
@@ -55,10 +56,10 @@ cinema::GeData stored(const Parameter& parameter, const Json& value, const host:
     refuseValue(parameter, {}, "a value of another type", "see docs/parameters.md for its type");
   }
   const std::string text = value.is_string() ? value.get<std::string>() : value.is_null() ? "" : value.dump();
-  if (text.find('\0') != std::string::npos) {
-    refuseValue(parameter, {}, "its text holds a NUL character", "remove the character");
+  if (parameter.kind == Kind::ReadOnly || parameter.kind == Kind::Derived) {
+    requireUtf8(parameter.name, text);
+    return {host::fromUtf8(text)};
   }
-  if (parameter.kind == Kind::ReadOnly || parameter.kind == Kind::Derived) return {host::fromUtf8(text)};
   return acceptedValue(parameter, text, document);
 }
 
