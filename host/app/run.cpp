@@ -89,6 +89,11 @@ ExitStatus run(int argc, const char* const* argv) {
   return runChosen(tree.actions());
 }
 
+void printResult(const std::string& text) {
+  if (Output(STDOUT_FILENO).write(text)) return;
+  throw Failure(ExitStatus::Failed, "standard output", "cannot be written", "make room on the disk that it goes to");
+}
+
 void printError(const std::string& text) {
   std::istringstream lines(text);
   std::string shown, line;

@@ -75,6 +75,13 @@ class CommandLine(Stage):
                 self.assertTrue(re.search(output, done.stdout, re.DOTALL), done.stdout)
                 self.assertTrue(re.search(errors, done.stderr, re.DOTALL), done.stderr)
 
+    def test_a_listing_that_cannot_be_written_is_a_failure(self) -> None:
+        for command in (["cameras", "scene.glb"], ["panel", "--plugin", "plugin"], ["completion", "bash"]):
+            with self.subTest(command[0]), open("/dev/full", "w") as full:
+                done = subprocess.run(self.command(*command), cwd=self.folder, env=self.env, stdout=full, stderr=subprocess.PIPE)
+                self.assertEqual(done.returncode, 1)
+                self.assertIn(b"quillmere: standard output: cannot be written", done.stderr)
+
     def test_completion_for_bash_offers_what_help_lists(self) -> None:
         script = self.run_command("completion", "bash").stdout
         ask = 'COMP_WORDS=(quillmere {0}); COMP_CWORD={1}; _quillmere; echo "${{COMPREPLY[*]}}"'

@@ -1,11 +1,8 @@
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <memory>
 
 #include "commands.h"
 #include "options/scene_options.h"
-#include "process/output.h"
 #include "progress/report.h"
 #include "progress/text_cells.h"
 #include "run.h"
@@ -43,7 +40,7 @@ ExitStatus run(const Options& options) {
   const auto scene = scene::load(options.scene);
   printWarnings(scene->warnings());
   if (scene->cameras().empty()) throw Failure(ExitStatus::Failed, "scene '" + options.scene + "'", "it has no camera");
-  Output(STDOUT_FILENO).write(options.json ? lineOf(listed(*scene)) : listing(*scene));
+  printResult(options.json ? lineOf(listed(*scene)) : listing(*scene));
   return ExitStatus::Done;
 }
 

@@ -1,11 +1,11 @@
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "command_tree.h"
 #include "commands.h"
+#include "run.h"
 
 namespace quillmere::app {
 namespace {
@@ -95,8 +95,8 @@ Action addCompletion(CLI::App& command) {
       ->type_name("");
   command.footer("Example:\n  source <(quillmere completion bash)");
   return [shell] {
-    std::cout << (*shell == "bash" ? forBash() : *shell == "zsh" ? forZsh() : forFish()) << std::flush;
-    return std::cout ? ExitStatus::Done : ExitStatus::Failed;
+    printResult(*shell == "bash" ? forBash() : *shell == "zsh" ? forZsh() : forFish());
+    return ExitStatus::Done;
   };
 }
 

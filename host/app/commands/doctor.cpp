@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
@@ -8,10 +6,10 @@
 #include "doctor/checks.h"
 #include "doctor/module_declaration.h"
 #include "options/session_options.h"
-#include "process/output.h"
 #include "process/process_tree.h"
 #include "progress/report.h"
 #include "progress/text_cells.h"
+#include "run.h"
 
 namespace quillmere::app {
 namespace {
@@ -45,7 +43,7 @@ Json entry(const Finding& finding) {
 
 ExitStatus printModule(const Options& options) {
   const Json declaration = moduleDeclaration(pluginFolder(options.session.plugin));
-  Output(STDOUT_FILENO).write(options.json ? lineOf(declaration) : linesOf(declaration));
+  printResult(options.json ? lineOf(declaration) : linesOf(declaration));
   return ExitStatus::Done;
 }
 
@@ -59,7 +57,7 @@ ExitStatus run(const Options& options) {
     rows += row(finding);
     entries.push_back(entry(finding));
   }
-  Output(STDOUT_FILENO).write(options.json ? lineOf(entries) : rows);
+  printResult(options.json ? lineOf(entries) : rows);
   const bool broken = std::any_of(findings.begin(), findings.end(),
                                   [](const Finding& finding) { return finding.state == State::Broken; });
   return broken ? ExitStatus::Failed : ExitStatus::Done;

@@ -1,5 +1,3 @@
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <memory>
 
@@ -9,7 +7,6 @@
 #include "options/scene_options.h"
 #include "options/session_options.h"
 #include "panel/panel_table.h"
-#include "process/output.h"
 #include "progress/report.h"
 #include "run.h"
 #include "settings/node_setup.h"
@@ -37,7 +34,7 @@ ExitStatus run(const Options& options) {
   printWarnings(session->document().warnings());
   setUpNode(session->node(), session->document(), options.effect, options.camera);
   const auto rows = panelRows(session->node(), session->document());
-  Output(STDOUT_FILENO).write(options.json ? lineOf(panelJson(rows)) : panelTable(rows));
+  printResult(options.json ? lineOf(panelJson(rows)) : panelTable(rows));
   return ExitStatus::Done;
 }
 

@@ -1,14 +1,12 @@
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
 #include <array>
 #include <memory>
 
 #include "commands.h"
-#include "process/output.h"
 #include "progress/report.h"
 #include "progress/text_cells.h"
 #include "provenance/picture_record.h"
+#include "run.h"
 
 namespace quillmere::app {
 namespace {
@@ -64,7 +62,7 @@ std::string rowsOf(const Json& record) {
 
 ExitStatus run(const Options& options) {
   const Json record = recordOf(options.picture);
-  Output(STDOUT_FILENO).write(options.json ? lineOf(record) : rowsOf(record));
+  printResult(options.json ? lineOf(record) : rowsOf(record));
   return ExitStatus::Done;
 }
 

@@ -11,6 +11,7 @@
 #include "process/output.h"
 #include "progress/report.h"
 #include "progress/text_cells.h"
+#include "run.h"
 
 namespace quillmere::app {
 namespace {
@@ -60,7 +61,7 @@ ExitStatus run(const Options& options) {
         .write("The catalog is empty; render uses the example workflow " +
                printable(session.plugin().exampleWorkflow().string()) + "\n");
   }
-  Output(STDOUT_FILENO).write(text);
+  printResult(text);
   return ExitStatus::Done;
 }
 
