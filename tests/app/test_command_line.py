@@ -23,6 +23,7 @@ CASES = [
     (["render", *SCENE, "--frames", "-2", "--quiet"], 0, "^$", "example|^$"),
     (["render", "scene.glb", "--size", "0x9"], 2, "", "--size '0x9'"),
     (["render", *SCENE, "--fps", "0"], 2, "", "--fps"),
+    (["render", *SCENE, "--fps", "23.976"], 2, "", "--fps: '23.976' is no whole number from 1 to"),
     (["render", *SCENE, "--output", "a.jpg"], 2, "", r"--output 'a.jpg'.*\n.*\.png"),
     (["render", "scene.glb", "--plugin", "plugin", "--write-dir", "/dev/null/x"], 1, "", "directory '/dev/null/x': cannot be written.*--write-dir"),
     (["render", *SCENE, "--output", "/proc/x/a.png"], 1, "", "/proc/x/a.png.*cannot be written"),

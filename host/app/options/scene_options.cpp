@@ -1,11 +1,22 @@
 #include "scene_options.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
+#include <string>
 
 namespace quillmere::app {
 namespace {
 
 constexpr int kMostFps = 100000;
+
+// Empty, or what is wrong with it: the parser's own range calls 23.976 out of it.
+std::string wholeFps(const std::string& text) {
+  int fps = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, fps);
+  if (read.ec == std::errc{} && read.ptr == end && fps >= 1 && fps <= kMostFps) return {};
+  return "'" + text + "' is no whole number from 1 to " + std::to_string(kMostFps);
+}
 
 }  // namespace
 
@@ -22,7 +33,7 @@ void addSceneOptions(CLI::App& command, SceneOptions& options) {
       ->type_name("NAME");
   command.add_option("--fps", options.fps, "Frames per second of the scene's animation")
       ->capture_default_str()
-      ->check(CLI::Range(1, kMostFps))
+      ->check(CLI::Validator(wholeFps, "1 to " + std::to_string(kMostFps)))
       ->type_name("N");
   command
       .add_option_function<std::string>(
