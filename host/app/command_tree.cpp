@@ -10,7 +10,7 @@ CommandTree::CommandTree()
   root_.footer(
       "Examples:\n"
       "  quillmere render harbour.glb --frames 1-48x4 --prompt \"a misty harbour at dawn\"\n"
-      "  quillmere guide harbour.glb -o guide.png --camera Pier\n"
+      "  quillmere guide harbour.glb -o guide.png --camera Quayside\n"
       "  quillmere doctor\n"
       "\nExit status: 0 done, 1 failed, 2 wrong use, 130 stopped by the user.");
   root_.get_formatter()->column_width(34);

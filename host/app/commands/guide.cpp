@@ -53,7 +53,7 @@ Action addGuide(CLI::App& command) {
   command.add_option("-o,--output", options->output, "The PNG to write")->required()->type_name("FILE.png");
   command.add_option("--frame", options->frame, "The frame to draw")->capture_default_str()->type_name("N");
   addGuideMode(command, [options = options.get()](GuideMode mode) { options->mode = mode; });
-  command.footer("Example:\n  quillmere guide harbour.glb -o guide.png --camera Pier --size 1920x1080");
+  command.footer("Example:\n  quillmere guide harbour.glb -o guide.png --camera Quayside --size 1920x1080");
   return [options] { return run(*options); };
 }
 

@@ -128,7 +128,8 @@ void addOutputOptions(CLI::App& command, Options& options) {
       .add_option("--save-settings", options.saveSettings,
                   "Write the effect's settings to a file, before the first frame is rendered")
       ->type_name("FILE");
-  auto* json = command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of files");
+  auto* json =
+      command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");
   command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
 }
 
@@ -157,9 +158,9 @@ Action addRender(CLI::App& command) {
       "Examples:\n"
       "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
       "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
-      "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Pier --guide final --json\n"
+      "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Quayside --guide final --json\n"
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
-      "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Pier --write-dir "
+      "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
       "/tmp/second-render\n"
       "  quillmere render --like render_0012.png --prompt \"the same at night\"");
   command.get_help_ptr()->group("Options");
