@@ -31,7 +31,7 @@ void addSceneOptions(CLI::App& command, SceneOptions& options) {
   addSceneFile(command, options.scene);
   command.add_option("--camera", options.camera, "The camera to look through (default: the scene's first)")
       ->type_name("NAME");
-  command.add_option("--fps", options.fps, "Frames per second of the scene's animation")
+  command.add_option("--fps", options.fps, "Frames per second of the scene's animation, 1 to 100000")
       ->capture_default_str()
       ->check(CLI::Validator(wholeFps, "1 to " + std::to_string(kMostFps)))
       ->type_name("N");
