@@ -12,7 +12,7 @@ CASES = [
     ([], 2, "", "quillmere: arguments: A subcommand is required"),
     (["--help"], 0, "render.*guide.*cameras.*workflows.*show.*doctor", "^$"),
     (["--version"], 0, r"^quillmere \d+\.\d+\.\d+\n$", "^$"),
-    (["render", "--help"], 0, "--frames A|A-B|A-BxSTEP.*Examples", "^$"),
+    (["render", "--help"], 0, r"\n  SCENE  .*--frames A\|A-B\|A-BxSTEP=0 .*--no-history  .*--plugin DIR  .*Examples", "^$"),
     (["doctor", "--help"], 0, "Exit status 1", "^$"),
     (["paint"], 2, "", "command .paint.: there is none.*\n  the commands: render, guide"),
     (["render"], 2, "", "quillmere: render: SCENE is required\n  see quillmere render --help"),
@@ -75,6 +75,12 @@ class CommandLine(Stage):
                 self.assertEqual(done.returncode, status, done.stderr)
                 self.assertTrue(re.search(output, done.stdout, re.DOTALL), done.stdout)
                 self.assertTrue(re.search(errors, done.stderr, re.DOTALL), done.stderr)
+
+    def test_a_user_without_a_home_is_told_what_to_give(self) -> None:
+        del self.env["HOME"], self.env["XDG_DATA_HOME"]
+        done = self.run_command("render", "scene.glb", "--plugin", "plugin")
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertRegex(done.stderr, "write directory: HOME is not set.*\n.*--write-dir")
 
     def test_a_listing_that_cannot_be_written_is_a_failure(self) -> None:
         for command in (["cameras", "scene.glb"], ["panel", "--plugin", "plugin"], ["completion", "bash"]):

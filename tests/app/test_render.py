@@ -109,6 +109,8 @@ class Render(Stage):
                 self.assertEqual(done.returncode, 1)
                 self.assertRegex(done.stderr, f"frame 0: the helper's picture is not in the frame: .*{reason}")
                 self.assertEqual(sorted(self.folder.glob("render_*")), [])
+        self.helper("exit 1")
+        self.assertIn("frame 7: Quillmere render failed; 'quillmere doctor' tells", self.render("--frames", "7").stderr)
 
     def test_texts_from_outside_cannot_steer_the_terminal_or_break_the_json(self) -> None:
         self.helper("printf '{\"message\": \"a\\033]0;b\\007\\377\"}' > $(field status_path); sleep 0.3; answer")

@@ -18,6 +18,9 @@ using Clock = std::chrono::steady_clock;
 // The helper promises to end within a second of being told to.
 constexpr std::chrono::milliseconds kGrace{1500};
 
+// What the effect says when its helper has given no reason.
+constexpr const char* kUnexplained = "Quillmere render failed";
+
 struct Outcome {
   int result = 0;
   std::filesystem::path file;  // empty unless written
@@ -35,7 +38,8 @@ host::Frame renderedAlone(host::Document& document, const std::function<bool()>&
 
 std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
   if (result == cinema::RENDERRESULT::OUTOFMEMORY) return "there is not enough memory for it; try a smaller --size";
-  return node.text(QUILLMERE_STATUS);
+  const std::string told = node.text(QUILLMERE_STATUS);
+  return told == kUnexplained ? told + "; 'quillmere doctor' tells what the helper lacks" : told;
 }
 
 // The picture that the effect has taken from its helper for the frame; empty when there is none.

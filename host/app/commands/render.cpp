@@ -13,6 +13,7 @@
 #include "options/effect_options.h"
 #include "options/scene_options.h"
 #include "options/session_options.h"
+#include "options/utf8_text.h"
 #include "process/output.h"
 #include "process/process_tree.h"
 #include "process/runtime_lock.h"
@@ -97,6 +98,7 @@ void complete(Options& options, const CLI::App& command) {
 }
 
 std::string styleImage(const std::string& given) {
+  requireUtf8("--style '" + given + "'", given);
   std::error_code error;
   if (given.empty() || fs::is_regular_file(given, error)) return given.empty() ? "" : fs::absolute(given).string();
   throw Failure(ExitStatus::Usage, "--style '" + given + "'", "no such picture", "give another, or '' for none");
@@ -162,7 +164,7 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
       "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
       "/tmp/second-render\n"
-      "  quillmere render --like render_0012.png --prompt \"the same at night\"");
+      "  quillmere render --like render_0012.png --prompt \"the same at night\" --output night_####.png");
   command.get_help_ptr()->group("Options");
   return [options, &command] {
     complete(*options, command);

@@ -2,10 +2,23 @@
 
 #include <CLI/CLI.hpp>
 
+#include "failure.h"
 #include "sdk/door/application.h"
 #include "utf8_text.h"
 
 namespace quillmere::app {
+namespace {
+
+std::filesystem::path usersFolder() {
+  try {
+    return host::userDataDirectory();
+  } catch (const host::Error&) {
+    throw Failure(ExitStatus::Failed, "write directory", "HOME is not set, which would tell where your data belongs",
+                  "set it, or give a folder with --write-dir");
+  }
+}
+
+}  // namespace
 
 void addSessionOptions(CLI::App& command, SessionOptions& options) {
   command
@@ -19,8 +32,7 @@ void addSessionOptions(CLI::App& command, SessionOptions& options) {
 
 std::filesystem::path writeDirectoryOf(const SessionOptions& options) {
   const std::string& given = options.writeDirectory;
-  std::filesystem::path directory =
-      given.empty() ? host::userDataDirectory() : std::filesystem::absolute(given).lexically_normal();
+  std::filesystem::path directory = given.empty() ? usersFolder() : std::filesystem::absolute(given).lexically_normal();
   requireUtf8("write directory '" + directory.string() + "'", directory.string());
   return directory;
 }
