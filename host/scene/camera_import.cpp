@@ -1,6 +1,7 @@
 #include "scene/camera_import.h"
 
 #include <cmath>
+#include <map>
 #include <set>
 
 namespace quillmere::scene {
@@ -31,17 +32,25 @@ void setOrthographic(const tinygltf::OrthographicCamera& from, const std::string
   if (from.zfar > from.znear) lens.zfar = toFloat(from.zfar);
 }
 
-std::string uniqueName(const std::string& wanted, std::set<std::string>& taken) {
-  std::string name = wanted;
-  for (int i = 1; !taken.insert(name).second; ++i) name = wanted + "." + std::to_string(i);
-  return name;
-}
+class UniqueNames {
+ public:
+  std::string make(const std::string& wanted) {
+    std::string name = wanted;
+    // Goes on where it ended: a file may want the same name for all of its cameras.
+    for (int& last = lastNumbers_[wanted]; !taken_.insert(name).second;) name = wanted + "." + std::to_string(++last);
+    return name;
+  }
+
+ private:
+  std::set<std::string> taken_;
+  std::map<std::string, int> lastNumbers_;
+};
 
 }  // namespace
 
 std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& graph, const std::vector<bool>& moved) {
   std::vector<SceneCamera> cameras;
-  std::set<std::string> taken;
+  UniqueNames names;
   for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
     const int index = document.model.nodes[i].camera;
     if (index < 0 || !graph.nodes[i].shown) continue;
@@ -50,7 +59,7 @@ std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& 
     camera.node = static_cast<int>(i);
     const std::string own = printable(from.name);
     const std::string& wanted = graph.nodes[i].name.empty() ? own : graph.nodes[i].name;
-    camera.info.name = uniqueName(wanted.empty() ? "Camera" : wanted, taken);
+    camera.info.name = names.make(wanted.empty() ? "Camera" : wanted);
     camera.info.orthographic = from.type == "orthographic";
     camera.info.animated = moved[i];
     if (camera.info.orthographic)

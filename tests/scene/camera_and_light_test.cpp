@@ -27,6 +27,17 @@ TEST(Cameras, HaveUniqueNamesInDocumentOrder) {
   EXPECT_EQ(names, (std::vector<std::string>{"Bow", "Lens", "Bow.1", "Bow.1.1", "Camera", "a b"}));
 }
 
+// With a search from the start for each of them, this wouldn't end while a test may run.
+TEST(Cameras, OfAnyNumberMayWantTheSameName) {
+  constexpr std::size_t kMany = 100000;
+  GltfBuilder builder;
+  const nlohmann::json node = {{"name", "Bow"}, {"camera", perspective(builder, "")}};
+  builder.json["nodes"] = std::vector<nlohmann::json>(kMany, node);
+  builder.json.erase("scene");
+  builder.json.erase("scenes");
+  EXPECT_EQ(builder.load()->cameras().back().name, "Bow." + std::to_string(kMany - 1));
+}
+
 TEST(Cameras, KeepTheirLensAndFollowTheirNodeWithoutItsScale) {
   GltfBuilder builder;
   const int flat = builder.add(
