@@ -4,6 +4,8 @@
 #include <map>
 #include <set>
 
+#include "scene/unit_length.h"
+
 namespace quillmere::scene {
 namespace {
 
@@ -72,14 +74,14 @@ std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& 
 }
 
 glm::mat4 cameraToWorld(const glm::mat4& node) {
-  const auto unit = [](glm::vec3 v, glm::vec3 otherwise) {
-    const float length = glm::length(v);
-    return length > 0.0F && std::isfinite(length) ? v / length : otherwise;
-  };
-  const glm::vec3 back = unit(glm::vec3(node[2]), {0.0F, 0.0F, 1.0F});
+  const glm::vec3 back = unitOr(glm::vec3(node[2]), {0.0F, 0.0F, 1.0F});
   const glm::vec3 side = std::abs(back.y) < 0.99F ? glm::vec3(0.0F, 1.0F, 0.0F) : glm::vec3(0.0F, 0.0F, -1.0F);
-  const glm::vec3 up = unit(glm::vec3(node[1]) - back * glm::dot(back, glm::vec3(node[1])),
-                            glm::normalize(side - back * glm::dot(back, side)));
+  const glm::vec3 standing(node[1]);
+  const glm::vec3 across = standing - back * glm::dot(back, standing);
+  // What is left of an axis that nearly lies along the view is rounding.
+  const bool leans = glm::length(across) > 1e-3F * glm::length(standing);
+  const glm::vec3 spare = glm::normalize(side - back * glm::dot(back, side));
+  const glm::vec3 up = leans ? unitOr(across, spare) : spare;
   glm::mat4 result(1.0F);
   result[0] = glm::vec4(glm::cross(up, back), 0.0F);
   result[1] = glm::vec4(up, 0.0F);

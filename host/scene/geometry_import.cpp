@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "scene/triangle_assembly.h"
+#include "scene/unit_length.h"
 
 namespace quillmere::scene {
 namespace {
@@ -25,11 +26,6 @@ std::optional<Topology> topologyOf(int mode) {
 int accessorOf(const std::map<std::string, int>& attributes, const std::string& name) {
   const auto found = attributes.find(name);
   return found == attributes.end() ? -1 : found->second;
-}
-
-glm::vec3 unitNormal(glm::vec3 normal) {
-  const float length = glm::length(normal);
-  return length > 0.0F ? normal / length : glm::vec3(0.0F, 1.0F, 0.0F);
 }
 
 class PartImporter {
@@ -91,7 +87,7 @@ class PartImporter {
   void readShading(Geometry& geometry, const UvMapping& mapping) {
     const auto& attributes = primitive_.attributes;
     geometry.normals = vec3s(attributes, "NORMAL");
-    std::transform(geometry.normals.begin(), geometry.normals.end(), geometry.normals.begin(), unitNormal);
+    for (glm::vec3& normal : geometry.normals) normal = unitOr(normal, {0.0F, 1.0F, 0.0F});
     if (const int colors = accessorOf(attributes, "COLOR_0"); colors >= 0) {
       geometry.colors = checkedLength(reader_.colors(colors), colors);
     }
@@ -104,7 +100,9 @@ class PartImporter {
       return;
     }
     geometry.uvs = checkedLength(reader_.vec2s(uvs), uvs);
-    for (glm::vec2& uv : geometry.uvs) uv = glm::vec2(mapping.transform * glm::vec3(uv, 1.0F));
+    for (glm::vec2& uv : geometry.uvs) {
+      uv = glm::clamp(glm::vec2(mapping.transform * glm::vec3(uv, 1.0F)), -kLargestNumber, kLargestNumber);
+    }
   }
 
   std::vector<MorphTarget> targets() {

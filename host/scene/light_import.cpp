@@ -4,6 +4,8 @@
 #include <cmath>
 #include <optional>
 
+#include "scene/unit_length.h"
+
 namespace quillmere::scene {
 namespace {
 
@@ -57,9 +59,7 @@ std::vector<SceneLight> importLights(GltfDocument& document, const NodeGraph& gr
 Light placedLight(const Light& light, const glm::mat4& toWorld) {
   Light placed = light;
   placed.position = glm::vec3(toWorld[3]);
-  const glm::vec3 direction = -glm::vec3(toWorld[2]);
-  const float length = glm::length(direction);
-  if (length > 0.0F && std::isfinite(length)) placed.direction = direction / length;
+  placed.direction = unitOr(-glm::vec3(toWorld[2]), light.direction);
   return placed;
 }
 

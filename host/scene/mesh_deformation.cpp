@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "scene/accessor_reader.h"
+#include "scene/unit_length.h"
 
 namespace quillmere::scene {
 namespace {
@@ -15,11 +16,6 @@ float bounded(float value) {
 
 void boundPositions(Geometry& geometry) {
   for (glm::vec3& p : geometry.positions) p = {bounded(p.x), bounded(p.y), bounded(p.z)};
-}
-
-glm::vec3 unitOr(glm::vec3 normal, glm::vec3 otherwise) {
-  const float length = glm::length(normal);
-  return length > 0.0F && std::isfinite(length) ? normal / length : otherwise;
 }
 
 void add(std::vector<glm::vec3>& to, const std::vector<glm::vec3>& offsets, float weight) {

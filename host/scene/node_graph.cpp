@@ -5,6 +5,7 @@
 #include <glm/gtc/type_ptr.hpp>
 
 #include "scene/scene.h"
+#include "scene/unit_length.h"
 
 namespace quillmere::scene {
 namespace {
@@ -96,7 +97,7 @@ void markShown(GltfDocument& document, NodeGraph& graph) {
 
 glm::quat unitQuaternion(glm::quat q) {
   const float length = glm::length(q);
-  return length > 0.0F && std::isfinite(length) ? q / length : glm::quat(1.0F, 0.0F, 0.0F, 0.0F);
+  return isMeasurable(length) ? q / length : glm::quat(1.0F, 0.0F, 0.0F, 0.0F);
 }
 
 NodeGraph importNodes(GltfDocument& document) {

@@ -17,7 +17,11 @@ bool isSound(glm::vec3 v) {
 }
 
 void expectSound(const Scene& scene, double seconds) {
-  for (const Surface& surface : scene.at(seconds).surfaces) {
+  const Moment moment = scene.at(seconds);
+  for (const Viewpoint& view : moment.cameras) {
+    for (glm::length_t axis = 0; axis < 3; ++axis) ASSERT_NEAR(glm::length(view.toWorld[axis]), 1.0F, 1e-3F);
+  }
+  for (const Surface& surface : moment.surfaces) {
     const Geometry& geometry = *surface.geometry;
     const std::size_t vertices = geometry.positions.size();
     ASSERT_LT(static_cast<std::size_t>(surface.material), scene.materials().size());
@@ -26,6 +30,7 @@ void expectSound(const Scene& scene, double seconds) {
     for (const std::size_t size : {geometry.normals.size(), geometry.uvs.size(), geometry.colors.size()})
       ASSERT_TRUE(size == 0 || size == vertices);
     for (const glm::vec3& p : geometry.positions) ASSERT_TRUE(isSound(p));
+    for (const glm::vec2& uv : geometry.uvs) ASSERT_TRUE(isSound(glm::vec3(uv, 0.0F)));
     for (const glm::vec3& n : geometry.normals) ASSERT_NEAR(glm::length(n), 1.0F, 1e-3F);
     for (glm::length_t column = 0; column < 4; ++column) ASSERT_TRUE(isSound(glm::vec3(surface.toWorld[column])));
   }
@@ -60,6 +65,25 @@ TEST(DamagedFiles, AreRefusedOrStillDrawable) {
     ASSERT_FALSE(HasFatalFailure()) << "round " << round;
   }
   EXPECT_GT(drawable, 25) << "the mutations should reach beyond the parser";
+}
+
+TEST(DamagedFiles, WithNumbersBeyondMeasureAreStillDrawable) {
+  GltfBuilder builder;
+  auto primitive = builder.triangle();
+  primitive["attributes"]["NORMAL"] = builder.accessor<float>({1e-22F, 3e-23F, 1e-22F, 0, 1e9F, 0, 0, 0, 1}, "VEC3");
+  primitive["attributes"]["TEXCOORD_0"] = builder.accessor<float>({0, 0, 1e9F, 0, 0, 1}, "VEC2");
+  const nlohmann::json huge = {{"scale", {1e9, 1e9}}};
+  const nlohmann::json texture = {{"index", 0}, {"extensions", {{"KHR_texture_transform", huge}}}};
+  primitive["material"] = builder.add("materials", {{"pbrMetallicRoughness", {{"baseColorTexture", texture}}}});
+  builder.add("textures", {{"sampler", builder.add("samplers", {{"wrapS", 33071}})}});
+  builder.show(primitive);
+  const int lens = builder.add("cameras", {{"type", "perspective"}, {"perspective", {{"yfov", 1}, {"znear", 1}}}});
+  for (const auto& matrix :
+       std::vector<std::vector<double>>{{1, 0, 0, 0, 0.3, 0.6, 0.9, 0, 0.1, 0.2, 0.3, 0, 0, 0, 0, 1},
+                                        {1, 0, 0, 0, 1e-22, 3e-23, 0, 0, 1e-22, 1e-22, 7e-23, 0, 0, 0, 0, 1}}) {
+    builder.addNode({{"camera", lens}, {"matrix", matrix}});
+  }
+  expectSound(*builder.load(), 0.0);
 }
 
 TEST(DamagedFiles, AreRefusedWhereverTheyAreCutOff) {
