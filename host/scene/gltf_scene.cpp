@@ -48,6 +48,12 @@ GltfScene::Posed GltfScene::pose(double seconds) const {
   return posed;
 }
 
+// The weights that there are targets for.
+std::span<const float> GltfScene::weightsOf(const Instance& instance, const Posed& posed) {
+  const std::vector<float>& weights = posed.poses[static_cast<std::size_t>(instance.node)].weights;
+  return std::span(weights).first(std::min(weights.size(), instance.part->targets.size()));
+}
+
 // Instances that show the same part in the same shape share one geometry.
 void GltfScene::freezeRigidGeometry() {
   std::vector<bool> morphs(rest_.size());
@@ -60,8 +66,8 @@ void GltfScene::freezeRigidGeometry() {
     const bool bends =
         instance.skin >= 0 && anyOf(parts_.skins[static_cast<std::size_t>(instance.skin)].joints, parts_.moved);
     if (bends || (morphs[static_cast<std::size_t>(instance.node)] && !instance.part->targets.empty())) continue;
-    const auto& weights = posed.poses[static_cast<std::size_t>(instance.node)].weights;
-    auto& shape = shapes[{instance.part.get(), instance.skin, weights}];
+    const auto weights = weightsOf(instance, posed);
+    auto& shape = shapes[{instance.part.get(), instance.skin, {weights.begin(), weights.end()}}];
     if (!shape) shape = deformed(instance, posed);
     instance.rigid = shape;
   }
@@ -69,9 +75,8 @@ void GltfScene::freezeRigidGeometry() {
 
 std::shared_ptr<const Geometry> GltfScene::deformed(const Instance& instance, const Posed& posed) const {
   const MeshPart& part = *instance.part;
-  const std::vector<float>& weights = posed.poses[static_cast<std::size_t>(instance.node)].weights;
-  const bool morphs =
-      !part.targets.empty() && std::any_of(weights.begin(), weights.end(), [](float weight) { return weight != 0.0F; });
+  const auto weights = weightsOf(instance, posed);
+  const bool morphs = std::any_of(weights.begin(), weights.end(), [](float weight) { return weight != 0.0F; });
   if (!morphs && instance.skin < 0) return part.geometry;
   Geometry geometry = morphs ? morphed(part, weights) : *part.geometry;
   if (instance.skin >= 0) {
@@ -87,10 +92,15 @@ Moment GltfScene::at(double seconds) const {
   Moment moment;
   moment.surfaces.reserve(parts_.instances.size());
   for (const Instance& instance : parts_.instances) {
-    const glm::mat4 toWorld = instance.skin >= 0 ? glm::mat4(1.0F) : worldOf(instance.node) * instance.placement;
-    if (!isUsable(toWorld)) continue;
-    moment.surfaces.push_back(
-        {instance.rigid ? instance.rigid : deformed(instance, posed), toWorld, instance.part->material});
+    const auto geometry = instance.rigid ? instance.rigid : deformed(instance, posed);
+    const auto show = [&](const glm::mat4& toWorld) {
+      if (isUsable(toWorld)) moment.surfaces.push_back({geometry, toWorld, instance.part->material});
+    };
+    if (instance.skin >= 0) {
+      show(glm::mat4(1.0F));
+    } else {
+      for (const glm::mat4& placement : *instance.placements) show(worldOf(instance.node) * placement);
+    }
   }
   for (const SceneLight& light : parts_.lights) {
     if (isUsable(worldOf(light.node))) moment.lights.push_back(placedLight(light.light, worldOf(light.node)));

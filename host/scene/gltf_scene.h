@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,12 +15,12 @@
 
 namespace quillmere::scene {
 
-// One mesh part that a node shows.
+// One mesh part that a node shows, once or several times.
 struct Instance {
   int node = 0;
   int skin = -1;  // its joints place the part instead of the node
   std::shared_ptr<const MeshPart> part;
-  glm::mat4 placement{1.0F};              // within the node
+  std::shared_ptr<const std::vector<glm::mat4>> placements;  // within the node; without meaning when it has a skin
   std::shared_ptr<const Geometry> rigid;  // the geometry of all moments; null when it deforms from one to the next
 };
 
@@ -49,6 +50,7 @@ class GltfScene : public Scene {
  private:
   struct Posed;
   Posed pose(double seconds) const;
+  static std::span<const float> weightsOf(const Instance& instance, const Posed& posed);
   std::shared_ptr<const Geometry> deformed(const Instance& instance, const Posed& posed) const;
   void freezeRigidGeometry();
 

@@ -15,6 +15,10 @@ int accessorOf(const tinygltf::Value& attributes, const char* name) {
 
 }  // namespace
 
+void throwTooManyInstances() {
+  throw Error("it shows more than two million instances of geometry");
+}
+
 std::vector<glm::mat4> importPlacements(const tinygltf::Node& node, AccessorReader& reader) {
   const auto extension = node.extensions.find("EXT_mesh_gpu_instancing");
   if (extension == node.extensions.end()) return {glm::mat4(1.0F)};
@@ -32,6 +36,7 @@ std::vector<glm::mat4> importPlacements(const tinygltf::Node& node, AccessorRead
     if (size != 0 && size != count)
       throw Error("the instances of node '" + node.name + "' have unequal numbers of values");
   }
+  if (count > kMostInstances) throwTooManyInstances();
   std::vector<glm::mat4> placements(count);
   for (std::size_t i = 0; i < count; ++i) {
     Pose pose;

@@ -12,8 +12,11 @@
 namespace quillmere::scene {
 namespace {
 
-constexpr std::size_t kMostInstances = std::size_t{1} << 21U;
 constexpr std::size_t kMostDeformedVertices = std::size_t{1} << 25U;  // of all instances that may deform, together
+// The same vertices times what moves each of them, and the joints that are brought into place first.
+constexpr std::size_t kMostDeformingSteps = std::size_t{1} << 30U;
+constexpr std::size_t kStepsOfJoint = 16;
+constexpr std::size_t kStepsOfInfluences = 8;
 
 // Reads each mesh once, when a shown node turns out to need it.
 class MeshLibrary {
@@ -49,16 +52,31 @@ class InstanceCollector {
   void add(Instance instance) {
     const MeshPart& part = *instance.part;
     if (part.influences.empty()) instance.skin = -1;
+    countDeformation(instance);
     if (instance.skin >= 0) checkInfluences(part, itemAt(skins_, instance.skin, "skin"));
-    if (instance.skin >= 0 || !part.targets.empty()) deformedVertices_ += part.geometry->positions.size();
+    shown_ += instance.placements->size();
+    if (shown_ > kMostInstances) throwTooManyInstances();
     instances.push_back(std::move(instance));
-    if (instances.size() > kMostInstances) throw Error("it shows more than two million instances of geometry");
-    if (deformedVertices_ > kMostDeformedVertices) throw Error("its skins and morph targets move too many vertices");
   }
 
  private:
+  void countDeformation(const Instance& instance) {
+    const MeshPart& part = *instance.part;
+    const bool skinned = instance.skin >= 0;
+    const std::size_t vertices = part.geometry->positions.size();
+    if (skinned || !part.targets.empty()) vertices_ += vertices;
+    steps_ += vertices * part.targets.size();
+    if (skinned) {
+      steps_ += vertices * part.influenceSets * kStepsOfInfluences;
+      steps_ += itemAt(skins_, instance.skin, "skin").joints.size() * kStepsOfJoint;
+    }
+    if (vertices_ > kMostDeformedVertices || steps_ > kMostDeformingSteps) {
+      throw Error("its skins and morph targets move too many vertices");
+    }
+  }
+
   const std::vector<Skin>& skins_;
-  std::size_t deformedVertices_ = 0;
+  std::size_t shown_ = 0, vertices_ = 0, steps_ = 0;
 };
 
 std::vector<Instance> importInstances(GltfDocument& document, AccessorReader& reader, MaterialSet& materials,
@@ -68,11 +86,9 @@ std::vector<Instance> importInstances(GltfDocument& document, AccessorReader& re
   for (std::size_t i = 0; i < parts.graph.nodes.size(); ++i) {
     const tinygltf::Node& node = document.model.nodes[i];
     if (!parts.graph.nodes[i].shown || node.mesh < 0) continue;
-    const auto placements = importPlacements(node, reader);
+    const auto placements = std::make_shared<const std::vector<glm::mat4>>(importPlacements(node, reader));
     for (const auto& part : library.parts(node.mesh)) {
-      for (const glm::mat4& placement : placements) {
-        collector.add({static_cast<int>(i), node.skin, part, placement, nullptr});
-      }
+      collector.add({static_cast<int>(i), node.skin, part, placements, nullptr});
     }
   }
   return std::move(collector.instances);

@@ -28,6 +28,8 @@ glm::mat4 matrixFrom(const Numbers& columns) {
   return matrix;
 }
 
+constexpr std::size_t kMostWeights = std::size_t{1} << 24U;  // of all nodes together
+
 Node importNode(const GltfDocument& document, const tinygltf::Node& from) {
   Node node;
   node.name = printable(from.name);
@@ -102,7 +104,12 @@ glm::quat unitQuaternion(glm::quat q) {
 
 NodeGraph importNodes(GltfDocument& document) {
   NodeGraph graph;
-  for (const auto& node : document.model.nodes) graph.nodes.push_back(importNode(document, node));
+  std::size_t weights = 0;
+  for (const auto& node : document.model.nodes) {
+    graph.nodes.push_back(importNode(document, node));
+    weights += graph.nodes.back().rest.weights.size();
+    if (weights > kMostWeights) throw Error("its nodes have more than 16 million weights of morph targets");
+  }
   linkParents(document.model, graph.nodes);
   graph.parentsFirst = orderParentsFirst(document.model, graph.nodes);
   markShown(document, graph);

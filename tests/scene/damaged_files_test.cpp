@@ -134,5 +134,54 @@ TEST(DamagedFiles, ThatWouldExhaustTheMachineAreRefused) {
   }
 }
 
+// Shows the mesh 0 by so many nodes, each of which says the same besides.
+void showOften(GltfBuilder& builder, std::size_t times, nlohmann::json node) {
+  node["mesh"] = 0;
+  builder.json["nodes"] = std::vector<nlohmann::json>(times, node);
+  for (std::size_t i = 0; i < times; ++i) builder.json["scenes"][0]["nodes"].push_back(i);
+}
+
+// Zeros, of which a file needs to hold none.
+int zeros(GltfBuilder& builder, std::size_t count) {
+  return builder.add("accessors", {{"componentType", 5126}, {"count", count}, {"type", "VEC3"}});
+}
+
+TEST(DamagedFiles, OfFewBytesThatStandForTooMuchAreRefused) {
+  using Change = void (*)(GltfBuilder&, nlohmann::json&);  // of the mesh that is shown
+  const std::pair<Change, const char*> rows[] = {
+      {[](auto& b, auto&) {
+         showOften(b, 1,
+                   {{"extensions", {{"EXT_mesh_gpu_instancing", {{"attributes", {{"SCALE", zeros(b, 3000000)}}}}}}}});
+       },
+       "two million instances"},
+      {[](auto& b, auto& mesh) {
+         const int positions = mesh["primitives"][0]["attributes"]["POSITION"] = zeros(b, 50000);
+         mesh["primitives"][0]["targets"] = std::vector<nlohmann::json>(100, {{"POSITION", positions}});
+         showOften(b, 250, {});
+       },
+       "too many vertices"},
+      {[](auto& b, auto& mesh) {
+         mesh["primitives"][0]["attributes"]["JOINTS_0"] =
+             b.template accessor<std::uint8_t>(std::vector<std::uint8_t>(12), "VEC4");
+         mesh["primitives"][0]["attributes"]["WEIGHTS_0"] = b.template accessor<float>(std::vector<float>(12), "VEC4");
+         b.add("skins", {{"joints", std::vector<int>(7000)}});
+         showOften(b, 10000, {{"skin", 0}});
+       },
+       "too many vertices"},
+      {[](auto& b, auto& mesh) {
+         mesh["weights"] = std::vector<int>(2000);
+         showOften(b, 10000, {});
+       },
+       "16 million weights"},
+  };
+  for (const auto& [change, refusal] : rows) {
+    GltfBuilder builder;
+    nlohmann::json mesh = {{"primitives", {builder.triangle()}}};
+    change(builder, mesh);
+    builder.add("meshes", mesh);
+    EXPECT_THAT(builder.refusal(), HasSubstr(refusal));
+  }
+}
+
 }  // namespace
 }  // namespace quillmere::scene

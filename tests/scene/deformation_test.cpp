@@ -18,9 +18,16 @@ int showMorphing(GltfBuilder& builder) {
   return builder.show(primitive);
 }
 
+// Two copies of whatever a node shows.
+nlohmann::json twice(GltfBuilder& builder) {
+  const int places = builder.accessor<float>({0, 0, 0, 5, 0, 0}, "VEC3");
+  return {{"EXT_mesh_gpu_instancing", {{"attributes", {{"TRANSLATION", places}}}}}};
+}
+
 TEST(Morphing, FollowsTheWeightsOfTheAnimation) {
   GltfBuilder builder;
   const int node = showMorphing(builder);
+  builder.json["nodes"][node]["extensions"] = twice(builder);
   builder.animate<float>(node, "weights", "LINEAR", 2, {0, 0, 1, 1}, "SCALAR");
   const auto scene = builder.load();
   const auto start = scene->at(0).surfaces.at(0).geometry;
@@ -29,6 +36,9 @@ TEST(Morphing, FollowsTheWeightsOfTheAnimation) {
   EXPECT_EQ(scene->at(0.5).surfaces.at(0).geometry->positions[1], glm::vec3(1, 1, 0.5F));
   EXPECT_EQ(end->positions[1], glm::vec3(1, 2, 1));
   EXPECT_EQ(end->normals[0], glm::vec3(1, 0, 0));
+  const Moment copies = scene->at(0.5);
+  ASSERT_EQ(copies.surfaces.size(), 2U);
+  EXPECT_EQ(copies.surfaces[0].geometry, copies.surfaces[1].geometry) << "copies are bent once";
 }
 
 TEST(Morphing, TakesFixedWeightsFromTheNodeElseFromTheMesh) {
@@ -67,7 +77,9 @@ int showSkinned(GltfBuilder& builder, std::uint8_t joint) {
 TEST(Skinning, MovesVerticesByTheirJointsAlone) {
   GltfBuilder builder;
   const int moving = showSkinned(builder, 1);
+  builder.json["nodes"][0]["extensions"] = twice(builder);
   const auto atRest = builder.load();
+  EXPECT_EQ(atRest->at(0).surfaces.size(), 1U) << "all copies would stand in one place";
   EXPECT_EQ(atRest->at(0).surfaces.at(0).geometry, atRest->at(5).surfaces.at(0).geometry) << "no joint moves";
 
   builder.animate<float>(moving, "rotation", "LINEAR", 2, {0, 0, 0, 1, 1, 0, 0, 0}, "VEC4");
