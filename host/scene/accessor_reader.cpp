@@ -90,12 +90,30 @@ std::size_t componentSize(int type) {
   }
 }
 
+std::uint64_t budgetOf(const tinygltf::Model& model) {
+  constexpr std::uint64_t kMebibyte = 1U << 20U;
+  std::uint64_t bytes = 0;
+  for (const auto& buffer : model.buffers) bytes += buffer.data.size();
+  return std::clamp(256 * bytes, 64 * kMebibyte, 2048 * kMebibyte);
+}
+
 bool isUnsigned(int type) {
   return type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE || type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ||
          type == TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
 }
 
 }  // namespace
+
+AccessorReader::AccessorReader(const tinygltf::Model& model, Warnings& warnings)
+    : model_(model), warnings_(warnings), budget_(budgetOf(model)), bytesLeft_(budget_) {}
+
+void AccessorReader::spend(int accessor, std::size_t count, std::uint64_t bytesOfEach) {
+  if (count > bytesLeft_ / bytesOfEach) {
+    throw Error("it makes more than " + std::to_string(budget_ >> 20U) +
+                " MiB of geometry and animation (reached with " + nameOf(accessor) + "), too much for its data");
+  }
+  bytesLeft_ -= count * bytesOfEach;
+}
 
 AccessorReader::Layout AccessorReader::checkedView(int view, std::size_t offset, int componentType,
                                                    std::size_t components, std::size_t count,
@@ -117,16 +135,12 @@ AccessorReader::Layout AccessorReader::layoutOf(int index, std::size_t bytesPerC
   const auto& accessor = itemAt(model_.accessors, index, "accessor");
   const int components = tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(accessor.type));
   if (components <= 0) throw Error(nameOf(index) + " has an unknown type");
-  const std::uint64_t each = static_cast<std::uint64_t>(components) * bytesPerComponentInMemory;
-  if (accessor.count > bytesLeft_ / each) {
-    throw Error("it holds more than 2 GiB of geometry and animation (reached with " + nameOf(index) + ")");
-  }
-  bytesLeft_ -= accessor.count * each;
   Layout layout{nullptr, accessor.count, static_cast<std::size_t>(components), 0, accessor.componentType, false};
   if (accessor.bufferView >= 0) {
     layout = checkedView(accessor.bufferView, accessor.byteOffset, accessor.componentType, layout.components,
                          accessor.count, nameOf(index));
   }
+  spend(index, layout.count, layout.components * bytesPerComponentInMemory);
   layout.normalized = accessor.normalized;
   return layout;
 }

@@ -17,11 +17,13 @@ inline constexpr float kLargestNumber = 1e9F;
 
 // The only way to the data of a document: every offset, length, stride and count is checked against the buffer before a
 // byte is read, sparse accessors are expanded, quantized numbers converted. Every function throws Error (the reason
-// alone) for data that does not fit, and when the document asks for more than 2 GiB in sum.
+// alone) for data that does not fit, and when the document asks for more than its bytes can stand for: a part of them
+// may be read several times, and elements may be left out, but in sum no more than 256 times the bytes of its buffers
+// is given (64 MiB at least, 2 GiB at most).
 class AccessorReader {
  public:
   // Borrows both for its own lifetime.
-  AccessorReader(const tinygltf::Model& model, Warnings& warnings) : model_(model), warnings_(warnings) {}
+  AccessorReader(const tinygltf::Model& model, Warnings& warnings);
 
   // As floats; normalized integers become 0 to 1 or -1 to 1. Numbers that are not finite, or beyond kLargestNumber, are
   // read as 0 with a warning.
@@ -42,6 +44,7 @@ class AccessorReader {
   Layout layoutOf(int accessor, std::size_t bytesPerComponentInMemory);
   Layout checkedView(int view, std::size_t offset, int componentType, std::size_t components, std::size_t count,
                      const std::string& owner) const;
+  void spend(int accessor, std::size_t count, std::uint64_t bytesOfEach);
   void expectType(int accessor, int type) const;
   std::vector<float> floats(int accessor);
   template <class Vector>
@@ -53,7 +56,7 @@ class AccessorReader {
 
   const tinygltf::Model& model_;
   Warnings& warnings_;
-  std::uint64_t bytesLeft_ = std::uint64_t{2} << 30U;
+  std::uint64_t budget_, bytesLeft_;
 };
 
 }  // namespace quillmere::scene
