@@ -68,12 +68,11 @@ void warnOfTheRest(const tinygltf::Material& material, Warnings& warnings) {
 }  // namespace
 
 int MaterialSet::use(int material) {
-  const int index = material < 0 ? static_cast<int>(materials.size()) - 1 : material;
-  if (index + 1 >= static_cast<int>(materials.size()) && material >= 0) {
-    throwMissing("material", material, materials.size() - 1);
-  }
-  used[static_cast<std::size_t>(index)] = true;
-  return index;
+  const std::size_t given = materials.size() - 1;
+  const std::size_t index = material < 0 ? given : static_cast<std::size_t>(material);
+  if (material >= 0 && index >= given) throwMissing("material", material, given);
+  used[index] = true;
+  return static_cast<int>(index);
 }
 
 MaterialSet importMaterials(GltfDocument& document) {

@@ -76,7 +76,8 @@ TEST(Geometry, NamesWhatItLeavesOutAndRefusesWhatDoesNotFitTogether) {
            {{{"indices", far}}, "", "go up to 3, but there are only 3 vertices"},
            {{{"indices", floats}}, "", "unsigned integers"},
            {{{"attributes", {{"NORMAL", lone}}}}, "", "1 elements where the primitive has 3"},
-           {{{"material", 0}}, "", "no material 0"}}) {
+           {{{"material", 0}}, "", "no material 0"},
+           {{{"material", 2147483647}}, "", "no material 2147483647"}}) {
     SCOPED_TRACE(patch.dump());
     GltfBuilder changed = builder;
     const std::string key = patch.begin().key();
