@@ -64,6 +64,7 @@ class Settings(Stage):
         rows = [
             ("", "damaged at byte 1"),
             ('{"format": "quillmere settings", "version', "damaged at byte"),
+            ('{"format": 1e999}', "too large"),
             ("[" * 1000000 + "]" * 1000000, "nested"),
             (json.dumps({**HEAD, "parameters": "x"}).replace('"x"', '{"a":' * 500000 + "1" + "}" * 500000), "nested"),
             ("[]", "no settings file"),

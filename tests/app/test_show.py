@@ -114,6 +114,7 @@ class Show(RealHelper):
             ("a.png", png(text(b'{"helper_version": 1}')), "not written by"),
             ("a.png", png(text(b"[]")), "no JSON object"),
             ("a.png", png(text(b'{"a":\xff')), "damaged at byte 6"),
+            ("a.png", png(text(b'{"a":1e999}')), "picture 'a.png': it holds a number that is too large"),
             ("a.png", png(text(b'{"a":' * 500_000 + b"1" + b"}" * 500_000)), "nested more than 100"),
             ("side.jpg", b"", "side file 'side.jpg.json': it is damaged"),
         ]

@@ -55,6 +55,8 @@ Json parsedRecord(const std::string& content, const std::string& what) {
     return record;
   } catch (const Json::parse_error& error) {
     refuse(what, "it is damaged at byte " + std::to_string(error.byte) + ", where it is not JSON");
+  } catch (const Json::out_of_range&) {
+    refuse(what, "it holds a number that is too large");
   }
 }
 

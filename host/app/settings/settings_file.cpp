@@ -46,6 +46,8 @@ Json parsed(const fs::path& file) {
   } catch (const Json::parse_error& error) {
     refuse(file, "is damaged at byte " + std::to_string(error.byte) + ", where it is not JSON",
            "write it anew with --save-settings");
+  } catch (const Json::out_of_range&) {
+    refuse(file, "holds a number that is too large", "write it anew with --save-settings");
   }
 }
 
