@@ -16,6 +16,6 @@ endfunction()
 
 if(QUILLMERE_SANITIZE)
   # The module is built without RTTI, so its objects carry no type record for the vptr check to read.
-  add_compile_options(-fsanitize=${QUILLMERE_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  add_compile_options(-fsanitize=${QUILLMERE_SANITIZE} -fno-sanitize=vptr -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${QUILLMERE_SANITIZE})
 endif()
