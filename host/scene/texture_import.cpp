@@ -54,14 +54,16 @@ TextureLoader::Picture TextureLoader::picture(int index) {
   const auto& embedded = document_.embeddedImages[static_cast<std::size_t>(index)];
   if (!embedded.empty()) return decoded(asText(embedded), name);
   if (image.bufferView >= 0) return decoded(asText(viewBytes(document_.model, image.bufferView)), name);
-  if (files_.count(index) == 0) files_[index] = fileOf(image);
-  return decoded(asText(files_[index]), name);
+  return decoded(asText(fileOf(image)), name);
 }
 
 // A picture that is missing or out of reach is a picture that can't be shown: the scene is worth loading without it.
-std::vector<std::uint8_t> TextureLoader::fileOf(const tinygltf::Image& image) const {
+const std::vector<std::uint8_t>& TextureLoader::fileOf(const tinygltf::Image& image) {
   try {
-    return readWhole(resolveReference(document_.folder, image.uri));
+    const auto path = resolveReference(document_.folder, image.uri);
+    auto known = files_.find(path);
+    if (known == files_.end()) known = files_.emplace(path, readWhole(path)).first;
+    return known->second;
   } catch (const Error& error) {
     throw image::Error("the picture '" + printable(image.uri) + "' can't be read: " + error.what());
   }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,11 +27,18 @@ class TextureLoader {
   using Picture = std::shared_ptr<const image::Image>;
   Picture picture(int image);
   Picture decoded(std::string_view bytes, const std::string& name);
-  std::vector<std::uint8_t> fileOf(const tinygltf::Image& image) const;
+  const std::vector<std::uint8_t>& fileOf(const tinygltf::Image& image);
 
   GltfDocument& document_;
-  std::map<int, std::vector<std::uint8_t>> files_;  // read from disk; `pictures_` views them
-  std::map<std::string_view, Picture> pictures_;    // by the bytes of the encoded file
+  // Files of different lengths can't be the same, however much they have in common.
+  struct ShorterFirst {
+    bool operator()(std::string_view a, std::string_view b) const {
+      return a.size() != b.size() ? a.size() < b.size() : a.data() != b.data() && a < b;
+    }
+  };
+
+  std::map<std::filesystem::path, std::vector<std::uint8_t>> files_;  // read from disk; `pictures_` views them
+  std::map<std::string_view, Picture, ShorterFirst> pictures_;        // by the bytes of the encoded file
   std::uint64_t bytesLeft_ = std::uint64_t{2} << 30U;
 };
 
