@@ -3,13 +3,13 @@
 # that they declare and no others, and renders a frame in each. Needs root and debootstrap.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-packages=$(cd "$1" && pwd)
+packages=$(realpath -m "$1")
 [ "$(id -u)" -eq 0 ] || { printf 'try_in_clean_root.sh: chroot needs root\n' >&2; exit 1; }
 # What is mounted below is nobody else's and goes with the last process.
 [ -n "${OWN_MOUNTS-}" ] || OWN_MOUNTS=yes exec unshare --mount "${BASH_SOURCE[0]}" "$packages"
-deb=$(find "$packages" -maxdepth 1 -name '*.deb')
-archive=$(find "$packages" -maxdepth 1 -name '*.tar.gz')
-plugin=$(find "$packages" -maxdepth 1 -name '*plugin*standalone*.zip')
+# one PATTERN: the package of that name; nothing when it isn't there.
+one() { find "$packages" -maxdepth 1 -name "$1" 2>/dev/null || true; }
+deb=$(one '*.deb') archive=$(one '*.tar.gz') plugin=$(one '*plugin*standalone*.zip')
 if [ -z "$deb" ] || [ -z "$archive" ] || [ -z "$plugin" ]; then
   printf 'try_in_clean_root.sh: not all packages are in %s; make them with ./dev package\n' "$packages" >&2
   exit 1
