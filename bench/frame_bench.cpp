@@ -11,12 +11,12 @@
 #include <string>
 #include <utility>
 
+#include "api/document.h"
+#include "api/frame.h"
+#include "api/render_call.h"
+#include "core/substitutes.h"
+#include "core/text.h"
 #include "description/vpquillmere.h"
-#include "door/document.h"
-#include "door/frame.h"
-#include "door/render_call.h"
-#include "door/substitutes.h"
-#include "door/text.h"
 #include "guide_capture.h"
 #include "image/file_formats.h"
 #include "result_transfer.h"

@@ -8,7 +8,7 @@
 #include "process/process_tree.h"
 #include "provenance/picture_record.h"
 #include "run.h"
-#include "sdk/door/frame.h"
+#include "sdk/api/frame.h"
 
 namespace quillmere::app {
 namespace {
@@ -51,7 +51,7 @@ std::string generatedPicture(const NodeParameters& node) {
 std::string reasonNotTaken(const std::string& picture) {
   try {
     image::read(picture);
-  } catch (const image::Error& error) {
+  } catch (const Error& error) {
     return std::string("the helper's picture is not in the frame: ") + error.what();
   }
   return "the helper's picture '" + picture + "' is not in the frame; render it again";
@@ -69,7 +69,7 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const st
   try {
     writeFrame(file, format, frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
-  } catch (const image::Error& error) {
+  } catch (const Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};
   }
 }

@@ -9,7 +9,7 @@
 #include "options/scene_options.h"
 #include "options/utf8_text.h"
 #include "run.h"
-#include "sdk/door/document.h"
+#include "sdk/api/document.h"
 
 namespace quillmere::app {
 namespace {

@@ -1,7 +1,7 @@
 #include "module_declaration.h"
 
 #include "progress/text_cells.h"
-#include "sdk/door/registration.h"
+#include "sdk/api/registration.h"
 
 namespace quillmere::app {
 namespace {
@@ -22,8 +22,8 @@ std::string line(std::string subject, const Json& value) {
 Json moduleDeclaration(const PluginFolder& plugin) {
   const auto declared = host::registrationOf(plugin.path);
   if (!declared) {
-    throw host::Error("cannot read the declaration of the module in '" + plugin.path.string() +
-                      "': it has none; build it with project/registration.py's source in it");
+    throw Error("cannot read the declaration of the module in '" + plugin.path.string() +
+                "': it has none; build it with project/registration.py's source in it");
   }
   Json entities = Json::array();
   for (const auto& [name, unit] : declared->entities) entities.push_back({{"name", name}, {"unit", unit}});

@@ -5,7 +5,7 @@
 
 namespace quillmere::app {
 
-// What the module declares of itself to the host, as an object of a text or a list for each subject. Throws host::Error
+// What the module declares of itself to the host, as an object of a text or a list for each subject. Throws Error
 // when the module can't be opened or declares nothing.
 Json moduleDeclaration(const PluginFolder& plugin);
 

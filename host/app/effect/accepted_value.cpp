@@ -10,7 +10,7 @@
 #include "named_choice.h"
 #include "options/utf8_text.h"
 #include "parameter_ids.h"
-#include "sdk/door/text.h"
+#include "sdk/core/text.h"
 
 namespace quillmere::app {
 namespace {

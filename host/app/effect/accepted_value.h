@@ -3,7 +3,7 @@
 #include <string>
 
 #include "parameter.h"
-#include "sdk/door/document.h"
+#include "sdk/api/document.h"
 
 namespace quillmere::app {
 

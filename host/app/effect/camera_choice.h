@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "sdk/door/document.h"
+#include "sdk/api/document.h"
 
 namespace quillmere::app {
 

@@ -16,7 +16,7 @@ class EmptyScene : public scene::Scene {
   const std::vector<scene::Material>& materials() const override { return materials_; }
   const std::vector<std::string>& warnings() const override { return warnings_; }
   double duration() const override { return 0; }
-  scene::Moment at(double /*seconds*/) const override { return {}; }
+  scene::Snapshot at(double /*seconds*/) const override { return {}; }
 
  private:
   std::vector<scene::CameraInfo> cameras_;

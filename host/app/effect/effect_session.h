@@ -4,15 +4,15 @@
 
 #include "node_parameters.h"
 #include "plugin_location.h"
-#include "sdk/door/application.h"
-#include "sdk/door/document.h"
+#include "sdk/api/application.h"
+#include "sdk/api/document.h"
 
 namespace quillmere::app {
 
 // An application with the effect's module loaded, and a document whose render settings hold one node of the effect.
 class EffectSession {
  public:
-  // `events` must outlive the session. Throw host::Error.
+  // `events` must outlive the session. Throw Error.
   EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, const std::filesystem::path& scene,
                 host::Events& events);
   // With an empty scene.

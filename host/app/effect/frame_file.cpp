@@ -1,6 +1,6 @@
 #include "frame_file.h"
 
-#include "image/atomic_file.h"
+#include "base/atomic_file.h"
 #include "image/file_formats.h"
 #include "image/scaling.h"
 #include "provenance/picture_record.h"
@@ -29,7 +29,7 @@ void write(const std::filesystem::path& file, FileFormat format, const image::Im
       return image::writePng(file, picture, image::PngDepth::As16Bit, text);
     case FileFormat::Exr:
       image::writeExr(file, picture);
-      if (!record.empty()) image::writeFile(file.string() + ".json", record + "\n");
+      if (!record.empty()) writeFile(file.string() + ".json", record + "\n");
   }
 }
 

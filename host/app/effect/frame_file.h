@@ -10,7 +10,7 @@ namespace quillmere::app {
 
 // Writes a frame (Float RGBA) beside `file`, which it then replaces; without its alpha channel where that is opaque
 // throughout. `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file
-// `<file>.json`. Throws image::Error.
+// `<file>.json`. Throws Error.
 void writeFrame(const std::filesystem::path& file, FileFormat format, const image::Image& picture,
                 const std::string& record);
 

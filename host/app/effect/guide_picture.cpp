@@ -4,7 +4,7 @@
 #include "dbasedraw.h"
 #include "drendersettings.h"
 #include "failure.h"
-#include "sdk/door/text.h"
+#include "sdk/core/text.h"
 
 namespace quillmere::app {
 namespace {

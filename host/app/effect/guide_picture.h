@@ -4,7 +4,7 @@
 
 #include "options/guide_mode.h"
 #include "options/picture_size.h"
-#include "sdk/door/document.h"
+#include "sdk/api/document.h"
 
 namespace quillmere::app {
 

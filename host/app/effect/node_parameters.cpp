@@ -6,7 +6,7 @@
 #include "failure.h"
 #include "named_choice.h"
 #include "parameter_ids.h"
-#include "sdk/door/text.h"
+#include "sdk/core/text.h"
 
 namespace quillmere::app {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "parameter.h"
 #include "parameter_ids.h"
-#include "sdk/door/document.h"
-#include "sdk/door/parameters.h"
+#include "sdk/api/document.h"
+#include "sdk/api/parameters.h"
 
 namespace quillmere::app {
 

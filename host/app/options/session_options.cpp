@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "failure.h"
-#include "sdk/door/application.h"
+#include "sdk/api/application.h"
 #include "utf8_text.h"
 
 namespace quillmere::app {
@@ -12,7 +12,7 @@ namespace {
 std::filesystem::path usersFolder() {
   try {
     return host::userDataDirectory();
-  } catch (const host::Error&) {
+  } catch (const Error&) {
     throw Failure(ExitStatus::Failed, "write directory", "HOME is not set, which would tell where your data belongs",
                   "set it, or give a folder with --write-dir");
   }

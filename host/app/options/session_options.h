@@ -16,7 +16,7 @@ struct SessionOptions {
 
 void addSessionOptions(CLI::App& command, SessionOptions& options);
 
-// Absolute. Throws host::Error when there is no home to put the default in.
+// Absolute. Throws Error when there is no home to put the default in.
 std::filesystem::path writeDirectoryOf(const SessionOptions& options);
 
 }  // namespace quillmere::app

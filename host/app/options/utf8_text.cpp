@@ -1,7 +1,7 @@
 #include "utf8_text.h"
 
 #include "failure.h"
-#include "sdk/door/text.h"
+#include "sdk/core/text.h"
 
 namespace quillmere::app {
 

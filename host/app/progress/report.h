@@ -6,7 +6,7 @@
 #include <string>
 
 #include "process/output.h"
-#include "sdk/door/application.h"
+#include "sdk/api/application.h"
 
 namespace quillmere::app {
 

@@ -81,7 +81,7 @@ std::string recordTextOf(const fs::path& picture) {
   try {
     return recordOf(picture).dump(-1, ' ', true, Json::error_handler_t::replace);
   } catch (const Failure&) {
-  } catch (const image::Error&) {
+  } catch (const Error&) {
   }
   return {};
 }

@@ -9,7 +9,7 @@
 #include "effect/workflow_choice.h"
 #include "failure.h"
 #include "options/utf8_text.h"
-#include "sdk/door/text.h"
+#include "sdk/core/text.h"
 #include "settings_file.h"
 
 namespace quillmere::app {

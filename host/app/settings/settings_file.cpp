@@ -4,8 +4,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "base/atomic_file.h"
 #include "failure.h"
-#include "image/atomic_file.h"
 
 namespace quillmere::app {
 namespace {
@@ -73,7 +73,7 @@ void saveSettings(const NodeParameters& node, const fs::path& file) {
   Json parameters = Json::object();
   for (const Parameter& parameter : node.all()) parameters[parameter.name] = stored[std::to_string(parameter.id)];
   const Json document{{"format", kFormat}, {"version", kVersion}, {"parameters", parameters}};
-  image::writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 Json readSettings(const NodeParameters& node, const fs::path& file) {

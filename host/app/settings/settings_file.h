@@ -14,7 +14,7 @@
 // A parameter that is left out keeps its value.
 namespace quillmere::app {
 
-// Replaces `file` at once or not at all. Throws image::Error.
+// Replaces `file` at once or not at all. Throws Error.
 void saveSettings(const NodeParameters& node, const std::filesystem::path& file);
 
 // The file's "parameters", each of them one of the node's. Throws Failure for what is damaged, foreign, of another
