@@ -20,7 +20,7 @@ void use(const Image& picture) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   try {
     quillmere::use(quillmere::image::decode({data, size}, "fuzz"));
-  } catch (const quillmere::image::Error&) {
+  } catch (const quillmere::Error&) {
   }
   return 0;
 }

@@ -15,7 +15,7 @@ void read(const std::string& content) {
   try {
     repetitionOf(isPicture ? recordOf(picture) : parsedRecord(content, "side file"), picture);
   } catch (const Failure&) {
-  } catch (const image::Error&) {
+  } catch (const Error&) {
   }
 }
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "render/stage.h"
+#include "render/renderer.h"
 #include "scene/scene.h"
 #include "temporary_folder.h"
 
@@ -44,27 +44,27 @@ void expectSound(const Geometry& geometry) {
     expect(std::abs(glm::length(normal) - 1.0F) < 1e-3F, "normals of unit length");
 }
 
-void expectSound(const scene::Moment& moment, const scene::Scene& scene) {
+void expectSound(const scene::Snapshot& moment, const scene::Scene& scene) {
   for (const scene::Surface& surface : moment.surfaces) {
     expect(static_cast<std::size_t>(surface.material) < scene.materials().size(), "a material that is there");
     for (glm::length_t column = 0; column < 4; ++column) expect(isBounded(surface.toWorld[column]), "a bounded place");
     expectSound(*surface.geometry);
   }
   expect(moment.cameras.size() == scene.cameras().size(), "a viewpoint for each camera");
-  for (const scene::Viewpoint& view : moment.cameras) {
+  for (const scene::Camera& view : moment.cameras) {
     for (glm::length_t axis = 0; axis < 3; ++axis)
       expect(std::abs(glm::length(glm::vec3(view.toWorld[axis])) - 1.0F) < 1e-3F, "cameras that are only turned");
   }
 }
 
 void draw(const std::shared_ptr<const scene::Scene>& scene) {
-  render::Stage stage(scene);
+  render::Renderer stage(scene);
   for (const double seconds : {0.0, 0.37 * scene->duration()}) {
     stage.pose(seconds);
-    expectSound(stage.moment(), *scene);
-    std::vector<scene::Viewpoint> views = stage.moment().cameras;
+    expectSound(stage.snapshot(), *scene);
+    std::vector<scene::Camera> views = stage.snapshot().cameras;
     views.resize(std::clamp<std::size_t>(views.size(), 1, 2));
-    for (const scene::Viewpoint& view : views) {
+    for (const scene::Camera& view : views) {
       expect(stage.drawQuick(view, 16, 16).width() == 16, "a quick picture");
       expect(stage.drawFinal(view, 8, 8, {1}).width() == 8, "a final picture");
     }
@@ -84,8 +84,8 @@ void read(const std::string& content) {
   const auto file = folder.write("scene.glb", content);
   try {
     draw(scene::load(file));
-  } catch (const scene::Error&) {
-  } catch (const render::Error&) {
+  } catch (const Error&) {
+  } catch (const Error&) {
   }
 }
 

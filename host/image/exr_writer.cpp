@@ -4,7 +4,7 @@
 #include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfOutputFile.h>
 
-#include "atomic_file.h"
+#include "base/atomic_file.h"
 #include "file_formats.h"
 #include "scaling.h"
 

@@ -2,20 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "base/error.h"
 #include "pixel_memory.h"
 
 namespace quillmere::image {
-
-// A picture that can't be read, made, scaled or written. what() names the thing, the reason and the remedy.
-class Error : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 // Longest side of any picture in pixels; the application's own documented limit.
 inline constexpr int kMaxSide = 16000;

@@ -4,7 +4,7 @@
 #include <csetjmp>
 #include <cstring>
 
-#include "atomic_file.h"
+#include "base/atomic_file.h"
 #include "file_formats.h"
 #include "sample_values.h"
 

@@ -10,14 +10,14 @@ namespace {
 constexpr float kLeastAngle = 1e-4F;
 constexpr float kLargestAngle = 3.13F;
 
-float halfExtent(const scene::Viewpoint& view) {
+float halfExtent(const scene::Camera& view) {
   if (view.orthographic) return view.ymag;
   return std::tan(0.5F * std::clamp(view.yfov, kLeastAngle, kLargestAngle));
 }
 
 }  // namespace
 
-Camera::Camera(const scene::Viewpoint& view, int width, int height)
+Camera::Camera(const scene::Camera& view, int width, int height)
     : orthographic_(view.orthographic),
       halfWidth_(0.5F * static_cast<float>(width)),
       halfHeight_(0.5F * static_cast<float>(height)),

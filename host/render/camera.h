@@ -15,7 +15,7 @@ struct Ray {
 // of 180 degrees, a negative near plane) are clamped to ones that do.
 class Camera {
  public:
-  Camera(const scene::Viewpoint& view, int width, int height);
+  Camera(const scene::Camera& view, int width, int height);
 
   // Through a point of the picture in pixels; (0, 0) is the top left corner of the top left pixel.
   Ray through(float x, float y) const;

@@ -72,7 +72,7 @@ float around(const Lamp& lamp, const std::vector<Lamp>& lamps) {
 float exposureOf(const PosedScene& scene) {
   float day = 0.0F, room = 0.0F;
   std::vector<Lamp> lamps;
-  for (const scene::Light& light : scene.moment().lights) {
+  for (const scene::Light& light : scene.snapshot().lights) {
     const float strength = brightness(light.color);
     if (light.kind == Kind::Directional) {
       day += strength;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "picture_request.h"
-#include "stage.h"
+#include "renderer.h"
 
 namespace quillmere::render {
 

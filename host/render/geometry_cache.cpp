@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "parallel.h"
-#include "stage.h"
+#include "base/parallel.h"
+#include "renderer.h"
 
 namespace quillmere::render {
 namespace {

@@ -56,7 +56,7 @@ float radiusOf(RTCScene scene) {
 
 }  // namespace
 
-Lighting::Lighting(const PosedScene& scene) : lights_(scene.moment().lights), sky_(skyStrength(lights_)) {
+Lighting::Lighting(const PosedScene& scene) : lights_(scene.snapshot().lights), sky_(skyStrength(lights_)) {
   if (lights_.empty()) {
     lights_.push_back(defaultSun());
     return;

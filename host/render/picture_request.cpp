@@ -4,7 +4,7 @@
 #include <new>
 #include <string>
 
-#include "stage.h"
+#include "renderer.h"
 
 namespace quillmere::render {
 
@@ -15,7 +15,7 @@ image::Image blankPicture(const PictureRequest& request, image::Sample sample) {
     return {request.width, request.height, 3, sample};
   } catch (const std::bad_alloc&) {
     throw Error(what + "not enough memory; ask for a smaller one");
-  } catch (const image::Error&) {
+  } catch (const Error&) {
     throw Error(what + "each side must be 1 to " + std::to_string(image::kMaxSide) + " pixels");
   }
 }

@@ -2,8 +2,8 @@
 
 #include <functional>
 
+#include "base/parallel.h"
 #include "image/image.h"
-#include "parallel.h"
 #include "posed_scene.h"
 #include "scene/scene.h"
 
@@ -12,7 +12,7 @@ namespace quillmere::render {
 // What both kinds of picture are made from.
 struct PictureRequest {
   const PosedScene& scene;
-  const scene::Viewpoint& view;
+  const scene::Camera& view;
   int width, height;
   std::function<bool()> stop;  // may be empty
   int threads;

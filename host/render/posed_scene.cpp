@@ -18,7 +18,7 @@ bool isPlace(const glm::mat4& toWorld) {
   return finite;
 }
 
-bool sameSurfaces(const scene::Moment& a, const scene::Moment& b) {
+bool sameSurfaces(const scene::Snapshot& a, const scene::Snapshot& b) {
   return std::ranges::equal(a.surfaces, b.surfaces, [](const scene::Surface& x, const scene::Surface& y) {
     return x.geometry == y.geometry && x.material == y.material && x.toWorld == y.toWorld;
   });
@@ -47,16 +47,16 @@ PosedScene::PosedScene(std::shared_ptr<const scene::Scene> scene)
 }
 
 void PosedScene::pose(double seconds) {
-  scene::Moment next = scene_->at(seconds);
-  const bool rebuild = !visible_ || !sameSurfaces(moment_, next);
-  moment_ = std::move(next);
+  scene::Snapshot next = scene_->at(seconds);
+  const bool rebuild = !visible_ || !sameSurfaces(snapshot_, next);
+  snapshot_ = std::move(next);
   placeInstances();
   if (rebuild) build();
 }
 
 void PosedScene::placeInstances() {
   instances_.clear();
-  for (const scene::Surface& surface : moment_.surfaces) {
+  for (const scene::Surface& surface : snapshot_.surfaces) {
     if (!surface.geometry || !isPlace(surface.toWorld)) continue;
     const Appearance& appearance = appearances_[static_cast<std::size_t>(surface.material)];
     instances_.push_back({&surface, &appearance, glm::transpose(glm::inverse(glm::mat3(surface.toWorld)))});

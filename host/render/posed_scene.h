@@ -28,7 +28,7 @@ class PosedScene {
   // left out. Throws Error, after which pose must succeed before anything is traced.
   void pose(double seconds);
 
-  const scene::Moment& moment() const { return moment_; }
+  const scene::Snapshot& snapshot() const { return snapshot_; }
   const std::vector<Instance>& instances() const { return instances_; }
 
   // What a camera sees.
@@ -44,8 +44,8 @@ class PosedScene {
   std::vector<Appearance> appearances_;
   DeviceHandle device_;
   GeometryCache shapes_;
-  scene::Moment moment_;
-  std::vector<Instance> instances_;  // points into moment_ and appearances_
+  scene::Snapshot snapshot_;
+  std::vector<Instance> instances_;  // points into snapshot_ and appearances_
   SceneHandle visible_, solid_;      // solid_ is null when nothing is unlit
 };
 

@@ -18,7 +18,7 @@ float positiveOr(double value, double most, float fallback, const std::string& w
   return fallback;
 }
 
-void setPerspective(const tinygltf::PerspectiveCamera& from, const std::string& name, Viewpoint& lens,
+void setPerspective(const tinygltf::PerspectiveCamera& from, const std::string& name, Camera& lens,
                     Warnings& warnings) {
   lens.yfov = positiveOr(from.yfov, static_cast<double>(kWidestAngle), lens.yfov, "the angle of camera '" + name + "'",
                          warnings);
@@ -26,7 +26,7 @@ void setPerspective(const tinygltf::PerspectiveCamera& from, const std::string& 
   if (from.zfar > from.znear) lens.zfar = toFloat(from.zfar);
 }
 
-void setOrthographic(const tinygltf::OrthographicCamera& from, const std::string& name, Viewpoint& lens,
+void setOrthographic(const tinygltf::OrthographicCamera& from, const std::string& name, Camera& lens,
                      Warnings& warnings) {
   lens.orthographic = true;
   lens.ymag = positiveOr(std::abs(from.ymag), 1e9, lens.ymag, "the height of camera '" + name + "'", warnings);

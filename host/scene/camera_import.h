@@ -12,7 +12,7 @@ namespace quillmere::scene {
 struct SceneCamera {
   int node = 0;
   CameraInfo info;
-  Viewpoint lens;  // toWorld is still to be filled in
+  Camera lens;  // toWorld is still to be filled in
 };
 
 // Cameras of the shown nodes, in document order. `moved` tells of each node whether animation moves it. Throws Error

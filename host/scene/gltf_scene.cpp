@@ -86,10 +86,10 @@ std::shared_ptr<const Geometry> GltfScene::deformed(const Instance& instance, co
   return std::make_shared<const Geometry>(std::move(geometry));
 }
 
-Moment GltfScene::at(double seconds) const {
+Snapshot GltfScene::at(double seconds) const {
   const Posed posed = pose(seconds);
   const auto worldOf = [&](int node) -> const glm::mat4& { return posed.world[static_cast<std::size_t>(node)]; };
-  Moment moment;
+  Snapshot moment;
   moment.surfaces.reserve(parts_.instances.size());
   for (const Instance& instance : parts_.instances) {
     const auto geometry = instance.rigid ? instance.rigid : deformed(instance, posed);

@@ -45,7 +45,7 @@ class GltfScene : public Scene {
   const std::vector<Material>& materials() const override { return parts_.materials; }
   const std::vector<std::string>& warnings() const override { return parts_.warnings; }
   double duration() const override { return duration_; }
-  Moment at(double seconds) const override;
+  Snapshot at(double seconds) const override;
 
  private:
   struct Posed;

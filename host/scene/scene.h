@@ -5,21 +5,15 @@
 #include <glm/glm.hpp>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "base/error.h"
 #include "image/image.h"
 
 // A scene as the stand-alone host sees it: right-handed, Y up, metres, seconds; cameras look along their -Z
 // (the conventions of glTF 2.0, https://registry.khronos.org/glTF/specs/2.0/glTF-2.0.html).
 namespace quillmere::scene {
-
-// A scene that can't be read. what() names the file, the reason and, where there is one, the remedy.
-class Error : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 struct Material {
   std::string name;
@@ -62,7 +56,7 @@ struct Light {
 };
 
 // A camera at one moment.
-struct Viewpoint {
+struct Camera {
   glm::mat4 toWorld{1.0F};  // rotation and translation only
   bool orthographic = false;
   float yfov = 0.8F;  // perspective: full vertical angle in radians
@@ -72,10 +66,10 @@ struct Viewpoint {
   // The width follows from the aspect ratio of the picture that is drawn, not from the camera.
 };
 
-struct Moment {
+struct Snapshot {
   std::vector<Surface> surfaces;
   std::vector<Light> lights;
-  std::vector<Viewpoint> cameras;  // parallel to Scene::cameras()
+  std::vector<Camera> cameras;  // parallel to Scene::cameras()
 };
 
 struct CameraInfo {
@@ -92,7 +86,7 @@ class Scene {
   virtual const std::vector<std::string>& warnings() const = 0;  // what was not honoured, one sentence each
   virtual double duration() const = 0;                           // seconds to the last key frame, 0 when nothing moves
   // Everything posed at `seconds` (held at the first and last key outside the key frames). Deterministic; any thread.
-  virtual Moment at(double seconds) const = 0;
+  virtual Snapshot at(double seconds) const = 0;
 };
 
 // Loads glTF 2.0 (.gltf with its buffers and images beside it or embedded, .glb). Throws Error.

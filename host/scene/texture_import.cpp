@@ -43,7 +43,7 @@ void TextureLoader::loadInto(Material& material, int index) {
   }
   try {
     material.texture = picture(source);
-  } catch (const image::Error& error) {
+  } catch (const Error& error) {
     document_.warnings.add("material '" + material.name + "' is shown without its texture: " + error.what());
   }
 }
@@ -65,7 +65,7 @@ const std::vector<std::uint8_t>& TextureLoader::fileOf(const tinygltf::Image& im
     if (known == files_.end()) known = files_.emplace(path, readWhole(path)).first;
     return known->second;
   } catch (const Error& error) {
-    throw image::Error("the picture '" + printable(image.uri) + "' can't be read: " + error.what());
+    throw Error("the picture '" + printable(image.uri) + "' can't be read: " + error.what());
   }
 }
 

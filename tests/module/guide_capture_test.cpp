@@ -1,6 +1,6 @@
 #include "guide_capture.h"
 
-#include "door/substitutes.h"
+#include "core/substitutes.h"
 #include "image/file_formats.h"
 #include "lib_description.h"
 #include "operatingsystem.h"

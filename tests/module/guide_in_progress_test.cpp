@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "core/atom.h"
-#include "door/substitutes.h"
+#include "core/substitutes.h"
 #include "image/file_formats.h"
 #include "room.h"
 

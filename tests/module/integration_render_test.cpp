@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "door/frame.h"
-#include "door/substitutes.h"
+#include "api/frame.h"
+#include "core/substitutes.h"
 #include "render_driver.h"
 #include "room.h"
 

@@ -2,7 +2,7 @@
 
 #include <map>
 
-#include "door/parameters.h"
+#include "api/parameters.h"
 #include "prompt.h"
 #include "quillmere_videopost.h"
 #include "room.h"

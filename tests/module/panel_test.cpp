@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "door/substitutes.h"
+#include "core/substitutes.h"
 #include "quillmere_videopost.h"
 #include "room.h"
 

@@ -1,4 +1,4 @@
-#include "door/registration.h"
+#include "api/registration.h"
 
 #include <gmock/gmock.h>
 

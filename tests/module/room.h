@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "api/document.h"
+#include "api/render_call.h"
 #include "bridge/text.h"
+#include "core/text.h"
 #include "description/vpquillmere.h"
-#include "door/document.h"
-#include "door/render_call.h"
-#include "door/text.h"
 
 namespace quillmere {
 

@@ -11,7 +11,7 @@ class StillScene : public scene::Scene {
   const std::vector<scene::Material>& materials() const override { return materials_; }
   const std::vector<std::string>& warnings() const override { return warnings_; }
   double duration() const override { return 0; }
-  scene::Moment at(double) const override { return {{}, {}, {2, scene::Viewpoint{}}}; }
+  scene::Snapshot at(double) const override { return {{}, {}, {2, scene::Camera{}}}; }
 
  private:
   std::vector<scene::CameraInfo> cameras_{{"Front"}, {"Side"}};

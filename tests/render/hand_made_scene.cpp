@@ -71,15 +71,15 @@ std::shared_ptr<scene::Geometry> cube(float side) {
   return geometry;
 }
 
-scene::Viewpoint perspective(glm::vec3 from, glm::vec3 to, float yfov) {
-  scene::Viewpoint view;
+scene::Camera perspective(glm::vec3 from, glm::vec3 to, float yfov) {
+  scene::Camera view;
   view.toWorld = looking(from, to);
   view.yfov = yfov;
   return view;
 }
 
-scene::Viewpoint orthographic(glm::vec3 from, glm::vec3 to, float ymag) {
-  scene::Viewpoint view;
+scene::Camera orthographic(glm::vec3 from, glm::vec3 to, float ymag) {
+  scene::Camera view;
   view.toWorld = looking(from, to);
   view.orthographic = true;
   view.ymag = ymag;

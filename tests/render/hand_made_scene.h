@@ -15,7 +15,7 @@ struct HandMadeScene : scene::Scene {
   const std::vector<scene::Material>& materials() const override { return kinds; }
   const std::vector<std::string>& warnings() const override { return noWarnings; }
   double duration() const override { return 0.0; }
-  scene::Moment at(double /*seconds*/) const override { return now; }
+  scene::Snapshot at(double /*seconds*/) const override { return now; }
 
   // Returns the index of the new material.
   int addMaterial(const scene::Material& material);
@@ -24,7 +24,7 @@ struct HandMadeScene : scene::Scene {
   std::vector<scene::CameraInfo> views;
   std::vector<std::string> noWarnings;
   std::vector<scene::Material> kinds{scene::Material{}};
-  scene::Moment now;
+  scene::Snapshot now;
 };
 
 scene::Material colored(glm::vec3 color);
@@ -38,7 +38,7 @@ std::shared_ptr<scene::Geometry> ground(float side);
 std::shared_ptr<scene::Geometry> cube(float side);
 
 // At `from`, looking at `to`.
-scene::Viewpoint perspective(glm::vec3 from, glm::vec3 to, float yfov);
-scene::Viewpoint orthographic(glm::vec3 from, glm::vec3 to, float ymag);
+scene::Camera perspective(glm::vec3 from, glm::vec3 to, float yfov);
+scene::Camera orthographic(glm::vec3 from, glm::vec3 to, float ymag);
 
 }  // namespace quillmere::render

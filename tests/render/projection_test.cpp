@@ -27,7 +27,7 @@ int misplaced(const image::Image& picture, const Box& white) {
 }
 
 struct View {
-  scene::Viewpoint view;
+  scene::Camera view;
   int width, height;
   Box white;  // where the rectangle from (-0.5, -0.25) to (0.25, 0.5) in the plane z = 0 is seen
 };
@@ -63,7 +63,7 @@ TEST(Projection, ARectangleCoversExactlyItsPixels) {
 TEST(Projection, EdgesAreSmoothed) {
   auto scene = std::make_shared<HandMadeScene>();
   scene->add(rectangle(-9, -9, 0.125F, 9), scene->addMaterial(unlit({1, 1, 1})));
-  const scene::Viewpoint view = orthographic({0, 0, 5}, {0, 0, 0}, 2.0F);  // 4 pixels per metre: the edge is at 8.5
+  const scene::Camera view = orthographic({0, 0, 5}, {0, 0, 0}, 2.0F);  // 4 pixels per metre: the edge is at 8.5
   for (const Kind kind : {Kind::Quick, Kind::Final}) {
     const image::Image drawn = picture(scene, view, 16, 16, kind);
     const float background = brightness(lightAround(drawn, 9, 8, 0));
@@ -75,8 +75,7 @@ TEST(Projection, OnlyWhatLiesBetweenTheNearAndTheFarPlaneIsSeen) {
   for (const bool flat : {false, true}) {
     for (const auto& [distance, seen] : {std::pair(0.9F, false), {1.1F, true}, {2.9F, true}, {3.1F, false}}) {
       SCOPED_TRACE(testing::Message() << (flat ? "orthographic " : "perspective ") << distance);
-      scene::Viewpoint view =
-          flat ? orthographic({0, 0, 0}, {0, 0, -1}, 1.0F) : perspective({0, 0, 0}, {0, 0, -1}, 2.2F);
+      scene::Camera view = flat ? orthographic({0, 0, 0}, {0, 0, -1}, 1.0F) : perspective({0, 0, 0}, {0, 0, -1}, 2.2F);
       view.znear = 1.0F;
       view.zfar = 3.0F;
       auto scene = std::make_shared<HandMadeScene>();

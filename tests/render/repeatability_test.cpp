@@ -40,7 +40,7 @@ std::shared_ptr<HandMadeScene> village() {
   return scene;
 }
 
-const scene::Viewpoint kView = perspective({3, 4, 7}, {0, 0, 0}, 0.8F);
+const scene::Camera kView = perspective({3, 4, 7}, {0, 0, 0}, 0.8F);
 constexpr int kWidth = 101, kHeight = 67;
 
 TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
@@ -58,7 +58,7 @@ TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
 
 TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
   auto scene = village();
-  Stage kept(scene);
+  Renderer kept(scene);
   kept.pose(0.0);
   const image::Image before = kept.drawQuick(kView, kWidth, kHeight);
   const std::vector<scene::Surface> start = scene->now.surfaces;
@@ -67,7 +67,7 @@ TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
   scene->now.surfaces[5].geometry = cube(1.4F);                // one deforms,
   scene->now.surfaces.erase(scene->now.surfaces.begin() + 2);  // one goes
   kept.pose(1.0);
-  Stage fresh(scene);
+  Renderer fresh(scene);
   fresh.pose(1.0);
   const image::Image after = kept.drawQuick(kView, kWidth, kHeight);
   EXPECT_TRUE(samePixels<std::uint8_t>(after, fresh.drawQuick(kView, kWidth, kHeight)));
@@ -79,7 +79,7 @@ TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
 }
 
 TEST(Repeatability, AStoppedDrawingIsEmptyAndTheNextOneWhole) {
-  Stage stage(village());
+  Renderer stage(village());
   stage.pose(0.0);
   std::atomic<int> asked{0};
   const StopTest soon = [&] { return ++asked > 3; };

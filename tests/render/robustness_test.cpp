@@ -66,15 +66,15 @@ TEST(Robustness, OddViewpointsGiveAPicture) {
   auto scene = std::make_shared<HandMadeScene>();
   scene->add(cube(2), 0);
   scene->add(cube(2), scene->addMaterial(colored({0.5F, 0.2F, 0.2F})), glm::scale(glm::mat4(1.0F), glm::vec3(1e4F)));
-  const scene::Viewpoint inside = perspective({0, 0, 0}, {0, 0, -1}, 0.8F);
-  std::vector<scene::Viewpoint> views(6, inside);
+  const scene::Camera inside = perspective({0, 0, 0}, {0, 0, -1}, 0.8F);
+  std::vector<scene::Camera> views(6, inside);
   views[1].yfov = 4.0F;
   views[2].yfov = 0.0F;
   views[3].orthographic = true;
   views[3].ymag = 0.0F;
   views[4].znear = -5.0F;
   views[5].zfar = 0.001F;
-  for (const scene::Viewpoint& view : views) {
+  for (const scene::Camera& view : views) {
     for (const Kind kind : {Kind::Quick, Kind::Final}) EXPECT_TRUE(isPicture(picture(scene, view, 12, 8, kind)));
   }
 }
@@ -86,7 +86,7 @@ TEST(Robustness, ScenesOfAnySizeThrowTheSameShadow) {
     const glm::mat4 sized = glm::scale(glm::mat4(1.0F), glm::vec3(scale));
     scene->add(ground(40), grey, sized);
     scene->add(cube(1), grey, glm::translate(sized, glm::vec3(0, 0.5F, 0)));
-    scene::Viewpoint view = orthographic({0, 20.0F * scale, 0}, {0, 0, 0}, 2.0F * scale);
+    scene::Camera view = orthographic({0, 20.0F * scale, 0}, {0, 0, 0}, 2.0F * scale);
     view.znear *= scale;
     const image::Image drawn = picture(scene, view, kPlanSide, kPlanSide, Kind::Final);
     const float open = brightness(lightAt(drawn, 1.4F, 1.4F));
@@ -101,9 +101,9 @@ TEST(Robustness, ScenesOfAnySizeThrowTheSameShadow) {
 
 TEST(Robustness, SizesAreExactOrRefused) {
   auto scene = sceneWithASafeCorner();
-  Stage stage(scene);
+  Renderer stage(scene);
   stage.pose(0.0);
-  const scene::Viewpoint view = perspective({0, 0, 3}, {0, 0, 0}, 0.8F);
+  const scene::Camera view = perspective({0, 0, 3}, {0, 0, 0}, 0.8F);
   for (const auto& [width, height] : {std::pair(1, 1), std::pair(1, 37), std::pair(35, 1), std::pair(67, 33)}) {
     for (const image::Image& drawn :
          {stage.drawQuick(view, width, height), stage.drawFinal(view, width, height, {1})}) {

@@ -75,7 +75,7 @@ TEST(SeeThrough, LightFallsThroughWhatIsInvisible) {
     noon.kind = scene::Light::Kind::Directional;
     noon.direction = {0, -1, 0};
     scene->now.lights.push_back(noon);
-    scene::Viewpoint view = fromAbove();
+    scene::Camera view = fromAbove();
     view.znear = 19.5F;
     const image::Image drawn = picture(scene, view, kPlanSide, kPlanSide, Kind::Final);
     EXPECT_LT(brightness(lightAt(drawn, 1, 0)), 0.5F * brightness(lightAt(drawn, -1, 0)));

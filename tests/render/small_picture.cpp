@@ -11,9 +11,9 @@ float decoded(float stored) {
 
 }  // namespace
 
-image::Image picture(const std::shared_ptr<HandMadeScene>& scene, const scene::Viewpoint& view, int width, int height,
+image::Image picture(const std::shared_ptr<HandMadeScene>& scene, const scene::Camera& view, int width, int height,
                      Kind kind) {
-  Stage stage(scene);
+  Renderer stage(scene);
   stage.pose(0.0);
   return kind == Kind::Quick ? stage.drawQuick(view, width, height) : stage.drawFinal(view, width, height);
 }
@@ -43,7 +43,7 @@ float brightness(glm::vec3 light) {
   return (light.x + light.y + light.z) / 3.0F;
 }
 
-scene::Viewpoint fromAbove() {
+scene::Camera fromAbove() {
   return orthographic({0, 20, 0}, {0, 0, 0}, 2.0F);
 }
 

@@ -5,14 +5,14 @@
 
 #include "hand_made_scene.h"
 #include "image/image.h"
-#include "render/stage.h"
+#include "render/renderer.h"
 
 namespace quillmere::render {
 
 enum class Kind { Quick, Final };
 
 // The scene as it is now; final pictures with 16 samples.
-image::Image picture(const std::shared_ptr<HandMadeScene>& scene, const scene::Viewpoint& view, int width, int height,
+image::Image picture(const std::shared_ptr<HandMadeScene>& scene, const scene::Camera& view, int width, int height,
                      Kind kind);
 
 // Stored values, 0-1.
@@ -22,7 +22,7 @@ glm::vec3 lightAround(const image::Image& picture, int x, int y, int reach);
 float brightness(glm::vec3 light);
 
 // Straight down on 4 x 4 metres around the origin, for pictures of 64 x 64 pixels; X is to the right, Z downwards.
-scene::Viewpoint fromAbove();
+scene::Camera fromAbove();
 inline constexpr int kPlanSide = 64;
 // Light at a place of the ground in such a picture.
 glm::vec3 lightAt(const image::Image& plan, float x, float z);

@@ -17,8 +17,8 @@ bool isSound(glm::vec3 v) {
 }
 
 void expectSound(const Scene& scene, double seconds) {
-  const Moment moment = scene.at(seconds);
-  for (const Viewpoint& view : moment.cameras) {
+  const Snapshot moment = scene.at(seconds);
+  for (const Camera& view : moment.cameras) {
     for (glm::length_t axis = 0; axis < 3; ++axis) ASSERT_NEAR(glm::length(view.toWorld[axis]), 1.0F, 1e-3F);
   }
   for (const Surface& surface : moment.surfaces) {

@@ -36,7 +36,7 @@ TEST(Morphing, FollowsTheWeightsOfTheAnimation) {
   EXPECT_EQ(scene->at(0.5).surfaces.at(0).geometry->positions[1], glm::vec3(1, 1, 0.5F));
   EXPECT_EQ(end->positions[1], glm::vec3(1, 2, 1));
   EXPECT_EQ(end->normals[0], glm::vec3(1, 0, 0));
-  const Moment copies = scene->at(0.5);
+  const Snapshot copies = scene->at(0.5);
   ASSERT_EQ(copies.surfaces.size(), 2U);
   EXPECT_EQ(copies.surfaces[0].geometry, copies.surfaces[1].geometry) << "copies are bent once";
 }
@@ -48,7 +48,7 @@ TEST(Morphing, TakesFixedWeightsFromTheNodeElseFromTheMesh) {
   builder.addNode({{"mesh", 0}, {"weights", {0, 3}}});
   builder.addNode({{"mesh", 0}, {"weights", {1e300, 0}}});
   const auto scene = builder.load();
-  const Moment moment = scene->at(0);
+  const Snapshot moment = scene->at(0);
   EXPECT_EQ(moment.surfaces.at(static_cast<std::size_t>(plain)).geometry->positions[1], glm::vec3(1, 1, 0));
   EXPECT_EQ(moment.surfaces.at(1).geometry->positions[1], glm::vec3(1, 0, 3));
   EXPECT_TRUE(glm::all(glm::lessThanEqual(moment.surfaces.at(2).geometry->positions[1], glm::vec3(1e9F))));

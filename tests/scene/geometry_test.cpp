@@ -26,7 +26,7 @@ TEST(Geometry, IsSharedByTheNodesThatShowIt) {
   builder.addNode({{"mesh", 0}, {"scale", {0, 0, 0}}});
   builder.addNode({{"mesh", 0}, {"matrix", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}}});
   builder.json["nodes"][first]["translation"] = {1e30, 0, 0};
-  const Moment moment = builder.load()->at(0);
+  const Snapshot moment = builder.load()->at(0);
   ASSERT_EQ(moment.surfaces.size(), 3U) << "a matrix that can't be inverted leaves nothing to trace";
   EXPECT_EQ(moment.surfaces[0].geometry, moment.surfaces[1].geometry);
   EXPECT_EQ(moment.surfaces[0].toWorld[3].x, 1e9F);
@@ -96,7 +96,7 @@ TEST(Geometry, StandsWhereGpuInstancesPutIt) {
   auto& attributes = builder.json["nodes"][node]["extensions"]["EXT_mesh_gpu_instancing"]["attributes"];
   attributes["TRANSLATION"] = builder.accessor<float>({1, 0, 0, 2, 0, 0}, "VEC3");
   attributes["SCALE"] = builder.accessor<float>({1, 1, 1, 5, 5, 5}, "VEC3");
-  const Moment moment = builder.load()->at(0);
+  const Snapshot moment = builder.load()->at(0);
   ASSERT_EQ(moment.surfaces.size(), 2U);
   EXPECT_EQ(moment.surfaces[1].toWorld * glm::vec4(1, 0, 0, 1), glm::vec4(107, 0, 0, 1));
   attributes["SCALE"] = builder.accessor<float>({1, 1, 1}, "VEC3");

@@ -46,7 +46,7 @@ TEST(Materials, KeepFactorsModesAndSides) {
   builder.show(primitive);
   builder.show(builder.triangle());
   const auto scene = builder.load();
-  const Moment moment = scene->at(0);
+  const Snapshot moment = scene->at(0);
   const Material& lamp = scene->materials()[static_cast<std::size_t>(moment.surfaces[0].material)];
   EXPECT_EQ(lamp.baseColor, glm::vec4(0.1F, 0.2F, 1, 0.5F));
   EXPECT_EQ(lamp.alpha, Material::Alpha::Mask);

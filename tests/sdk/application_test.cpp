@@ -1,4 +1,4 @@
-#include "door/application.h"
+#include "api/application.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 #include <optional>
 #include <sstream>
 
-#include "door/registration.h"
-#include "door/text.h"
+#include "api/registration.h"
+#include "core/text.h"
 #include "refusal.h"
 #include "temporary_folder.h"
 #include "vpbase.h"

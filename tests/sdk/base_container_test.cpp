@@ -4,7 +4,7 @@
 #include <tuple>
 
 #include "core/atom.h"
-#include "door/text.h"
+#include "core/text.h"
 
 namespace cinema {
 namespace {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "api/application.h"
 #include "c4d.h"
-#include "door/application.h"
 #include "vpbase.h"
 
 namespace cinema {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
+#include "api/application.h"
 #include "c4d.h"
-#include "door/application.h"
-#include "door/text.h"
+#include "core/text.h"
 #include "temporary_folder.h"
 
 namespace quillmere::host {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "c4d.h"
-#include "door/text.h"
+#include "core/text.h"
 #include "temporary_folder.h"
 
 namespace quillmere::host {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "c4d.h"
-#include "door/text.h"
+#include "core/text.h"
 
 namespace quillmere::host {
 namespace {

@@ -1,12 +1,26 @@
 #include <fstream>
 
+#include "base/parallel.h"
 #include "image/file_formats.h"
 #include "module/still_scene.h"
-#include "render/stage.h"
+#include "render/renderer.h"
 
 // What the host's API needs of pictures, where their libraries aren't: no picture can be read, those written are empty
-// files, every scene is the same still one, and all that is drawn is black.
+// files, every scene is the same still one, and all that is drawn is black. Loops have one thread: the library of theirs
+// isn't there, either.
 namespace quillmere {
+
+Outcome forEach(int count, int /*threads*/, const std::function<bool()>& stop, const std::function<void(int)>& work) {
+  for (int i = 0; i < count; ++i) {
+    if (stop && stop()) return Outcome::Stopped;
+    work(i);
+  }
+  return Outcome::Complete;
+}
+
+int allCores() {
+  return 1;
+}
 
 namespace image {
 
@@ -26,22 +40,22 @@ std::shared_ptr<const scene::Scene> scene::load(const std::filesystem::path&) {
 
 namespace render {
 
-struct Stage::Parts {
-  const scene::Moment moment;
+struct Renderer::Parts {
+  const scene::Snapshot moment;
 };
 
-Stage::Stage(std::shared_ptr<const scene::Scene> scene) : parts_(new Parts{scene->at(0)}) {}
-Stage::~Stage() = default;
-void Stage::pose(double) {}
-const scene::Moment& Stage::moment() const {
+Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : parts_(new Parts{scene->at(0)}) {}
+Renderer::~Renderer() = default;
+void Renderer::pose(double) {}
+const scene::Snapshot& Renderer::snapshot() const {
   return parts_->moment;
 }
 
-image::Image Stage::drawQuick(const scene::Viewpoint&, int width, int height, const StopTest&) {
+image::Image Renderer::drawQuick(const scene::Camera&, int width, int height, const StopTest&) {
   return {width, height, 3, image::Sample::Byte};
 }
 
-image::Image Stage::drawFinal(const scene::Viewpoint&, int width, int height, const FinalSettings&, const StopTest&) {
+image::Image Renderer::drawFinal(const scene::Camera&, int width, int height, const FinalSettings&, const StopTest&) {
   return {width, height, 3, image::Sample::Float};
 }
 

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "door/substitutes.h"
-#include "door/text.h"
-#include "module/running.h"
+#include "core/running.h"
+#include "core/substitutes.h"
+#include "core/text.h"
 
 namespace cinema {
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "module/registry.h"
+#include "core/registry.h"
 
 namespace cinema {
 

@@ -1,8 +1,8 @@
 #include <filesystem>
 
 #include "c4d_file.h"
-#include "door/text.h"
-#include "module/running.h"
+#include "core/running.h"
+#include "core/text.h"
 
 namespace cinema {
 

@@ -2,7 +2,7 @@
 
 #include "c4d_file.h"
 #include "core/string.h"
-#include "door/text.h"
+#include "core/text.h"
 
 namespace cinema {
 

@@ -1,7 +1,7 @@
 #include "c4d_general.h"
 
-#include "door/text.h"
-#include "module/running.h"
+#include "core/running.h"
+#include "core/text.h"
 
 namespace cinema {
 

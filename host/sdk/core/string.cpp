@@ -6,12 +6,12 @@
 #include <unordered_map>
 #include <utility>
 
+#include "base/utf8.h"
 #include "c4d_memory.h"
-#include "core/utf8.h"
-#include "door/text.h"
+#include "core/text.h"
 
-using quillmere::host::decodeUtf8;
-using quillmere::host::encodeUtf8;
+using quillmere::decodeUtf8;
+using quillmere::encodeUtf8;
 
 namespace maxon {
 

@@ -7,8 +7,8 @@
 #include <sstream>
 #include <string_view>
 
+#include "core/text.h"
 #include "customgui_linkbox.h"
-#include "door/text.h"
 #include "vpbase.h"
 
 namespace quillmere::host {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "module/registry.h"
+#include "core/registry.h"
 #include "resource/resource_folder.h"
 
 namespace quillmere::host {

@@ -2,9 +2,9 @@
 
 #include <unordered_map>
 
-#include "door/text.h"
+#include "core/running.h"
+#include "core/text.h"
 #include "module/description_loader.h"
-#include "module/running.h"
 
 using quillmere::host::fromUtf8;
 using quillmere::host::running;

@@ -4,8 +4,8 @@
 
 #include <utility>
 
-#include "door/application.h"
-#include "door/text.h"
+#include "api/application.h"
+#include "core/text.h"
 
 namespace quillmere::host {
 

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// Whole files that others have written. Only ordinary files are read: a pipe could keep us waiting, a device need not
+// end. They are opened without waiting and checked on the open descriptor, so what is checked is what is read.
+namespace quillmere {
+
+// At most `most` bytes, a multiple of 1 MiB. Throws Error (the reason alone) for a file that is missing, not ordinary,
+// larger, or that can't be read to its end. Links are followed.
+std::vector<std::uint8_t> readBytes(const std::filesystem::path& file, std::uintmax_t most);
+std::string readText(const std::filesystem::path& file, std::uintmax_t most);
+
+}  // namespace quillmere

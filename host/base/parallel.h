@@ -1,0 +1,18 @@
+#pragma once
+
+#include <functional>
+
+namespace quillmere {
+
+enum class Outcome { Complete, Stopped };
+
+// Calls work(i) once for every i from 0 to count - 1, in no particular order, on at most `threads` threads of the
+// process' one pool, of which the calling one is the first; returns when all calls are done. `stop` may be empty; it is
+// asked before each call of work, on the thread that makes it, and true ends the rest. What work or stop throws ends
+// the rest as well and is thrown again here (the first of several).
+Outcome forEach(int count, int threads, const std::function<bool()>& stop, const std::function<void(int)>& work);
+
+// One per core that this process may use, at least 1.
+int allCores();
+
+}  // namespace quillmere

@@ -1,0 +1,118 @@
+#include "document.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "core/running.h"
+#include "document/document_parts.h"
+#include "drendersettings.h"
+#include "core/text.h"
+
+namespace quillmere::host {
+
+using cinema::HostSide;
+
+namespace {
+
+std::shared_ptr<const scene::Scene> loaded(const std::filesystem::path& file) {
+  try {
+    return scene::load(file);
+  } catch (const Error& error) {
+    throw Error(error.what());
+  }
+}
+
+const cinema::HostSide<cinema::BasePlugin>::Parts& registered(int id) {
+  Running* application = running();
+  const cinema::BasePlugin* plugin =
+      application ? application->registry.find(id, cinema::PLUGINTYPE::VIDEOPOST) : nullptr;
+  if (plugin == nullptr)
+    throw Error("cannot use effect " + std::to_string(id) + ": no module registered it, load its plug-in first");
+  return HostSide<cinema::BasePlugin>::parts(*plugin);
+}
+
+int priorityOf(const HostSide<cinema::BaseVideoPost>::Owner& effect) {
+  return registered(effect->GetType()).priority;
+}
+
+}  // namespace
+
+struct Document::Parts {
+  HostSide<cinema::BaseDocument>::Owner api;
+  std::vector<Camera> cameras;
+
+  explicit Parts(std::shared_ptr<const scene::Scene> scene);
+  DocumentParts& document() const { return partsOf(*api); }
+};
+
+Document::Parts::Parts(std::shared_ptr<const scene::Scene> scene)
+    : api(HostSide<cinema::BaseDocument>::make(std::make_unique<DocumentParts>(std::move(scene)))) {
+  document().furnish(*api);
+  for (std::size_t i = 0; i < document().cameras.size(); ++i) {
+    const scene::CameraInfo& info = document().scene->cameras()[i];
+    cameras.push_back({info.name, info.orthographic, info.animated, document().cameras[i].get()});
+  }
+}
+
+Document::Document(const std::filesystem::path& scene) : parts_(std::make_unique<Parts>(loaded(scene))) {
+  const std::filesystem::path file = std::filesystem::absolute(scene).lexically_normal();
+  parts_->document().name = filenameOf(file.filename());
+  parts_->document().folder = filenameOf(file.parent_path());
+}
+
+Document::Document(std::shared_ptr<const scene::Scene> scene) : parts_(std::make_unique<Parts>(std::move(scene))) {
+  parts_->document().name = cinema::Filename("Untitled 1");
+}
+
+Document::~Document() = default;
+
+cinema::BaseDocument& Document::api() {
+  return *parts_->api;
+}
+const std::vector<Document::Camera>& Document::cameras() const {
+  return parts_->cameras;
+}
+const std::vector<std::string>& Document::warnings() const {
+  return parts_->document().scene->warnings();
+}
+double Document::duration() const {
+  return parts_->document().scene->duration();
+}
+
+void Document::setFps(int fps) {
+  if (fps < 1) throw Error("cannot play " + std::to_string(fps) + " frames a second: choose 1 or more");
+  parts_->document().fps = fps;
+}
+
+void Document::setFrame(int frame) {
+  parts_->document().time = cinema::BaseTime(frame, parts_->document().fps);
+}
+
+void Document::setSize(int width, int height) {
+  if (std::min(width, height) < 1 || std::max(width, height) > image::kMaxSide) {
+    throw Error("cannot render " + std::to_string(width) + " x " + std::to_string(height) +
+                " pixels: each side must be 1 to " + std::to_string(image::kMaxSide));
+  }
+  cinema::BaseContainer& settings = parts_->document().renderData->GetDataInstanceRef();
+  settings.SetInt32(cinema::RDATA_XRES, width);
+  settings.SetInt32(cinema::RDATA_YRES, height);
+}
+
+cinema::BaseVideoPost& Document::addVideoPost(int id) {
+  const auto& plugin = registered(id);
+  auto node = std::make_unique<cinema::AtomParts>(id);
+  node->name = plugin.name;
+  node->document = parts_->api.get();
+  node->data.reset(plugin.allocate ? plugin.allocate() : nullptr);
+  if (!node->data) throw Error("cannot use effect " + std::to_string(id) + ": its module could not make it");
+  cinema::NodeData& data = *node->data;
+  auto effect = HostSide<cinema::BaseVideoPost>::make(std::move(node));
+  if (!data.Init(effect.get(), false))
+    throw Error("cannot use effect " + std::to_string(id) + ": it refused to initialise");
+  auto& effects = parts_->document().effects;
+  const auto later = std::find_if(effects.begin(), effects.end(),
+                                  [&](const auto& other) { return priorityOf(other) < plugin.priority; });
+  return **effects.insert(later, std::move(effect));
+}
+
+}  // namespace quillmere::host

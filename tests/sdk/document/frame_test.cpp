@@ -1,0 +1,177 @@
+#include "api/frame.h"
+
+#include <cmath>
+#include <vector>
+
+#include "drendersettings.h"
+#include "open_scene.h"
+#include "refusal.h"
+
+namespace quillmere::test {
+namespace {
+
+using cinema::BaseVideoPost;
+using cinema::RENDERRESULT;
+using cinema::VIDEOPOSTCALL;
+using cinema::VideoPostStruct;
+using Log = std::vector<std::string>;
+
+constexpr int kEarly = 1000001, kLate = 1000002, kOther = 1000003, kRefusing = 1000004;
+
+using Act = std::function<RENDERRESULT(VideoPostStruct& call)>;
+
+// What every scripted effect writes down and does.
+struct Script {
+  Log calls;
+  Act act = [](VideoPostStruct&) { return RENDERRESULT::OK; };
+} script;
+
+void actAt(VIDEOPOSTCALL level, bool open, Act act) {
+  script.calls.clear();
+  script.act = [=](VideoPostStruct& call) {
+    return call.vp == level && call.open == open ? act(call) : RENDERRESULT::OK;
+  };
+}
+
+class ScriptedEffect : public cinema::VideoPostData {
+ public:
+  static cinema::NodeData* Alloc() { return NewObjClear(ScriptedEffect); }
+  cinema::Bool Init(cinema::GeListNode* node, cinema::Bool isCloneInit) override {
+    return Get() == node && !isCloneInit && node->GetType() != kRefusing;
+  }
+  RENDERRESULT Execute(BaseVideoPost* node, VideoPostStruct* call) override {
+    const std::string id = std::to_string(node->GetType() - 1000000);
+    script.calls.push_back(id + (call->open ? "+" : "-") + std::to_string(static_cast<int>(call->vp)));
+    return script.act(*call);
+  }
+  cinema::Bool RenderEngineCheck(const BaseVideoPost* node, cinema::Int32 engine) const override {
+    return node->GetType() != kOther || engine == cinema::RDATA_RENDERENGINE_PHYSICAL;
+  }
+};
+
+struct FrameCalls : OpenScene {
+  void SetUp() override {
+    script = {};
+    for (const auto& [id, priority] : {std::pair{kEarly, 5}, {kLate, -1}, {kOther, 0}, {kRefusing, 0}}) {
+      ASSERT_TRUE(cinema::RegisterVideoPostPlugin(id, cinema::String("Effect"), 0, ScriptedEffect::Alloc,
+                                                  cinema::String(), 0, priority));
+    }
+    document.setSize(6, 4);
+  }
+  host::Frame render(const host::BreakTest& userBreak = {}) { return host::renderFrame(document, userBreak, {}); }
+};
+
+TEST_F(FrameCalls, OpenAndCloseInPairsEarlierEffectsFirst) {
+  document.addVideoPost(kLate);
+  document.addVideoPost(kEarly);
+  document.addVideoPost(kOther);
+  EXPECT_EQ(render().result, RENDERRESULT::OK);
+  EXPECT_EQ(script.calls, (Log{"1+1", "2+1", "1+2", "2+2", "1+3", "2+3", "1+4", "2+4", "1+5", "2+5",
+                               "1-5", "2-5", "1-4", "2-4", "1-3", "2-3", "1-2", "2-2", "1-1", "2-1"}));
+  script.calls.clear();
+  api.GetActiveRenderData()->GetDataInstanceRef().SetInt32(cinema::RDATA_RENDERENGINE,
+                                                           cinema::RDATA_RENDERENGINE_PHYSICAL);
+  render();
+  EXPECT_EQ(script.calls.size(), 30U);
+}
+
+TEST_F(FrameCalls, AFailureOpensNothingMoreAndClosesWhatIsOpen) {
+  document.addVideoPost(kEarly);
+  document.addVideoPost(kLate);
+  for (const auto& [failing, calls] : std::vector<std::pair<VIDEOPOSTCALL, Log>>{
+           {VIDEOPOSTCALL::FRAMESEQUENCE, {"1+1", "1-1"}},
+           {VIDEOPOSTCALL::SUBFRAME, {"1+1", "2+1", "1+2", "2+2", "1+3", "1-3", "1-2", "2-2", "1-1", "2-1"}}}) {
+    script.calls.clear();
+    script.act = [failing = failing](VideoPostStruct& call) {
+      EXPECT_EQ(*call.error, call.open ? RENDERRESULT::OK : RENDERRESULT::PROJECTNOTFOUND);
+      if (!call.open) return RENDERRESULT::FAILED;  // comes too late to be the frame's result
+      return call.vp == failing ? RENDERRESULT::PROJECTNOTFOUND : RENDERRESULT::OK;
+    };
+    const host::Frame frame = render();
+    EXPECT_EQ(frame.result, RENDERRESULT::PROJECTNOTFOUND);
+    EXPECT_TRUE(frame.picture.empty());
+    EXPECT_EQ(script.calls, calls);
+  }
+}
+
+TEST_F(FrameCalls, ABreakEndsTheFrameAndOverridesTheFailureItCaused) {
+  document.addVideoPost(kEarly);
+  bool broken = false;
+  const auto breakingAt = [&](VIDEOPOSTCALL level, bool open, RENDERRESULT result) {
+    broken = false;
+    actAt(level, open, [&broken, result](VideoPostStruct& call) {
+      broken = true;
+      return call.thread->TestBreak() ? result : RENDERRESULT::OK;
+    });
+    return render([&] { return broken; }).result;
+  };
+  EXPECT_EQ(breakingAt(VIDEOPOSTCALL::SUBFRAME, true, RENDERRESULT::FAILED), RENDERRESULT::USERBREAK);
+  EXPECT_EQ(script.calls, (Log{"1+1", "1+2", "1+3", "1-3", "1-2", "1-1"}));
+  EXPECT_EQ(breakingAt(VIDEOPOSTCALL::FRAMESEQUENCE, true, RENDERRESULT::OK), RENDERRESULT::USERBREAK);
+  EXPECT_EQ(script.calls, (Log{"1+1", "1-1"}));
+  // When all calls are made, what is still to be drawn is broken off.
+  EXPECT_EQ(breakingAt(VIDEOPOSTCALL::FRAMESEQUENCE, false, RENDERRESULT::OK), RENDERRESULT::USERBREAK);
+}
+
+TEST_F(FrameCalls, CarryWhatTheLevelMayUse) {
+  document.addVideoPost(kEarly);
+  document.setFps(25);
+  document.setFrame(10);
+  script.act = [&](VideoPostStruct& call) {
+    const bool render = call.vp == VIDEOPOSTCALL::RENDER, inner = call.vp == VIDEOPOSTCALL::INNER;
+    EXPECT_EQ(call.vd != nullptr, inner || (render && call.open));
+    EXPECT_EQ(call.render != nullptr, inner || render);
+    EXPECT_EQ(call.doc, &api);
+    EXPECT_EQ(call.time.GetFrame(call.fps), 10);
+    return RENDERRESULT::OK;
+  };
+  render();
+}
+
+TEST_F(FrameCalls, ThePictureIsTheEffectsLinesOverTheHostsDrawing) {
+  EXPECT_GT(render().picture.row<float>(2)[0], 0.5F);  // the red wall, without any effect
+  document.addVideoPost(kEarly);
+  document.setFrame(1);
+  for (const int lines : {4, 2}) {
+    const int poses = scene->poses;
+    actAt(VIDEOPOSTCALL::RENDER, false, [&](VideoPostStruct& call) {
+      std::vector<float> black(6 * 4);
+      const cinema::VPBuffer* buffer = call.render->GetBuffer(cinema::VPBUFFER_RGBA, NOTOK);
+      for (int y = 0; y < lines; ++y) EXPECT_TRUE(buffer->SetLine(0, y, 6, black.data(), 32, false));
+      return RENDERRESULT::OK;
+    });
+    const host::Frame frame = render();
+    for (int y = 0; y < 4; ++y) EXPECT_EQ(frame.picture.row<float>(y)[0] > 0.5F, y >= lines);
+    EXPECT_EQ(scene->poses > poses, lines < 4);
+    EXPECT_EQ(frame.lines == host::Frame::Lines::OfHost, lines < 4);
+  }
+}
+
+TEST_F(FrameCalls, StatusReachesTheBarInOrderAndInRange) {
+  document.addVideoPost(kEarly);
+  actAt(VIDEOPOSTCALL::RENDER, true, [](VideoPostStruct& call) {
+    call.vd->StatusSetText(cinema::String("Zeichnung läuft"));
+    call.vd->StatusSetSpinMode(true);
+    for (const double fraction : {-1.0, 0.5, double(NAN), 7.0}) call.vd->StatusSetBar(fraction);
+    return RENDERRESULT::OK;
+  });
+  render();
+  EXPECT_EQ(events.told, (Log{"text Zeichnung läuft", "spin on", "bar 0.000000", "bar 0.500000", "bar 1.000000"}));
+}
+
+TEST_F(FrameCalls, WhatCannotBeUsedOrDrawnSaysWhy) {
+  for (const auto& [id, reason] : {std::pair{42, "no module registered it"}, {kRefusing, "refused to initialise"}}) {
+    const std::string told = refusalOf<Error>([&, effect = id] { document.addVideoPost(effect); });
+    EXPECT_NE(told.find(reason), std::string::npos) << id << ": " << told;
+  }
+  api.SetSceneCamera(nullptr);
+  EXPECT_EQ(render().result, RENDERRESULT::FAILED);
+  api.GetActiveRenderData()->GetDataInstanceRef().SetInt32(cinema::RDATA_XRES, 0);
+  EXPECT_EQ(render().result, RENDERRESULT::FAILED);
+  ASSERT_EQ(events.told.size(), 2U);
+  EXPECT_NE(events.told[0].find("no camera"), std::string::npos);
+  EXPECT_EQ(script.calls, Log{});
+}
+
+}  // namespace
+}  // namespace quillmere::test
