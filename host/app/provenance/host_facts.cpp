@@ -4,7 +4,7 @@
 #include <string>
 
 #include "effect/parameter_ids.h"
-#include "image/atomic_file.h"
+#include "base/atomic_file.h"
 #include "options/guide_mode.h"
 
 namespace quillmere::app {
