@@ -13,7 +13,6 @@
 
 #include "api/document.h"
 #include "api/frame.h"
-#include "api/render_call.h"
 #include "core/substitutes.h"
 #include "core/text.h"
 #include "description/vpquillmere.h"

@@ -26,7 +26,7 @@ void read(const std::string& content) {
     const resource::ResourceFolder read(folder.path(), "de-DE");
     const auto description = read.description("d");
     loadDescription(description, registry);
-  } catch (const resource::Damage&) {
+  } catch (const Error&) {
   }
 }
 

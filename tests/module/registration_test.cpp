@@ -1,4 +1,4 @@
-#include "api/registration.h"
+#include "api/application.h"
 
 #include <gmock/gmock.h>
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "api/document.h"
-#include "api/render_call.h"
+#include "api/frame.h"
 #include "bridge/text.h"
 #include "core/text.h"
 #include "description/vpquillmere.h"

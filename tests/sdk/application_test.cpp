@@ -8,7 +8,6 @@
 #include <optional>
 #include <sstream>
 
-#include "api/registration.h"
 #include "core/text.h"
 #include "refusal.h"
 #include "temporary_folder.h"
@@ -50,8 +49,8 @@ void install(const TemporaryFolder& folder, const std::string& module) {
   folder.write("res/description/vpprobe.h", "enum { PROBE_PLAIN = 3001, PROBE_BEFORE };");
   folder.write("res/description/vpprobe.res",
                "CONTAINER VPprobe { NAME VPprobe; INCLUDE VPbase;\n"
-               "  STRING PROBE_BEFORE { }\n"
-               "  GROUP ID_VIDEOPOSTPROPERTIES { STRING PROBE_PLAIN { ANIM OFF; } } }");
+               "  GROUP PROBE_BEFORE { }\n"
+               "  GROUP ID_VIDEOPOSTPROPERTIES { GROUP PROBE_PLAIN { DEFAULT 1; } } }");
   folder.write("res/strings_en-US/description/vpprobe.str",
                "STRINGTABLE VPprobe { VPprobe \"Probe\"; PROBE_PLAIN \"Plain\"; PROBE_BEFORE \"Before\"; }");
 }
@@ -140,68 +139,45 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
   EXPECT_NE(FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST), nullptr);
 }
 
-TEST(DescriptionFile, GivesEachParameterItsProperties) {
+TEST(DescriptionFile, AddsItsGroupsToThoseThatItIncludes) {
   TemporaryFolder folder;
   install(folder, firstProbe());
-  folder.write("res/description/vpprobe.h", "enum { A = 1, B, C, D, E, F, ONE = 1, TWO };");
+  folder.write("res/description/vpprobe.h", "enum { A = 1, B };");
   folder.write("res/description/vpprobe.res",
-               "CONTAINER VPprobe { INCLUDE VPbase; GROUP F { COLUMNS 2; DEFAULT 1; SCALE_H;\n"
-               "LONG A { MIN -1; MAX TWO; STEP 2; DEFAULT 2; CYCLE { ONE; TWO; } }\n"
-               "REAL B { MIN -0.5; ANIM MIX; HIDDEN; } STRING C { CUSTOMGUI MULTISTRING; DEFAULT \"x\"; }\n"
-               "LINK D { ACCEPT { Ocamera; Obase; } } BOOL E { DEFAULT 1; ANIM OFF; } } }");
-  folder.write("res/strings_en-US/description/vpprobe.str", "STRINGTABLE { A \"First\"; ONE \"One\"; }");
+               "CONTAINER VPprobe { INCLUDE VPbase; GROUP A { COLUMNS 2; DEFAULT 1; SCALE_H; GROUP B { } }\n"
+               "GROUP ID_VIDEOPOSTPROPERTIES { } }");
+  folder.write("res/strings_en-US/description/vpprobe.str", "STRINGTABLE { A \"First\"; }");
   Console console;
   Application application(folder.path(), console);
   application.loadPlugin(folder.path());
   AutoAlloc<Description> description;
   ASSERT_TRUE(description->LoadDescription("VPprobe"));
   BaseContainer unused;
-  const auto shown = [&](Int32 id) -> const BaseContainer& {
-    return *description->GetParameter(DescID::Create(DescLevel(id, 0, 0)), unused, nullptr);
-  };
-  BaseContainer choices;
-  choices.SetString(1, "One"_s);
-  choices.SetString(2, "TWO"_s);
-  const struct {
-    Int32 id, property;
-    GeData expected;
-  } rows[] = {
-      {1, DESC_NAME, GeData("First")}, {1, DESC_MIN, GeData(-1)},
-      {1, DESC_MAX, GeData(2)},        {1, DESC_STEP, GeData(2)},
-      {1, DESC_DEFAULT, GeData(2)},    {1, DESC_CYCLE, GeData(choices)},
-      {2, DESC_NAME, GeData("B")},     {2, DESC_MIN, GeData(-0.5)},
-      {2, DESC_ANIMATE, GeData(2)},    {2, DESC_HIDE, GeData(true)},
-      {3, DESC_DEFAULT, GeData("x")},  {3, DESC_CUSTOMGUI, GeData(CUSTOMGUI_STRINGMULTI)},
-      {5, DESC_ANIMATE, GeData(0)},    {5, DESC_DEFAULT, GeData(true)},
-      {3, DESC_ANIMATE, GeData(1)},    {6, DESC_ANIMATE, GeData(0)},
-      {6, DESC_NAME, GeData("F")},     {6, DESC_DEFAULT, GeData()},
-  };
-  for (const auto& row : rows) {
-    EXPECT_EQ(shown(row.id).GetData(row.property), row.expected) << row.id << ", property " << row.property;
+  for (const auto& [id, name] :
+       std::vector<std::pair<Int32, std::string>>{{1, "First"}, {2, "B"}, {ID_VIDEOPOSTPROPERTIES, "Properties"}}) {
+    const DescID address = DescID::Create(DescLevel(id, DTYPE_GROUP, 0));
+    const BaseContainer* group = description->GetParameter(address, unused, nullptr);
+    ASSERT_NE(group, nullptr) << name;
+    EXPECT_EQ(toUtf8(group->GetString(DESC_NAME)), name);
+    EXPECT_EQ(group->GetInt32(DESC_ANIMATE, NOTOK), DESC_ANIMATE_OFF) << name;
   }
-  EXPECT_EQ(shown(4).GetContainer(DESC_ACCEPT).GetInt32(Ocamera), 1);
 }
 
 TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine) {
-  std::string ids = "enum { A = 1, B", crowd;
+  std::string ids = "enum { A = 1", crowd;
   for (int i = 0; i < 10002; ++i) {
     ids += ", P" + std::to_string(i);
-    crowd += "BOOL P" + std::to_string(i) + " { }";
+    crowd += "GROUP P" + std::to_string(i) + " { }";
   }
   const std::pair<std::string, std::string> rows[] = {
       {"INCLUDE VPnone;", ":2: 'VPnone': no description of this name"},
       {"COLOR A { }", ":2: 'COLOR': this host does not model"},
-      {"LONG { }", ":2: 'LONG': it needs an ID"},
-      {"LONG Z { }", ":2: 'Z': the header"},
-      {"LONG A { }\nBOOL A { } LONG A { }", ":3: 'A': another parameter"},
-      {"LONG A { BOOL B { } }", "only a GROUP has members"},
-      {"LONG A { UNIT PERCENT; }", "'UNIT': this host does not model"},
-      {"LONG A { ANIM SOMETIMES; }", "'ANIM': this host does not model"},
-      {"LONG A { MIN \"x\"; }", "'x': the header"},
-      {"LONG A { MIN 9999999999; }", "expected a whole number of 32 bits"},
-      {"REAL A { MIN 1.5.5; }", "'1.5.5': expected a number"},
-      {"STRING A { DEFAULT 5; }", "a parameter of this type has no such value"},
-      {"MIN 5;", "'MIN': this host does not model"},
+      {"GROUP { }", ":2: expected the group's ID"},
+      {"GROUP Z { }", ":2: 'Z': the header"},
+      {"GROUP A {\nLONG P1 { MIN 5; } }", ":3: 'LONG': this host does not model"},
+      {"GROUP A {\nHIDDEN; }", ":3: 'HIDDEN': this host does not model"},
+      {"GROUP A { INCLUDE VPbase; }", "'INCLUDE': this host does not model"},
+      {"DEFAULT 1;", "'DEFAULT': this host does not model"},
       {crowd, "at most 10000 parameters"},
   };
   Console console;

@@ -3,15 +3,16 @@
 
 #include <functional>
 #include <random>
+#include <set>
 
 #include "refusal.h"
 #include "resource/resource_folder.h"
-#include "resource/string_table.h"
 #include "temporary_folder.h"
 
 namespace quillmere::host::resource {
 namespace {
 
+namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Pair;
@@ -30,7 +31,7 @@ void description(const std::filesystem::path& file) {
 }
 
 std::string damageOf(const Reader& reader, const std::filesystem::path& file) {
-  return refusalOf<Damage>([&] { reader(file); });
+  return refusalOf<Error>([&] { reader(file); });
 }
 
 TEST(EnumHeader, GivesExplicitAndImplicitValues) {
@@ -79,9 +80,8 @@ TEST(DamagedResource, IsNamedWithItsLine) {
       {table, "STRINGTABLE { A \"x\"; A \"y\"; }", "has a text already"},
       {table, "STRINGTABLE { A \"x\"; } more", "expected nothing behind the table"},
       {description, "CONTAINER D { GROUP G {", "but the file ends"},
-      {description, "CONTAINER D {\n LONG A { MIN 1 } }", ":2: expected ';'"},
+      {description, "CONTAINER D {\n GROUP A { DEFAULT 1 } }", ":2: expected ';'"},
       {description, "CONTAINER D { INCLUDE; }", "expected one name"},
-      {description, "CONTAINER D { LONG A { CYCLE { X Y; } } }", "expected ';', found 'Y'"},
       {description, deep, ":35: groups may lie in each other 32 levels deep"},
   };
   const TemporaryFolder folder;
@@ -94,14 +94,14 @@ TEST(DamagedResource, IsNamedWithItsLine) {
   }
   for (const Reader& reader : {Reader(header), Reader(table), Reader(description)}) {
     EXPECT_THAT(damageOf(reader, folder / "none"), HasSubstr("there is no such file"));
-    EXPECT_THAT(damageOf(reader, folder.path()), HasSubstr("there is no such file"));
+    EXPECT_THAT(damageOf(reader, folder.path()), HasSubstr(": it is not a regular file"));
   }
 }
 
-// Whatever stands in a file, reading it ends in a result or in Damage that names the file.
+// Whatever stands in a file, reading it ends in a result or in an Error that names the file.
 TEST(DamagedResource, RandomPiecesNeverDoMore) {
   const std::vector<std::string> pieces = {
-      "CONTAINER", "STRINGTABLE", "enum", "{",       "}", "{",  "}",  ";",  "=",  ",", "A",  "GROUP", "CYCLE",
+      "CONTAINER", "STRINGTABLE", "enum", "{",       "}", "{",  "}",  ";",  "=",  ",", "A",  "GROUP", "COLUMNS",
       "\"t\"",     "\"",          "\\",   "INCLUDE", "1", "-1", "/*", "*/", "//", "#", "\n", "\xFF"};
   std::mt19937 random(20250);
   const TemporaryFolder folder;
@@ -115,6 +115,44 @@ TEST(DamagedResource, RandomPiecesNeverDoMore) {
     const std::string damage = damageOf(readers[round % 3], file);
     EXPECT_THAT(damage, testing::AnyOf("", HasSubstr(file.string())));
   }
+}
+
+TEST(ResourceLanguage, EachTextThatALanguageLacksIsTheEnglishOne) {
+  const TemporaryFolder folder;
+  folder.write("c4d_symbols.h", "enum { A, B };");
+  folder.write("strings_en-US/c4d_strings.str", "STRINGTABLE { A \"a\"; B \"b\"; }");
+  folder.write("strings_de-DE/c4d_strings.str", "STRINGTABLE { B \"B\"; }");
+  const ResourceFolder german(folder.path(), "de-DE");
+  EXPECT_THAT(german.texts(), ElementsAre(Pair(0, "a"), Pair(1, "B")));
+  EXPECT_THROW(german.description("../description/A"), Error) << "a name that leads out of the folder";
+}
+
+// Every table below a language's folder with the symbols it has a text for.
+std::map<fs::path, std::set<std::string>> tablesOf(const fs::path& language) {
+  std::map<fs::path, std::set<std::string>> tables;
+  for (const auto& entry : fs::recursive_directory_iterator(language)) {
+    if (!entry.is_regular_file()) continue;
+    auto& symbols = tables[entry.path().lexically_relative(language)];
+    for (const auto& [symbol, text] : readStringTable(entry.path())) {
+      EXPECT_FALSE(text.empty()) << entry.path() << " " << symbol;
+      symbols.insert(symbol);
+    }
+  }
+  return tables;
+}
+
+TEST(ResourceLanguage, TheProductsLanguagesHaveTheSameTexts) {
+  const fs::path folder = QM_RES_FOLDER;
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    const std::string name = entry.path().filename().string();
+    if (name.rfind("strings_", 0) != 0) continue;
+    SCOPED_TRACE(name);
+    EXPECT_EQ(tablesOf(entry.path()), tablesOf(folder / "strings_en-US"));
+    const ResourceFolder read(folder, name.substr(8));
+    names.insert(read.texts().at(10000) + "/" + read.description("VPquillmere").labels.at("VPquillmere"));
+  }
+  EXPECT_THAT(names, ElementsAre("Quillmere Renderer/Quillmere Renderer", "Quillmere-Renderer/Quillmere-Renderer"));
 }
 
 }  // namespace

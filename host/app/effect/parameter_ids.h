@@ -14,7 +14,7 @@ struct NamedParameter {
   std::string name;
 };
 
-// All of them, in the order of their IDs, as the plug-in's own header has them. Throws host::resource::Damage.
+// All of them, in the order of their IDs, as the plug-in's own header has them. Throws Error.
 std::vector<NamedParameter> namedParameters(const PluginFolder& plugin);
 
 }  // namespace quillmere::app

@@ -1,15 +1,15 @@
-#include "application.h"
+#include "api/application.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
-#include <vector>
 
 #ifdef __GLIBC__
 #include <malloc.h>
 #endif
 
-#include "core/running.h"
+#include "core/application_state.h"
+#include "framework/module_registration.h"
 #include "module/module_file.h"
 #include "resource/resource_folder.h"
 
@@ -18,44 +18,49 @@ namespace quillmere::host {
 namespace fs = std::filesystem;
 
 struct Application::Parts {
-  Running running;
+  ApplicationState state;
   std::vector<std::unique_ptr<ModuleFile>> modules;
 };
 
 namespace {
 
 // While this lives, what is registered belongs to the module at `file`; unless kept, it is taken back in the end.
-class Loading {
+class RegistrationScope {
  public:
-  Loading(Running& running, fs::path file) : running_(running) {
-    running_.loading = std::move(file);
-    running_.refusal.clear();
+  RegistrationScope(ApplicationState& state, fs::path file) : state_(state) {
+    state_.loading = std::move(file);
+    state_.refusal.clear();
   }
-  ~Loading() {
-    const fs::path file = std::exchange(running_.loading, {});
-    if (!kept_) running_.registry.removeModule(file.string());
+  ~RegistrationScope() {
+    const fs::path file = std::exchange(state_.loading, {});
+    if (!kept_) state_.registry.removeModule(file.string());
   }
-  Loading(const Loading&) = delete;
-  Loading& operator=(const Loading&) = delete;
+  RegistrationScope(const RegistrationScope&) = delete;
+  RegistrationScope& operator=(const RegistrationScope&) = delete;
   void keep() { kept_ = true; }
 
  private:
-  Running& running_;
+  ApplicationState& state_;
   bool kept_ = false;
 };
 
-[[noreturn]] void refused(const ModuleFile& module, const std::string& what, const Running& running) {
-  const std::string reason = running.refusal.empty() ? "it gives no reason" : running.refusal;
-  throw Error("module '" + module.path().string() + "' " + what + ": " + reason +
-              "; install the module anew together with its res/");
+[[noreturn]] void refused(const ModuleFile& module, const std::string& what, const std::string& reason) {
+  throw Error("module '" + module.path().string() + "' " + what + ": " +
+              (reason.empty() ? "it gives no reason" : reason) + "; install the module anew together with its res/");
 }
 
-void start(ModuleFile& module, const Running& running) {
+void start(ModuleFile& module, const std::string& refusal) {
   cinema::Int32 priority = 0;  // of no meaning while modules are opened one by one
   module.initSystem();
   module.message(cinema::C4DMSG_PRIORITY, &priority);
-  if (!module.message(cinema::C4DPL_INIT_SYS, nullptr)) refused(module, "can't initialise", running);
-  if (!module.start()) refused(module, "can't start", running);
+  if (!module.message(cinema::C4DPL_INIT_SYS, nullptr)) refused(module, "can't initialise", refusal);
+  if (!module.start()) refused(module, "can't start", refusal);
+}
+
+std::vector<std::string> listOf(const char* const* names) {
+  std::vector<std::string> list;
+  for (; *names; ++names) list.emplace_back(*names);
+  return list;
 }
 
 // Frames of one size follow each other: what the pictures of one took is kept for those of the next, since getting it
@@ -72,21 +77,21 @@ void keepFreedMemory() {
 Application::Application(const fs::path& writeDirectory, Events& events, std::string language)
     : parts_(
           new Parts{{fs::absolute(writeDirectory).lexically_normal(), events, std::move(language), {}, {}, {}}, {}}) {
-  if (running()) throw Error("cannot open a second application: this process has one; end it first");
-  if (!resource::isLanguage(parts_->running.language)) {
-    throw Error("cannot use the language '" + parts_->running.language + "': write it like en-US");
+  if (applicationState()) throw Error("cannot open a second application: this process has one; end it first");
+  if (!resource::isLanguage(parts_->state.language)) {
+    throw Error("cannot use the language '" + parts_->state.language + "': write it like en-US");
   }
-  setRunning(&parts_->running);
+  setApplicationState(&parts_->state);
   keepFreedMemory();
 }
 
 // Modules end in the reverse order, and while the host still answers them.
 Application::~Application() {
   while (!parts_->modules.empty()) {
-    parts_->running.registry.removeModule(parts_->modules.back()->path().string());
+    parts_->state.registry.removeModule(parts_->modules.back()->path().string());
     parts_->modules.pop_back();
   }
-  setRunning(nullptr);
+  setApplicationState(nullptr);
 }
 
 void Application::loadPlugin(const fs::path& folder) {
@@ -96,10 +101,10 @@ void Application::loadPlugin(const fs::path& folder) {
     return fs::equivalent(module->path(), file, failed);
   });
   if (present) throw Error("cannot load module '" + file.string() + "': it is loaded already");
-  Loading loading(parts_->running, file);
+  RegistrationScope registrations(parts_->state, file);
   auto module = std::make_unique<ModuleFile>(file);
-  start(*module, parts_->running);
-  loading.keep();
+  start(*module, parts_->state.refusal);
+  registrations.keep();
   parts_->modules.push_back(std::move(module));
 }
 
@@ -114,6 +119,17 @@ fs::path userDataDirectory() {
   if (hasHome) return fs::path(home) / ".local" / "share";
 #endif
   throw Error("cannot tell where your data belongs: HOME is not set; set it or name a folder to write to");
+}
+
+std::optional<Registration> registrationOf(const std::filesystem::path& folder) {
+  const ModuleFile module(ModuleFile::in(folder));
+  const auto* const declared =
+      static_cast<const QuillmereHostRegistration*>(module.find("quillmere_host_registration"));
+  if (!declared) return {};
+  Registration registration{declared->identifier, listOf(declared->units), {}, listOf(declared->frameworks)};
+  for (const auto* entity = declared->entities; entity->name; ++entity)
+    registration.entities.emplace_back(entity->name, entity->unit);
+  return registration;
 }
 
 }  // namespace quillmere::host

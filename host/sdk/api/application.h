@@ -1,28 +1,16 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "base/error.h"
-#include "c4d.h"
-#include "image/image.h"
+#include "core/events.h"
 
-// The doors through which a program drives the stand-alone host. Modules see only the host's API in ../include.
 namespace quillmere::host {
-
-// What the host is told while it works, in the order in which it is told. Called on the thread that renders.
-class QM_HOST_API Events {
- public:
-  virtual ~Events() = default;
-  virtual void statusText(const std::string& /*utf8*/) {}
-  virtual void statusSpin(bool /*on*/) {}
-  virtual void statusBar(double /*fraction, 0 to 1*/) {}
-  virtual void console(const std::string& /*utf8 line*/) {}
-  virtual void command(int /*id*/, int /*subid*/) {}
-  virtual void pictureViewer(const image::Image& /*shown*/) {}
-};
 
 // The application side of the process: plug-in registry, modules, write directory. One may exist at a time; the host
 // API's free functions act on it, and without one they answer as an application without plug-ins would.
@@ -44,6 +32,18 @@ class QM_HOST_API Application {
   struct Parts;
   std::unique_ptr<Parts> parts_;
 };
+
+// What a module declares of itself, in its order.
+struct Registration {
+  std::string identifier;  // reversed domain
+  std::vector<std::string> units;
+  std::vector<std::pair<std::string, std::string>> entities;  // name, and the unit it is registered under
+  std::vector<std::string> frameworks;                        // those of the host that it uses
+};
+
+// Reads it from the one module in the plug-in's folder, which is opened for that but not started. Nothing for a module
+// without such a declaration. Throws Error when the module can't be opened.
+QM_HOST_API std::optional<Registration> registrationOf(const std::filesystem::path& folder);
 
 // The data folder of the user who runs this: $XDG_DATA_HOME or ~/.local/share, on macOS ~/Library/Application Support.
 // Throws Error when there is no home to put it in.

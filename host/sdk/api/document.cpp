@@ -1,12 +1,12 @@
-#include "document.h"
+#include "api/document.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "core/running.h"
-#include "document/document_parts.h"
-#include "drendersettings.h"
+#include "core/application_state.h"
 #include "core/text.h"
+#include "document/base_document.h"
+#include "drendersettings.h"
 
 namespace quillmere::host {
 
@@ -14,16 +14,8 @@ using cinema::HostSide;
 
 namespace {
 
-std::shared_ptr<const scene::Scene> loaded(const std::filesystem::path& file) {
-  try {
-    return scene::load(file);
-  } catch (const Error& error) {
-    throw Error(error.what());
-  }
-}
-
-const cinema::HostSide<cinema::BasePlugin>::Parts& registered(int id) {
-  Running* application = running();
+const HostSide<cinema::BasePlugin>::Parts& registered(int id) {
+  const ApplicationState* application = applicationState();
   const cinema::BasePlugin* plugin =
       application ? application->registry.find(id, cinema::PLUGINTYPE::VIDEOPOST) : nullptr;
   if (plugin == nullptr)
@@ -54,7 +46,7 @@ Document::Parts::Parts(std::shared_ptr<const scene::Scene> scene)
   }
 }
 
-Document::Document(const std::filesystem::path& scene) : parts_(std::make_unique<Parts>(loaded(scene))) {
+Document::Document(const std::filesystem::path& scene) : parts_(std::make_unique<Parts>(scene::load(scene))) {
   const std::filesystem::path file = std::filesystem::absolute(scene).lexically_normal();
   parts_->document().name = filenameOf(file.filename());
   parts_->document().folder = filenameOf(file.parent_path());

@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "application.h"
+#include "api/application.h"
+#include "c4d.h"
 #include "scene/scene.h"
 
 namespace quillmere::host {

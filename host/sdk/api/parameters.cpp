@@ -1,8 +1,7 @@
-#include "parameters.h"
+#include "api/parameters.h"
 
-#include "application.h"
+#include "base/error.h"
 #include "core/atom.h"
-#include "core/description.h"
 #include "core/text.h"
 
 namespace quillmere::host {
@@ -22,7 +21,7 @@ void appendMembers(const std::vector<DescriptionEntry>& all, const DescID& group
     if (shown[i] || all[i].group != group) continue;
     shown[i] = true;
     ordered.push_back(all[i]);
-    if (all[i].id[all[i].id.GetDepth() - 1].dtype == DTYPE_GROUP) appendMembers(all, all[i].id, shown, ordered);
+    if (all[i].isGroup()) appendMembers(all, all[i].id, shown, ordered);
   }
 }
 

@@ -3,17 +3,10 @@
 #include <optional>
 #include <vector>
 
-#include "c4d.h"
+#include "core/description.h"
 
 // A node's parameters as an application's panel reads, shows and writes them.
 namespace quillmere::host {
-
-// One parameter, or group, of a description.
-struct DescriptionEntry {
-  cinema::DescID id;
-  cinema::BaseContainer properties;  // DESC_
-  cinema::DescID group;              // where it stands; empty at the top
-};
 
 // What the node shows at this moment, in a panel's order: each group is followed by its members. Throws Error when the
 // node gives no description.

@@ -13,6 +13,18 @@ struct LinkAnchor {
   C4DAtom* atom = nullptr;  // null once the object is gone
 };
 
+struct BaseLink::Parts {
+  std::weak_ptr<LinkAnchor> anchor;
+};
+
+template <>
+struct HostSide<BaseLink> {
+  static BaseLink* copy(const BaseLink& link) { return new BaseLink(link); }
+  static BaseLink* to(const C4DAtomGoal* target);
+  static void end(BaseLink* link) { delete link; }
+  static bool sameTarget(const BaseLink& a, const BaseLink& b);
+};
+
 // Ends a module's object in the module.
 struct EndNodeData {
   void operator()(NodeData* data) const { data->Destructor(); }

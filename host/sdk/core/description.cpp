@@ -1,16 +1,13 @@
 #include "core/description.h"
 
 #include <algorithm>
+#include <array>
 
-#include "core/running.h"
 #include "core/substitutes.h"
-#include "core/text.h"
 
 namespace cinema {
 
 using quillmere::host::DescriptionEntry;
-using quillmere::host::RegisteredDescription;
-using quillmere::host::running;
 
 Description::Description() : parts_(new Parts) {}
 Description::~Description() {
@@ -28,14 +25,6 @@ void Description::Free(Description*& description) {
 
 namespace {
 
-template <class Name>
-Bool load(std::vector<DescriptionEntry>& entries, const Name& name) {
-  entries.clear();
-  const RegisteredDescription* found = running() ? running()->registry.description(name) : nullptr;
-  if (found) entries = found->entries;
-  return found != nullptr;
-}
-
 template <class Entries>
 auto* find(Entries& entries, const DescID& id) {
   const auto found =
@@ -43,26 +32,12 @@ auto* find(Entries& entries, const DescID& id) {
   return found == entries.end() ? nullptr : &*found;
 }
 
-bool isGroup(const DescriptionEntry& entry) {
-  return entry.id[entry.id.GetDepth() - 1].dtype == DTYPE_GROUP;
-}
-
-}  // namespace
-
-Bool Description::LoadDescription(const String& id) {
-  return load(parts_->entries, quillmere::host::toUtf8(id));
-}
-Bool Description::LoadDescription(Int32 id) {
-  return load(parts_->entries, id);
-}
-
-bool HostSide<Description>::setParameter(Description& description, const DescID& id, const BaseContainer& properties,
-                                         const DescID& group) {
-  std::vector<DescriptionEntry>& entries = description.parts_->entries;
+bool setParameter(Description& description, const DescID& id, const BaseContainer& properties, const DescID& group) {
+  std::vector<DescriptionEntry>& entries = HostSide<Description>::entries(description);
   if (!id.IsPopulated() || id == group) return false;
   if (group.IsPopulated()) {
     const DescriptionEntry* holder = find(entries, group);
-    if (!holder || !isGroup(*holder)) return false;
+    if (!holder || !holder->isGroup()) return false;
   }
   if (DescriptionEntry* present = find(entries, id)) {
     present->properties = properties;
@@ -72,6 +47,10 @@ bool HostSide<Description>::setParameter(Description& description, const DescID&
   }
   return true;
 }
+
+[[maybe_unused]] const bool inTable = (quillmere::host::operations().describeParameter = setParameter, true);
+
+}  // namespace
 
 Bool Description::SetParameter(const DescID& id, const BaseContainer& param, const DescID& groupid) {
   return quillmere::host::operations().describeParameter(*this, id, param, groupid);
@@ -89,6 +68,31 @@ BaseContainer* Description::GetParameterI(const DescID& id, AtomArray*) {
 
 const DescID* Description::GetSingleDescID() {
   return nullptr;
+}
+
+namespace {
+
+struct DataType {
+  Int32 type;
+  Int32 animate;
+};
+
+constexpr std::array kKnown = {
+    DataType{DTYPE_GROUP, DESC_ANIMATE_OFF},      DataType{DTYPE_BUTTON, DESC_ANIMATE_OFF},
+    DataType{DTYPE_STATICTEXT, DESC_ANIMATE_OFF}, DataType{DTYPE_LONG, DESC_ANIMATE_ON},
+    DataType{DTYPE_REAL, DESC_ANIMATE_ON},        DataType{DTYPE_STRING, DESC_ANIMATE_ON},
+    DataType{DTYPE_FILENAME, DESC_ANIMATE_ON},    DataType{DTYPE_BASELISTLINK, DESC_ANIMATE_ON},
+    DataType{DTYPE_BOOL, DESC_ANIMATE_ON},
+};
+
+}  // namespace
+
+// The data type's own gui isn't named: a panel shows it wherever DESC_CUSTOMGUI is absent.
+BaseContainer GetCustomDataTypeDefault(Int32 type) {
+  BaseContainer properties(type);
+  const auto known = std::find_if(kKnown.begin(), kKnown.end(), [&](const DataType& one) { return one.type == type; });
+  if (known != kKnown.end()) properties.SetInt32(DESC_ANIMATE, known->animate);
+  return properties;
 }
 
 }  // namespace cinema

@@ -2,7 +2,20 @@
 
 #include <vector>
 
-#include "core/registry.h"
+#include "c4d.h"
+
+namespace quillmere::host {
+
+// One parameter, or group, of a description.
+struct DescriptionEntry {
+  cinema::DescID id;
+  cinema::BaseContainer properties;  // DESC_
+  cinema::DescID group;              // where it stands; empty at the top
+
+  bool isGroup() const { return id[id.GetDepth() - 1].dtype == cinema::DTYPE_GROUP; }
+};
+
+}  // namespace quillmere::host
 
 namespace cinema {
 
@@ -12,11 +25,9 @@ struct Description::Parts {
 
 template <>
 struct HostSide<Description> {
-  static const std::vector<quillmere::host::DescriptionEntry>& entries(const Description& description) {
+  static std::vector<quillmere::host::DescriptionEntry>& entries(Description& description) {
     return description.parts_->entries;
   }
-  static bool setParameter(Description& description, const DescID& id, const BaseContainer& properties,
-                           const DescID& group);
 };
 
 }  // namespace cinema

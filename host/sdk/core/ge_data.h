@@ -4,7 +4,7 @@
 #include <optional>
 #include <variant>
 
-#include "core/alias_link.h"
+#include "core/atom.h"
 
 namespace cinema {
 

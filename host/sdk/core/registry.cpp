@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "core/base_description.h"
 #include "core/text.h"
+#include "vpbase.h"
 
 namespace cinema {
 
@@ -29,7 +29,11 @@ namespace quillmere::host {
 using PluginSide = cinema::HostSide<cinema::BasePlugin>;
 
 Registry::Registry() {
-  addDescription(kBaseDescriptionName, baseDescription());
+  using namespace cinema;
+  BaseContainer group = GetCustomDataTypeDefault(DTYPE_GROUP);
+  group.SetString(DESC_NAME, "Properties"_s);
+  const DescID id = DescID::Create(DescLevel(ID_VIDEOPOSTPROPERTIES, DTYPE_GROUP, 0));
+  addDescription("VPbase", {0, {{id, group, DescID()}}, {}});
 }
 
 bool Registry::add(PluginSide::Parts plugin) {

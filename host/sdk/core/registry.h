@@ -5,8 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "api/parameters.h"
-#include "c4d.h"
+#include "core/description.h"
 
 namespace cinema {
 
@@ -45,7 +44,8 @@ struct RegisteredDescription {
   std::string file;  // of the module that brought it
 };
 
-// What modules have registered.
+// What modules have registered, and "VPbase", which the host brings: the description that every effect includes, with
+// the group for the effect's own parameters.
 class Registry {
  public:
   Registry();

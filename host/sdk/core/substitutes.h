@@ -31,7 +31,8 @@ struct Operations {
       describeParameter;  // Description::SetParameter
 };
 
-// The table of this process. Not for use while another thread is inside the host.
+// The table of this process; what implements an operation has put it in when the host's library is loaded. Not for use
+// while another thread is inside the host.
 QM_HOST_API Operations& operations();
 
 // Puts `replacement` into one slot of operations(), or of a table the API shows (C4DOS_Br->GetViewPortBitmap, which may

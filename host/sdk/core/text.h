@@ -6,6 +6,20 @@
 
 #include "c4d.h"
 
+struct maxon::String::Parts {
+  std::u32string points;  // never empty
+};
+
+namespace cinema {
+
+template <>
+struct HostSide<maxon::String> {
+  static const std::u32string& points(const maxon::String& text);
+  static maxon::String make(std::u32string points);
+};
+
+}  // namespace cinema
+
 // The host API's texts and file names as those of the standard library.
 namespace quillmere::host {
 

@@ -1,9 +1,69 @@
-#include "base_document.h"
+#include "document/base_document.h"
 
-#include "bitmap.h"
+#include <algorithm>
+#include <utility>
+
 #include "core/substitutes.h"
-#include "drawing.h"
+#include "core/text.h"
+#include "dbasedraw.h"
 #include "drendersettings.h"
+
+namespace quillmere::host {
+
+using cinema::HostSide;
+
+namespace {
+
+constexpr int kWidth = 1024, kHeight = 576;  // until somebody says otherwise
+
+}  // namespace
+
+ViewParts::ViewParts() : Parts(kNoType) {
+  container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
+  container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYINACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
+}
+
+RenderSettingsParts::RenderSettingsParts() : Parts(kNoType) {
+  container.SetInt32(cinema::RDATA_XRES, kWidth);
+  container.SetInt32(cinema::RDATA_YRES, kHeight);
+  container.SetInt32(cinema::RDATA_RENDERENGINE, cinema::RDATA_RENDERENGINE_STANDARD);
+}
+
+DocumentParts::DocumentParts(std::shared_ptr<const scene::Scene> shown) : Parts(kNoType), scene(std::move(shown)) {}
+
+DocumentParts::~DocumentParts() = default;
+
+void DocumentParts::furnish(cinema::BaseDocument& api) {
+  const auto standing = [&](auto parts) {
+    parts->document = &api;
+    return parts;
+  };
+  renderData = HostSide<cinema::RenderData>::make(standing(std::make_unique<RenderSettingsParts>()));
+  auto viewParts = standing(std::make_unique<ViewParts>());
+  for (const scene::CameraInfo& info : scene->cameras()) {
+    auto camera = standing(std::make_unique<CameraParts>(cameras.size()));
+    camera->name = fromUtf8(info.name);
+    cameras.push_back(HostSide<cinema::BaseObject>::make(std::move(camera)));
+  }
+  if (!cameras.empty()) viewParts->camera = cameras.front().get();
+  view = HostSide<cinema::BaseDraw>::make(std::move(viewParts));
+}
+
+DocumentParts& partsOf(const cinema::BaseDocument& document) {
+  return static_cast<DocumentParts&>(HostSide<cinema::C4DAtom>::parts(document));
+}
+
+ViewParts& partsOf(const cinema::BaseDraw& view) {
+  return static_cast<ViewParts&>(HostSide<cinema::C4DAtom>::parts(view));
+}
+
+const CameraParts* cameraOf(const DocumentParts& document, const cinema::BaseObject* object) {
+  const auto own = std::find_if(document.cameras.begin(), document.cameras.end(),
+                                [&](const auto& owner) { return owner.get() == object; });
+  return own == document.cameras.end() ? nullptr : &static_cast<CameraParts&>(HostSide<cinema::C4DAtom>::parts(**own));
+}
+
+}  // namespace quillmere::host
 
 namespace cinema {
 
@@ -11,39 +71,28 @@ using quillmere::host::cameraOf;
 using quillmere::host::operations;
 using quillmere::host::partsOf;
 
-RenderData* DocumentOperations::activeRenderData(BaseDocument& document) {
-  return partsOf(document).renderData.get();
-}
+namespace {
 
-BaseDraw* DocumentOperations::view(BaseDocument& document) {
+BaseDraw* viewOf(BaseDocument& document) {
   return partsOf(document).view.get();
 }
 
-bool DocumentOperations::lookThrough(BaseDocument& document, BaseObject* camera) {
+bool lookThrough(BaseDocument& document, BaseObject* camera) {
   BaseDraw* view = document.GetActiveBaseDraw();
   if (!view || (camera && !cameraOf(partsOf(document), camera))) return false;
   view->SetSceneCamera(camera);
   return true;
 }
 
-// Draws the document in place: drawing changes nothing of it, so a clone would show the same. No effect takes part.
-RENDERRESULT DocumentOperations::render(BaseDocument& document, const BaseContainer& settings, BaseBitmap* bitmap,
-                                        RENDERFLAGS, BaseThread* thread) {
-  const Int32 width = settings.GetInt32(RDATA_XRES), height = settings.GetInt32(RDATA_YRES);
-  if (!bitmap || width < 1 || height < 1 || bitmap->GetBw() != width || bitmap->GetBh() != height) {
-    quillmere::host::reportUndrawn("the bitmap has not the size of the render settings, " + std::to_string(width) +
-                                   " x " + std::to_string(height) + ": initialise it with that");
-    return RENDERRESULT::FAILED;
-  }
-  // Who passes no thread still wants to be stopped together with the frame that is being rendered.
-  const auto stop = [&] {
-    const quillmere::host::BreakTest& frames = partsOf(document).userBreak;
-    return (thread && thread->TestBreak()) || (frames && frames());
-  };
-  const auto drawn = drawFinal(partsOf(document), document.GetSceneCamera(), width, height, {}, stop);
-  if (drawn.result != RENDERRESULT::OK) return drawn.result;
-  return HostSide<BaseBitmap>::show(*bitmap, drawn.picture) ? RENDERRESULT::OK : RENDERRESULT::OUTOFMEMORY;
-}
+[[maybe_unused]] const bool inTable = [] {
+  operations().activeRenderData = [](BaseDocument& document) { return partsOf(document).renderData.get(); };
+  operations().renderView = viewOf;
+  operations().activeView = viewOf;
+  operations().lookThrough = lookThrough;
+  return true;
+}();
+
+}  // namespace
 
 RenderData* BaseDocument::GetActiveRenderData() {
   return operations().activeRenderData(*this);
@@ -81,13 +130,18 @@ BaseDraw* BaseDocument::GetActiveBaseDraw() const {
   return operations().activeView(const_cast<BaseDocument&>(*this));
 }
 
-RENDERRESULT RenderDocument(BaseDocument* doc, const BaseContainer& rdata, ProgressHook* prog, void* private_data,
-                            BaseBitmap* bmp, RENDERFLAGS renderflags, BaseThread* th, WriteProgressHook*, void*) {
-  if (!doc) return RENDERRESULT::FAILED;
-  if (prog) prog(0.0, RENDERPROGRESSTYPE::BEFORERENDERING, private_data);
-  const RENDERRESULT result = operations().renderDocument(*doc, rdata, bmp, renderflags, th);
-  if (prog) prog(1.0, RENDERPROGRESSTYPE::AFTERRENDERING, private_data);
-  return result;
+BaseObject* BaseDraw::GetSceneCamera(BaseDocument* doc) const {
+  return doc && GetDocument() == doc ? partsOf(*this).camera : nullptr;
+}
+
+const BaseObject* BaseDraw::GetSceneCamera(const BaseDocument* doc) const {
+  return GetSceneCamera(const_cast<BaseDocument*>(doc));
+}
+
+// An object that is no camera of the document changes nothing: a view can't look through it.
+void BaseDraw::SetSceneCamera(BaseObject* op, Bool) {
+  if (op && !cameraOf(partsOf(*GetDocument()), op)) return;
+  partsOf(*this).camera = op;
 }
 
 }  // namespace cinema

@@ -1,10 +1,11 @@
-#include "bitmap.h"
+#include "document/bitmap.h"
 
-#include <filesystem>
-#include <fstream>
+#include <unistd.h>
+
 #include <new>
 #include <utility>
 
+#include "core/application_state.h"
 #include "core/substitutes.h"
 #include "core/text.h"
 #include "image/file_formats.h"
@@ -14,10 +15,6 @@ namespace cinema {
 using quillmere::host::operations;
 using quillmere::host::PixelStore;
 namespace image = quillmere::image;
-
-struct BaseBitmap::Parts {
-  PixelStore pixels;
-};
 
 namespace {
 
@@ -48,10 +45,6 @@ BaseBitmap* HostSide<BaseBitmap>::make() {
   }
 }
 
-const PixelStore& HostSide<BaseBitmap>::pixels(const BaseBitmap& bitmap) {
-  return bitmap.parts_->pixels;
-}
-
 template <class Step>
 IMAGERESULT HostSide<BaseBitmap>::change(BaseBitmap& bitmap, IMAGERESULT otherwise, Step&& step) {
   PixelStore& pixels = bitmap.parts_->pixels;
@@ -61,8 +54,18 @@ IMAGERESULT HostSide<BaseBitmap>::change(BaseBitmap& bitmap, IMAGERESULT otherwi
   return result;
 }
 
-IMAGERESULT HostSide<BaseBitmap>::init(BaseBitmap& bitmap, Int32 width, Int32 height, Int32 depth) {
-  return change(bitmap, IMAGERESULT::PARAM_ERROR, [&](PixelStore& pixels) {
+bool HostSide<BaseBitmap>::show(BaseBitmap& bitmap, image::Image picture) {
+  return change(bitmap, IMAGERESULT::MISC_ERROR, [&](PixelStore& pixels) {
+           return pixels.replace(std::move(picture)) ? IMAGERESULT::OK : IMAGERESULT::PARAM_ERROR;
+         }) == IMAGERESULT::OK;
+}
+
+namespace {
+
+using Side = HostSide<BaseBitmap>;
+
+IMAGERESULT init(BaseBitmap& bitmap, Int32 width, Int32 height, Int32 depth) {
+  return Side::change(bitmap, IMAGERESULT::PARAM_ERROR, [&](PixelStore& pixels) {
     pixels = PixelStore();
     if (!PixelStore::depthIsModelled(depth)) return IMAGERESULT::PARAM_ERROR;
     pixels = PixelStore(width, height, depth);
@@ -70,35 +73,40 @@ IMAGERESULT HostSide<BaseBitmap>::init(BaseBitmap& bitmap, Int32 width, Int32 he
   });
 }
 
-IMAGERESULT HostSide<BaseBitmap>::load(BaseBitmap& bitmap, const Filename& name) {
-  return change(bitmap, IMAGERESULT::FILESTRUCTURE, [&](PixelStore& pixels) {
+IMAGERESULT load(BaseBitmap& bitmap, const Filename& name) {
+  return Side::change(bitmap, IMAGERESULT::FILESTRUCTURE, [&](PixelStore& pixels) {
     pixels = PixelStore();
     const std::filesystem::path file = quillmere::host::pathOf(name);
     std::error_code unknown;
     if (!std::filesystem::is_regular_file(file, unknown)) return IMAGERESULT::NOTEXISTING;
-    if (!std::ifstream(file, std::ios::binary)) return IMAGERESULT::FILEERROR;
+    if (access(file.c_str(), R_OK) != 0) return IMAGERESULT::FILEERROR;
     pixels = PixelStore(image::read(file));
     return IMAGERESULT::OK;
   });
 }
 
-IMAGERESULT HostSide<BaseBitmap>::save(const BaseBitmap& bitmap, const Filename& name, Int32 format, SAVEBIT bits) {
+IMAGERESULT save(const BaseBitmap& bitmap, const Filename& name, Int32 format, SAVEBIT bits) {
   if (format != FILTER_PNG) return IMAGERESULT::WRONGTYPE;
   const bool alpha = (bits & SAVEBIT::ALPHA) != SAVEBIT::NONE;  // there is none to save
-  if (pixels(bitmap).width() == 0 || !name.IsPopulated() || alpha) return IMAGERESULT::PARAM_ERROR;
+  const PixelStore& pixels = Side::pixels(bitmap);
+  if (pixels.width() == 0 || !name.IsPopulated() || alpha) return IMAGERESULT::PARAM_ERROR;
   const bool deep = (bits & SAVEBIT::USE16BITCHANNELS) != SAVEBIT::NONE;
   return folded(IMAGERESULT::FILEERROR, [&] {
-    image::writePng(quillmere::host::pathOf(name), pixels(bitmap).pixels(),
+    image::writePng(quillmere::host::pathOf(name), pixels.pixels(),
                     deep ? image::PngDepth::As16Bit : image::PngDepth::As8Bit);
     return IMAGERESULT::OK;
   });
 }
 
-bool HostSide<BaseBitmap>::show(BaseBitmap& bitmap, image::Image picture) {
-  return change(bitmap, IMAGERESULT::MISC_ERROR, [&](PixelStore& pixels) {
-           return pixels.replace(std::move(picture)) ? IMAGERESULT::OK : IMAGERESULT::PARAM_ERROR;
-         }) == IMAGERESULT::OK;
-}
+[[maybe_unused]] const bool inTable = [] {
+  operations().makeBitmap = Side::make;
+  operations().initBitmap = init;
+  operations().loadBitmap = load;
+  operations().saveBitmap = save;
+  return true;
+}();
+
+}  // namespace
 
 BaseBitmap* BaseBitmap::Alloc() {
   return operations().makeBitmap();
@@ -152,6 +160,31 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dst, Int32 src_xmin, Int32 src_ymin, I
     parts_->pixels.stretch({src_xmin, src_ymin, src_xmax, src_ymax}, pixels, {dst_xmin, dst_ymin, dst_xmax, dst_ymax});
     return IMAGERESULT::OK;
   });
+}
+
+namespace {
+
+Bool show(const BaseBitmap* bm) {
+  const auto* application = quillmere::host::applicationState();
+  if (!application || !bm || bm->GetBw() == 0) return false;
+  application->events.pictureViewer(Side::pixels(*bm).pixels());
+  return true;
+}
+
+}  // namespace
+
+Bool ShowBitmap(BaseBitmap* bm) {
+  return show(bm);
+}
+
+// This host's viewer has no title to put the name into.
+Bool ShowBitmap(BaseBitmap* bm, const String&) {
+  return show(bm);
+}
+
+Bool ShowBitmap(const Filename& fn) {
+  const AutoAlloc<BaseBitmap> loaded;
+  return loaded.GetPointer() && loaded.GetPointer()->Init(fn) == IMAGERESULT::OK && show(loaded.GetPointer());
 }
 
 }  // namespace cinema

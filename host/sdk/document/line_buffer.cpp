@@ -1,4 +1,4 @@
-#include "line_buffer.h"
+#include "document/line_buffer.h"
 
 #include <algorithm>
 #include <type_traits>
@@ -74,10 +74,10 @@ bool LineBuffer::covers(int x, int y, int count) const {
 
 bool LineBuffer::ensure(int y) {
   if (present_[static_cast<std::size_t>(y)]) return true;
-  if (drawn_ != Drawn::NotYet) return false;
+  if (own_ != Own::Pending) return false;
   const image::Image drawn = drawing_();
-  drawn_ = drawn.width() == width() && drawn.height() == height() ? Drawn::Done : Drawn::Failed;
-  if (drawn_ == Drawn::Failed) return false;
+  own_ = drawn.width() == width() && drawn.height() == height() ? Own::Done : Own::Failed;
+  if (own_ == Own::Failed) return false;
   for (int line = 0; line < height(); ++line) {
     if (present_[static_cast<std::size_t>(line)]) continue;
     copyLine(drawn.row<float>(line), drawn.channels(), picture_.row<float>(line), components(), width());

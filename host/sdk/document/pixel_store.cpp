@@ -1,4 +1,4 @@
-#include "pixel_store.h"
+#include "document/pixel_store.h"
 
 #include <algorithm>
 #include <array>
@@ -55,21 +55,21 @@ std::uint16_t component(T sample) {
     return image::sampleAs<std::uint16_t>(sample);
 }
 
-struct Wanted {
+struct Destination {
   std::uint16_t *r, *g, *b;  // null for what nobody wants
 };
 
-void give(const Wanted& wanted, std::uint16_t r, std::uint16_t g, std::uint16_t b) {
-  if (wanted.r) *wanted.r = r;
-  if (wanted.g) *wanted.g = g;
-  if (wanted.b) *wanted.b = b;
+void give(const Destination& to, std::uint16_t r, std::uint16_t g, std::uint16_t b) {
+  if (to.r) *to.r = r;
+  if (to.g) *to.g = g;
+  if (to.b) *to.b = b;
 }
 
 template <class T>
-void readPixel(const image::Image& pixels, int x, int y, const Wanted& wanted) {
+void readPixel(const image::Image& pixels, int x, int y, const Destination& to) {
   const std::ptrdiff_t channels = pixels.channels(), colors = channels < 3 ? 0 : 1;
   const T* pixel = pixels.row<T>(y) + x * channels;
-  give(wanted, component(pixel[0]), component(pixel[colors]), component(pixel[2 * colors]));
+  give(to, component(pixel[0]), component(pixel[colors]), component(pixel[2 * colors]));
 }
 
 template <class T>
@@ -132,9 +132,9 @@ const std::uint8_t* PixelStore::colorBytes() const {
 }
 
 void PixelStore::read(int x, int y, std::uint16_t* r, std::uint16_t* g, std::uint16_t* b) const {
-  const Wanted wanted{r, g, b};
-  if (!inside(x, y)) return give(wanted, 0, 0, 0);
-  image::withSampleType(pixels_.sample(), [&]<class T>(T) { readPixel<T>(pixels_, x, y, wanted); });
+  const Destination to{r, g, b};
+  if (!inside(x, y)) return give(to, 0, 0, 0);
+  image::withSampleType(pixels_.sample(), [&]<class T>(T) { readPixel<T>(pixels_, x, y, to); });
 }
 
 bool PixelStore::set(int x, int y, int r, int g, int b) {

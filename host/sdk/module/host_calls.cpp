@@ -2,20 +2,23 @@
 
 #include <unordered_map>
 
-#include "core/running.h"
+#include "base/error.h"
+#include "core/application_state.h"
 #include "core/text.h"
 #include "module/description_loader.h"
 
-using quillmere::host::fromUtf8;
-using quillmere::host::running;
-using quillmere::host::toUtf8;
-
 namespace cinema {
+
+using quillmere::Error;
+using quillmere::host::ApplicationState;
+using quillmere::host::applicationState;
+using quillmere::host::fromUtf8;
+using quillmere::host::toUtf8;
 
 class LocalResource {
  public:
   explicit LocalResource(const Filename& folder)
-      : folder_(quillmere::host::pathOf(folder), running() ? running()->language : "en-US") {
+      : folder_(quillmere::host::pathOf(folder), applicationState() ? applicationState()->language : "en-US") {
     for (const auto& [id, text] : folder_.texts()) texts_.emplace(id, fromUtf8(text));
   }
 
@@ -34,23 +37,22 @@ namespace hostcall {
 
 namespace {
 
-void refuse(const std::string& reason) {
-  if (running()) running()->refusal = reason;
-}
-
-std::string loadingFile() {
-  return running()->loading.string();
+// What `work` returns. What it throws, or what it refuses with a reason, stays with the application for who opens the
+// module.
+template <class Work>
+auto told(Work&& work) -> decltype(work()) {
+  try {
+    return work();
+  } catch (const std::exception& refusal) {
+    if (applicationState()) applicationState()->refusal = refusal.what();
+    return {};
+  }
 }
 
 }  // namespace
 
 LocalResource* OpenResource(const Filename& folder) {
-  try {
-    return new LocalResource(folder);
-  } catch (const std::exception& failure) {
-    refuse(failure.what());
-    return nullptr;
-  }
+  return told([&] { return new LocalResource(folder); });
 }
 
 void CloseResource(LocalResource* resource) {
@@ -64,46 +66,36 @@ const String& ResourceText(const LocalResource* resource, Int32 id) {
 }
 
 Bool AddDescription(const LocalResource* resource, Int32 id, const maxon::String& name) {
-  const std::string key = toUtf8(name);
-  if (!running()) return false;
-  if (!resource) {
-    refuse("description '" + key + "' is asked for before the resources were read");
-    return false;
-  }
-  try {
-    auto& registry = running()->registry;
-    auto entries = quillmere::host::loadDescription(resource->folder().description(key), registry);
-    if (registry.addDescription(key, {id, std::move(entries), loadingFile()})) return true;
-    refuse("a description named '" + key + "' is registered already");
-  } catch (const std::exception& failure) {
-    refuse(failure.what());
-  }
-  return false;
+  ApplicationState* application = applicationState();
+  if (!application) return false;
+  return told([&] {
+    const std::string key = toUtf8(name);
+    if (!resource) throw Error("description '" + key + "' is asked for before the resources were read");
+    auto entries = quillmere::host::loadDescription(resource->folder().description(key), application->registry);
+    if (!application->registry.addDescription(key, {id, std::move(entries), application->loading.string()})) {
+      throw Error("a description named '" + key + "' is registered already");
+    }
+    return true;
+  });
 }
 
 Bool AddVideoPost(Int32 id, const maxon::String& name, Int32 info, DataAllocator* allocate,
                   const maxon::String& description, Int32 disklevel, Int32 priority) {
-  if (!running()) return false;
-  HostSide<BasePlugin>::Parts plugin{id,          PLUGINTYPE::VIDEOPOST,
-                                     name,        quillmere::host::filenameOf(running()->loading),
-                                     info,        allocate,
-                                     description, disklevel,
-                                     priority};
-  const std::string effect = "effect " + std::to_string(id);
-  if (!allocate) {
-    refuse(effect + " is registered without a way to make its nodes");
-  } else if (!running()->registry.add(std::move(plugin))) {
-    refuse(effect + " is registered already");
-  } else {
+  ApplicationState* application = applicationState();
+  if (!application) return false;
+  return told([&] {
+    const std::string effect = "effect " + std::to_string(id);
+    if (!allocate) throw Error(effect + " is registered without a way to make its nodes");
+    HostSide<BasePlugin>::Parts plugin{id,          PLUGINTYPE::VIDEOPOST,
+                                       name,        quillmere::host::filenameOf(application->loading),
+                                       info,        allocate,
+                                       description, disklevel,
+                                       priority};
+    if (!application->registry.add(std::move(plugin))) throw Error(effect + " is registered already");
     return true;
-  }
-  return false;
+  });
 }
 
 }  // namespace hostcall
-
-BasePlugin* FindPlugin(Int32 id, PLUGINTYPE type) {
-  return running() ? running()->registry.find(id, type) : nullptr;
-}
 
 }  // namespace cinema

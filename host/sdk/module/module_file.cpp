@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "api/application.h"
+#include "base/error.h"
 #include "core/text.h"
 
 namespace quillmere::host {

@@ -1,5 +1,7 @@
 #include "resource/description_resource.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 namespace quillmere::host::resource {
@@ -7,25 +9,7 @@ namespace quillmere::host::resource {
 namespace {
 
 constexpr int kDeepest = 32;
-
-bool isValue(const Token& token) {
-  return token.is(Token::Kind::Word) || token.is(Token::Kind::Number) || token.is(Token::Kind::Text);
-}
-
-bool hasList(const Token& name) {
-  return name.text == "CYCLE" || name.text == "ACCEPT" || name.text == "REFUSE";
-}
-
-// Behind "CYCLE {".
-std::vector<Token> readList(Scanner& scanner) {
-  std::vector<Token> values;
-  while (!scanner.acceptMark('}')) {
-    if (!isValue(scanner.peek())) scanner.damaged(scanner.peek(), "expected an entry of the list, or '}'");
-    values.push_back(scanner.next());
-    scanner.expectMark(';');
-  }
-  return values;
-}
+constexpr std::array<std::string_view, 5> kLooks = {"COLUMNS", "DEFAULT", "LAYOUTGROUP", "SCALE_H", "SCALE_V"};
 
 class Reader {
  public:
@@ -33,50 +17,39 @@ class Reader {
 
   DescriptionResource read() {
     if (!scanner_.peek().isWord("CONTAINER")) scanner_.damaged(scanner_.peek(), "expected CONTAINER");
-    result_.content.type = scanner_.next();
-    result_.content.symbol = scanner_.expect(Token::Kind::Word, "the description's name");
-    result_.name = result_.content.symbol.text;
+    scanner_.next();
+    result_.name = scanner_.expect(Token::Kind::Word, "the description's name");
     scanner_.expectMark('{');
-    readBlock(result_.content, 0);
+    readBlock(result_.groups, 0);
     if (!scanner_.peek().is(Token::Kind::End)) scanner_.damaged(scanner_.peek(), "expected nothing behind CONTAINER");
     return std::move(result_);
   }
 
  private:
   // Behind '{', up to and with '}'.
-  void readBlock(Element& element, int depth) {
+  void readBlock(std::vector<Group>& groups, int depth) {
     if (depth > kDeepest) scanner_.damaged(scanner_.peek(), "groups may lie in each other 32 levels deep");
-    while (!scanner_.acceptMark('}')) readItem(element, depth);
+    while (!scanner_.acceptMark('}')) readItem(groups, depth);
   }
 
-  void readItem(Element& element, int depth) {
-    const Token name = scanner_.expect(Token::Kind::Word, "a parameter, a property, or '}'");
-    if (scanner_.peek().isMark('{')) {
-      scanner_.next();
-      if (hasList(name)) {
-        element.properties.push_back({name, readList(scanner_)});
-      } else {
-        readBlock(element.members.emplace_back(Element{name, Token{}, {}, {}}), depth + 1);
-      }
-      return;
+  void readItem(std::vector<Group>& groups, int depth) {
+    const Token word = scanner_.expect(Token::Kind::Word, "a group, a property, or '}'");
+    if (word.isWord("GROUP")) {
+      Group& group = groups.emplace_back(Group{scanner_.expect(Token::Kind::Word, "the group's ID"), {}});
+      scanner_.expectMark('{');
+      return readBlock(group.members, depth + 1);
     }
-    std::vector<Token> values;
-    while (isValue(scanner_.peek())) values.push_back(scanner_.next());
-    if (values.size() == 1 && values[0].is(Token::Kind::Word) && scanner_.acceptMark('{')) {
-      readBlock(element.members.emplace_back(Element{name, values[0], {}, {}}), depth + 1);
-      return;
+    if (depth == 0 && (word.isWord("NAME") || word.isWord("INCLUDE"))) {
+      const Token name = scanner_.expect(Token::Kind::Word, "one name behind " + word.text);
+      if (word.isWord("INCLUDE")) result_.includes.push_back(name);
+    } else if (depth > 0 && std::find(kLooks.begin(), kLooks.end(), word.text) != kLooks.end()) {
+      while (scanner_.peek().is(Token::Kind::Word) || scanner_.peek().is(Token::Kind::Number)) scanner_.next();
+    } else {
+      throw damage(scanner_.file(), word.line,
+                   quoted(word) + ": this host does not model it in a description's file; " +
+                       "add parameters when the module is asked for its description");
     }
     scanner_.expectMark(';');
-    keep(element, {name, std::move(values)}, depth);
-  }
-
-  void keep(Element& element, Property property, int depth) {
-    if (depth > 0 || (property.name.text != "INCLUDE" && property.name.text != "NAME")) {
-      element.properties.push_back(std::move(property));
-      return;
-    }
-    if (property.values.size() != 1) scanner_.damaged(property.name, "expected one name behind this");
-    if (property.name.text == "INCLUDE") result_.includes.push_back(property.values[0]);
   }
 
   Scanner scanner_;

@@ -7,28 +7,20 @@
 
 namespace quillmere::host::resource {
 
-// "DEFAULT 1;" or "CYCLE { A; B; }": what stands behind the name.
-struct Property {
-  Token name;
-  std::vector<Token> values;
-};
-
-// "LONG ID { ... }", or a group with its members.
-struct Element {
-  Token type;
-  Token symbol;  // End for an element without one
-  std::vector<Property> properties;
-  std::vector<Element> members;
+struct Group {
+  Token symbol;
+  std::vector<Group> members;
 };
 
 struct DescriptionResource {
-  std::string name;
+  Token name;
   std::vector<Token> includes;  // the descriptions it builds on
-  Element content;              // what stands in CONTAINER
+  std::vector<Group> groups;
 };
 
-// Reads the form of a file "CONTAINER name { ... }". Which types and properties there are, the reader of the result
-// decides. Groups within groups end at 32 levels. Throws Damage.
+// Reads a file "CONTAINER name { ... }" of includes and groups, which may lie in each other 32 levels deep. What a
+// group looks like is left to panels. Throws Error, also for parameters and for all else that descriptions can hold:
+// the host knows no module that brings them in a file.
 DescriptionResource readDescriptionResource(const std::filesystem::path& file);
 
 }  // namespace quillmere::host::resource

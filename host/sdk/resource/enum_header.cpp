@@ -5,6 +5,9 @@
 
 namespace quillmere::host::resource {
 
+namespace {
+
+// In decimal or hexadecimal.
 int wholeNumber(const Scanner& scanner, const Token& token) {
   std::string_view digits = token.text;
   const bool negative = digits.starts_with('-');
@@ -20,8 +23,6 @@ int wholeNumber(const Scanner& scanner, const Token& token) {
   }
   return static_cast<int>(value);
 }
-
-namespace {
 
 int valueOf(Scanner& scanner, const Symbols& symbols) {
   const Token token = scanner.next();

@@ -10,11 +10,8 @@ namespace quillmere::host::resource {
 using Symbols = std::map<std::string, int>;
 
 // The header of IDs beside a description, or of all texts (c4d_symbols.h): plain enums with explicit values (whole
-// numbers, or symbols known before) and implicit ones. Adds to `symbols`. Throws Damage, also when a name gets two
+// numbers, or symbols known before) and implicit ones. Adds to `symbols`. Throws Error, also when a name gets two
 // values.
 void readEnumHeader(const std::filesystem::path& file, Symbols& symbols);
-
-// A whole number in decimal or hexadecimal. Throws Damage when it is none or doesn't fit.
-int wholeNumber(const Scanner& scanner, const Token& token);
 
 }  // namespace quillmere::host::resource

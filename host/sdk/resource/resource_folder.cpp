@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "resource/string_table.h"
-
 namespace quillmere::host::resource {
 
 namespace fs = std::filesystem;
@@ -33,25 +31,44 @@ bool isLanguage(const std::string& language) {
          std::all_of(language.begin(), language.end(), [](char c) { return isAlphanumeric(c) || c == '-'; });
 }
 
+Texts readStringTable(const std::filesystem::path& file) {
+  Scanner scanner(file);
+  if (!scanner.peek().isWord("STRINGTABLE")) scanner.damaged(scanner.peek(), "expected STRINGTABLE");
+  scanner.next();
+  if (scanner.peek().is(Token::Kind::Word)) scanner.next();
+  scanner.expectMark('{');
+  Texts texts;
+  while (!scanner.acceptMark('}')) {
+    const Token symbol = scanner.expect(Token::Kind::Word, "the symbol of a text, or '}'");
+    std::string text = scanner.expect(Token::Kind::Text, "a text in quotes").text;
+    while (scanner.peek().is(Token::Kind::Text)) text += scanner.next().text;
+    scanner.expectMark(';');
+    if (!texts.try_emplace(symbol.text, std::move(text)).second)
+      scanner.damaged(symbol, "this symbol has a text already");
+  }
+  if (!scanner.peek().is(Token::Kind::End)) scanner.damaged(scanner.peek(), "expected nothing behind the table");
+  return texts;
+}
+
 ResourceFolder::ResourceFolder(fs::path folder, std::string language)
     : folder_(std::move(folder)), language_(std::move(language)) {
   std::error_code failed;
   if (!fs::is_directory(folder_, failed))
-    throw Damage(folder_, "there is no such folder; install the module with its res/");
+    throw damage(folder_, {}, "there is no such folder; install the module with its res/");
   const fs::path symbols = folder_ / "c4d_symbols.h";
   readEnumHeader(symbols, symbols_);
   for (auto& [symbol, text] : table("c4d_strings.str")) {
     const auto known = symbols_.find(symbol);
-    if (known == symbols_.end()) throw Damage(symbols, "has no '" + symbol + "', for which there is a text");
+    if (known == symbols_.end()) throw damage(symbols, {}, "has no '" + symbol + "', for which there is a text");
     texts_[known->second] = std::move(text);
   }
 }
 
-std::map<std::string, std::string> ResourceFolder::table(const fs::path& within) const {
+Texts ResourceFolder::table(const fs::path& within) const {
   const fs::path chosen = folder_ / ("strings_" + language_) / within;
   const fs::path fallback = folder_ / (std::string("strings_") + kFallbackLanguage) / within;
   std::error_code failed;
-  std::map<std::string, std::string> texts;
+  Texts texts;
   if (fs::exists(chosen, failed)) texts = readStringTable(chosen);
   if (texts.empty() || (chosen != fallback && fs::exists(fallback, failed))) texts.merge(readStringTable(fallback));
   return texts;
@@ -59,14 +76,14 @@ std::map<std::string, std::string> ResourceFolder::table(const fs::path& within)
 
 DescriptionFiles ResourceFolder::description(const std::string& name) const {
   const fs::path within = fs::path("description");
-  if (!isName(name)) throw Damage(folder_ / within, "a description isn't named '" + name.substr(0, 40) + "'");
+  if (!isName(name)) throw damage(folder_ / within, {}, "a description isn't named '" + name.substr(0, 40) + "'");
   const std::string stem = lowerCase(name);
   DescriptionFiles files;
   files.file = folder_ / within / (stem + ".res");
   files.resource = readDescriptionResource(files.file);
-  if (files.resource.name != name) {
-    throw Damage(files.file, files.resource.content.symbol.line,
-                 "describes '" + files.resource.name + "', not '" + name + "'");
+  if (files.resource.name.text != name) {
+    throw damage(files.file, files.resource.name.line,
+                 "describes " + quoted(files.resource.name) + ", not '" + name + "'");
   }
   files.symbols = symbols_;
   readEnumHeader(folder_ / within / (stem + ".h"), files.symbols);

@@ -8,29 +8,34 @@
 
 namespace quillmere::host::resource {
 
+using Texts = std::map<std::string, std::string>;  // UTF-8, by symbol
+
+// The texts of a file "STRINGTABLE [name] { SYMBOL "text"; ... }". Texts that stand side by side are one. Throws Error.
+Texts readStringTable(const std::filesystem::path& file);
+
 // A description with what its names mean.
 struct DescriptionFiles {
   std::filesystem::path file;  // the .res
   DescriptionResource resource;
   Symbols symbols;
-  std::map<std::string, std::string> labels;  // by symbol; the description's name has the effect's own
+  Texts labels;  // the description's name has the effect's own
 };
 
 // A module's "res" folder: c4d_symbols.h, strings_<language>/ and description/. A text that the language doesn't have
 // is the one of en-US; a file that neither has is missing.
 class ResourceFolder {
  public:
-  // Reads the symbols and texts. Throws Damage.
+  // Reads the symbols and texts. Throws Error.
   ResourceFolder(std::filesystem::path folder, std::string language);
 
   const std::map<int, std::string>& texts() const { return texts_; }
 
   // description/<name>.res and .h and strings_<language>/description/<name>.str; files are named in lower case.
-  // Throws Damage.
+  // Throws Error.
   DescriptionFiles description(const std::string& name) const;
 
  private:
-  std::map<std::string, std::string> table(const std::filesystem::path& within) const;
+  Texts table(const std::filesystem::path& within) const;
 
   std::filesystem::path folder_;
   std::string language_;

@@ -1,8 +1,8 @@
 #include "resource/scanner.h"
 
-#include <fstream>
-#include <iterator>
 #include <utility>
+
+#include "base/file_reading.h"
 
 namespace quillmere::host::resource {
 
@@ -12,14 +12,12 @@ namespace {
 
 constexpr std::uintmax_t kLargestFile = 16u << 20;
 
-std::string readWhole(const fs::path& file) {
-  std::error_code failed;
-  if (!fs::is_regular_file(file, failed)) throw Damage(file, "there is no such file");
-  if (fs::file_size(file, failed) > kLargestFile) throw Damage(file, "is larger than 16 MB, which no resource is");
-  std::ifstream stream(file, std::ios::binary);
-  std::string content{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream) throw Damage(file, "can't be read; are you allowed to?");
-  return content;
+std::string content(const fs::path& file) {
+  try {
+    return readText(file, kLargestFile);
+  } catch (const Error& reason) {
+    throw damage(file, {}, reason.what());
+  }
 }
 
 bool isDigit(char c) {
@@ -41,11 +39,15 @@ std::string shown(char c) {
 
 }  // namespace
 
-Damage::Damage(const fs::path& file, const std::string& reason) : std::runtime_error(file.string() + ": " + reason) {}
-Damage::Damage(const fs::path& file, int line, const std::string& reason)
-    : std::runtime_error(file.string() + ":" + std::to_string(line) + ": " + reason) {}
+Error damage(const fs::path& file, std::optional<int> line, const std::string& reason) {
+  return Error(file.string() + (line ? ":" + std::to_string(*line) : "") + ": " + reason);
+}
 
-Scanner::Scanner(fs::path file) : file_(std::move(file)), content_(readWhole(file_)) {
+std::string quoted(const Token& token) {
+  return "'" + token.text.substr(0, 40) + "'";
+}
+
+Scanner::Scanner(fs::path file) : file_(std::move(file)), content_(content(file_)) {
   if (content_.starts_with("\xEF\xBB\xBF")) place_ = 3;
   ahead_ = scan();
 }
@@ -71,8 +73,7 @@ Token Scanner::expect(Token::Kind kind, std::string_view what) {
 
 void Scanner::damaged(const Token& where, const std::string& reason) const {
   const bool ended = where.is(Token::Kind::End);
-  throw Damage(file_, where.line,
-               reason + (ended ? ", but the file ends" : ", found '" + where.text.substr(0, 40) + "'"));
+  throw damage(file_, where.line, reason + (ended ? ", but the file ends" : ", found " + quoted(where)));
 }
 
 void Scanner::advance() {
@@ -97,7 +98,7 @@ bool Scanner::skipComment() {
   const int begun = line_;
   const bool blankBefore = lineIsBlank_;
   const size_t end = content_.find("*/", place_ + 2);
-  if (end == std::string::npos) throw Damage(file_, begun, "this comment never ends");
+  if (end == std::string::npos) throw damage(file_, begun, "this comment never ends");
   while (place_ < end + 2) advance();
   lineIsBlank_ = blankBefore && line_ == begun;
   return true;
@@ -116,7 +117,7 @@ void Scanner::skipBlanks() {
 Token Scanner::scanText() {
   Token token{Token::Kind::Text, {}, line_};
   for (advance(); at(0) != '"'; advance()) {
-    if (place_ >= content_.size() || at(0) == '\n') throw Damage(file_, token.line, "this text has no closing quote");
+    if (place_ >= content_.size() || at(0) == '\n') throw damage(file_, token.line, "this text has no closing quote");
     if (at(0) != '\\') {
       token.text += at(0);
       continue;
@@ -136,7 +137,7 @@ Token Scanner::scanText() {
         token.text += '\\';
         break;
       default:
-        throw Damage(file_, line_, R"(an escape is one of \n \t \" \\)");
+        throw damage(file_, line_, R"(an escape is one of \n \t \" \\)");
     }
   }
   advance();
@@ -158,7 +159,7 @@ Token Scanner::scan() {
     return token;
   }
   if (std::string_view("{}();,=").find(first) == std::string_view::npos || first == '\0') {
-    throw Damage(file_, line_, shown(first) + " has no meaning here");
+    throw damage(file_, line_, shown(first) + " has no meaning here");
   }
   token = {Token::Kind::Mark, std::string(1, first), line_};
   advance();

@@ -1,21 +1,19 @@
 #pragma once
 
 #include <filesystem>
-#include <stdexcept>
+#include <optional>
 #include <string>
 #include <string_view>
 
+#include "base/error.h"
+
 // The reader of the host's resource files: symbols, string tables and descriptions. Files come from whoever wrote the
-// module, so whatever is in them ends in a result or in Damage, in time that grows with their length.
+// module, so whatever is in them ends in a result or in an Error that names file and line, in time that grows with
+// their length.
 namespace quillmere::host::resource {
 
-// A resource file that is missing or can't be understood. what() is "file:line: reason", without the line when the
-// whole file is meant.
-class Damage : public std::runtime_error {
- public:
-  Damage(const std::filesystem::path& file, const std::string& reason);
-  Damage(const std::filesystem::path& file, int line, const std::string& reason);
-};
+// "file:line: reason", without the line where the whole file is meant.
+Error damage(const std::filesystem::path& file, std::optional<int> line, const std::string& reason);
 
 struct Token {
   enum class Kind { End, Word, Number, Text, Mark };
@@ -28,10 +26,13 @@ struct Token {
   bool isWord(std::string_view word) const { return kind == Kind::Word && text == word; }
 };
 
+// The first 40 characters of it in quotes, for messages.
+std::string quoted(const Token& token);
+
 // The words, numbers, quoted texts and marks of one file. Comments and lines that begin with # count as blanks.
 class Scanner {
  public:
-  // Reads the file (at most 16 MB).
+  // Reads the file (at most 16 MiB).
   explicit Scanner(std::filesystem::path file);
 
   const Token& peek() const { return ahead_; }

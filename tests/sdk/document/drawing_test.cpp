@@ -1,7 +1,7 @@
 #include <array>
 #include <tuple>
 
-#include "api/render_call.h"
+#include "api/frame.h"
 #include "dbasedraw.h"
 #include "drendersettings.h"
 #include "open_scene.h"

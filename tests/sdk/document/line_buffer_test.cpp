@@ -2,7 +2,7 @@
 #include <cmath>
 #include <vector>
 
-#include "api/render_call.h"
+#include "api/frame.h"
 #include "open_scene.h"
 
 namespace quillmere::test {

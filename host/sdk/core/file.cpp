@@ -1,10 +1,14 @@
+#include "c4d_file.h"
+
+#include <filesystem>
 #include <utility>
 
-#include "c4d_file.h"
-#include "core/string.h"
 #include "core/text.h"
 
 namespace cinema {
+
+namespace fs = std::filesystem;
+using quillmere::host::pathOf;
 
 namespace {
 
@@ -118,16 +122,40 @@ Bool operator!=(const Filename& a, const Filename& b) {
   return !(a == b);
 }
 
+namespace {
+
+// A NUL would cut the name short on its way into the system: such a name stands for no file.
+bool isUsable(const fs::path& path) {
+  return !path.empty() && path.native().find('\0') == std::string::npos;
+}
+
+// A relative name's first folder is never made: it must be there, so a bare name can't be made at all.
+bool hasFolderToStartFrom(const fs::path& path) {
+  std::error_code failed;
+  return path.is_absolute() || (path.has_parent_path() && fs::is_directory(*path.begin(), failed));
+}
+
+}  // namespace
+
+Bool GeFExist(const Filename& name, Bool isdir) {
+  const fs::path path = pathOf(name);
+  std::error_code failed;
+  if (!isUsable(path)) return false;
+  return isdir ? fs::is_directory(path, failed) : fs::exists(path, failed) && !fs::is_directory(path, failed);
+}
+
+Bool GeFCreateDir(const Filename& name) {
+  const fs::path path = pathOf(name);
+  std::error_code failed;
+  return isUsable(path) && fs::create_directory(path, failed) && !failed;
+}
+
+Bool GeFCreateDirRec(const Filename& name) {
+  const fs::path path = pathOf(name);
+  std::error_code failed;
+  if (!isUsable(path) || !hasFolderToStartFrom(path)) return false;
+  fs::create_directories(path, failed);
+  return fs::is_directory(path, failed);
+}
+
 }  // namespace cinema
-
-namespace quillmere::host {
-
-std::filesystem::path pathOf(const cinema::Filename& name) {
-  return std::filesystem::path(toUtf8(name.GetString()));
-}
-
-cinema::Filename filenameOf(const std::filesystem::path& path) {
-  return cinema::Filename(fromUtf8(path.string()));
-}
-
-}  // namespace quillmere::host

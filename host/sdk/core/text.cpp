@@ -1,4 +1,4 @@
-#include "core/string.h"
+#include "core/text.h"
 
 #include <algorithm>
 #include <limits>
@@ -7,8 +7,6 @@
 #include <utility>
 
 #include "base/utf8.h"
-#include "c4d_memory.h"
-#include "core/text.h"
 
 using quillmere::decodeUtf8;
 using quillmere::encodeUtf8;
@@ -199,6 +197,13 @@ std::string toUtf8(const maxon::String& text) {
 
 cinema::String fromUtf8(std::string_view utf8) {
   return cinema::HostSide<maxon::String>::make(decodeUtf8(utf8));
+}
+
+std::filesystem::path pathOf(const cinema::Filename& name) {
+  return toUtf8(name.GetString());
+}
+cinema::Filename filenameOf(const std::filesystem::path& path) {
+  return cinema::Filename(fromUtf8(path.string()));
 }
 
 }  // namespace quillmere::host

@@ -3,13 +3,13 @@
 #include <filesystem>
 #include <string>
 
-#include "api/application.h"
+#include "core/events.h"
 #include "core/registry.h"
 
 namespace quillmere::host {
 
-// What the API's free functions act on: the application that is there at the moment.
-struct Running {
+// What the API's free functions act on.
+struct ApplicationState {
   std::filesystem::path writeDirectory;
   Events& events;
   std::string language;  // of the texts of modules, for example "en-US"
@@ -18,7 +18,9 @@ struct Running {
   std::string refusal;            // why the host turned down what that module asked for last, empty if it didn't
 };
 
-Running* running();             // null without an application
-void setRunning(Running* now);  // the application's own; at most one at a time
+ApplicationState* applicationState();               // null without an application
+void setApplicationState(ApplicationState* state);  // the application's own; at most one at a time
+
+Events& events();  // the application's; without one, nobody is told
 
 }  // namespace quillmere::host

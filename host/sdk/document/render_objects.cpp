@@ -1,30 +1,16 @@
-#include "render_side.h"
+#include "document/render_objects.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
-#include <utility>
 
-#include "core/running.h"
+#include "core/application_state.h"
 #include "core/text.h"
 
 namespace cinema {
 
+using quillmere::host::events;
 using quillmere::host::LineBuffer;
-
-struct VPBuffer::Parts {
-  LineBuffer& lines;
-};
-
-struct Render::Parts {
-  VPBuffer* rgba;
-  BaseContainer settings;
-  BaseDraw* view;
-};
-
-struct BaseThread::Parts {
-  quillmere::host::BreakTest userBreak;
-};
 
 namespace {
 
@@ -41,13 +27,6 @@ std::optional<LineBuffer::Depth> depthOf(Int32 bits) {
   }
 }
 
-// Without an application there is no status bar.
-quillmere::host::Events& events() {
-  static quillmere::host::Events nobody;
-  quillmere::host::Running* application = quillmere::host::running();
-  return application ? application->events : nobody;
-}
-
 }  // namespace
 
 VPBuffer::VPBuffer(Parts* parts) : parts_(parts) {}
@@ -55,13 +34,13 @@ VPBuffer::~VPBuffer() {
   delete parts_;
 }
 Int32 VPBuffer::GetBw() const {
-  return parts_->lines.width();
+  return parts_->lines->width();
 }
 Int32 VPBuffer::GetBh() const {
-  return parts_->lines.height();
+  return parts_->lines->height();
 }
 Int32 VPBuffer::GetCpp() const {
-  return parts_->lines.components();
+  return parts_->lines->components();
 }
 Int32 VPBuffer::GetBt() const {
   return 32;
@@ -70,12 +49,12 @@ Int32 VPBuffer::GetBt() const {
 // The buffer keeps floats, which hold every value of the other depths: there is nothing to dither.
 Bool VPBuffer::SetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32 bitdepth, Bool) const {
   const auto depth = depthOf(bitdepth);
-  return depth && parts_->lines.write(x, y, cnt, data, *depth);
+  return depth && parts_->lines->write(x, y, cnt, data, *depth);
 }
 
 Bool VPBuffer::GetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32 bitdepth, Bool) const {
   const auto depth = depthOf(bitdepth);
-  return depth && parts_->lines.read(x, y, cnt, data, *depth);
+  return depth && parts_->lines->read(x, y, cnt, data, *depth);
 }
 
 Render::Render(Parts* parts) : parts_(parts) {}
@@ -102,10 +81,10 @@ Bool BaseThread::TestBreak() {
 
 VolumeData::VolumeData() : parts_(nullptr) {}
 VolumeData* VolumeData::Alloc() {
-  return HostSide<VolumeData>::make().release();
+  return new VolumeData;
 }
 void VolumeData::Free(VolumeData*& vd) {
-  HostSide<VolumeData>::end(vd);
+  delete vd;
   vd = nullptr;
 }
 void VolumeData::StatusSetText(const maxon::String& str) const {
@@ -116,41 +95,6 @@ void VolumeData::StatusSetSpinMode(Bool on) const {
 }
 void VolumeData::StatusSetBar(Float fraction) const {
   if (!std::isnan(fraction)) events().statusBar(std::clamp(fraction, 0.0, 1.0));
-}
-
-auto HostSide<VPBuffer>::make(LineBuffer& lines) -> Owner {
-  return Owner(new VPBuffer(new VPBuffer::Parts{lines}));
-}
-void HostSide<VPBuffer>::end(VPBuffer* buffer) {
-  delete buffer;
-}
-
-auto HostSide<Render>::make(VPBuffer* rgba, BaseContainer settings, BaseDraw* view) -> Owner {
-  return Owner(new Render(new Render::Parts{rgba, std::move(settings), view}));
-}
-void HostSide<Render>::end(Render* render) {
-  delete render;
-}
-
-auto HostSide<BaseThread>::make(quillmere::host::BreakTest userBreak) -> Owner {
-  return Owner(new BaseThread(new BaseThread::Parts{std::move(userBreak)}));
-}
-void HostSide<BaseThread>::end(BaseThread* thread) {
-  delete thread;
-}
-
-auto HostSide<VolumeData>::make() -> Owner {
-  return Owner(new VolumeData);
-}
-void HostSide<VolumeData>::end(VolumeData* data) {
-  delete data;
-}
-
-auto HostSide<VideoPostStruct>::make() -> Owner {
-  return Owner(new VideoPostStruct);
-}
-void HostSide<VideoPostStruct>::end(VideoPostStruct* call) {
-  delete call;
 }
 
 }  // namespace cinema

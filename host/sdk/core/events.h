@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "ge_prepass.h"
+#include "image/image.h"
+
+namespace quillmere::host {
+
+// What the host is told while it works, in the order in which it is told. Called on the thread that renders.
+class QM_HOST_API Events {
+ public:
+  virtual ~Events() = default;
+  virtual void statusText(const std::string& /*utf8*/) {}
+  virtual void statusSpin(bool /*on*/) {}
+  virtual void statusBar(double /*fraction, 0 to 1*/) {}
+  virtual void console(const std::string& /*utf8 line*/) {}
+  virtual void command(int /*id*/, int /*subid*/) {}
+  virtual void pictureViewer(const image::Image& /*shown*/) {}
+};
+
+}  // namespace quillmere::host

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "c4d.h"
+#include "document/line_buffer.h"
+#include "render/renderer.h"
+
+namespace cinema {
+
+struct VPBuffer::Parts {
+  quillmere::host::LineBuffer* lines;  // null for a render without a buffer
+};
+
+struct Render::Parts {
+  VPBuffer* rgba;
+  BaseContainer settings;
+  BaseDraw* view;
+};
+
+struct BaseThread::Parts {
+  quillmere::render::StopTest userBreak;
+};
+
+// What a running render hands to effects: the structure of its calls and what that points to. Made for one frame.
+template <>
+struct HostSide<VideoPostStruct> {
+  // `lines` and `view` may be null, and must outlive this.
+  HostSide(quillmere::host::LineBuffer* lines, BaseContainer settings, BaseDraw* view,
+           quillmere::render::StopTest userBreak)
+      : buffer(new VPBuffer::Parts{lines}),
+        render(new Render::Parts{lines ? &buffer : nullptr, std::move(settings), view}),
+        thread(new BaseThread::Parts{std::move(userBreak)}) {}
+
+  VPBuffer buffer;
+  Render render;
+  BaseThread thread;
+  VolumeData volume;
+  VideoPostStruct call;
+};
+
+}  // namespace cinema
