@@ -105,9 +105,9 @@ std::vector<cinema::BaseVideoPost*> agreeingEffects(const DocumentParts& documen
 }
 
 // The calls of one frame, each opening one paired with a closing one for the same effects.
-class Bracket {
+class CallSequence {
  public:
-  Bracket(std::vector<cinema::BaseVideoPost*> effects, RenderCall& call, const BreakTest& userBreak)
+  CallSequence(std::vector<cinema::BaseVideoPost*> effects, RenderCall& call, const BreakTest& userBreak)
       : effects_(std::move(effects)), call_(call), userBreak_(userBreak) {}
 
   void run() {
@@ -163,7 +163,7 @@ Frame renderFrame(Document& document, const BreakTest& userBreak, const FrameSet
                                   .height = size.GetInt32(cinema::RDATA_YRES)};
   return drawOrReport<Frame>([&]() -> Frame {
     RenderCall call(&document, buffer, userBreak, settings);
-    Bracket(agreeingEffects(parts), call, userBreak).run();
+    CallSequence(agreeingEffects(parts), call, userBreak).run();
     if (call.result() != RENDERRESULT::OK) return {call.result(), {}};
     return call.take();
   });

@@ -135,14 +135,4 @@ const BaseList2D* BaseLink::GetLink(const BaseDocument* doc, Int32 instanceof) c
   return GetLink(const_cast<BaseDocument*>(doc), instanceof);
 }
 
-BaseLink* HostSide<BaseLink>::to(const C4DAtomGoal* target) {
-  BaseLink* link = BaseLink::Alloc();
-  link->SetLink(target);
-  return link;
-}
-
-bool HostSide<BaseLink>::sameTarget(const BaseLink& a, const BaseLink& b) {
-  return a.GetLink(nullptr) == b.GetLink(nullptr);
-}
-
 }  // namespace cinema

@@ -17,12 +17,14 @@ struct BaseLink::Parts {
   std::weak_ptr<LinkAnchor> anchor;
 };
 
+// A link as a value that can be copied; links to the same object are equal.
 template <>
 struct HostSide<BaseLink> {
-  static BaseLink* copy(const BaseLink& link) { return new BaseLink(link); }
-  static BaseLink* to(const C4DAtomGoal* target);
-  static void end(BaseLink* link) { delete link; }
-  static bool sameTarget(const BaseLink& a, const BaseLink& b);
+  explicit HostSide(const C4DAtomGoal* target) { link.SetLink(target); }
+  explicit HostSide(const BaseLink& other) : link(other) {}
+  bool operator==(const HostSide& other) const { return link.GetLink(nullptr) == other.link.GetLink(nullptr); }
+
+  BaseLink link;
 };
 
 // Ends a module's object in the module.

@@ -68,8 +68,8 @@ GeData::GeData(const maxon::String& text) : parts_(new Parts{String(text)}) {}
 GeData::GeData(const Filename& name) : parts_(new Parts{name}) {}
 GeData::GeData(const BaseContainer& container) : parts_(new Parts{container}) {}
 GeData::GeData(const BaseTime& time) : parts_(new Parts{time}) {}
-GeData::GeData(BaseList2D* target) : parts_(new Parts{LinkValue(HostSide<BaseLink>::to(target))}) {}
-GeData::GeData(const BaseLink& link) : parts_(new Parts{LinkValue(HostSide<BaseLink>::copy(link))}) {}
+GeData::GeData(BaseList2D* target) : parts_(new Parts{HostSide<BaseLink>(target)}) {}
+GeData::GeData(const BaseLink& link) : parts_(new Parts{HostSide<BaseLink>(link)}) {}
 GeData::GeData(const GeData& other) : parts_(other.parts_ ? new Parts(*other.parts_) : nullptr) {}
 GeData::GeData(GeData&& other) noexcept : parts_(std::exchange(other.parts_, nullptr)) {}
 GeData::~GeData() {
@@ -117,8 +117,8 @@ BaseContainer* GeData::GetContainer() const {
 }
 
 const BaseLink* GeData::GetBaseLink() const {
-  const auto* value = Side::as<LinkValue>(*this);
-  return value ? &value->link() : nullptr;
+  const auto* value = Side::as<HostSide<BaseLink>>(*this);
+  return value ? &value->link : nullptr;
 }
 
 BaseList2D* GeData::GetLink(BaseDocument* doc, Int32 instanceof) const {

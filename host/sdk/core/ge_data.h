@@ -8,24 +8,8 @@
 
 namespace cinema {
 
-// A link as a value that can be copied.
-class LinkValue {
- public:
-  explicit LinkValue(BaseLink* taken) : link_(taken) {}
-  LinkValue(const LinkValue& other) : LinkValue(HostSide<BaseLink>::copy(*other.link_)) {}
-  LinkValue& operator=(const LinkValue& other) = delete;
-  LinkValue& operator=(LinkValue&&) = delete;
-  ~LinkValue() { HostSide<BaseLink>::end(link_); }
-
-  const BaseLink& link() const { return *link_; }
-  bool operator==(const LinkValue& other) const { return HostSide<BaseLink>::sameTarget(*link_, *other.link_); }
-
- private:
-  BaseLink* link_;
-};
-
 struct GeData::Parts {
-  std::variant<Int32, Float, Int64, String, Filename, BaseContainer, BaseTime, LinkValue> value;
+  std::variant<Int32, Float, Int64, String, Filename, BaseContainer, BaseTime, HostSide<BaseLink>> value;
 };
 
 // How a value reads as another kind. This is the one place that decides which kinds convert: Bool and Int32 stand for

@@ -11,6 +11,17 @@
 using quillmere::decodeUtf8;
 using quillmere::encodeUtf8;
 
+namespace {
+
+const std::u32string& points(const maxon::String& text) {
+  return cinema::HostSide<maxon::String>::points(text);
+}
+std::u32string decoded(const char* utf8) {
+  return decodeUtf8(utf8 ? utf8 : "");
+}
+
+}  // namespace
+
 namespace maxon {
 
 String::String() = default;
@@ -38,17 +49,6 @@ bool String::IsEmpty() const {
 cinema::Int String::GetLength() const {
   return parts_ ? static_cast<cinema::Int>(parts_->points.size()) : 0;
 }
-
-namespace {
-
-const std::u32string& points(const String& text) {
-  return cinema::HostSide<String>::points(text);
-}
-std::u32string decoded(const char* utf8) {
-  return decodeUtf8(utf8 ? utf8 : "");
-}
-
-}  // namespace
 
 bool operator==(const String& a, const String& b) {
   return points(a) == points(b);
@@ -109,10 +109,6 @@ maxon::String HostSide<maxon::String>::make(std::u32string points) {
 
 namespace {
 
-const std::u32string& points(const maxon::String& text) {
-  return HostSide<maxon::String>::points(text);
-}
-
 bool isSevenBit(STRINGENCODING type) {
   return type == STRINGENCODING::BIT7 || type == STRINGENCODING::BIT7HEX;
 }
@@ -134,8 +130,7 @@ String::String() = default;
 String::String(const maxon::String& other) : maxon::String(other) {}
 String::String(maxon::String&& other) noexcept : maxon::String(std::move(other)) {}
 String::String(const Char* utf8) : String(utf8, STRINGENCODING::UTF8) {}
-String::String(const Char* text, STRINGENCODING type)
-    : maxon::String(HostSide<maxon::String>::make(decodeUtf8(text ? text : ""))) {
+String::String(const Char* text, STRINGENCODING type) : maxon::String(HostSide<maxon::String>::make(decoded(text))) {
   if (!isSevenBit(type) || !parts_) return;
   std::replace_if(
       parts_->points.begin(), parts_->points.end(), [](char32_t point) { return point > 0x7F; }, U'?');
@@ -192,7 +187,7 @@ String operator+(const Char* utf8, const String& b) {
 namespace quillmere::host {
 
 std::string toUtf8(const maxon::String& text) {
-  return encodeUtf8(cinema::HostSide<maxon::String>::points(text));
+  return encodeUtf8(points(text));
 }
 
 cinema::String fromUtf8(std::string_view utf8) {

@@ -12,21 +12,11 @@ namespace quillmere::host {
 
 using cinema::HostSide;
 
-namespace {
-
 constexpr int kWidth = 1024, kHeight = 576;  // until somebody says otherwise
-
-}  // namespace
 
 ViewParts::ViewParts() : Parts(kNoType) {
   container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
   container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYINACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
-}
-
-RenderSettingsParts::RenderSettingsParts() : Parts(kNoType) {
-  container.SetInt32(cinema::RDATA_XRES, kWidth);
-  container.SetInt32(cinema::RDATA_YRES, kHeight);
-  container.SetInt32(cinema::RDATA_RENDERENGINE, cinema::RDATA_RENDERENGINE_STANDARD);
 }
 
 DocumentParts::DocumentParts(std::shared_ptr<const scene::Scene> shown) : Parts(kNoType), scene(std::move(shown)) {}
@@ -38,7 +28,11 @@ void DocumentParts::furnish(cinema::BaseDocument& api) {
     parts->document = &api;
     return parts;
   };
-  renderData = HostSide<cinema::RenderData>::make(standing(std::make_unique<RenderSettingsParts>()));
+  auto settings = standing(std::make_unique<cinema::AtomParts>(kNoType));
+  settings->container.SetInt32(cinema::RDATA_XRES, kWidth);
+  settings->container.SetInt32(cinema::RDATA_YRES, kHeight);
+  settings->container.SetInt32(cinema::RDATA_RENDERENGINE, cinema::RDATA_RENDERENGINE_STANDARD);
+  renderData = HostSide<cinema::RenderData>::make(std::move(settings));
   auto viewParts = standing(std::make_unique<ViewParts>());
   for (const scene::CameraInfo& info : scene->cameras()) {
     auto camera = standing(std::make_unique<CameraParts>(cameras.size()));

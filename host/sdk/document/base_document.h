@@ -23,10 +23,6 @@ struct ViewParts : cinema::AtomParts {
   cinema::BaseObject* camera = nullptr;  // of the same document; null for the editor camera
 };
 
-struct RenderSettingsParts : cinema::AtomParts {
-  RenderSettingsParts();
-};
-
 // A scene as a document of the API. All that it hands out stands in it, so it can't move.
 struct DocumentParts : cinema::AtomParts {
   explicit DocumentParts(std::shared_ptr<const scene::Scene> shown);

@@ -17,20 +17,13 @@ using quillmere::host::toUtf8;
 
 class LocalResource {
  public:
-  explicit LocalResource(const Filename& folder)
-      : folder_(quillmere::host::pathOf(folder), applicationState() ? applicationState()->language : "en-US") {
-    for (const auto& [id, text] : folder_.texts()) texts_.emplace(id, fromUtf8(text));
+  explicit LocalResource(const Filename& name)
+      : folder(quillmere::host::pathOf(name), applicationState() ? applicationState()->language : "en-US") {
+    for (const auto& [id, text] : folder.texts()) texts.emplace(id, fromUtf8(text));
   }
 
-  const quillmere::host::resource::ResourceFolder& folder() const { return folder_; }
-  const String* text(Int32 id) const {
-    const auto found = texts_.find(id);
-    return found == texts_.end() ? nullptr : &found->second;
-  }
-
- private:
-  quillmere::host::resource::ResourceFolder folder_;
-  std::unordered_map<Int32, String> texts_;
+  const quillmere::host::resource::ResourceFolder folder;
+  std::unordered_map<Int32, String> texts;
 };
 
 namespace hostcall {
@@ -61,8 +54,9 @@ void CloseResource(LocalResource* resource) {
 
 const String& ResourceText(const LocalResource* resource, Int32 id) {
   static const String& none = *new String();
-  const String* found = resource ? resource->text(id) : nullptr;
-  return found ? *found : none;
+  if (!resource) return none;
+  const auto found = resource->texts.find(id);
+  return found == resource->texts.end() ? none : found->second;
 }
 
 Bool AddDescription(const LocalResource* resource, Int32 id, const maxon::String& name) {
@@ -71,7 +65,7 @@ Bool AddDescription(const LocalResource* resource, Int32 id, const maxon::String
   return told([&] {
     const std::string key = toUtf8(name);
     if (!resource) throw Error("description '" + key + "' is asked for before the resources were read");
-    auto entries = quillmere::host::loadDescription(resource->folder().description(key), application->registry);
+    auto entries = quillmere::host::loadDescription(resource->folder.description(key), application->registry);
     if (!application->registry.addDescription(key, {id, std::move(entries), application->loading.string()})) {
       throw Error("a description named '" + key + "' is registered already");
     }
