@@ -74,10 +74,10 @@ bool LineBuffer::covers(int x, int y, int count) const {
 
 bool LineBuffer::ensure(int y) {
   if (present_[static_cast<std::size_t>(y)]) return true;
-  if (own_ != Own::Pending) return false;
+  if (state_ != State::Pending) return false;
   const image::Image drawn = drawing_();
-  own_ = drawn.width() == width() && drawn.height() == height() ? Own::Done : Own::Failed;
-  if (own_ == Own::Failed) return false;
+  state_ = drawn.width() == width() && drawn.height() == height() ? State::Done : State::Failed;
+  if (state_ == State::Failed) return false;
   for (int line = 0; line < height(); ++line) {
     if (present_[static_cast<std::size_t>(line)]) continue;
     copyLine(drawn.row<float>(line), drawn.channels(), picture_.row<float>(line), components(), width());

@@ -30,11 +30,11 @@ class LineBuffer {
   bool read(int x, int y, int count, void* data, Depth depth);
 
   bool complete();  // draws what nobody has written; false when the drawing failed
-  bool drawn() const { return own_ == Own::Done; }
+  bool drawn() const { return state_ == State::Done; }
   image::Image take();  // the picture; the buffer is empty afterwards
 
  private:
-  enum class Own { Pending, Done, Failed };  // the host's drawing
+  enum class State { Pending, Done, Failed };  // of the drawing
 
   bool covers(int x, int y, int count) const;
   bool ensure(int y);
@@ -42,7 +42,7 @@ class LineBuffer {
   image::Image picture_;
   std::vector<bool> present_;  // per line: written as a whole, or drawn
   Drawing drawing_;
-  Own own_ = Own::Pending;
+  State state_ = State::Pending;
 };
 
 }  // namespace quillmere::host

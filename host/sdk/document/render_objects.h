@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "c4d.h"
 #include "document/line_buffer.h"
 #include "render/renderer.h"
