@@ -53,8 +53,8 @@ class Loading {
 void start(ModuleFile& module, const Running& running) {
   cinema::Int32 priority = 0;  // of no meaning while modules are opened one by one
   module.initSystem();
-  module.message(cinema::C4DMSG_PRIORITY, &priority);
-  if (!module.message(cinema::C4DPL_INIT_SYS, nullptr)) refused(module, "can't initialise", running);
+  module.message(C4DMSG_PRIORITY, &priority);
+  if (!module.message(C4DPL_INIT_SYS, nullptr)) refused(module, "can't initialise", running);
   if (!module.start()) refused(module, "can't start", running);
 }
 

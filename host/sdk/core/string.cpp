@@ -46,9 +46,6 @@ namespace {
 const std::u32string& points(const String& text) {
   return cinema::HostSide<String>::points(text);
 }
-std::u32string decoded(const char* utf8) {
-  return decodeUtf8(utf8 ? utf8 : "");
-}
 
 }  // namespace
 
@@ -60,24 +57,6 @@ bool operator!=(const String& a, const String& b) {
 }
 bool operator<(const String& a, const String& b) {
   return points(a) < points(b);
-}
-bool operator==(const String& a, const char* utf8) {
-  return points(a) == decoded(utf8);
-}
-bool operator!=(const String& a, const char* utf8) {
-  return points(a) != decoded(utf8);
-}
-bool operator<(const String& a, const char* utf8) {
-  return points(a) < decoded(utf8);
-}
-bool operator==(const char* utf8, const String& b) {
-  return decoded(utf8) == points(b);
-}
-bool operator!=(const char* utf8, const String& b) {
-  return decoded(utf8) != points(b);
-}
-bool operator<(const char* utf8, const String& b) {
-  return decoded(utf8) < points(b);
 }
 
 String operator+(const String& a, const String& b) {
@@ -115,6 +94,10 @@ const std::u32string& points(const maxon::String& text) {
   return HostSide<maxon::String>::points(text);
 }
 
+std::u32string decoded(const Char* utf8) {
+  return decodeUtf8(utf8 ? utf8 : "");
+}
+
 bool isSevenBit(STRINGENCODING type) {
   return type == STRINGENCODING::BIT7 || type == STRINGENCODING::BIT7HEX;
 }
@@ -136,8 +119,7 @@ String::String() = default;
 String::String(const maxon::String& other) : maxon::String(other) {}
 String::String(maxon::String&& other) noexcept : maxon::String(std::move(other)) {}
 String::String(const Char* utf8) : String(utf8, STRINGENCODING::UTF8) {}
-String::String(const Char* text, STRINGENCODING type)
-    : maxon::String(HostSide<maxon::String>::make(decodeUtf8(text ? text : ""))) {
+String::String(const Char* text, STRINGENCODING type) : maxon::String(HostSide<maxon::String>::make(decoded(text))) {
   if (!isSevenBit(type) || !parts_) return;
   std::replace_if(
       parts_->points.begin(), parts_->points.end(), [](char32_t point) { return point > 0x7F; }, U'?');
@@ -175,8 +157,27 @@ Char* String::GetCStringCopy(STRINGENCODING type) const {
   return copy;
 }
 
-String& String::operator+=(const String& other) {
+const String& String::operator+=(const String& other) {
   return *this = *this + other;
+}
+
+Bool operator==(const String& a, const Char* utf8) {
+  return points(a) == decoded(utf8);
+}
+Bool operator!=(const String& a, const Char* utf8) {
+  return !(a == utf8);
+}
+Bool operator<(const String& a, const Char* utf8) {
+  return points(a) < decoded(utf8);
+}
+Bool operator==(const Char* utf8, const String& b) {
+  return b == utf8;
+}
+Bool operator!=(const Char* utf8, const String& b) {
+  return !(b == utf8);
+}
+Bool operator<(const Char* utf8, const String& b) {
+  return decoded(utf8) < points(b);
 }
 
 String operator+(const String& a, const String& b) {

@@ -18,14 +18,14 @@ constexpr int kWidth = 1024, kHeight = 576;  // until somebody says otherwise
 }  // namespace
 
 ViewParts::ViewParts() : Parts(kNoType) {
-  container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
-  container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYINACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
+  container.SetInt32(BASEDRAW_DATA_SDISPLAYACTIVE, BASEDRAW_SDISPLAY_GOURAUD);
+  container.SetInt32(BASEDRAW_DATA_SDISPLAYINACTIVE, BASEDRAW_SDISPLAY_GOURAUD);
 }
 
 RenderSettingsParts::RenderSettingsParts() : Parts(kNoType) {
-  container.SetInt32(cinema::RDATA_XRES, kWidth);
-  container.SetInt32(cinema::RDATA_YRES, kHeight);
-  container.SetInt32(cinema::RDATA_RENDERENGINE, cinema::RDATA_RENDERENGINE_STANDARD);
+  container.SetInt32(RDATA_XRES, kWidth);
+  container.SetInt32(RDATA_YRES, kHeight);
+  container.SetInt32(RDATA_RENDERENGINE, RDATA_RENDERENGINE_STANDARD);
 }
 
 DocumentParts::DocumentParts(std::shared_ptr<const scene::Scene> shown) : Parts(kNoType), scene(std::move(shown)) {}

@@ -37,6 +37,6 @@ Bool drawViewIntoBitmap(BaseDraw* bd, BaseBitmap* map, Int32 id) {
 namespace {
 C4D_BaseDraw viewOperations{drawViewIntoBitmap};
 }
-C4D_BaseDraw* C4DOS_Br = &viewOperations;
+C4D_BaseDraw* const ViewOperations = &viewOperations;
 
 }  // namespace cinema
