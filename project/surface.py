@@ -13,8 +13,8 @@ OWN = "-"  # in place of a header: the stand-alone host's own, which the applica
 # Declared in the headers, but for the headers' own use: the application has these compiled in, or under other names.
 OWN_SYMBOLS = ("AllocateMemoryClear", "FreeMemory", "BaseData::operator delete", "hostcall::", "NodeData::Slot",
                "VideoPostData::Slot")
-# What an inline function of the headers calls, and that function.
-INLINE = {"BaseBitmap::FindPixel": "BaseBitmap::GetPixel"}
+# What an inline function or a macro of the headers uses, and its name.
+INLINE = {"BaseBitmap::FindPixel": "BaseBitmap::GetPixel", "ViewOperations": "C4DOS_Br"}
 PINS = "pinned_constants.cpp"
 
 # The demangler's words for the host's names of the same types.
@@ -62,7 +62,7 @@ def header_of(symbol: str, headers: dict[str, str]) -> str:
         name = next(word for word in re.findall(r"\w+", symbol[len(name):]) if word not in ("const", "Char")) + "::"
     scope, _, member = name.rpartition("::")
     # A class with a body, or a name that is declared outside of one.
-    declared = rf"(?:class|struct)\s+(?:QM_HOST_API\s+)?{scope}\b[^;{{(]*\{{" if scope else rf"^\S[^\n]*\b{member}\b[(;]"
+    declared = rf"(?:class|struct)\s+(?:QM_HOST_API\s+)?{scope}\b[^;{{(]*\{{" if scope else rf"^\S[^\n]*\b{member}\b ?[(;]"
     return next((file for file, text in headers.items() if re.search(declared, text, flags=re.MULTILINE)), OWN)
 
 
@@ -75,11 +75,9 @@ def number_of(text: str, known: dict[str, int]) -> int:
 
 
 def constants_of(header: str) -> dict[str, int]:
-    """Those that a header defines: entries of enums, constants and macros that are whole numbers."""
+    """Those that a header defines: entries of enums, and macros that are whole numbers."""
     found: dict[str, int] = {}
-    for name, value in re.findall(r"^#define +(\w+) +(\(?-?\d+\)?)$", header, flags=re.MULTILINE):
-        found[name] = number_of(value, found)
-    for name, value in re.findall(r"constexpr +Int32 +(\w+) *= *([^;]+);", header):
+    for name, value in re.findall(r"^#define +(\w+) +(\(?-?\d+(?: << \d+)?\)?)$", header, flags=re.MULTILINE):
         found[name] = number_of(value, found)
     for scoped, name, body in re.findall(r"\benum\s+(class\s+)?(\w*)[^;{]*\{([^}]*)\}", header):
         entries: dict[str, int] = {}

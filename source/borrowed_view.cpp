@@ -9,10 +9,10 @@ using namespace cinema;
 
 namespace {
 
-const DescID& ActiveMode() {
+DescID ActiveMode() {
   return ConstDescID(DescLevel(BASEDRAW_DATA_SDISPLAYACTIVE, DTYPE_LONG, 0));
 }
-const DescID& InactiveMode() {
+DescID InactiveMode() {
   return ConstDescID(DescLevel(BASEDRAW_DATA_SDISPLAYINACTIVE, DTYPE_LONG, 0));
 }
 

@@ -71,7 +71,7 @@ void DescribeInteger(BaseContainer& field, const Parameter& parameter) {
   field.SetInt32(DESC_MAX, parameter.maximum);
 }
 
-BaseContainer Describe(const Parameter& parameter) {
+BaseContainer DescribeParameter(const Parameter& parameter) {
   BaseContainer field = GetCustomDataTypeDefault(DataTypeOf(parameter.field));
   field.SetString(DESC_NAME, FromUtf8(LabelOf(parameter.field, parameter.id)));
   switch (parameter.field) {
@@ -105,7 +105,7 @@ BaseContainer Describe(const Parameter& parameter) {
 bool AddParameter(Description& description, const Parameter& parameter) {
   const DescID id = DescID::Create(DescLevel(parameter.id, DataTypeOf(parameter.field), 0));
   const DescID group = DescID::Create(DescLevel(ID_VIDEOPOSTPROPERTIES, DTYPE_GROUP, 0));
-  return description.SetParameter(id, Describe(parameter), group);
+  return description.SetParameter(id, DescribeParameter(parameter), group);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@ LISTING = """                 w __cxa_finalize
                  U std::vector<cinema::String>::size() const
                  U cinema::FindPlugin(int, cinema::PLUGINTYPE)
                  U vtable for cinema::NodeData
+                 U cinema::ViewOperations
                  U maxon::String::String(maxon::String const&)
                  U cinema::String::GetCString(char*, long long, unsigned short const*) const
 """
@@ -16,8 +17,8 @@ HEADERS = {
     "a.h": "class NodeData;\nclass QM_HOST_API String : public maxon::String {\n  int FindPlugin(int);\n};\n",
     "b.h": "class QM_HOST_API NodeData {\n};\nBasePlugin* FindPlugin(Int32 id, PLUGINTYPE type);\n"
            "String operator+(const Char* a, const String& b);\n"
-           "#define NOTOK (-1)\nenum class Kind { FIRST = 4, NEXT, BACK = -2 };\nenum { LOW, HIGH = 0x10, SAME = HIGH };\n"
-           "inline constexpr Int32 FLAG = 1 << 3;\ninline constexpr Int32 UNUSED = 9;\n",
+           "#define NOTOK (-1)\n#define FLAG (1 << 3)\n#define UNUSED 9\n#define C4DOS_Br (::cinema::ViewOperations)\n"
+           "enum class Kind { FIRST = 4, NEXT, BACK = -2 };\nenum { LOW, HIGH = 0x10, SAME = HIGH };\n",
 }
 SOURCES = {
     "x.cpp": 'int a = FLAG + Kind::NEXT; // UNUSED\nconst char* b = "UNUSED \\" UNUSED"; /* UNUSED */ int c = LOW + SAME;',
@@ -37,9 +38,10 @@ PAGE = """| symbol | header | sure | note |
 class Surface(unittest.TestCase):
     def test_symbols_of_the_host_are_told_in_its_words_with_their_header(self):
         symbols = surface.imports_of(LISTING)
-        self.assertEqual(symbols, ["FindPlugin(Int32, PLUGINTYPE)", "String::GetCString(Char*, Int, const UInt16*) const",
+        self.assertEqual(symbols, ["C4DOS_Br", "FindPlugin(Int32, PLUGINTYPE)", "String::GetCString(Char*, Int, const UInt16*) const",
                                    "maxon::String::String(const maxon::String&)", "vtable for NodeData"])
-        for symbol, header in [("FindPlugin(Int32, PLUGINTYPE)", "b.h"), ("NodeData::Get()", "b.h"), ("String::String()", "a.h"),
+        for symbol, header in [("FindPlugin(Int32, PLUGINTYPE)", "b.h"), ("C4DOS_Br", "b.h"), ("NodeData::Get()", "b.h"),
+                               ("String::String()", "a.h"),
                                ("operator+(const Char*, const String&)", "a.h"), ("hostcall::Open()", surface.OWN),
                                ("NodeData::SlotRead()", surface.OWN)]:
             with self.subTest(symbol):

@@ -1,5 +1,6 @@
 #include "api/application.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -80,6 +81,39 @@ TEST(Application, AModuleOfEitherStandardLibraryIsToldInOrderAndEnded) {
     EXPECT_EQ(console.lines.back(), "end");
     EXPECT_EQ(FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST), nullptr);
     EXPECT_FALSE(GeGetStartupWritePath().IsPopulated());
+  }
+}
+
+// Of a module that the host has refused, too, and again after its end.
+TEST(Module, AnswersItsEntryAsTheApplicationsModulesDo) {
+  for (const std::string& module : split(QM_PROBE_MODULES)) {
+    SCOPED_TRACE(module);
+    TemporaryFolder folder;
+    install(folder, module);
+    fs::remove(folder / "res/description/vpprobe.res");
+    Console console;
+    const Application application(folder.path(), console);
+    void* const handle = dlopen((folder / "probe.xso64").c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(handle, nullptr) << dlerror();
+    auto* const entry = reinterpret_cast<decltype(&c4d_main)>(dlsym(handle, "c4d_main"));
+    Filename file = filenameOf(folder / "probe.xso64");
+    const struct {
+      Int32 action;
+      intptr_t number;  // of a message
+      Int32 answer;
+    } rows[] = {{C4DPL_INIT_VERSION, 0, 5},
+                {12345, 0, -1},
+                {C4DPL_MESSAGE, 5, -1},
+                {C4DPL_INIT_SYS, 0, 1},
+                {C4DPL_MESSAGE, C4DPL_INIT_SYS, 1},
+                {C4DPL_INIT, 0, 0},
+                {C4DPL_END, 0, 1},
+                {C4DPL_MESSAGE, C4DPL_INIT_SYS, -1}};
+    for (const auto& row : rows) {
+      EXPECT_EQ(entry(row.action, reinterpret_cast<void*>(row.number), nullptr, &file), row.answer) << row.action;
+    }
+    EXPECT_THAT(console.lines, ElementsAre("message 5", "message 1", "start Probe", "end", "message 1"));
+    dlclose(handle);
   }
 }
 

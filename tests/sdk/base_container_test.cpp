@@ -59,7 +59,7 @@ TEST(Container, AnotherKindConvertsOrGivesThePreset) {
       {GeData(-2.9), DA_REAL, "1 -2 -2.9 - - 0"},
       {GeData(1e300), DA_REAL, "1 2147483647 1e+300 - - 0"},
       {GeData(0.5f), DA_REAL, "1 0 0.5 - - 0"},
-      {GeData(Int64{1} << 40, LLONGVALUE()), DA_LLONG, "1 -99 -99 - - 0"},
+      {GeData(Int64{1} << 40, LLONGVALUE), DA_LLONG, "1 -99 -99 - - 0"},
       {GeData("12"), DA_STRING, "1 -99 -99 12 - 0"},
       {GeData(Filename("/n")), DA_FILENAME, "1 -99 -99 - /n 0"},
       {GeData(inner), DA_CONTAINER, "1 -99 -99 - - 5 inside"},
@@ -107,6 +107,7 @@ TEST(Link, LeadsToAnObjectOfItsDocumentAndKindUntilThatIsGone) {
   EXPECT_EQ(container.GetLink(1, nullptr), target);
   EXPECT_EQ(copy.GetObjectLink(1, document.get()), target);
   EXPECT_EQ(copy.GetBaseLink(1)->GetLink(const_cast<const BaseDocument*>(document.get())), target);
+  EXPECT_EQ(GeData(copy.GetBaseLink(1)), copy.GetData(1));
   EXPECT_EQ(copy, container);
   container.SetLink(1, nullptr);
   EXPECT_NE(copy, container);

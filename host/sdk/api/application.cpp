@@ -52,8 +52,8 @@ class RegistrationScope {
 void start(ModuleFile& module, const std::string& refusal) {
   cinema::Int32 priority = 0;  // of no meaning while modules are opened one by one
   module.initSystem();
-  module.message(cinema::C4DMSG_PRIORITY, &priority);
-  if (!module.message(cinema::C4DPL_INIT_SYS, nullptr)) refused(module, "can't initialise", refusal);
+  module.message(C4DMSG_PRIORITY, &priority);
+  if (!module.message(C4DPL_INIT_SYS, nullptr)) refused(module, "can't initialise", refusal);
   if (!module.start()) refused(module, "can't start", refusal);
 }
 

@@ -86,8 +86,8 @@ void Document::setSize(int width, int height) {
                 " pixels: each side must be 1 to " + std::to_string(image::kMaxSide));
   }
   cinema::BaseContainer& settings = parts_->document().renderData->GetDataInstanceRef();
-  settings.SetInt32(cinema::RDATA_XRES, width);
-  settings.SetInt32(cinema::RDATA_YRES, height);
+  settings.SetInt32(RDATA_XRES, width);
+  settings.SetInt32(RDATA_YRES, height);
 }
 
 cinema::BaseVideoPost& Document::addVideoPost(int id) {

@@ -96,7 +96,7 @@ cinema::VideoPostData& dataOf(cinema::BaseVideoPost& effect) {
 }
 
 std::vector<cinema::BaseVideoPost*> agreeingEffects(const DocumentParts& document) {
-  const cinema::Int32 engine = document.renderData->GetDataInstanceRef().GetInt32(cinema::RDATA_RENDERENGINE);
+  const cinema::Int32 engine = document.renderData->GetDataInstanceRef().GetInt32(RDATA_RENDERENGINE);
   std::vector<cinema::BaseVideoPost*> agreeing;
   for (const auto& effect : document.effects) {
     if (dataOf(*effect).RenderEngineCheck(effect.get(), engine)) agreeing.push_back(effect.get());
@@ -159,8 +159,7 @@ class CallSequence {
 Frame renderFrame(Document& document, const BreakTest& userBreak, const FrameSettings& settings) {
   const DocumentParts& parts = partsOf(document.api());
   const cinema::BaseContainer& size = parts.renderData->GetDataInstanceRef();
-  const RenderCall::Buffer buffer{.width = size.GetInt32(cinema::RDATA_XRES),
-                                  .height = size.GetInt32(cinema::RDATA_YRES)};
+  const RenderCall::Buffer buffer{.width = size.GetInt32(RDATA_XRES), .height = size.GetInt32(RDATA_YRES)};
   return drawOrReport<Frame>([&]() -> Frame {
     RenderCall call(&document, buffer, userBreak, settings);
     CallSequence(agreeingEffects(parts), call, userBreak).run();

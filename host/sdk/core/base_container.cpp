@@ -66,11 +66,11 @@ BaseContainer::~BaseContainer() {
   delete parts_;
 }
 
-BaseContainer& BaseContainer::operator=(const BaseContainer& other) {
+const BaseContainer& BaseContainer::operator=(const BaseContainer& other) {
   return *this = BaseContainer(other);
 }
 
-BaseContainer& BaseContainer::operator=(BaseContainer&& other) noexcept {
+const BaseContainer& BaseContainer::operator=(BaseContainer&& other) noexcept {
   std::swap(parts_, other.parts_);
   return *this;
 }
@@ -136,7 +136,7 @@ const BaseContainer* BaseContainer::GetContainerInstance(Int32 id) const {
   return GetData(id).GetContainer();
 }
 BaseContainer* BaseContainer::GetContainerInstanceWritable(Int32 id) {
-  return GetData(id).GetContainer();
+  return const_cast<BaseContainer*>(GetContainerInstance(id));
 }
 void BaseContainer::SetContainer(Int32 id, const BaseContainer& s) {
   SetData(id, GeData(s));

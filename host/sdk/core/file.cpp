@@ -47,8 +47,14 @@ Filename::Filename(const maxon::String& name) : name_(withoutTrailingSeparators(
 Filename::Filename(const Filename& other) = default;
 Filename::Filename(Filename&& other) noexcept = default;
 Filename::~Filename() = default;
-Filename& Filename::operator=(const Filename& other) = default;
-Filename& Filename::operator=(Filename&& other) noexcept = default;
+const Filename& Filename::operator=(const Filename& other) {
+  name_ = other.name_;
+  return *this;
+}
+const Filename& Filename::operator=(Filename&& other) noexcept {
+  name_ = std::move(other.name_);
+  return *this;
+}
 
 Bool Filename::IsPopulated() const {
   return name_.IsPopulated();

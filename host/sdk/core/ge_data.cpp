@@ -62,25 +62,26 @@ GeData::GeData() = default;
 GeData::GeData(Int32 value) : parts_(new Parts{value}) {}
 GeData::GeData(double value) : parts_(new Parts{value}) {}
 GeData::GeData(Float32 value) : GeData(static_cast<double>(value)) {}
-GeData::GeData(Int64 value, LLONGVALUE) : parts_(new Parts{value}) {}
+GeData::GeData(Int64 value, LLONGVALUETYPE) : parts_(new Parts{value}) {}
 GeData::GeData(const Char* utf8) : parts_(new Parts{String(utf8)}) {}
 GeData::GeData(const maxon::String& text) : parts_(new Parts{String(text)}) {}
 GeData::GeData(const Filename& name) : parts_(new Parts{name}) {}
 GeData::GeData(const BaseContainer& container) : parts_(new Parts{container}) {}
 GeData::GeData(const BaseTime& time) : parts_(new Parts{time}) {}
 GeData::GeData(BaseList2D* target) : parts_(new Parts{HostSide<BaseLink>(target)}) {}
-GeData::GeData(const BaseLink& link) : parts_(new Parts{HostSide<BaseLink>(link)}) {}
+GeData::GeData(const BaseLink* link)
+    : parts_(new Parts{link ? HostSide<BaseLink>(*link) : HostSide<BaseLink>(nullptr)}) {}
 GeData::GeData(const GeData& other) : parts_(other.parts_ ? new Parts(*other.parts_) : nullptr) {}
 GeData::GeData(GeData&& other) noexcept : parts_(std::exchange(other.parts_, nullptr)) {}
 GeData::~GeData() {
   delete parts_;
 }
 
-GeData& GeData::operator=(const GeData& other) {
+const GeData& GeData::operator=(const GeData& other) {
   return *this = GeData(other);
 }
 
-GeData& GeData::operator=(GeData&& other) noexcept {
+const GeData& GeData::operator=(GeData&& other) noexcept {
   std::swap(parts_, other.parts_);
   return *this;
 }
@@ -112,8 +113,8 @@ const Filename& GeData::GetFilename() const {
 const BaseTime& GeData::GetTime() const {
   return orNothing<BaseTime>(*this);
 }
-BaseContainer* GeData::GetContainer() const {
-  return const_cast<BaseContainer*>(Side::as<BaseContainer>(*this));
+const BaseContainer* GeData::GetContainer() const {
+  return Side::as<BaseContainer>(*this);
 }
 
 const BaseLink* GeData::GetBaseLink() const {

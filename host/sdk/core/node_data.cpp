@@ -27,7 +27,10 @@ void BaseData::operator delete(void* block) {
 
 NodeData::NodeData() = default;
 NodeData::~NodeData() = default;
-GeListNode* NodeData::Get() const {
+const GeListNode* NodeData::Get() const {
+  return node_;
+}
+GeListNode* NodeData::Get() {
   return node_;
 }
 

@@ -59,24 +59,6 @@ bool operator!=(const String& a, const String& b) {
 bool operator<(const String& a, const String& b) {
   return points(a) < points(b);
 }
-bool operator==(const String& a, const char* utf8) {
-  return points(a) == decoded(utf8);
-}
-bool operator!=(const String& a, const char* utf8) {
-  return points(a) != decoded(utf8);
-}
-bool operator<(const String& a, const char* utf8) {
-  return points(a) < decoded(utf8);
-}
-bool operator==(const char* utf8, const String& b) {
-  return decoded(utf8) == points(b);
-}
-bool operator!=(const char* utf8, const String& b) {
-  return decoded(utf8) != points(b);
-}
-bool operator<(const char* utf8, const String& b) {
-  return decoded(utf8) < points(b);
-}
 
 String operator+(const String& a, const String& b) {
   return cinema::HostSide<String>::make(points(a) + points(b));
@@ -168,8 +150,27 @@ Char* String::GetCStringCopy(STRINGENCODING type) const {
   return copy;
 }
 
-String& String::operator+=(const String& other) {
+const String& String::operator+=(const String& other) {
   return *this = *this + other;
+}
+
+Bool operator==(const String& a, const Char* utf8) {
+  return points(a) == decoded(utf8);
+}
+Bool operator!=(const String& a, const Char* utf8) {
+  return !(a == utf8);
+}
+Bool operator<(const String& a, const Char* utf8) {
+  return points(a) < decoded(utf8);
+}
+Bool operator==(const Char* utf8, const String& b) {
+  return b == utf8;
+}
+Bool operator!=(const Char* utf8, const String& b) {
+  return !(b == utf8);
+}
+Bool operator<(const Char* utf8, const String& b) {
+  return decoded(utf8) < points(b);
 }
 
 String operator+(const String& a, const String& b) {

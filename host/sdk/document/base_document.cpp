@@ -15,8 +15,8 @@ using cinema::HostSide;
 constexpr int kWidth = 1024, kHeight = 576;  // until somebody says otherwise
 
 ViewParts::ViewParts() : Parts(kNoType) {
-  container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
-  container.SetInt32(cinema::BASEDRAW_DATA_SDISPLAYINACTIVE, cinema::BASEDRAW_SDISPLAY_GOURAUD);
+  container.SetInt32(BASEDRAW_DATA_SDISPLAYACTIVE, BASEDRAW_SDISPLAY_GOURAUD);
+  container.SetInt32(BASEDRAW_DATA_SDISPLAYINACTIVE, BASEDRAW_SDISPLAY_GOURAUD);
 }
 
 DocumentParts::DocumentParts(std::shared_ptr<const scene::Scene> shown) : Parts(kNoType), scene(std::move(shown)) {}
@@ -29,9 +29,9 @@ void DocumentParts::furnish(cinema::BaseDocument& api) {
     return parts;
   };
   auto settings = standing(std::make_unique<cinema::AtomParts>(kNoType));
-  settings->container.SetInt32(cinema::RDATA_XRES, kWidth);
-  settings->container.SetInt32(cinema::RDATA_YRES, kHeight);
-  settings->container.SetInt32(cinema::RDATA_RENDERENGINE, cinema::RDATA_RENDERENGINE_STANDARD);
+  settings->container.SetInt32(RDATA_XRES, kWidth);
+  settings->container.SetInt32(RDATA_YRES, kHeight);
+  settings->container.SetInt32(RDATA_RENDERENGINE, RDATA_RENDERENGINE_STANDARD);
   renderData = HostSide<cinema::RenderData>::make(std::move(settings));
   auto viewParts = standing(std::make_unique<ViewParts>());
   for (const scene::CameraInfo& info : scene->cameras()) {

@@ -11,7 +11,7 @@
 namespace quillmere::host {
 
 struct CameraParts : cinema::AtomParts {
-  explicit CameraParts(std::size_t at) : Parts(cinema::Ocamera, {cinema::Obase}), index(at) {}
+  explicit CameraParts(std::size_t at) : Parts(Ocamera, {Obase}), index(at) {}
   const std::size_t index;  // in Scene::cameras()
 };
 

@@ -183,8 +183,8 @@ Bool ShowBitmap(BaseBitmap* bm, const String&) {
 }
 
 Bool ShowBitmap(const Filename& fn) {
-  const AutoAlloc<BaseBitmap> loaded;
-  return loaded.GetPointer() && loaded.GetPointer()->Init(fn) == IMAGERESULT::OK && show(loaded.GetPointer());
+  AutoAlloc<BaseBitmap> loaded;
+  return loaded.GetPointer() && loaded->Init(fn) == IMAGERESULT::OK && show(loaded.GetPointer());
 }
 
 }  // namespace cinema

@@ -98,7 +98,7 @@ C4D_BaseDraw viewOperations{drawViewIntoBitmap};
 
 }  // namespace
 
-C4D_BaseDraw* C4DOS_Br = &viewOperations;
+C4D_BaseDraw* const ViewOperations = &viewOperations;
 
 RENDERRESULT RenderDocument(BaseDocument* doc, const BaseContainer& rdata, ProgressHook* prog, void* private_data,
                             BaseBitmap* bmp, RENDERFLAGS renderflags, BaseThread* th, WriteProgressHook*, void*) {

@@ -7,19 +7,8 @@ using namespace cinema;
 
 namespace {
 
-Bool started = false;
-
-Int32 Start() {
-  started = PluginStart();
-  return started ? 1 : 0;
-}
-
-// The host also ends a module that it has refused.
-void End() {
-  if (started) PluginEnd();
-  started = false;
-  g_resource.Free();
-}
+constexpr Int32 kVersion = 5;  // of this entry, as the application's SDK answers
+constexpr Int32 kUnknown = -1;
 
 }  // namespace
 
@@ -29,13 +18,16 @@ Int32 c4d_main(Int32 action, void* p1, void* p2, void* p3) {
       ModulePath() = *static_cast<const Filename*>(p3);
       return 1;
     case C4DPL_INIT:
-      return Start();
-    case C4DPL_END:
-      End();
+      return PluginStart() ? 1 : 0;
+    case C4DPL_END:  // of a module that was refused, too
+      PluginEnd();
+      g_resource.Free();
       return 1;
+    case C4DPL_INIT_VERSION:
+      return kVersion;
     case C4DPL_MESSAGE:
       return PluginMessage(static_cast<Int32>(reinterpret_cast<intptr_t>(p1)), p2) ? 1 : -1;
     default:
-      return 0;
+      return kUnknown;
   }
 }

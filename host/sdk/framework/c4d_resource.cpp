@@ -29,10 +29,9 @@ Bool GeResource::Init(const Filename& path, Bool) {
 void GeResource::Free() {
   hostcall::CloseResource(resource_);
   resource_ = nullptr;
-  asked_ = false;
 }
 
-LocalResource* GeResource::Get() const {
+LocalResource* GeResource::Get() {
   return resource_;
 }
 

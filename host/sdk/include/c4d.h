@@ -27,3 +27,12 @@
 #include "ge_prepass.h"
 #include "lib_description.h"
 #include "operatingsystem.h"
+
+// Macros of the application's headers that are not modelled. There a name of a module's own would be replaced by them,
+// so here it is an error. Modules are told by their lack of exceptions: programs of this host, and their libraries
+// (gmock has a ReturnNull), never meet the application's headers.
+#ifndef __cpp_exceptions
+#pragma GCC poison Describe DebugStop CriticalStop DebugAssert CriticalAssert DebugOutput DebugWarning
+#pragma GCC poison CheckArgument CheckState TakeBase FormatString ReturnNull
+#pragma GCC poison NewObj NewMem NewMemClear DeleteObj MoveMemType CopyMemType
+#endif

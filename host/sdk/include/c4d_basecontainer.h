@@ -14,8 +14,8 @@ class QM_HOST_API BaseContainer {
   BaseContainer(const BaseContainer& other);
   BaseContainer(BaseContainer&& other) noexcept;
   ~BaseContainer();
-  BaseContainer& operator=(const BaseContainer& other);
-  BaseContainer& operator=(BaseContainer&& other) noexcept;
+  const BaseContainer& operator=(const BaseContainer& other);
+  const BaseContainer& operator=(BaseContainer&& other) noexcept;
   Bool operator==(const BaseContainer& other) const;  // same ID, and same entries in the same order
   Bool operator!=(const BaseContainer& other) const;
 

@@ -42,7 +42,8 @@ enum class RENDERPROGRESSTYPE { BEFORERENDERING = 0, DURINGRENDERING = 1, AFTERR
 typedef void ProgressHook(Float progress, RENDERPROGRESSTYPE type, void* private_data);
 enum class WRITEMODE { STANDARD = 0 };
 typedef void WriteProgressHook(WRITEMODE mode, BaseBitmap* bmp, const Filename& name, Bool main, Int32 frame,
-                               Int32 render_time, Int32 stream_num, const String& stream_name, void* private_data);
+                               Int32 render_time, Int32 stream_num, const maxon::String& stream_name,
+                               void* private_data);
 
 // Renders the document with the settings `rdata` into `bmp`, which must have their size already. `th`, when given, is
 // asked for the user's break.

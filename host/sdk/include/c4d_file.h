@@ -13,8 +13,8 @@ class QM_HOST_API Filename {
   Filename(const Filename& other);
   Filename(Filename&& other) noexcept;
   ~Filename();
-  Filename& operator=(const Filename& other);
-  Filename& operator=(Filename&& other) noexcept;
+  const Filename& operator=(const Filename& other);
+  const Filename& operator=(Filename&& other) noexcept;
 
   Bool IsPopulated() const;
   String GetString() const;
@@ -49,7 +49,7 @@ QM_HOST_API Bool GeFCreateDir(const Filename& name);
 // All missing levels; true when the folder is there afterwards. False for an empty name and for a bare one.
 QM_HOST_API Bool GeFCreateDirRec(const Filename& name);
 
-inline constexpr Int32 C4D_PATH_STARTUPWRITE = 8;
+#define C4D_PATH_STARTUPWRITE 8
 QM_HOST_API const Filename GeGetC4DPath(Int32 whichpath);  // empty for a path that this host doesn't have
 QM_HOST_API const Filename GeGetStartupWritePath();        // the user's folder for what modules write
 

@@ -5,7 +5,7 @@
 
 namespace cinema {
 
-enum LLONGVALUE { VALUE_IS_LLONG = 0 };
+enum LLONGVALUETYPE { LLONGVALUE = 0 };
 
 // One value of one of the DA_ types. Bools are kept as DA_LONG. Reading another kind than the one that is kept gives
 // what the getter names, after the conversions between Bool, Int32 and Float.
@@ -15,30 +15,30 @@ class QM_HOST_API GeData {
   GeData(Int32 value);
   GeData(double value);
   GeData(Float32 value);
-  GeData(Int64 value, LLONGVALUE kind);
+  GeData(Int64 value, LLONGVALUETYPE kind);
   GeData(const Char* utf8);
   GeData(const maxon::String& text);
   GeData(const Filename& name);
   GeData(const BaseContainer& container);
   GeData(const BaseTime& time);
-  GeData(BaseList2D* target);  // a link, which ends with its target
-  GeData(const BaseLink& link);
+  GeData(BaseList2D* target);    // a link, which ends with its target
+  GeData(const BaseLink* link);  // a link to the same target; null leads nowhere
   GeData(const GeData& other);
   GeData(GeData&& other) noexcept;
   ~GeData();
-  GeData& operator=(const GeData& other);
-  GeData& operator=(GeData&& other) noexcept;
+  const GeData& operator=(const GeData& other);
+  const GeData& operator=(GeData&& other) noexcept;
 
   Int32 GetType() const;
   Bool GetBool() const;    // else false
   Int32 GetInt32() const;  // else 0; a Float is cut toward zero and kept in range
   Int64 GetInt64() const;
-  Float GetFloat() const;               // else 0
-  const String& GetString() const;      // else an empty text
-  const Filename& GetFilename() const;  // else an empty name
-  const BaseTime& GetTime() const;      // else 0
-  BaseContainer* GetContainer() const;  // else null
-  const BaseLink* GetBaseLink() const;  // else null
+  Float GetFloat() const;                     // else 0
+  const String& GetString() const;            // else an empty text
+  const Filename& GetFilename() const;        // else an empty name
+  const BaseTime& GetTime() const;            // else 0
+  const BaseContainer* GetContainer() const;  // else null
+  const BaseLink* GetBaseLink() const;        // else null
   // Null when this is no link, the target is gone, belongs to another document, or isn't an `instanceof` (0: any).
   BaseList2D* GetLink(BaseDocument* doc, Int32 instanceof = 0) const;
   const BaseList2D* GetLink(const BaseDocument* doc, Int32 instanceof = 0) const;

@@ -28,7 +28,8 @@ class QM_HOST_API NodeData : public BaseData {
   NodeData();
   ~NodeData() override;
 
-  GeListNode* Get() const;  // the node; null in the constructor
+  const GeListNode* Get() const;  // the node; null in the constructor
+  GeListNode* Get();
 
   // False: the node is given up. `isCloneInit` tells that the node is about to receive copied values.
   virtual Bool Init(GeListNode* node, Bool isCloneInit);

@@ -10,19 +10,19 @@ Bool PluginStart();
 void PluginEnd();
 Bool PluginMessage(Int32 id, void* data);
 
-inline constexpr Int32 C4DMSG_PRIORITY = 0;
-inline constexpr Int32 C4DPL_ERROR = -1;
-inline constexpr Int32 C4DPL_INIT_PRIORITY_PLUGINS = 0;
-inline constexpr Int32 C4DPL_INIT_SYS = 1;
-inline constexpr Int32 C4DPL_INIT = 2;
-inline constexpr Int32 C4DPL_END = 3;
-inline constexpr Int32 C4DPL_INIT_VERSION = 4;
-inline constexpr Int32 C4DPL_MESSAGE = 6;
-inline constexpr Int32 C4DPL_STARTACTIVITY = 1000;
-inline constexpr Int32 C4DPL_ENDACTIVITY = 1001;
-inline constexpr Int32 C4DPL_COMMANDLINEARGS = 1002;
-inline constexpr Int32 C4DPL_BUILDMENU = 1001188;
-inline constexpr Int32 C4DPL_PROGRAM_STARTED = 450000215;
+#define C4DMSG_PRIORITY 0
+#define C4DPL_ERROR (-1)
+#define C4DPL_INIT_PRIORITY_PLUGINS 0
+#define C4DPL_INIT_SYS 1
+#define C4DPL_INIT 2
+#define C4DPL_END 3
+#define C4DPL_INIT_VERSION 4
+#define C4DPL_MESSAGE 6
+#define C4DPL_STARTACTIVITY 1000
+#define C4DPL_ENDACTIVITY 1001
+#define C4DPL_COMMANDLINEARGS 1002
+#define C4DPL_BUILDMENU 1001188
+#define C4DPL_PROGRAM_STARTED 450000215
 
 }  // namespace cinema
 
@@ -31,5 +31,6 @@ inline constexpr Int32 C4DPL_PROGRAM_STARTED = 450000215;
 
 // The one symbol that a module exports, compiled into it. `action`: C4DPL_INIT_SYS with the module's file name (const
 // Filename*) in p3; C4DPL_MESSAGE with the message in p1 and its data in p2, answered with 1 or -1; C4DPL_INIT,
-// answered with 1 or 0; C4DPL_END.
+// answered with 1 or 0; C4DPL_END, whatever the others were answered with; C4DPL_INIT_VERSION, answered with 5. Any
+// other is answered with -1.
 extern "C" QM_HOST_API cinema::Int32 c4d_main(cinema::Int32 action, void* p1, void* p2, void* p3);

@@ -12,12 +12,12 @@ class GeResource {
   GeResource& operator=(const GeResource&) = delete;
 
   // Reads the folder "res" beside the module's file, or `path`. A further call reads nothing: it answers whether the
-  // first one succeeded. `regardIsStopped` has no meaning here.
+  // resource is there, which after Free it no longer is. `regardIsStopped` has no meaning here.
   Bool Init();
   Bool Init(const Filename& path, Bool regardIsStopped = true);
-  void Free();  // the next Init reads again
+  void Free();
 
-  LocalResource* Get() const;  // null before a successful Init
+  LocalResource* Get();  // null before a successful Init
 
  private:
   LocalResource* resource_ = nullptr;

@@ -33,12 +33,6 @@ class QM_HOST_API String {
 QM_HOST_API bool operator==(const String& a, const String& b);
 QM_HOST_API bool operator!=(const String& a, const String& b);
 QM_HOST_API bool operator<(const String& a, const String& b);  // by code points
-QM_HOST_API bool operator==(const String& a, const char* utf8);
-QM_HOST_API bool operator!=(const String& a, const char* utf8);
-QM_HOST_API bool operator<(const String& a, const char* utf8);
-QM_HOST_API bool operator==(const char* utf8, const String& b);
-QM_HOST_API bool operator!=(const char* utf8, const String& b);
-QM_HOST_API bool operator<(const char* utf8, const String& b);
 QM_HOST_API String operator+(const String& a, const String& b);
 
 }  // namespace maxon
@@ -75,7 +69,15 @@ class QM_HOST_API String : public maxon::String {
   // NUL-terminated copy that the caller frees with DeleteMem; null for an empty text.
   Char* GetCStringCopy(STRINGENCODING type = STRINGENCODING::XBIT) const;
 
-  String& operator+=(const String& other);
+  const String& operator+=(const String& other);
+
+  // Of the two texts only this one compares with a literal.
+  friend QM_HOST_API Bool operator==(const String& a, const Char* utf8);
+  friend QM_HOST_API Bool operator!=(const String& a, const Char* utf8);
+  friend QM_HOST_API Bool operator<(const String& a, const Char* utf8);
+  friend QM_HOST_API Bool operator==(const Char* utf8, const String& b);
+  friend QM_HOST_API Bool operator!=(const Char* utf8, const String& b);
+  friend QM_HOST_API Bool operator<(const Char* utf8, const String& b);
 };
 
 QM_HOST_API String operator+(const String& a, const String& b);

@@ -5,7 +5,7 @@
 
 namespace cinema {
 
-inline constexpr Int32 VPBUFFER_RGBA = 1;
+#define VPBUFFER_RGBA 1
 
 // A buffer of the render that is running. Lines run from the top, components are interleaved.
 class QM_HOST_API VPBuffer {

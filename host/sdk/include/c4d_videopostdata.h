@@ -26,10 +26,10 @@ struct FlagEnum<VIDEOPOSTINFO> {
 // What the host tells with a render call. Everything belongs to the host and lives until the call returns.
 struct BaseVideoPostStruct {
   Int32 version = 0;
-  VIDEOPOSTCALL vp = VIDEOPOSTCALL::FRAMESEQUENCE;
+  VIDEOPOSTCALL vp = VIDEOPOSTCALL(0);  // none of them, until the host says which
   Bool open = false;
   BaseTime time;
-  Int32 fps = 0;
+  Int32 fps = 30;
   RENDERRESULT* error = nullptr;  // may be null
   VolumeData* vd = nullptr;       // not to be used in the closing RENDER call
   BaseDocument* doc = nullptr;
@@ -101,17 +101,17 @@ class QM_HOST_API VideoPostData : public NodeData {
   virtual void SlotGetColorProfileInfo();
 };
 
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_MULTIPLE = 1 << 0;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_INHERENT = 1 << 1;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_ISRENDERER = 1 << 3;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_STEREO_EDITOR = 1 << 4;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_STEREO_RENDERING = 1 << 5;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_ISRENDERER_NET = 1 << 6;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_MULTIPASS = 1 << 7;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_STATIC = 1 << 8;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_OFFBYDEFAULT = 1 << 9;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_SETTINGMODE = 1 << 10;
-inline constexpr Int32 PLUGINFLAG_VIDEOPOST_HIDE = 1 << 11;
+#define PLUGINFLAG_VIDEOPOST_MULTIPLE (1 << 0)
+#define PLUGINFLAG_VIDEOPOST_INHERENT (1 << 1)
+#define PLUGINFLAG_VIDEOPOST_ISRENDERER (1 << 3)
+#define PLUGINFLAG_VIDEOPOST_STEREO_EDITOR (1 << 4)
+#define PLUGINFLAG_VIDEOPOST_STEREO_RENDERING (1 << 5)
+#define PLUGINFLAG_VIDEOPOST_ISRENDERER_NET (1 << 6)
+#define PLUGINFLAG_VIDEOPOST_MULTIPASS (1 << 7)
+#define PLUGINFLAG_VIDEOPOST_STATIC (1 << 8)
+#define PLUGINFLAG_VIDEOPOST_OFFBYDEFAULT (1 << 9)
+#define PLUGINFLAG_VIDEOPOST_SETTINGMODE (1 << 10)
+#define PLUGINFLAG_VIDEOPOST_HIDE (1 << 11)
 
 // Registers the effect that `g` makes, and before it its description unless that is empty. False, with nothing
 // registered, when the description can't be. Compiled into the module.

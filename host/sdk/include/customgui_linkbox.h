@@ -4,6 +4,6 @@
 
 namespace cinema {
 
-inline constexpr Int32 CUSTOMGUI_LINKBOX = 1009415;
+#define CUSTOMGUI_LINKBOX 1009415
 
 }  // namespace cinema

@@ -1,7 +1,5 @@
 #pragma once
 
-namespace cinema {
-
 enum {
   BASEDRAW_DATA_SDISPLAYACTIVE = 1003,    // how the selected objects are drawn
   BASEDRAW_DATA_SDISPLAYINACTIVE = 1004,  // how all others are drawn
@@ -14,5 +12,3 @@ enum {
   BASEDRAW_SDISPLAY_NOSHADING = 6,
   BASEDRAW_SDISPLAY_FLAT = 7
 };
-
-}  // namespace cinema

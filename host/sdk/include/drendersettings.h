@@ -1,7 +1,5 @@
 #pragma once
 
-namespace cinema {
-
 enum {
   RDATA_XRES = 5008,  // pixels
   RDATA_YRES = 5009,  // pixels
@@ -14,5 +12,3 @@ enum {
   RDATA_RENDERENGINE_REDSHIFT = 1036219,
   RDATA_RENDERENGINE_PREVIEWHARDWARE = 300001061
 };
-
-}  // namespace cinema

@@ -14,7 +14,9 @@ class AutoAlloc {
   explicit AutoAlloc(T* adopted) : owned_(adopted) {}
   AutoAlloc(AutoAlloc&& other) noexcept : owned_(other.Release()) {}
   AutoAlloc& operator=(AutoAlloc&& other) noexcept {
-    if (this != &other) Assign(other.Release());
+    T* const adopted = other.Release();  // first, so that nothing is lost when it is this one
+    Free();
+    owned_ = adopted;
     return *this;
   }
   AutoAlloc(const AutoAlloc&) = delete;
@@ -27,11 +29,11 @@ class AutoAlloc {
   T* operator->() { return owned_; }
   const T* operator->() const { return owned_; }
 
-  T* GetPointer() const { return owned_; }
-  void Assign(T* adopted) {
-    Free();
-    owned_ = adopted;
-  }
+  T* const* operator&() const { return &owned_; }
+
+  T* GetPointer() { return owned_; }
+  const T* GetPointer() const { return owned_; }
+  void Assign(T* adopted) { owned_ = adopted; }  // what was owned before is not freed: Free or Release it first
   void Free() {
     if (owned_) T::Free(owned_);
     owned_ = nullptr;

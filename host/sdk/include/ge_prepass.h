@@ -11,6 +11,12 @@
 
 #define NOTOK (-1)
 
+#define FILTER_PNG 1023671
+
+#define Obase 5155
+#define Ocamera 5103
+#define Orscamera 1057516
+
 namespace cinema {
 
 using Bool = bool;
@@ -83,21 +89,17 @@ constexpr Enum& operator&=(Enum& a, Enum b) {
   return a = a & b;
 }
 
-inline constexpr Int32 FILTER_PNG = 1023671;
-
-inline constexpr Int32 Obase = 5155;
-inline constexpr Int32 Ocamera = 5103;
-inline constexpr Int32 Orscamera = 1057516;
-
-inline constexpr Int32 DA_NIL = 0;
-inline constexpr Int32 DA_LONG = 15;
-inline constexpr Int32 DA_REAL = 19;
-inline constexpr Int32 DA_TIME = 22;
-inline constexpr Int32 DA_LLONG = 26;
-inline constexpr Int32 DA_STRING = 130;
-inline constexpr Int32 DA_FILENAME = 131;
-inline constexpr Int32 DA_CONTAINER = 132;
-inline constexpr Int32 DA_ALIASLINK = 133;
+enum {
+  DA_NIL = 0,
+  DA_LONG = 15,
+  DA_REAL = 19,
+  DA_TIME = 22,
+  DA_LLONG = 26,
+  DA_STRING = 130,
+  DA_FILENAME = 131,
+  DA_CONTAINER = 132,
+  DA_ALIASLINK = 133
+};
 
 enum class DESCFLAGS_DESC { NONE = 0, LOADED = 2 };
 enum class DESCFLAGS_GET { NONE = 0, PARAM_GET = 2 };

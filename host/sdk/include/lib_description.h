@@ -27,10 +27,10 @@ struct DescLevel {
 // number, which would be taken for one by mistake.
 class DescID {
  public:
-  constexpr DescID() = default;
+  DescID() {}  // no constexpr, so that no address can be
 
   template <class... Levels>
-  static constexpr DescID Create(const Levels&... levels) {
+  static DescID Create(const Levels&... levels) {
     static_assert(sizeof...(Levels) <= kDeepest, "an address this deep is not modelled");
     DescID made;
     (made.Append(levels), ...);
@@ -38,16 +38,14 @@ class DescID {
   }
 
   // A level beyond the last is {0, 0, 0}.
-  constexpr const DescLevel& operator[](Int32 pos) const {
-    return pos >= 0 && pos < depth_ ? levels_[pos] : levels_[kDeepest];
-  }
-  constexpr Int32 GetDepth() const { return depth_; }
-  constexpr Bool IsPopulated() const { return depth_ > 0; }
+  const DescLevel& operator[](Int32 pos) const { return pos >= 0 && pos < depth_ ? levels_[pos] : levels_[kDeepest]; }
+  Int32 GetDepth() const { return depth_; }
+  Bool IsPopulated() const { return depth_ > 0; }
 
-  constexpr Bool operator==(const DescID& other) const { return depth_ == other.depth_ && IsPartOf(other, nullptr); }
-  constexpr Bool operator!=(const DescID& other) const { return !(*this == other); }
+  Bool operator==(const DescID& other) const { return depth_ == other.depth_ && IsPartOf(other, nullptr); }
+  Bool operator!=(const DescID& other) const { return !(*this == other); }
   // Whether `cmp` begins with this address; `pos`, when given, receives the number of levels that agree.
-  constexpr Bool IsPartOf(const DescID& cmp, Int32* pos) const {
+  Bool IsPartOf(const DescID& cmp, Int32* pos) const {
     Int32 agreeing = 0;
     while (agreeing < depth_ && agreeing < cmp.depth_ && levels_[agreeing] == cmp.levels_[agreeing]) ++agreeing;
     if (pos) *pos = agreeing;
@@ -56,41 +54,42 @@ class DescID {
 
  private:
   static constexpr Int32 kDeepest = 4;
-  constexpr void Append(const DescLevel& level) { levels_[depth_++] = level; }
+  void Append(const DescLevel& level) { levels_[depth_++] = level; }
 
   DescLevel levels_[kDeepest + 1] = {DescLevel(0), DescLevel(0), DescLevel(0), DescLevel(0), DescLevel(0)};
   Int32 depth_ = 0;
 };
 
-inline constexpr Int32 DESC_NAME = 1;
-inline constexpr Int32 DESC_SHORT_NAME = 2;
-inline constexpr Int32 DESC_MIN = 5;
-inline constexpr Int32 DESC_MAX = 6;
-inline constexpr Int32 DESC_STEP = 9;
-inline constexpr Int32 DESC_ANIMATE = 10;
-inline constexpr Int32 DESC_ANIMATE_OFF = 0;
-inline constexpr Int32 DESC_ANIMATE_ON = 1;
-inline constexpr Int32 DESC_ANIMATE_MIX = 2;
-inline constexpr Int32 DESC_CYCLE = 14;
-inline constexpr Int32 DESC_HIDE = 15;
-inline constexpr Int32 DESC_DEFAULT = 16;
-inline constexpr Int32 DESC_ACCEPT = 17;
-inline constexpr Int32 DESC_REFUSE = 19;
-inline constexpr Int32 DESC_CUSTOMGUI = 21;
-inline constexpr Int32 DESC_EDITABLE = 26;
+enum {
+  DESC_NAME = 1,
+  DESC_SHORT_NAME = 2,
+  DESC_MIN = 5,
+  DESC_MAX = 6,
+  DESC_STEP = 9,
+  DESC_ANIMATE = 10,
+  DESC_ANIMATE_OFF = 0,
+  DESC_ANIMATE_ON = 1,
+  DESC_ANIMATE_MIX = 2,
+  DESC_CYCLE = 14,
+  DESC_HIDE = 15,
+  DESC_DEFAULT = 16,
+  DESC_ACCEPT = 17,
+  DESC_REFUSE = 19,
+  DESC_CUSTOMGUI = 21,
+  DESC_EDITABLE = 26
+};
 
-inline constexpr Int32 DTYPE_GROUP = 1;
-inline constexpr Int32 DTYPE_BUTTON = 8;
-inline constexpr Int32 DTYPE_STATICTEXT = 12;
-inline constexpr Int32 DTYPE_LONG = 15;
-inline constexpr Int32 DTYPE_REAL = 19;
-inline constexpr Int32 DTYPE_STRING = 130;
-inline constexpr Int32 DTYPE_FILENAME = 131;
-inline constexpr Int32 DTYPE_BASELISTLINK = 133;
-inline constexpr Int32 DTYPE_BOOL = 400006001;
-
-inline constexpr Int32 CUSTOMGUI_CYCLE = 200000180;
-inline constexpr Int32 CUSTOMGUI_STRINGMULTI = 200000007;
+enum {
+  DTYPE_GROUP = 1,
+  DTYPE_BUTTON = 8,
+  DTYPE_STATICTEXT = 12,
+  DTYPE_LONG = 15,
+  DTYPE_REAL = 19,
+  DTYPE_STRING = 130,
+  DTYPE_FILENAME = 131,
+  DTYPE_BASELISTLINK = 133,
+  DTYPE_BOOL = 400006001
+};
 
 // The parameters that a node shows, each with its properties (DESC_) and the group it stands in.
 class QM_HOST_API Description {
@@ -125,12 +124,16 @@ Bool RegisterDescription(Int32 id, const maxon::String& idstr, LocalResource* re
 
 }  // namespace cinema
 
+#define CUSTOMGUI_CYCLE 200000180
+#define CUSTOMGUI_STRINGMULTI 200000007
+
 #define CreateDescID(...) ::cinema::DescID::Create(__VA_ARGS__)
 
-// An address of constants, built by the compiler.
-#define ConstDescID(...)                                                           \
-  ([]() -> const ::cinema::DescID& {                                               \
-    static constexpr ::cinema::DescID kId = ::cinema::DescID::Create(__VA_ARGS__); \
-    return kId;                                                                    \
+// An address of constants. It is a temporary, made anew wherever this stands.
+#define ConstDescID(...)                                          \
+  ([]() -> ::cinema::DescID {                                     \
+    constexpr ::cinema::DescLevel qm_constants[] = {__VA_ARGS__}; \
+    static_cast<void>(qm_constants);                              \
+    return ::cinema::DescID::Create(__VA_ARGS__);                 \
   }())
 #define ConstDescIDLevel(level) ConstDescID(::cinema::DescLevel(level))

@@ -10,6 +10,9 @@ struct C4D_BaseDraw {
   Bool (*GetViewPortBitmap)(BaseDraw* bd, BaseBitmap* map, Int32 id);
 };
 
-extern QM_HOST_API C4D_BaseDraw* C4DOS_Br;
+// Behind C4DOS_Br, never null.
+extern QM_HOST_API C4D_BaseDraw* const ViewOperations;
 
 }  // namespace cinema
+
+#define C4DOS_Br (::cinema::ViewOperations)

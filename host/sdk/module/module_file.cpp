@@ -53,7 +53,7 @@ ModuleFile::ModuleFile(fs::path file) : path_(std::move(file)), handle_(open(pat
 }
 
 ModuleFile::~ModuleFile() {
-  if (begun_) entry_(cinema::C4DPL_END, nullptr, nullptr, nullptr);
+  if (begun_) entry_(C4DPL_END, nullptr, nullptr, nullptr);
   dlclose(handle_);
 }
 
@@ -64,17 +64,17 @@ void* ModuleFile::find(const char* symbol) const {
 void ModuleFile::initSystem() {
   begun_ = true;
   const cinema::Filename file = filenameOf(path_);
-  entry_(cinema::C4DPL_INIT_SYS, nullptr, nullptr, const_cast<cinema::Filename*>(&file));
+  entry_(C4DPL_INIT_SYS, nullptr, nullptr, const_cast<cinema::Filename*>(&file));
 }
 
 bool ModuleFile::message(cinema::Int32 id, void* data) {
   // The entry takes numbers in its pointers. NOLINTNEXTLINE(performance-no-int-to-ptr)
   void* number = reinterpret_cast<void*>(static_cast<intptr_t>(id));
-  return entry_(cinema::C4DPL_MESSAGE, number, data, nullptr) == 1;
+  return entry_(C4DPL_MESSAGE, number, data, nullptr) == 1;
 }
 
 bool ModuleFile::start() {
-  return entry_(cinema::C4DPL_INIT, nullptr, nullptr, nullptr) == 1;
+  return entry_(C4DPL_INIT, nullptr, nullptr, nullptr) == 1;
 }
 
 }  // namespace quillmere::host

@@ -100,16 +100,16 @@ TEST(Bitmap, SavesPngAndRefusesWhatItCannotKeep) {
   AutoAlloc<BaseBitmap> bitmap, empty;
   ASSERT_EQ(bitmap->Init(3, 2, 32), IMAGERESULT::OK);
   bitmap->SetPixel(2, 1, 1, 2, 3);
-  ASSERT_EQ(bitmap->Save(named(folder, "good.png"), cinema::FILTER_PNG, nullptr, SAVEBIT::NONE), IMAGERESULT::OK);
+  ASSERT_EQ(bitmap->Save(named(folder, "good.png"), FILTER_PNG, nullptr, SAVEBIT::NONE), IMAGERESULT::OK);
   const image::Image saved = image::read(folder / "good.png");
   EXPECT_EQ(saved.channels(), 3);
   EXPECT_EQ(saved.row<std::uint8_t>(1)[8], 3);
 
   const cinema::Filename bad = named(folder, "bad.png");
-  EXPECT_EQ(bitmap->Save(bad, cinema::FILTER_PNG + 1, nullptr, SAVEBIT::NONE), IMAGERESULT::WRONGTYPE);
-  EXPECT_EQ(bitmap->Save(bad, cinema::FILTER_PNG, nullptr, SAVEBIT::ALPHA), IMAGERESULT::PARAM_ERROR);
-  EXPECT_EQ(empty->Save(bad, cinema::FILTER_PNG, nullptr, SAVEBIT::NONE), IMAGERESULT::PARAM_ERROR);
-  EXPECT_EQ(bitmap->Save(host::filenameOf(folder / "no" / "bad.png"), cinema::FILTER_PNG, nullptr, SAVEBIT::NONE),
+  EXPECT_EQ(bitmap->Save(bad, FILTER_PNG + 1, nullptr, SAVEBIT::NONE), IMAGERESULT::WRONGTYPE);
+  EXPECT_EQ(bitmap->Save(bad, FILTER_PNG, nullptr, SAVEBIT::ALPHA), IMAGERESULT::PARAM_ERROR);
+  EXPECT_EQ(empty->Save(bad, FILTER_PNG, nullptr, SAVEBIT::NONE), IMAGERESULT::PARAM_ERROR);
+  EXPECT_EQ(bitmap->Save(host::filenameOf(folder / "no" / "bad.png"), FILTER_PNG, nullptr, SAVEBIT::NONE),
             IMAGERESULT::FILEERROR);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
 }

@@ -20,14 +20,14 @@ struct Drawing : OpenScene {
 
   void SetUp() override { ASSERT_EQ(bitmap->Init(16, 9, 32), cinema::IMAGERESULT::OK); }
   void display(Int32 mode) {
-    const auto id = cinema::DescID::Create(cinema::DescLevel(cinema::BASEDRAW_DATA_SDISPLAYINACTIVE, 15, 0));
+    const auto id = cinema::DescID::Create(cinema::DescLevel(BASEDRAW_DATA_SDISPLAYINACTIVE, 15, 0));
     view->SetParameter(id, cinema::GeData(mode), cinema::DESCFLAGS_SET::NONE);
   }
-  bool drawView(Int32 options = 0) { return cinema::C4DOS_Br->GetViewPortBitmap(view, bitmap, options); }
+  bool drawView(Int32 options = 0) { return C4DOS_Br->GetViewPortBitmap(view, bitmap, options); }
   RENDERRESULT render(Int32 width, Int32 height, BaseBitmap* into, cinema::BaseThread* thread = nullptr) {
     cinema::BaseContainer settings;
-    settings.SetInt32(cinema::RDATA_XRES, width);
-    settings.SetInt32(cinema::RDATA_YRES, height);
+    settings.SetInt32(RDATA_XRES, width);
+    settings.SetInt32(RDATA_YRES, height);
     return cinema::RenderDocument(&api, settings, nullptr, nullptr, into, cinema::RENDERFLAGS::EXTERNAL, thread);
   }
   char color() const {  // of the middle: a wall's, or none in particular
@@ -38,7 +38,7 @@ struct Drawing : OpenScene {
 };
 
 TEST_F(Drawing, ShowsTheDocumentThroughItsCameraAtItsTime) {
-  display(cinema::BASEDRAW_SDISPLAY_QUICK);
+  display(BASEDRAW_SDISPLAY_QUICK);
   for (const auto& [camera, frame, wall] :
        {std::tuple{front, 0, 'r'}, {back, 0, 'g'}, {back, 30, 'g'}, {front, 30, '-'}}) {
     SCOPED_TRACE(frame);
@@ -56,15 +56,15 @@ TEST_F(Drawing, OfTheViewRefusesWhatIsNotModelledAndSaysSo) {
   EXPECT_FALSE(drawView());  // the display mode of a new view
   ASSERT_EQ(events.told.size(), 1U);
   EXPECT_NE(events.told[0].find("display mode 0"), std::string::npos);
-  display(cinema::BASEDRAW_SDISPLAY_QUICK);
+  display(BASEDRAW_SDISPLAY_QUICK);
   EXPECT_FALSE(drawView(1));
   api.SetSceneCamera(nullptr);
   EXPECT_FALSE(drawView());
   EXPECT_NE(events.told.back().find("no camera"), std::string::npos);
   api.SetSceneCamera(front);
   AutoAlloc<BaseBitmap> empty;
-  EXPECT_FALSE(cinema::C4DOS_Br->GetViewPortBitmap(view, empty, 0));
-  EXPECT_FALSE(cinema::C4DOS_Br->GetViewPortBitmap(nullptr, bitmap, 0));
+  EXPECT_FALSE(C4DOS_Br->GetViewPortBitmap(view, empty, 0));
+  EXPECT_FALSE(C4DOS_Br->GetViewPortBitmap(nullptr, bitmap, 0));
   EXPECT_TRUE(drawView());
 }
 

@@ -45,7 +45,7 @@ class ScriptedEffect : public cinema::VideoPostData {
     return script.act(*call);
   }
   cinema::Bool RenderEngineCheck(const BaseVideoPost* node, cinema::Int32 engine) const override {
-    return node->GetType() != kOther || engine == cinema::RDATA_RENDERENGINE_PHYSICAL;
+    return node->GetType() != kOther || engine == RDATA_RENDERENGINE_PHYSICAL;
   }
 };
 
@@ -69,8 +69,7 @@ TEST_F(FrameCalls, OpenAndCloseInPairsEarlierEffectsFirst) {
   EXPECT_EQ(script.calls, (Log{"1+1", "2+1", "1+2", "2+2", "1+3", "2+3", "1+4", "2+4", "1+5", "2+5",
                                "1-5", "2-5", "1-4", "2-4", "1-3", "2-3", "1-2", "2-2", "1-1", "2-1"}));
   script.calls.clear();
-  api.GetActiveRenderData()->GetDataInstanceRef().SetInt32(cinema::RDATA_RENDERENGINE,
-                                                           cinema::RDATA_RENDERENGINE_PHYSICAL);
+  api.GetActiveRenderData()->GetDataInstanceRef().SetInt32(RDATA_RENDERENGINE, RDATA_RENDERENGINE_PHYSICAL);
   render();
   EXPECT_EQ(script.calls.size(), 30U);
 }
@@ -136,7 +135,7 @@ TEST_F(FrameCalls, ThePictureIsTheEffectsLinesOverTheHostsDrawing) {
     const int poses = scene->poses;
     actAt(VIDEOPOSTCALL::RENDER, false, [&](VideoPostStruct& call) {
       std::vector<float> black(6 * 4);
-      const cinema::VPBuffer* buffer = call.render->GetBuffer(cinema::VPBUFFER_RGBA, NOTOK);
+      const cinema::VPBuffer* buffer = call.render->GetBuffer(VPBUFFER_RGBA, NOTOK);
       for (int y = 0; y < lines; ++y) EXPECT_TRUE(buffer->SetLine(0, y, 6, black.data(), 32, false));
       return RENDERRESULT::OK;
     });
@@ -166,7 +165,7 @@ TEST_F(FrameCalls, WhatCannotBeUsedOrDrawnSaysWhy) {
   }
   api.SetSceneCamera(nullptr);
   EXPECT_EQ(render().result, RENDERRESULT::FAILED);
-  api.GetActiveRenderData()->GetDataInstanceRef().SetInt32(cinema::RDATA_XRES, 0);
+  api.GetActiveRenderData()->GetDataInstanceRef().SetInt32(RDATA_XRES, 0);
   EXPECT_EQ(render().result, RENDERRESULT::FAILED);
   ASSERT_EQ(events.told.size(), 2U);
   EXPECT_NE(events.told[0].find("no camera"), std::string::npos);

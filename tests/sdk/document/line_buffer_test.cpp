@@ -13,7 +13,7 @@ using cinema::VIDEOPOSTCALL;
 using cinema::VPBuffer;
 
 VPBuffer* bufferOf(host::RenderCall& call) {
-  return call.at(VIDEOPOSTCALL::RENDER, true).render->GetBuffer(cinema::VPBUFFER_RGBA, NOTOK);
+  return call.at(VIDEOPOSTCALL::RENDER, true).render->GetBuffer(VPBUFFER_RGBA, NOTOK);
 }
 
 struct Lines : OpenScene {

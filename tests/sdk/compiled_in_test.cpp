@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "api/application.h"
 #include "c4d.h"
 #include "core/text.h"
@@ -10,6 +12,7 @@ namespace {
 
 using namespace cinema;
 
+// What of the API a module has within itself.
 bool add(
     const maxon::String& description, DataAllocator* allocate = [] { return static_cast<NodeData*>(nullptr); }) {
   return RegisterVideoPostPlugin(1, "Name"_s, 8, allocate, description, 0, 0);
@@ -33,6 +36,39 @@ TEST(EffectRegistration, IsOfAnEffectWithItsDescriptionOrOfNothing) {
   EXPECT_TRUE(add("VPone"_s));
   EXPECT_FALSE(add(String())) << "a second effect of the same ID";
   g_resource.Free();
+  EXPECT_FALSE(g_resource.Init(filenameOf(folder.path()))) << "what was freed isn't read again";
+}
+
+TEST(CompiledIn, ARenderCallOfNobodySaysNoLevelAndThirtyFramesASecond) {
+  const BaseVideoPostStruct call;
+  EXPECT_EQ(Int32(call.vp), 0);
+  EXPECT_EQ(call.fps, 30);
+}
+
+struct Counted {
+  static Counted* Alloc() { return new Counted; }
+  static void Free(Counted*& one) {
+    delete one;
+    one = nullptr;
+    ++freed;
+  }
+  inline static int freed = 0;
+};
+
+TEST(CompiledIn, AnAutomaticObjectIsFreedOnceUnlessAnotherIsAssigned) {
+  Counted* former = nullptr;
+  {
+    AutoAlloc<Counted> owner;
+    former = owner;
+    owner.Assign(Counted::Alloc());
+    EXPECT_EQ(Counted::freed, 0);
+    owner = AutoAlloc<Counted>();
+    EXPECT_EQ(Counted::freed, 1);
+    AutoAlloc<Counted> last = std::move(owner);
+    EXPECT_EQ(owner.GetPointer(), nullptr);
+  }
+  EXPECT_EQ(Counted::freed, 2);
+  Counted::Free(former);
 }
 
 }  // namespace
