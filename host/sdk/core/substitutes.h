@@ -7,29 +7,32 @@
 
 // The seams of the stand-alone host: like the application, which reaches its own operations through function tables,
 // the host keeps the operations that can fail in one table, and a program may put others into it for a while.
+namespace cinema {
+
+// What stands behind the API functions named above each. None may throw. References are never null; pointers may be.
+struct Operations {
+  // BaseBitmap: Alloc, Init by size and from a file, Save
+  std::function<BaseBitmap*()> makeBitmap;
+  std::function<IMAGERESULT(BaseBitmap&, Int32 width, Int32 height, Int32 depth)> initBitmap;
+  std::function<IMAGERESULT(BaseBitmap&, const Filename&)> loadBitmap;
+  std::function<IMAGERESULT(const BaseBitmap&, const Filename&, Int32 format, SAVEBIT)> saveBitmap;
+  // BaseDocument: GetActiveRenderData, GetRenderBaseDraw, GetActiveBaseDraw, SetSceneCamera
+  std::function<RenderData*(BaseDocument&)> activeRenderData;
+  std::function<BaseDraw*(BaseDocument&)> renderView;
+  std::function<BaseDraw*(BaseDocument&)> activeView;
+  std::function<bool(BaseDocument&, BaseObject*)> lookThrough;
+  // RenderDocument
+  std::function<RENDERRESULT(BaseDocument&, const BaseContainer&, BaseBitmap*, RENDERFLAGS, BaseThread*)>
+      renderDocument;
+  // Description::SetParameter
+  std::function<bool(Description&, const DescID&, const BaseContainer&, const DescID& group)> describeParameter;
+};
+
+}  // namespace cinema
+
 namespace quillmere::host {
 
-// What stands behind the API functions named at the right. None may throw. References are never null; pointers may be.
-struct Operations {
-  std::function<cinema::BaseBitmap*()> makeBitmap;  // BaseBitmap::Alloc
-  std::function<cinema::IMAGERESULT(cinema::BaseBitmap&, cinema::Int32 width, cinema::Int32 height,
-                                    cinema::Int32 depth)>
-      initBitmap;  // BaseBitmap::Init, by size
-  std::function<cinema::IMAGERESULT(cinema::BaseBitmap&, const cinema::Filename&)> loadBitmap;  // …, from a file
-  std::function<cinema::IMAGERESULT(const cinema::BaseBitmap&, const cinema::Filename&, cinema::Int32 format,
-                                    cinema::SAVEBIT)>
-      saveBitmap;                                                               // BaseBitmap::Save
-  std::function<cinema::RenderData*(cinema::BaseDocument&)> activeRenderData;   // BaseDocument::GetActiveRenderData
-  std::function<cinema::BaseDraw*(cinema::BaseDocument&)> renderView;           // BaseDocument::GetRenderBaseDraw
-  std::function<cinema::BaseDraw*(cinema::BaseDocument&)> activeView;           // BaseDocument::GetActiveBaseDraw
-  std::function<bool(cinema::BaseDocument&, cinema::BaseObject*)> lookThrough;  // BaseDocument::SetSceneCamera
-  std::function<cinema::RENDERRESULT(cinema::BaseDocument&, const cinema::BaseContainer&, cinema::BaseBitmap*,
-                                     cinema::RENDERFLAGS, cinema::BaseThread*)>
-      renderDocument;  // RenderDocument
-  std::function<bool(cinema::Description&, const cinema::DescID&, const cinema::BaseContainer&,
-                     const cinema::DescID& group)>
-      describeParameter;  // Description::SetParameter
-};
+using cinema::Operations;
 
 // The table of this process; what implements an operation has put it in when the host's library is loaded. Not for use
 // while another thread is inside the host.

@@ -35,15 +35,7 @@ image::Image blank(int width, int height, int depth) {
 }
 
 int depthOf(image::Sample sample) {
-  switch (sample) {
-    case image::Sample::Byte:
-      return 24;
-    case image::Sample::Word:
-      return 48;
-    case image::Sample::Float:
-      break;
-  }
-  return 96;
+  return sample == image::Sample::Byte ? 24 : sample == image::Sample::Word ? 48 : 96;
 }
 
 // Byte samples are shown as they are, all others with 16 bits.

@@ -15,16 +15,10 @@ using quillmere::host::LineBuffer;
 namespace {
 
 std::optional<LineBuffer::Depth> depthOf(Int32 bits) {
-  switch (bits) {
-    case 8:
-      return LineBuffer::Depth::Byte;
-    case 16:
-      return LineBuffer::Depth::Word;
-    case 32:
-      return LineBuffer::Depth::Float;
-    default:
-      return std::nullopt;
-  }
+  if (bits == 8) return LineBuffer::Depth::Byte;
+  if (bits == 16) return LineBuffer::Depth::Word;
+  if (bits == 32) return LineBuffer::Depth::Float;
+  return std::nullopt;
 }
 
 }  // namespace

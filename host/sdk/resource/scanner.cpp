@@ -10,6 +10,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr std::string_view kEscapes = R"(nt"\)", kEscaped = "\n\t\"\\";
 constexpr std::uintmax_t kLargestFile = 16u << 20;
 
 std::string content(const fs::path& file) {
@@ -123,22 +124,9 @@ Token Scanner::scanText() {
       continue;
     }
     advance();
-    switch (at(0)) {
-      case 'n':
-        token.text += '\n';
-        break;
-      case 't':
-        token.text += '\t';
-        break;
-      case '"':
-        token.text += '"';
-        break;
-      case '\\':
-        token.text += '\\';
-        break;
-      default:
-        throw damage(file_, line_, R"(an escape is one of \n \t \" \\)");
-    }
+    const size_t escape = kEscapes.find(at(0));
+    if (escape == std::string_view::npos) throw damage(file_, line_, R"(an escape is one of \n \t \" \\)");
+    token.text += kEscaped[escape];
   }
   advance();
   return token;
