@@ -20,7 +20,7 @@ seeds_of() {
       printf '{"last_image": "", "locked_style_image": "/a\\\\b.png"}' >"$2/view"
       ;;
     resource)
-      printf '%s\0' 'enum { A = 10000, B };' 'STRINGTABLE { A "a\n"; }' 'enum { P = 1000, Q, R, S, C = 0x10 };' \
+      printf '%s\0' $'enum\n{\nA = 10000, B };' 'STRINGTABLE { A "a\n"; }' $'enum\n{\nP = 1000, Q, R, S, C = 0x10 };' \
         'CONTAINER d { NAME d; INCLUDE VPbase; GROUP ID_VIDEOPOSTPROPERTIES { // the one group
            LONG P { MIN 0; MAX 3; DEFAULT C; CYCLE { C; Q; } ANIM OFF; } REAL Q { DEFAULT 0.5; STEP 0.1; }
            LINK R { CUSTOMGUI LINKBOX; ACCEPT { Obase; Ocamera; } } GROUP 5 { COLUMNS 2; STRING S { HIDDEN; } } } }' \

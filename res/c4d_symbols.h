@@ -1,7 +1,8 @@
 #ifndef C4D_SYMBOLS_H__
 #define C4D_SYMBOLS_H__
 
-enum {
+enum
+{
   IDS_QUILLMERE_RENDERER = 10000,
 
   _DUMMY_ELEMENT_

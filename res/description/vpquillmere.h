@@ -1,7 +1,8 @@
 #ifndef VPQUILLMERE_H__
 #define VPQUILLMERE_H__
 
-enum {
+enum
+{
   QUILLMERE_UNLOCK_SYSTEM_PROMPT = 2000,       // Bool: the system prompt may be edited
   QUILLMERE_SYSTEM_PROMPT = 2001,              // String
   QUILLMERE_WORKFLOW = 2002,                   // Int32: 0 none, n the catalog's n-th workflow

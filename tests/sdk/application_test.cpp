@@ -44,10 +44,10 @@ std::string firstProbe() {
 // A plug-in folder with everything in order.
 void install(const TemporaryFolder& folder, const std::string& module) {
   fs::copy_file(module, folder / "probe.xso64");
-  folder.write("res/c4d_symbols.h", "enum { IDS_PROBE = 10000, _DUMMY_ };");
+  folder.write("res/c4d_symbols.h", "enum\n{\nIDS_PROBE = 10000, _DUMMY_ };");
   folder.write("res/strings_en-US/c4d_strings.str", "STRINGTABLE { IDS_PROBE \"Probe\"; }");
   folder.write("res/strings_de-DE/c4d_strings.str", "STRINGTABLE { IDS_PROBE \"F\xC3\xBChler\"; }");
-  folder.write("res/description/vpprobe.h", "enum { PROBE_PLAIN = 3001, PROBE_BEFORE };");
+  folder.write("res/description/vpprobe.h", "enum\n{\nPROBE_PLAIN = 3001, PROBE_BEFORE };");
   folder.write("res/description/vpprobe.res",
                "CONTAINER VPprobe { NAME VPprobe; INCLUDE VPbase;\n"
                "  GROUP PROBE_BEFORE { }\n"
@@ -134,7 +134,7 @@ TEST(Application, TextsComeInTheChosenLanguageOrElseInEnglish) {
 
 TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
   std::ifstream entryless(QM_ENTRYLESS_MODULE, std::ios::binary);
-  const std::string symbols = "enum {\n A = ,\n};", description = "CONTAINER VPprobe\n{\n GROUP X {}\n}";
+  const std::string symbols = "enum\n{\n A = ,\n};", description = "CONTAINER VPprobe\n{\n GROUP X {}\n}";
   const struct {
     const char* file;
     std::optional<std::string> content;  // what it is damaged with; without any, the file is removed
@@ -146,7 +146,7 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
       {"probe.xso64", std::string(std::istreambuf_iterator(entryless), {}), "c4d_main", ""},
       {"res", {}, "can't initialise", "/res: there is no such folder"},
       {"res/strings_en-US", {}, "can't initialise", "strings_en-US/c4d_strings.str: there is no such file"},
-      {"res/c4d_symbols.h", symbols, "can't initialise", "c4d_symbols.h:2: "},
+      {"res/c4d_symbols.h", symbols, "can't initialise", "c4d_symbols.h:3: "},
       {"res/description/vpprobe.res", description, "can't start", "vpprobe.res:3: 'X'"},
       {"res/description/vpprobe.res", {}, "can't start", "vpprobe.res: there is no such file"},
   };
@@ -176,7 +176,7 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
 TEST(DescriptionFile, AddsItsGroupsToThoseThatItIncludes) {
   TemporaryFolder folder;
   install(folder, firstProbe());
-  folder.write("res/description/vpprobe.h", "enum { A = 1, B };");
+  folder.write("res/description/vpprobe.h", "enum\n{\nA = 1, B };");
   folder.write("res/description/vpprobe.res",
                "CONTAINER VPprobe { INCLUDE VPbase; GROUP A { COLUMNS 2; DEFAULT 1; SCALE_H; GROUP B { } }\n"
                "GROUP ID_VIDEOPOSTPROPERTIES { } }");
@@ -198,7 +198,7 @@ TEST(DescriptionFile, AddsItsGroupsToThoseThatItIncludes) {
 }
 
 TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine) {
-  std::string ids = "enum { A = 1", crowd;
+  std::string ids = "enum\n{\nA = 1", crowd;
   for (int i = 0; i < 10002; ++i) {
     ids += ", P" + std::to_string(i);
     crowd += "GROUP P" + std::to_string(i) + " { }";

@@ -20,10 +20,10 @@ bool add(
 
 TEST(EffectRegistration, IsOfAnEffectWithItsDescriptionOrOfNothing) {
   const TemporaryFolder folder;
-  folder.write("c4d_symbols.h", "enum { IDS_NAME = 10000 };");
+  folder.write("c4d_symbols.h", "enum\n{\nIDS_NAME = 10000 };");
   folder.write("strings_en-US/c4d_strings.str", "STRINGTABLE { IDS_NAME \"Name\"; }");
   folder.write("description/vpone.res", "CONTAINER VPone { INCLUDE VPbase; }");
-  folder.write("description/vpone.h", "enum { ONE };");
+  folder.write("description/vpone.h", "enum\n{\nONE };");
   folder.write("strings_en-US/description/vpone.str", "STRINGTABLE VPone { VPone \"One\"; }");
   EXPECT_FALSE(add(String())) << "without an application";
   Events events;

@@ -42,7 +42,7 @@ TEST(EnumHeader, GivesExplicitAndImplicitValues) {
                    "\xEF\xBB\xBF#ifndef IDS_H__ // guard\n#define IDS_H__ \\\n 5\n"
                    "enum Ids\r\n{ /* a\n # comment */ ZERO, TEN = 10,ELEVEN, HEX = 0x7fffffff, LOW = -3, NEXT,\n"
                    "ALIAS = TEN, // , }\n ZERO = 0 };\n"
-                   "enum { LAST = 2147483647, }\n#endif"),
+                   "enum\n{ // last\nLAST = 2147483647, }\n#endif"),
       symbols);
   EXPECT_THAT(symbols,
               ElementsAre(Pair("ALIAS", 10), Pair("ELEVEN", 11), Pair("HEX", 0x7fffffff), Pair("LAST", 0x7fffffff),
@@ -63,16 +63,19 @@ TEST(DamagedResource, IsNamedWithItsLine) {
     Reader reader;
     std::string content, expected;
   } rows[] = {
-      {header, "enum { A = 1,\n A = 2 };", ":2: this name stands for another number"},
-      {header, "enum { A = 2147483647,\n B };", ":2: this entry's value"},
-      {header, "enum { A = 99999999999999999999 };", ":1: expected a whole number of 32 bits"},
-      {header, "enum { A = 1x };", ":1: expected a whole number"},
-      {header, "enum { A = B };", ":1: expected a number or the name of an earlier entry"},
+      {header, "enum\n{\nA = 1,\n A = 2 };", ":4: this name stands for another number"},
+      {header, "enum\n{\nA = 2147483647,\n B };", ":4: this entry's value"},
+      {header, "enum\n{\nA = 99999999999999999999 };", ":3: expected a whole number of 32 bits"},
+      {header, "enum\n{\nA = 1x };", ":3: expected a whole number"},
+      {header, "enum\n{\nA = B };", ":3: expected a number or the name of an earlier entry"},
       {header, "\n\nclass X;", ":3: expected a plain enum"},
+      {header, "enum {\n A };", ":1: the brace of an enum needs a line of its own"},
+      {header, "\nenum Ids {\n A };", ":2: the brace of an enum"},
+      {header, "enum\n{ A };", ":2: the brace of an enum"},
       {header, "enum class X { A };", "expected '{', found 'X'"},
-      {header, "enum { A", "but the file ends"},
+      {header, "enum\n{\nA", "but the file ends"},
       {header, "enum { /* A };\n\n", ":1: this comment never ends"},
-      {header, std::string("enum {\0 A };", 12), "the byte 0x00 has no meaning"},
+      {header, std::string("enum\n{\n\0 A };", 13), "the byte 0x00 has no meaning"},
       {table, "", "expected STRINGTABLE, but the file ends"},
       {table, "STRINGTABLE {\n\n A \"open\n\"; }", ":3: this text has no closing quote"},
       {table, "STRINGTABLE { A \"x\\q\"; }", ":1: an escape is one of"},
@@ -107,7 +110,7 @@ TEST(DamagedResource, RandomPiecesNeverDoMore) {
   const TemporaryFolder folder;
   for (int round = 0; round < 600; ++round) {
     std::string content =
-        std::vector<std::string>{"CONTAINER D { ", "STRINGTABLE { ", "enum { "}[static_cast<size_t>(round % 3)];
+        std::vector<std::string>{"CONTAINER D { ", "STRINGTABLE { ", "enum\n{\n"}[static_cast<size_t>(round % 3)];
     for (auto i = random() % 30; i > 0; --i) content += pieces[random() % pieces.size()] + " ";
     SCOPED_TRACE(content);
     const auto file = folder.write("random", content);

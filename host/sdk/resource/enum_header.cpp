@@ -34,9 +34,15 @@ int valueOf(Scanner& scanner, const Symbols& symbols) {
   return known->second;
 }
 
-void readEnum(Scanner& scanner, Symbols& symbols) {
-  if (scanner.peek().is(Token::Kind::Word)) scanner.next();
+// Behind "enum". The application's own headers all have the brace on a line of its own, and whether its reader takes
+// another form isn't known: a header that might fail there fails here.
+void readEnum(Scanner& scanner, Symbols& symbols, int line) {
+  if (scanner.peek().is(Token::Kind::Word)) line = scanner.next().line;
+  const Token brace = scanner.peek();
   scanner.expectMark('{');
+  if (brace.line == line || brace.line == scanner.peek().line) {
+    scanner.damaged(brace, "the brace of an enum needs a line of its own; break the line before and behind it");
+  }
   long long next = 0;
   while (!scanner.peek().isMark('}')) {
     const Token name = scanner.expect(Token::Kind::Word, "the name of an entry, or '}'");
@@ -57,8 +63,7 @@ void readEnumHeader(const std::filesystem::path& file, Symbols& symbols) {
   Scanner scanner(file);
   while (!scanner.peek().is(Token::Kind::End)) {
     if (!scanner.peek().isWord("enum")) scanner.damaged(scanner.peek(), "expected a plain enum and nothing else");
-    scanner.next();
-    readEnum(scanner, symbols);
+    readEnum(scanner, symbols, scanner.next().line);
   }
 }
 
