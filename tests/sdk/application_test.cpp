@@ -205,6 +205,9 @@ TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine
   }
   const std::pair<std::string, std::string> rows[] = {
       {"INCLUDE VPnone;", ":2: 'VPnone': no description of this name"},
+      {"NAME VPprobe;\nGROUP ID_VIDEOPOSTPROPERTIES { }",
+       "vpprobe.res:3: 'ID_VIDEOPOSTPROPERTIES': a group of VPbase, which isn't included; write INCLUDE VPbase; above"},
+      {"GROUP A { }", "vpprobe.res: has no group ID_VIDEOPOSTPROPERTIES"},
       {"COLOR A { }", ":2: 'COLOR': this host does not model"},
       {"GROUP { }", ":2: expected the group's ID"},
       {"GROUP Z { }", ":2: 'Z': the header"},

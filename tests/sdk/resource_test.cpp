@@ -122,7 +122,7 @@ TEST(DamagedResource, RandomPiecesNeverDoMore) {
 
 TEST(ResourceLanguage, EachTextThatALanguageLacksIsTheEnglishOne) {
   const TemporaryFolder folder;
-  folder.write("c4d_symbols.h", "enum { A, B };");
+  folder.write("c4d_symbols.h", "enum\n{\nA, B };");
   folder.write("strings_en-US/c4d_strings.str", "STRINGTABLE { A \"a\"; B \"b\"; }");
   folder.write("strings_de-DE/c4d_strings.str", "STRINGTABLE { B \"B\"; }");
   const ResourceFolder german(folder.path(), "de-DE");

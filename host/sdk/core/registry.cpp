@@ -33,7 +33,7 @@ Registry::Registry() {
   BaseContainer group = GetCustomDataTypeDefault(DTYPE_GROUP);
   group.SetString(DESC_NAME, "Properties"_s);
   const DescID id = DescID::Create(DescLevel(ID_VIDEOPOSTPROPERTIES, DTYPE_GROUP, 0));
-  addDescription("VPbase", {0, {{id, group, DescID()}}, {}});
+  addDescription(kBaseDescriptionName, {0, {{id, group, DescID()}}, {}, {{kBaseGroupName, ID_VIDEOPOSTPROPERTIES}}});
 }
 
 bool Registry::add(PluginSide::Parts plugin) {

@@ -41,11 +41,15 @@ namespace quillmere::host {
 struct RegisteredDescription {
   cinema::Int32 id = 0;
   std::vector<DescriptionEntry> entries;
-  std::string file;  // of the module that brought it
+  std::string file;                                // of the module that brought it
+  std::map<std::string, cinema::Int32> symbols{};  // the IDs that it names for those that include it
 };
 
-// What modules have registered, and "VPbase", which the host brings: the description that every effect includes, with
-// the group for the effect's own parameters.
+// The description that every effect includes, with the group for the effect's own parameters. The host brings it.
+inline constexpr const char* kBaseDescriptionName = "VPbase";
+inline constexpr const char* kBaseGroupName = "ID_VIDEOPOSTPROPERTIES";
+
+// What modules have registered, and the base description.
 class Registry {
  public:
   Registry();

@@ -18,15 +18,22 @@ constexpr size_t kMostEntries = 10000;  // each is looked up among all
 
 class Loader {
  public:
-  Loader(const DescriptionFiles& files, const Registry& registry) : files_(files), registry_(registry) {}
+  Loader(const DescriptionFiles& files, const Registry& registry)
+      : files_(files), registry_(registry), symbols_(files.symbols) {}
 
   std::vector<DescriptionEntry> load() {
     for (const Token& include : files_.resource.includes) {
       const RegisteredDescription* base = registry_.description(include.text);
       if (!base) refuse(include, "no description of this name is registered");
       entries_.insert(entries_.end(), base->entries.begin(), base->entries.end());
+      symbols_.insert(base->symbols.begin(), base->symbols.end());
     }
     for (const Group& group : files_.resource.groups) add(group, DescID());
+    if (!has(DescID::Create(DescLevel(ID_VIDEOPOSTPROPERTIES, DTYPE_GROUP, 0)))) {
+      throw resource::damage(files_.file, std::nullopt,
+                             std::string("has no group ") + kBaseGroupName +
+                                 ", which every effect's has; write INCLUDE " + kBaseDescriptionName + "; into it");
+    }
     return std::move(entries_);
   }
 
@@ -36,19 +43,24 @@ class Loader {
   }
 
   Int32 idOf(const Token& symbol) const {
-    if (symbol.text == "ID_VIDEOPOSTPROPERTIES") return ID_VIDEOPOSTPROPERTIES;
-    const auto known = files_.symbols.find(symbol.text);
-    if (known == files_.symbols.end()) refuse(symbol, "the header of IDs doesn't name it");
-    return known->second;
+    const auto known = symbols_.find(symbol.text);
+    if (known != symbols_.end()) return known->second;
+    if (symbol.isWord(kBaseGroupName)) {
+      refuse(symbol, std::string("a group of ") + kBaseDescriptionName + ", which isn't included; write INCLUDE " +
+                         kBaseDescriptionName + "; above it");
+    }
+    refuse(symbol, "the header of IDs doesn't name it");
+  }
+
+  bool has(const DescID& id) const {
+    return std::any_of(entries_.begin(), entries_.end(), [&](const DescriptionEntry& one) { return one.id == id; });
   }
 
   // A group that an included description brought is the same group.
   void add(const Group& group, const DescID& holder) {
     const DescID id = DescID::Create(DescLevel(idOf(group.symbol), DTYPE_GROUP, 0));
     if (entries_.size() >= kMostEntries) refuse(group.symbol, "a description has at most 10000 parameters");
-    const bool present =
-        std::any_of(entries_.begin(), entries_.end(), [&](const DescriptionEntry& one) { return one.id == id; });
-    if (!present) entries_.push_back({id, propertiesOf(group.symbol), holder});
+    if (!has(id)) entries_.push_back({id, propertiesOf(group.symbol), holder});
     for (const Group& member : group.members) add(member, id);
   }
 
@@ -61,6 +73,7 @@ class Loader {
 
   const DescriptionFiles& files_;
   const Registry& registry_;
+  resource::Symbols symbols_;  // of the header of IDs, and of the descriptions that are included
   std::vector<DescriptionEntry> entries_;
 };
 
