@@ -1,6 +1,7 @@
 #include "bridge/json_text.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "bridge/text_file.h"
 #include "room.h"
@@ -40,6 +41,11 @@ TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWhole) {
     EXPECT_FALSE(WriteTextFile(none, "x"));
   }
   EXPECT_FALSE(exists(folder / "none"));
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_FALSE(WriteTextFile(named("pipe"), "x")) << "nobody reads it";
+  for (const cinema::Filename& endless : {named("pipe"), cinema::Filename("/dev/zero")}) {
+    EXPECT_EQ(ToUtf8(ReadTextFile(endless)), "");
+  }
 }
 
 }  // namespace
