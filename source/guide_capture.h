@@ -11,7 +11,7 @@ cinema::BaseObject* ResolveConfiguredCamera(cinema::BaseContainer* settings, cin
 
 // Makes a picture of the document through the camera and saves it as a PNG of `width` x `height` pixels. Scene cameras
 // and display modes that are borrowed for it are put back in any case. On failure a file that was there before stays.
-// Render calls that reach the effect on this thread meanwhile do nothing.
+// Render calls that reach the effect on this thread meanwhile do nothing but say so on the console.
 bool RenderReferenceImage(cinema::BaseDocument* document, cinema::BaseObject* camera, GuideMode mode, int width,
                           int height, const cinema::Filename& png);
 

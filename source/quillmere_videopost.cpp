@@ -2,6 +2,7 @@
 
 #include "../res/description/vpquillmere.h"
 #include "catalog/workflow_selection.h"
+#include "console.h"
 #include "drendersettings.h"
 #include "guide_in_progress.h"
 #include "panel.h"
@@ -76,7 +77,11 @@ VIDEOPOSTINFO QuillmereVideoPost::GetRenderInfo(BaseVideoPost* /*node*/) {
 }
 
 RENDERRESULT QuillmereVideoPost::Execute(BaseVideoPost* node, VideoPostStruct* vps) {
-  if (!vps || vps->vp != VIDEOPOSTCALL::RENDER || GuideInProgress::OnThisThread()) return RENDERRESULT::OK;
+  if (!vps || vps->vp != VIDEOPOSTCALL::RENDER) return RENDERRESULT::OK;
+  if (GuideInProgress::OnThisThread()) {
+    if (vps->open) PrintLine(String("Passed over a render call from the render of the guide"));
+    return RENDERRESULT::OK;
+  }
   if (vps->open) return HandleRenderCall(node, vps);
   BlitResultToRenderBuffer(vps);
   return RENDERRESULT::OK;
