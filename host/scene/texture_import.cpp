@@ -3,7 +3,7 @@
 #include <span>
 
 #include "image/file_formats.h"
-#include "image/scaling.h"
+#include "image/conversion.h"
 #include "scene/neighbour_files.h"
 
 namespace quillmere::scene {
