@@ -1,8 +1,6 @@
-#include <algorithm>
-#include <cmath>
+#include "image/conversion.h"
 
-#include "sample_values.h"
-#include "scaling.h"
+#include <algorithm>
 
 namespace quillmere::image {
 
@@ -41,31 +39,18 @@ void rechannelRow(const T* __restrict from, T* __restrict to, int width) {
   }
 }
 
-template <int From, class T>
-void rechannelRow(const T* from, T* to, int width, int channels) {
+// Calls `work` with the number of channels as a constant, for loops that the compiler knows the steps of.
+template <class Work>
+void withChannelCount(int channels, Work&& work) {
   switch (channels) {
     case 1:
-      return rechannelRow<From, 1>(from, to, width);
+      return work(std::integral_constant<int, 1>{});
     case 2:
-      return rechannelRow<From, 2>(from, to, width);
+      return work(std::integral_constant<int, 2>{});
     case 3:
-      return rechannelRow<From, 3>(from, to, width);
+      return work(std::integral_constant<int, 3>{});
     default:
-      return rechannelRow<From, 4>(from, to, width);
-  }
-}
-
-template <class T>
-void rechannelRow(const T* from, int fromChannels, T* to, int toChannels, int width) {
-  switch (fromChannels) {
-    case 1:
-      return rechannelRow<1>(from, to, width, toChannels);
-    case 2:
-      return rechannelRow<2>(from, to, width, toChannels);
-    case 3:
-      return rechannelRow<3>(from, to, width, toChannels);
-    default:
-      return rechannelRow<4>(from, to, width, toChannels);
+      return work(std::integral_constant<int, 4>{});
   }
 }
 
@@ -93,11 +78,14 @@ Image convert(Image&& picture, Sample sample) {
 Image withChannels(const Image& picture, int channels) {
   if (picture.empty() || picture.channels() == channels) return picture;
   Image result(picture.width(), picture.height(), channels, picture.sample(), Filling::None);
-  withSampleType(picture.sample(), [&](auto sample) {
-    using T = decltype(sample);
-    for (int y = 0; y < picture.height(); ++y) {
-      rechannelRow(picture.row<T>(y), picture.channels(), result.row<T>(y), channels, picture.width());
-    }
+  withSampleType(picture.sample(), [&]<class T>(T) {
+    withChannelCount(picture.channels(), [&](auto from) {
+      withChannelCount(channels, [&](auto to) {
+        for (int y = 0; y < picture.height(); ++y) {
+          rechannelRow<from, to>(picture.row<T>(y), result.row<T>(y), picture.width());
+        }
+      });
+    });
   });
   return result;
 }

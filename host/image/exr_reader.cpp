@@ -1,20 +1,119 @@
 #include <OpenEXR/ImfChannelList.h>
 #include <OpenEXR/ImfFrameBuffer.h>
+#include <OpenEXR/ImfHeader.h>
+#include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfInputFile.h>
 #include <OpenEXR/ImfRgbaFile.h>
+#include <OpenEXR/ImfTileDescription.h>
+#include <OpenEXR/ImfVersion.h>
 
+#include <algorithm>
 #include <array>
 #include <new>
 #include <set>
+#include <stdexcept>
 #include <vector>
 
-#include "decoding.h"
-#include "exr_header.h"
-#include "exr_stream.h"
+#include "image/codecs.h"
 
 namespace quillmere::image {
 
 namespace {
+
+// A file in memory, which outlives this.
+class StreamReader : public Imf::IStream {
+ public:
+  explicit StreamReader(Bytes file) : IStream("picture"), file_(file) {}
+
+  bool read(char to[], int count) override {
+    const auto wanted = static_cast<std::size_t>(std::max(count, 0));
+    if (count < 0 || position_ > file_.size() || wanted > file_.size() - position_) {
+      throw std::runtime_error("it ends too early");
+    }
+    std::copy_n(file_.data() + position_, wanted, reinterpret_cast<std::uint8_t*>(to));
+    position_ += wanted;
+    return position_ < file_.size();
+  }
+  std::uint64_t tellg() override { return position_; }
+  void seekg(std::uint64_t position) override { position_ = position; }
+
+ private:
+  Bytes file_;
+  std::uint64_t position_ = 0;
+};
+
+constexpr std::size_t kHeaderStart = 8;  // after the magic number and the version
+
+std::uint32_t littleEndian(Bytes file, std::size_t at) {
+  if (file.size() < 4 || at > file.size() - 4) throwDamaged("it ends within its header");
+  return static_cast<std::uint32_t>(file[at] | file[at + 1] << 8U | file[at + 2] << 16U) |
+         static_cast<std::uint32_t>(file[at + 3]) << 24U;
+}
+
+// The place behind the zero that ends the text at `at`.
+std::size_t behindText(Bytes file, std::size_t at) {
+  while (at < file.size() && file[at] != 0) ++at;
+  if (at >= file.size()) throwDamaged("it ends within its header");
+  return at + 1;
+}
+
+// The library takes as much memory as an attribute claims, without a look at what there is.
+void checkAttributeSizes(Bytes file, bool multiPart) {
+  std::size_t at = kHeaderStart;
+  do {
+    for (std::size_t next = behindText(file, at); next != at + 1; next = behindText(file, at)) {
+      const std::size_t size = behindText(file, next);
+      const std::size_t length = littleEndian(file, size);
+      if (length > file.size() - size - 4) throwDamaged("an attribute of its header ends beyond the file");
+      at = size + 4 + length;
+    }
+    ++at;
+  } while (multiPart && at < file.size() && file[at] != 0);
+}
+
+std::uint64_t checkedSide(std::int64_t from, std::int64_t to) {
+  if (to < from) throwDamaged("its window is empty");
+  const std::int64_t side = to - from + 1;
+  if (side > kMaxSide) throwUnsupported("its window has a side of " + std::to_string(side) + " pixels");
+  return static_cast<std::uint64_t>(side);
+}
+
+void checkChunks(const Imf::Header& header) {
+  std::uint64_t pixelBytes = 0;
+  const Imf::ChannelList& channels = header.channels();
+  for (auto channel = channels.begin(); channel != channels.end(); ++channel) {
+    pixelBytes += channel.channel().type == Imf::HALF ? 2 : 4;
+  }
+  const Imath::Box2i& window = header.dataWindow();
+  const std::uint64_t width = checkedSide(window.min.x, window.max.x);
+  checkedSide(window.min.y, window.max.y);
+  const std::uint64_t rows = header.compression() == Imf::DWAB_COMPRESSION ? 256 : 32;
+  std::uint64_t chunk = width * rows * pixelBytes;
+  if (header.hasTileDescription()) {
+    const Imf::TileDescription& tile = header.tileDescription();
+    if (tile.xSize > kMaxSide || tile.ySize > kMaxSide) throwDamaged("its tiles are larger than a picture may be");
+    chunk = std::max(width, std::uint64_t{tile.xSize}) * tile.ySize * pixelBytes;
+  }
+  if (chunk > kMaxPictureBytes) throwUnsupported("its channels and tiles take more than 1 GiB at a time");
+}
+
+// The header of the first part of an EXR file, after checks that the library leaves out before it takes memory:
+// attributes lie inside the file, windows within kMaxSide, chunks within kMaxPictureBytes.
+// Throws Error, or what the library throws.
+Imf::Header checkedHeader(Bytes file) {
+  int version = static_cast<int>(littleEndian(file, kHeaderStart - 4));
+  if (Imf::isNonImage(version)) throwUnsupported("it holds deep data");
+  checkAttributeSizes(file, Imf::isMultiPart(version));
+  StreamReader stream(file);
+  stream.seekg(kHeaderStart);
+  Imf::Header header;
+  header.readFrom(stream, version);
+  checkChunks(header);
+  const Imath::Box2i& shown = header.displayWindow();
+  checkedSide(shown.min.x, shown.max.x);
+  checkedSide(shown.min.y, shown.max.y);
+  return header;
+}
 
 constexpr int kBandRows = 32;  // read at a time: a chunk of most compressions
 
@@ -85,7 +184,7 @@ Image emptyPicture(const Imf::Header& header, int channels) {
                               Sample::Float);
 }
 
-Image readChannels(ExrStream& stream, const Imf::Header& header, const Names& names) {
+Image readChannels(StreamReader& stream, const Imf::Header& header, const Names& names) {
   const int channels = static_cast<int>(names.size());
   Image picture = emptyPicture(header, channels);
   Imf::InputFile file(stream, 0);
@@ -115,7 +214,7 @@ Image readChannels(ExrStream& stream, const Imf::Header& header, const Names& na
 }
 
 // Luminance with colour differences at a quarter of the pixels, which the library turns into RGBA.
-Image readChroma(ExrStream& stream, const Imf::Header& header) {
+Image readChroma(StreamReader& stream, const Imf::Header& header) {
   const int channels = header.channels().findChannel("A") != nullptr ? 4 : 3;
   Image picture = emptyPicture(header, channels);
   Imf::RgbaInputFile file(stream, 0);
@@ -146,8 +245,8 @@ bool looksLikeExr(Bytes file) {
 
 Image decodeExr(Bytes file) {
   try {
-    const Imf::Header header = checkedExrHeader(file);
-    ExrStream stream(file);
+    const Imf::Header header = checkedHeader(file);
+    StreamReader stream(file);
     if (hasChroma(header.channels())) return readChroma(stream, header);
     return readChannels(stream, header, pictureChannels(header.channels()));
   } catch (const Error&) {

@@ -4,9 +4,8 @@
 #include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfOutputFile.h>
 
-#include "base/atomic_file.h"
-#include "file_formats.h"
-#include "scaling.h"
+#include "image/codecs.h"
+#include "image/conversion.h"
 
 namespace quillmere::image {
 
@@ -14,7 +13,7 @@ namespace {
 
 constexpr int kCompressionLevel = 1;
 
-// What fails on the stream shows in its state, which AtomicFile::commit() looks at.
+// What fails on the stream shows in its state.
 class StreamWriter : public Imf::OStream {
  public:
   explicit StreamWriter(std::FILE* stream) : OStream("picture"), stream_(stream) {}
@@ -28,7 +27,10 @@ class StreamWriter : public Imf::OStream {
   std::FILE* stream_;
 };
 
-void writeChannels(std::FILE* stream, const Image& picture) {
+}  // namespace
+
+void encodeExr(std::FILE* stream, const Image& picture) {
+  if (picture.sample() != Sample::Float) return encodeExr(stream, convert(picture, Sample::Float));
   const int channels = picture.channels();
   const bool color = channels >= 3, alpha = channels % 2 == 0;
   Imf::Header header(picture.width(), picture.height());
@@ -50,20 +52,6 @@ void writeChannels(std::FILE* stream, const Image& picture) {
   Imf::OutputFile file(writer, header, 0);
   file.setFrameBuffer(buffer);
   file.writePixels(picture.height());
-}
-
-}  // namespace
-
-void writeExr(const std::filesystem::path& file, const Image& picture) {
-  if (picture.empty()) throw Error("cannot write '" + file.string() + "': the picture is empty; give it pixels first");
-  if (picture.sample() != Sample::Float) return writeExr(file, convert(picture, Sample::Float));
-  AtomicFile target(file);
-  try {
-    writeChannels(target.stream(), picture);
-  } catch (const std::exception& error) {
-    throw Error("cannot write '" + file.string() + "': " + error.what() + "; make the picture smaller");
-  }
-  target.commit();
 }
 
 }  // namespace quillmere::image

@@ -1,10 +1,10 @@
-#include "file_formats.h"
+#include "image/file_formats.h"
 
-#include <fstream>
 #include <new>
-#include <vector>
 
-#include "decoding.h"
+#include "base/atomic_file.h"
+#include "base/file_reading.h"
+#include "image/codecs.h"
 
 namespace quillmere::image {
 
@@ -30,45 +30,56 @@ Image decodeAny(Bytes file) {
   throw Error("it is neither PNG, JPEG, WebP, TIFF nor EXR; convert it to PNG");
 }
 
-std::vector<std::uint8_t> contentOf(const fs::path& file) {
-  std::error_code failed;
-  const fs::file_status status = fs::status(file, failed);
-  if (!fs::exists(status)) throw Error("there is no such file; check the path");
-  // A pipe or device could keep us waiting, or never end.
-  if (!fs::is_regular_file(status)) throw Error("it is not a file; check the path");
-  const std::uintmax_t size = fs::file_size(file, failed);
-  if (failed) throw Error(failed.message() + "; check the path");
-  if (size > kMaxPictureBytes) throw Error("the file is larger than 1 GiB; scale it down");
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw Error("it can't be opened; check its permissions");
-  std::vector<std::uint8_t> content(size);
-  stream.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(size));
-  content.resize(static_cast<std::size_t>(stream.gcount()));
-  return content;
-}
-
-// The one place where what goes wrong below gets the picture's name.
+// The one place where what goes wrong while reading gets the picture's name.
 template <class Work>
-Image reading(const std::string& name, Work&& work) {
-  const auto refuse = [&](const std::string& why) { throw Error("cannot read picture '" + name + "': " + why); };
+auto reading(const std::string& name, Work&& work) {
+  const std::string refusal = "cannot read picture '" + name + "': ";
   try {
     return work();
   } catch (const Error& error) {
-    refuse(error.what());
+    throw Error(refusal + error.what());
   } catch (const std::bad_alloc&) {
-    refuse("there is not enough memory; scale it down");
+    throw Error(refusal + "there is not enough memory; scale it down");
   }
-  return {};
+}
+
+// And the one for writing.
+template <class Encode>
+void write(const fs::path& file, const Image& picture, Encode&& encode) {
+  const std::string refusal = "cannot write '" + file.string() + "': ";
+  if (picture.empty()) throw Error(refusal + "the picture is empty; give it pixels first");
+  AtomicFile target(file);
+  try {
+    encode(target.stream());
+  } catch (const std::bad_alloc&) {
+    throw Error(refusal + "there is not enough memory; make the picture smaller");
+  } catch (const std::exception& error) {
+    throw Error(refusal + error.what() + "; make the picture smaller");
+  }
+  target.commit();
 }
 
 }  // namespace
 
 Image read(const fs::path& file) {
-  return reading(file.string(), [&] { return decodeAny(contentOf(file)); });
+  return reading(file.string(), [&] { return decodeAny(readBytes(file, kMaxPictureBytes)); });
 }
 
 Image decode(std::span<const std::uint8_t> bytes, const std::string& name) {
   return reading(name, [&] { return decodeAny(bytes); });
+}
+
+std::optional<std::string> pngText(const fs::path& file, const std::string& keyword) {
+  return reading(file.string(), [&] { return textOfPng(readBytes(file, kMaxPictureBytes), keyword); });
+}
+
+void writePng(const fs::path& file, const Image& picture, PngDepth depth, const PngText& text) {
+  const Sample sample = depth == PngDepth::As16Bit ? Sample::Word : Sample::Byte;
+  write(file, picture, [&](std::FILE* to) { encodePng(to, picture, sample, text.keyword, text.text); });
+}
+
+void writeExr(const fs::path& file, const Image& picture) {
+  write(file, picture, [&](std::FILE* to) { encodeExr(to, picture); });
 }
 
 }  // namespace quillmere::image

@@ -2,12 +2,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <cstdlib>
+#include <limits>
+#include <new>
+#include <utility>
 #include <variant>
 #include <vector>
 
 #include "base/error.h"
-#include "pixel_memory.h"
 
 namespace quillmere::image {
 
@@ -16,6 +18,38 @@ inline constexpr int kMaxSide = 16000;
 
 enum class Sample { Byte, Word, Float };
 enum class Filling { Zero, None };  // None for who writes every sample before it is read
+
+// Memory for the samples of a picture, to be given back with std::free; null when there is none to be had.
+void* pixelMemory(std::size_t bytes);
+
+// The allocator of sample vectors. What is made without a value isn't filled.
+template <class T>
+class PixelAllocator {
+ public:
+  using value_type = T;
+  PixelAllocator() = default;
+  template <class U>
+  explicit PixelAllocator(const PixelAllocator<U>& /*other*/) {}
+
+  T* allocate(std::size_t count) {
+    void* const memory =
+        count > std::numeric_limits<std::size_t>::max() / 2 / sizeof(T) ? nullptr : pixelMemory(count * sizeof(T));
+    if (memory == nullptr) throw std::bad_alloc();
+    return static_cast<T*>(memory);
+  }
+  void deallocate(T* memory, std::size_t /*count*/) noexcept { std::free(memory); }
+
+  template <class U>
+  void construct(U* place) noexcept {
+    ::new (static_cast<void*>(place)) U;
+  }
+  template <class U, class... Arguments>
+  void construct(U* place, Arguments&&... arguments) {
+    ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
+  }
+
+  bool operator==(const PixelAllocator& /*other*/) const { return true; }
+};
 
 // Pixels in memory: rows top to bottom without padding, channels interleaved (1 grey, 2 grey and alpha, 3 RGB,
 // 4 RGBA; alpha is not premultiplied). Byte holds 0-255, Word 0-65535 in native byte order, Float nominally 0-1.
@@ -55,7 +89,7 @@ class Image {
 
  private:
   template <class T>
-  using Samples = std::vector<T, PixelMemory<T>>;
+  using Samples = std::vector<T, PixelAllocator<T>>;
 
   std::size_t offset(int y) const {
     return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) * static_cast<std::size_t>(channels_);
@@ -66,5 +100,19 @@ class Image {
   int channels_ = 0;
   std::variant<Samples<std::uint8_t>, Samples<std::uint16_t>, Samples<float>> samples_;
 };
+
+// Calls `work` with a value of the type of `sample`, for loops that are written once for all three.
+template <class Work>
+decltype(auto) withSampleType(Sample sample, Work&& work) {
+  switch (sample) {
+    case Sample::Word:
+      return work(std::uint16_t{});
+    case Sample::Float:
+      return work(float{});
+    case Sample::Byte:
+      break;
+  }
+  return work(std::uint8_t{});
+}
 
 }  // namespace quillmere::image

@@ -5,7 +5,7 @@
 
 #include <csetjmp>
 
-#include "decoding.h"
+#include "image/codecs.h"
 
 namespace quillmere::image {
 

@@ -1,15 +1,14 @@
-#include "scaling.h"
+#include "image/scaling.h"
 
 #include <algorithm>
-#include <atomic>
-#include <future>
+#include <cmath>
 #include <new>
-#include <system_error>
-#include <thread>
+#include <span>
+#include <string>
 #include <vector>
 
-#include "filter_taps.h"
-#include "sample_values.h"
+#include "base/parallel.h"
+#include "image/conversion.h"
 
 namespace quillmere::image {
 
@@ -17,6 +16,60 @@ namespace {
 
 constexpr int kBandRows = 32;  // what a thread takes at a time
 constexpr int kLanes = 4;      // a pixel of any channels is worked on as one vector of four
+
+// Which samples of a line of `from` samples make up each of `to` samples, and with what weights, for Catmull-Rom
+// scaling. Samples beyond the ends count as the first or last one. The weights of each result add up to 1.
+class FilterTaps {
+ public:
+  FilterTaps(int from, int to);
+
+  // The first sample that counts for result `i`; it and the following ones have the weights of weights(i).
+  int first(int i) const { return first_[static_cast<std::size_t>(i)]; }
+  std::span<const float> weights(int i) const {
+    return std::span(weights_).subspan(static_cast<std::size_t>(i) * count_, count_);
+  }
+
+ private:
+  void addTap(int result, int from, int sample, double weight);
+
+  std::size_t count_;
+  std::vector<int> first_;
+  std::vector<float> weights_;
+};
+
+// The cubic of Catmull and Rom (B = 0, C = 1/2), zero beyond 2.
+double catmullRom(double x) {
+  x = std::abs(x);
+  if (x < 1) return 1 - x * x * (2.5 - 1.5 * x);
+  if (x < 2) return 2 - x * (4 - x * (2.5 - 0.5 * x));
+  return 0;
+}
+
+FilterTaps::FilterTaps(int from, int to) : first_(static_cast<std::size_t>(to)) {
+  const double step = static_cast<double>(from) / to;
+  const double stretch = std::max(1.0, step);  // scaling down widens the filter, so that no sample is skipped
+  const int reach = static_cast<int>(std::ceil(4 * stretch)) + (step > 1 ? 1 : 0);
+  count_ = static_cast<std::size_t>(std::min(reach, from));
+  weights_.resize(static_cast<std::size_t>(to) * count_);
+  std::vector<double> taps(static_cast<std::size_t>(reach));
+  for (int i = 0; i < to; ++i) {
+    const double center = (i + 0.5) * step;
+    const int begin = static_cast<int>(std::floor(center - 2 * stretch + 0.5));
+    double sum = 0;
+    for (int k = 0; k < reach; ++k) {
+      sum += taps[static_cast<std::size_t>(k)] = catmullRom((begin + k + 0.5 - center) / stretch);
+    }
+    first_[static_cast<std::size_t>(i)] = std::clamp(begin, 0, from - static_cast<int>(count_));
+    for (int k = 0; k < reach; ++k) addTap(i, from, begin + k, taps[static_cast<std::size_t>(k)] / sum);
+  }
+}
+
+void FilterTaps::addTap(int result, int from, int sample, double weight) {
+  const int place = std::clamp(sample, 0, from - 1) - first(result);
+  // A sample out of reach has no weight: the last one is there for rounding only.
+  if (place < 0 || place >= static_cast<int>(count_)) return;
+  weights_[static_cast<std::size_t>(result) * count_ + static_cast<std::size_t>(place)] += static_cast<float>(weight);
+}
 
 struct Job {
   const Image& picture;
@@ -94,34 +147,22 @@ void storeLine(const float* __restrict line, T* __restrict to, int count) {
 }
 
 template <class T>
-void scaleBands(const Job& job, std::atomic<int>& nextBand) {
+void scaleBand(const Job& job, int top) {
   const int channels = job.result.channels(), width = job.result.width();
   std::vector<float> blended(static_cast<std::size_t>(job.from.width * channels + kLanes));
   std::vector<float> line(static_cast<std::size_t>(width * channels + kLanes));
-  for (int top = nextBand++ * kBandRows; top < job.result.height(); top = nextBand++ * kBandRows) {
-    for (int y = top; y < std::min(top + kBandRows, job.result.height()); ++y) {
-      blendRows<T>(job, y, blended.data());
-      scaleLine(job.columns, width, channels, blended.data(), line.data());
-      storeLine(line.data(), job.result.row<T>(y), width * channels);
-    }
+  for (int y = top; y < std::min(top + kBandRows, job.result.height()); ++y) {
+    blendRows<T>(job, y, blended.data());
+    scaleLine(job.columns, width, channels, blended.data(), line.data());
+    storeLine(line.data(), job.result.row<T>(y), width * channels);
   }
 }
 
 void scaleOnAllCores(const Job& job) {
-  std::atomic<int> nextBand = 0;
-  const auto work = [&] {
-    withSampleType(job.result.sample(), [&](auto type) { scaleBands<decltype(type)>(job, nextBand); });
-  };
-  std::vector<std::future<void>> others;  // their destructors join
   const int bands = (job.result.height() + kBandRows - 1) / kBandRows;
-  const int threads = std::min(bands, static_cast<int>(std::thread::hardware_concurrency()));
-  try {
-    for (int i = 1; i < threads; ++i) others.push_back(std::async(std::launch::async, work));
-  } catch (const std::system_error&) {
-    // No more threads to be had: fewer do the same work.
-  }
-  work();
-  for (auto& other : others) other.get();
+  withSampleType(job.result.sample(), [&]<class T>(T) {
+    forEach(bands, allCores(), {}, [&](int band) { scaleBand<T>(job, band * kBandRows); });
+  });
 }
 
 Image crop(const Image& picture, const Area& area) {

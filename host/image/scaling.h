@@ -1,6 +1,6 @@
 #pragma once
 
-#include "image.h"
+#include "image/image.h"
 
 namespace quillmere::image {
 
@@ -14,13 +14,5 @@ struct Area {
 // All channels are scaled alike: alpha doesn't weigh the colours. Works on all cores with the same result on any
 // number of them. Throws Error.
 Image scaleBicubic(const Image& picture, Area from, int width, int height);
-
-// The same pixels with other samples; Byte 255, Word 65535 and Float 1.0 are the same white. Float made into
-// the others is clamped to 0-1, and not-a-number is black. A picture that is so already keeps its values.
-Image convert(const Image& picture, Sample sample);
-Image convert(Image&& picture, Sample sample);  // copies nothing where nothing changes
-// The same pixels with 1 to 4 channels: grey is spread or taken as Rec. 709 luma, a missing alpha is opaque.
-Image withChannels(const Image& picture, int channels);
-Image withChannels(Image&& picture, int channels);  // copies nothing where nothing changes
 
 }  // namespace quillmere::image

@@ -1,3 +1,4 @@
+#include <Imath/half.h>
 #include <tiffio.h>
 
 #include <algorithm>
@@ -5,10 +6,10 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <vector>
 
-#include "decoding.h"
-#include "scaling.h"
-#include "tiff_samples.h"
+#include "image/codecs.h"
+#include "image/conversion.h"
 
 namespace quillmere::image {
 
@@ -95,7 +96,21 @@ T field(TIFF* file, std::uint32_t tag, T otherwise) {
   return value;
 }
 
-void findAlpha(TIFF* file, TiffLayout& layout) {
+// How the samples lie in a TIFF file that needs no colour conversion.
+struct Layout {
+  int width = 0, height = 0;
+  int bytes = 1;          // of a sample in the file
+  bool floating = false;  // otherwise unsigned
+  bool whiteIsZero = false;
+  bool planes = false;  // one after the other, otherwise interleaved
+  bool tiled = false;
+  int stored = 1;                // samples a pixel in the file
+  int colors = 1;                // of which the first 1 or 3 are colours
+  std::optional<int> alpha;      // and this one alpha, with which the colours
+  bool alphaMultiplied = false;  // may have been multiplied
+};
+
+void findAlpha(TIFF* file, Layout& layout) {
   std::uint16_t count = 0;
   const std::uint16_t* kinds = nullptr;
   TIFFGetFieldDefaulted(file, TIFFTAG_EXTRASAMPLES, &count, &kinds);
@@ -108,11 +123,11 @@ void findAlpha(TIFF* file, TiffLayout& layout) {
 }
 
 // None where colours must be converted or bits unpacked.
-std::optional<TiffLayout> plainLayout(TIFF* file, std::uint32_t width, std::uint32_t height) {
+std::optional<Layout> plainLayout(TIFF* file, std::uint32_t width, std::uint32_t height) {
   const auto photometric = field<std::uint16_t>(file, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_PALETTE);
   const auto format = field<std::uint16_t>(file, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
   const auto bits = field<std::uint16_t>(file, TIFFTAG_BITSPERSAMPLE, 1);
-  TiffLayout layout;
+  Layout layout;
   layout.width = static_cast<int>(width);
   layout.height = static_cast<int>(height);
   layout.bytes = bits / 8;
@@ -130,6 +145,138 @@ std::optional<TiffLayout> plainLayout(TIFF* file, std::uint32_t width, std::uint
   if (!plainColors || !plainSamples || oldJpeg || layout.stored < layout.colors) return std::nullopt;
   findAlpha(file, layout);
   return layout;
+}
+
+// Where a run of samples comes from and goes to.
+struct Run {
+  const std::uint8_t* from;
+  int fromStep;  // samples
+  int x, y, channel, count;
+};
+
+template <class Stored, class T>
+void copyRun(const Run& run, Image& picture) {
+  const int step = picture.channels();
+  const Stored* from = reinterpret_cast<const Stored*>(run.from);
+  T* to = picture.pixel<T>(run.x, run.y) + run.channel;
+  for (int i = 0; i < run.count; ++i, from += run.fromStep, to += step) *to = static_cast<T>(*from);
+}
+
+void copyRun(const Layout& layout, const Run& run, Image& picture) {
+  if (!layout.floating)
+    return layout.bytes == 1 ? copyRun<std::uint8_t, std::uint8_t>(run, picture)
+                             : copyRun<std::uint16_t, std::uint16_t>(run, picture);
+  switch (layout.bytes) {
+    case 2:
+      return copyRun<Imath::half, float>(run, picture);
+    case 4:
+      return copyRun<float, float>(run, picture);
+    default:
+      return copyRun<double, float>(run, picture);
+  }
+}
+
+// The sample in the file that channel `c` of the picture comes from.
+int storedSample(const Layout& layout, int c) {
+  return c < layout.colors ? c : layout.alpha.value_or(0);
+}
+
+// Copies one line of `count` pixels at x, y, with all its samples, or with those of one plane.
+void copyLine(const Layout& layout, const std::uint8_t* line, int plane, int x, int y, int count, Image& picture) {
+  for (int c = 0; c < picture.channels(); ++c) {
+    const int sample = storedSample(layout, c);
+    if (layout.planes && sample != plane) continue;
+    const int offset = layout.planes ? 0 : sample * layout.bytes;
+    copyRun(layout, {line + offset, layout.planes ? 1 : layout.stored, x, y, c, count}, picture);
+  }
+}
+
+void checkBuffer(std::uint64_t size, std::uint64_t needed) {
+  if (size < needed) throwDamaged("its rows are shorter than its width");
+  if (size > kMaxPictureBytes) throwUnsupported("its tiles or rows take more than 1 GiB");
+}
+
+std::uint64_t lineBytes(const Layout& layout, std::uint64_t width) {
+  return width * static_cast<std::uint64_t>(layout.bytes) *
+         static_cast<std::uint64_t>(layout.planes ? 1 : layout.stored);
+}
+
+void readRows(TIFF* file, const Layout& layout, int plane, Image& picture) {
+  const std::uint64_t size = TIFFScanlineSize64(file);
+  checkBuffer(size, lineBytes(layout, static_cast<std::uint64_t>(layout.width)));
+  std::vector<std::uint8_t> line(size);
+  for (int y = 0; y < layout.height; ++y) {
+    if (TIFFReadScanline(file, line.data(), static_cast<std::uint32_t>(y), static_cast<std::uint16_t>(plane)) < 0) {
+      throwDamaged("its row " + std::to_string(y) + " can't be read");
+    }
+    copyLine(layout, line.data(), plane, 0, y, layout.width, picture);
+  }
+}
+
+void readTiles(TIFF* file, const Layout& layout, int plane, Image& picture) {
+  std::uint32_t tileWidth = 0, tileHeight = 0;
+  TIFFGetField(file, TIFFTAG_TILEWIDTH, &tileWidth);
+  TIFFGetField(file, TIFFTAG_TILELENGTH, &tileHeight);
+  // Both are multiples of 16 and rarely above 512; the sides are checked so that the product can't run over.
+  if (tileWidth == 0 || tileHeight == 0 || tileWidth > 4U * kMaxSide || tileHeight > 4U * kMaxSide) {
+    throwDamaged("its tiles have an impossible size");
+  }
+  const std::uint64_t size = TIFFTileSize64(file), row = lineBytes(layout, tileWidth);
+  checkBuffer(size, row * tileHeight);
+  std::vector<std::uint8_t> tile(size);
+  const int across = static_cast<int>(tileWidth), down = static_cast<int>(tileHeight);
+  for (int top = 0; top < layout.height; top += down) {
+    for (int left = 0; left < layout.width; left += across) {
+      if (TIFFReadTile(file, tile.data(), static_cast<std::uint32_t>(left), static_cast<std::uint32_t>(top), 0,
+                       static_cast<std::uint16_t>(plane)) < 0) {
+        throwDamaged("its tile at " + std::to_string(left) + ", " + std::to_string(top) + " can't be read");
+      }
+      const int count = std::min(across, layout.width - left);
+      for (int y = top; y < std::min(top + down, layout.height); ++y) {
+        copyLine(layout, tile.data() + static_cast<std::size_t>(y - top) * row, plane, left, y, count, picture);
+      }
+    }
+  }
+}
+
+// Calls `work` with the first sample of each pixel.
+template <class Work>
+void forEachPixel(Image& picture, Work&& work) {
+  withSampleType(picture.sample(), [&]<class T>(T) {
+    T* pixel = picture.row<T>(0);
+    const T* const end = pixel + std::ptrdiff_t{picture.width()} * picture.height() * picture.channels();
+    for (; pixel != end; pixel += picture.channels()) work(pixel);
+  });
+}
+
+void invertColors(Image& picture) {
+  forEachPixel(picture, []<class T>(T* sample) { *sample = static_cast<T>(T(kWhite<T>) - *sample); });
+}
+
+// Takes the multiplication by the last channel, alpha, back.
+void divideByAlpha(Image& picture) {
+  const int colors = picture.channels() - 1;
+  forEachPixel(picture, [colors]<class T>(T* pixel) {
+    const float alpha = sampleAs<float>(pixel[colors]);
+    if (alpha <= 0.0F || alpha >= 1.0F) return;
+    for (int c = 0; c < colors; ++c) pixel[c] = sampleAs<T>(sampleAs<float>(pixel[c]) / alpha);
+  });
+}
+
+// The picture that `file`, whose sizes have been checked, holds in that layout. The reason of an Error may come from
+// the library's error handler instead.
+Image readSamples(TIFF* file, const Layout& layout) {
+  const Sample sample = layout.floating ? Sample::Float : layout.bytes == 2 ? Sample::Word : Sample::Byte;
+  Image picture =
+      pictureOfClaimedSize(static_cast<std::uint64_t>(layout.width), static_cast<std::uint64_t>(layout.height),
+                           layout.colors + (layout.alpha ? 1 : 0), sample);
+  const auto readPlane = layout.tiled ? readTiles : readRows;
+  for (int c = 0; c < (layout.planes ? picture.channels() : 1); ++c) {
+    readPlane(file, layout, layout.planes ? storedSample(layout, c) : 0, picture);
+  }
+  if (layout.whiteIsZero) invertColors(picture);
+  if (layout.alpha && layout.alphaMultiplied) divideByAlpha(picture);
+  return picture;
 }
 
 // Palettes, packed bits and other colour spaces, by the library's own conversion to 8-bit RGBA.
@@ -163,7 +310,7 @@ Image readFirstPicture(TIFF* file) {
   const auto width = field<std::uint32_t>(file, TIFFTAG_IMAGEWIDTH, 0);
   const auto height = field<std::uint32_t>(file, TIFFTAG_IMAGELENGTH, 0);
   checkClaimedSize(width, height);
-  if (const auto layout = plainLayout(file, width, height)) return readTiffSamples(file, *layout);
+  if (const auto layout = plainLayout(file, width, height)) return readSamples(file, *layout);
   return readConverted(file, width, height);
 }
 

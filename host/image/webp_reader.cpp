@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "decoding.h"
+#include "image/codecs.h"
 
 namespace quillmere::image {
 

@@ -12,9 +12,6 @@
 
 namespace quillmere::scene {
 
-// Numbers beyond this are as good as infinite: two of them may still be multiplied and squared in a float.
-inline constexpr float kLargestNumber = 1e9F;
-
 // The only way to the data of a document: every offset, length, stride and count is checked against the buffer before a
 // byte is read, sparse accessors are expanded, quantized numbers converted. Every function throws Error (the reason
 // alone) for data that does not fit, and when the document asks for more than its bytes can stand for: a part of them

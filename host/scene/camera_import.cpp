@@ -4,8 +4,6 @@
 #include <map>
 #include <set>
 
-#include "scene/unit_length.h"
-
 namespace quillmere::scene {
 namespace {
 
@@ -59,7 +57,7 @@ std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& 
     const auto& from = itemAt(document.model.cameras, index, "camera");
     SceneCamera camera;
     camera.node = static_cast<int>(i);
-    const std::string own = printable(from.name);
+    const std::string own = excerpt(from.name);
     const std::string& wanted = graph.nodes[i].name.empty() ? own : graph.nodes[i].name;
     camera.info.name = names.make(wanted.empty() ? "Camera" : wanted);
     camera.info.orthographic = from.type == "orthographic";

@@ -4,8 +4,7 @@
 #include <numeric>
 #include <optional>
 
-#include "scene/triangle_assembly.h"
-#include "scene/unit_length.h"
+#include "scene/node_graph.h"
 
 namespace quillmere::scene {
 namespace {
@@ -158,6 +157,23 @@ class PartImporter {
 };
 
 }  // namespace
+
+std::vector<std::uint32_t> assembleTriangles(Topology topology, std::vector<std::uint32_t> indices) {
+  if (topology == Topology::Triangles) {
+    indices.resize(indices.size() - indices.size() % 3);
+    return indices;
+  }
+  std::vector<std::uint32_t> triangles;
+  for (std::size_t i = 0; i + 2 < indices.size(); ++i) {
+    const std::size_t odd = i % 2;
+    if (topology == Topology::Strip) {
+      triangles.insert(triangles.end(), {indices[i], indices[i + 1 + odd], indices[i + 2 - odd]});
+    } else {
+      triangles.insert(triangles.end(), {indices[i + 1], indices[i + 2], indices[0]});
+    }
+  }
+  return triangles;
+}
 
 std::vector<MeshPart> importMesh(GltfDocument& document, AccessorReader& reader, MaterialSet& materials,
                                  const tinygltf::Mesh& mesh) {

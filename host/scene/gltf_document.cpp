@@ -2,16 +2,36 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <sstream>
 
-#include "scene/accessor_reader.h"
+#include "base/file_reading.h"
 #include "scene/document_survey.h"
-#include "scene/glb_container.h"
-#include "scene/neighbour_files.h"
 #include "scene/scene.h"
 
 namespace quillmere::scene {
 namespace {
+
+std::string percentDecoded(const std::string& uri) {
+  std::string text;
+  for (std::size_t i = 0; i < uri.size(); ++i) {
+    const bool escape = uri[i] == '%' && i + 2 < uri.size() && std::isxdigit(static_cast<unsigned char>(uri[i + 1])) &&
+                        std::isxdigit(static_cast<unsigned char>(uri[i + 2]));
+    if (escape) {
+      text += static_cast<char>(std::stoi(uri.substr(i + 1, 2), nullptr, 16));
+      i += 2;
+    } else {
+      text += uri[i];
+    }
+  }
+  return text;
+}
+
+// "C:/x", "http://x", "data:…": a scheme ends with a colon before the first slash.
+bool hasScheme(const std::string& uri) {
+  const auto colon = uri.find(':');
+  return colon != std::string::npos && colon < uri.find('/');
+}
 
 constexpr std::array kSupportedExtensions{"KHR_lights_punctual",   "KHR_materials_unlit",     "KHR_mesh_quantization",
                                           "KHR_texture_transform", "EXT_mesh_gpu_instancing", "EXT_texture_webp"};
@@ -23,11 +43,11 @@ bool isSupported(const std::string& extension) {
 void checkSurvey(const DocumentSurvey& survey) {
   if (survey.version.empty()) throw Error("it is no glTF: it has no asset version");
   if (survey.version.rfind("2.", 0) != 0) {
-    throw Error("it is glTF " + printable(survey.version) + "; only glTF 2 is read, so convert or export it again");
+    throw Error("it is glTF " + excerpt(survey.version) + "; only glTF 2 is read, so convert or export it again");
   }
   for (const std::string& extension : survey.requiredExtensions) {
     if (!isSupported(extension)) {
-      throw Error("it requires the extension " + printable(extension) +
+      throw Error("it requires the extension " + excerpt(extension) +
                   ", which is not supported; export it without that extension");
     }
   }
@@ -53,9 +73,9 @@ bool readFile(std::vector<unsigned char>* out, std::string*, const std::string&,
   const std::string& uri = files.uris[files.next++];
   const auto path = resolveReference(files.folder, uri);
   try {
-    *out = readWhole(path);
+    *out = readBytes(path, kMostFileBytes);
   } catch (const Error& error) {
-    throw Error("its buffer file '" + printable(path.string()) + "' can't be read: " + error.what());
+    throw Error("its buffer file '" + excerpt(path.string()) + "' can't be read: " + error.what());
   }
   files.bytes += out->size();
   if (files.bytes > kMostFileBytes) throw Error("its buffer files hold more than 2 GiB");
@@ -115,9 +135,20 @@ float toFloat(double number) {
   return static_cast<float>(std::clamp(number, -limit, limit));
 }
 
+std::filesystem::path resolveReference(const std::filesystem::path& folder, const std::string& uri) {
+  const std::string name = percentDecoded(uri);
+  const std::filesystem::path relative = std::filesystem::path(name).lexically_normal();
+  const bool leaves = relative.is_absolute() || (!relative.empty() && *relative.begin() == "..");
+  if (name.empty() || name.find('\0') != std::string::npos || hasScheme(uri) || leaves) {
+    throw Error("it names '" + excerpt(uri) +
+                "'; only files in the scene's own folder and below are read, so put it there");
+  }
+  return folder / relative;
+}
+
 GltfDocument parseGltf(const std::filesystem::path& file) {
-  const std::vector<std::uint8_t> bytes = readWhole(file);
-  DocumentSurvey survey = surveyDocument(isGlb(bytes) ? jsonOfGlb(bytes) : std::span(bytes));
+  const std::vector<std::uint8_t> bytes = readBytes(file, kMostFileBytes);
+  DocumentSurvey survey = surveyDocument(bytes);
   checkSurvey(survey);
 
   GltfDocument document;
@@ -130,10 +161,11 @@ GltfDocument parseGltf(const std::filesystem::path& file) {
   std::string errors;
   std::string remarks;
   const auto size = static_cast<unsigned>(bytes.size());
-  const bool parsed = isGlb(bytes) ? parser.LoadBinaryFromMemory(&document.model, &errors, &remarks, bytes.data(), size)
-                                   : parser.LoadASCIIFromString(&document.model, &errors, &remarks,
-                                                                reinterpret_cast<const char*>(bytes.data()), size, "");
-  if (!parsed) throw Error("its content is damaged: " + printable(errors));
+  const bool parsed = survey.binary
+                          ? parser.LoadBinaryFromMemory(&document.model, &errors, &remarks, bytes.data(), size)
+                          : parser.LoadASCIIFromString(&document.model, &errors, &remarks,
+                                                       reinterpret_cast<const char*>(bytes.data()), size, "");
+  if (!parsed) throw Error("its content is damaged: " + excerpt(errors));
   keepRemarks(errors, document.warnings);
   document.embeddedImages.resize(document.model.images.size());
   warnOfExtensions(document);

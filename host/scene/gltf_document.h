@@ -25,18 +25,20 @@ struct GltfDocument {
 // required extensions too; other unsupported extensions become warnings.
 GltfDocument parseGltf(const std::filesystem::path& file);
 
+// The file that a relative reference of a scene in `folder` means; percent escapes are decoded. A scene may come from
+// anywhere, so it may name files beside itself and in folders below, and nothing else: schemes, absolute paths and
+// ".." that leaves the folder throw Error (the reason alone).
+std::filesystem::path resolveReference(const std::filesystem::path& folder, const std::string& uri);
+
 // The bytes of a buffer view, known to lie inside its buffer; borrowed from `model`. Throws Error (the reason alone).
 std::span<const std::uint8_t> viewBytes(const tinygltf::Model& model, int view);
 
-// A number of the document's JSON as a float that can be computed with: beyond 1e9 it becomes 1e9.
+// A number of the document's JSON as a float that can be computed with: beyond kLargestNumber it becomes that.
 float toFloat(double number);
-
-// Checked access by index; `what` names the list in the error ("mesh" gives "there is no mesh 7, …").
-template <class T>
-const T& itemAt(const std::vector<T>& items, int index, const char* what);
 
 [[noreturn]] void throwMissing(const char* what, int index, std::size_t count);
 
+// Checked access by index; `what` names the list in the error ("mesh" gives "there is no mesh 7, …").
 template <class T>
 const T& itemAt(const std::vector<T>& items, int index, const char* what) {
   if (index < 0 || static_cast<std::size_t>(index) >= items.size()) throwMissing(what, index, items.size());

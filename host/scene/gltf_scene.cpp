@@ -6,9 +6,6 @@
 #include <map>
 #include <tuple>
 
-#include "scene/accessor_reader.h"
-#include "scene/mesh_deformation.h"
-
 namespace quillmere::scene {
 namespace {
 

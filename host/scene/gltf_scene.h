@@ -5,13 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "scene/animation_track.h"
+#include "scene/animation.h"
 #include "scene/camera_import.h"
+#include "scene/deformation.h"
 #include "scene/light_import.h"
-#include "scene/mesh_part.h"
 #include "scene/node_graph.h"
 #include "scene/scene.h"
-#include "scene/skin_import.h"
 
 namespace quillmere::scene {
 

@@ -4,8 +4,6 @@
 #include <cmath>
 #include <optional>
 
-#include "scene/unit_length.h"
-
 namespace quillmere::scene {
 namespace {
 

@@ -1,12 +1,12 @@
+#include <algorithm>
 #include <map>
 #include <new>
 
 #include "scene/accessor_reader.h"
-#include "scene/animation_import.h"
+#include "scene/animation.h"
 #include "scene/geometry_import.h"
 #include "scene/gltf_document.h"
 #include "scene/gltf_scene.h"
-#include "scene/gpu_instancing.h"
 #include "scene/material_import.h"
 
 namespace quillmere::scene {
@@ -17,6 +17,51 @@ constexpr std::size_t kMostDeformedVertices = std::size_t{1} << 25U;  // of all 
 constexpr std::size_t kMostDeformingSteps = std::size_t{1} << 30U;
 constexpr std::size_t kStepsOfJoint = 16;
 constexpr std::size_t kStepsOfInfluences = 8;
+
+constexpr std::size_t kMostInstances = std::size_t{1} << 21U;  // that a scene may show
+
+[[noreturn]] void throwTooManyInstances() {
+  throw Error("it shows more than two million instances of geometry");
+}
+
+int accessorOf(const tinygltf::Value& attributes, const char* name) {
+  const tinygltf::Value& value = attributes.Get(name);
+  return value.IsInt() ? value.GetNumberAsInt() : -1;
+}
+
+// Where copies of a node's mesh stand within the node: one identity matrix unless the node uses
+// EXT_mesh_gpu_instancing.
+std::vector<glm::mat4> importPlacements(const tinygltf::Node& node, AccessorReader& reader) {
+  const auto extension = node.extensions.find("EXT_mesh_gpu_instancing");
+  if (extension == node.extensions.end()) return {glm::mat4(1.0F)};
+  const tinygltf::Value& attributes = extension->second.Get("attributes");
+  if (!attributes.IsObject()) throw Error("the instances of node '" + node.name + "' have no attributes");
+  const int translation = accessorOf(attributes, "TRANSLATION");
+  const int rotation = accessorOf(attributes, "ROTATION");
+  const int scale = accessorOf(attributes, "SCALE");
+  const auto translations = translation < 0 ? std::vector<glm::vec3>() : reader.vec3s(translation);
+  const auto rotations = rotation < 0 ? std::vector<glm::vec4>() : reader.vec4s(rotation);
+  const auto scales = scale < 0 ? std::vector<glm::vec3>() : reader.vec3s(scale);
+
+  const std::size_t count = std::max({translations.size(), rotations.size(), scales.size()});
+  for (const std::size_t size : {translations.size(), rotations.size(), scales.size()}) {
+    if (size != 0 && size != count)
+      throw Error("the instances of node '" + node.name + "' have unequal numbers of values");
+  }
+  if (count > kMostInstances) throwTooManyInstances();
+  std::vector<glm::mat4> placements(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    Pose pose;
+    if (!translations.empty()) pose.translation = translations[i];
+    if (!scales.empty()) pose.scale = scales[i];
+    if (!rotations.empty()) {
+      const glm::vec4 q = rotations[i];
+      pose.rotation = unitQuaternion({q.w, q.x, q.y, q.z});
+    }
+    placements[i] = matrixOf(pose);
+  }
+  return placements;
+}
 
 // Reads each mesh once, when a shown node turns out to need it.
 class MeshLibrary {
@@ -123,13 +168,13 @@ std::shared_ptr<const Scene> import(const std::filesystem::path& file) {
 }  // namespace
 
 std::shared_ptr<const Scene> load(const std::filesystem::path& file) {
-  const std::string refusal = "cannot read scene '" + printable(file.string()) + "': ";
+  const std::string refusal = "cannot read scene '" + excerpt(file.string()) + "': ";
   try {
     return import(file);
   } catch (const std::bad_alloc&) {
     throw Error(refusal + "there is not enough memory");
   } catch (const std::exception& error) {
-    throw Error(refusal + printable(error.what()));
+    throw Error(refusal + excerpt(error.what()));
   }
 }
 

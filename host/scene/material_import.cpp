@@ -2,8 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
+#include <memory>
+#include <string_view>
 
-#include "scene/texture_import.h"
+#include "base/file_reading.h"
+#include "image/conversion.h"
+#include "image/file_formats.h"
+#include "scene/document_survey.h"
 
 namespace quillmere::scene {
 namespace {
@@ -41,7 +47,7 @@ UvMapping uvMappingOf(const tinygltf::TextureInfo& texture) {
 
 Material importMaterial(const tinygltf::Material& from) {
   Material material;
-  material.name = printable(from.name);
+  material.name = excerpt(from.name);
   const auto& factor = from.pbrMetallicRoughness.baseColorFactor;
   for (glm::length_t i = 0; i < 4; ++i) {
     material.baseColor[i] = std::clamp(toFloat(factor[static_cast<std::size_t>(i)]), 0.0F, 1.0F);
@@ -63,6 +69,107 @@ void warnOfTheRest(const tinygltf::Material& material, Warnings& warnings) {
   for (const double emitted : material.emissiveFactor) {
     if (emitted > 0.0) warnings.add("glowing materials are shown without their glow");
   }
+}
+
+std::string_view asText(std::span<const std::uint8_t> bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+// The WebP extension puts its image beside the one for readers that don't know WebP.
+int sourceOf(const tinygltf::Texture& texture) {
+  const auto webp = texture.extensions.find("EXT_texture_webp");
+  if (webp != texture.extensions.end() && webp->second.Get("source").IsInt()) {
+    return webp->second.Get("source").GetNumberAsInt();
+  }
+  return texture.source;
+}
+
+void setWrapping(Material& material, const tinygltf::Sampler& sampler) {
+  material.repeatU = sampler.wrapS != TINYGLTF_TEXTURE_WRAP_CLAMP_TO_EDGE;
+  material.repeatV = sampler.wrapT != TINYGLTF_TEXTURE_WRAP_CLAMP_TO_EDGE;
+  material.mirrorU = sampler.wrapS == TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT;
+  material.mirrorV = sampler.wrapT == TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT;
+  material.nearest = sampler.magFilter == TINYGLTF_TEXTURE_FILTER_NEAREST;
+}
+
+// Decodes the images of a document, each file once even when several images repeat its bytes.
+class TextureLoader {
+ public:
+  explicit TextureLoader(GltfDocument& document) : document_(document) {}  // borrowed
+
+  // Sets the image, wrapping and filter of `texture`. What can't be decoded leaves the material without an image and
+  // adds a warning. Throws Error (the reason alone) for indices that do not exist and when the pictures need more than
+  // 2 GiB in sum.
+  void loadInto(Material& material, int texture);
+
+ private:
+  using Picture = std::shared_ptr<const image::Image>;
+  Picture picture(int image);
+  Picture decoded(std::string_view bytes, const std::string& name);
+  const std::vector<std::uint8_t>& fileOf(const tinygltf::Image& image);
+
+  GltfDocument& document_;
+  // Files of different lengths can't be the same, however much they have in common.
+  struct ShorterFirst {
+    bool operator()(std::string_view a, std::string_view b) const {
+      return a.size() != b.size() ? a.size() < b.size() : a.data() != b.data() && a < b;
+    }
+  };
+
+  std::map<std::filesystem::path, std::vector<std::uint8_t>> files_;  // read from disk; `pictures_` views them
+  std::map<std::string_view, Picture, ShorterFirst> pictures_;        // by the bytes of the encoded file
+  std::uint64_t bytesLeft_ = std::uint64_t{2} << 30U;
+};
+
+void TextureLoader::loadInto(Material& material, int index) {
+  const tinygltf::Texture& texture = itemAt(document_.model.textures, index, "texture");
+  if (texture.sampler >= 0) setWrapping(material, itemAt(document_.model.samplers, texture.sampler, "sampler"));
+  const int source = sourceOf(texture);
+  if (source < 0) {
+    document_.warnings.add("material '" + material.name +
+                           "' is shown without its texture: its format is not supported");
+    return;
+  }
+  try {
+    material.texture = picture(source);
+  } catch (const Error& error) {
+    document_.warnings.add("material '" + material.name + "' is shown without its texture: " + error.what());
+  }
+}
+
+TextureLoader::Picture TextureLoader::picture(int index) {
+  const tinygltf::Image& image = itemAt(document_.model.images, index, "image");
+  const std::string name = image.uri.empty() ? "image " + std::to_string(index) : excerpt(image.uri);
+  const auto& embedded = document_.embeddedImages[static_cast<std::size_t>(index)];
+  if (!embedded.empty()) return decoded(asText(embedded), name);
+  if (image.bufferView >= 0) return decoded(asText(viewBytes(document_.model, image.bufferView)), name);
+  return decoded(asText(fileOf(image)), name);
+}
+
+// A picture that is missing or out of reach is a picture that can't be shown: the scene is worth loading without it.
+const std::vector<std::uint8_t>& TextureLoader::fileOf(const tinygltf::Image& image) {
+  try {
+    const auto path = resolveReference(document_.folder, image.uri);
+    auto known = files_.find(path);
+    if (known == files_.end()) known = files_.emplace(path, readBytes(path, kMostFileBytes)).first;
+    return known->second;
+  } catch (const Error& error) {
+    throw Error("the picture '" + excerpt(image.uri) + "' can't be read: " + error.what());
+  }
+}
+
+TextureLoader::Picture TextureLoader::decoded(std::string_view bytes, const std::string& name) {
+  const auto known = pictures_.find(bytes);
+  if (known != pictures_.end()) return known->second;
+  const image::Image picture = image::decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, name);
+  const std::uint64_t size =
+      std::uint64_t{4} * static_cast<std::uint64_t>(picture.width()) * static_cast<std::uint64_t>(picture.height());
+  if (size > bytesLeft_) throw Error("its textures need more than 2 GiB");
+  bytesLeft_ -= size;
+  auto shared =
+      std::make_shared<const image::Image>(image::withChannels(image::convert(picture, image::Sample::Byte), 4));
+  pictures_.emplace(bytes, shared);
+  return shared;
 }
 
 }  // namespace

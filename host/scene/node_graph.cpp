@@ -4,8 +4,7 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <glm/gtc/type_ptr.hpp>
 
-#include "scene/scene.h"
-#include "scene/unit_length.h"
+#include "base/error.h"
 
 namespace quillmere::scene {
 namespace {
@@ -32,7 +31,7 @@ constexpr std::size_t kMostWeights = std::size_t{1} << 24U;  // of all nodes tog
 
 Node importNode(const GltfDocument& document, const tinygltf::Node& from) {
   Node node;
-  node.name = printable(from.name);
+  node.name = excerpt(from.name);
   node.rest.translation = vec3Or(from.translation, glm::vec3(0.0F));
   node.rest.rotation = quatOrNone(from.rotation);
   node.rest.scale = vec3Or(from.scale, glm::vec3(1.0F));

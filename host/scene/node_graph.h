@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cmath>
 #include <glm/glm.hpp>
 #include <glm/gtc/quaternion.hpp>
 #include <optional>
@@ -38,12 +39,26 @@ NodeGraph importNodes(GltfDocument& document);
 
 // Zero scale is taken as a millionth, so that the matrix can be inverted.
 glm::mat4 matrixOf(const Pose& pose);
-glm::quat unitQuaternion(glm::quat q);
 
 // From each node to the world, parallel to `graph.nodes`; `poses` too.
 std::vector<glm::mat4> worldMatrices(const NodeGraph& graph, std::span<const Pose> poses);
 
 // Of each node, whether one of `marked` is the node itself or above it.
 std::vector<bool> spreadDown(const NodeGraph& graph, std::vector<bool> marked);
+
+// Below this the square of a length has lost digits in a float, and what is divided by the length isn't of length 1.
+inline constexpr float kShortest = 1e-15F;
+
+inline bool isMeasurable(float length) {
+  return length > kShortest && std::isfinite(length);
+}
+
+// `v` brought to length 1, or `otherwise` where it has no length to speak of.
+inline glm::vec3 unitOr(glm::vec3 v, glm::vec3 otherwise) {
+  const float length = glm::length(v);
+  return isMeasurable(length) ? v / length : otherwise;
+}
+// `q` brought to length 1, or no rotation where it has no length to speak of.
+glm::quat unitQuaternion(glm::quat q);
 
 }  // namespace quillmere::scene

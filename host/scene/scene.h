@@ -15,6 +15,9 @@
 // (the conventions of glTF 2.0, https://registry.khronos.org/glTF/specs/2.0/glTF-2.0.html).
 namespace quillmere::scene {
 
+// The largest size of a coordinate: two of them may still be multiplied and squared in a float.
+inline constexpr float kLargestNumber = 1e9F;
+
 struct Material {
   std::string name;
   glm::vec4 baseColor{1.0F};                    // linear RGBA factor
@@ -29,7 +32,7 @@ struct Material {
 };
 
 // Triangles in object space. `indices` holds three per triangle, each below positions.size(); every other array is
-// either empty or as long as `positions`. All numbers are finite and at most 1e9 in size.
+// either empty or as long as `positions`. All numbers are finite and at most kLargestNumber in size.
 struct Geometry {
   std::vector<glm::vec3> positions;
   std::vector<glm::vec3> normals;  // unit length; empty: each triangle is flat, with the normal of its own plane

@@ -1,6 +1,6 @@
 #include "scene/warnings.h"
 
-#include <algorithm>
+#include "base/utf8.h"
 
 namespace quillmere::scene {
 namespace {
@@ -8,14 +8,10 @@ namespace {
 constexpr std::size_t kMostSentences = 100;
 constexpr std::size_t kLongestText = 400;
 
-bool isControl(char c) {
-  return (c >= 0 && c < 0x20) || c == 0x7F;
-}
-
 }  // namespace
 
 void Warnings::add(const std::string& sentence) {
-  const std::string text = printable(sentence);
+  const std::string text = excerpt(sentence);
   if (seen_.count(text) != 0) return;
   if (kept_.size() == kMostSentences) {
     ++more_;
@@ -31,14 +27,11 @@ std::vector<std::string> Warnings::sentences() const {
   return all;
 }
 
-std::string printable(std::string text) {
-  if (text.size() > kLongestText) {
-    std::size_t end = kLongestText;
-    while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;  // not inside a UTF-8 character
-    text = text.substr(0, end) + "...";
-  }
-  std::replace_if(text.begin(), text.end(), isControl, ' ');
-  return text;
+std::string excerpt(std::string_view text) {
+  if (text.size() <= kLongestText) return printable(text);
+  std::size_t end = kLongestText;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;  // not inside a UTF-8 character
+  return printable(text.substr(0, end)) + "...";
 }
 
 }  // namespace quillmere::scene

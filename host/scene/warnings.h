@@ -2,6 +2,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quillmere::scene {
@@ -19,7 +20,7 @@ class Warnings {
   std::size_t more_ = 0;
 };
 
-// `text` from a file, fit for a terminal: control characters become spaces, and a long one is cut.
-std::string printable(std::string text);
+// The start of a text from a file, 400 bytes at most and "..." for the rest, fit for a terminal (as `printable` is).
+std::string excerpt(std::string_view text);
 
 }  // namespace quillmere::scene

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "image/scaling.h"
+#include "image/conversion.h"
 #include "sample_pictures.h"
 
 namespace quillmere::image::testing {

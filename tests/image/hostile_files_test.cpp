@@ -78,8 +78,8 @@ TEST(HostileFiles, WhatIsNoPictureIsNamedWithItsReason) {
   const std::filesystem::path refused = samplePictures() / "refused";
   const std::pair<std::filesystem::path, const char*> cases[] = {
       {folder / "missing.png", "there is no such file"},
-      {folder / "pipe.png", "it is not a file"},
-      {refused, "it is not a file"},
+      {folder / "pipe.png", "it is not a regular file"},
+      {refused, "it is not a regular file"},
       {refused / "empty.png", "it is empty"},
       {refused / "text.png", "it is neither PNG"},
       {refused / "png-no-width.png", "Invalid IHDR"},

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <random>
 
+#include "image/conversion.h"
 #include "sample_pictures.h"
 
 namespace quillmere::image::testing {

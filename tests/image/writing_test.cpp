@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "image/file_formats.h"
-#include "image/scaling.h"
+#include "image/conversion.h"
 #include "sample_pictures.h"
 
 namespace quillmere::image::testing {

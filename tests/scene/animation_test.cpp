@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "gltf_builder.h"
-#include "scene/animation_track.h"
+#include "scene/animation.h"
 
 namespace quillmere::scene {
 namespace {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "gltf_builder.h"
-#include "scene/triangle_assembly.h"
+#include "scene/geometry_import.h"
 
 namespace quillmere::scene {
 namespace {

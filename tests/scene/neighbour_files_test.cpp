@@ -1,10 +1,9 @@
-#include "scene/neighbour_files.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "gltf_builder.h"
 #include "refusal.h"
+#include "scene/gltf_document.h"
 
 namespace quillmere::scene {
 namespace {

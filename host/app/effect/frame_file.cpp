@@ -2,7 +2,7 @@
 
 #include "base/atomic_file.h"
 #include "image/file_formats.h"
-#include "image/scaling.h"
+#include "image/conversion.h"
 #include "provenance/picture_record.h"
 
 namespace quillmere::app {

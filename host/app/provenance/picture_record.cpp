@@ -4,7 +4,6 @@
 
 #include "failure.h"
 #include "image/file_formats.h"
-#include "image/png_text.h"
 
 namespace quillmere::app {
 namespace {

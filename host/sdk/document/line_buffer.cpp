@@ -4,7 +4,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "image/sample_values.h"
+#include "image/conversion.h"
 
 namespace quillmere::host {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "image/sample_values.h"
+#include "image/conversion.h"
 #include "image/scaling.h"
 
 namespace quillmere::host {

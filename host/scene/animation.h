@@ -4,6 +4,7 @@
 #include <span>
 #include <vector>
 
+#include "scene/accessor_reader.h"
 #include "scene/node_graph.h"
 
 namespace quillmere::scene {
@@ -27,5 +28,9 @@ void sample(const Track& track, double seconds, std::span<float> out);
 
 // Samples the track into the property that it moves.
 void applyTrack(const Track& track, double seconds, Pose& pose);
+
+// The tracks of all animations, which play together, at most one for each property of a node: where several animations
+// move the same, the first one does, with a warning. Throws Error (the reason alone).
+std::vector<Track> importAnimations(GltfDocument& document, AccessorReader& reader, const NodeGraph& graph);
 
 }  // namespace quillmere::scene

@@ -2,16 +2,42 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 
-#include "image.h"
+#include "image/image.h"
 
-// What the readers of the single formats share. They throw Error with the reason and the remedy only; decode() puts
-// the picture's name in front.
+// The single file formats. What reads or writes them throws Error with the reason and the remedy only, or whatever the
+// format's library throws; file_formats.cpp puts the picture's name in front.
 namespace quillmere::image {
 
 using Bytes = std::span<const std::uint8_t>;
+
+// Each tells its format by the first bytes, and reads it.
+bool looksLikePng(Bytes file);
+Image decodePng(Bytes file);
+bool looksLikeJpeg(Bytes file);
+Image decodeJpeg(Bytes file);
+bool looksLikeWebp(Bytes file);
+Image decodeWebp(Bytes file);
+bool looksLikeTiff(Bytes file);
+Image decodeTiff(Bytes file);
+bool looksLikeExr(Bytes file);
+Image decodeExr(Bytes file);
+
+// The first text under `keyword` before the pixels of a PNG.
+std::optional<std::string> textOfPng(Bytes file, const std::string& keyword);
+
+// Write to a stream, whose own failures are left to be found there. `depth` is Byte or Word; no text is written without
+// a keyword.
+void encodePng(std::FILE* stream, const Image& picture, Sample depth, const std::string& keyword,
+               const std::string& text);
+void encodeExr(std::FILE* stream, const Image& picture);
+
+// What the readers share from here on.
 
 // The most that the pixels of one picture, the file that holds it, and a library's own buffers may each take.
 inline constexpr std::size_t kMaxPictureBytes = std::size_t{1} << 30U;
@@ -27,18 +53,6 @@ Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channe
 [[noreturn]] void throwDamaged(const std::string& reason);
 // Throws Error: the file may be right, but holds what we don't read.
 [[noreturn]] void throwUnsupported(const std::string& reason);
-
-// Each tells its format by the first bytes, and reads it.
-bool looksLikePng(Bytes file);
-Image decodePng(Bytes file);
-bool looksLikeJpeg(Bytes file);
-Image decodeJpeg(Bytes file);
-bool looksLikeWebp(Bytes file);
-Image decodeWebp(Bytes file);
-bool looksLikeTiff(Bytes file);
-Image decodeTiff(Bytes file);
-bool looksLikeExr(Bytes file);
-Image decodeExr(Bytes file);
 
 // Whether `file` starts with the characters of `start`.
 bool startsWith(Bytes file, std::string_view start);

@@ -1,15 +1,78 @@
-#include "scene/animation_import.h"
+#include "scene/animation.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <optional>
 #include <set>
 #include <utility>
 
-#include "scene/scene.h"
+#include "base/error.h"
 
 namespace quillmere::scene {
 namespace {
+
+// Between key `index` and the next one; `t` runs from 0 to 1 in `span` seconds.
+struct Place {
+  std::size_t index = 0;
+  float t = 0.0F;
+  float span = 0.0F;
+};
+
+Place placeOf(const Track& track, double seconds) {
+  const auto& times = track.times;
+  const auto after = std::upper_bound(times.begin(), times.end(), seconds,
+                                      [](double now, float key) { return now < static_cast<double>(key); });
+  if (after == times.begin()) return {};
+  const auto index = static_cast<std::size_t>(after - times.begin()) - 1;
+  if (after == times.end()) return {index, 0.0F, 0.0F};
+  const float span = *after - times[index];
+  return {index, static_cast<float>((seconds - static_cast<double>(times[index])) / static_cast<double>(span)), span};
+}
+
+enum class Part : std::size_t { InTangent, Value, OutTangent };
+
+const float* keyAt(const Track& track, std::size_t index, Part part) {
+  const bool spline = track.interpolation == Interpolation::CubicSpline;
+  const std::size_t at = spline ? 3 * index + static_cast<std::size_t>(part) : index;
+  return track.values.data() + at * track.width;
+}
+
+glm::quat quatFrom(const float* xyzw) {
+  return unitQuaternion({xyzw[3], xyzw[0], xyzw[1], xyzw[2]});
+}
+
+void store(glm::quat q, std::span<float> out) {
+  out[0] = q.x;
+  out[1] = q.y;
+  out[2] = q.z;
+  out[3] = q.w;
+}
+
+void linear(const Track& track, const Place& place, std::span<float> out) {
+  const float* from = keyAt(track, place.index, Part::Value);
+  const float* to = keyAt(track, place.index + 1, Part::Value);
+  if (track.property == Property::Rotation) {
+    store(glm::slerp(quatFrom(from), quatFrom(to), place.t), out);
+    return;
+  }
+  for (std::size_t i = 0; i < track.width; ++i) out[i] = from[i] + (to[i] - from[i]) * place.t;
+}
+
+// glTF 2.0, appendix C.5: tangents are per second.
+void cubicSpline(const Track& track, const Place& place, std::span<float> out) {
+  const float* from = keyAt(track, place.index, Part::Value);
+  const float* leave = keyAt(track, place.index, Part::OutTangent);
+  const float* arrive = keyAt(track, place.index + 1, Part::InTangent);
+  const float* to = keyAt(track, place.index + 1, Part::Value);
+  const float t = place.t;
+  const float t2 = t * t;
+  const float t3 = t2 * t;
+  for (std::size_t i = 0; i < track.width; ++i) {
+    out[i] = (2.0F * t3 - 3.0F * t2 + 1.0F) * from[i] + place.span * (t3 - 2.0F * t2 + t) * leave[i] +
+             (-2.0F * t3 + 3.0F * t2) * to[i] + place.span * (t3 - t2) * arrive[i];
+  }
+}
 
 std::optional<Property> propertyNamed(const std::string& path) {
   static const std::map<std::string, Property> kNames{{"translation", Property::Translation},
@@ -89,6 +152,40 @@ class Importer {
 };
 
 }  // namespace
+
+void sample(const Track& track, double seconds, std::span<float> out) {
+  const Place place = placeOf(track, seconds);
+  if (place.span <= 0.0F || track.interpolation == Interpolation::Step) {
+    std::copy_n(keyAt(track, place.index, Part::Value), track.width, out.begin());
+  } else if (track.interpolation == Interpolation::Linear) {
+    linear(track, place, out);
+  } else {
+    cubicSpline(track, place, out);
+  }
+  if (track.property == Property::Rotation) store(quatFrom(out.data()), out);
+}
+
+void applyTrack(const Track& track, double seconds, Pose& pose) {
+  if (track.property == Property::Weights) {
+    pose.weights.resize(track.width);
+    sample(track, seconds, pose.weights);
+    return;
+  }
+  std::array<float, 4> value{};
+  sample(track, seconds, value);
+  const glm::vec3 vector(value[0], value[1], value[2]);
+  switch (track.property) {
+    case Property::Translation:
+      pose.translation = vector;
+      break;
+    case Property::Scale:
+      pose.scale = vector;
+      break;
+    default:
+      pose.rotation = {value[3], value[0], value[1], value[2]};
+      break;
+  }
+}
 
 std::vector<Track> importAnimations(GltfDocument& document, AccessorReader& reader, const NodeGraph& graph) {
   Importer importer(document, reader, graph);

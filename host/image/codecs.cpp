@@ -1,8 +1,8 @@
-#include "decoding.h"
+#include "image/codecs.h"
 
 #include <algorithm>
-#include <cctype>
-#include <string_view>
+
+#include "base/utf8.h"
 
 namespace quillmere::image {
 
@@ -17,9 +17,8 @@ std::string sizeText(std::uint64_t width, std::uint64_t height) {
 }
 
 // Libraries may end their messages with full stops; file contents may be quoted in them.
-std::string asClause(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return std::iscntrl(static_cast<unsigned char>(c)) != 0; }, ' ');
+std::string clauseOf(const std::string& message) {
+  std::string text = printable(message);
   while (!text.empty() && (text.back() == '.' || text.back() == ' ')) text.pop_back();
   return text.empty() ? "it is damaged" : text;
 }
@@ -41,11 +40,11 @@ Image pictureOfClaimedSize(std::uint64_t width, std::uint64_t height, int channe
 }
 
 void throwDamaged(const std::string& reason) {
-  throw Error(asClause(reason) + "; export or copy the file again");
+  throw Error(clauseOf(reason) + "; export or copy the file again");
 }
 
 void throwUnsupported(const std::string& reason) {
-  throw Error(asClause(reason) + "; convert it to a plain PNG");
+  throw Error(clauseOf(reason) + "; convert it to a plain PNG");
 }
 
 bool startsWith(Bytes file, std::string_view start) {

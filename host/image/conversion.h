@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "image.h"
+#include "image/image.h"
 
 namespace quillmere::image {
 
@@ -41,18 +41,12 @@ To sampleAs(From value) {
   }
 }
 
-// Calls `work` with a value of the sample type of `sample`, for loops that are written once for all three.
-template <class Work>
-decltype(auto) withSampleType(Sample sample, Work&& work) {
-  switch (sample) {
-    case Sample::Word:
-      return work(std::uint16_t{});
-    case Sample::Float:
-      return work(float{});
-    case Sample::Byte:
-      break;
-  }
-  return work(std::uint8_t{});
-}
+// The same pixels with other samples; Byte 255, Word 65535 and Float 1.0 are the same white. Float made into
+// the others is clamped to 0-1, and not-a-number is black. A picture that is so already keeps its values.
+Image convert(const Image& picture, Sample sample);
+Image convert(Image&& picture, Sample sample);  // copies nothing where nothing changes
+// The same pixels with 1 to 4 channels: grey is spread or taken as Rec. 709 luma, a missing alpha is opaque.
+Image withChannels(const Image& picture, int channels);
+Image withChannels(Image&& picture, int channels);  // copies nothing where nothing changes
 
 }  // namespace quillmere::image

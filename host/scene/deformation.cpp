@@ -1,10 +1,10 @@
-#include "scene/mesh_deformation.h"
+#include "scene/deformation.h"
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
-#include "scene/accessor_reader.h"
-#include "scene/unit_length.h"
+#include "scene/node_graph.h"
 
 namespace quillmere::scene {
 namespace {
@@ -32,6 +32,45 @@ glm::mat3 cofactors(const glm::mat4& m) {
 }
 
 }  // namespace
+
+std::vector<Skin> importSkins(const GltfDocument& document, AccessorReader& reader) {
+  std::vector<Skin> skins;
+  for (const auto& from : document.model.skins) {
+    Skin skin;
+    for (const int joint : from.joints) {
+      itemAt(document.model.nodes, joint, "node");
+      skin.joints.push_back(joint);
+    }
+    if (from.inverseBindMatrices >= 0)
+      skin.inverseBind = reader.mat4s(from.inverseBindMatrices);
+    else
+      skin.inverseBind.resize(skin.joints.size(), glm::mat4(1.0F));
+    if (skin.inverseBind.size() < skin.joints.size()) {
+      throw Error("skin " + std::to_string(skins.size()) + " has more joints than inverse bind matrices");
+    }
+    skins.push_back(std::move(skin));
+  }
+  return skins;
+}
+
+void checkInfluences(const MeshPart& part, const Skin& skin) {
+  for (const Influence& influence : part.influences) {
+    for (glm::length_t i = 0; i < 4; ++i) {
+      if (influence.weights[i] > 0.0F && influence.joints[i] >= skin.joints.size()) {
+        throw Error("a vertex follows joint " + std::to_string(influence.joints[i]) + " of a skin with " +
+                    std::to_string(skin.joints.size()));
+      }
+    }
+  }
+}
+
+std::vector<glm::mat4> jointMatrices(const Skin& skin, std::span<const glm::mat4> world) {
+  std::vector<glm::mat4> matrices(skin.joints.size());
+  for (std::size_t i = 0; i < matrices.size(); ++i) {
+    matrices[i] = world[static_cast<std::size_t>(skin.joints[i])] * skin.inverseBind[i];
+  }
+  return matrices;
+}
 
 Geometry morphed(const MeshPart& part, std::span<const float> weights) {
   Geometry geometry = *part.geometry;
