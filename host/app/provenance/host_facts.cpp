@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/atomic_file.h"
 #include "effect/parameter_ids.h"
-#include "image/atomic_file.h"
 #include "options/guide_mode.h"
 
 namespace quillmere::app {
@@ -40,7 +40,7 @@ void tellHelper(EffectSession& session, const SceneOptions& scene, const std::fi
   std::error_code error;  // a folder that is missing is told by the file that can't be written
   std::filesystem::create_directories(folder, error);
   const std::filesystem::path file = std::filesystem::absolute(folder) / "provenance.json";
-  image::writeFile(file, facts.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  writeFile(file, facts.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
   ::setenv(kFactsFile, file.c_str(), 1);
 }
 
