@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
 #include "base/parallel.h"
-#include "renderer.h"
 
 namespace quillmere::render {
 namespace {

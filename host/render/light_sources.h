@@ -3,11 +3,26 @@
 #include <glm/glm.hpp>
 #include <vector>
 
-#include "posed_scene.h"
+#include "ray_scene.h"
 #include "scene/scene.h"
-#include "sky.h"
 
 namespace quillmere::render {
+
+// A clear sky over pale ground, the same for every scene: Y is up, directions are of unit length.
+class Sky {
+ public:
+  // Scene radiance of the sky in a direction, `strength` times that of a clear day.
+  explicit Sky(float strength) : strength_(strength) {}
+  glm::vec3 radiance(glm::vec3 direction) const;
+  // A stand-in for light that has bounced around more often than rays are followed.
+  glm::vec3 ambient() const;
+
+  // Light of the display where the camera sees nothing else.
+  glm::vec3 backdrop(glm::vec3 direction) const;
+
+ private:
+  float strength_;
+};
 
 // One place of one light as a surface sees it.
 struct LightSample {
@@ -17,9 +32,9 @@ struct LightSample {
 };
 
 // What lights a scene: its own lights, or a sun when it has none, and a sky.
-class Lighting {
+class LightSources {
  public:
-  explicit Lighting(const PosedScene& scene);
+  explicit LightSources(const RayScene& scene);
 
   int count() const { return static_cast<int>(lights_.size()); }
   const Sky& sky() const { return sky_; }
