@@ -57,7 +57,7 @@ SceneHandle GeometryCache::build(const Shape& shape) const {
     setVertices(mesh.get(), shape.geometry->positions);
     setIndices(mesh.get(), shape.geometry->indices);
   }
-  if (shape.hits == Hits::Filtered) {
+  if (shape.filtered) {
     rtcSetGeometryIntersectFilterFunction(mesh.get(), filter_);
     rtcSetGeometryOccludedFilterFunction(mesh.get(), filter_);
   }

@@ -2,10 +2,10 @@
 
 #include <embree3/rtcore.h>
 
+#include <compare>
 #include <map>
 #include <memory>
 #include <span>
-#include <tuple>
 
 #include "scene/scene.h"
 
@@ -26,16 +26,12 @@ DeviceHandle makeDevice();
 // Throws Error with `doing` in the text when this thread's last calls on the device failed.
 void throwOnError(RTCDevice device, const char* doing);
 
-enum class Hits { Plain, Filtered };
-
-// A geometry to be traced, with or without asking a filter about each hit.
+// A geometry to be traced.
 struct Shape {
   std::shared_ptr<const scene::Geometry> geometry;
-  Hits hits = Hits::Plain;
+  bool filtered = false;  // whether a filter is asked about each hit
 
-  friend bool operator<(const Shape& a, const Shape& b) {
-    return std::tie(a.geometry, a.hits) < std::tie(b.geometry, b.hits);
-  }
+  friend auto operator<=>(const Shape&, const Shape&) = default;
 };
 
 // Acceleration structures of geometry in object space, kept for as long as the same geometry is asked for again.

@@ -58,7 +58,7 @@ LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, 
 bool LayerTrace::findNext() {
   if (rays_.active() == 0) return false;
   ++found_;
-  rays_.findNearest(request_.scene.visible(), {request_.scene, Blending::Layered, Coherence::Coherent});
+  rays_.findNearest(request_.scene, RayUse::Camera);
   layer_.met = rays_.found();
   layer_.missed = rays_.active() & ~layer_.met;
   layer_.points = 0;

@@ -52,7 +52,7 @@ float meanDistance(const RayScene& scene, const scene::Light& lamp) {
       rays.start(ray, lamp.position, shinesTo(lamp, samplePoint(sample, 1)), 0.0F,
                  lamp.range > 0.0F ? lamp.range : std::numeric_limits<float>::infinity(), sample);
     }
-    rays.findNearest(scene.solid(), {scene, Blending::Dithered, Coherence::Scattered});
+    rays.findNearest(scene, RayUse::Light);
     forEachRay(rays.found(), [&](int ray) { sum += std::log(std::max(rays.hit(ray).distance, 1e-6F)); });
     hits += std::popcount(rays.found());
   }
@@ -128,36 +128,17 @@ float skyStrength(const std::vector<scene::Light>& lights) {
   return !lights.empty() && std::ranges::all_of(lights, isLamp) ? kDusk : 1.0F;
 }
 
-float radiusOf(RTCScene scene) {
-  RTCBounds bounds;
-  rtcGetSceneBounds(scene, &bounds);
-  const glm::vec3 size(bounds.upper_x - bounds.lower_x, bounds.upper_y - bounds.lower_y,
-                       bounds.upper_z - bounds.lower_z);
-  return 0.5F * glm::length(glm::max(size, 0.0F));  // an empty one's bounds are the wrong way round
-}
-
 }  // namespace
 
-glm::vec3 Sky::radiance(glm::vec3 direction) const {
-  return strength_ * at(kRadiance, direction.y);
-}
-
-glm::vec3 Sky::ambient() const {
-  return strength_ * 0.25F * kRadiance.horizon;
-}
-
-glm::vec3 Sky::backdrop(glm::vec3 direction) const {
-  return std::sqrt(strength_) * at(kBackdrop, direction.y);
-}
-
-LightSources::LightSources(const RayScene& scene) : lights_(scene.snapshot().lights), sky_(skyStrength(lights_)) {
+LightSources::LightSources(const RayScene& scene)
+    : lights_(scene.snapshot().lights), skyStrength_(skyStrength(lights_)) {
   if (lights_.empty()) {
     lights_.push_back(defaultSun());
     return;
   }
   const float exposure = exposureOf(scene);
   for (scene::Light& light : lights_) light.color *= exposure;
-  bulbRadius_ = std::min(bulbRadius_, 0.01F * radiusOf(scene.solid()));
+  bulbRadius_ = std::min(bulbRadius_, 0.01F * scene.solidRadius());
 }
 
 LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) const {
@@ -175,6 +156,18 @@ LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) cons
   const float distance = std::max(glm::length(way), 1e-6F);
   const glm::vec3 towards = way / distance;
   return {towards, distance, light.color * (fading(light, squared) * coneShare(light, towards) / squared)};
+}
+
+glm::vec3 LightSources::sky(glm::vec3 direction) const {
+  return skyStrength_ * at(kRadiance, direction.y);
+}
+
+glm::vec3 LightSources::ambient() const {
+  return skyStrength_ * 0.25F * kRadiance.horizon;
+}
+
+glm::vec3 LightSources::backdrop(glm::vec3 direction) const {
+  return std::sqrt(skyStrength_) * at(kBackdrop, direction.y);
 }
 
 }  // namespace quillmere::render

@@ -87,19 +87,16 @@ void RayPacket::goOnBehindHit(int ray, float farthest) {
   rays_.hit.instID[0][ray] = RTC_INVALID_GEOMETRY_ID;
 }
 
-void RayPacket::findNearest(RTCScene scene, TraceContext context) {
-  rtcIntersect16(TraceMask(active_).valid.data(), scene, &context, &rays_);
+void RayPacket::findNearest(const RayScene& scene, RayUse use) {
+  scene.intersect(TraceMask(active_).valid.data(), rays_, use);
 }
 
 RaySet RayPacket::found() const {
   return active_ & raysThat([&](int ray) { return rays_.hit.geomID[ray] != RTC_INVALID_GEOMETRY_ID; });
 }
 
-RaySet RayPacket::findUnblocked(RTCScene scene, TraceContext context) {
-  // Embree 3.13.5 decides from an unset variable on its stack when a coherent packet is done with being blocked, and
-  // then may never return.
-  context.flags = RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
-  rtcOccluded16(TraceMask(active_).valid.data(), scene, &context, &rays_.ray);
+RaySet RayPacket::findUnblocked(const RayScene& scene) {
+  scene.occlude(TraceMask(active_).valid.data(), rays_.ray);
   return active_ & raysThat([&](int ray) { return !(rays_.ray.tfar[ray] < 0.0F); });
 }
 

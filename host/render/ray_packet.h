@@ -59,15 +59,15 @@ class RayPacket {
   RaySet active() const { return active_; }
 
   // The nearest hit of each active ray.
-  void findNearest(RTCScene scene, TraceContext context);
+  void findNearest(const RayScene& scene, RayUse use);
   RaySet found() const;  // the active rays that hit something
   Hit hit(int ray) const {
     const RTCHit16& hits = rays_.hit;
     return {hits.instID[0][ray], {hits.primID[ray], hits.u[ray], hits.v[ray]}, rays_.ray.tfar[ray]};
   }
 
-  // Whether anything stops the active rays; returns those that nothing stops.
-  RaySet findUnblocked(RTCScene scene, TraceContext context);
+  // The active rays that nothing stops, for light. Ends no ray, but their hits and ends are lost.
+  RaySet findUnblocked(const RayScene& scene);
 
   glm::vec3 direction(int ray) const { return {rays_.ray.dir_x[ray], rays_.ray.dir_y[ray], rays_.ray.dir_z[ray]}; }
 

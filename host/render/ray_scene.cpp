@@ -9,6 +9,17 @@
 namespace quillmere::render {
 namespace {
 
+// What the filter must know of the rays that it decides about.
+struct TraceContext : RTCIntersectContext {
+  TraceContext(const RayScene& traced, RayUse purpose) : scene(traced), use(purpose) {
+    rtcInitIntersectContext(this);
+    flags = use == RayUse::Camera ? RTC_INTERSECT_CONTEXT_FLAG_COHERENT : RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
+  }
+
+  const RayScene& scene;
+  RayUse use;
+};
+
 constexpr float kInvisible = 1.0F / 512.0F;  // of a surface that blends: alphas up to here are taken for 0
 
 bool facesAway(const RTCFilterFunctionNArguments& question, unsigned int ray) {
@@ -23,7 +34,7 @@ bool isSeen(const RTCFilterFunctionNArguments& question, unsigned int ray) {
   const auto& context = *static_cast<const TraceContext*>(question.context);
   const unsigned int count = question.N;
   const std::uint32_t id = RTCHitN_instID(question.hit, count, ray, 0);
-  const Instance& instance = context.scene->instances()[id];
+  const Instance& instance = context.scene.instances()[id];
   const ShadingMaterial& material = *instance.material;
   if (material.frontOnly && facesAway(question, ray)) return false;
   const scene::Material::Alpha kind = material.definition->alpha;
@@ -33,7 +44,7 @@ bool isSeen(const RTCFilterFunctionNArguments& question, unsigned int ray) {
                             RTCHitN_v(question.hit, count, ray)};
   const float alpha = alphaOf(material, *instance.surface->geometry, point);
   if (kind == scene::Material::Alpha::Mask) return alpha >= material.definition->alphaCutoff;
-  if (context.blending == Blending::Layered) return alpha > kInvisible;
+  if (context.use == RayUse::Camera) return alpha > kInvisible;
   const std::uint32_t random = RTCRayN_id(question.ray, count, ray);
   return unitFloat(mixed(random ^ mixed(point.triangle ^ mixed(id)))) < alpha;
 }
@@ -61,7 +72,7 @@ bool sameSurfaces(const scene::Snapshot& a, const scene::Snapshot& b) {
 }
 
 Shape shapeOf(const Instance& instance) {
-  return {instance.surface->geometry, instance.material->filtered ? Hits::Filtered : Hits::Plain};
+  return {instance.surface->geometry, instance.material->filtered};
 }
 
 bool isUnlit(const Instance& instance) {
@@ -123,10 +134,24 @@ void RayScene::build() {
   visible_ = std::move(visible);
 }
 
-TraceContext::TraceContext(const RayScene& traced, Blending how, Coherence coherence) : scene(&traced), blending(how) {
-  rtcInitIntersectContext(this);
-  flags =
-      coherence == Coherence::Coherent ? RTC_INTERSECT_CONTEXT_FLAG_COHERENT : RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
+void RayScene::intersect(const int* valid, RTCRayHit16& rays, RayUse use) const {
+  TraceContext context(*this, use);
+  rtcIntersect16(valid, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+}
+
+void RayScene::occlude(const int* valid, RTCRay16& rays) const {
+  // Never coherent: Embree 3.13.5 then decides from an unset variable on its stack when a packet is done with being
+  // blocked, and may never return.
+  TraceContext context(*this, RayUse::Light);
+  rtcOccluded16(valid, solid(), &context, &rays);
+}
+
+float RayScene::solidRadius() const {
+  RTCBounds bounds;
+  rtcGetSceneBounds(solid(), &bounds);
+  const glm::vec3 size(bounds.upper_x - bounds.lower_x, bounds.upper_y - bounds.lower_y,
+                       bounds.upper_z - bounds.lower_z);
+  return 0.5F * glm::length(glm::max(size, 0.0F));  // an empty one's bounds are the wrong way round
 }
 
 }  // namespace quillmere::render

@@ -18,6 +18,14 @@ struct Instance {
   glm::mat3 normalToWorld;  // not normalised
 };
 
+// What rays are traced for.
+enum class RayUse {
+  Camera,  // run close together, see everything; a surface that blends is met unless invisible: the caller goes on
+           // behind
+  Light  // run anywhere, pass through unlit surfaces; one that blends is met as often as it is opaque: the ray's ID is
+         // its random number
+};
+
 // A snapshot of a scene with what Embree needs to trace it. Any thread may read between two calls of pose.
 class RayScene {
  public:
@@ -33,14 +41,17 @@ class RayScene {
   const scene::Snapshot& snapshot() const { return snapshot_; }
   const std::vector<Instance>& instances() const { return instances_; }
 
-  // What a camera sees.
-  RTCScene visible() const { return visible_.get(); }
-  // What stands in the way of light: all but the unlit surfaces.
-  RTCScene solid() const { return solid_ ? solid_.get() : visible_.get(); }
+  // Each ray's nearest hit. `valid` is -1 for the rays of the packet that are meant and 0 for the others.
+  void intersect(const int* valid, RTCRayHit16& rays, RayUse use) const;
+  // Sets the end of light rays that anything stops to minus infinity.
+  void occlude(const int* valid, RTCRay16& rays) const;
+  // Half the diagonal of what stands in the way of light, metres.
+  float solidRadius() const;
 
  private:
   void placeInstances();
   void build();
+  RTCScene solid() const { return solid_ ? solid_.get() : visible_.get(); }
 
   std::shared_ptr<const scene::Scene> scene_;
   std::vector<ShadingMaterial> materials_;
@@ -48,24 +59,7 @@ class RayScene {
   GeometryCache shapes_;
   scene::Snapshot snapshot_;
   std::vector<Instance> instances_;  // points into snapshot_ and materials_
-  SceneHandle visible_, solid_;      // solid_ is null when nothing is unlit
-};
-
-// What becomes of hits on surfaces that blend with what is behind them.
-enum class Blending {
-  Layered,  // found like any other unless invisible: the caller goes on behind them
-  Dithered  // found as often as they are opaque; each ray's ID is its random number
-};
-
-// Whether the rays of a packet run close together.
-enum class Coherence { Coherent, Scattered };
-
-// Every trace of a RayScene needs one: it decides by the materials which hits count.
-struct TraceContext : RTCIntersectContext {
-  TraceContext(const RayScene& traced, Blending how, Coherence coherence);
-
-  const RayScene* scene;
-  Blending blending;
+  SceneHandle visible_, solid_;      // all surfaces; all but the unlit ones, null when there are none of those
 };
 
 }  // namespace quillmere::render

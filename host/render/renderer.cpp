@@ -1,7 +1,6 @@
 #include "renderer.h"
 
 #include <new>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -30,30 +29,25 @@ image::Image ifComplete(Outcome outcome, image::Image picture) {
 
 }  // namespace
 
-struct Renderer::Parts {
-  RayScene scene;
-  std::optional<double> seconds;  // none before the first pose
-};
-
-Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : parts_(new Parts{RayScene(std::move(scene)), {}}) {}
+Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : scene_(new RayScene(std::move(scene))) {}
 
 Renderer::~Renderer() = default;
 
 void Renderer::pose(double seconds) {
-  if (parts_->seconds == seconds) return;
-  parts_->seconds.reset();
-  parts_->scene.pose(seconds);
-  parts_->seconds = seconds;
+  if (seconds_ == seconds) return;
+  seconds_.reset();
+  scene_->pose(seconds);
+  seconds_ = seconds;
 }
 
 const scene::Snapshot& Renderer::snapshot() const {
-  return parts_->scene.snapshot();
+  return scene_->snapshot();
 }
 
 image::Image Renderer::drawQuick(const scene::Camera& camera, int width, int height, const StopTest& stop) {
   image::Image picture = blankPicture(width, height, image::Sample::Byte);
   const QuickShader shader(camera, picture);
-  const PictureRequest request{parts_->scene, camera, width, height, stop, allCores()};
+  const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
   const Outcome outcome = drawPicture(request, PixelSampling::grid(), shader);
   return ifComplete(outcome, std::move(picture));
 }
@@ -61,8 +55,8 @@ image::Image Renderer::drawQuick(const scene::Camera& camera, int width, int hei
 image::Image Renderer::drawFinal(const scene::Camera& camera, int width, int height, const FinalSettings& settings,
                                  const StopTest& stop) {
   image::Image picture = blankPicture(width, height, image::Sample::Float);
-  const FinalShader shader(parts_->scene, picture);
-  const PictureRequest request{parts_->scene, camera, width, height, stop, allCores()};
+  const FinalShader shader(*scene_, picture);
+  const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
   const Outcome outcome = drawPicture(request, PixelSampling::scattered(settings.samples, settings.seed), shader);
   return ifComplete(outcome, std::move(picture));
 }

@@ -3,12 +3,15 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "base/error.h"
 #include "image/image.h"
 #include "scene/scene.h"
 
 namespace quillmere::render {
+
+class RayScene;
 
 // Asked between tiles, from any thread; true stops the drawing.
 using StopTest = std::function<bool()>;
@@ -43,8 +46,8 @@ class Renderer {
                          const StopTest& stop = {});
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  std::unique_ptr<RayScene> scene_;
+  std::optional<double> seconds_;  // of the snapshot; none before the first pose
 };
 
 }  // namespace quillmere::render

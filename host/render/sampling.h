@@ -29,8 +29,8 @@ inline std::uint32_t reversedBits(std::uint32_t x) {
   return std::rotl(x, 16);
 }
 
-// Owen's scrambling as a hash of a number whose bits are reversed (B. Burley, Practical Hash-based Owen Scrambling, JCGT
-// 9/4, 2020).
+// Owen's scrambling as a hash of a number whose bits are reversed (B. Burley, Practical Hash-based Owen Scrambling,
+// JCGT 9/4, 2020).
 inline std::uint32_t owenScrambled(std::uint32_t x, std::uint32_t seed) {
   x += seed;
   x ^= x * 0x6c50b47cU;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "color_encoding.h"
+#include "light_transport.h"
 
 namespace quillmere::render {
 namespace {
@@ -60,14 +61,15 @@ FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
 }
 
 FinalShader::FinalShader(const RayScene& scene, image::Image& picture)
-    : picture_(picture), sources_(scene), transport_(scene, sources_) {}
+    : scene_(scene), picture_(picture), sources_(scene) {}
 
 RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   forEachRay(layer.missed, [&](int ray) {
-    sums[ray].own += layer.weight[ray] * sources_.sky().backdrop(glm::normalize(layer.rays.direction(ray)));
+    sums[ray].own += layer.weight[ray] * sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
   });
   const RaySet lit = litPoints(layer);
-  const VectorPerRay received = transport_.at(layer.surface, lit, static_cast<std::uint32_t>(layer.pass), layer.seeds);
+  const VectorPerRay received =
+      lightAt(scene_, sources_, layer.surface, lit, static_cast<std::uint32_t>(layer.pass), layer.seeds);
   forEachRay(layer.met, [&](int ray) {
     const int at = layer.pointOf[ray];
     const glm::vec3 color = layer.weight[ray] * layer.surface.color[at];

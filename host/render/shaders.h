@@ -5,7 +5,6 @@
 #include "image/image.h"
 #include "layer_loop.h"
 #include "light_sources.h"
-#include "light_transport.h"
 
 namespace quillmere::render {
 
@@ -43,15 +42,13 @@ class FinalShader {
   };
 
   FinalShader(const RayScene& scene, image::Image& picture);
-  FinalShader(const FinalShader&) = delete;
-  FinalShader& operator=(const FinalShader&) = delete;
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
+  const RayScene& scene_;
   image::Image& picture_;
   LightSources sources_;
-  LightTransport transport_;
 };
 
 }  // namespace quillmere::render

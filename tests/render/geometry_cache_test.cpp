@@ -13,7 +13,7 @@ namespace {
 TEST(GeometryCache, BuildsWhatIsNewKeepsWhatStaysAndForgetsTheRest) {
   const DeviceHandle device = makeDevice();
   GeometryCache cache(device.get(), nullptr);
-  const Shape box{cube(1)}, sheet{ground(2)}, leaf{sheet.geometry, Hits::Filtered};
+  const Shape box{cube(1)}, sheet{ground(2)}, leaf{sheet.geometry, true};
   cache.keep(std::vector{box, sheet, box});
   const RTCScene built = cache.find(box);
   cache.keep(std::vector{leaf, box});
