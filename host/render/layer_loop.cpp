@@ -9,7 +9,6 @@
 namespace quillmere::render {
 namespace {
 
-constexpr int kTile = 32;                // side in pixels
 constexpr int kLayers = 16;              // that are looked at; the last one counts as opaque
 constexpr float kSpent = 1.0F / 512.0F;  // of a sample: what lies behind is not worth looking at
 
@@ -116,13 +115,13 @@ void LayerTrace::goOn(RaySet done) {
   });
 }
 
-Outcome drawTiles(const PictureRequest& request, const std::function<void(Tile)>& draw) {
-  const int columns = (request.width + kTile - 1) / kTile;
-  const int rows = (request.height + kTile - 1) / kTile;
+Outcome drawTiles(const PictureRequest& request, int side, const std::function<void(Tile)>& draw) {
+  const int columns = (request.width + side - 1) / side;
+  const int rows = (request.height + side - 1) / side;
   return forEach(columns * rows, request.threads, request.stop, [&](int index) {
-    const int left = index % columns * kTile;
-    const int top = index / columns * kTile;
-    draw({left, top, std::min(left + kTile, request.width), std::min(top + kTile, request.height)});
+    const int left = index % columns * side;
+    const int top = index / columns * side;
+    draw({left, top, std::min(left + side, request.width), std::min(top + side, request.height)});
   });
 }
 

@@ -54,6 +54,7 @@ struct PixelSampling {
   std::uint32_t seed;  // mixed
 
   bool isGrid() const { return block == PixelBlock::Side::Two; }
+  int tileSide() const { return isGrid() ? 32 : 16; }  // pixels; whoever stops the drawing waits for one tile
   // For each ray what tells its pixel apart in all that looks random; on a grid, where nothing does, 0.
   PerRay<std::uint32_t> seedsOf(const PixelBlock& pixels) const;
   // Within the pixel, 0-1.
@@ -122,9 +123,9 @@ struct Tile {
   int left, top, right, bottom;  // right and bottom lie outside
 };
 
-// Calls draw(tile) for tiles that cover the picture, until the request's stop test says true. Their sides are
-// multiples of a block's.
-Outcome drawTiles(const PictureRequest& request, const std::function<void(Tile)>& draw);
+// Calls draw(tile) for squares of `side` pixels that cover the picture, on the request's threads, until its stop test
+// says true.
+Outcome drawTiles(const PictureRequest& request, int side, const std::function<void(Tile)>& draw);
 
 template <Shader Shading>
 void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
@@ -148,7 +149,7 @@ void drawBlock(const PictureRequest& request, const CameraRays& camera, const Pi
 template <Shader Shading>
 Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling, const Shading& shader) {
   const CameraRays camera(request.camera, request.width, request.height);
-  return drawTiles(request, [&](Tile tile) {
+  return drawTiles(request, sampling.tileSide(), [&](Tile tile) {
     PixelBlock block{sampling.block, tile.left, tile.top};
     for (; block.top < tile.bottom; block.top += block.pixels()) {
       for (block.left = tile.left; block.left < tile.right; block.left += block.pixels()) {
