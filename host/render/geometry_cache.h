@@ -2,10 +2,10 @@
 
 #include <embree3/rtcore.h>
 
-#include <compare>
 #include <map>
 #include <memory>
 #include <span>
+#include <tuple>
 
 #include "scene/scene.h"
 
@@ -31,7 +31,9 @@ struct Shape {
   std::shared_ptr<const scene::Geometry> geometry;
   bool filtered = false;  // whether a filter is asked about each hit
 
-  friend auto operator<=>(const Shape&, const Shape&) = default;
+  friend bool operator<(const Shape& a, const Shape& b) {
+    return std::tie(a.geometry, a.filtered) < std::tie(b.geometry, b.filtered);
+  }
 };
 
 // Acceleration structures of geometry in object space, kept for as long as the same geometry is asked for again.

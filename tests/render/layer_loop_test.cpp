@@ -25,12 +25,12 @@ struct Pixels {
 };
 
 template <class Value, class Shading>
-Pixels<Value> traced(const std::shared_ptr<HandMadeScene>& scene, const scene::Camera& camera,
-                     const PixelSampling& sampling) {
-  RayScene posed(scene);
-  posed.pose(0.0);
+Pixels<Value> pixelsOf(const std::shared_ptr<HandMadeScene>& scene, const scene::Camera& camera,
+                       const PixelSampling& sampling) {
+  RayScene traced(scene);
+  traced.pose(0.0);
   Pixels<Value> pixels;
-  const Outcome outcome = drawPicture({posed, camera, kWidth, kHeight, {}, 2}, sampling, Shading{pixels});
+  const Outcome outcome = drawPicture({traced, camera, kWidth, kHeight, {}, 2}, sampling, Shading{pixels});
   EXPECT_EQ(outcome, Outcome::Complete);
   return pixels;
 }
@@ -113,7 +113,7 @@ TEST(LayerLoop, DepthIsMeasuredAlongTheViewAxisOfTheFirstLayer) {
   scene->add(rectangle(-50, -50, 50, 50), 0, moved(0, 0, -2));
   const scene::Camera camera = perspective({0, 0, 2}, {0, 0, 0}, kAngle);
   for (const PixelSampling& sampling : kSamplings) {
-    Pixels<Geometry> seen = traced<Geometry, DepthShader>(scene, camera, sampling);
+    Pixels<Geometry> seen = pixelsOf<Geometry, DepthShader>(scene, camera, sampling);
     for (const Geometry& pixel : seen.values) {
       EXPECT_NEAR(pixel.depth, 3.0F, 1e-5F);
       EXPECT_EQ(pixel.covered, 1.0F);
@@ -131,7 +131,7 @@ TEST(LayerLoop, ASlopeIsAsDeepInAPixelAsInItsMiddle) {
   slope->normals.assign(4, glm::normalize(glm::vec3(0, 1, 2)));  // smoothed: it leans
   scene->add(slope, 0, glm::rotate(glm::mat4(1.0F), glm::radians(-45.0F), glm::vec3(1, 0, 0)));
   Pixels<Geometry> seen =
-      traced<Geometry, DepthShader>(scene, orthographic({0, 0, 30}, {0, 0, 0}, 9.5F), kSamplings[0]);
+      pixelsOf<Geometry, DepthShader>(scene, orthographic({0, 0, 30}, {0, 0, 0}, 9.5F), kSamplings[0]);
   for (int y = 0; y < kHeight; ++y) {
     const Geometry& pixel = seen.at(7, y);  // 1 m each way
     EXPECT_NEAR(pixel.depth, 30.0F + static_cast<float>(9 - y), 1e-3F) << y;
@@ -154,8 +154,8 @@ TEST(LayerLoop, LayersAndSamplesShareAPixelByAlphaAndByArea) {
     Coverage expected;
   };
   const scene::Camera camera = orthographic({0, 0, 30}, {0, 0, 0}, 9.5F);
-  Pixels<Coverage> grid = traced<Coverage, IdShader>(scene, camera, kSamplings[0]);
-  Pixels<Coverage> scattered = traced<Coverage, IdShader>(scene, camera, kSamplings[1]);
+  Pixels<Coverage> grid = pixelsOf<Coverage, IdShader>(scene, camera, kSamplings[0]);
+  Pixels<Coverage> scattered = pixelsOf<Coverage, IdShader>(scene, camera, kSamplings[1]);
   for (const Row& row : {Row{0, 0, {{0, 0, 0, 1}}}, Row{36, 0, {{0, 0, 1, 0}}}, Row{16, 0, {{0.25F, 0, 0, 0.75F}}},
                          Row{0, 18, {{0, 0.25F, 0, 0.75F}}}, Row{16, 18, {{0.25F, 0.1875F, 0, 0.5625F}}},
                          Row{20, 18, {{0.25F, 0.1875F, 0.5625F, 0}}}, Row{18, 0, {{0.25F, 0, 0.375F, 0.375F}}},
