@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 #include <vector>
 
+#include "base/error.h"
 #include "base/parallel.h"
-#include "renderer.h"
 
 namespace quillmere::render {
 namespace {
@@ -56,7 +57,7 @@ SceneHandle GeometryCache::build(const Shape& shape) const {
     setVertices(mesh.get(), shape.geometry->positions);
     setIndices(mesh.get(), shape.geometry->indices);
   }
-  if (shape.hits == Hits::Filtered) {
+  if (shape.filtered) {
     rtcSetGeometryIntersectFilterFunction(mesh.get(), filter_);
     rtcSetGeometryOccludedFilterFunction(mesh.get(), filter_);
   }

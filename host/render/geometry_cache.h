@@ -1,24 +1,38 @@
 #pragma once
 
+#include <embree3/rtcore.h>
+
 #include <map>
 #include <memory>
 #include <span>
 #include <tuple>
 
-#include "embree_handles.h"
 #include "scene/scene.h"
 
 namespace quillmere::render {
 
-enum class Hits { Plain, Filtered };
+struct ReleaseHandle {
+  void operator()(RTCDevice device) const { rtcReleaseDevice(device); }
+  void operator()(RTCScene scene) const { rtcReleaseScene(scene); }
+  void operator()(RTCGeometry geometry) const { rtcReleaseGeometry(geometry); }
+};
 
-// A geometry to be traced, with or without asking a filter about each hit.
+using DeviceHandle = std::unique_ptr<RTCDeviceTy, ReleaseHandle>;
+using SceneHandle = std::unique_ptr<RTCSceneTy, ReleaseHandle>;
+using GeometryHandle = std::unique_ptr<RTCGeometryTy, ReleaseHandle>;
+
+// A device that uses all cores to build. Throws Error.
+DeviceHandle makeDevice();
+// Throws Error with `doing` in the text when this thread's last calls on the device failed.
+void throwOnError(RTCDevice device, const char* doing);
+
+// A geometry to be traced.
 struct Shape {
   std::shared_ptr<const scene::Geometry> geometry;
-  Hits hits = Hits::Plain;
+  bool filtered = false;  // whether a filter is asked about each hit
 
   friend bool operator<(const Shape& a, const Shape& b) {
-    return std::tie(a.geometry, a.hits) < std::tie(b.geometry, b.hits);
+    return std::tie(a.geometry, a.filtered) < std::tie(b.geometry, b.filtered);
   }
 };
 

@@ -1,16 +1,66 @@
 #include "ray_packet.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 
 namespace quillmere::render {
+namespace {
 
-TraceContext::TraceContext(const PosedScene& traced, Blending how, Bundle bundle) : scene(&traced), blending(how) {
-  rtcInitIntersectContext(this);
-  flags = bundle == Bundle::Coherent ? RTC_INTERSECT_CONTEXT_FLAG_COHERENT : RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
+// Which rays Embree is to trace: -1 for those, 0 for the others.
+struct TraceMask {
+  explicit TraceMask(RaySet rays) {
+    for (int ray = 0; ray < kRays; ++ray) valid[static_cast<std::size_t>(ray)] = -static_cast<int>(rays >> ray & 1U);
+  }
+  alignas(64) std::array<int, kRays> valid;
+};
+
+template <class Test>
+RaySet raysThat(const Test& test) {
+  RaySet set = 0;
+  for (int ray = 0; ray < kRays; ++ray) set |= static_cast<RaySet>(test(ray)) << ray;
+  return set;
 }
 
-void RayPacket::arm(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest,
-                    std::uint32_t chance) {
+// `direction` with unit length, or `otherwise` where it has none (zero, overflown or not a number).
+glm::vec3 unit(glm::vec3 direction, glm::vec3 otherwise) {
+  const float square = glm::dot(direction, direction);
+  return std::isnormal(square) ? direction / std::sqrt(square) : otherwise;
+}
+
+glm::vec3 towards(glm::vec3 normal, glm::vec3 viewer) {
+  return glm::dot(normal, viewer) < 0.0F ? -normal : normal;
+}
+
+struct Triangle {  // in the world
+  glm::vec3 corner, edge1, edge2;
+};
+
+Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
+  const std::vector<glm::vec3>& positions = surface.geometry->positions;
+  const glm::mat3 turned(surface.toWorld);
+  const glm::vec3 corner = positions[corners.x];
+  return {glm::vec3(surface.toWorld * glm::vec4(corner, 1.0F)), turned * (positions[corners.y] - corner),
+          turned * (positions[corners.z] - corner)};
+}
+
+// Binary logarithm of a pixel's width in texels; a pixel that looks along the surface covers more of them, of which
+// the geometric mean of both directions is taken.
+float textureLevel(const Instance& instance, glm::uvec3 corners, float doubleArea, float pixelHeight, float cosine) {
+  const std::vector<glm::vec2>& uvs = instance.surface->geometry->uvs;
+  if (!instance.material->texture || uvs.empty()) return 0.0F;
+  const glm::vec2 size = instance.material->texture->size();
+  const glm::vec2 a = (uvs[corners.y] - uvs[corners.x]) * size;
+  const glm::vec2 b = (uvs[corners.z] - uvs[corners.x]) * size;
+  const float texels = std::abs(a.x * b.y - a.y * b.x);
+  const float squared = texels * pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
+  return squared > 1.0F ? 0.5F * std::log2(squared) : 0.0F;
+}
+
+}  // namespace
+
+void RayPacket::start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest,
+                      std::uint32_t random) {
   RTCRay16& rays = rays_.ray;
   rays.org_x[ray] = origin.x;
   rays.org_y[ray] = origin.y;
@@ -22,39 +72,63 @@ void RayPacket::arm(int ray, glm::vec3 origin, glm::vec3 direction, float neares
   rays.tfar[ray] = farthest;
   rays.time[ray] = 0.0F;
   rays.mask[ray] = ~0U;
-  rays.id[ray] = chance;
+  rays.id[ray] = random;
   rays.flags[ray] = 0;
   rays_.hit.geomID[ray] = RTC_INVALID_GEOMETRY_ID;
   rays_.hit.instID[0][ray] = RTC_INVALID_GEOMETRY_ID;
-  armed_[static_cast<std::size_t>(ray)] = -1;
+  active_ |= setOf(ray);
 }
 
-void RayPacket::rearmBehind(int ray, float distance, float farthest) {
+void RayPacket::goOnBehindHit(int ray, float farthest) {
   constexpr float kStep = 1.0F + 4e-6F;  // past the rounding of the hit, short of any sheet behind
-  rays_.ray.tnear[ray] = distance * kStep;
+  rays_.ray.tnear[ray] = rays_.ray.tfar[ray] * kStep;
   rays_.ray.tfar[ray] = farthest;
   rays_.hit.geomID[ray] = RTC_INVALID_GEOMETRY_ID;
   rays_.hit.instID[0][ray] = RTC_INVALID_GEOMETRY_ID;
 }
 
-bool RayPacket::anyArmed() const {
-  return std::any_of(armed_.begin(), armed_.end(), [](int armed) { return armed != 0; });
+void RayPacket::findNearest(const RayScene& scene, RayUse use) {
+  scene.intersect(TraceMask(active_).valid.data(), rays_, use);
 }
 
-void RayPacket::findNearest(RTCScene scene, TraceContext context) {
-  rtcIntersect16(armed_.data(), scene, &context, &rays_);
+RaySet RayPacket::found() const {
+  return active_ & raysThat([&](int ray) { return rays_.hit.geomID[ray] != RTC_INVALID_GEOMETRY_ID; });
 }
 
-Hit RayPacket::hit(int ray) const {
-  const RTCHit16& hits = rays_.hit;
-  return {hits.instID[0][ray], {hits.primID[ray], hits.u[ray], hits.v[ray]}, rays_.ray.tfar[ray]};
+RaySet RayPacket::findUnblocked(const RayScene& scene) {
+  scene.occlude(TraceMask(active_).valid.data(), rays_.ray);
+  return active_ & raysThat([&](int ray) { return !(rays_.ray.tfar[ray] < 0.0F); });
 }
 
-void RayPacket::findAny(RTCScene scene, TraceContext context) {
-  // Embree 3.13.5 decides from an unset variable on its stack when a coherent packet is done with being blocked, and
-  // then may never return.
-  context.flags = RTC_INTERSECT_CONTEXT_FLAG_INCOHERENT;
-  rtcOccluded16(armed_.data(), scene, &context, &rays_.ray);
+void SurfacePoints::resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight) {
+  const Instance& met = scene.instances()[hit.instance];
+  const scene::Geometry& geometry = *met.surface->geometry;
+  const glm::uvec3 corners = cornersOf(geometry, hit.point.triangle);
+  const Triangle triangle = triangleOf(*met.surface, corners);
+  const glm::vec3 viewer = unit(-direction, {0.0F, 0.0F, 1.0F});
+  const glm::vec3 cross = glm::cross(triangle.edge1, triangle.edge2);
+  const glm::vec3 flat = towards(unit(cross, viewer), viewer);
+  const float level = textureLevel(met, corners, glm::length(cross), pixelHeight, glm::dot(flat, viewer));
+  const glm::vec4 rgba = colorOf(*met.material, geometry, hit.point, level);
+
+  position.set(at, triangle.corner + hit.point.u * triangle.edge1 + hit.point.v * triangle.edge2);
+  faceNormal.set(at, flat);
+  normal.set(at, flat);
+  if (!geometry.normals.empty()) {
+    // A smoothed normal belongs to the side that its triangle shows, also where it already leans over the edge.
+    const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, corners, hit.point);
+    normal.set(at, towards(unit(smooth, flat), flat));
+  }
+  color.set(at, rgba);
+  alpha[at] = rgba.a;
+  instance[at] = hit.instance;
+  material[at] = met.material;
+}
+
+glm::vec3 SurfacePoints::leaving(int at) const {
+  constexpr float kRelative = 1e-5F;  // some hundred roundings of the largest coordinate
+  const glm::vec3 from = position[at], size = glm::abs(from);
+  return from + faceNormal[at] * (kRelative * std::max({size.x, size.y, size.z, 1e-3F}));
 }
 
 }  // namespace quillmere::render

@@ -1,29 +1,43 @@
 #pragma once
 
-#include <embree3/rtcore.h>
-
-#include <array>
+#include <bit>
 #include <cstdint>
 #include <glm/glm.hpp>
 
-#include "appearance.h"
-#include "posed_scene.h"
+#include "ray_scene.h"
 
 namespace quillmere::render {
 
-// What becomes of hits on surfaces that blend with what is behind them.
-enum class Blending {
-  Layered,  // found like any other unless invisible: the caller goes on behind them
-  Dithered  // found as often as they are opaque, by chance
+constexpr int kRays = 16;  // of a packet
+
+// A set of rays of one packet, a bit for each.
+using RaySet = std::uint32_t;
+constexpr RaySet setOf(int ray) {
+  return RaySet{1} << ray;
+}
+template <class Action>
+void forEachRay(RaySet set, const Action& action) {
+  for (; set != 0; set &= set - 1) action(std::countr_zero(set));
+}
+
+// One value for each ray of a packet.
+template <class Value>
+struct PerRay {
+  Value values[kRays];
+
+  Value& operator[](int ray) { return values[ray]; }
+  const Value& operator[](int ray) const { return values[ray]; }
 };
 
-// What the material filter sees of the rays that it decides about. Rays of a kind run close together or they don't.
-enum class Bundle { Coherent, Scattered };
-struct TraceContext : RTCIntersectContext {
-  TraceContext(const PosedScene& traced, Blending how, Bundle bundle);
+struct VectorPerRay {
+  PerRay<float> x, y, z;
 
-  const PosedScene* scene;
-  Blending blending;
+  glm::vec3 operator[](int ray) const { return {x[ray], y[ray], z[ray]}; }
+  void set(int ray, glm::vec3 vector) {
+    x[ray] = vector.x;
+    y[ray] = vector.y;
+    z[ray] = vector.z;
+  }
 };
 
 struct Hit {
@@ -32,38 +46,54 @@ struct Hit {
   float distance;  // in lengths of the ray's direction
 };
 
-// Sixteen rays that are traced together.
+// Sixteen rays that are traced together; those that are not active are left alone.
 class RayPacket {
  public:
-  static constexpr int kRays = 16;
-  template <class Value>
-  using PerRay = std::array<Value, kRays>;
+  RayPacket() : rays_{} {}
 
-  RayPacket() : rays_{} { restAll(); }
+  // Makes a ray active, from `nearest` to `farthest` in lengths of its direction. `random` decides dithered hits.
+  void start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest, std::uint32_t random);
+  // Sends an active ray on behind its hit.
+  void goOnBehindHit(int ray, float farthest);
+  void end(RaySet rays) { active_ &= ~rays; }
+  RaySet active() const { return active_; }
 
-  // Arms one ray from `nearest` to `farthest`, in lengths of its direction. `chance` decides dithered hits.
-  void arm(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest, std::uint32_t chance);
-  // Arms a ray again behind its hit at `distance`.
-  void rearmBehind(int ray, float distance, float farthest);
-  void rest(int ray) { armed_[static_cast<std::size_t>(ray)] = 0; }
-  void restAll() { armed_.fill(0); }
-  bool isArmed(int ray) const { return armed_[static_cast<std::size_t>(ray)] != 0; }
-  bool anyArmed() const;
+  // The nearest hit of each active ray.
+  void findNearest(const RayScene& scene, RayUse use);
+  RaySet found() const;  // the active rays that hit something
+  Hit hit(int ray) const {
+    const RTCHit16& hits = rays_.hit;
+    return {hits.instID[0][ray], {hits.primID[ray], hits.u[ray], hits.v[ray]}, rays_.ray.tfar[ray]};
+  }
 
-  // Each armed ray's nearest hit, read with hit() and found().
-  void findNearest(RTCScene scene, TraceContext context);
-  bool found(int ray) const { return rays_.hit.geomID[ray] != RTC_INVALID_GEOMETRY_ID; }
-  Hit hit(int ray) const;
-
-  // Whether anything stops each armed ray, read with isBlocked().
-  void findAny(RTCScene scene, TraceContext context);
-  bool isBlocked(int ray) const { return rays_.ray.tfar[ray] < 0.0F; }
+  // The active rays that nothing stops, for light. Ends no ray, but their hits and ends are lost.
+  RaySet findUnblocked(const RayScene& scene);
 
   glm::vec3 direction(int ray) const { return {rays_.ray.dir_x[ray], rays_.ray.dir_y[ray], rays_.ray.dir_z[ray]}; }
 
  private:
-  alignas(64) PerRay<int> armed_;  // -1 or 0, as Embree wants it
+  RaySet active_ = 0;
   RTCRayHit16 rays_;
+};
+
+// What is to be shaded where rays met surfaces, in the world: structure of arrays, of which only those entries hold
+// anything that were resolved. The two normals are of unit length and on the side that the ray came from.
+struct SurfacePoints {
+  VectorPerRay position;
+  VectorPerRay faceNormal;  // of the flat triangle
+  VectorPerRay normal;      // smoothed as the geometry says
+  VectorPerRay color;       // linear RGB of the surface itself
+  PerRay<float> alpha;
+  PerRay<std::uint32_t> instance;  // index into RayScene::instances
+  PerRay<const ShadingMaterial*> material;
+
+  // Fills the entry `at`. `direction` is the ray's, of any length; `pixelHeight` what one pixel covers at the hit, in
+  // metres.
+  void resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight);
+
+  bool isUnlit(int at) const { return material[at]->definition->unlit; }
+  // Just off the surface, on the side of the normals, where a ray starts without meeting it again.
+  glm::vec3 leaving(int at) const;
 };
 
 }  // namespace quillmere::render

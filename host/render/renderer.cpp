@@ -1,41 +1,64 @@
 #include "renderer.h"
 
+#include <new>
+#include <string>
 #include <utility>
 
 #include "base/parallel.h"
-#include "final_picture.h"
-#include "posed_scene.h"
-#include "quick_picture.h"
+#include "layer_loop.h"
+#include "ray_scene.h"
+#include "shaders.h"
 
 namespace quillmere::render {
+namespace {
 
-struct Renderer::Parts {
-  PosedScene scene;
-  std::optional<double> seconds;  // none before the first pose
-};
+image::Image blankPicture(int width, int height, image::Sample sample) {
+  const std::string what = "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
+  try {
+    return {width, height, 3, sample};
+  } catch (const std::bad_alloc&) {
+    throw Error(what + "not enough memory; ask for a smaller one");
+  } catch (const Error&) {
+    throw Error(what + "each side must be 1 to " + std::to_string(image::kMaxSide) + " pixels");
+  }
+}
 
-Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : parts_(new Parts{PosedScene(std::move(scene)), {}}) {}
+image::Image ifComplete(Outcome outcome, image::Image picture) {
+  return outcome == Outcome::Complete ? std::move(picture) : image::Image();
+}
+
+}  // namespace
+
+Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : scene_(new RayScene(std::move(scene))) {}
 
 Renderer::~Renderer() = default;
 
 void Renderer::pose(double seconds) {
-  if (parts_->seconds == seconds) return;
-  parts_->seconds.reset();
-  parts_->scene.pose(seconds);
-  parts_->seconds = seconds;
+  if (seconds_ == seconds) return;
+  seconds_.reset();
+  scene_->pose(seconds);
+  seconds_ = seconds;
 }
 
 const scene::Snapshot& Renderer::snapshot() const {
-  return parts_->scene.snapshot();
+  return scene_->snapshot();
 }
 
-image::Image Renderer::drawQuick(const scene::Camera& view, int width, int height, const StopTest& stop) {
-  return quickPicture({parts_->scene, view, width, height, stop, allCores()});
+image::Image Renderer::drawQuick(const scene::Camera& camera, int width, int height, const StopTest& stop) {
+  image::Image picture = blankPicture(width, height, image::Sample::Byte);
+  const QuickShader shader(camera, picture);
+  const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
+  const Outcome outcome = drawPicture(request, PixelSampling::grid(), shader);
+  return ifComplete(outcome, std::move(picture));
 }
 
-image::Image Renderer::drawFinal(const scene::Camera& view, int width, int height, const FinalSettings& settings,
+image::Image Renderer::drawFinal(const scene::Camera& camera, int width, int height, const FinalSettings& settings,
                                  const StopTest& stop) {
-  return finalPicture({parts_->scene, view, width, height, stop, allCores()}, settings);
+  image::Image picture = blankPicture(width, height, image::Sample::Float);
+  const FinalShader shader(*scene_, picture);
+  const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
+  const Outcome outcome = drawPicture(request, PixelSampling::scattered(settings.samples, settings.seed), shader);
+  return ifComplete(outcome, std::move(picture));
 }
 
 }  // namespace quillmere::render

@@ -3,12 +3,15 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "base/error.h"
 #include "image/image.h"
 #include "scene/scene.h"
 
 namespace quillmere::render {
+
+class RayScene;
 
 // Asked between tiles, from any thread; true stops the drawing.
 using StopTest = std::function<bool()>;
@@ -18,8 +21,8 @@ struct FinalSettings {
   std::uint32_t seed = 1;  // the same seed, scene and size give the same picture, whatever the number of threads
 };
 
-// A scene at one moment, ready to be drawn from any viewpoint by ray tracing on all cores. Acceleration structures of
-// geometry that does not deform are kept from one moment to the next. One thread at a time.
+// Ray-traced pictures of a scene's snapshots through any camera, on all cores. Acceleration structures of geometry that
+// does not deform are kept from one snapshot to the next. One thread at a time.
 class Renderer {
  public:
   // Throws Error when this machine can't trace rays.
@@ -28,23 +31,23 @@ class Renderer {
   Renderer(const Renderer&) = delete;
   Renderer& operator=(const Renderer&) = delete;
 
-  // Poses the scene at `seconds`; posing twice at the same moment costs nothing. Before the first pose there is nothing
-  // to see and the moment is empty. Throws Error.
+  // Takes the scene's snapshot at `seconds`; the same time again costs nothing. Before the first pose there is nothing
+  // to see and the snapshot is empty. Throws Error.
   void pose(double seconds);
   const scene::Snapshot& snapshot() const;
 
   // As an interactive viewport would show it: base colour, headlight, hemispheric ambient, 4x anti-aliasing.
   // Byte RGB. Empty when stopped. Throws Error.
-  image::Image drawQuick(const scene::Camera& view, int width, int height, const StopTest& stop = {});
+  image::Image drawQuick(const scene::Camera& camera, int width, int height, const StopTest& stop = {});
 
   // With the scene's lights, or a default sun and sky when it has none: soft shadows, ambient occlusion.
   // Float RGB, display-referred (tone-mapped and sRGB-encoded), 0-1. Empty when stopped. Throws Error.
-  image::Image drawFinal(const scene::Camera& view, int width, int height, const FinalSettings& settings = {},
+  image::Image drawFinal(const scene::Camera& camera, int width, int height, const FinalSettings& settings = {},
                          const StopTest& stop = {});
 
  private:
-  struct Parts;
-  std::unique_ptr<Parts> parts_;
+  std::unique_ptr<RayScene> scene_;
+  std::optional<double> seconds_;  // of the snapshot; none before the first pose
 };
 
 }  // namespace quillmere::render

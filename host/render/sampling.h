@@ -29,27 +29,31 @@ inline std::uint32_t reversedBits(std::uint32_t x) {
   return std::rotl(x, 16);
 }
 
-// Owen's scrambling as a hash (B. Burley, Practical Hash-based Owen Scrambling, JCGT 9/4, 2020).
+// Owen's scrambling as a hash of a number whose bits are reversed (B. Burley, Practical Hash-based Owen Scrambling,
+// JCGT 9/4, 2020).
 inline std::uint32_t owenScrambled(std::uint32_t x, std::uint32_t seed) {
-  x = reversedBits(x) + seed;
+  x += seed;
   x ^= x * 0x6c50b47cU;
   x ^= x * 0xb82f1e52U;
   x ^= x * 0xc7afe638U;
-  x ^= x * 0x8d22f6e6U;
-  return reversedBits(x);
+  return x ^ (x * 0x8d22f6e6U);
+}
+
+// The second dimension of Sobol's sequence, bits reversed: of a polynomial over bits, the same in x + 1.
+inline std::uint32_t secondDimension(std::uint32_t x) {
+  x ^= x >> 16;
+  x ^= (x >> 8) & 0x00ff00ffU;
+  x ^= (x >> 4) & 0x0f0f0f0fU;
+  x ^= (x >> 2) & 0x33333333U;
+  return x ^ ((x >> 1) & 0x55555555U);
 }
 
 // The `index`-th of a sequence of points in the unit square of which any first 2^n are stratified; sequences of
 // different seeds are independent.
 inline glm::vec2 samplePoint(std::uint32_t index, std::uint32_t seed) {
-  const std::uint32_t shuffled = owenScrambled(index, mixed(seed));
-  std::uint32_t second = 0;
-  std::uint32_t direction = 1U << 31;
-  for (std::uint32_t bits = shuffled; bits != 0; bits >>= 1, direction ^= direction >> 1) {
-    if ((bits & 1U) != 0) second ^= direction;
-  }
-  return {unitFloat(owenScrambled(reversedBits(shuffled), mixed(seed + 1))),
-          unitFloat(owenScrambled(second, mixed(seed + 2)))};
+  const std::uint32_t shuffled = reversedBits(owenScrambled(reversedBits(index), mixed(seed)));
+  return {unitFloat(reversedBits(owenScrambled(shuffled, mixed(seed + 1)))),
+          unitFloat(reversedBits(owenScrambled(secondDimension(shuffled), mixed(seed + 2))))};
 }
 
 // Two unit vectors across a unit vector and across each other (Duff et al., Building an Orthonormal Basis, Revisited,

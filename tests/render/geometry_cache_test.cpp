@@ -6,15 +6,14 @@
 #include <vector>
 
 #include "hand_made_scene.h"
-#include "render/material_filter.h"
 
 namespace quillmere::render {
 namespace {
 
 TEST(GeometryCache, BuildsWhatIsNewKeepsWhatStaysAndForgetsTheRest) {
   const DeviceHandle device = makeDevice();
-  GeometryCache cache(device.get(), filterByMaterial);
-  const Shape box{cube(1)}, sheet{ground(2)}, leaf{sheet.geometry, Hits::Filtered};
+  GeometryCache cache(device.get(), nullptr);
+  const Shape box{cube(1)}, sheet{ground(2)}, leaf{sheet.geometry, true};
   cache.keep(std::vector{box, sheet, box});
   const RTCScene built = cache.find(box);
   cache.keep(std::vector{leaf, box});

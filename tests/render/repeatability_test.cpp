@@ -5,8 +5,8 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <stdexcept>
 
-#include "render/final_picture.h"
-#include "render/quick_picture.h"
+#include "render/layer_loop.h"
+#include "render/shaders.h"
 #include "small_picture.h"
 
 namespace quillmere::render {
@@ -44,11 +44,17 @@ const scene::Camera kView = perspective({3, 4, 7}, {0, 0, 0}, 0.8F);
 constexpr int kWidth = 101, kHeight = 67;
 
 TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
-  PosedScene scene(village());
+  RayScene scene(village());
   scene.pose(0.0);
   const auto drawn = [&](int threads, Kind kind) {
     const PictureRequest request{scene, kView, kWidth, kHeight, {}, threads};
-    return kind == Kind::Quick ? quickPicture(request) : finalPicture(request, {5, 7});
+    image::Image picture(kWidth, kHeight, 3, kind == Kind::Quick ? image::Sample::Byte : image::Sample::Float);
+    if (kind == Kind::Quick) {
+      drawPicture(request, PixelSampling::grid(), QuickShader(kView, picture));
+    } else {
+      drawPicture(request, PixelSampling::scattered(5, 7), FinalShader(scene, picture));
+    }
+    return picture;
   };
   for (const int threads : {2, 7}) {
     EXPECT_TRUE(samePixels<std::uint8_t>(drawn(1, Kind::Quick), drawn(threads, Kind::Quick))) << threads;
@@ -79,16 +85,17 @@ TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
 }
 
 TEST(Repeatability, AStoppedDrawingIsEmptyAndTheNextOneWhole) {
-  Renderer stage(village());
-  stage.pose(0.0);
+  Renderer renderer(village());
+  renderer.pose(0.0);
   std::atomic<int> asked{0};
   const StopTest soon = [&] { return ++asked > 3; };
-  EXPECT_TRUE(stage.drawQuick(kView, 300, 200, soon).empty());
+  EXPECT_TRUE(renderer.drawQuick(kView, 300, 200, soon).empty());
   EXPECT_LT(asked, 30) << "it goes on being asked after it said stop";
   asked = 0;
-  EXPECT_TRUE(stage.drawFinal(kView, 300, 200, {1}, soon).empty());
-  EXPECT_FALSE(stage.drawFinal(kView, kWidth, kHeight, {1}, [] { return false; }).empty());
-  EXPECT_THROW(stage.drawQuick(kView, 300, 200, []() -> bool { throw std::logic_error("asked"); }), std::logic_error);
+  EXPECT_TRUE(renderer.drawFinal(kView, 300, 200, {1}, soon).empty());
+  EXPECT_FALSE(renderer.drawFinal(kView, kWidth, kHeight, {1}, [] { return false; }).empty());
+  EXPECT_THROW(renderer.drawQuick(kView, 300, 200, []() -> bool { throw std::logic_error("asked"); }),
+               std::logic_error);
 }
 
 }  // namespace

@@ -62,7 +62,7 @@ TEST(Robustness, OneBadSurfaceSpoilsNoOther) {
   }
 }
 
-TEST(Robustness, OddViewpointsGiveAPicture) {
+TEST(Robustness, OddCamerasGiveAPicture) {
   auto scene = std::make_shared<HandMadeScene>();
   scene->add(cube(2), 0);
   scene->add(cube(2), scene->addMaterial(colored({0.5F, 0.2F, 0.2F})), glm::scale(glm::mat4(1.0F), glm::vec3(1e4F)));
@@ -101,12 +101,12 @@ TEST(Robustness, ScenesOfAnySizeThrowTheSameShadow) {
 
 TEST(Robustness, SizesAreExactOrRefused) {
   auto scene = sceneWithASafeCorner();
-  Renderer stage(scene);
-  stage.pose(0.0);
+  Renderer renderer(scene);
+  renderer.pose(0.0);
   const scene::Camera view = perspective({0, 0, 3}, {0, 0, 0}, 0.8F);
   for (const auto& [width, height] : {std::pair(1, 1), std::pair(1, 37), std::pair(35, 1), std::pair(67, 33)}) {
     for (const image::Image& drawn :
-         {stage.drawQuick(view, width, height), stage.drawFinal(view, width, height, {1})}) {
+         {renderer.drawQuick(view, width, height), renderer.drawFinal(view, width, height, {1})}) {
       EXPECT_EQ(drawn.width(), width);
       EXPECT_EQ(drawn.height(), height);
       EXPECT_EQ(drawn.channels(), 3);
@@ -114,8 +114,8 @@ TEST(Robustness, SizesAreExactOrRefused) {
     }
   }
   for (const auto& [width, height] : {std::pair(0, 5), std::pair(5, -1), std::pair(image::kMaxSide + 1, 1)}) {
-    EXPECT_THROW(stage.drawQuick(view, width, height), Error);
-    EXPECT_THROW(stage.drawFinal(view, width, height), Error);
+    EXPECT_THROW(renderer.drawQuick(view, width, height), Error);
+    EXPECT_THROW(renderer.drawFinal(view, width, height), Error);
   }
 }
 

@@ -13,9 +13,9 @@ float decoded(float stored) {
 
 image::Image picture(const std::shared_ptr<HandMadeScene>& scene, const scene::Camera& view, int width, int height,
                      Kind kind) {
-  Renderer stage(scene);
-  stage.pose(0.0);
-  return kind == Kind::Quick ? stage.drawQuick(view, width, height) : stage.drawFinal(view, width, height);
+  Renderer renderer(scene);
+  renderer.pose(0.0);
+  return kind == Kind::Quick ? renderer.drawQuick(view, width, height) : renderer.drawFinal(view, width, height);
 }
 
 glm::vec3 pixel(const image::Image& picture, int x, int y) {

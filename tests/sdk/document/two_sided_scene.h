@@ -23,9 +23,9 @@ struct TwoSidedScene : render::HandMadeScene {
   }
   scene::Snapshot at(double seconds) const override {
     ++poses;
-    scene::Snapshot moment = now;
-    if (seconds >= 1.0) moment.surfaces.pop_back();
-    return moment;
+    scene::Snapshot snapshot = now;
+    if (seconds >= 1.0) snapshot.surfaces.pop_back();
+    return snapshot;
   }
 
   mutable std::atomic<int> poses = 0;  // how often somebody wanted to draw it

@@ -1,4 +1,4 @@
-#include "appearance.h"
+#include "material.h"
 
 #include <map>
 
@@ -7,13 +7,13 @@ namespace {
 
 using Alpha = scene::Material::Alpha;
 
-glm::vec4 rawColor(const Appearance& appearance, const scene::Geometry& geometry, const TrianglePoint& point,
+glm::vec4 rawColor(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point,
                    float level) {
-  glm::vec4 color = appearance.material->baseColor;
+  glm::vec4 color = material.definition->baseColor;
   const glm::uvec3 corners = cornersOf(geometry, point.triangle);
-  if (appearance.texture) {
+  if (material.texture) {
     const glm::vec2 uv = geometry.uvs.empty() ? glm::vec2(0.0F) : interpolated(geometry.uvs, corners, point);
-    color *= appearance.texture->read(uv, level, *appearance.material);
+    color *= material.texture->read(uv, level, *material.definition);
   }
   if (!geometry.colors.empty()) color *= interpolated(geometry.colors, corners, point);
   return color;
@@ -21,10 +21,10 @@ glm::vec4 rawColor(const Appearance& appearance, const scene::Geometry& geometry
 
 }  // namespace
 
-std::vector<Appearance> prepareAppearances(const std::vector<scene::Material>& materials) {
+std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>& materials) {
   std::map<const image::Image*, std::shared_ptr<const Texture>> textures;
-  std::vector<Appearance> appearances;
-  appearances.reserve(materials.size());
+  std::vector<ShadingMaterial> prepared;
+  prepared.reserve(materials.size());
   for (const scene::Material& material : materials) {
     std::shared_ptr<const Texture> texture;
     if (material.texture && !material.texture->empty()) {
@@ -33,9 +33,9 @@ std::vector<Appearance> prepareAppearances(const std::vector<scene::Material>& m
       texture = known;
     }
     const bool frontOnly = material.unlit && !material.doubleSided;
-    appearances.push_back({&material, std::move(texture), material.alpha != Alpha::Opaque || frontOnly, frontOnly});
+    prepared.push_back({&material, std::move(texture), material.alpha != Alpha::Opaque || frontOnly, frontOnly});
   }
-  return appearances;
+  return prepared;
 }
 
 glm::uvec3 cornersOf(const scene::Geometry& geometry, std::uint32_t triangle) {
@@ -43,15 +43,15 @@ glm::uvec3 cornersOf(const scene::Geometry& geometry, std::uint32_t triangle) {
   return {indices[0], indices[1], indices[2]};
 }
 
-glm::vec4 colorOf(const Appearance& appearance, const scene::Geometry& geometry, const TrianglePoint& point,
+glm::vec4 colorOf(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point,
                   float level) {
-  glm::vec4 color = rawColor(appearance, geometry, point, level);
-  if (appearance.material->alpha != Alpha::Blend) color.a = 1.0F;
+  glm::vec4 color = rawColor(material, geometry, point, level);
+  if (material.definition->alpha != Alpha::Blend) color.a = 1.0F;
   return color;
 }
 
-float alphaOf(const Appearance& appearance, const scene::Geometry& geometry, const TrianglePoint& point) {
-  return rawColor(appearance, geometry, point, 0.0F).a;
+float alphaOf(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point) {
+  return rawColor(material, geometry, point, 0.0F).a;
 }
 
 }  // namespace quillmere::render

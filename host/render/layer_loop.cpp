@@ -1,0 +1,128 @@
+#include "layer_loop.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+
+#include "sampling.h"
+
+namespace quillmere::render {
+namespace {
+
+constexpr int kLayers = 16;              // that are looked at; the last one counts as opaque
+constexpr float kSpent = 1.0F / 512.0F;  // of a sample: what lies behind is not worth looking at
+
+// A rotated grid: four different columns and four different rows of the pixel.
+constexpr std::array<glm::vec2, 4> kGrid{{{0.375F, 0.125F}, {0.875F, 0.375F}, {0.125F, 0.625F}, {0.625F, 0.875F}}};
+
+}  // namespace
+
+RaySet PixelBlock::raysBeside(int ray) const {
+  const int share = raysPerPixel();
+  return (setOf(share) - 1) << (ray & ~(share - 1));
+}
+
+PixelSampling PixelSampling::scattered(int samples, std::uint32_t seed) {
+  return {PixelBlock::Side::Four, std::max(1, samples), 0.5F, mixed(seed)};
+}
+
+PerRay<std::uint32_t> PixelSampling::seedsOf(const PixelBlock& pixels) const {
+  PerRay<std::uint32_t> seeds{};
+  for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
+    const glm::uvec2 pixel(pixels.pixelOf(ray));
+    seeds[ray] = mixed(seed ^ mixed(pixel.x ^ mixed(pixel.y)));
+  }
+  return seeds;
+}
+
+glm::vec2 PixelSampling::placeOf(int ray, int pass, std::uint32_t pixelSeed) const {
+  if (isGrid()) return kGrid[static_cast<std::size_t>(ray) % kGrid.size()];
+  return samplePoint(static_cast<std::uint32_t>(pass), pixelSeed);
+}
+
+LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
+                       const PixelBlock& block, const PerRay<std::uint32_t>& seeds, int pass)
+    : request_(request), camera_(camera), footprint_(sampling.footprint), layer_(rays_, block, seeds, pass) {
+  for (int first = 0; first < kRays; first += block.raysPerPixel()) {
+    const glm::ivec2 pixel = block.pixelOf(first);
+    if (pixel.x >= request.width || pixel.y >= request.height) continue;
+    for (int ray = first; ray < first + block.raysPerPixel(); ++ray) {
+      const Ray seen = camera.through(glm::vec2(pixel) + sampling.placeOf(ray, pass, seeds[ray]));
+      rays_.start(ray, seen.origin, seen.direction, camera.nearest(), camera.farthest(), 0);
+      layer_.reaching[ray] = 1.0F;
+    }
+  }
+}
+
+bool LayerTrace::findNext() {
+  if (rays_.active() == 0) return false;
+  ++found_;
+  rays_.findNearest(request_.scene, RayUse::Camera);
+  layer_.met = rays_.found();
+  layer_.missed = rays_.active() & ~layer_.met;
+  layer_.points = 0;
+  for (RaySet open = layer_.met; open != 0;) {
+    const RaySet sharing = sharingWith(std::countr_zero(open), open);
+    addPoint(sharing);
+    open &= ~sharing;
+  }
+  forEachRay(layer_.missed, [&](int ray) { layer_.weight[ray] = layer_.reaching[ray]; });
+  return true;
+}
+
+// The rays of the same pixel that met the same triangle.
+RaySet LayerTrace::sharingWith(int ray, RaySet among) const {
+  RaySet sharing = setOf(ray);
+  const Hit hit = rays_.hit(ray);
+  forEachRay(among & layer_.block.raysBeside(ray) & ~sharing, [&](int other) {
+    const Hit beside = rays_.hit(other);
+    if (beside.instance == hit.instance && beside.point.triangle == hit.point.triangle) sharing |= setOf(other);
+  });
+  return sharing;
+}
+
+// Resolves the middle of what those rays met.
+void LayerTrace::addPoint(RaySet sharing) {
+  const int first = std::countr_zero(sharing);
+  Hit middle = rays_.hit(first);
+  forEachRay(sharing & ~setOf(first), [&](int ray) {
+    const TrianglePoint point = rays_.hit(ray).point;
+    middle.point.u += point.u;
+    middle.point.v += point.v;
+  });
+  const auto count = static_cast<float>(std::popcount(sharing));
+  middle.point.u /= count;
+  middle.point.v /= count;
+  layer_.surface.resolve(first, request_.scene, middle, rays_.direction(first),
+                         footprint_ * camera_.pixelHeight(middle.distance));
+  if (found_ == kLayers) layer_.surface.alpha[first] = 1.0F;
+  layer_.points |= setOf(first);
+  forEachRay(sharing, [&](int ray) {
+    layer_.pointOf[ray] = first;
+    layer_.weight[ray] = layer_.reaching[ray] * layer_.surface.alpha[first];
+  });
+}
+
+void LayerTrace::goOn(RaySet done) {
+  rays_.end(layer_.missed | done);
+  forEachRay(layer_.met & ~done, [&](int ray) {
+    layer_.reaching[ray] *= 1.0F - layer_.surface.alpha[layer_.pointOf[ray]];
+    if (layer_.reaching[ray] > kSpent) {
+      rays_.goOnBehindHit(ray, camera_.farthest());
+    } else {
+      rays_.end(setOf(ray));
+    }
+  });
+}
+
+Outcome drawTiles(const PictureRequest& request, int side, const std::function<void(Tile)>& draw) {
+  const int columns = (request.width + side - 1) / side;
+  const int rows = (request.height + side - 1) / side;
+  return forEach(columns * rows, request.threads, request.stop, [&](int index) {
+    const int left = index % columns * side;
+    const int top = index / columns * side;
+    draw({left, top, std::min(left + side, request.width), std::min(top + side, request.height)});
+  });
+}
+
+}  // namespace quillmere::render

@@ -1,0 +1,162 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <functional>
+#include <glm/glm.hpp>
+
+#include "base/parallel.h"
+#include "camera_rays.h"
+#include "ray_packet.h"
+#include "ray_scene.h"
+#include "scene/scene.h"
+
+// The one loop that traces pictures: rays through the pixels, on through the layers of surfaces that blend, and what
+// they bring summed for each pixel. What a surface brings is the shader's to say.
+namespace quillmere::render {
+
+struct PictureRequest {
+  const RayScene& scene;
+  const scene::Camera& camera;
+  int width, height;           // pixels
+  std::function<bool()> stop;  // asked between tiles, from any thread; true stops the drawing; may be empty
+  int threads;
+};
+
+// A square of pixels that the sixteen rays of a packet are dealt out to in equal shares, row by row.
+struct PixelBlock {
+  enum class Side { Two = 1, Four = 2 };  // binary logarithm of the pixels each way
+
+  Side side;
+  int left, top;
+
+  int pixels() const { return 1 << static_cast<int>(side); }  // each way
+  int raysPerPixel() const { return kRays >> (2 * static_cast<int>(side)); }
+  glm::ivec2 pixelOf(int ray) const {
+    const int bits = static_cast<int>(side), pixel = ray >> (4 - 2 * bits);
+    return {left + (pixel & (pixels() - 1)), top + (pixel >> bits)};
+  }
+  RaySet raysBeside(int ray) const;  // those of the same pixel
+};
+
+// Where the samples of a picture lie in its pixels.
+struct PixelSampling {
+  // Four samples of each pixel on a rotated grid, in one pass over blocks of two by two. Samples of a pixel that meet
+  // the same triangle share one surface point in their middle.
+  static PixelSampling grid() { return {PixelBlock::Side::Two, 1, 1.0F, 0}; }
+  // At least one sample of each pixel, one in a pass over blocks of four by four. Their places look random, but
+  // depend on the seed, the pixel and the number of the pass only.
+  static PixelSampling scattered(int samples, std::uint32_t seed);
+
+  PixelBlock::Side block;
+  int passes;
+  float footprint;     // side of the square that textures are averaged over for a surface point, in pixels
+  std::uint32_t seed;  // mixed
+
+  bool isGrid() const { return block == PixelBlock::Side::Two; }
+  int tileSide() const { return isGrid() ? 32 : 16; }  // pixels; whoever stops the drawing waits for one tile
+  // For each ray what tells its pixel apart in all that looks random; on a grid, where nothing does, 0.
+  PerRay<std::uint32_t> seedsOf(const PixelBlock& pixels) const;
+  // Within the pixel, 0-1.
+  glm::vec2 placeOf(int ray, int pass, std::uint32_t pixelSeed) const;
+};
+
+// What the rays of a packet meet next on their way from the camera. Only the entries of rays and points that are in
+// one of the sets hold anything.
+struct Layer {
+  Layer(const RayPacket& traced, const PixelBlock& pixels, const PerRay<std::uint32_t>& pixelSeeds, int sample)
+      : rays(traced), block(pixels), seeds(pixelSeeds), pass(sample) {}
+
+  const RayPacket& rays;  // directions, as long as one metre of depth; distances, so metres along the view axis
+  const PixelBlock& block;
+  const PerRay<std::uint32_t>& seeds;  // of the rays' pixels
+  int pass;                            // number of this sample of each pixel
+
+  RaySet missed = 0;       // rays that meet nothing any more
+  RaySet met = 0;          // rays that meet a surface
+  PerRay<float> reaching;  // share of the sample that the layers in front let through: 1 to 0, 1 in the first layer
+  PerRay<float> weight;    // share that ends here: for a surface `reaching` times its alpha, else all that is reaching
+  PerRay<int> pointOf;     // of the rays that met a surface: its entry in `surface`
+  RaySet points = 0;       // the entries of `surface` that were resolved: each is shared by rays of one pixel
+  SurfacePoints surface;   // in the last layer that is looked at, everything is opaque
+};
+
+// Follows the rays of one packet from layer to layer. The arguments must outlive it.
+class LayerTrace {
+ public:
+  LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
+             const PixelBlock& block, const PerRay<std::uint32_t>& seeds, int pass);
+  LayerTrace(const LayerTrace&) = delete;
+  LayerTrace& operator=(const LayerTrace&) = delete;
+
+  // False when no ray goes on.
+  bool findNext();
+  const Layer& layer() const { return layer_; }
+  // Sends the rays on behind the layer where it lets light through, but for those that are done.
+  void goOn(RaySet done);
+
+ private:
+  RaySet sharingWith(int ray, RaySet among) const;
+  void addPoint(RaySet sharing);
+
+  const PictureRequest& request_;
+  const CameraRays& camera_;
+  float footprint_;
+  int found_ = 0;  // layers
+  RayPacket rays_;
+  Layer layer_;
+};
+
+// What turns layers into pixels. A Sum is what one pixel's samples add up to; a fresh one, `Sum{}`, is nothing.
+template <class T>
+concept Shader = requires(const T& shader, const Layer& layer, PerRay<typename T::Sum>& sums) {
+  // Adds to each ray's sum what the layer brings to its sample. Returns the rays whose samples need no layer behind
+  // this one; samples that are spent end without being told.
+  { shader.shade(layer, sums) } -> std::same_as<RaySet>;
+  sums[0] += sums[1];
+  // Writes pixel (x, y) from the sum of that many samples; each pixel once, on any thread.
+  shader.store(sums[0], 1.0F, 0, 0);
+};
+
+// A rectangle of pixels of a picture, cut off at its right and bottom edge.
+struct Tile {
+  int left, top, right, bottom;  // right and bottom lie outside
+};
+
+// Calls draw(tile) for squares of `side` pixels that cover the picture, on the request's threads, until its stop test
+// says true.
+Outcome drawTiles(const PictureRequest& request, int side, const std::function<void(Tile)>& draw);
+
+template <Shader Shading>
+void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
+               const PixelBlock& block, const Shading& shader) {
+  const PerRay<std::uint32_t> seeds = sampling.seedsOf(block);
+  PerRay<typename Shading::Sum> sums{};
+  for (int pass = 0; pass < sampling.passes; ++pass) {
+    LayerTrace trace(request, camera, sampling, block, seeds, pass);
+    while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
+  }
+  const int perPixel = block.raysPerPixel();
+  for (int ray = 0; ray < kRays; ray += perPixel) {
+    const glm::ivec2 pixel = block.pixelOf(ray);
+    if (pixel.x >= request.width || pixel.y >= request.height) continue;
+    for (int i = 1; i < perPixel; ++i) sums[ray] += sums[ray + i];
+    shader.store(sums[ray], static_cast<float>(perPixel * sampling.passes), pixel.x, pixel.y);
+  }
+}
+
+// Traces the request's picture on its threads. The outcome does not depend on their number.
+template <Shader Shading>
+Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling, const Shading& shader) {
+  const CameraRays camera(request.camera, request.width, request.height);
+  return drawTiles(request, sampling.tileSide(), [&](Tile tile) {
+    PixelBlock block{sampling.block, tile.left, tile.top};
+    for (; block.top < tile.bottom; block.top += block.pixels()) {
+      for (block.left = tile.left; block.left < tile.right; block.left += block.pixels()) {
+        drawBlock(request, camera, sampling, block, shader);
+      }
+    }
+  });
+}
+
+}  // namespace quillmere::render

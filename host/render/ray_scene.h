@@ -1,0 +1,65 @@
+#pragma once
+
+#include <embree3/rtcore.h>
+
+#include <memory>
+#include <vector>
+
+#include "geometry_cache.h"
+#include "material.h"
+#include "scene/scene.h"
+
+namespace quillmere::render {
+
+// A surface as it is traced; its place in RayScene::instances is the instance ID of its hits.
+struct Instance {
+  const scene::Surface* surface;
+  const ShadingMaterial* material;
+  glm::mat3 normalToWorld;  // not normalised
+};
+
+// What rays are traced for.
+enum class RayUse {
+  Camera,  // run close together, see everything; a surface that blends is met unless invisible: the caller goes on
+           // behind
+  Light  // run anywhere, pass through unlit surfaces; one that blends is met as often as it is opaque: the ray's ID is
+         // its random number
+};
+
+// A snapshot of a scene with what Embree needs to trace it. Any thread may read between two calls of pose.
+class RayScene {
+ public:
+  explicit RayScene(std::shared_ptr<const scene::Scene> scene);
+  RayScene(const RayScene&) = delete;
+  RayScene& operator=(const RayScene&) = delete;
+
+  // Takes the snapshot at `seconds` and rebuilds only what moved or deformed. Surfaces whose place has no inverse
+  // (scaled to nothing) or is not finite are left out. Throws Error, after which pose must succeed before anything is
+  // traced.
+  void pose(double seconds);
+
+  const scene::Snapshot& snapshot() const { return snapshot_; }
+  const std::vector<Instance>& instances() const { return instances_; }
+
+  // Each ray's nearest hit. `valid` is -1 for the rays of the packet that are meant and 0 for the others.
+  void intersect(const int* valid, RTCRayHit16& rays, RayUse use) const;
+  // Sets the end of light rays that anything stops to minus infinity.
+  void occlude(const int* valid, RTCRay16& rays) const;
+  // Half the diagonal of what stands in the way of light, metres.
+  float solidRadius() const;
+
+ private:
+  void placeInstances();
+  void build();
+  RTCScene solid() const { return solid_ ? solid_.get() : visible_.get(); }
+
+  std::shared_ptr<const scene::Scene> scene_;
+  std::vector<ShadingMaterial> materials_;
+  DeviceHandle device_;
+  GeometryCache shapes_;
+  scene::Snapshot snapshot_;
+  std::vector<Instance> instances_;  // points into snapshot_ and materials_
+  SceneHandle visible_, solid_;      // all surfaces; all but the unlit ones, null when there are none of those
+};
+
+}  // namespace quillmere::render
