@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import json
 import os
+import stat
 from typing import Any
 
 from .errors import HelperError, reason_of
@@ -15,15 +16,22 @@ def read_file(path: str, what: str, largest: int, remedy: str) -> bytes:
     """The file at `path`, of at most `largest` bytes. Raises HelperError that calls it `what` and ends in `remedy`."""
     name = f'the {what} "{path}"'
     try:
-        if os.path.exists(path) and not os.path.isfile(path):
-            raise HelperError(f"Cannot read {name}: not a file; {remedy}")
-        with open(path, "rb") as file:
+        with open(path, "rb", opener=_regular) as file:
             raw = file.read(largest + 1)
     except (OSError, ValueError) as error:
         raise HelperError(f"Cannot read {name}: {reason_of(error)}; {remedy}") from error
     if len(raw) > largest:
         raise HelperError(f"T{name[1:]} is larger than {largest >> 20} MB; {remedy}")
     return raw
+
+
+def _regular(path: str, flags: int) -> int:
+    """Opens a regular file; anything else is refused, and a pipe without a writer is not waited for."""
+    descriptor = os.open(path, flags | os.O_NONBLOCK)
+    if not stat.S_ISREG(os.fstat(descriptor).st_mode):
+        os.close(descriptor)
+        raise OSError("not a file")
+    return descriptor
 
 
 def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:

@@ -14,8 +14,8 @@ from .errors import HelperError
 from .request import RenderRequest
 
 KEYWORD = "quillmere"
-FROM_HOST = "QUILLMERE_PROVENANCE"  # environment: a JSON object of what only the host knows (scene, camera, ...)
-LARGEST_FROM_HOST = 1 << 20  # bytes
+FILE_FROM_HOST = "QUILLMERE_PROVENANCE_FILE"  # environment: a JSON file of what only the host knows (scene, camera, ...)
+LARGEST_FROM_HOST = 16 << 20  # bytes
 
 
 def facts_of(request: RenderRequest, workflow: Mapping[str, Any], seed: int, more: Mapping[str, Any]) -> dict[str, Any]:
@@ -38,12 +38,11 @@ def facts_of(request: RenderRequest, workflow: Mapping[str, Any], seed: int, mor
 
 
 def _from_host() -> dict[str, Any]:
-    text = os.environ.get(FROM_HOST, "")
+    """Nothing when there is no such file or something is wrong with it: that costs no picture."""
     try:
-        facts = json.loads(text) if 0 < len(text) <= LARGEST_FROM_HOST else {}
-    except (ValueError, RecursionError):
+        return json_reader.read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
+    except (KeyError, HelperError):
         return {}
-    return facts if isinstance(facts, dict) else {}
 
 
 def side_file(facts: Mapping[str, Any]) -> bytes:

@@ -38,7 +38,7 @@ class RealHelper(Stage):
     def setUp(self) -> None:
         super().setUp()
         self.env["PATH"] = os.environ["PATH"]
-        for name in ("QUILLMERE_PROVENANCE", "QUILLMERE_SEED", "QUILLMERE_STYLE", "QUILLMERE_A1111_URL"):
+        for name in ("QUILLMERE_PROVENANCE_FILE", "QUILLMERE_SEED", "QUILLMERE_STYLE", "QUILLMERE_A1111_URL"):
             self.env.pop(name, None)
         self.write("ink.json", json.dumps(RANDOM_INK).encode())
 
@@ -192,11 +192,12 @@ class Like(RealHelper):
         self.assertRegex(self.repeated("--like", "b.png").stderr, "style image, '.*style.png', is gone(.|\n)*--style ''")
         self.assertRegex(self.repeated("scene.glb", "--style", "style.png").stderr, "--style 'style.png': no such picture")
 
-    def test_a_prompt_too_long_for_the_environment_is_repeated_too(self) -> None:
-        (self.folder / "long.txt").write_text("fog " * 60_000)
-        made = self.first("--prompt-file", "long.txt")
-        self.assertNotIn("prompt", made)
-        self.assertEqual(self.rendered("--like", "a.png")["effective_prompt"], made["effective_prompt"])
+    def test_a_prompt_too_long_for_an_environment_variable_is_kept_and_repeated(self) -> None:
+        (self.folder / "long.txt").write_text("fög " * 60_000)
+        made = self.first("--prompt-file", "long.txt", "--system-prompt", "Draw.")
+        self.assertEqual((made["prompt"], made["system_prompt"]), ("fög " * 60_000, "Draw."))
+        again = self.rendered("--like", "a.png")
+        self.assertEqual([again[key] for key in ("prompt", "effective_prompt")], [made[key] for key in ("prompt", "effective_prompt")])
 
     def test_a_changed_or_lost_workflow_can_be_had_from_the_picture(self) -> None:
         self.first()

@@ -12,6 +12,9 @@ from comfy_case import ComfyCase
 from comfy_classes import graph
 from scratch_render import RenderCase, png, png_chunks
 
+from quillmere_helper import provenance
+from quillmere_helper.request import RenderRequest
+
 
 def pixels(picture):
     return bytes(dict(png_chunks.chunks(picture))[b"IDAT"])
@@ -19,19 +22,29 @@ def pixels(picture):
 
 class Renders(ComfyCase):
     def test_a_render_brings_the_servers_picture_home_and_tells_what_made_it(self):
-        self.environment["QUILLMERE_PROVENANCE"] = json.dumps({"scene": "city.glb", "seed": "not ours"})
+        told = {"scene": "city.glb", "prompt": "fög " * 50_000, "seed": "not ours"}
+        self.environment["QUILLMERE_PROVENANCE_FILE"] = self.write("provenance.json", told)
         response = self.assert_rendered()
         picture = (self.outputs / "shot_f3_1.png").read_bytes()
         self.assertEqual((response["first_output"], response["seed"]), (str(self.outputs / "shot_f3_1.png"), 5))
         facts = json.loads(png_chunks.texts(picture)["quillmere"])
         self.assertEqual(facts, json.loads((self.outputs / "shot_f3_1.png.json").read_text()))
-        wanted = {"scene": "city.glb", "seed": 5, "frame": 3, "width": 1000, "server_version": "0.3.64"}
+        wanted = {**told, "seed": 5, "frame": 3, "width": 1000, "server_version": "0.3.64"}
         self.assertEqual({key: facts[key] for key in wanted}, wanted)
         self.assertEqual(facts["workflow"], graph())
         nodes = {identifier: node["inputs"] for identifier, node in self.posted()[0].items()}
         self.assertEqual((nodes["2"]["text"], nodes["5"]["width"], nodes["5"]["height"]), ("a quiet street", 1000, 496))
         self.assertRegex(nodes["4"]["image"], "^quillmere/[0-9a-f]+/guide_[0-9a-f]+.png$")
         self.assertRegex(nodes["9"]["filename_prefix"], "^quillmere/[0-9a-f-]{36}/")
+
+    def test_what_the_host_tells_in_another_file_than_a_json_object_costs_no_picture(self):
+        os.mkfifo(self.folder / "pipe")
+        self.write("large", b"{}" + b" " * (16 << 20))
+        self.write("list", b"[1]")
+        request = RenderRequest(**self.members)
+        for name in ("lost", "", "pipe", ".", "large", "list"):
+            with self.subTest(name), mock.patch.dict(os.environ, {"QUILLMERE_PROVENANCE_FILE": str(self.folder / name)}):
+                self.assertNotIn("scene", provenance.facts_of(request, {}, 5, {}))
 
     def test_a_deep_guide_reaches_the_server_as_8_bit_rgb(self):
         self.write("reference_3.png", png(20, 10, (200, 60, 40), depth=16))

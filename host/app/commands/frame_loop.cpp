@@ -6,6 +6,7 @@
 #include "effect/parameter_ids.h"
 #include "image/file_formats.h"
 #include "process/process_tree.h"
+#include "process/runtime_lock.h"
 #include "provenance/picture_record.h"
 #include "run.h"
 #include "sdk/door/frame.h"
@@ -76,7 +77,7 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const st
 
 // The guide that the effect leaves for its helper.
 std::filesystem::path guideFile(const FramePlan& plan, std::int32_t frame) {
-  return plan.writeDirectory / "quillmere" / "c4d" / "runtime" / ("reference_" + std::to_string(frame) + ".png");
+  return runtimeFolder(plan.writeDirectory) / ("reference_" + std::to_string(frame) + ".png");
 }
 
 FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const FramePlan& plan, std::int32_t frame,

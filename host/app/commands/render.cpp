@@ -79,7 +79,7 @@ ExitStatus run(const Options& options) {
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), options.scene.scene, *report);
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
-  tellHelper(session, options.scene);
+  tellHelper(session, options.scene, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);

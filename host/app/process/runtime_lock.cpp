@@ -30,8 +30,12 @@ std::string holder(int descriptor) {
 
 }  // namespace
 
+std::filesystem::path runtimeFolder(const std::filesystem::path& writeDirectory) {
+  return writeDirectory / "quillmere" / "c4d" / "runtime";
+}
+
 RuntimeLock::RuntimeLock(const std::filesystem::path& writeDirectory) {
-  const std::filesystem::path folder = writeDirectory / "quillmere" / "c4d";
+  const std::filesystem::path folder = runtimeFolder(writeDirectory).parent_path();
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) refuseUnwritable(writeDirectory, error);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 
 #include "effect/effect_session.h"
@@ -9,8 +10,9 @@
 namespace quillmere::app {
 
 // Lets every helper that this process starts from now on keep in its pictures what only the host knows: scene, camera,
-// prompts, guide mode, frame rate, workflow ID, version. Only while no other thread reads the environment.
-void tellHelper(EffectSession& session, const SceneOptions& scene);
+// prompts, guide mode, frame rate, workflow ID, version. They stand in a file of `folder` (made where it is missing)
+// that an environment variable names: set only while no other thread reads the environment. Throws image::Error.
+void tellHelper(EffectSession& session, const SceneOptions& scene, const std::filesystem::path& folder);
 
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);
