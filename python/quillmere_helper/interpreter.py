@@ -9,7 +9,7 @@ import subprocess
 import sys
 from typing import Dict, List
 
-from .response import Response
+from .exchange import Response
 
 OLDEST = (3, 9)
 CHOICE = "QUILLMERE_PYTHON"  # environment: the interpreter to use

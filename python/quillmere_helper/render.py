@@ -8,12 +8,11 @@ import time
 import traceback
 
 from . import backends, cancellation, interpreter
+from .backends import Job, Made
 from .errors import HelperError, reason_of
-from .jobs import Job, Made
+from .exchange import Response, Status
 from .outputs import Outputs
 from .request import read_request
-from .response import Response
-from .status import Status
 from .workflows import read_workflow
 
 DONE, FAILED, CANCELLED = 0, 1, 143

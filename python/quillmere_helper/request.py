@@ -7,7 +7,7 @@ from dataclasses import dataclass, fields
 from typing import Any
 
 from .errors import HelperError
-from .json_reader import read_object
+from .files import read_object
 
 LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
 LARGEST_SIDE = 16384  # pixels

@@ -19,6 +19,8 @@ from .errors import HelperError, reason_of
 CONNECT_TIME = 10.0  # seconds
 ANSWER_TIME = 30.0  # seconds without a byte
 LARGEST_ANSWER = 1 << 30  # bytes
+LONGEST_REASON = 200  # characters
+MEMORY = ("OutOfMemory", "out of memory", "Allocation on device")  # a server's words for too little of it
 
 Connection = Union[http.client.HTTPConnection, http.client.HTTPSConnection]
 
@@ -35,12 +37,7 @@ class Answer:
 
     def json(self) -> Any:
         """The JSON that the body holds, or None when it holds none: errors often come as text."""
-        if self.kind != "application/json":
-            return None
-        try:
-            return json.loads(self.body)
-        except (ValueError, RecursionError):
-            return None
+        return json_of(self.body) if self.kind == "application/json" else None
 
     def text(self) -> str:
         return self.body.decode("utf-8", "replace")
@@ -124,6 +121,24 @@ def unreachable(site: Site, error: BaseException) -> Unreachable:
 
 def json_body(content: Any) -> tuple[bytes, dict[str, str]]:
     return json.dumps(content).encode(), {"Content-Type": "application/json"}
+
+
+def json_of(sent: Union[bytes, str]) -> Any:
+    """The JSON value that a server sent, or None when it is none."""
+    try:
+        return json.loads(sent)
+    except (ValueError, RecursionError):
+        return None
+
+
+def shortened(text: str) -> str:
+    """A server's own words on one line, for an error; the rest of a long text belongs into the log."""
+    flat = " ".join(text.split())
+    return flat if len(flat) <= LONGEST_REASON else flat[: LONGEST_REASON - 3] + "..."
+
+
+def out_of_memory(text: str) -> bool:
+    return any(word in text for word in MEMORY)
 
 
 def bearer(token: str) -> dict[str, str]:

@@ -16,7 +16,8 @@ ROOT = Path(__file__).resolve().parents[2]
 HELPER = ROOT / "python" / "quillmere_render_helper.py"
 sys.path.insert(0, str(ROOT / "python"))
 
-from quillmere_helper import interpreter, png_chunks  # noqa: E402
+from quillmere_helper import interpreter  # noqa: E402
+from quillmere_helper.png import file_of  # noqa: E402
 
 
 def with_pillow():
@@ -30,9 +31,7 @@ def png(width, height, colour=(200, 60, 40), depth=8):
     """An RGB PNG of one colour, made without any picture library."""
     samples = bytes(colour) if depth == 8 else b"".join(bytes((sample, sample)) for sample in colour)
     header = struct.pack(">IIBBBBB", width, height, depth, 2, 0, 0, 0)
-    parts = [png_chunks.chunk(b"IHDR", header)]
-    parts.append(png_chunks.chunk(b"IDAT", zlib.compress((b"\0" + samples * width) * height, 1)))
-    return b"".join([png_chunks.SIGNATURE, *parts, png_chunks.chunk(b"IEND", b"")])
+    return file_of((b"IHDR", header), (b"IDAT", zlib.compress((b"\0" + samples * width) * height, 1)))
 
 
 class RenderCase(unittest.TestCase):

@@ -10,14 +10,16 @@ from unittest import mock
 
 from comfy_case import ComfyCase
 from comfy_classes import graph
-from scratch_render import RenderCase, png, png_chunks
+from scratch_render import RenderCase, png
 
-from quillmere_helper import provenance
+from quillmere_helper.outputs import record_of
+from quillmere_helper.png import chunks, texts
 from quillmere_helper.request import RenderRequest
+from quillmere_helper.workflows import Workflow
 
 
 def pixels(picture):
-    return bytes(dict(png_chunks.chunks(picture))[b"IDAT"])
+    return bytes(dict(chunks(picture))[b"IDAT"])
 
 
 class Renders(ComfyCase):
@@ -27,7 +29,7 @@ class Renders(ComfyCase):
         response = self.assert_rendered()
         picture = (self.outputs / "shot_f3_1.png").read_bytes()
         self.assertEqual((response["first_output"], response["seed"]), (str(self.outputs / "shot_f3_1.png"), 5))
-        facts = json.loads(png_chunks.texts(picture)["quillmere"])
+        facts = json.loads(texts(picture)["quillmere"])
         self.assertEqual(facts, json.loads((self.outputs / "shot_f3_1.png.json").read_text()))
         wanted = {**told, "seed": 5, "frame": 3, "width": 1000, "server_version": "0.3.64"}
         self.assertEqual({key: facts[key] for key in wanted}, wanted)
@@ -44,7 +46,7 @@ class Renders(ComfyCase):
         request = RenderRequest(**self.members)
         for name in ("lost", "", "pipe", ".", "large", "list"):
             with self.subTest(name), mock.patch.dict(os.environ, {"QUILLMERE_PROVENANCE_FILE": str(self.folder / name)}):
-                self.assertNotIn("scene", provenance.facts_of(request, {}, 5, {}))
+                self.assertNotIn("scene", record_of(request, Workflow("", "embedded", {}), 5, {}))
 
     def test_a_deep_guide_reaches_the_server_as_8_bit_rgb(self):
         self.write("reference_3.png", png(20, 10, (200, 60, 40), depth=16))

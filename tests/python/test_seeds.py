@@ -6,7 +6,7 @@ from unittest import mock
 from scratch_render import RenderCase
 
 from quillmere_helper.errors import HelperError
-from quillmere_helper.seeds import seed_for
+from quillmere_helper.parameters import seed_for
 
 LARGEST = (1 << 64) - 1
 

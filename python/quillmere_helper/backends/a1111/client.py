@@ -8,9 +8,7 @@ from typing import Any, Mapping, Optional
 
 from ... import web
 from ...errors import HelperError
-
-MEMORY = ("OutOfMemory", "out of memory")
-LONGEST_REASON = 200  # characters of a server's own words; the rest is in the log
+from ...servers import Kind
 
 
 class A1111:
@@ -22,14 +20,16 @@ class A1111:
     def options(self) -> Mapping[str, Any]:
         """The settings of the server; asked for first, since it tells whether there is such a server at all."""
         answer = self.checked(self.site.get("/sdapi/v1/options"))
-        options = answer.json()
+        options, url = answer.json(), self.site.url
         if answer.status == 404:
-            raise HelperError(f"{self.site.url} offers no API; start that server with --api, or correct the URL")
+            raise HelperError(f"{url} offers no API; start that server with --api, or correct the URL")
         if answer.status != 200 or not isinstance(options, dict):
-            raise HelperError(
-                f"{self.site.url} is no A1111-compatible server (status {answer.status}); correct the URL"
-            )
+            raise HelperError(f"{url} is no A1111-compatible server (status {answer.status}); correct the URL")
         return options
+
+    def checkpoint(self) -> str:
+        """The model that is loaded; in place of a version, which these servers do not tell."""
+        return str(self.options().get("sd_model_checkpoint") or "")
 
     def names(self, path: str, key: str) -> Optional[list[str]]:
         """The names that the server lists at `path`, or None when it has no such list."""
@@ -95,12 +95,14 @@ def refused(answer: web.Answer, site: web.Site, where: str) -> HelperError:
     else:
         told = str(detail or errors or answer.text())
     whole = f"{content.get('error')} {told} {errors}"
-    if any(word in whole for word in MEMORY):
+    if web.out_of_memory(whole):
         return HelperError(f"{site.url} ran out of memory; lower the resolution or use a smaller model", whole)
-    told = " ".join(told.split())[:LONGEST_REASON]
-    text = f"{site.url} does not make the picture (status {answer.status}: {told}); correct {where}"
+    text = f"{site.url} does not make the picture (status {answer.status}: {web.shortened(told)}); correct {where}"
     return HelperError(text, json.dumps(content, indent=2) if content else answer.text())
 
 
 def _last(place: Any) -> str:
     return str(place[-1]) if isinstance(place, list) and place else "?"
+
+
+KIND = Kind("A1111-compatible", "QUILLMERE_A1111", "http://127.0.0.1:7860", lambda site: A1111(site).checkpoint())

@@ -1,17 +1,49 @@
-"""What is sent to an A1111-compatible server for one picture, and what comes back."""
+"""What a workflow file for an A1111-compatible server may set, what is sent for one picture, and what comes back."""
 
 from __future__ import annotations
 
 import base64
 import binascii
-import json
+from dataclasses import dataclass
 from typing import Any, Mapping, Optional
 
-from ... import picture_files
+from ... import pictures, servers, web
 from ...errors import HelperError
+from ...parameters import Parameter, read_parameters
 from ...request import RenderRequest
-from .client import A1111
-from .settings import OFF, REQUIRED, Settings
+from ...workflows import Workflow
+from .client import A1111, KIND
+
+KEYS = ("backend", "url", "parameters")
+WHEN_THERE, REQUIRED, OFF = "when there", "required", "off"
+
+PARAMETERS = (
+    Parameter("seed", "frame", "of the sampler", words=("frame", "random")),
+    Parameter("steps", 20, "of the sampler", 1, 150),
+    Parameter("cfg_scale", 7.0, "how much the prompt counts", 1, 30),
+    Parameter("denoising_strength", 0.6, "how far the picture may leave the guide", 0, 1),
+    Parameter("negative_prompt", "", "what not to show"),
+    Parameter("sampler", "", "name of a sampler of the server; empty: the server's own choice"),
+    Parameter("scheduler", "", "name of a scheduler of the server; empty: the server's own choice"),
+    Parameter("checkpoint", "", "name of a model of the server; empty: the one that is loaded"),
+    Parameter("pictures", 1, "how many to make", 1, 8),
+    Parameter("controlnet", WHEN_THERE, "whether ControlNet holds the composition", words=(WHEN_THERE, REQUIRED, OFF)),
+    Parameter("controlnet_model", "canny", "words in the name of the ControlNet model"),
+    Parameter("controlnet_module", "canny", 'how ControlNet prepares the guide; "none": not at all'),
+    Parameter("controlnet_weight", 1.0, "how much ControlNet counts", 0, 2),
+)
+
+
+@dataclass(frozen=True)
+class Settings:
+    site: web.Site
+    options: Mapping[str, Any]
+    where: str  # for messages
+
+
+def read_settings(workflow: Workflow) -> Settings:
+    options = read_parameters(workflow.content, KEYS, PARAMETERS, workflow.name)
+    return Settings(servers.site_for(KIND, workflow.content.get("url"), workflow.name), options, workflow.name)
 
 
 def payload(
@@ -64,11 +96,13 @@ def control_model(server: A1111, settings: Settings) -> Optional[str]:
     return found
 
 
-def pictures(content: Any, asked: int) -> tuple[list[tuple[bytes, str]], list[int]]:
+def received(content: Any, asked: int) -> tuple[list[tuple[bytes, str]], list[int]]:
     """The pictures of an answer, without the overview that may come first and the maps that may come last, and the
     seed of each: the one `asked` for where the server doesn't tell."""
-    listed = content.get("images") if isinstance(content, dict) else None
-    info = _info(content.get("info")) if isinstance(content, dict) else {}
+    content = content if isinstance(content, dict) else {}
+    listed, info = content.get("images"), content.get("info")
+    info = web.json_of(info) if isinstance(info, str) else None  # JSON within JSON
+    info = info if isinstance(info, dict) else {}
     seeds = info.get("all_seeds")
     seeds = seeds if isinstance(seeds, list) else [info.get("seed")]
     first = info.get("index_of_first_image")
@@ -96,21 +130,12 @@ def _unit(picture: str, model: str, options: Mapping[str, Any]) -> dict[str, Any
     }
 
 
-def _info(text: Any) -> dict[str, Any]:
-    """JSON within JSON."""
-    try:
-        info = json.loads(text) if isinstance(text, str) else None
-    except (ValueError, RecursionError):
-        info = None
-    return info if isinstance(info, dict) else {}
-
-
 def _picture(encoded: Any) -> tuple[bytes, str]:
     try:
         content = base64.b64decode(str(encoded).rpartition(",")[2], validate=True)
     except (binascii.Error, ValueError):
         content = b""
-    kind = picture_files.kind_of(content)
+    kind = pictures.kind_of(content)
     if kind is None:
         raise HelperError("The server has sent something that is no whole PNG, JPEG or WebP picture; see its console")
     return content, kind

@@ -9,13 +9,12 @@ from typing import Any, Mapping, Optional
 
 from ... import cancellation, web
 from ...errors import HelperError
-from ...given_pictures import ready
-from ...jobs import Job, Made
-from ...patience import patience, patiently
-from ...seeds import seed_for
-from . import payload
+from ...parameters import seed_for
+from ...pictures import given_picture
+from ...servers import patience, patiently
+from .. import Job, Made
 from .client import A1111, Call, refused
-from .settings import Settings
+from .payload import Settings, control_model, payload, received
 
 POLL = 0.7  # seconds between two looks at the progress
 LARGEST_SEED = (1 << 32) - 1  # of these servers
@@ -37,32 +36,27 @@ class Rendering:
     def run(self) -> Made:
         settings, request = self._settings, self._job.request
         self._tell(f"Connecting to {settings.site.url}")
-        model = str(self._server.options().get("sd_model_checkpoint") or "")
-        control = payload.control_model(self._server, settings)
-        guide, _ = ready(request.reference_image, "guide")
+        checkpoint = self._server.checkpoint()
+        control = control_model(self._server, settings)
+        guide, _ = given_picture(request.reference_image, "guide")
         seed = seed_for(settings.options["seed"], request.frame) & LARGEST_SEED
-        notes = (
-            ["The style image is not used: A1111-compatible servers take none"] if request.locked_style_image else []
-        )
+        unused = "The style image is not used: A1111-compatible servers take none"
         try:
             content = self._called(guide, seed, control)
         except cancellation.Cancelled:
             raise cancellation.Cancelled(self._withdraw()) from None
-        pictures, seeds = payload.pictures(content, seed)
-        facts = {
-            "server": settings.site.url,
-            "checkpoint": settings.options["checkpoint"] or model,
-            "controlnet": control,
-        }
+        pictures, seeds = received(content, seed)
+        checkpoint = settings.options["checkpoint"] or checkpoint
+        facts = {"server": settings.site.url, "checkpoint": checkpoint, "controlnet": control}
         self._job.deliver(pictures, seeds, facts)
-        return Made(seeds[0], notes)
+        return Made(seeds[0], [unused] if request.locked_style_image else [])
 
     def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Any:
         """The server's answer. When the connection is lost the same picture is asked for again: these servers give
         nothing back later."""
         for _ in range(MOST_CALLS):
             self._task = f"task(quillmere-{uuid.uuid4().hex})"
-            content = payload.payload(self._job.request, self._settings, guide, seed, self._task, control)
+            content = payload(self._job.request, self._settings, guide, seed, self._task, control)
             try:
                 call = patiently(lambda: Call(self._settings.site, "/sdapi/v1/img2img", content), self._tell)
                 answer = self._followed(call)

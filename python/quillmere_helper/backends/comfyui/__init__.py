@@ -4,17 +4,48 @@ from __future__ import annotations
 
 from typing import Any
 
-from ...jobs import Job, Made
+from ...errors import HelperError
 from ...workflows import Workflow
-from . import inspection, rendering
-from .source import read_source
+from .. import Job, Made
+from .classes import Classes
+from .client import KIND, Comfy
+from .graph import Graph
+from .rendering import Rendering
+from .source import read_source, some
+from .wiring import Wanted, wire
 
 REQUIRES = ""
-
-
-def check(workflow: Workflow) -> dict[str, Any]:
-    return inspection.inspect(read_source(workflow))
+SERVER = KIND
+TRIAL = Wanted("prompt", "guide.png", "", 512, 512, 0, 0, "quillmere/check/picture")
 
 
 def make(job: Job) -> Made:
-    return rendering.Rendering(job, read_source(job.workflow)).run()
+    return Rendering(job, read_source(job.workflow)).run()
+
+
+def check(workflow: Workflow) -> dict[str, Any]:
+    """Names what is missing on the server, or unclear in the workflow."""
+    source = read_source(workflow)
+    comfy = Comfy(source.site)
+    facts = {"server": source.site.url, "version": comfy.version()}
+    classes = Classes(comfy.class_info)
+    source.refuse_missing_classes(classes)
+    graph = source.graph(classes)
+    absent = _missing_files(graph, classes)
+    if absent:
+        raise HelperError(f"Not on the server, for {source.where}: {some(absent)}; put the files there")
+    wire(graph, classes, TRIAL, source.where)
+    return facts
+
+
+def _missing_files(graph: Graph, classes: Classes) -> list[str]:
+    """Choices of the graph that the server does not offer: models, mostly. Pictures are sent with each render."""
+    absent = []
+    for node in graph.nodes.values():
+        described = classes.get(node.kind)
+        for name, spec in (described.inputs if described else {}).items():
+            value = node.inputs.get(name)
+            if spec.choices is not None and not spec.loads_pictures and isinstance(value, str):
+                if value not in spec.choices:
+                    absent.append(f'"{value}" ({name} of {node.label})')
+    return absent

@@ -8,7 +8,7 @@ from typing import Any, Iterator, Mapping, Optional
 
 from ... import web
 from ...errors import HelperError
-from . import refusals
+from ...servers import Kind
 
 RECENT = "64"  # entries of the history to look through for a job that is not there under its own ID
 
@@ -138,7 +138,11 @@ class Comfy:
 
     def _checked(self, answer: web.Answer) -> web.Answer:
         if answer.status in (401, 403, 407):
-            raise refusals.refused_login(self.site.url, answer)
+            raise HelperError(
+                f"{self.site.url} refuses us (status {answer.status}); set QUILLMERE_COMFYUI_TOKEN or "
+                "QUILLMERE_COMFYUI_AUTH for its URL, or put the login into ~/.quillmere/credentials.json",
+                answer.text(),
+            )
         return answer
 
 
@@ -162,3 +166,6 @@ def _fields(boundary: str, fields: Mapping[str, str]) -> Iterator[bytes]:
 def _file(boundary: str, name: str, content: bytes, kind: str) -> bytes:
     head = f'--{boundary}\r\nContent-Disposition: form-data; name="image"; filename="{name}"\r\n'
     return f"{head}Content-Type: {kind}\r\n\r\n".encode() + content + b"\r\n"
+
+
+KIND = Kind("ComfyUI", "QUILLMERE_COMFYUI", "http://127.0.0.1:8188", lambda site: Comfy(site).version())

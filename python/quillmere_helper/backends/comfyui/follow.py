@@ -12,7 +12,7 @@ from typing import Any, Mapping, Optional
 
 from ... import cancellation, web
 from ...errors import HelperError
-from ...patience import Tell, patience
+from ...servers import Tell, patience
 from . import refusals
 from .client import Comfy, Ended, Pending, Running, Ticket, Unknown
 from .graph import Graph

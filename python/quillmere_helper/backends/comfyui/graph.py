@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import re
 from dataclasses import dataclass, field
 from typing import Any, Iterable, Mapping, Optional
 
@@ -60,6 +61,32 @@ class Graph:
                 found.add(node)
                 waiting += [source.id for _, source, _ in self.sources(self.nodes[node])]
         return found
+
+    def fill(self, values: Mapping[str, Any], where: str) -> set[str]:
+        """Replaces the names of `values` that stand in braces in texts; returns those that did. Other braces stay.
+
+        A text that is nothing but one placeholder becomes the value itself, so that "{width}" works where a number is
+        due. Raises HelperError for a value that is None, that is to say not known.
+        """
+        pattern = re.compile("{(" + "|".join(values) + ")}")
+        filled: set[str] = set()
+
+        def value_of(match: "re.Match[str]") -> Any:
+            name = match.group(1)
+            if values[name] is None:
+                text = f'A text in {where} asks for {{{name}}}; set "{name}" in the parameters of the workflow'
+                raise HelperError(text)
+            filled.add(name)
+            return values[name]
+
+        for node in self.nodes.values():
+            for name, text in node.inputs.items():
+                if isinstance(text, str):
+                    whole = pattern.fullmatch(text)
+                    # In one pass: what is put in may itself hold braces.
+                    filling = value_of(whole) if whole else pattern.sub(lambda match: str(value_of(match)), text)
+                    node.inputs[name] = filling
+        return filled
 
 
 def link_of(value: Any) -> Optional[tuple[str, int]]:

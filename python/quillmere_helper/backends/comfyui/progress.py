@@ -2,9 +2,9 @@
 
 from __future__ import annotations
 
-import json
 from typing import Any, Mapping, Optional
 
+from ...web import json_of
 from .client import Ticket
 from .graph import Graph
 from .websocket import Message
@@ -35,10 +35,7 @@ class Progress:
         """Messages of other jobs, previews and what cannot be read change nothing."""
         if not isinstance(message, str):
             return
-        try:
-            content = json.loads(message)
-        except (ValueError, RecursionError):
-            return
+        content = json_of(message)
         kind, data = (content.get("type"), content.get("data")) if isinstance(content, dict) else (None, None)
         if not isinstance(data, dict):
             return

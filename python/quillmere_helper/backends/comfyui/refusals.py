@@ -9,17 +9,7 @@ from ... import web
 from ...errors import HelperError
 from .graph import Graph
 
-MEMORY = ("OutOfMemory", "out of memory", "Allocation on device")
-LONGEST_REASON = 200  # characters of a server's own words; the rest is in the log
 LONGEST_LIST = 3  # choices that are named
-
-
-def refused_login(url: str, answer: web.Answer) -> HelperError:
-    return HelperError(
-        f"{url} refuses us (status {answer.status}); set QUILLMERE_COMFYUI_TOKEN or QUILLMERE_COMFYUI_AUTH "
-        "for its URL, or put the login into ~/.quillmere/credentials.json",
-        answer.text(),
-    )
 
 
 def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperError:
@@ -35,7 +25,7 @@ def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperE
     error = content.get("error")
     error = error if isinstance(error, dict) else {"message": error}
     kind = str(error.get("type"))
-    message = shortened(f"{error.get('message') or ''} {error.get('details') or ''}".strip())
+    message = web.shortened(f"{error.get('message') or ''} {error.get('details') or ''}".strip())
     if kind == "missing_node_type" or "does not exist" in message:
         return HelperError(
             f"{message} In {where}: install the node pack on the server, or change the workflow", details
@@ -65,7 +55,7 @@ def _node_problem(label: str, error: Mapping[str, Any]) -> str:
     extra = error.get("extra_info")
     extra = extra if isinstance(extra, dict) else {}
     name, value = extra.get("input_name"), extra.get("received_value")
-    details = shortened(str(error.get("details") or error.get("message") or "no reason given"))
+    details = web.shortened(str(error.get("details") or error.get("message") or "no reason given"))
     kind = error.get("type")
     if kind == "value_not_in_list":
         return (
@@ -94,20 +84,15 @@ def run_failed(data: Mapping[str, Any], graph: Graph, where: str) -> HelperError
     label = node.label if node else f"{data.get('node_type')} (node {data.get('node_id')})"
     kind, message = str(data.get("exception_type") or ""), str(data.get("exception_message") or "").strip()
     details = json.dumps(data, indent=2, ensure_ascii=False, default=str)
-    if any(word in kind or word in message for word in MEMORY):
+    if web.out_of_memory(kind) or web.out_of_memory(message):
         text = f"The server ran out of memory in {label}; lower the resolution or use a smaller model"
         return HelperError(f"{text} (in {where})", details)
     if "No space left" in message:
         return HelperError(f"The disk of the server is full ({label}); free some space there", details)
     return HelperError(
-        f"{label} failed on the server: {shortened(message) or kind or 'no reason given'}; in {where}", details
+        f"{label} failed on the server: {web.shortened(message) or kind or 'no reason given'}; in {where}", details
     )
 
 
 def interrupted(where: str) -> HelperError:
     return HelperError(f"{where} was interrupted on the server; render the frame again")
-
-
-def shortened(text: str) -> str:
-    flat = " ".join(text.split())
-    return flat if len(flat) <= LONGEST_REASON else flat[: LONGEST_REASON - 3] + "..."

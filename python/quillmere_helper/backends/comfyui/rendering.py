@@ -2,16 +2,21 @@
 
 from __future__ import annotations
 
+import hashlib
+import time
 import uuid
+from dataclasses import replace
 from functools import partial
 from typing import Optional
 
 from ... import cancellation, web
 from ...errors import HelperError
-from ...jobs import Job, Made
-from ...patience import patiently
-from ...seeds import seed_for
-from . import inspection, refusals, results, uploads, withdrawal
+from ...parameters import seed_for
+from ...pictures import given_picture
+from ...request import RenderRequest
+from ...servers import patiently
+from .. import Job, Made
+from . import refusals, results
 from .classes import Classes
 from .client import Comfy, Ticket
 from .follow import Entry, Follower, Lost
@@ -20,6 +25,9 @@ from .source import Source
 from .wiring import Wanted, Wired, wire
 
 MOST_SUBMISSIONS = 4  # a server that loses a job more often has a fault of its own
+TYPES = {"png": "image/png", "jpg": "image/jpeg", "webp": "image/webp"}
+WITHDRAWAL = 0.6  # seconds for all of it: a stopped render has to end within one
+HASTE = 0.4  # seconds for one answer of the server meanwhile
 
 
 class Rendering:
@@ -36,12 +44,12 @@ class Rendering:
     def run(self) -> Made:
         self._tell(f"Connecting to {self._source.site.url}")
         version = self._comfy.version()
-        inspection.refuse_missing_classes(self._source, self._classes)
+        self._source.refuse_missing_classes(self._classes)
         self._wired("")  # whether the request fits the graph, before anything is sent
         try:
             pictures, wired = self._pictures()
         except cancellation.Cancelled:
-            raise cancellation.Cancelled(withdrawal.withdraw(self._comfy, self._ticket)) from None
+            raise cancellation.Cancelled(_withdraw(self._comfy, self._ticket)) from None
         seed = wired.seed if wired.seed is not None else 0
         facts = {"server": self._source.site.url, "server_version": version, "workflow": self._source.self_contained}
         self._job.deliver(pictures, [seed] * len(pictures), facts)
@@ -64,7 +72,7 @@ class Rendering:
         if not path:
             return ""
         self._tell(f"Sending the {role} image")
-        return patiently(lambda: uploads.send(self._comfy, self._job.request, path, role), self._tell)
+        return patiently(lambda: _send(self._comfy, self._job.request, path, role), self._tell)
 
     def _once(self, follower: Follower) -> tuple[list[tuple[bytes, str]], Wired]:
         job = str(uuid.uuid4())
@@ -105,7 +113,7 @@ class Rendering:
             ticket.job = content["prompt_id"]
         if not taken or content.get("node_errors"):
             if taken:  # the server would run the part of the graph that it finds right
-                withdrawal.withdraw(self._comfy, ticket)
+                _withdraw(self._comfy, ticket)
             raise refusals.not_taken(self._source.site.url, answer, graph, self._source.where)
 
     def _fetch(self, entry: Entry, wired: Wired) -> list[tuple[bytes, str]]:
@@ -117,3 +125,34 @@ class Rendering:
 
     def _tell(self, message: str, share: Optional[float] = None) -> None:
         self._job.status.tell("render", message, share)
+
+
+def _send(comfy: Comfy, request: RenderRequest, path: str, role: str) -> str:
+    """Uploads the picture at `path`, which is the `role` image ("guide" or "style"); returns its name on the server.
+
+    Servers cannot delete pictures, so they get one folder per series of renders, and a name made from the content: the
+    same picture never takes room twice, and two renders at the same time never see each other's.
+    """
+    content, kind = given_picture(path, role)
+    series = hashlib.sha256(f"{request.output_dir}\n{request.output_prefix}".encode("utf-8", "surrogateescape"))
+    name = f"{role}_{hashlib.sha256(content).hexdigest()[:24]}.{kind}"
+    return comfy.upload(name, f"quillmere/{series.hexdigest()[:12]}", content, TYPES[kind])
+
+
+def _withdraw(comfy: Comfy, ticket: Optional[Ticket]) -> str:
+    """Stops the job of `ticket`, queued or running, and no other; tells in words what has become of it.
+
+    A job that is not to be seen may just be on its way into the queue, so it is looked for until the time is over.
+    """
+    if ticket is None:
+        return "Quillmere render cancelled"
+    hasty = Comfy(replace(comfy.site, patience=HASTE))
+    end = time.monotonic() + WITHDRAWAL
+    try:
+        while time.monotonic() < end:
+            if hasty.cancel(ticket):
+                return "Quillmere render cancelled; its job on the server was stopped"
+            time.sleep(0.1)
+    except HelperError:
+        return f"Quillmere render cancelled, but {comfy.site.url} could not be told: its job may still run there"
+    return "Quillmere render cancelled"

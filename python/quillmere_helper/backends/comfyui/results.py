@@ -5,7 +5,7 @@ from __future__ import annotations
 import time
 from typing import Any, Mapping
 
-from ... import picture_files, web
+from ... import pictures, web
 from ...errors import HelperError
 from .client import Comfy
 
@@ -25,10 +25,10 @@ def named_in(entry: Mapping[str, Any], ends: list[str]) -> list[Mapping[str, Any
     for end in [*ends, *(str(node) for node in outputs)]:
         told = outputs.get(end)
         images = told.get("images") if isinstance(told, dict) else None
-        pictures = [image for image in images if isinstance(image, dict)] if isinstance(images, list) else []
-        pictures = [picture for picture in pictures if isinstance(picture.get("filename"), str)]
-        if pictures:
-            return sorted(pictures, key=lambda picture: picture.get("type") != "output")
+        listed = [image for image in images if isinstance(image, dict)] if isinstance(images, list) else []
+        named = [image for image in listed if isinstance(image.get("filename"), str)]
+        if named:
+            return sorted(named, key=lambda image: image.get("type") != "output")
     return []
 
 
@@ -46,7 +46,7 @@ def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> tuple[bytes, str]:
             continue
         if answer.status == 404:
             raise Gone(f'The picture "{name}" is not on the server any more; render the frame again')
-        kind = picture_files.kind_of(answer.body) if answer.status == 200 else None
+        kind = pictures.kind_of(answer.body) if answer.status == 200 else None
         if kind is not None:
             return answer.body, kind
     raise HelperError(

@@ -11,14 +11,14 @@ from dataclasses import dataclass, field
 from typing import Any, Optional
 
 from ...errors import HelperError
-from . import placeholders, shape
+from ...parameters import LARGEST_SEED
+from . import shape
 from .classes import Classes
 from .graph import Graph, Node, link_of
 
 MARK = "quillmere "
 WHOLE_NUMBERS = ("width", "height", "frame", "seed")
 SEED_INPUTS = ("seed", "noise_seed")
-LARGEST_SEED = (1 << 64) - 1
 
 
 @dataclass(frozen=True)
@@ -61,7 +61,7 @@ class _Wiring:
             if node.title.strip().lower().startswith(MARK)
         }
         values = {name: getattr(wanted, name) for name in ("prompt", "guide", "style", *WHOLE_NUMBERS)}
-        self._filled = placeholders.fill(graph, values, where)
+        self._filled = graph.fill(values, where)
 
     def run(self) -> Wired:
         outputs = shape.outputs(self._graph, self._classes, self._marked.get("result"), self._where)

@@ -1,4 +1,4 @@
-"""JSON objects from files that other programs or people write."""
+"""Files that other programs or people wrote, read whole up to a size, and the JSON objects in them."""
 
 from __future__ import annotations
 
@@ -25,15 +25,6 @@ def read_file(path: str, what: str, largest: int, remedy: str) -> bytes:
     return raw
 
 
-def _regular(path: str, flags: int) -> int:
-    """Opens a regular file; anything else is refused, and a pipe without a writer is not waited for."""
-    descriptor = os.open(path, flags | os.O_NONBLOCK)
-    if not stat.S_ISREG(os.fstat(descriptor).st_mode):
-        os.close(descriptor)
-        raise OSError("not a file")
-    return descriptor
-
-
 def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:
     """The JSON object in the file at `path`; see `read_file` and `parse_object`."""
     return parse_object(read_file(path, what, largest, remedy), f'The {what} "{path}"', remedy)
@@ -53,6 +44,15 @@ def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
     if not isinstance(value, dict):
         raise HelperError(f"{name} is not a JSON object; {remedy}")
     return value
+
+
+def _regular(path: str, flags: int) -> int:
+    """Opens a regular file; anything else is refused, and a pipe without a writer is not waited for."""
+    descriptor = os.open(path, flags | os.O_NONBLOCK)
+    if not stat.S_ISREG(os.fstat(descriptor).st_mode):
+        os.close(descriptor)
+        raise OSError("not a file")
+    return descriptor
 
 
 def _integer(digits: str) -> int:

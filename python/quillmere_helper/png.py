@@ -40,6 +40,11 @@ def chunk(kind: bytes, data: bytes) -> bytes:
     return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
 
+def file_of(*parts: tuple[bytes, bytes]) -> bytes:
+    """The file of these chunks; IEND is added."""
+    return SIGNATURE + b"".join(chunk(kind, data) for kind, data in (*parts, (b"IEND", b"")))
+
+
 def texts(png: bytes) -> dict[str, str]:
     """The texts of the file by keyword; of several under one keyword the first counts. Damaged texts are left out."""
     found: dict[str, str] = {}
