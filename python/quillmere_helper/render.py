@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import importlib
 import sys
 import time
 import traceback
@@ -56,19 +55,12 @@ def _prepare(argv: list[str], request_path: str) -> Job:
     status = Status(request.status_path)
     status.tell("prepare", "Reading the workflow")
     workflow = read_workflow(request.workflow_path, backends.MODULES)
-    _require(argv, backends.load(workflow.backend).REQUIRES)
+    required = backends.load(workflow.backend).REQUIRES
+    if required and not interpreter.has(required):
+        raise HelperError(interpreter.hand_over(argv, required))
     outputs = Outputs(request.output_dir, request.output_prefix, request.frame)
     outputs.prepare()
     return Job(request, workflow, status, outputs)
-
-
-def _require(argv: list[str], module: str) -> None:
-    """Goes on in an interpreter that has `module`: this one, or another one in this process's place."""
-    try:
-        if module:
-            importlib.import_module(module)
-    except ImportError as error:
-        raise HelperError(interpreter.hand_over(argv, module)) from error
 
 
 def _facts(job: Job, made: Made, seconds: float) -> dict[str, object]:

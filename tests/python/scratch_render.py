@@ -27,6 +27,15 @@ def with_pillow():
     return interpreter.find("PIL.Image") or None
 
 
+def without_pillow(folder):
+    """An interpreter that cannot draw: a virtual environment in `folder` without any package."""
+    home = Path(folder) / "bare"
+    (home / "bin").mkdir(parents=True)
+    (home / "pyvenv.cfg").write_text(f"home = {Path(sys.executable).parent}\ninclude-system-site-packages = false\n")
+    (home / "bin" / "python3").symlink_to(sys.executable)
+    return str(home / "bin" / "python3")
+
+
 def png(width, height, colour=(200, 60, 40), depth=8):
     """An RGB PNG of one colour, made without any picture library."""
     samples = bytes(colour) if depth == 8 else b"".join(bytes((sample, sample)) for sample in colour)

@@ -7,7 +7,7 @@ import sys
 import time
 import unittest
 
-from scratch_render import HELPER, RenderCase, with_pillow
+from scratch_render import HELPER, RenderCase, with_pillow, without_pillow
 
 
 class LongCalls(unittest.TestCase):
@@ -69,9 +69,8 @@ class Cancellation(RenderCase):
         slow = self.folder / "slow"
         slow.write_text(f"#!/bin/sh\necho $$ > '{self.folder}/searching'\nexec sleep 30\n")
         slow.chmod(0o755)
-        self.write("PIL.py", b"raise ImportError")
-        self.environment.update(QUILLMERE_PYTHON=str(slow), PYTHONPATH=str(self.folder))
-        process = self.start(python=sys.executable)
+        self.environment["QUILLMERE_PYTHON"] = str(slow)
+        process = self.start(python=without_pillow(self.folder))
         searching = self.folder / "searching"
         self.wait_for(lambda: searching.exists() and searching.read_text(), "the search")
         self.assert_cancelled(process)
