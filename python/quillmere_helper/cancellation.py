@@ -1,13 +1,12 @@
 """The user's wish to stop, which reaches this process as signal 15."""
 
-from __future__ import annotations
-
 import os
 import signal
 from contextlib import contextmanager
 from typing import Iterator
 
 SIGNALS = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
+TEXT = "Quillmere render cancelled"
 LONGEST_END = 0.8  # seconds from the signal to the end of this process, whatever still has to be tidied up
 
 _parent = os.getppid()

@@ -1,7 +1,5 @@
 """The command line of the helper: a render, or a look at what could be rendered here."""
 
-from __future__ import annotations
-
 import argparse
 import json
 import sys
@@ -30,11 +28,8 @@ def run(argv: list[str]) -> int:
 
 
 def _parser() -> argparse.ArgumentParser:
-    parser = argparse.ArgumentParser(
-        prog="quillmere_render_helper.py",
-        description="Makes the pictures of one Quillmere render request.",
-        epilog=EPILOG,
-    )
+    what = "Makes the pictures of one Quillmere render request."
+    parser = argparse.ArgumentParser(prog="quillmere_render_helper.py", description=what, epilog=EPILOG)
     parser.add_argument("request", nargs="?", metavar="REQUEST", help="render request (JSON) to carry out")
     parser.add_argument("response", nargs="?", metavar="RESPONSE", help="file for the answer (JSON)")
     parser.add_argument("--check", metavar="WORKFLOW", help="tell whether a workflow file can be run, and by what")

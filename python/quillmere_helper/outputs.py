@@ -1,8 +1,6 @@
 """Where pictures go, `<prefix>_f<frame>_<n>.<extension>`, n counting up from 1, never over an earlier picture; and the
 record of what made each, as a text in a PNG and in a side file `<picture>.json`."""
 
-from __future__ import annotations
-
 import errno
 import itertools
 import json
@@ -11,7 +9,7 @@ import re
 from pathlib import Path
 from typing import Any, Mapping
 
-from . import VERSION, exchange, files, png
+from . import VERSION, exchange, png, untrusted
 from .errors import HelperError, reason_of
 from .request import RenderRequest
 from .workflows import RECORD, Workflow
@@ -26,27 +24,15 @@ LARGEST_FROM_HOST = 16 << 20  # bytes
 def record_of(request: RenderRequest, workflow: Workflow, seed: int, more: Mapping[str, Any]) -> dict[str, Any]:
     """What made a picture, enough to make it again. `more` comes from the back end and goes before the rest; what the
     host tells never hides what is known here."""
-    ours = {
-        "helper_version": VERSION,
-        "effective_prompt": request.effective_prompt,
-        "workflow_path": request.workflow_path,
-        "frame": request.frame,
-        "width": request.width,
-        "height": request.height,
-        "seed": seed,
-        "guide": request.reference_image,
-        "style": request.locked_style_image,
-        "workflow": workflow.content,
-    }
-    return {**_from_host(), **ours, **more, "backend": workflow.backend}
-
-
-def _from_host() -> dict[str, Any]:
-    """Nothing when there is no such file or something is wrong with it: that costs no picture."""
     try:
-        return files.read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
-    except (KeyError, HelperError):
-        return {}
+        told = untrusted.read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
+    except (KeyError, HelperError):  # without it a record lacks a little, but costs no picture
+        told = {}
+    told.update(helper_version=VERSION, effective_prompt=request.effective_prompt)
+    told.update(frame=request.frame, width=request.width, height=request.height, seed=seed)
+    told.update(guide=request.reference_image, style=request.locked_style_image)
+    told.update(workflow_path=request.workflow_path, workflow=workflow.content)
+    return {**told, **more, "backend": workflow.backend}
 
 
 class Outputs:

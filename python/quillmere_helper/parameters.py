@@ -1,13 +1,11 @@
 """The keys and parameters of a workflow file: one table per back end says what it accepts; and what a seed becomes."""
 
-from __future__ import annotations
-
 import difflib
 import os
 import re
 import secrets
 from dataclasses import dataclass
-from typing import Any, Mapping, Sequence
+from typing import Any, Mapping, Sequence, Union
 
 from .errors import HelperError
 
@@ -70,7 +68,7 @@ def read_parameters(content: Mapping[str, Any], keys: Sequence[str], table: Tabl
     return {name: given.get(name, parameter.default) for name, parameter in known.items()}
 
 
-def seed_for(choice: int | str, frame: int) -> int:
+def seed_for(choice: Union[int, str], frame: int) -> int:
     """A whole number of 0 to 2^64 - 1, the same again for the same fixed choice or the same frame; the host's goes
     before any choice. Raises HelperError when that is no seed."""
     given = os.environ.get(SEED_FROM_HOST, "")

@@ -1,15 +1,15 @@
 """Pictures on their way to servers and back, told and converted with the standard library alone."""
 
-from __future__ import annotations
-
 import struct
 import zlib
 from dataclasses import dataclass
 from itertools import accumulate
 from typing import Iterator, Optional
 
-from . import files, png
+from . import png, untrusted
 from .errors import HelperError
+
+Picture = tuple[bytes, str]  # a whole file and its kind: "png", "jpg" or "webp"
 
 CHANNELS = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}  # by colour type
 LARGEST_PICTURE = 512 << 20  # bytes
@@ -33,13 +33,13 @@ class Header:
         return (self.width * CHANNELS[self.colour] * self.depth + 7) // 8
 
 
-def given_picture(path: str, role: str) -> tuple[bytes, str]:
+def given_picture(path: str, role: str) -> Picture:
     """The guide or the style image as servers are given it, and its kind: PNG as 8-bit RGB, others as they are.
 
     Raises HelperError.
     """
     remedy = "render the frame again" if role == "guide" else "choose another one, or none"
-    content = files.read_file(path, f"{role} image", LARGEST_PICTURE, remedy)
+    content = untrusted.read_file(path, f"{role} image", LARGEST_PICTURE, remedy)
     kind = kind_of(content)
     if kind is None:
         raise HelperError(f'The {role} image "{path}" is no whole PNG, JPEG or WebP picture; {remedy}')

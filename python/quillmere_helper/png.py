@@ -1,7 +1,5 @@
 """PNG files as the chunks that they are made of, and the texts in them. The format is that of RFC 2083 and its iTXt."""
 
-from __future__ import annotations
-
 import struct
 import zlib
 from typing import Iterator

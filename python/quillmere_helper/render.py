@@ -1,7 +1,5 @@
 """One run of the helper: from a request to a response, whatever happens in between."""
 
-from __future__ import annotations
-
 import sys
 import time
 import traceback
@@ -40,7 +38,7 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
             print(f"quillmere_render_helper: {note}", file=sys.stderr)
         return DONE
     except cancellation.Cancelled as cancelled:
-        response.fail(str(cancelled) or "Quillmere render cancelled")
+        response.fail(str(cancelled) or cancellation.TEXT)
         return CANCELLED
     except HelperError as error:
         return _failed(response, str(error), error.details)

@@ -1,20 +1,18 @@
 """The render request, as the effect writes it."""
 
-from __future__ import annotations
-
 import os
 from dataclasses import dataclass, fields
 from typing import Any
 
 from .errors import HelperError
-from .files import read_object
+from .untrusted import read_object
 
 LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
 LARGEST_SIDE = 16384  # pixels
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"
 STYLE_FROM_HOST = "QUILLMERE_STYLE"  # environment: a style image in place of the request's; empty: none
-KINDS = {"str": (str, "text"), "int": (int, "whole number")}
+KINDS = {str: "text", int: "whole number"}
 
 
 @dataclass(frozen=True)
@@ -39,9 +37,8 @@ def read_request(path: str) -> RenderRequest:
     values: dict[str, Any] = {}
     for field in fields(RenderRequest):
         value = members.get(field.name)
-        kind, kind_name = KINDS[str(field.type)]
-        if type(value) is not kind:
-            problem = f'lacks "{field.name}"' if value is None else f'has no {kind_name} in "{field.name}"'
+        if type(value) is not field.type:
+            problem = f'lacks "{field.name}"' if value is None else f'has no {KINDS[field.type]} in "{field.name}"'
             raise HelperError(f'The render request "{path}" {problem}; {AGAIN}')
         values[field.name] = value
     values["locked_style_image"] = os.environ.get(STYLE_FROM_HOST, values["locked_style_image"])

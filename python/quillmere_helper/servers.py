@@ -1,7 +1,5 @@
 """Where the servers are, what the user lets each of them know about who is asking, and how long to wait for them."""
 
-from __future__ import annotations
-
 import os
 import stat
 import time
@@ -12,7 +10,7 @@ from typing import Any, Callable, Mapping, Optional, TypeVar
 
 from . import cancellation, web
 from .errors import HelperError
-from .files import read_object
+from .untrusted import read_object
 
 CREDENTIALS = "QUILLMERE_CREDENTIALS"  # environment: another place for the file with logins
 CREDENTIALS_FILE = "~/.quillmere/credentials.json"

@@ -1,12 +1,10 @@
 """Workflow files: which back end one is for, and what it asks of it."""
 
-from __future__ import annotations
-
 import os
 from dataclasses import dataclass
 from typing import Any, Mapping
 
-from . import files, png
+from . import png, untrusted
 from .errors import HelperError
 
 LARGEST_WORKFLOW = 256 << 20  # bytes; it may be a picture
@@ -32,11 +30,11 @@ class Workflow:
 def read_workflow(path: str, backends: Mapping[str, str]) -> Workflow:
     """Tells by its content what a file is: our own JSON, a ComfyUI graph in either format, or a picture of an earlier
     render. Raises HelperError when the file cannot be read or is for none of `backends`."""
-    raw = files.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
+    raw = untrusted.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
     if raw.startswith(png.SIGNATURE):
         content = _kept_in(raw, path)
     else:
-        content = files.parse_object(raw, f'The workflow "{path}"', REMEDY)
+        content = untrusted.parse_object(raw, f'The workflow "{path}"', REMEDY)
     return Workflow(path, _backend_of(path, content, backends), content)
 
 
@@ -57,12 +55,12 @@ def _kept_in(picture: bytes, path: str) -> dict[str, Any]:
     except png.BadPng as error:
         raise HelperError(f'The picture "{path}" cannot be read: {error}; {REMEDY}') from error
     if RECORD in found:
-        workflow = files.parse_object(found[RECORD].encode(), f'What made "{path}"', REMEDY).get("workflow")
+        workflow = untrusted.parse_object(found[RECORD].encode(), f'What made "{path}"', REMEDY).get("workflow")
         if isinstance(workflow, dict):
             return workflow
     for keyword in GRAPHS:
         if keyword in found:
-            return files.parse_object(found[keyword].encode(), f'The graph in "{path}"', REMEDY)
+            return untrusted.parse_object(found[keyword].encode(), f'The graph in "{path}"', REMEDY)
     raise HelperError(f'The picture "{path}" holds no workflow; {REMEDY}')
 
 

@@ -1,14 +1,13 @@
 """The back ends, by the name that a workflow file gives: what each is given and what it gives back. One is loaded only
 when a workflow is for it."""
 
-from __future__ import annotations
-
 import importlib
 from dataclasses import dataclass, field
 from typing import Any, Mapping, Optional, Protocol, Sequence, cast
 
 from ..exchange import Status
 from ..outputs import Outputs, record_of
+from ..pictures import Picture
 from ..request import RenderRequest
 from ..servers import Kind
 from ..workflows import Workflow
@@ -25,11 +24,9 @@ class Job:
     status: Status
     outputs: Outputs
 
-    def deliver(
-        self, pictures: Sequence[tuple[bytes, str]], seeds: Sequence[int], facts: Mapping[str, Any]
-    ) -> None:
-        """Writes whole picture files, each given with its kind and its seed, together with what made them: the request,
-        and `facts` that the back end adds or knows better."""
+    def deliver(self, pictures: Sequence[Picture], seeds: Sequence[int], facts: Mapping[str, Any]) -> None:
+        """Writes the pictures, each with its seed and what else made it: the request, and `facts` that the back end adds
+        or knows better."""
         self.status.tell("write", "Writing the picture", 0.99)
         for (content, kind), seed in zip(pictures, seeds):
             self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, facts))
@@ -52,12 +49,8 @@ class Backend(Protocol):
 
     REQUIRES: str
     SERVER: Optional[Kind]
-
-    def check(self, workflow: Workflow) -> dict[str, Any]:
-        ...
-
-    def make(self, job: Job) -> Made:
-        ...
+    def check(self, workflow: Workflow) -> dict[str, Any]: ...
+    def make(self, job: Job) -> Made: ...
 
 
 def load(name: str) -> Backend:

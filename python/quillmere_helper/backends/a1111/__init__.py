@@ -1,7 +1,5 @@
 """The back end for servers with the API of A1111's web UI: the guide is turned into the picture."""
 
-from __future__ import annotations
-
 from typing import Any
 
 from ...errors import HelperError

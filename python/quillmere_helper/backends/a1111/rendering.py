@@ -1,7 +1,5 @@
 """One render on one A1111-compatible server."""
 
-from __future__ import annotations
-
 import time
 import uuid
 from dataclasses import replace
@@ -12,6 +10,7 @@ from ...errors import HelperError
 from ...parameters import seed_for
 from ...pictures import given_picture
 from ...servers import patience, patiently
+from ...untrusted import as_object
 from .. import Job, Made
 from .client import A1111, Call, refused
 from .payload import Settings, control_model, payload, received
@@ -46,12 +45,12 @@ class Rendering:
         except cancellation.Cancelled:
             raise cancellation.Cancelled(self._withdraw()) from None
         pictures, seeds = received(content, seed)
-        checkpoint = settings.options["checkpoint"] or checkpoint
-        facts = {"server": settings.site.url, "checkpoint": checkpoint, "controlnet": control}
+        model = settings.options["checkpoint"] or checkpoint
+        facts = {"server": settings.site.url, "checkpoint": model, "controlnet": control}
         self._job.deliver(pictures, seeds, facts)
         return Made(seeds[0], [unused] if request.locked_style_image else [])
 
-    def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Any:
+    def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Mapping[str, Any]:
         """The server's answer. When the connection is lost the same picture is asked for again: these servers give
         nothing back later."""
         for _ in range(MOST_CALLS):
@@ -67,8 +66,8 @@ class Rendering:
             if answer.status != 200:
                 raise refused(self._server.checked(answer), self._settings.site, self._settings.where)
             if self._interrupted:
-                raise HelperError(f"{self._settings.where} was interrupted on the server; render the frame again")
-            return answer.json()
+                raise web.interrupted(self._settings.where)
+            return answer.object()
         raise HelperError(
             f"The connection to {self._settings.site.url} was lost {MOST_CALLS} times before the picture came; "
             "the server keeps a copy in its output folder"
@@ -86,9 +85,8 @@ class Rendering:
                 self._tell_progress(progress)
             else:
                 # An interrupted job ends in an answer like any other, with half a picture; the mark outlasts the job.
-                self._interrupted = self._interrupted or (
-                    not progress.get("current_task") and _is_interrupted(progress)
-                )
+                idle = not progress.get("current_task")
+                self._interrupted = self._interrupted or (idle and _is_interrupted(progress))
                 return answer
 
     def _until_idle(self) -> None:
@@ -116,20 +114,19 @@ class Rendering:
         """Interrupts our job when it runs; one that waits cannot be taken back, and older servers do not tell whose
         job runs."""
         if not self._task:
-            return "Quillmere render cancelled"
+            return cancellation.TEXT
         hasty = A1111(replace(self._settings.site, patience=HASTE))
         try:
             if self._is_ours(hasty.progress()):
                 hasty.interrupt()
-                return "Quillmere render cancelled; its job on the server was stopped"
+                return f"{cancellation.TEXT}; its job on the server was stopped"
         except HelperError:
             pass
-        return f"Quillmere render cancelled; a job that waits on {self._settings.site.url} cannot be taken back"
+        return f"{cancellation.TEXT}; a job that waits on {self._settings.site.url} cannot be taken back"
 
     def _tell(self, message: str, share: Optional[float] = None) -> None:
         self._job.status.tell("render", message, share)
 
 
 def _is_interrupted(progress: Mapping[str, Any]) -> bool:
-    state = progress.get("state")
-    return isinstance(state, dict) and bool(state.get("interrupted"))
+    return bool(as_object(progress.get("state")).get("interrupted"))

@@ -1,7 +1,5 @@
 """The ComfyUI back end: runs a graph on a ComfyUI server and brings its pictures home."""
 
-from __future__ import annotations
-
 from typing import Any
 
 from ...errors import HelperError
@@ -42,10 +40,9 @@ def _missing_files(graph: Graph, classes: Classes) -> list[str]:
     """Choices of the graph that the server does not offer: models, mostly. Pictures are sent with each render."""
     absent = []
     for node in graph.nodes.values():
-        described = classes.get(node.kind)
-        for name, spec in (described.inputs if described else {}).items():
+        for name, spec in classes.of(node.kind).inputs.items():
             value = node.inputs.get(name)
-            if spec.choices is not None and not spec.loads_pictures and isinstance(value, str):
-                if value not in spec.choices:
-                    absent.append(f'"{value}" ({name} of {node.label})')
+            choices = None if spec.loads_pictures else spec.choices
+            if choices is not None and isinstance(value, str) and value not in choices:
+                absent.append(f'"{value}" ({name} of {node.label})')
     return absent

@@ -4,17 +4,16 @@ The server's messages tell quickly how far a job is, but are lost when the conne
 the truth. So messages move the progress line, and whenever they stop or end, the truth is asked.
 """
 
-from __future__ import annotations
-
 import json
 import time
-from typing import Any, Mapping, Optional
+from typing import Optional
 
 from ... import cancellation, web
 from ...errors import HelperError
 from ...servers import Tell, patience
+from ...untrusted import as_list, as_object
 from . import refusals
-from .client import Comfy, Ended, Pending, Running, Ticket, Unknown
+from .client import Comfy, Entry, State, Ticket
 from .graph import Graph
 from .progress import Progress
 from .websocket import Closed, WebSocket
@@ -23,8 +22,6 @@ TICK = 0.5  # seconds between two looks at whether anybody still waits for the p
 ASK_DEAF = 1.0  # seconds between two questions while no messages come through
 ASK_SILENT = 10.0  # seconds without a message after which to ask
 RECONNECT = 2.0  # seconds between two tries to connect
-
-Entry = Mapping[str, Any]
 
 
 class Lost(Exception):
@@ -62,15 +59,15 @@ class Follower:
             if time.monotonic() < self._ask_at:
                 continue
             state = self._ask(ticket)
-            if isinstance(state, Ended):
-                return succeeded(state.entry, graph, where)
-            unknown = unknown + 1 if isinstance(state, Unknown) else 0
+            if state.ended is not None:
+                return succeeded(state.ended, graph, where)
+            unknown = 0 if self._gone_since or state.waits or state.runs else unknown + 1
             if unknown > 1:
                 raise Lost
             self._tell_state(state, progress)
             quiet = self._socket is not None and unknown == 0 and not progress.seems_over
             self._ask_at = time.monotonic() + (ASK_SILENT if quiet else ASK_DEAF)
-            if isinstance(state, Running) and self._renewed and time.monotonic() - self._heard > ASK_SILENT:
+            if state.runs and self._renewed and time.monotonic() - self._heard > ASK_SILENT:
                 self._drop()  # servers may forget the newer of two connections when they notice the end of the older
 
     def _listen(self, progress: Progress) -> None:
@@ -98,8 +95,8 @@ class Follower:
             self._ask_at = max(self._ask_at, self._heard + (ASK_DEAF if progress.seems_over else ASK_SILENT))
             self._tell(*progress.line)
 
-    def _ask(self, ticket: Ticket) -> "Pending | Running | Ended | Unknown | None":
-        """The truth, or None while the server does not answer."""
+    def _ask(self, ticket: Ticket) -> State:
+        """What the server knows: nothing while it does not answer."""
         try:
             state = self._comfy.state(ticket)
         except web.Unreachable as error:
@@ -107,7 +104,7 @@ class Follower:
             if time.monotonic() - self._gone_since > self._patience:
                 raise error
             self._tell(f"Waiting for {self._comfy.site.url}, which does not answer", None)
-            return None
+            return State()
         self._gone_since = None
         return state
 
@@ -122,23 +119,23 @@ class Follower:
         except Closed:
             self._socket = None  # the truth can be had without
 
-    def _tell_state(self, state: object, progress: Progress) -> None:
-        if isinstance(state, Pending):
+    def _tell_state(self, state: State, progress: Progress) -> None:
+        if state.waits:
             jobs = "1 job" if state.ahead == 1 else f"{state.ahead} jobs"
             self._tell(f"Waiting in the queue of the server, {jobs} ahead", None)
-        elif isinstance(state, Running) and progress.line is None:
+        elif state.runs and progress.line is None:
             self._tell("Running on the server", None)
 
 
 def succeeded(entry: Entry, graph: Graph, where: str) -> Entry:
     """`entry` when it is one of a job that has succeeded; older servers do not tell and count as having."""
-    status = entry.get("status")
-    if not isinstance(status, dict) or status.get("status_str") != "error":
+    status = as_object(entry.get("status"))
+    if status.get("status_str") != "error":
         return entry
-    for message in reversed(status.get("messages") or []):
+    for message in reversed(as_list(status.get("messages"))):
         kind, data = message if isinstance(message, list) and len(message) == 2 else ("", {})
-        if kind == "execution_error" and isinstance(data, dict):
-            raise refusals.run_failed(data, graph, where)
+        if kind == "execution_error":
+            raise refusals.run_failed(as_object(data), graph, where)
         if kind == "execution_interrupted":
-            raise refusals.interrupted(where)
+            raise web.interrupted(where)
     raise HelperError(f"{where} failed on the server; see its console", json.dumps(entry, indent=2, default=str))

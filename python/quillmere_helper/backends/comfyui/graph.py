@@ -1,12 +1,11 @@
 """A graph of nodes in the format that a ComfyUI server runs (its editor calls it the API format)."""
 
-from __future__ import annotations
-
 import re
 from dataclasses import dataclass, field
 from typing import Any, Iterable, Mapping, Optional
 
 from ...errors import HelperError
+from ...untrusted import as_object
 
 
 @dataclass
@@ -102,7 +101,6 @@ def read_api(content: Mapping[str, Any], where: str) -> Graph:
         kind, inputs = given.get("class_type"), given.get("inputs", {})
         if not isinstance(kind, str) or not isinstance(inputs, dict):
             raise HelperError(f"Node {identifier} in {where} is damaged; export the workflow again (Export (API))")
-        meta = given.get("_meta")
-        title = meta.get("title") if isinstance(meta, dict) else None
+        title = as_object(given.get("_meta")).get("title")
         nodes[identifier] = Node(identifier, kind, dict(inputs), title if isinstance(title, str) else "")
     return Graph(nodes)

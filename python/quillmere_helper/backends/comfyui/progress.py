@@ -1,10 +1,8 @@
 """How far one job is, from the messages that a ComfyUI server sends about it."""
 
-from __future__ import annotations
-
 from typing import Any, Mapping, Optional
 
-from ...web import json_of
+from ...untrusted import as_list, as_object, json_of
 from .client import Ticket
 from .graph import Graph
 from .websocket import Message
@@ -35,10 +33,8 @@ class Progress:
         """Messages of other jobs, previews and what cannot be read change nothing."""
         if not isinstance(message, str):
             return
-        content = json_of(message)
-        kind, data = (content.get("type"), content.get("data")) if isinstance(content, dict) else (None, None)
-        if not isinstance(data, dict):
-            return
+        content = as_object(json_of(message))
+        kind, data = content.get("type"), as_object(content.get("data"))
         if kind == "status":  # the queue has moved; while the job runs that is about the jobs of others
             self.asks = self.asks or self.line is None
         elif data.get("prompt_id") == self._ticket.job or (kind == "progress" and "prompt_id" not in data):
@@ -49,25 +45,25 @@ class Progress:
         if kind in OVER or (kind == "executing" and node is None):
             self.asks = self.seems_over = True
             return
-        if kind == "execution_cached" and isinstance(data.get("nodes"), list):
-            self._done.update(str(cached) for cached in data["nodes"])
+        if kind == "execution_cached":
+            self._done.update(map(str, as_list(data.get("nodes"))))
         elif kind == "executing":
             self._start(str(node))
         elif kind == "progress":
             self._running[self._current if node is None else str(node)] = _ratio(data)
-        elif kind == "progress_state" and isinstance(data.get("nodes"), dict):
-            for identifier, state in data["nodes"].items():
-                self._take_state(str(identifier), state)
+        elif kind == "progress_state":
+            for identifier, state in as_object(data.get("nodes")).items():
+                self._take_state(str(identifier), as_object(state))
         elif kind == "executed":
             self._done.add(str(node))
         elif kind != "execution_start":
             return
         self.line = (f"Running {self._label()}", self._share())
 
-    def _take_state(self, identifier: str, state: Any) -> None:
-        if isinstance(state, dict) and state.get("state") == "finished":
+    def _take_state(self, identifier: str, state: Mapping[str, Any]) -> None:
+        if state.get("state") == "finished":
             self._done.add(identifier)
-        elif isinstance(state, dict) and state.get("state") == "running":
+        elif state.get("state") == "running":
             self._running[identifier] = _ratio(state)
             self._current = identifier
 

@@ -1,7 +1,5 @@
 """One render on one ComfyUI server, from the connection to the pictures."""
 
-from __future__ import annotations
-
 import hashlib
 import time
 import uuid
@@ -12,14 +10,14 @@ from typing import Optional
 from ... import cancellation, web
 from ...errors import HelperError
 from ...parameters import seed_for
-from ...pictures import given_picture
+from ...pictures import Picture, given_picture
 from ...request import RenderRequest
 from ...servers import patiently
 from .. import Job, Made
 from . import refusals, results
 from .classes import Classes
-from .client import Comfy, Ticket
-from .follow import Entry, Follower, Lost
+from .client import Comfy, Entry, Ticket
+from .follow import Follower, Lost
 from .graph import Graph
 from .source import Source
 from .wiring import Wanted, Wired, wire
@@ -55,7 +53,7 @@ class Rendering:
         self._job.deliver(pictures, [seed] * len(pictures), facts)
         return Made(seed, wired.notes)
 
-    def _pictures(self) -> tuple[list[tuple[bytes, str]], Wired]:
+    def _pictures(self) -> tuple[list[Picture], Wired]:
         """Submits as often as it takes: a restarted server has forgotten its jobs, and files may vanish."""
         follower = Follower(self._comfy, self._client, self._tell)
         for _ in range(MOST_SUBMISSIONS):
@@ -74,7 +72,7 @@ class Rendering:
         self._tell(f"Sending the {role} image")
         return patiently(lambda: _send(self._comfy, self._job.request, path, role), self._tell)
 
-    def _once(self, follower: Follower) -> tuple[list[tuple[bytes, str]], Wired]:
+    def _once(self, follower: Follower) -> tuple[list[Picture], Wired]:
         job = str(uuid.uuid4())
         graph, wired = self._wired(job)
         self._tell("Submitting the job")
@@ -87,16 +85,10 @@ class Rendering:
         request = self._job.request
         choice = self._source.options["seed"]
         graph = self._source.graph(self._classes)
-        wanted = Wanted(
-            request.effective_prompt,
-            self._guide,
-            self._style or request.locked_style_image,
-            request.width,
-            request.height,
-            request.frame,
-            None if choice == "workflow" else seed_for(choice, request.frame),
-            f"quillmere/{job}/picture",
-        )
+        seed = None if choice == "workflow" else seed_for(choice, request.frame)
+        style = self._style or request.locked_style_image
+        size, place = (request.width, request.height), f"quillmere/{job}/picture"
+        wanted = Wanted(request.effective_prompt, self._guide, style, *size, request.frame, seed, place)
         return graph, wire(graph, self._classes, wanted, self._source.where)
 
     def _submit(self, graph: Graph, ticket: Ticket) -> None:
@@ -107,8 +99,8 @@ class Rendering:
             answer = self._comfy.submit(graph.to_api(), ticket, extra)
         except web.Unreachable:
             return
-        content = answer.json()
-        taken = answer.status == 200 and isinstance(content, dict) and isinstance(content.get("prompt_id"), str)
+        content = answer.object()
+        taken = answer.status == 200 and isinstance(content.get("prompt_id"), str)
         if taken:
             ticket.job = content["prompt_id"]
         if not taken or content.get("node_errors"):
@@ -116,7 +108,7 @@ class Rendering:
                 _withdraw(self._comfy, ticket)
             raise refusals.not_taken(self._source.site.url, answer, graph, self._source.where)
 
-    def _fetch(self, entry: Entry, wired: Wired) -> list[tuple[bytes, str]]:
+    def _fetch(self, entry: Entry, wired: Wired) -> list[Picture]:
         named = results.named_in(entry, wired.outputs)
         if not named:
             raise HelperError(f'{self._source.where} has made no picture; end it in a "Save Image" node')
@@ -145,14 +137,14 @@ def _withdraw(comfy: Comfy, ticket: Optional[Ticket]) -> str:
     A job that is not to be seen may just be on its way into the queue, so it is looked for until the time is over.
     """
     if ticket is None:
-        return "Quillmere render cancelled"
+        return cancellation.TEXT
     hasty = Comfy(replace(comfy.site, patience=HASTE))
     end = time.monotonic() + WITHDRAWAL
     try:
         while time.monotonic() < end:
             if hasty.cancel(ticket):
-                return "Quillmere render cancelled; its job on the server was stopped"
+                return f"{cancellation.TEXT}; its job on the server was stopped"
             time.sleep(0.1)
     except HelperError:
-        return f"Quillmere render cancelled, but {comfy.site.url} could not be told: its job may still run there"
-    return "Quillmere render cancelled"
+        return f"{cancellation.TEXT}, but {comfy.site.url} could not be told: its job may still run there"
+    return cancellation.TEXT

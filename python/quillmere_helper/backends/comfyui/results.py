@@ -1,12 +1,11 @@
 """The pictures that a job has left on a ComfyUI server."""
 
-from __future__ import annotations
-
 import time
 from typing import Any, Mapping
 
 from ... import pictures, web
 from ...errors import HelperError
+from ...untrusted import as_object, objects_in
 from .client import Comfy
 
 TRIES = 4  # a download that was cut off is begun again
@@ -20,19 +19,16 @@ class Gone(HelperError):
 def named_in(entry: Mapping[str, Any], ends: list[str]) -> list[Mapping[str, Any]]:
     """The pictures of the first of the nodes `ends` that has any, or else of any node; saved ones before those that are
     only shown. They are as the server tells them: nothing in them is a path of ours."""
-    outputs = entry.get("outputs")
-    outputs = outputs if isinstance(outputs, dict) else {}
+    outputs = as_object(entry.get("outputs"))
     for end in [*ends, *(str(node) for node in outputs)]:
-        told = outputs.get(end)
-        images = told.get("images") if isinstance(told, dict) else None
-        listed = [image for image in images if isinstance(image, dict)] if isinstance(images, list) else []
-        named = [image for image in listed if isinstance(image.get("filename"), str)]
+        images = objects_in(as_object(outputs.get(end)).get("images"))
+        named = [image for image in images if isinstance(image.get("filename"), str)]
         if named:
             return sorted(named, key=lambda image: image.get("type") != "output")
     return []
 
 
-def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> tuple[bytes, str]:
+def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> pictures.Picture:
     """The picture's whole content and its kind, told by the content. Raises Gone, HelperError or web.Unreachable."""
     name = picture.get("filename")
     for attempt in range(TRIES):

@@ -1,14 +1,12 @@
 """What a workflow file for ComfyUI holds: a graph by itself, or one wrapped in our own JSON with a URL."""
 
-from __future__ import annotations
-
 import os
 from dataclasses import dataclass
 from typing import Any, Mapping
 
 from ... import servers, web
 from ...errors import HelperError
-from ...files import read_object
+from ...untrusted import read_object
 from ...parameters import Parameter, read_parameters
 from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph
 from . import convert

@@ -1,15 +1,12 @@
 """A WebSocket client (RFC 6455), as much of it as listening to a server takes."""
 
-from __future__ import annotations
-
 import base64
 import hashlib
 import os
 import select
 import struct
 import time
-from dataclasses import dataclass
-from typing import Mapping, Optional, Union
+from typing import Mapping, NamedTuple, Optional, Union
 
 from ... import web
 from ...errors import reason_of
@@ -28,8 +25,7 @@ class Closed(OSError):
     """The connection has ended, or what came over it was not WebSocket."""
 
 
-@dataclass
-class _Frame:
+class _Frame(NamedTuple):
     final: bool
     code: int
     data: bytes
@@ -64,9 +60,10 @@ class WebSocket:
                 if message is not None:
                     return message
                 continue
-            self._ping_now_and_then()
-            left = end - time.monotonic()
-            if not self._readable(max(left, 0.0)):
+            if time.monotonic() - self._pinged > PING_EVERY:
+                self._pinged = time.monotonic()
+                self._send(PING)
+            if not self._readable(max(end - time.monotonic(), 0.0)):
                 return None
             self._read_some()
 
@@ -137,22 +134,15 @@ class WebSocket:
             raise Closed("frames that are not WebSocket")
         if len(self._buffer) < start + length:
             return None
-        frame = _Frame(
-            bool(self._buffer[0] & 0x80), self._buffer[0] & 0x0F, bytes(self._buffer[start : start + length])
-        )
+        head, data = self._buffer[0], bytes(self._buffer[start : start + length])
         del self._buffer[: start + length]
-        return frame
+        return _Frame(bool(head & 0x80), head & 0x0F, data)
 
     def _send(self, code: int, data: bytes = b"") -> None:
         """One control frame, masked as a client has to; at most 125 bytes of data."""
         mask = os.urandom(4)
         masked = bytes(byte ^ mask[place % 4] for place, byte in enumerate(data[:125]))
         self._socket.sendall(bytes((0x80 | code, 0x80 | len(masked))) + mask + masked)
-
-    def _ping_now_and_then(self) -> None:
-        if time.monotonic() - self._pinged > PING_EVERY:
-            self._pinged = time.monotonic()
-            self._send(PING)
 
     def _readable(self, seconds: float) -> bool:
         pending = getattr(self._socket, "pending", None)  # what TLS has unpacked already

@@ -4,8 +4,6 @@ It is a drawing filter, not a model: it adds nothing to the scene, and of the pr
 light, weather and mood only. It needs no service and no model, only Pillow.
 """
 
-from __future__ import annotations
-
 from typing import Any
 
 from ... import cancellation

@@ -1,7 +1,5 @@
 """An ink-and-wash drawing of a guide image, from bare paper to the last line, every edge where the guide has it."""
 
-from __future__ import annotations
-
 import io
 import math
 from typing import Any, Generator, Mapping, Optional

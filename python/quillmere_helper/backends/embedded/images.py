@@ -1,7 +1,5 @@
 """What every step of a drawing is made with: pictures read as 8-bit RGB, tone curves, seeded noise."""
 
-from __future__ import annotations
-
 import os
 import random
 from typing import Any, Callable

@@ -1,7 +1,5 @@
 """Everything but the lines: paper, washes of thinned ink, the guide's hues in them, the colours of a style image."""
 
-from __future__ import annotations
-
 from dataclasses import dataclass
 
 from PIL import Image, ImageChops, ImageFilter, ImageOps, ImageStat
@@ -54,7 +52,9 @@ def wash(layer: int, tones: Image.Image, relief: Image.Image, noise: Noise, unit
     smoothly into each other; a sharp border of the guide stays where it is.
     """
     border = 1 - (layer + 0.7) / (brush.layers + 0.4)
-    wandering = _disturb(tones, noise.clouds((26 + 90 * brush.wetness) * unit), 0.10 + 0.05 * brush.wetness)
+    amount = 0.10 + 0.05 * brush.wetness
+    swing = noise.clouds((26 + 90 * brush.wetness) * unit).point(curve(lambda value: 0.5 + 2 * amount * (value - 0.5)))
+    wandering = ImageChops.add(tones, swing, 1, -128)
     covered = wandering.point(ramp(border + SOFTNESS, border - SOFTNESS))
     return _dried(covered, relief, noise, unit, brush)
 
@@ -68,11 +68,6 @@ def _dried(covered: Image.Image, relief: Image.Image, noise: Noise, unit: float,
     light = ImageChops.multiply(covered, pools).point(fade(body))
     light = ImageChops.multiply(light, rim.point(fade(2.2 * body)))
     return ImageChops.multiply(light, grains.point(fade(0.4 * body * brush.granulation)))
-
-
-def _disturb(tones: Image.Image, clouds: Image.Image, amount: float) -> Image.Image:
-    swing = clouds.point(curve(lambda value: 0.5 + 2 * amount * (value - 0.5)))
-    return ImageChops.add(tones, swing, 1, -128)
 
 
 def colour(light: Image.Image, guide: Image.Image, saturation: float) -> Image.Image:

@@ -3,8 +3,6 @@
 Add a row to teach it one.
 """
 
-from __future__ import annotations
-
 import re
 from dataclasses import dataclass
 from typing import Iterable
@@ -27,11 +25,7 @@ class Mood:
     wetness: float = 0.0
 
 
-def _colour(dark: str, bright: str) -> Mood:
-    return Mood(_rgb(dark), _rgb(bright), 0.45)
-
-
-def _light(dark: str, bright: str, weight: float, *rest: float) -> Mood:
+def _light(dark: str, bright: str, weight: float = 0.45, *rest: float) -> Mood:
     return Mood(_rgb(dark), _rgb(bright), weight, *rest)
 
 
@@ -41,18 +35,18 @@ def _rgb(code: str) -> tuple[float, float, float]:
 
 ROWS: tuple[tuple[str, Mood], ...] = (
     # colours
-    ("red crimson scarlet ruby", _colour("5a0f14", "ffd0c4")),
-    ("orange amber copper rust rusty", _colour("5e2608", "ffdcae")),
-    ("yellow lemon", _colour("6b4c06", "fff0a8")),
-    ("gold golden honey", _colour("5c3a08", "ffe3a0")),
-    ("green emerald mossy jade", _colour("0f3a22", "d8f2cc")),
-    ("olive", _colour("34340f", "e9e8c0")),
-    ("teal turquoise cyan aqua", _colour("06383d", "c9f3ee")),
-    ("blue azure cobalt sapphire", _colour("0f1f57", "cfe2ff")),
-    ("indigo", _colour("1b1450", "d5d3fb")),
-    ("purple violet lilac lavender", _colour("351152", "ead6fb")),
-    ("pink rose rosy magenta", _colour("5c1238", "ffd3e2")),
-    ("brown sepia umber tan", _colour("3c2410", "f4e2c6")),
+    ("red crimson scarlet ruby", _light("5a0f14", "ffd0c4")),
+    ("orange amber copper rust rusty", _light("5e2608", "ffdcae")),
+    ("yellow lemon", _light("6b4c06", "fff0a8")),
+    ("gold golden honey", _light("5c3a08", "ffe3a0")),
+    ("green emerald mossy jade", _light("0f3a22", "d8f2cc")),
+    ("olive", _light("34340f", "e9e8c0")),
+    ("teal turquoise cyan aqua", _light("06383d", "c9f3ee")),
+    ("blue azure cobalt sapphire", _light("0f1f57", "cfe2ff")),
+    ("indigo", _light("1b1450", "d5d3fb")),
+    ("purple violet lilac lavender", _light("351152", "ead6fb")),
+    ("pink rose rosy magenta", _light("5c1238", "ffd3e2")),
+    ("brown sepia umber tan", _light("3c2410", "f4e2c6")),
     ("white ivory", _light("4a4c55", "ffffff", 0.2, 0.18)),
     ("grey gray silver monochrome monochromatic colourless", _light("26272b", "f1f2f4", 0.5, 0.0, 0.35)),
     ("black", _light("0b0b10", "e6e6ea", 0.3, -0.18, 0.8)),
@@ -78,8 +72,8 @@ ROWS: tuple[tuple[str, Mood], ...] = (
     ("sun sunny sunlit sunlight", _light("49405c", "fff2c2", 0.4, 0.1, 1.2, -0.1)),
     ("cloud cloudy overcast", _light("3c4450", "e9ebee", 0.4, 0.0, 0.75, 0.15)),
     # moods
-    ("warm cosy cozy", _light("4f2a18", "ffe6c2", 0.45)),
-    ("cool cold chilly", _light("16294a", "e2efff", 0.45)),
+    ("warm cosy cozy", _light("4f2a18", "ffe6c2")),
+    ("cool cold chilly", _light("16294a", "e2efff")),
     ("dark gloomy sombre somber noir", _light("0c0d16", "c8c8cc", 0.45, -0.3, 0.7)),
     ("bright light airy luminous", _light("4d5468", "fffdf6", 0.2, 0.22, 1.05)),
     ("dreamy soft ethereal gentle", _light("5a4f7c", "fdeef6", 0.4, 0.14, 0.85, 0.3)),

@@ -1,11 +1,9 @@
-"""Files that other programs or people wrote, read whole up to a size, and the JSON objects in them."""
-
-from __future__ import annotations
+"""Files and JSON that others wrote: files whole and up to a size, values of the kind that is asked for or empty."""
 
 import json
 import os
 import stat
-from typing import Any
+from typing import Any, Union
 
 from .errors import HelperError, reason_of
 
@@ -44,6 +42,28 @@ def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
     if not isinstance(value, dict):
         raise HelperError(f"{name} is not a JSON object; {remedy}")
     return value
+
+
+def json_of(sent: Union[bytes, str]) -> Any:
+    """The JSON value that a server sent, or None when it is none."""
+    try:
+        return json.loads(sent)
+    except (ValueError, RecursionError):
+        return None
+
+
+def as_object(value: Any) -> dict[str, Any]:
+    """A value of JSON when it is an object, else an empty one."""
+    return value if isinstance(value, dict) else {}
+
+
+def as_list(value: Any) -> list[Any]:
+    return value if isinstance(value, list) else []
+
+
+def objects_in(value: Any) -> list[dict[str, Any]]:
+    """The objects among the members of a list."""
+    return [member for member in as_list(value) if isinstance(member, dict)]
 
 
 def _regular(path: str, flags: int) -> int:
