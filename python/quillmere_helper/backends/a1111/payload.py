@@ -18,7 +18,7 @@ SENT_AS_GIVEN = ("negative_prompt", "steps", "cfg_scale", "denoising_strength")
 WHEN_THERE, REQUIRED, OFF = "when there", "required", "off"
 
 PARAMETERS = (
-    Parameter("seed", "frame", "of the sampler", words=("frame", "random")),
+    Parameter("seed", "frame", "of the sampler, which takes the lower 32 bits", words=("frame", "random")),
     Parameter("steps", 20, "of the sampler", 1, 150),
     Parameter("cfg_scale", 7.0, "how much the prompt counts", 1, 30),
     Parameter("denoising_strength", 0.6, "how far the picture may leave the guide", 0, 1),

@@ -15,7 +15,7 @@ from .client import KIND
 from .graph import Graph, read_api
 
 SEEDS = ("workflow", "frame", "random")
-PARAMETERS = (Parameter("seed", "workflow", 'of the samplers; "workflow": what the graph has', words=SEEDS),)
+PARAMETERS = (Parameter("seed", "workflow", 'of the samplers; "workflow": those of the graph', words=SEEDS),)
 KEYS = ("backend", "url", "graph", "parameters")
 MOST_NAMED = 5
 

@@ -15,7 +15,7 @@ REQUIRES = "PIL.Image"
 SERVER = None
 
 PARAMETERS = (
-    Parameter("seed", "frame", "chance: paper, borders of the washes, pressure of the pen", words=("frame", "random")),
+    Parameter("seed", "frame", "chance; a fixed one keeps the paper still in an animation", words=("frame", "random")),
     Parameter("layers", 5, "number of washes, one over the other", 2, 9),
     Parameter("wash", 1.0, "strength of the washes", 0, 2),
     Parameter("granulation", 1.0, "pigment in the valleys of the paper", 0, 3),
