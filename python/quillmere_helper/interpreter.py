@@ -97,13 +97,9 @@ def can_import(interpreter: str, module: str) -> bool:
     # A stop that came between the start and the assignment would leave the process behind.
     open_to = signal.pthread_sigmask(signal.SIG_BLOCK, (signal.SIGTERM, signal.SIGINT, signal.SIGHUP))
     try:
-        process = subprocess.Popen(
-            [interpreter, "-c", test],
-            env=own_environment(),
-            stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL,
-            stderr=subprocess.DEVNULL,
-        )
+        with open(os.devnull, "r+b") as null:
+            command = [interpreter, "-c", test]
+            process = subprocess.Popen(command, env=own_environment(), stdin=null, stdout=null, stderr=null)
         signal.pthread_sigmask(signal.SIG_SETMASK, open_to)
         return process.wait(PROBE_TIME) == 0
     except (OSError, subprocess.SubprocessError):

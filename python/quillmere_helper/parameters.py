@@ -49,7 +49,7 @@ Table = Sequence[Parameter]
 def read_parameters(content: Mapping[str, Any], keys: Sequence[str], table: Table, where: str) -> dict[str, Any]:
     """Every parameter of `table` with its value in "parameters" of a workflow file, or its default.
 
-    Raises HelperError for any that is not accepted, and for a key of the file that is none of `keys`, if those are told.
+    Raises HelperError for any that is not accepted, and for a key that is none of `keys` (none are told: any will do).
     """
     unknown = [key for key in content if keys and key not in keys]
     if unknown:

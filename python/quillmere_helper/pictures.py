@@ -2,9 +2,8 @@
 
 import struct
 import zlib
-from dataclasses import dataclass
 from itertools import accumulate
-from typing import Iterator, Optional
+from typing import Iterator, NamedTuple, Optional
 
 from . import png, untrusted
 from .errors import HelperError
@@ -16,21 +15,16 @@ LARGEST_PICTURE = 512 << 20  # bytes
 LARGEST_PIXELS = 64_000_000
 
 
-@dataclass(frozen=True)
-class Header:
+class Header(NamedTuple):
     width: int
     height: int
-    depth: int  # bits a sample
+    depth: int  # bits a sample: 8 or 16
     colour: int  # colour type: 0 grey, 2 RGB, 3 palette, 4 grey and alpha, 6 RGB and alpha
 
     @property
     def step(self) -> int:
-        """Bytes from one pixel to the next, as the row filters count them."""
-        return max(1, CHANNELS[self.colour] * self.depth // 8)
-
-    @property
-    def row_bytes(self) -> int:
-        return (self.width * CHANNELS[self.colour] * self.depth + 7) // 8
+        """Bytes from one pixel to the next."""
+        return CHANNELS[self.colour] * self.depth // 8
 
 
 def given_picture(path: str, role: str) -> Picture:
@@ -92,7 +86,7 @@ def _header(data: bytes) -> Header:
 
 def _rows(packed: bytes, header: Header) -> Iterator[bytes]:
     """The rows with their filters undone."""
-    length = header.row_bytes + 1
+    length = header.width * header.step + 1
     decompressor = zlib.decompressobj()
     try:
         data = decompressor.decompress(packed, length * header.height)
@@ -100,7 +94,7 @@ def _rows(packed: bytes, header: Header) -> Iterator[bytes]:
         raise png.BadPng("its content is damaged") from error
     if len(data) < length * header.height:
         raise png.BadPng("it is cut off")
-    above = bytes(header.row_bytes)
+    above = bytes(length - 1)
     for start in range(0, len(data), length):
         above = _unfiltered(data[start], data[start + 1 : start + length], above, header.step)
         yield above

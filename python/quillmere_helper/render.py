@@ -5,7 +5,7 @@ import time
 import traceback
 
 from . import backends, cancellation, interpreter
-from .backends import Job, Made
+from .backends import Job
 from .errors import HelperError, reason_of
 from .exchange import Response, Status
 from .outputs import Outputs
@@ -32,8 +32,10 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
     try:
         started = time.monotonic()
         job = _prepare(argv, request_path)
-        made = backends.load(job.workflow.backend).make(job)
-        response.succeed(job.outputs.paths, _facts(job, made, time.monotonic() - started))
+        backend = job.workflow.backend
+        made = backends.load(backend).make(job)
+        facts = {"backend": backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
+        response.succeed(job.outputs.paths, {**facts, "notes": made.notes})
         for note in made.notes:
             print(f"quillmere_render_helper: {note}", file=sys.stderr)
         return DONE
@@ -59,10 +61,6 @@ def _prepare(argv: list[str], request_path: str) -> Job:
     outputs = Outputs(request.output_dir, request.output_prefix, request.frame)
     outputs.prepare()
     return Job(request, workflow, status, outputs)
-
-
-def _facts(job: Job, made: Made, seconds: float) -> dict[str, object]:
-    return {"backend": job.workflow.backend, "seed": made.seed, "seconds": round(seconds, 3), "notes": made.notes}
 
 
 def _failed(response: Response, text: str, details: str) -> int:

@@ -59,11 +59,10 @@ def _check(request: RenderRequest) -> None:
         value = getattr(request, field.name)
         if isinstance(value, str) and not _may_be_a_path(value):
             raise HelperError(f'"{field.name}" in the render request holds characters that no text has; enter it anew')
-    if not (1 <= request.width <= LARGEST_SIDE and 1 <= request.height <= LARGEST_SIDE) or (
-        request.width * request.height > LARGEST_AREA
-    ):
+    width, height = request.width, request.height
+    if min(width, height) < 1 or max(width, height) > LARGEST_SIDE or width * height > LARGEST_AREA:
         raise HelperError(
-            f"A picture of {request.width} x {request.height} pixels cannot be made; set a resolution of "
+            f"A picture of {width} x {height} pixels cannot be made; set a resolution of "
             f"1 to {LARGEST_SIDE} pixels a side and at most {LARGEST_AREA // 1_000_000} megapixels"
         )
 

@@ -57,6 +57,10 @@ def as_object(value: Any) -> dict[str, Any]:
     return value if isinstance(value, dict) else {}
 
 
+def as_text(value: Any) -> str:
+    return value if isinstance(value, str) else ""
+
+
 def as_list(value: Any) -> list[Any]:
     return value if isinstance(value, list) else []
 

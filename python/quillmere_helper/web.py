@@ -115,7 +115,8 @@ class Site:
             raise self._unreachable(error) from error
 
     def _unreachable(self, error: BaseException) -> Unreachable:
-        return Unreachable(f"{self.url} does not answer ({reason_of(error)}); start the server there or correct the URL")
+        why = reason_of(error)
+        return Unreachable(f"{self.url} does not answer ({why}); start the server there or correct the URL")
 
 
 def json_body(content: Any) -> tuple[bytes, dict[str, str]]:

@@ -48,6 +48,10 @@ def is_editor_graph(content: Mapping[str, Any]) -> bool:
     return isinstance(content.get("nodes"), list)
 
 
+def is_graph(content: Mapping[str, Any]) -> bool:
+    return is_api_graph(content) or is_editor_graph(content)
+
+
 def _kept_in(picture: bytes, path: str) -> dict[str, Any]:
     """The workflow that made a picture: ours, else the graph that a ComfyUI server left in it."""
     try:
@@ -65,7 +69,7 @@ def _kept_in(picture: bytes, path: str) -> dict[str, Any]:
 
 
 def _backend_of(path: str, content: Mapping[str, Any], backends: Mapping[str, str]) -> str:
-    if is_api_graph(content) or is_editor_graph(content):
+    if is_graph(content):
         return COMFYUI
     backend = content.get("backend")
     if isinstance(backend, str) and backend in backends:

@@ -25,8 +25,7 @@ class Job:
     outputs: Outputs
 
     def deliver(self, pictures: Sequence[Picture], seeds: Sequence[int], facts: Mapping[str, Any]) -> None:
-        """Writes the pictures, each with its seed and what else made it: the request, and `facts` that the back end adds
-        or knows better."""
+        """Writes the pictures, each with its seed and what else made it: the request, and `facts` that go before it."""
         self.status.tell("write", "Writing the picture", 0.99)
         for (content, kind), seed in zip(pictures, seeds):
             self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, facts))

@@ -70,10 +70,7 @@ class Call:
         try:
             return self._site.receive(self._connection)
         finally:
-            self.close()
-
-    def close(self) -> None:
-        self._connection.close()
+            self._connection.close()
 
 
 def refused(answer: web.Answer, site: web.Site, where: str) -> HelperError:
@@ -81,7 +78,8 @@ def refused(answer: web.Answer, site: web.Site, where: str) -> HelperError:
     content = answer.object()
     detail, errors = content.get("detail"), str(content.get("errors") or "")
     if isinstance(detail, list):  # the server's check of what was sent
-        told = "; ".join(f"{(as_list(fault.get('loc')) or ['?'])[-1]}: {fault.get('msg')}" for fault in objects_in(detail))
+        faults = [(as_list(fault.get("loc")) or ["?"], fault.get("msg")) for fault in objects_in(detail)]
+        told = "; ".join(f"{place[-1]}: {message}" for place, message in faults)
     else:
         told = str(detail or errors or answer.text())
     whole = f"{content.get('error')} {told} {errors}"

@@ -10,8 +10,6 @@ from ...servers import Kind
 from ...untrusted import as_list, as_object
 
 RECENT = "64"  # entries of the history to look through for a job that is not there under its own ID
-
-
 Entry = Mapping[str, Any]  # a job's entry in the history
 
 

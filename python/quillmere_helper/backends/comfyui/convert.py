@@ -7,7 +7,7 @@ editor's own code is refused by name.
 from typing import Any, Mapping
 
 from ...errors import HelperError
-from ...untrusted import as_list, as_object, objects_in
+from ...untrusted import as_list, as_object, as_text, objects_in
 from .classes import Classes, Input, NodeClass
 from .graph import Graph, Node
 
@@ -38,9 +38,8 @@ class _Conversion:
         for identifier, node in self._nodes.items():
             if node.get("mode") in (MUTED, BYPASSED) or node.get("type") in (*NOTES, REROUTE, PRIMITIVE):
                 continue
-            title = node.get("title")
-            title = title if isinstance(title, str) else ""
-            nodes[identifier] = Node(identifier, str(node.get("type")), self._inputs(node), title)
+            kind, title = str(node.get("type")), as_text(node.get("title"))
+            nodes[identifier] = Node(identifier, kind, self._inputs(node), title)
         return Graph(nodes, self._content)
 
     def _inputs(self, node: Mapping[str, Any]) -> dict[str, Any]:

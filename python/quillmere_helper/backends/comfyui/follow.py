@@ -1,7 +1,7 @@
 """Following one job on a ComfyUI server to its end.
 
 The server's messages tell quickly how far a job is, but are lost when the connection is; its queue and its history are
-the truth. So messages move the progress line, and whenever they stop or end, the truth is asked.
+never out of date. So messages move the progress line, and whenever they stop or end, the server is asked.
 """
 
 import json
@@ -39,11 +39,6 @@ class Follower:
         self._renewed = False  # whether this is not the first connection
         self._tried = self._heard = self._ask_at = 0.0
         self._connect()
-
-    def close(self) -> None:
-        if self._socket is not None:
-            self._socket.close()
-            self._socket = None
 
     def until_ended(self, ticket: Ticket, graph: Graph, ends: list[str], where: str) -> Entry:
         """The job's entry in the history, when it has succeeded.
@@ -109,7 +104,9 @@ class Follower:
         return state
 
     def _drop(self) -> None:
-        self.close()
+        if self._socket is not None:
+            self._socket.close()
+        self._socket = None
         self._ask_at = 0.0
 
     def _connect(self) -> None:
@@ -117,7 +114,7 @@ class Follower:
         try:
             self._socket = WebSocket(self._comfy.site, "/ws", {"clientId": self._client})
         except Closed:
-            self._socket = None  # the truth can be had without
+            self._socket = None  # asking does without
 
     def _tell_state(self, state: State, progress: Progress) -> None:
         if state.waits:

@@ -5,7 +5,7 @@ from dataclasses import dataclass, field
 from typing import Any, Iterable, Mapping, Optional
 
 from ...errors import HelperError
-from ...untrusted import as_object
+from ...untrusted import as_object, as_text
 
 
 @dataclass
@@ -43,12 +43,12 @@ class Graph:
             for node in self.nodes.values()
         }
 
-    def sources(self, node: Node) -> Iterable[tuple[str, Node, int]]:
-        """The name of each linked input of `node` with the node that it comes from and the number of its output."""
+    def sources(self, node: Node) -> Iterable[tuple[str, Node]]:
+        """The name of each linked input of `node` with the node that it comes from."""
         for name, value in node.inputs.items():
             link = link_of(value)
             if link is not None and link[0] in self.nodes:
-                yield name, self.nodes[link[0]], link[1]
+                yield name, self.nodes[link[0]]
 
     def upstream(self, ends: Iterable[str]) -> set[str]:
         """The IDs of `ends` and of all nodes that they depend on."""
@@ -58,7 +58,7 @@ class Graph:
             node = waiting.pop()
             if node not in found:
                 found.add(node)
-                waiting += [source.id for _, source, _ in self.sources(self.nodes[node])]
+                waiting += [source.id for _, source in self.sources(self.nodes[node])]
         return found
 
     def fill(self, values: Mapping[str, Any], where: str) -> set[str]:
@@ -73,18 +73,16 @@ class Graph:
         def value_of(match: "re.Match[str]") -> Any:
             name = match.group(1)
             if values[name] is None:
-                text = f'A text in {where} asks for {{{name}}}; set "{name}" in the parameters of the workflow'
-                raise HelperError(text)
+                lacks = f'set "{name}" in the parameters of the workflow'
+                raise HelperError(f"A text in {where} asks for {{{name}}}; {lacks}")
             filled.add(name)
             return values[name]
 
         for node in self.nodes.values():
-            for name, text in node.inputs.items():
-                if isinstance(text, str):
-                    whole = pattern.fullmatch(text)
-                    # In one pass: what is put in may itself hold braces.
-                    filling = value_of(whole) if whole else pattern.sub(lambda match: str(value_of(match)), text)
-                    node.inputs[name] = filling
+            for name, text in [(name, text) for name, text in node.inputs.items() if isinstance(text, str)]:
+                whole = pattern.fullmatch(text)
+                # In one pass: what is put in may itself hold braces.
+                node.inputs[name] = value_of(whole) if whole else pattern.sub(lambda match: str(value_of(match)), text)
         return filled
 
 
@@ -101,6 +99,5 @@ def read_api(content: Mapping[str, Any], where: str) -> Graph:
         kind, inputs = given.get("class_type"), given.get("inputs", {})
         if not isinstance(kind, str) or not isinstance(inputs, dict):
             raise HelperError(f"Node {identifier} in {where} is damaged; export the workflow again (Export (API))")
-        title = as_object(given.get("_meta")).get("title")
-        nodes[identifier] = Node(identifier, kind, dict(inputs), title if isinstance(title, str) else "")
+        nodes[identifier] = Node(identifier, kind, dict(inputs), as_text(as_object(given.get("_meta")).get("title")))
     return Graph(nodes)

@@ -8,15 +8,14 @@ from .graph import Graph
 from .websocket import Message
 
 ALMOST = 0.99  # the whole is done when the picture is on disk, which no server can tell
-
 OVER = ("execution_success", "execution_error", "execution_interrupted")
 
 
 class Progress:
     """`line` is what to show: a message and the share of the whole job that is done, which never falls; None at first.
 
-    `asks` is set when a message is a reason to ask for the truth (the caller takes it back), `seems_over` when one of
-    them told that the job has ended.
+    `asks` is set when a message is a reason to ask the server (the caller takes it back), `seems_over` when one of them
+    told that the job has ended.
     """
 
     def __init__(self, graph: Graph, ends: list[str], ticket: Ticket) -> None:
@@ -52,20 +51,21 @@ class Progress:
         elif kind == "progress":
             self._running[self._current if node is None else str(node)] = _ratio(data)
         elif kind == "progress_state":
-            for identifier, state in as_object(data.get("nodes")).items():
-                self._take_state(str(identifier), as_object(state))
+            self._take_states(as_object(data.get("nodes")))
         elif kind == "executed":
             self._done.add(str(node))
         elif kind != "execution_start":
             return
-        self.line = (f"Running {self._label()}", self._share())
+        current = self._graph.nodes.get(self._current)
+        self.line = (f'Running "{current.short}"' if current else "Running on the server", self._share())
 
-    def _take_state(self, identifier: str, state: Mapping[str, Any]) -> None:
-        if state.get("state") == "finished":
-            self._done.add(identifier)
-        elif state.get("state") == "running":
-            self._running[identifier] = _ratio(state)
-            self._current = identifier
+    def _take_states(self, states: Mapping[str, Any]) -> None:
+        for identifier, state in states.items():
+            if as_object(state).get("state") == "finished":
+                self._done.add(identifier)
+            elif as_object(state).get("state") == "running":
+                self._running[identifier] = _ratio(state)
+                self._current = identifier
 
     def _start(self, node: str) -> None:
         """Nodes run one after the other: when the next one starts, the one before has finished."""
@@ -78,10 +78,6 @@ class Progress:
         running = sum(share for node, share in self._running.items() if node in self._needed - self._done)
         self._best = max(self._best, min((done + running) / max(len(self._needed), 1), ALMOST))
         return self._best
-
-    def _label(self) -> str:
-        node = self._graph.nodes.get(self._current)
-        return f'"{node.short}"' if node else "on the server"
 
 
 def _ratio(data: Mapping[str, Any]) -> float:

@@ -54,8 +54,10 @@ def _node_problem(label: str, error: Mapping[str, Any]) -> str:
     details = web.shortened(str(error.get("details") or error.get("message") or "no reason given"))
     kind = error.get("type")
     if kind == "value_not_in_list":
-        choices = _choices(extra)
-        return f'{label}: "{value}" for {name} is not on the server; put the file there or choose one of {choices}'
+        choices = as_list((as_list(extra.get("input_config")) or [None])[0])
+        more = " ..." if len(choices) > LONGEST_LIST else ""
+        some = ", ".join(map(str, choices[:LONGEST_LIST])) + more or "its own"
+        return f'{label}: "{value}" for {name} is not on the server; put the file there or choose one of {some}'
     if kind in ("value_smaller_than_min", "value_bigger_than_max"):
         return f"{label}: {name} cannot be {value} ({details}); change it or the resolution"
     if kind == "custom_validation_failed":
@@ -63,13 +65,6 @@ def _node_problem(label: str, error: Mapping[str, Any]) -> str:
     if kind == "required_input_missing":
         return f"{label}: nothing is linked to {name}; link it"
     return f"{label}: {details}"
-
-
-def _choices(extra: Mapping[str, Any]) -> str:
-    choices = as_list((as_list(extra.get("input_config")) or [None])[0])
-    if not choices:
-        return "its own"
-    return ", ".join(str(choice) for choice in choices[:LONGEST_LIST]) + (" ..." if len(choices) > LONGEST_LIST else "")
 
 
 def run_failed(data: Mapping[str, Any], graph: Graph, where: str) -> HelperError:

@@ -11,7 +11,6 @@ from ... import cancellation, web
 from ...errors import HelperError
 from ...parameters import seed_for
 from ...pictures import Picture, given_picture
-from ...request import RenderRequest
 from ...servers import patiently
 from .. import Job, Made
 from . import refusals, results
@@ -66,11 +65,19 @@ class Rendering:
         raise HelperError(f"{self._source.site.url} has lost the job {MOST_SUBMISSIONS} times; see its console")
 
     def _sent(self, path: str, role: str) -> str:
-        """The name on the server of the picture at `path`; empty when there is none."""
+        """The name on the server of the picture at `path`, the `role` image; empty when there is none.
+
+        Servers cannot delete pictures, so they get one folder per series of renders, and a name made from the content:
+        the same picture never takes room twice, and two renders at the same time never see each other's.
+        """
         if not path:
             return ""
         self._tell(f"Sending the {role} image")
-        return patiently(lambda: _send(self._comfy, self._job.request, path, role), self._tell)
+        content, kind = given_picture(path, role)
+        series = f"{self._job.request.output_dir}\n{self._job.request.output_prefix}".encode("utf-8", "surrogateescape")
+        name = f"{role}_{hashlib.sha256(content).hexdigest()[:24]}.{kind}"
+        folder = f"quillmere/{hashlib.sha256(series).hexdigest()[:12]}"
+        return patiently(lambda: self._comfy.upload(name, folder, content, TYPES[kind]), self._tell)
 
     def _once(self, follower: Follower) -> tuple[list[Picture], Wired]:
         job = str(uuid.uuid4())
@@ -117,18 +124,6 @@ class Rendering:
 
     def _tell(self, message: str, share: Optional[float] = None) -> None:
         self._job.status.tell("render", message, share)
-
-
-def _send(comfy: Comfy, request: RenderRequest, path: str, role: str) -> str:
-    """Uploads the picture at `path`, which is the `role` image ("guide" or "style"); returns its name on the server.
-
-    Servers cannot delete pictures, so they get one folder per series of renders, and a name made from the content: the
-    same picture never takes room twice, and two renders at the same time never see each other's.
-    """
-    content, kind = given_picture(path, role)
-    series = hashlib.sha256(f"{request.output_dir}\n{request.output_prefix}".encode("utf-8", "surrogateescape"))
-    name = f"{role}_{hashlib.sha256(content).hexdigest()[:24]}.{kind}"
-    return comfy.upload(name, f"quillmere/{series.hexdigest()[:12]}", content, TYPES[kind])
 
 
 def _withdraw(comfy: Comfy, ticket: Optional[Ticket]) -> str:

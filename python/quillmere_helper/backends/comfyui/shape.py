@@ -81,7 +81,7 @@ def _follow(graph: Graph, node: Node, name: str, found: list[Node], seen: set[tu
 
 def _where_its_text_is(graph: Graph, encoder: Node) -> Node:
     """The node that an encoder gets its text from, when its text is linked; else the encoder."""
-    for name, source, _ in graph.sources(encoder):
+    for name, source in graph.sources(encoder):
         if name in TEXT_NAMES and any(isinstance(value, str) for value in source.inputs.values()):
             return source
     return encoder

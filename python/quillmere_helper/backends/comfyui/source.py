@@ -8,7 +8,7 @@ from ... import servers, web
 from ...errors import HelperError
 from ...untrusted import read_object
 from ...parameters import Parameter, read_parameters
-from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph
+from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph, is_graph
 from . import convert
 from .classes import Classes
 from .client import KIND
@@ -47,7 +47,7 @@ class Source:
 def read_source(workflow: Workflow) -> Source:
     """Raises HelperError for a file that is none, and for logins and URLs that cannot be used."""
     content = workflow.content
-    given: Mapping[str, Any] = {} if _is_graph(content) else content
+    given: Mapping[str, Any] = {} if is_graph(content) else content
     options = read_parameters(given, KEYS, PARAMETERS, workflow.name)
     graph = _graph_of(given, workflow) if given else content
     site = servers.site_for(KIND, given.get("url"), workflow.name)
@@ -67,10 +67,6 @@ def _graph_of(given: Mapping[str, Any], workflow: Workflow) -> Mapping[str, Any]
             raise HelperError(remedy)
         path = os.path.join(os.path.dirname(os.path.expanduser(workflow.path)), graph)
         graph = read_object(path, "graph", LARGEST_WORKFLOW, remedy)
-    if not isinstance(graph, dict) or not _is_graph(graph):
+    if not isinstance(graph, dict) or not is_graph(graph):
         raise HelperError(remedy)
     return graph
-
-
-def _is_graph(content: Mapping[str, Any]) -> bool:
-    return is_api_graph(content) or is_editor_graph(content)

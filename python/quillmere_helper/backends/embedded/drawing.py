@@ -1,4 +1,4 @@
-"""An ink-and-wash drawing of a guide image, from bare paper to the last line, every edge where the guide has it."""
+"""An ink-and-wash drawing of a guide image: the steps, and the lines along its edges."""
 
 import io
 import math
@@ -56,7 +56,9 @@ def draw(guide: Image.Image, look: Optional[Image.Image], mood: Mood, seed: int,
     yield "Drawing lines", 0.75
     covered = _ink(guide, tones, paper, noise, unit, options)
     yield "Finishing the picture", 0.9
-    return _png(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
+    file = io.BytesIO()
+    Image.composite(Image.new("RGB", guide.size, INK), page, covered).save(file, "PNG", compress_level=2)
+    return file.getvalue()
 
 
 def _calm(guide: Image.Image, unit: float) -> Image.Image:
@@ -135,9 +137,3 @@ def _dry(ink: Image.Image, relief: Image.Image) -> Image.Image:
     """Thin ink skips the valleys of the paper; solid ink covers them."""
     skipping = ImageChops.subtract(ink, relief.point(curve(lambda value: 0.5 * (1 - value))))
     return Image.composite(ink, skipping, ink.point(ramp(0.35, 0.85)))
-
-
-def _png(page: Image.Image) -> bytes:
-    file = io.BytesIO()
-    page.save(file, "PNG", compress_level=2)
-    return file.getvalue()

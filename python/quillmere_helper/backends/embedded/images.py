@@ -22,22 +22,19 @@ class Noise:
         self._random = random.Random(seed)
         self._size = size
 
-    def grains(self) -> Image.Image:
-        """Every pixel by itself, evenly spread over 0 to 255."""
-        return self._white(self._size)
+    def grains(self, cell: float = 0.0) -> Image.Image:
+        """Every pixel by itself, evenly spread over 0 to 255; smooth over about `cell` pixels when that is given."""
+        width, height = self._size
+        if cell:
+            width, height = (max(2, round(side / max(cell, 1.0)) + 2) for side in self._size)
+        content = self._random.getrandbits(8 * width * height).to_bytes(width * height, "little")
+        grains = Image.frombytes("L", (width, height), content)
+        return grains.resize(self._size, Image.BICUBIC) if cell else grains
 
     def clouds(self, cell: float) -> Image.Image:
         """Soft shapes about `cell` pixels across with finer ones in them, around 128."""
-        coarse = self._layer(cell)
-        return Image.blend(coarse, self._layer(cell / 2.7), 0.35)
-
-    def _layer(self, cell: float) -> Image.Image:
-        cells = tuple(max(2, round(side / max(cell, 1.0)) + 2) for side in self._size)
-        return self._white((cells[0], cells[1])).resize(self._size, Image.BICUBIC)
-
-    def _white(self, size: tuple[int, int]) -> Image.Image:
-        count = size[0] * size[1]
-        return Image.frombytes("L", size, self._random.getrandbits(8 * count).to_bytes(count, "little"))
+        coarse = self.grains(cell)
+        return Image.blend(coarse, self.grains(cell / 2.7), 0.35)
 
     def between(self, least: float, most: float) -> float:
         return self._random.uniform(least, most)
