@@ -69,7 +69,7 @@ class Response:
 
 
 def write_whole(path: str, content: bytes) -> None:
-    """Writes `content` to `path`: beside it first, then renamed over it, so that no reader meets half of it.
+    """Writes `content` to `path`: beside it first, then renamed over it, so that no reader ever sees half of it.
 
     Raises OSError; what was at `path` before is then still there, and nothing is left beside it.
     """

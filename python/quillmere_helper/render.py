@@ -1,4 +1,4 @@
-"""One run of the helper: from a request to a response, whatever happens in between."""
+"""One run of the helper: from a request to a response, also when something fails in between."""
 
 import sys
 import time
@@ -16,7 +16,7 @@ DONE, FAILED, CANCELLED = 0, 1, 143
 
 
 def run(argv: list[str], request_path: str, response_path: str) -> int:
-    """Returns the exit status of the process. The response tells the same story; failures go to standard error too."""
+    """Returns the exit status of the process. The response says the same; failures go to standard error too."""
     response = Response(response_path)
     try:
         response.begin()
@@ -39,7 +39,7 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         for note in made.notes:
             print(f"quillmere_render_helper: {note}", file=sys.stderr)
         return DONE
-    except cancellation.Cancelled as cancelled:
+    except cancellation.Cancellation as cancelled:
         response.fail(str(cancelled) or cancellation.TEXT)
         return CANCELLED
     except HelperError as error:

@@ -22,7 +22,7 @@ USUAL_PATIENCE = 300.0
 PAUSE = 1.0  # seconds between two tries
 
 Tell = Callable[[str, Optional[float]], None]
-Result = TypeVar("Result")
+T = TypeVar("T")
 
 
 @dataclass(frozen=True)
@@ -54,7 +54,7 @@ def site_for(kind: Kind, given: Any, where: str) -> web.Site:
 
 
 def patience() -> float:
-    """Seconds that the user is ready to wait."""
+    """Seconds that the user wants to wait for a server that has gone."""
     text = os.environ.get(PATIENCE, "")
     try:
         return max(float(text), 0.0) if text else USUAL_PATIENCE
@@ -62,13 +62,13 @@ def patience() -> float:
         raise HelperError(f'{PATIENCE} is "{text}"; it must be a number of seconds') from error
 
 
-def patiently(call: Callable[[], Result], tell: Tell) -> Result:
-    """`call` again and again until the server answers. Raises web.Unreachable when the patience is over."""
+def until_answered(call: Callable[[], T], tell: Tell) -> T:
+    """`call` again and again until the server answers. Raises web.UnreachableServer when that takes too long."""
     end = time.monotonic() + patience()
     while True:
         try:
             return call()
-        except web.Unreachable:
+        except web.UnreachableServer:
             if time.monotonic() > end:
                 raise
             tell("The server does not answer; waiting for it", None)

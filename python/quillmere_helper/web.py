@@ -24,7 +24,7 @@ MEMORY = ("OutOfMemory", "out of memory", "Allocation on device")  # a server's 
 Connection = Union[http.client.HTTPConnection, http.client.HTTPSConnection]
 
 
-class Unreachable(HelperError):
+class UnreachableServer(HelperError):
     """The server did not answer, or stopped in the middle of an answer; it may do so later."""
 
 
@@ -52,7 +52,7 @@ class Site:
 
     url: str
     login: Mapping[str, str] = field(default_factory=dict, repr=False)
-    patience: float = ANSWER_TIME  # seconds without a byte until an exchange counts as failed
+    timeout: float = ANSWER_TIME  # seconds without a byte until an exchange counts as failed
 
     @property
     def parts(self) -> urllib.parse.SplitResult:
@@ -78,8 +78,8 @@ class Site:
         return self.exchange("POST", self.target(path), body, headers)
 
     def exchange(self, method: str, target: str, body: Optional[bytes], headers: Mapping[str, str]) -> Answer:
-        """Raises Unreachable. The caller looks at the status."""
-        connection = self.connect(min(self.patience, CONNECT_TIME))
+        """Raises UnreachableServer. The caller looks at the status."""
+        connection = self.connect(min(self.timeout, CONNECT_TIME))
         try:
             self.send(connection, method, target, body, headers)
             return self.receive(connection)
@@ -92,7 +92,7 @@ class Site:
         try:
             connection.request(method, target, body, {**headers, **self.login})
             if connection.sock is not None:
-                connection.sock.settimeout(self.patience)
+                connection.sock.settimeout(self.timeout)
         except ssl.SSLCertVerificationError as error:
             raise HelperError(
                 f"{self.url} shows a certificate that cannot be trusted ({error.verify_message}); "
@@ -114,9 +114,9 @@ class Site:
         except (OSError, http.client.HTTPException) as error:
             raise self._unreachable(error) from error
 
-    def _unreachable(self, error: BaseException) -> Unreachable:
+    def _unreachable(self, error: BaseException) -> UnreachableServer:
         why = reason_of(error)
-        return Unreachable(f"{self.url} does not answer ({why}); start the server there or correct the URL")
+        return UnreachableServer(f"{self.url} does not answer ({why}); start the server there or correct the URL")
 
 
 def json_body(content: Any) -> tuple[bytes, dict[str, str]]:

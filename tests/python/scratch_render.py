@@ -101,7 +101,7 @@ class RenderCase(unittest.TestCase):
             time.sleep(0.005)
 
     def assert_cancelled(self, process):
-        """Sends signal 15 and holds the helper to its promise: gone within a second, an answer, nothing left around."""
+        """Sends signal 15: the helper is gone within a second and leaves an answer, but no half-written file."""
         process.send_signal(signal.SIGTERM)
         sent = time.monotonic()
         process.wait(timeout=20)

@@ -1,4 +1,4 @@
-"""Whole renders on a server with the API of A1111's web UI, and everything that such servers do wrong."""
+"""Whole renders on a server with the API of A1111's web UI, with all that such servers do wrong."""
 
 import base64
 import json

@@ -11,7 +11,7 @@ from scratch_render import HELPER, RenderCase, with_pillow, without_pillow
 
 
 class LongCalls(unittest.TestCase):
-    def test_work_that_never_looks_up_ends_all_the_same(self):
+    def test_work_in_c_code_ends_too(self):
         code = """if True:
             from quillmere_helper import cancellation
             cancellation.listen()
@@ -32,7 +32,7 @@ class LongCalls(unittest.TestCase):
 class Cancellation(RenderCase):
     def setUp(self):
         super().setUp()
-        self.members.update(width=2560, height=1440)  # long enough to be met in the middle
+        self.members.update(width=2560, height=1440)  # long enough to be stopped in the middle
 
     def test_a_render_stops_within_a_second_at_any_stage(self):
         for stage in ("Stretching", "Looking", "Washing", "Drawing", "Finishing"):

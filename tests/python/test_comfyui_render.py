@@ -23,7 +23,7 @@ def pixels(picture):
 
 
 class Renders(ComfyCase):
-    def test_a_render_brings_the_servers_picture_home_and_tells_what_made_it(self):
+    def test_a_render_fetches_the_servers_picture_and_tells_what_made_it(self):
         told = {"scene": "city.glb", "prompt": "fög " * 50_000, "seed": "not ours"}
         self.environment["QUILLMERE_PROVENANCE_FILE"] = self.write("provenance.json", told)
         response = self.assert_rendered()
@@ -62,7 +62,7 @@ class Renders(ComfyCase):
         self.assertLess(shares[-1], 1)
         self.assertTrue(any('"Paint"' in message for message in self.messages()))
 
-    def test_the_same_render_again_meets_no_cached_picture(self):
+    def test_the_same_render_again_gets_no_cached_picture(self):
         for number in (1, 2):
             self.assertEqual(self.assert_rendered()["first_output"], str(self.outputs / f"shot_f3_{number}.png"))
             self.server.files.clear()
@@ -91,7 +91,7 @@ class Renders(ComfyCase):
 
 class Encrypted(ComfyCase):
     @unittest.skipUnless(shutil.which("openssl"), "NO OPENSSL: certificates are not tested")
-    def test_a_certificate_that_nobody_vouches_for_is_refused(self):
+    def test_a_certificate_that_cannot_be_trusted_is_refused(self):
         key, certificate = str(self.folder / "key.pem"), str(self.folder / "certificate.pem")
         names = ["-subj", "/CN=localhost", "-addext", "subjectAltName=IP:127.0.0.1"]
         command = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", certificate]
@@ -168,7 +168,7 @@ class Refusals(ComfyCase):
 
 @unittest.skipUnless(os.environ.get("QUILLMERE_TEST_COMFYUI_URL"), "QUILLMERE_TEST_COMFYUI_URL names no real server")
 class RealServer(RenderCase):
-    def test_a_graph_without_models_brings_its_picture_home(self):
+    def test_a_graph_without_models_makes_a_picture(self):
         nodes = (
             ("LoadImage", {"image": "x"}),
             ("ImageInvert", {"image": ["1", 0]}),

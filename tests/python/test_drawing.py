@@ -1,4 +1,4 @@
-"""What the embedded drawing promises: the guide's own edges, the prompt's light, the same picture again."""
+"""What the embedded drawing has to keep: the guide's edges, the prompt's light, the same picture for the same seed."""
 
 import io
 import subprocess

@@ -1,4 +1,4 @@
-"""PNG files without a picture library: their texts, their damage, their way to 8-bit RGB."""
+"""PNG files without a picture library: their texts, damaged ones, their conversion to 8-bit RGB."""
 
 import struct
 import unittest

@@ -133,7 +133,7 @@ class Pictures(RenderCase):
                 first = f'"first_output": "{escaped}/évé nement_f3_{number}.png"'
                 self.assertIn(first, self.response_file.read_text("utf-8"))
 
-    def test_no_poll_meets_a_half_written_status(self):
+    def test_no_poll_reads_a_half_written_status(self):
         self.members.update(width=640, height=360)
         process, seen = self.start(), []
         while process.poll() is None:

@@ -32,7 +32,7 @@ class Job:
 
 
 @dataclass(frozen=True)
-class Made:
+class Result:
     """How the pictures came about: the seed that they were made with, and remarks that the user should see."""
 
     seed: int
@@ -49,7 +49,7 @@ class Backend(Protocol):
     REQUIRES: str
     SERVER: Optional[Kind]
     def check(self, workflow: Workflow) -> dict[str, Any]: ...
-    def make(self, job: Job) -> Made: ...
+    def make(self, job: Job) -> Result: ...
 
 
 def load(name: str) -> Backend:

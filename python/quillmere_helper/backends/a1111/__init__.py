@@ -4,7 +4,7 @@ from typing import Any
 
 from ...errors import HelperError
 from ...workflows import Workflow
-from .. import Job, Made
+from .. import Job, Result
 from .client import A1111, KIND
 from .payload import control_model, read_settings
 from .rendering import Rendering
@@ -27,5 +27,5 @@ def check(workflow: Workflow) -> dict[str, Any]:
     return {"server": settings.site.url, "version": "", "model": checkpoint}
 
 
-def make(job: Job) -> Made:
+def make(job: Job) -> Result:
     return Rendering(job, read_settings(job.workflow)).run()

@@ -11,7 +11,7 @@ from ...untrusted import as_list, objects_in
 
 
 class A1111:
-    """One server. Calls raise web.Unreachable when it does not answer and HelperError when it refuses us."""
+    """One server. Calls raise web.UnreachableServer when it does not answer and HelperError when it refuses us."""
 
     def __init__(self, site: web.Site) -> None:
         self.site = site
@@ -64,7 +64,7 @@ class Call:
         site.send(self._connection, "POST", site.target(path), body, headers)
 
     def wait(self, seconds: float) -> Optional[web.Answer]:
-        """The answer when it begins within `seconds`, else None. Raises web.Unreachable when the connection is lost."""
+        """The answer when it begins within `seconds`, else None. Raises web.UnreachableServer on a lost connection."""
         if not select.select([self._connection.sock], [], [], seconds)[0]:
             return None
         try:

@@ -9,16 +9,16 @@ from ... import cancellation, web
 from ...errors import HelperError
 from ...parameters import seed_for
 from ...pictures import given_picture
-from ...servers import patience, patiently
+from ...servers import patience, until_answered
 from ...untrusted import as_object
-from .. import Job, Made
+from .. import Job, Result
 from .client import A1111, Call, refused
 from .payload import Settings, control_model, payload, received
 
 POLL = 0.7  # seconds between two looks at the progress
 LARGEST_SEED = (1 << 32) - 1  # of these servers
 MOST_CALLS = 3
-HASTE = 0.4  # seconds for an answer while the user waits for the end
+STOP_TIMEOUT = 0.4  # seconds for an answer while the user waits for the end
 
 
 class Rendering:
@@ -32,7 +32,7 @@ class Rendering:
         self._interrupted = False  # by somebody else
         self._best = 0.0
 
-    def run(self) -> Made:
+    def run(self) -> Result:
         settings, request = self._settings, self._job.request
         self._tell(f"Connecting to {settings.site.url}")
         checkpoint = self._server.checkpoint()
@@ -42,13 +42,13 @@ class Rendering:
         unused = "The style image is not used: A1111-compatible servers take none"
         try:
             content = self._called(guide, seed, control)
-        except cancellation.Cancelled:
-            raise cancellation.Cancelled(self._withdraw()) from None
+        except cancellation.Cancellation:
+            raise cancellation.Cancellation(self._withdraw()) from None
         pictures, seeds = received(content, seed)
         model = settings.options["checkpoint"] or checkpoint
         facts = {"server": settings.site.url, "checkpoint": model, "controlnet": control}
         self._job.deliver(pictures, seeds, facts)
-        return Made(seeds[0], [unused] if request.locked_style_image else [])
+        return Result(seeds[0], [unused] if request.locked_style_image else [])
 
     def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Mapping[str, Any]:
         """The server's answer. When the connection is lost the same picture is asked for again: these servers give
@@ -57,11 +57,11 @@ class Rendering:
             self._task = f"task(quillmere-{uuid.uuid4().hex})"
             content = payload(self._job.request, self._settings, guide, seed, self._task, control)
             try:
-                call = patiently(lambda: Call(self._settings.site, "/sdapi/v1/img2img", content), self._tell)
+                call = until_answered(lambda: Call(self._settings.site, "/sdapi/v1/img2img", content), self._tell)
                 answer = self._followed(call)
-            except web.Unreachable:
+            except web.UnreachableServer:
                 self._tell("The connection to the server was lost; asking again")
-                patiently(self._until_idle, self._tell)
+                until_answered(self._until_idle, self._tell)
                 continue
             if answer.status != 200:
                 raise refused(self._server.checked(answer), self._settings.site, self._settings.where)
@@ -79,7 +79,7 @@ class Rendering:
             answer = call.wait(POLL)
             try:
                 progress = self._server.progress()
-            except web.Unreachable:
+            except web.UnreachableServer:
                 progress = {}  # some servers answer nothing else while they work
             if answer is None:
                 self._tell_progress(progress)
@@ -115,10 +115,10 @@ class Rendering:
         job runs."""
         if not self._task:
             return cancellation.TEXT
-        hasty = A1111(replace(self._settings.site, patience=HASTE))
+        quick = A1111(replace(self._settings.site, timeout=STOP_TIMEOUT))
         try:
-            if self._is_ours(hasty.progress()):
-                hasty.interrupt()
+            if self._is_ours(quick.progress()):
+                quick.interrupt()
                 return f"{cancellation.TEXT}; its job on the server was stopped"
         except HelperError:
             pass

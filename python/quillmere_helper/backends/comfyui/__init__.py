@@ -1,23 +1,23 @@
-"""The ComfyUI back end: runs a graph on a ComfyUI server and brings its pictures home."""
+"""The ComfyUI back end: runs a graph on a ComfyUI server and fetches its pictures."""
 
 from typing import Any
 
 from ...errors import HelperError
 from ...workflows import Workflow
-from .. import Job, Made
+from .. import Job, Result
 from .classes import Classes
 from .client import KIND, Comfy
 from .graph import Graph
 from .rendering import Rendering
 from .source import read_source, some
-from .wiring import Wanted, wire
+from .wiring import GraphValues, wire
 
 REQUIRES = ""
 SERVER = KIND
-TRIAL = Wanted("prompt", "guide.png", "", 512, 512, 0, 0, "quillmere/check/picture")
+TRIAL = GraphValues("prompt", "guide.png", "", 512, 512, 0, 0, "quillmere/check/picture")
 
 
-def make(job: Job) -> Made:
+def make(job: Job) -> Result:
     return Rendering(job, read_source(job.workflow)).run()
 
 

@@ -33,7 +33,7 @@ class Ticket:
 
 
 class Comfy:
-    """One server. Every call raises web.Unreachable when it does not answer and HelperError when it refuses us."""
+    """One server. Calls raise web.UnreachableServer when it does not answer and HelperError when it refuses us."""
 
     def __init__(self, site: web.Site) -> None:
         self.site = site
@@ -82,7 +82,7 @@ class Comfy:
         """The running and the waiting jobs."""
         content = self._checked(self.site.get("/queue")).json()
         if not isinstance(content, dict):
-            raise web.Unreachable(f"{self.site.url} does not tell its queue; see its console")
+            raise web.UnreachableServer(f"{self.site.url} does not tell its queue; see its console")
         return as_list(content.get("queue_running")), as_list(content.get("queue_pending"))
 
     def _history(self, ticket: Ticket) -> Optional[Entry]:

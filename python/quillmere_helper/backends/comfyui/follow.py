@@ -16,15 +16,15 @@ from . import refusals
 from .client import Comfy, Entry, State, Ticket
 from .graph import Graph
 from .progress import Progress
-from .websocket import Closed, WebSocket
+from .websocket import ClosedConnection, WebSocket
 
 TICK = 0.5  # seconds between two looks at whether anybody still waits for the picture
-ASK_DEAF = 1.0  # seconds between two questions while no messages come through
-ASK_SILENT = 10.0  # seconds without a message after which to ask
+ASK_DISCONNECTED = 1.0  # seconds between two questions while no messages come through
+ASK_CONNECTED = 10.0  # seconds without a message after which to ask
 RECONNECT = 2.0  # seconds between two tries to connect
 
 
-class Lost(Exception):
+class LostJob(Exception):
     """The server runs, but knows nothing of the job: it was restarted."""
 
 
@@ -43,8 +43,8 @@ class Follower:
     def until_ended(self, ticket: Ticket, graph: Graph, ends: list[str], where: str) -> Entry:
         """The job's entry in the history, when it has succeeded.
 
-        Raises HelperError when it has failed, Lost when it must be submitted again, web.Unreachable when the server has
-        been away for longer than the user's patience.
+        Raises HelperError when it has failed, LostJob when it must be submitted again, web.UnreachableServer when the
+        server has been away for longer than the user wants to wait.
         """
         progress = Progress(graph, ends, ticket)
         self._ask_at, unknown = 0.0, 0
@@ -58,11 +58,11 @@ class Follower:
                 return succeeded(state.ended, graph, where)
             unknown = 0 if self._gone_since or state.waits or state.runs else unknown + 1
             if unknown > 1:
-                raise Lost
+                raise LostJob
             self._tell_state(state, progress)
             quiet = self._socket is not None and unknown == 0 and not progress.seems_over
-            self._ask_at = time.monotonic() + (ASK_SILENT if quiet else ASK_DEAF)
-            if state.runs and self._renewed and time.monotonic() - self._heard > ASK_SILENT:
+            self._ask_at = time.monotonic() + (ASK_CONNECTED if quiet else ASK_DISCONNECTED)
+            if state.runs and self._renewed and time.monotonic() - self._heard > ASK_CONNECTED:
                 self._drop()  # servers may forget the newer of two connections when they notice the end of the older
 
     def _listen(self, progress: Progress) -> None:
@@ -87,14 +87,14 @@ class Follower:
             progress.asks = False
             self._ask_at = 0.0
         elif progress.line is not None:
-            self._ask_at = max(self._ask_at, self._heard + (ASK_DEAF if progress.seems_over else ASK_SILENT))
+            self._ask_at = max(self._ask_at, self._heard + (ASK_DISCONNECTED if progress.seems_over else ASK_CONNECTED))
             self._tell(*progress.line)
 
     def _ask(self, ticket: Ticket) -> State:
         """What the server knows: nothing while it does not answer."""
         try:
             state = self._comfy.state(ticket)
-        except web.Unreachable as error:
+        except web.UnreachableServer as error:
             self._gone_since = self._gone_since or time.monotonic()
             if time.monotonic() - self._gone_since > self._patience:
                 raise error
@@ -113,7 +113,7 @@ class Follower:
         self._tried = self._heard = time.monotonic()
         try:
             self._socket = WebSocket(self._comfy.site, "/ws", {"clientId": self._client})
-        except Closed:
+        except ClosedConnection:
             self._socket = None  # asking does without
 
     def _tell_state(self, state: State, progress: Progress) -> None:

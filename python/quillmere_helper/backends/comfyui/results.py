@@ -8,11 +8,11 @@ from ...errors import HelperError
 from ...untrusted import as_object, objects_in
 from .client import Comfy
 
-TRIES = 4  # a download that was cut off is begun again
+TRIES = 4  # downloads, when the one before was cut off
 PAUSE = 0.5  # seconds before the next try
 
 
-class Gone(HelperError):
+class MissingPicture(HelperError):
     """The server names a picture that is not there any more."""
 
 
@@ -29,19 +29,19 @@ def named_in(entry: Mapping[str, Any], ends: list[str]) -> list[Mapping[str, Any
 
 
 def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> pictures.Picture:
-    """The picture's whole content and its kind, told by the content. Raises Gone, HelperError or web.Unreachable."""
+    """The whole picture and its kind. Raises HelperError, MissingPicture or web.UnreachableServer."""
     name = picture.get("filename")
     for attempt in range(TRIES):
         if attempt:
             time.sleep(PAUSE)
         try:
             answer = comfy.view(picture)
-        except web.Unreachable:
+        except web.UnreachableServer:
             if attempt + 1 == TRIES:
                 raise
             continue
         if answer.status == 404:
-            raise Gone(f'The picture "{name}" is not on the server any more; render the frame again')
+            raise MissingPicture(f'The picture "{name}" is not on the server any more; render the frame again')
         kind = pictures.kind_of(answer.body) if answer.status == 200 else None
         if kind is not None:
             return answer.body, kind

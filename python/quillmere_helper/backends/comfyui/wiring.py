@@ -20,7 +20,7 @@ SEED_INPUTS = ("seed", "noise_seed")
 
 
 @dataclass(frozen=True)
-class Wanted:
+class GraphValues:
     """What to put into a graph; `guide` and `style` are names of files on the server, `style` may be empty.
 
     `seed` None: the graph keeps its own. An empty prompt leaves the texts of the graph as they are.
@@ -37,7 +37,7 @@ class Wanted:
 
 
 @dataclass
-class Wired:
+class Wiring:
     """What came of it: the `outputs` to take pictures from, the seed of the graph, and remarks for the user."""
 
     outputs: list[str]
@@ -45,13 +45,13 @@ class Wired:
     notes: list[str] = field(default_factory=list)
 
 
-def wire(graph: Graph, classes: Classes, wanted: Wanted, where: str) -> Wired:
+def wire(graph: Graph, classes: Classes, wanted: GraphValues, where: str) -> Wiring:
     """Changes `graph`. Raises HelperError when a part of the request has no place in it, or more than one."""
-    return _Wiring(graph, classes, wanted, where).run()
+    return _Placement(graph, classes, wanted, where).run()
 
 
-class _Wiring:
-    def __init__(self, graph: Graph, classes: Classes, wanted: Wanted, where: str) -> None:
+class _Placement:
+    def __init__(self, graph: Graph, classes: Classes, wanted: GraphValues, where: str) -> None:
         self._graph, self._classes, self._wanted, self._where = graph, classes, wanted, where
         titles = {node.title.strip().lower(): node for node in graph.nodes.values()}
         self._marked = {title[len(MARK) :]: node for title, node in titles.items() if title.startswith(MARK)}
@@ -59,8 +59,8 @@ class _Wiring:
         needed = graph.upstream(shape.all_outputs(graph, classes))
         self._needed = [node for node in graph.nodes.values() if node.id in needed]
 
-    def run(self) -> Wired:
-        wired = Wired(shape.outputs(self._graph, self._classes, self._marked.get("result"), self._where), None)
+    def run(self) -> Wiring:
+        wired = Wiring(shape.outputs(self._graph, self._classes, self._marked.get("result"), self._where), None)
         self._place_guide()
         self._place_style(wired)
         self._place_prompt()
@@ -83,7 +83,7 @@ class _Wiring:
             node = self._only(free, "loads the guide image", "Quillmere Guide", 'add a "Load Image" node')
         self._set_picture(node, self._wanted.guide)
 
-    def _place_style(self, wired: Wired) -> None:
+    def _place_style(self, wired: Wiring) -> None:
         if not self._wanted.style or "style" in self._filled:
             return
         if "style" in self._marked:

@@ -9,7 +9,7 @@ from typing import Any
 from ... import cancellation
 from ...parameters import Parameter, read_parameters, seed_for
 from ...workflows import Workflow
-from .. import Job, Made
+from .. import Job, Result
 
 REQUIRES = "PIL.Image"
 SERVER = None
@@ -37,7 +37,7 @@ def check(workflow: Workflow) -> dict[str, Any]:
     return {}
 
 
-def make(job: Job) -> Made:
+def make(job: Job) -> Result:
     options = _options_of(job.workflow)
     seed = seed_for(options["seed"], job.request.frame)
     steps = _drawing(job, seed, options)
@@ -50,7 +50,7 @@ def make(job: Job) -> Made:
             break
         job.status.tell("draw", message, share)
     job.deliver([(picture, "png")], [seed], {})
-    return Made(seed)
+    return Result(seed)
 
 
 def _drawing(job: Job, seed: int, options: dict[str, Any]) -> Any:

@@ -14,7 +14,7 @@ from .prompt import Mood
 REFERENCE_AREA = 1024 * 576  # pixels of the picture that all lengths are given for
 SHEET = (253, 250, 241)
 INK = (30, 30, 44)
-EYE = curve(lambda light: light**0.6)  # edges in the shadows count as much as edges in the light
+BRIGHTENED = curve(lambda light: light**0.6)  # edges in the shadows count as much as edges in the light
 COLOUR_GAIN = 1.6  # an edge between two colours of one lightness counts as if they differed this much more
 NIBS = ((0.6, 0.012), (1.5, 0.036))  # width in pixels at a width of 1024, and the least step of 0..1 that it draws
 GRAIN_WINDOW = 8  # half the side of the surroundings of an edge, in widths of the nib
@@ -90,19 +90,19 @@ def _ink(
 
 
 def _lines(guide: Image.Image, relief: Image.Image, noise: Noise, unit: float, strength: float) -> Image.Image:
-    """How much ink lies on each pixel (255: solid). Lines swell and thin out with the pressure of the hand."""
+    """How much ink lies on each pixel (255: solid). Noise varies the width of lines."""
     pressure = noise.clouds(60 * unit).point(curve(lambda value: 0.4 + 0.6 * value))
     light, blue, red = guide.convert("YCbCr").split()
     widened = curve(lambda value: 0.5 + COLOUR_GAIN * (value - 0.5))
     ink = Image.new("L", guide.size, 0)
-    for channel in (light.point(EYE), blue.point(widened), red.point(widened)):
+    for channel in (light.point(BRIGHTENED), blue.point(widened), red.point(widened)):
         for width, least in NIBS:
             ink = ImageChops.lighter(ink, _strokes(channel, pressure, width * unit, least / strength))
     return _dry(_without_dots(ink, unit), relief)
 
 
 def _hatching(tones: Image.Image, noise: Noise, unit: float) -> Image.Image:
-    """Slanting strokes where `tones` are darkest, with gaps where the hand lifts."""
+    """Slanting strokes where `tones` are darkest, with gaps."""
     strokes = Image.new("L", tones.size, 0)
     pen = ImageDraw.Draw(strokes)
     width, height = tones.size
@@ -121,14 +121,14 @@ def _strokes(channel: Image.Image, pressure: Image.Image, width: float, least: f
     narrow = channel.filter(ImageFilter.GaussianBlur(width))
     wide = channel.filter(ImageFilter.GaussianBlur(width * 2.2))
     depth = ImageChops.subtract(wide, narrow, 0.5)
-    # Where everything around is as deep there is no edge but the grain of a rendering.
+    # Where everything around is as deep, that is the grain of a rendering and no edge.
     around = depth.filter(ImageFilter.BoxBlur(GRAIN_WINDOW * width)).point(curve(lambda value: GRAIN_SHARE * value))
     depth = ImageChops.subtract(depth, around)
     return ImageChops.multiply(depth, pressure).point(ramp(least, 3.8 * least))
 
 
 def _without_dots(ink: Image.Image, unit: float) -> Image.Image:
-    """A line has more ink around each of its pixels than a dot has, which is a grain too."""
+    """Keeps ink that has more ink around it: the pixels of lines, not those of grain."""
     around = ink.filter(ImageFilter.BoxBlur(2 * unit)).point(ramp(0.07, 0.17))
     return ImageChops.multiply(ink, around)
 

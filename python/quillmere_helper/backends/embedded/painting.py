@@ -78,7 +78,7 @@ def colour(light: Image.Image, guide: Image.Image, saturation: float) -> Image.I
 
 
 def thin(picture: Image.Image, bare: Image.Image, noise: Noise, unit: float) -> Image.Image:
-    """Paler where water stood, and almost gone where `bare` tells that the brush left the paper out."""
+    """Paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
     water = noise.clouds(170 * unit).point(curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
     pale = Image.blend(picture, Image.new("RGB", picture.size, WHITE), 0.6)
     return Image.composite(pale, picture, ImageChops.lighter(water, bare))
