@@ -3,7 +3,6 @@
 import ast
 import json
 import subprocess
-import sys
 import unittest
 from pathlib import Path
 
