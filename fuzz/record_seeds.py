@@ -5,7 +5,7 @@ import json
 import sys
 from pathlib import Path
 
-from quillmere_helper import png_chunks
+from quillmere_helper.png import with_text
 
 TREE = Path(__file__).resolve().parent.parent
 RECORD = {
@@ -17,5 +17,5 @@ RECORD = {
 folder, text = Path(sys.argv[1]), json.dumps(RECORD)
 picture = (TREE / "tests/image/pictures/png-1-bit.png").read_bytes()
 (folder / "side").write_text(text)
-(folder / "latin").write_bytes(png_chunks.with_text(picture, "quillmere", text))
-(folder / "unicode").write_bytes(png_chunks.with_text(picture, "quillmere", text.replace("fog", "Nebel \u2601")))
+(folder / "latin").write_bytes(with_text(picture, "quillmere", text))
+(folder / "unicode").write_bytes(with_text(picture, "quillmere", text.replace("fog", "Nebel \u2601")))

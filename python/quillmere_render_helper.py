@@ -4,13 +4,16 @@ This file and the modules that it imports first also run on interpreters that ar
 interpreter can hand over to a newer one.
 """
 
+import os
 import sys
 
-from quillmere_helper import interpreter
+sys.path.insert(0, os.path.dirname(os.path.realpath(__file__)))  # PYTHONSAFEPATH, where it is set, keeps this off
+
+from quillmere_helper import interpreter  # noqa: E402
 
 
 def main() -> int:
-    interpreter.speak_utf8(sys.argv)
+    interpreter.settle(sys.argv)
     interpreter.leave_if_too_old(sys.argv)
     from quillmere_helper.command_line import run
 

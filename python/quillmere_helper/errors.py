@@ -1,7 +1,5 @@
 """What can go wrong in a way that a user can do something about."""
 
-from __future__ import annotations
-
 
 class HelperError(Exception):
     """A failure whose text names the thing, the reason and the remedy, in one or two lines.

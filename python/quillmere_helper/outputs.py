@@ -1,18 +1,38 @@
-"""Where pictures go: `<prefix>_f<frame>_<n>.<extension>`, n counting up from 1, never over an earlier picture."""
-
-from __future__ import annotations
+"""Where pictures go, `<prefix>_f<frame>_<n>.<extension>`, n counting up from 1, never over an earlier picture; and the
+record of what made each, as a text in a PNG and in a side file `<picture>.json`."""
 
 import errno
+import itertools
+import json
 import os
 import re
 from pathlib import Path
+from typing import Any, Mapping
 
-from . import exchange_text, whole_file
+from . import VERSION, exchange, png, untrusted
 from .errors import HelperError, reason_of
+from .request import RenderRequest
+from .workflows import RECORD, Workflow
 
 CHOOSE = "choose another one"
 SIDE_FILE = ".json"  # added to the name of a picture
 LONGEST_STEM = 200  # bytes of a name before its number; file systems allow 255 in all
+FILE_FROM_HOST = "QUILLMERE_PROVENANCE_FILE"  # environment: a JSON file of what only the host knows: scene, camera, ...
+LARGEST_FROM_HOST = 16 << 20  # bytes
+
+
+def record_of(request: RenderRequest, workflow: Workflow, seed: int, more: Mapping[str, Any]) -> dict[str, Any]:
+    """What made a picture, enough to make it again. `more` comes from the back end and goes before the rest; what the
+    host tells never hides what is known here."""
+    try:
+        told = untrusted.read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
+    except (KeyError, HelperError):  # without it a record lacks a little, but costs no picture
+        told = {}
+    told.update(helper_version=VERSION, effective_prompt=request.effective_prompt)
+    told.update(frame=request.frame, width=request.width, height=request.height, seed=seed)
+    told.update(guide=request.reference_image, style=request.locked_style_image)
+    told.update(workflow_path=request.workflow_path, workflow=workflow.content)
+    return {**told, **more, "backend": workflow.backend}
 
 
 class Outputs:
@@ -20,10 +40,10 @@ class Outputs:
 
     def __init__(self, folder: str, prefix: str, frame: int) -> None:
         """Raises HelperError for names that cannot be used, or that the effect could not read back."""
-        if any(letter in prefix for letter in "/\\\0") or not exchange_text.reads_back(prefix) or "\n" in prefix:
+        if any(letter in prefix for letter in "/\\\0") or not exchange.reads_back(prefix) or "\n" in prefix:
             raise HelperError(f'The Filename Prefix "{prefix}" holds a slash or a control character; use a plain name')
         self._folder = Path(os.path.abspath(os.path.expanduser(folder)))
-        if not exchange_text.reads_back(str(self._folder)):
+        if not exchange.reads_back(str(self._folder)):
             raise HelperError(f'The Output Directory "{folder}" holds a backslash or a control character; {CHOOSE}')
         self._stem = f"{prefix}_f{frame}_"
         if len(os.fsencode(self._stem)) > LONGEST_STEM:
@@ -40,37 +60,34 @@ class Outputs:
         if not os.access(self._folder, os.W_OK | os.X_OK):
             raise HelperError(f'The Output Directory "{self._folder}" is read-only for you; {CHOOSE}')
 
-    def write(self, picture: bytes, extension: str) -> str:
-        """Writes one whole picture under the next free name and returns its path; on failure nothing is left behind."""
+    def write(self, picture: bytes, kind: str, record: Mapping[str, Any]) -> None:
+        """Writes one picture with its record, each whole, under the next free name. Raises HelperError."""
+        if kind == "png":  # with ASCII only, so that a reader without UTF-8 reads it too
+            picture = png.with_text(picture, RECORD, json.dumps(record))
+        path = self._write_picture(picture, kind)
+        self.paths.append(path)
+        try:
+            side_file = json.dumps(record, ensure_ascii=False, indent=2) + "\n"
+            exchange.write_whole(path + SIDE_FILE, side_file.encode("utf-8", "replace"))
+        except OSError as error:
+            text = f'Cannot write "{path + SIDE_FILE}": {reason_of(error)}; check the Output Directory'
+            raise HelperError(text) from error
+
+    def _write_picture(self, picture: bytes, extension: str) -> str:
+        """Returns the path; on failure nothing is left behind."""
         beside = self._folder / f".{self._stem}{os.getpid()}.part"
         try:
             beside.write_bytes(picture)
-            path = self._publish(beside, extension)
+            for number in itertools.count(self._highest() + 1):
+                path = self._folder / f"{self._stem}{number}.{extension}"
+                if _take_name(beside, path):
+                    break
+            return str(path)
         except OSError as error:
             remedy = "free some space" if error.errno in (errno.ENOSPC, errno.EDQUOT) else "check the Output Directory"
             raise HelperError(f'Cannot write a picture into "{self._folder}": {reason_of(error)}; {remedy}') from error
         finally:
             beside.unlink(missing_ok=True)
-        self.paths.append(str(path))
-        return str(path)
-
-    def write_side_file(self, content: bytes) -> None:
-        """Writes `<picture>.json` for the picture written last."""
-        path = self.paths[-1] + SIDE_FILE
-        try:
-            whole_file.write_whole(path, content)
-        except OSError as error:
-            raise HelperError(f'Cannot write "{path}": {reason_of(error)}; check the Output Directory') from error
-
-    def _publish(self, beside: Path, extension: str) -> Path:
-        number = self._highest() + 1
-        while True:
-            path = self._folder / f"{self._stem}{number}.{extension}"
-            try:
-                _take_name(beside, path)
-                return path
-            except FileExistsError:
-                number += 1
 
     def _highest(self) -> int:
         """Of all extensions: n tells pictures of one frame apart by itself."""
@@ -79,16 +96,21 @@ class Outputs:
         return max((int(match.group(1)) for match in matches if match), default=0)
 
 
-def _take_name(beside: Path, path: Path) -> None:
-    """Gives the file its final name in one step; raises FileExistsError when another process was faster."""
+def _take_name(beside: Path, path: Path) -> bool:
+    """Gives the file its final name in one step, unless another process was faster."""
     try:
         os.link(beside, path)
+        return True
     except FileExistsError:
-        raise
+        return False
     except OSError:  # a file system without hard links: take the name first, then fill it
-        os.close(os.open(path, os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o666))
         try:
-            os.replace(beside, path)
-        except BaseException:
-            path.unlink(missing_ok=True)
-            raise
+            os.close(os.open(path, os.O_CREAT | os.O_EXCL | os.O_WRONLY, 0o666))
+        except FileExistsError:
+            return False
+    try:
+        os.replace(beside, path)
+    except BaseException:
+        path.unlink(missing_ok=True)
+        raise
+    return True

@@ -1,14 +1,17 @@
-"""The parameters of a workflow file: one table per back end says what it accepts."""
-
-from __future__ import annotations
+"""The keys and parameters of a workflow file: one table per back end says what it accepts; and what a seed becomes."""
 
 import difflib
+import os
+import re
+import secrets
 from dataclasses import dataclass
-from typing import Any, Mapping, Sequence
+from typing import Any, Mapping, Sequence, Union
 
 from .errors import HelperError
 
 LARGEST_SEED = (1 << 64) - 1
+FRAME_STEP = 0x9E3779B97F4A7C15  # 2^64 / golden ratio: neighbouring frames get seeds that have nothing in common
+SEED_FROM_HOST = "QUILLMERE_SEED"  # environment: the seed of a picture that is to be made again
 
 
 @dataclass(frozen=True)
@@ -17,37 +20,41 @@ class Parameter:
 
     name: str
     default: Any
-    meaning: str
+    meaning: str  # as the table of docs/workflows.md tells it
     least: float = 0
     most: float = 0
     words: Sequence[str] = ()  # the texts it accepts; empty: any text
 
     def accepted(self) -> str:
+        words = ", ".join(f'"{word}"' for word in self.words)
         if self.name == "seed":
-            return f"a whole number of 0 to {LARGEST_SEED}, or {self._words()}"
-        if isinstance(self.default, bool):
-            return "true or false"
+            return f"a whole number of 0 to {LARGEST_SEED}, or {words}"
         if isinstance(self.default, str):
-            return f"one of {self._words()}" if self.words else "a text"
+            return f"one of {words}" if words else "a text"
         kind = "a whole number" if isinstance(self.default, int) else "a number"
         return f"{kind} of {self.least:g} to {self.most:g}"
 
-    def _words(self) -> str:
-        return ", ".join(f'"{word}"' for word in self.words)
-
     def accepts(self, value: Any) -> bool:
-        if self.name == "seed":
-            return value in self.words if isinstance(value, str) else type(value) is int and 0 <= value <= LARGEST_SEED
-        if isinstance(self.default, bool):
-            return isinstance(value, bool)
+        if self.name == "seed" and type(value) is int:
+            return 0 <= value <= LARGEST_SEED
         if isinstance(self.default, str):
             return isinstance(value, str) and (not self.words or value in self.words)
         whole = isinstance(self.default, int)
         return type(value) in ((int,) if whole else (int, float)) and self.least <= value <= self.most
 
 
-def checked(table: Sequence[Parameter], given: Any, where: str) -> dict[str, Any]:
-    """Every parameter of `table` with its given or default value. Raises HelperError for any that is not accepted."""
+Table = Sequence[Parameter]
+
+
+def read_parameters(content: Mapping[str, Any], keys: Sequence[str], table: Table, where: str) -> dict[str, Any]:
+    """Every parameter of `table` with its value in "parameters" of a workflow file, or its default.
+
+    Raises HelperError for any that is not accepted, and for a key that is none of `keys` (none are told: any will do).
+    """
+    unknown = [key for key in content if keys and key not in keys]
+    if unknown:
+        raise HelperError(f'Unknown key "{unknown[0]}" in {where}. Accepted: {", ".join(keys)}')
+    given = content.get("parameters", {})
     if not isinstance(given, Mapping):
         raise HelperError(f'"parameters" in {where} must be a JSON object')
     known = {parameter.name: parameter for parameter in table}
@@ -59,3 +66,18 @@ def checked(table: Sequence[Parameter], given: Any, where: str) -> dict[str, Any
         if not known[name].accepts(value):
             raise HelperError(f'Parameter "{name}" in {where} is {value!r}; it must be {known[name].accepted()}')
     return {name: given.get(name, parameter.default) for name, parameter in known.items()}
+
+
+def seed_for(choice: Union[int, str], frame: int) -> int:
+    """A whole number of 0 to 2^64 - 1, the same again for the same fixed choice or the same frame; the host's goes
+    before any choice. Raises HelperError when that is no seed."""
+    given = os.environ.get(SEED_FROM_HOST, "")
+    if given:
+        if not re.fullmatch("[0-9]{1,20}", given) or int(given) > LARGEST_SEED:
+            raise HelperError(f'{SEED_FROM_HOST} is "{given[:40]}"; it must be a whole number of 0 to {LARGEST_SEED}')
+        return int(given)
+    if choice == "random":
+        return secrets.randbits(64)
+    if choice == "frame":
+        return (frame + 1) * FRAME_STEP & LARGEST_SEED
+    return int(choice)

@@ -1,26 +1,22 @@
-"""One run of the helper: from a request to a response, whatever happens in between."""
+"""One run of the helper: from a request to a response, also when something fails in between."""
 
-from __future__ import annotations
-
-import importlib
 import sys
 import time
 import traceback
 
 from . import backends, cancellation, interpreter
+from .backends import Job
 from .errors import HelperError, reason_of
-from .jobs import Job, Made
+from .exchange import Response, Status
 from .outputs import Outputs
 from .request import read_request
-from .response import Response
-from .status import Status
 from .workflows import read_workflow
 
 DONE, FAILED, CANCELLED = 0, 1, 143
 
 
 def run(argv: list[str], request_path: str, response_path: str) -> int:
-    """Returns the exit status of the process. The response tells the same story; failures go to standard error too."""
+    """Returns the exit status of the process. The response says the same; failures go to standard error too."""
     response = Response(response_path)
     try:
         response.begin()
@@ -36,13 +32,15 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
     try:
         started = time.monotonic()
         job = _prepare(argv, request_path)
-        made = backends.load(job.workflow.backend).make(job)
-        response.succeed(job.outputs.paths, _facts(job, made, time.monotonic() - started))
+        backend = job.workflow.backend
+        made = backends.load(backend).make(job)
+        facts = {"backend": backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
+        response.succeed(job.outputs.paths, {**facts, "notes": made.notes})
         for note in made.notes:
             print(f"quillmere_render_helper: {note}", file=sys.stderr)
         return DONE
-    except cancellation.Cancelled as cancelled:
-        response.fail(str(cancelled) or "Quillmere render cancelled")
+    except cancellation.Cancellation as cancelled:
+        response.fail(str(cancelled) or cancellation.TEXT)
         return CANCELLED
     except HelperError as error:
         return _failed(response, str(error), error.details)
@@ -57,23 +55,12 @@ def _prepare(argv: list[str], request_path: str) -> Job:
     status = Status(request.status_path)
     status.tell("prepare", "Reading the workflow")
     workflow = read_workflow(request.workflow_path, backends.MODULES)
-    _require(argv, backends.load(workflow.backend).REQUIRES)
+    required = backends.load(workflow.backend).REQUIRES
+    if required and not interpreter.has(required):
+        raise HelperError(interpreter.hand_over(argv, required))
     outputs = Outputs(request.output_dir, request.output_prefix, request.frame)
     outputs.prepare()
     return Job(request, workflow, status, outputs)
-
-
-def _require(argv: list[str], module: str) -> None:
-    """Goes on in an interpreter that has `module`: this one, or another one in this process's place."""
-    try:
-        if module:
-            importlib.import_module(module)
-    except ImportError as error:
-        raise HelperError(interpreter.hand_over(argv, module)) from error
-
-
-def _facts(job: Job, made: Made, seconds: float) -> dict[str, object]:
-    return {"backend": job.workflow.backend, "seed": made.seed, "seconds": round(seconds, 3), "notes": made.notes}
 
 
 def _failed(response: Response, text: str, details: str) -> int:

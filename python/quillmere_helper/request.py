@@ -1,20 +1,18 @@
 """The render request, as the effect writes it."""
 
-from __future__ import annotations
-
 import os
 from dataclasses import dataclass, fields
 from typing import Any
 
 from .errors import HelperError
-from .json_reader import read_object
+from .untrusted import read_object
 
 LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
 LARGEST_SIDE = 16384  # pixels
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"
 STYLE_FROM_HOST = "QUILLMERE_STYLE"  # environment: a style image in place of the request's; empty: none
-KINDS = {"str": (str, "text"), "int": (int, "whole number")}
+KINDS = {str: "text", int: "whole number"}
 
 
 @dataclass(frozen=True)
@@ -39,9 +37,8 @@ def read_request(path: str) -> RenderRequest:
     values: dict[str, Any] = {}
     for field in fields(RenderRequest):
         value = members.get(field.name)
-        kind, kind_name = KINDS[str(field.type)]
-        if type(value) is not kind:
-            problem = f'lacks "{field.name}"' if value is None else f'has no {kind_name} in "{field.name}"'
+        if type(value) is not field.type:
+            problem = f'lacks "{field.name}"' if value is None else f'has no {KINDS[field.type]} in "{field.name}"'
             raise HelperError(f'The render request "{path}" {problem}; {AGAIN}')
         values[field.name] = value
     values["locked_style_image"] = os.environ.get(STYLE_FROM_HOST, values["locked_style_image"])
@@ -62,11 +59,10 @@ def _check(request: RenderRequest) -> None:
         value = getattr(request, field.name)
         if isinstance(value, str) and not _may_be_a_path(value):
             raise HelperError(f'"{field.name}" in the render request holds characters that no text has; enter it anew')
-    if not (1 <= request.width <= LARGEST_SIDE and 1 <= request.height <= LARGEST_SIDE) or (
-        request.width * request.height > LARGEST_AREA
-    ):
+    width, height = request.width, request.height
+    if min(width, height) < 1 or max(width, height) > LARGEST_SIDE or width * height > LARGEST_AREA:
         raise HelperError(
-            f"A picture of {request.width} x {request.height} pixels cannot be made; set a resolution of "
+            f"A picture of {width} x {height} pixels cannot be made; set a resolution of "
             f"1 to {LARGEST_SIDE} pixels a side and at most {LARGEST_AREA // 1_000_000} megapixels"
         )
 

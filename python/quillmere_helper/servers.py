@@ -1,38 +1,44 @@
-"""Where the servers are, and what the user lets each of them know about who is asking."""
-
-from __future__ import annotations
+"""Where the servers are, what the user lets each of them know about who is asking, and how long to wait for them."""
 
 import os
 import stat
+import time
 import urllib.parse
 from dataclasses import dataclass
 from pathlib import Path
-from typing import Any, Mapping
+from typing import Any, Callable, Mapping, Optional, TypeVar
 
-from . import web
+from . import cancellation, web
 from .errors import HelperError
-from .json_reader import read_object
+from .untrusted import read_object
 
 CREDENTIALS = "QUILLMERE_CREDENTIALS"  # environment: another place for the file with logins
 CREDENTIALS_FILE = "~/.quillmere/credentials.json"
 LARGEST_CREDENTIALS = 1 << 20  # bytes
+LOGINS = (("TOKEN", "token", web.bearer), ("AUTH", "basic", web.basic))  # variable's end, key in the file, header
 LOOPBACK = ("127.0.0.1", "localhost", "::1")
+PATIENCE = "QUILLMERE_SERVER_PATIENCE"  # environment: seconds to wait for a server that has gone
+USUAL_PATIENCE = 300.0
+PAUSE = 1.0  # seconds between two tries
+
+Tell = Callable[[str, Optional[float]], None]
+T = TypeVar("T")
 
 
 @dataclass(frozen=True)
 class Kind:
-    """A kind of server: how to call it, and the words that its environment variables begin with."""
+    """A kind of server: how to call it, and the words that its environment variables begin with.
+
+    `version` asks a site what runs there, and raises HelperError when it is no such server.
+    """
 
     name: str
     prefix: str
     default_url: str
+    version: Callable[[web.Site], str]
 
     def variable(self, what: str) -> str:
         return f"{self.prefix}_{what}"
-
-
-COMFYUI = Kind("ComfyUI", "QUILLMERE_COMFYUI", "http://127.0.0.1:8188")
-A1111 = Kind("A1111-compatible", "QUILLMERE_A1111", "http://127.0.0.1:7860")
 
 
 def site_for(kind: Kind, given: Any, where: str) -> web.Site:
@@ -41,13 +47,36 @@ def site_for(kind: Kind, given: Any, where: str) -> web.Site:
         raise HelperError(f'"url" in {where} must be a text like "{kind.default_url}"')
     own = os.environ.get(kind.variable("URL"), "")
     if given:
-        url = checked_url(given, f'"url" in {where}', kind)
+        url = _checked_url(given, f'"url" in {where}', kind)
     else:
-        url = checked_url(own, kind.variable("URL"), kind) if own else kind.default_url
+        url = _checked_url(own, kind.variable("URL"), kind) if own else kind.default_url
     return web.Site(url, _login(kind, url, own))
 
 
-def checked_url(url: str, where: str, kind: Kind) -> str:
+def patience() -> float:
+    """Seconds that the user wants to wait for a server that has gone."""
+    text = os.environ.get(PATIENCE, "")
+    try:
+        return max(float(text), 0.0) if text else USUAL_PATIENCE
+    except ValueError as error:
+        raise HelperError(f'{PATIENCE} is "{text}"; it must be a number of seconds') from error
+
+
+def until_answered(call: Callable[[], T], tell: Tell) -> T:
+    """`call` again and again until the server answers. Raises web.UnreachableServer when that takes too long."""
+    end = time.monotonic() + patience()
+    while True:
+        try:
+            return call()
+        except web.UnreachableServer:
+            if time.monotonic() > end:
+                raise
+            tell("The server does not answer; waiting for it", None)
+        cancellation.stop_if_orphaned()
+        time.sleep(PAUSE)
+
+
+def _checked_url(url: str, where: str, kind: Kind) -> str:
     """`url` without a slash at its end. Raises HelperError that names `where` it stands."""
     try:
         parts = urllib.parse.urlsplit(url)
@@ -63,7 +92,7 @@ def checked_url(url: str, where: str, kind: Kind) -> str:
     return url.rstrip("/")
 
 
-def origin(url: str) -> str:
+def _origin(url: str) -> str:
     """What has to be the same for a login to be meant for a server: scheme, host and port."""
     parts = urllib.parse.urlsplit(url)
     port = parts.port or (443 if parts.scheme == "https" else 80)
@@ -73,11 +102,11 @@ def origin(url: str) -> str:
 def _login(kind: Kind, url: str, own_url: str) -> Mapping[str, str]:
     """Logins of the environment go only to the server named there or to this machine: a workflow file may come from
     anybody, and must not be able to have them sent to its own address."""
-    trusted = urllib.parse.urlsplit(url).hostname in LOOPBACK or (own_url and origin(own_url) == origin(url))
-    if trusted and os.environ.get(kind.variable("TOKEN")):
-        return web.bearer(_one_line(os.environ[kind.variable("TOKEN")], kind.variable("TOKEN")))
-    if trusted and os.environ.get(kind.variable("AUTH")):
-        return web.basic(_one_line(os.environ[kind.variable("AUTH")], kind.variable("AUTH")))
+    trusted = urllib.parse.urlsplit(url).hostname in LOOPBACK or (own_url and _origin(own_url) == _origin(url))
+    for ending, _, header in LOGINS if trusted else ():
+        variable = kind.variable(ending)
+        if os.environ.get(variable):
+            return header(_one_line(os.environ[variable], variable))
     return _login_from_file(url)
 
 
@@ -91,14 +120,14 @@ def _login_from_file(url: str) -> Mapping[str, str]:
         raise HelperError(f'The logins in "{path}" can be read by others; run: chmod 600 "{path}"')
     remedy = 'it must be like {"https://host:8188": {"token": "..."}} or {"basic": "user:password"}'
     for known, login in read_object(str(path), "file of logins", LARGEST_CREDENTIALS, remedy).items():
+        wrong = HelperError(f'The entry "{known}" in "{path}" is no login; {remedy}')
         if not isinstance(login, dict):
-            raise HelperError(f'The entry "{known}" in "{path}" is no login; {remedy}')
-        if origin(known) == origin(url):
-            if isinstance(login.get("token"), str):
-                return web.bearer(_one_line(login["token"], str(path)))
-            if isinstance(login.get("basic"), str):
-                return web.basic(_one_line(login["basic"], str(path)))
-            raise HelperError(f'The entry "{known}" in "{path}" is no login; {remedy}')
+            raise wrong
+        if _origin(known) == _origin(url):
+            for _, key, header in LOGINS:
+                if isinstance(login.get(key), str):
+                    return header(_one_line(login[key], str(path)))
+            raise wrong
     return {}
 
 

@@ -1,18 +1,17 @@
 """Workflow files: which back end one is for, and what it asks of it."""
 
-from __future__ import annotations
-
 import os
 from dataclasses import dataclass
 from typing import Any, Mapping
 
-from . import json_reader, provenance
+from . import png, untrusted
 from .errors import HelperError
-from .png_chunks import SIGNATURE
 
 LARGEST_WORKFLOW = 256 << 20  # bytes; it may be a picture
 REMEDY = "choose another one in the Workflow menu, or put the file there"
 COMFYUI = "comfyui"
+RECORD = "quillmere"  # the PNG text that holds what made a picture, its workflow included
+GRAPHS = ("prompt", "workflow")  # PNG texts of a ComfyUI server: the graph that ran, the graph as its editor keeps it
 
 
 @dataclass(frozen=True)
@@ -31,11 +30,11 @@ class Workflow:
 def read_workflow(path: str, backends: Mapping[str, str]) -> Workflow:
     """Tells by its content what a file is: our own JSON, a ComfyUI graph in either format, or a picture of an earlier
     render. Raises HelperError when the file cannot be read or is for none of `backends`."""
-    raw = json_reader.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
-    if raw.startswith(SIGNATURE):
-        content = provenance.workflow_in(raw, path, REMEDY)
+    raw = untrusted.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
+    if raw.startswith(png.SIGNATURE):
+        content = _kept_in(raw, path)
     else:
-        content = json_reader.parse_object(raw, f'The workflow "{path}"', REMEDY)
+        content = untrusted.parse_object(raw, f'The workflow "{path}"', REMEDY)
     return Workflow(path, _backend_of(path, content, backends), content)
 
 
@@ -49,13 +48,32 @@ def is_editor_graph(content: Mapping[str, Any]) -> bool:
     return isinstance(content.get("nodes"), list)
 
 
+def is_graph(content: Mapping[str, Any]) -> bool:
+    return is_api_graph(content) or is_editor_graph(content)
+
+
+def _kept_in(picture: bytes, path: str) -> dict[str, Any]:
+    """The workflow that made a picture: ours, else the graph that a ComfyUI server left in it."""
+    try:
+        found = png.texts(picture)
+    except png.BadPng as error:
+        raise HelperError(f'The picture "{path}" cannot be read: {error}; {REMEDY}') from error
+    if RECORD in found:
+        workflow = untrusted.parse_object(found[RECORD].encode(), f'What made "{path}"', REMEDY).get("workflow")
+        if isinstance(workflow, dict):
+            return workflow
+    for keyword in GRAPHS:
+        if keyword in found:
+            return untrusted.parse_object(found[keyword].encode(), f'The graph in "{path}"', REMEDY)
+    raise HelperError(f'The picture "{path}" holds no workflow; {REMEDY}')
+
+
 def _backend_of(path: str, content: Mapping[str, Any], backends: Mapping[str, str]) -> str:
-    if is_api_graph(content) or is_editor_graph(content):
+    if is_graph(content):
         return COMFYUI
     backend = content.get("backend")
     if isinstance(backend, str) and backend in backends:
         return backend
-    found = (
-        f'names the back end "{backend}"' if isinstance(backend, str) else 'is no ComfyUI graph and names no "backend"'
-    )
+    named = isinstance(backend, str)
+    found = f'names the back end "{backend}"' if named else 'is no ComfyUI graph and names no "backend"'
     raise HelperError(f'The workflow "{path}" {found}; supported: {", ".join(backends)}, and ComfyUI graphs')

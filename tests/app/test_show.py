@@ -14,8 +14,8 @@ sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "python"))
 import scratch_render  # noqa: E402
 from comfy_classes import graph  # noqa: E402
 from comfy_server import ComfyServer  # noqa: E402
+from quillmere_helper.png import chunk  # noqa: E402
 
-chunk = scratch_render.png_chunks.chunk
 RANDOM_INK = {"backend": "embedded", "parameters": {"seed": "random"}}
 RECORD = {"helper_version": "0.1.0", "frame": 2, "width": 24, "height": 16, "seed": 5, "prompt": "fog", "system_prompt": ""}
 

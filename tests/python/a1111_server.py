@@ -1,4 +1,4 @@
-"""A small server that speaks the API of A1111's web UI over real sockets on loopback, its traps included."""
+"""A small server that speaks the API of A1111's web UI over real sockets on loopback, with the faults of such servers."""
 
 import base64
 import json

@@ -1,4 +1,4 @@
-"""A small server that speaks ComfyUI's protocol over real sockets on loopback, its traps included."""
+"""A small server that speaks ComfyUI's protocol over real sockets on loopback, with the faults of such servers."""
 
 import base64
 import contextlib
@@ -257,7 +257,7 @@ class _Handler(Answering):
             self.reply(content or b"", 200 if content else 404, "image/png")
 
     def listen(self, client):
-        """Turns the connection into a WebSocket and keeps it until the client says farewell or goes."""
+        """Turns the connection into a WebSocket and keeps it until the client closes it or goes."""
         comfy, key = self.server.owner, self.headers["Sec-WebSocket-Key"]
         accept = hashlib.sha1(key.encode() + b"258EAFA5-E914-47DA-95CA-C5AB0DC85B11").digest()
         self.send_response(101)

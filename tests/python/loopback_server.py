@@ -1,4 +1,4 @@
-"""What the stand-in servers share: real sockets on loopback, and calm when a client goes away in the middle."""
+"""What the stand-in servers share: real sockets on loopback, and no noise when a client goes away in the middle."""
 
 import contextlib
 import json

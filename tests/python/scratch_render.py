@@ -16,7 +16,8 @@ ROOT = Path(__file__).resolve().parents[2]
 HELPER = ROOT / "python" / "quillmere_render_helper.py"
 sys.path.insert(0, str(ROOT / "python"))
 
-from quillmere_helper import interpreter, png_chunks  # noqa: E402
+from quillmere_helper import interpreter  # noqa: E402
+from quillmere_helper.png import file_of  # noqa: E402
 
 
 def with_pillow():
@@ -26,13 +27,20 @@ def with_pillow():
     return interpreter.find("PIL.Image") or None
 
 
+def without_pillow(folder):
+    """An interpreter that cannot draw: a virtual environment in `folder` without any package."""
+    home = Path(folder) / "bare"
+    (home / "bin").mkdir(parents=True)
+    (home / "pyvenv.cfg").write_text(f"home = {Path(sys.executable).parent}\ninclude-system-site-packages = false\n")
+    (home / "bin" / "python3").symlink_to(sys.executable)
+    return str(home / "bin" / "python3")
+
+
 def png(width, height, colour=(200, 60, 40), depth=8):
     """An RGB PNG of one colour, made without any picture library."""
     samples = bytes(colour) if depth == 8 else b"".join(bytes((sample, sample)) for sample in colour)
     header = struct.pack(">IIBBBBB", width, height, depth, 2, 0, 0, 0)
-    parts = [png_chunks.chunk(b"IHDR", header)]
-    parts.append(png_chunks.chunk(b"IDAT", zlib.compress((b"\0" + samples * width) * height, 1)))
-    return b"".join([png_chunks.SIGNATURE, *parts, png_chunks.chunk(b"IEND", b"")])
+    return file_of((b"IHDR", header), (b"IDAT", zlib.compress((b"\0" + samples * width) * height, 1)))
 
 
 class RenderCase(unittest.TestCase):
@@ -93,7 +101,7 @@ class RenderCase(unittest.TestCase):
             time.sleep(0.005)
 
     def assert_cancelled(self, process):
-        """Sends signal 15 and holds the helper to its promise: gone within a second, an answer, nothing left around."""
+        """Sends signal 15: the helper is gone within a second and leaves an answer, but no half-written file."""
         process.send_signal(signal.SIGTERM)
         sent = time.monotonic()
         process.wait(timeout=20)

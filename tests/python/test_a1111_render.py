@@ -1,4 +1,4 @@
-"""Whole renders on a server with the API of A1111's web UI, and everything that such servers do wrong."""
+"""Whole renders on a server with the API of A1111's web UI, with all that such servers do wrong."""
 
 import base64
 import json
@@ -8,7 +8,9 @@ from pathlib import Path
 from unittest import mock
 
 from a1111_server import A1111Server
-from scratch_render import RenderCase, png_chunks
+from scratch_render import RenderCase
+
+from quillmere_helper import png
 
 MEMORY = {"error": "OutOfMemoryError", "detail": "", "errors": "CUDA out of memory"}
 SCHEMA = {"detail": [{"loc": ["body", "steps"], "msg": "value is not a valid integer", "type": "type_error"}]}
@@ -60,7 +62,7 @@ class A1111(RenderCase):
         response = self.assert_rendered()
         self.assertEqual(len(response["outputs"]), 2)
         for path in response["outputs"]:
-            header = dict(png_chunks.chunks(Path(path).read_bytes()))[b"IHDR"]
+            header = dict(png.chunks(Path(path).read_bytes()))[b"IHDR"]
             self.assertEqual(struct.unpack(">II", header[:8]), (16, 9), "the overview was taken for a picture")
         facts, second = (json.loads((self.outputs / f"shot_f3_{number}.png.json").read_text()) for number in (1, 2))
         wanted = {"seed": 40, "checkpoint": "base.safetensors [9f]", "controlnet": "control_canny [a1]"}

@@ -14,11 +14,11 @@ sys.path.insert(0, str(ROOT / "python"))
 from quillmere_helper.backends.comfyui import convert
 from quillmere_helper.backends.comfyui.classes import Classes
 from quillmere_helper.backends.comfyui.graph import read_api
-from quillmere_helper.backends.comfyui.wiring import Wanted, wire
+from quillmere_helper.backends.comfyui.wiring import GraphValues, wire
 from quillmere_helper.errors import HelperError
 
 
-WANTED = Wanted("a red barn", "q/guide.png", "", 640, 360, 12, None, "quillmere/job/picture")
+WANTED = GraphValues("a red barn", "q/guide.png", "", 640, 360, 12, None, "quillmere/job/picture")
 
 
 def wired(content, **changes):

@@ -10,24 +10,26 @@ from unittest import mock
 
 from comfy_case import ComfyCase
 from comfy_classes import graph
-from scratch_render import RenderCase, png, png_chunks
+from scratch_render import RenderCase, png
 
-from quillmere_helper import provenance
+from quillmere_helper.outputs import record_of
+from quillmere_helper.png import chunks, texts
 from quillmere_helper.request import RenderRequest
+from quillmere_helper.workflows import Workflow
 
 
 def pixels(picture):
-    return bytes(dict(png_chunks.chunks(picture))[b"IDAT"])
+    return bytes(dict(chunks(picture))[b"IDAT"])
 
 
 class Renders(ComfyCase):
-    def test_a_render_brings_the_servers_picture_home_and_tells_what_made_it(self):
+    def test_a_render_fetches_the_servers_picture_and_tells_what_made_it(self):
         told = {"scene": "city.glb", "prompt": "fög " * 50_000, "seed": "not ours"}
         self.environment["QUILLMERE_PROVENANCE_FILE"] = self.write("provenance.json", told)
         response = self.assert_rendered()
         picture = (self.outputs / "shot_f3_1.png").read_bytes()
         self.assertEqual((response["first_output"], response["seed"]), (str(self.outputs / "shot_f3_1.png"), 5))
-        facts = json.loads(png_chunks.texts(picture)["quillmere"])
+        facts = json.loads(texts(picture)["quillmere"])
         self.assertEqual(facts, json.loads((self.outputs / "shot_f3_1.png.json").read_text()))
         wanted = {**told, "seed": 5, "frame": 3, "width": 1000, "server_version": "0.3.64"}
         self.assertEqual({key: facts[key] for key in wanted}, wanted)
@@ -44,7 +46,7 @@ class Renders(ComfyCase):
         request = RenderRequest(**self.members)
         for name in ("lost", "", "pipe", ".", "large", "list"):
             with self.subTest(name), mock.patch.dict(os.environ, {"QUILLMERE_PROVENANCE_FILE": str(self.folder / name)}):
-                self.assertNotIn("scene", provenance.facts_of(request, {}, 5, {}))
+                self.assertNotIn("scene", record_of(request, Workflow("", "embedded", {}), 5, {}))
 
     def test_a_deep_guide_reaches_the_server_as_8_bit_rgb(self):
         self.write("reference_3.png", png(20, 10, (200, 60, 40), depth=16))
@@ -60,7 +62,7 @@ class Renders(ComfyCase):
         self.assertLess(shares[-1], 1)
         self.assertTrue(any('"Paint"' in message for message in self.messages()))
 
-    def test_the_same_render_again_meets_no_cached_picture(self):
+    def test_the_same_render_again_gets_no_cached_picture(self):
         for number in (1, 2):
             self.assertEqual(self.assert_rendered()["first_output"], str(self.outputs / f"shot_f3_{number}.png"))
             self.server.files.clear()
@@ -89,7 +91,7 @@ class Renders(ComfyCase):
 
 class Encrypted(ComfyCase):
     @unittest.skipUnless(shutil.which("openssl"), "NO OPENSSL: certificates are not tested")
-    def test_a_certificate_that_nobody_vouches_for_is_refused(self):
+    def test_a_certificate_that_cannot_be_trusted_is_refused(self):
         key, certificate = str(self.folder / "key.pem"), str(self.folder / "certificate.pem")
         names = ["-subj", "/CN=localhost", "-addext", "subjectAltName=IP:127.0.0.1"]
         command = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", certificate]
@@ -166,7 +168,7 @@ class Refusals(ComfyCase):
 
 @unittest.skipUnless(os.environ.get("QUILLMERE_TEST_COMFYUI_URL"), "QUILLMERE_TEST_COMFYUI_URL names no real server")
 class RealServer(RenderCase):
-    def test_a_graph_without_models_brings_its_picture_home(self):
+    def test_a_graph_without_models_makes_a_picture(self):
         nodes = (
             ("LoadImage", {"image": "x"}),
             ("ImageInvert", {"image": ["1", 0]}),

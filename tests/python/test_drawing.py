@@ -1,4 +1,4 @@
-"""What the embedded drawing promises: the guide's own edges, the prompt's light, the same picture again."""
+"""What the embedded drawing has to keep: the guide's edges, the prompt's light, the same picture for the same seed."""
 
 import io
 import subprocess
@@ -23,10 +23,10 @@ def a_guide(size=(320, 180), background=(150, 165, 185)):
 
 def drawn(guide, prompt="", look=None, seed=7, **options):
     from quillmere_helper.backends import embedded
-    from quillmere_helper.backends.embedded import drawing, lexicon
+    from quillmere_helper.backends.embedded import drawing, prompt as words
 
     chosen = {parameter.name: parameter.default for parameter in embedded.PARAMETERS}
-    steps = drawing.draw(guide, look, lexicon.mood_of(prompt, chosen["tint"]), seed, {**chosen, **options})
+    steps = drawing.draw(guide, look, words.mood_of(prompt, chosen["tint"]), seed, {**chosen, **options})
     while True:
         try:
             next(steps)

@@ -1,12 +1,13 @@
-"""PNG files without a picture library: their texts, their damage, their way to 8-bit RGB."""
+"""PNG files without a picture library: their texts, damaged ones, their conversion to 8-bit RGB."""
 
 import struct
 import unittest
 import zlib
 
-from scratch_render import png, png_chunks
+from scratch_render import png
 
-from quillmere_helper import picture_files, plain_png
+from quillmere_helper.pictures import kind_of, plain_png
+from quillmere_helper.png import SIGNATURE, BadPng, chunk, chunks, file_of, texts, with_text
 
 PIXELS = [(10, 20, 30), (200, 100, 0), (7, 7, 7), (255, 0, 128)]  # 2 x 2
 
@@ -15,8 +16,7 @@ def raw(colour, depth, rows, palette=b"", interlaced=0, size=(2, 2)):
     """`rows` come with their filter bytes."""
     header = struct.pack(">IIBBBBB", *size, depth, colour, 0, 0, interlaced)
     colours = [(b"PLTE", palette)] if palette else []
-    parts = [(b"IHDR", header), *colours, (b"IDAT", zlib.compress(rows)), (b"IEND", b"")]
-    return png_chunks.SIGNATURE + b"".join(png_chunks.chunk(kind, data) for kind, data in parts)
+    return file_of((b"IHDR", header), *colours, (b"IDAT", zlib.compress(rows)))
 
 
 def filtered(kind, rows, step):
@@ -36,7 +36,7 @@ def filtered(kind, rows, step):
 
 def pixels_of(picture):
     """Of an unfiltered 2 x 2 RGB picture."""
-    rows = zlib.decompress(bytes(dict(png_chunks.chunks(picture))[b"IDAT"]))
+    rows = zlib.decompress(bytes(dict(chunks(picture))[b"IDAT"]))
     flat = rows[1:7] + rows[8:14]
     return [tuple(flat[place : place + 3]) for place in range(0, 12, 3)]
 
@@ -48,34 +48,34 @@ class Png(unittest.TestCase):
         deep = [bytes(value for pixel in row for sample in pixel for value in (sample, 77)) for row in rows]
         for kind in range(5):
             with self.subTest(filter=kind):
-                self.assertEqual(pixels_of(plain_png.as_plain(raw(6, 8, filtered(kind, rgba, 4)))), PIXELS)
-                self.assertEqual(pixels_of(plain_png.as_plain(raw(2, 16, filtered(kind, deep, 6)))), PIXELS)
+                self.assertEqual(pixels_of(plain_png(raw(6, 8, filtered(kind, rgba, 4)))), PIXELS)
+                self.assertEqual(pixels_of(plain_png(raw(2, 16, filtered(kind, deep, 6)))), PIXELS)
         palette = b"".join(map(bytes, PIXELS))
-        self.assertEqual(pixels_of(plain_png.as_plain(raw(3, 8, b"\0\0\1\0\2\3", palette))), PIXELS)
-        grey = pixels_of(plain_png.as_plain(raw(4, 8, b"\0\5\xff\6\xff\0\7\xff\x08\xff")))
+        self.assertEqual(pixels_of(plain_png(raw(3, 8, b"\0\0\1\0\2\3", palette))), PIXELS)
+        grey = pixels_of(plain_png(raw(4, 8, b"\0\5\xff\6\xff\0\7\xff\x08\xff")))
         self.assertEqual(grey, [(5, 5, 5), (6, 6, 6), (7, 7, 7), (8, 8, 8)])
 
     def test_what_cannot_be_read_is_an_error(self):
         for what, picture in (
-            ("no header", png_chunks.SIGNATURE + png_chunks.chunk(b"IEND", b"")),
+            ("no header", SIGNATURE + chunk(b"IEND", b"")),
             ("interlaced", raw(6, 8, b"\0" * 18, interlaced=1)),
             ("too few rows", raw(6, 8, b"\0" * 10)),
             ("an unknown filter", raw(6, 8, b"\x09" + b"\0" * 17)),
             ("gigantic", raw(6, 8, b"", size=(1 << 30, 1 << 30))),
-            ("a header that is cut off", png_chunks.SIGNATURE + png_chunks.chunk(b"IHDR", b"12")),
+            ("a header that is cut off", SIGNATURE + chunk(b"IHDR", b"12")),
         ):
-            with self.subTest(what), self.assertRaises(png_chunks.BadPng):
-                plain_png.as_plain(picture)
+            with self.subTest(what), self.assertRaises(BadPng):
+                plain_png(picture)
 
     def test_a_text_is_read_back_and_leaves_the_picture_whole(self):
-        picture = png_chunks.with_text(png(3, 2), "quillmere", "Zürich")
-        self.assertEqual(png_chunks.texts(picture), {"quillmere": "Zürich"})
-        self.assertEqual(picture_files.kind_of(picture), "png")
+        picture = with_text(png(3, 2), "quillmere", "Zürich")
+        self.assertEqual(texts(picture), {"quillmere": "Zürich"})
+        self.assertEqual(kind_of(picture), "png")
         packed = b"k\0\1\0\0\0" + zlib.compress(b"packed")
         bomb = b"b\0\0" + zlib.compress(bytes(80 << 20), 9)
-        body = png_chunks.chunk(b"zTXt", bomb) + png_chunks.chunk(b"iTXt", packed) + png_chunks.chunk(b"tEXt", b"none")
+        body = chunk(b"zTXt", bomb) + chunk(b"iTXt", packed) + chunk(b"tEXt", b"none")
         more = picture[:-12] + body + picture[-12:]
-        self.assertEqual(png_chunks.texts(more), {"quillmere": "Zürich", "k": "packed"})
+        self.assertEqual(texts(more), {"quillmere": "Zürich", "k": "packed"})
 
     def test_only_whole_pictures_count(self):
         whole = png(30, 20)
@@ -84,7 +84,7 @@ class Png(unittest.TestCase):
             (whole, "png"),
             (whole[:-1], None),
             (damaged, None),
-            (png_chunks.SIGNATURE, None),
+            (SIGNATURE, None),
             (b"\xff\xd8\xff\xe0 \xff\xd9", "jpg"),
             (b"\xff\xd8\xff\xe0 ", None),
             (b"RIFF\x04\0\0\0WEBP", "webp"),
@@ -92,4 +92,4 @@ class Png(unittest.TestCase):
             (b"<html>", None),
             (b"", None),
         ):
-            self.assertEqual(picture_files.kind_of(content), kind, content[:20])
+            self.assertEqual(kind_of(content), kind, content[:20])

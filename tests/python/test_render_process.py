@@ -92,12 +92,12 @@ class Names(RenderCase):
             with self.subTest(links), links, mock.patch.object(outputs.Outputs, "_highest", return_value=0):
                 mine = outputs.Outputs(str(self.outputs), "shot", 3)
                 mine.prepare()
-                theirs = self.outputs / "shot_f3_1.png"
-                theirs.write_bytes(b"theirs")
-                self.assertEqual(mine.write(b"mine", "png"), str(self.outputs / "shot_f3_2.png"))
-                contents = sorted(path.read_bytes() for path in self.outputs.iterdir())
-                self.assertEqual(contents, [b"mine", b"theirs"])
-                (self.outputs / "shot_f3_2.png").unlink()
+                (self.outputs / "shot_f3_1.jpg").write_bytes(b"theirs")
+                mine.write(b"mine", "jpg", {})
+                self.assertEqual(mine.paths, [str(self.outputs / "shot_f3_2.jpg")])
+                contents = {path.name: path.read_bytes() for path in self.outputs.iterdir() if path.suffix == ".jpg"}
+                self.assertEqual(contents, {"shot_f3_1.jpg": b"theirs", "shot_f3_2.jpg": b"mine"})
+                (self.outputs / "shot_f3_2.jpg").unlink()
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: pictures are not tested")
@@ -133,7 +133,7 @@ class Pictures(RenderCase):
                 first = f'"first_output": "{escaped}/évé nement_f3_{number}.png"'
                 self.assertIn(first, self.response_file.read_text("utf-8"))
 
-    def test_no_poll_meets_a_half_written_status(self):
+    def test_no_poll_reads_a_half_written_status(self):
         self.members.update(width=640, height=360)
         process, seen = self.start(), []
         while process.poll() is None:

@@ -6,6 +6,7 @@ from unittest import mock
 from scratch_render import RenderCase
 
 from quillmere_helper import servers
+from quillmere_helper.backends.comfyui.client import KIND
 from quillmere_helper.errors import HelperError
 
 FILE = {"https://studio:443": {"token": "from-file"}, "http://other:8188": {"basic": "ann:secret"}}
@@ -17,7 +18,7 @@ class Servers(RenderCase):
         path = self.write("credentials.json", FILE)
         os.chmod(path, mode)
         with mock.patch.dict(os.environ, {"QUILLMERE_CREDENTIALS": path, **environment}, clear=True):
-            return servers.site_for(servers.COMFYUI, url, "the workflow")
+            return servers.site_for(KIND, url, "the workflow")
 
     def test_the_workflow_names_the_server_else_the_environment_else_it_is_here(self):
         own = {"QUILLMERE_COMFYUI_URL": "https://studio/comfy/"}

@@ -13,7 +13,7 @@ from scratch_render import ROOT
 sys.path.insert(0, str(ROOT / "python"))
 
 from quillmere_helper import web
-from quillmere_helper.backends.comfyui.websocket import Closed, WebSocket
+from quillmere_helper.backends.comfyui.websocket import ClosedConnection, WebSocket
 
 
 def frame(code, data, final=True):
@@ -68,10 +68,10 @@ class WebSockets(unittest.TestCase):
         for content in (b"", frame(8, b"\x03\xe8"), b"\xf1\x00", masked, endless, cut_off):
             with self.subTest(content):
                 client = self.connect(content)
-                with self.assertRaises(Closed):
+                with self.assertRaises(ClosedConnection):
                     client.receive(5)
 
     def test_another_answer_than_a_hand_shake_is_refused(self):
         for accept in (b"HTTP/1.1 404 Not Found\r\n\r\n", b"HTTP/1.1 101 x\r\n\r\n", b"\r\n\r\n", b"x" * 100_000):
-            with self.subTest(accept[:20]), self.assertRaises(Closed):
+            with self.subTest(accept[:20]), self.assertRaises(ClosedConnection):
                 self.connect(b"", accept)

@@ -1,30 +1,55 @@
-"""The back ends, by the name that a workflow file gives. Each is loaded only when a workflow is for it."""
-
-from __future__ import annotations
+"""The back ends, by the name that a workflow file gives: what each is given and what it gives back. One is loaded only
+when a workflow is for it."""
 
 import importlib
-from typing import Any, Protocol, cast
+from dataclasses import dataclass, field
+from typing import Any, Mapping, Optional, Protocol, Sequence, cast
 
-from ..jobs import Job, Made
+from ..exchange import Status
+from ..outputs import Outputs, record_of
+from ..pictures import Picture
+from ..request import RenderRequest
+from ..servers import Kind
 from ..workflows import Workflow
+
+MODULES = {"embedded": ".embedded", "comfyui": ".comfyui", "a1111": ".a1111"}
+
+
+@dataclass(frozen=True)
+class Job:
+    """One render. The back end reports to `status` and delivers its pictures, the main one first."""
+
+    request: RenderRequest
+    workflow: Workflow
+    status: Status
+    outputs: Outputs
+
+    def deliver(self, pictures: Sequence[Picture], seeds: Sequence[int], facts: Mapping[str, Any]) -> None:
+        """Writes the pictures, each with its seed and what else made it: the request, and `facts` that go before it."""
+        self.status.tell("write", "Writing the picture", 0.99)
+        for (content, kind), seed in zip(pictures, seeds):
+            self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, facts))
+
+
+@dataclass(frozen=True)
+class Result:
+    """How the pictures came about: the seed that they were made with, and remarks that the user should see."""
+
+    seed: int
+    notes: list[str] = field(default_factory=list)
 
 
 class Backend(Protocol):
-    """`REQUIRES` names a module beyond the standard library that `make` needs, or is empty.
+    """`REQUIRES` names a module beyond the standard library that `make` needs, or is empty; `SERVER` is the kind of
+    server that it works with, if any.
 
     `check` raises HelperError when the workflow cannot be run, and returns facts about it; `make` does the render.
     """
 
     REQUIRES: str
-
-    def check(self, workflow: Workflow) -> dict[str, Any]:
-        ...
-
-    def make(self, job: Job) -> Made:
-        ...
-
-
-MODULES = {"embedded": ".embedded", "comfyui": ".comfyui", "a1111": ".a1111"}
+    SERVER: Optional[Kind]
+    def check(self, workflow: Workflow) -> dict[str, Any]: ...
+    def make(self, job: Job) -> Result: ...
 
 
 def load(name: str) -> Backend:

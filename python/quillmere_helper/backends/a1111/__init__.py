@@ -1,32 +1,31 @@
 """The back end for servers with the API of A1111's web UI: the guide is turned into the picture."""
 
-from __future__ import annotations
-
 from typing import Any
 
 from ...errors import HelperError
-from ...jobs import Job, Made
 from ...workflows import Workflow
-from . import payload, rendering
-from .client import A1111
-from .settings import read_settings
+from .. import Job, Result
+from .client import A1111, KIND
+from .payload import control_model, read_settings
+from .rendering import Rendering
 
 REQUIRES = ""
+SERVER = KIND
 
 
 def check(workflow: Workflow) -> dict[str, Any]:
     settings = read_settings(workflow)
     server = A1111(settings.site)
-    options = server.options()
-    payload.control_model(server, settings)
+    checkpoint = server.checkpoint()
+    control_model(server, settings)
     for name, path, key in (("sampler", "/sdapi/v1/samplers", "name"), ("checkpoint", "/sdapi/v1/sd-models", "title")):
         wanted, there = settings.options[name], server.names(path, key)
         if wanted and there is not None and not any(wanted in known for known in there):
             raise HelperError(
                 f'{settings.where} wants the {name} "{wanted}"; {settings.site.url} has {", ".join(there[:8])}'
             )
-    return {"server": settings.site.url, "version": "", "model": str(options.get("sd_model_checkpoint") or "")}
+    return {"server": settings.site.url, "version": "", "model": checkpoint}
 
 
-def make(job: Job) -> Made:
-    return rendering.Rendering(job, read_settings(job.workflow)).run()
+def make(job: Job) -> Result:
+    return Rendering(job, read_settings(job.workflow)).run()

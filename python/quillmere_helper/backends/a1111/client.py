@@ -1,35 +1,31 @@
 """The calls of an A1111-compatible server that the helper uses, each with the errors that it may give."""
 
-from __future__ import annotations
-
 import json
 import select
 from typing import Any, Mapping, Optional
 
 from ... import web
 from ...errors import HelperError
-
-MEMORY = ("OutOfMemory", "out of memory")
-LONGEST_REASON = 200  # characters of a server's own words; the rest is in the log
+from ...servers import Kind
+from ...untrusted import as_list, objects_in
 
 
 class A1111:
-    """One server. Calls raise web.Unreachable when it does not answer and HelperError when it refuses us."""
+    """One server. Calls raise web.UnreachableServer when it does not answer and HelperError when it refuses us."""
 
     def __init__(self, site: web.Site) -> None:
         self.site = site
 
-    def options(self) -> Mapping[str, Any]:
-        """The settings of the server; asked for first, since it tells whether there is such a server at all."""
+    def checkpoint(self) -> str:
+        """The model that is loaded; in place of a version, which these servers do not tell. Asked for first, since the
+        answer tells whether there is such a server at all."""
         answer = self.checked(self.site.get("/sdapi/v1/options"))
-        options = answer.json()
+        options, url = answer.json(), self.site.url
         if answer.status == 404:
-            raise HelperError(f"{self.site.url} offers no API; start that server with --api, or correct the URL")
+            raise HelperError(f"{url} offers no API; start that server with --api, or correct the URL")
         if answer.status != 200 or not isinstance(options, dict):
-            raise HelperError(
-                f"{self.site.url} is no A1111-compatible server (status {answer.status}); correct the URL"
-            )
-        return options
+            raise HelperError(f"{url} is no A1111-compatible server (status {answer.status}); correct the URL")
+        return str(options.get("sd_model_checkpoint") or "")
 
     def names(self, path: str, key: str) -> Optional[list[str]]:
         """The names that the server lists at `path`, or None when it has no such list."""
@@ -42,9 +38,7 @@ class A1111:
         return [str(entry.get(key)) if isinstance(entry, dict) else str(entry) for entry in listed]
 
     def progress(self) -> Mapping[str, Any]:
-        answer = self.checked(self.site.get("/sdapi/v1/progress", {"skip_current_image": "true"}))
-        content = answer.json()
-        return content if isinstance(content, dict) else {}
+        return self.checked(self.site.get("/sdapi/v1/progress", {"skip_current_image": "true"})).object()
 
     def interrupt(self) -> None:
         """Stops whatever the server runs: only for a task that is known to be ours."""
@@ -67,40 +61,32 @@ class Call:
         self._site = site
         self._connection = site.connect()
         body, headers = web.json_body(content)
-        web.send(self._connection, site, "POST", site.target(path), body, headers)
-        assert self._connection.sock is not None
-        self._connection.sock.settimeout(site.patience)
+        site.send(self._connection, "POST", site.target(path), body, headers)
 
     def wait(self, seconds: float) -> Optional[web.Answer]:
-        """The answer when it begins within `seconds`, else None. Raises web.Unreachable when the connection is lost."""
+        """The answer when it begins within `seconds`, else None. Raises web.UnreachableServer on a lost connection."""
         if not select.select([self._connection.sock], [], [], seconds)[0]:
             return None
         try:
-            return web.receive(self._connection, self._site)
+            return self._site.receive(self._connection)
         finally:
-            self.close()
-
-    def close(self) -> None:
-        self._connection.close()
+            self._connection.close()
 
 
 def refused(answer: web.Answer, site: web.Site, where: str) -> HelperError:
     """For any answer to a call for a picture but a plain yes."""
-    content = answer.json()
-    content = content if isinstance(content, dict) else {}
+    content = answer.object()
     detail, errors = content.get("detail"), str(content.get("errors") or "")
     if isinstance(detail, list):  # the server's check of what was sent
-        places = [entry for entry in detail if isinstance(entry, dict)]
-        told = "; ".join(f"{_last(entry.get('loc'))}: {entry.get('msg')}" for entry in places)
+        faults = [(as_list(fault.get("loc")) or ["?"], fault.get("msg")) for fault in objects_in(detail)]
+        told = "; ".join(f"{place[-1]}: {message}" for place, message in faults)
     else:
         told = str(detail or errors or answer.text())
     whole = f"{content.get('error')} {told} {errors}"
-    if any(word in whole for word in MEMORY):
+    if web.out_of_memory(whole):
         return HelperError(f"{site.url} ran out of memory; lower the resolution or use a smaller model", whole)
-    told = " ".join(told.split())[:LONGEST_REASON]
-    text = f"{site.url} does not make the picture (status {answer.status}: {told}); correct {where}"
+    text = f"{site.url} does not make the picture (status {answer.status}: {web.shortened(told)}); correct {where}"
     return HelperError(text, json.dumps(content, indent=2) if content else answer.text())
 
 
-def _last(place: Any) -> str:
-    return str(place[-1]) if isinstance(place, list) and place else "?"
+KIND = Kind("A1111-compatible", "QUILLMERE_A1111", "http://127.0.0.1:7860", lambda site: A1111(site).checkpoint())

@@ -1,17 +1,49 @@
-"""What is sent to an A1111-compatible server for one picture, and what comes back."""
-
-from __future__ import annotations
+"""What a workflow file for an A1111-compatible server may set, what is sent for one picture, and what comes back."""
 
 import base64
 import binascii
-import json
+from dataclasses import dataclass
 from typing import Any, Mapping, Optional
 
-from ... import picture_files
+from ... import pictures, servers, web
 from ...errors import HelperError
+from ...parameters import Parameter, read_parameters
 from ...request import RenderRequest
-from .client import A1111
-from .settings import OFF, REQUIRED, Settings
+from ...untrusted import as_list, as_object, json_of
+from ...workflows import Workflow
+from .client import A1111, KIND
+
+KEYS = ("backend", "url", "parameters")
+SENT_AS_GIVEN = ("negative_prompt", "steps", "cfg_scale", "denoising_strength")
+WHEN_THERE, REQUIRED, OFF = "when there", "required", "off"
+
+PARAMETERS = (
+    Parameter("seed", "frame", "of the sampler, which takes the lower 32 bits", words=("frame", "random")),
+    Parameter("steps", 20, "of the sampler", 1, 150),
+    Parameter("cfg_scale", 7.0, "how much the prompt counts", 1, 30),
+    Parameter("denoising_strength", 0.6, "how far the picture may leave the guide", 0, 1),
+    Parameter("negative_prompt", "", "what not to show"),
+    Parameter("sampler", "", "name of a sampler of the server; empty: the server's own choice"),
+    Parameter("scheduler", "", "name of a scheduler of the server; empty: the server's own choice"),
+    Parameter("checkpoint", "", "name of a model of the server; empty: the one that is loaded"),
+    Parameter("pictures", 1, "how many to make", 1, 8),
+    Parameter("controlnet", WHEN_THERE, "whether ControlNet holds the composition", words=(WHEN_THERE, REQUIRED, OFF)),
+    Parameter("controlnet_model", "canny", "words in the name of the ControlNet model"),
+    Parameter("controlnet_module", "canny", 'how ControlNet prepares the guide; "none": not at all'),
+    Parameter("controlnet_weight", 1.0, "how much ControlNet counts", 0, 2),
+)
+
+
+@dataclass(frozen=True)
+class Settings:
+    site: web.Site
+    options: Mapping[str, Any]
+    where: str  # for messages
+
+
+def read_settings(workflow: Workflow) -> Settings:
+    options = read_parameters(workflow.content, KEYS, PARAMETERS, workflow.name)
+    return Settings(servers.site_for(KIND, workflow.content.get("url"), workflow.name), options, workflow.name)
 
 
 def payload(
@@ -20,31 +52,21 @@ def payload(
     """`task` is our own name for the job. The server saves the pictures too, so that one survives a lost connection."""
     options = settings.options
     picture = base64.b64encode(guide).decode()
-    content: dict[str, Any] = {
-        "init_images": [picture],
-        "prompt": request.effective_prompt,
-        "negative_prompt": options["negative_prompt"],
-        "width": request.width,
-        "height": request.height,
-        "resize_mode": 0,
-        "steps": options["steps"],
-        "cfg_scale": options["cfg_scale"],
-        "denoising_strength": options["denoising_strength"],
-        "seed": seed,
-        "batch_size": 1,
-        "n_iter": options["pictures"],
-        "send_images": True,
-        "save_images": True,
-        "include_init_images": False,
-        "force_task_id": task,
-    }
+    content: dict[str, Any] = {name: options[name] for name in SENT_AS_GIVEN}
+    content.update(init_images=[picture], prompt=request.effective_prompt, seed=seed, force_task_id=task)
+    content.update(width=request.width, height=request.height, resize_mode=0)
+    content.update(n_iter=options["pictures"], batch_size=1)
+    content.update(send_images=True, save_images=True, include_init_images=False)
     for name, key in (("sampler", "sampler_name"), ("scheduler", "scheduler")):
         if options[name]:
             content[key] = options[name]
     if options["checkpoint"]:
         content["override_settings"] = {"sd_model_checkpoint": options["checkpoint"]}
     if control_model is not None:
-        content["alwayson_scripts"] = {"controlnet": {"args": [_unit(picture, control_model, options)]}}
+        unit = {"enabled": True, "image": picture, "module": options["controlnet_module"], "model": control_model}
+        unit.update(weight=options["controlnet_weight"], guidance_start=0.0, guidance_end=1.0)
+        unit.update(control_mode=0, resize_mode=0, pixel_perfect=True)
+        content["alwayson_scripts"] = {"controlnet": {"args": [unit]}}
     return content
 
 
@@ -57,60 +79,34 @@ def control_model(server: A1111, settings: Settings) -> Optional[str]:
     wanted = options["controlnet_model"].lower()
     found = next((model for model in models or [] if wanted in model.lower()), None)
     if found is None and options["controlnet"] == REQUIRED:
-        there = (
-            "has no ControlNet" if models is None else f"has no ControlNet model like it, but {', '.join(models[:5])}"
-        )
-        raise HelperError(f'{settings.where} needs the ControlNet model "{wanted}"; {server.site.url} {there}')
+        but = "" if models is None else f" model like it, but {', '.join(models[:5])}"
+        needs = f'{settings.where} needs the ControlNet model "{wanted}"'
+        raise HelperError(f"{needs}; {server.site.url} has no ControlNet{but}")
     return found
 
 
-def pictures(content: Any, asked: int) -> tuple[list[tuple[bytes, str]], list[int]]:
+def received(content: Mapping[str, Any], asked: int) -> tuple[list[pictures.Picture], list[int]]:
     """The pictures of an answer, without the overview that may come first and the maps that may come last, and the
     seed of each: the one `asked` for where the server doesn't tell."""
-    listed = content.get("images") if isinstance(content, dict) else None
-    info = _info(content.get("info")) if isinstance(content, dict) else {}
+    info = content.get("info")
+    info = as_object(json_of(info) if isinstance(info, str) else None)  # JSON within JSON
     seeds = info.get("all_seeds")
     seeds = seeds if isinstance(seeds, list) else [info.get("seed")]
     first = info.get("index_of_first_image")
     first = first if type(first) is int and first >= 0 else 0
-    chosen = listed[first : first + max(len(seeds), 1)] if isinstance(listed, list) else []
-    made = [_picture(encoded) for encoded in chosen]
+    made = [_picture(encoded) for encoded in as_list(content.get("images"))[first : first + max(len(seeds), 1)]]
     if not made:
         raise HelperError("The server has sent no picture; see its console")
     told = [told if type(told) is int else asked for told in seeds]
     return made, (told + [asked] * len(made))[: len(made)]
 
 
-def _unit(picture: str, model: str, options: Mapping[str, Any]) -> dict[str, Any]:
-    return {
-        "enabled": True,
-        "image": picture,
-        "module": options["controlnet_module"],
-        "model": model,
-        "weight": options["controlnet_weight"],
-        "control_mode": 0,
-        "resize_mode": 0,
-        "pixel_perfect": True,
-        "guidance_start": 0.0,
-        "guidance_end": 1.0,
-    }
-
-
-def _info(text: Any) -> dict[str, Any]:
-    """JSON within JSON."""
-    try:
-        info = json.loads(text) if isinstance(text, str) else None
-    except (ValueError, RecursionError):
-        info = None
-    return info if isinstance(info, dict) else {}
-
-
-def _picture(encoded: Any) -> tuple[bytes, str]:
+def _picture(encoded: Any) -> pictures.Picture:
     try:
         content = base64.b64decode(str(encoded).rpartition(",")[2], validate=True)
     except (binascii.Error, ValueError):
         content = b""
-    kind = picture_files.kind_of(content)
+    kind = pictures.kind_of(content)
     if kind is None:
         raise HelperError("The server has sent something that is no whole PNG, JPEG or WebP picture; see its console")
     return content, kind

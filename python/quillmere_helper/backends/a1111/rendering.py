@@ -1,7 +1,5 @@
 """One render on one A1111-compatible server."""
 
-from __future__ import annotations
-
 import time
 import uuid
 from dataclasses import replace
@@ -9,18 +7,18 @@ from typing import Any, Mapping, Optional
 
 from ... import cancellation, web
 from ...errors import HelperError
-from ...given_pictures import ready
-from ...jobs import Job, Made
-from ...patience import patience, patiently
-from ...seeds import seed_for
-from . import payload
+from ...parameters import seed_for
+from ...pictures import given_picture
+from ...servers import patience, until_answered
+from ...untrusted import as_object
+from .. import Job, Result
 from .client import A1111, Call, refused
-from .settings import Settings
+from .payload import Settings, control_model, payload, received
 
 POLL = 0.7  # seconds between two looks at the progress
 LARGEST_SEED = (1 << 32) - 1  # of these servers
 MOST_CALLS = 3
-HASTE = 0.4  # seconds for an answer while the user waits for the end
+STOP_TIMEOUT = 0.4  # seconds for an answer while the user waits for the end
 
 
 class Rendering:
@@ -34,47 +32,42 @@ class Rendering:
         self._interrupted = False  # by somebody else
         self._best = 0.0
 
-    def run(self) -> Made:
+    def run(self) -> Result:
         settings, request = self._settings, self._job.request
         self._tell(f"Connecting to {settings.site.url}")
-        model = str(self._server.options().get("sd_model_checkpoint") or "")
-        control = payload.control_model(self._server, settings)
-        guide, _ = ready(request.reference_image, "guide")
+        checkpoint = self._server.checkpoint()
+        control = control_model(self._server, settings)
+        guide, _ = given_picture(request.reference_image, "guide")
         seed = seed_for(settings.options["seed"], request.frame) & LARGEST_SEED
-        notes = (
-            ["The style image is not used: A1111-compatible servers take none"] if request.locked_style_image else []
-        )
+        unused = "The style image is not used: A1111-compatible servers take none"
         try:
             content = self._called(guide, seed, control)
-        except cancellation.Cancelled:
-            raise cancellation.Cancelled(self._withdraw()) from None
-        pictures, seeds = payload.pictures(content, seed)
-        facts = {
-            "server": settings.site.url,
-            "checkpoint": settings.options["checkpoint"] or model,
-            "controlnet": control,
-        }
+        except cancellation.Cancellation:
+            raise cancellation.Cancellation(self._withdraw()) from None
+        pictures, seeds = received(content, seed)
+        model = settings.options["checkpoint"] or checkpoint
+        facts = {"server": settings.site.url, "checkpoint": model, "controlnet": control}
         self._job.deliver(pictures, seeds, facts)
-        return Made(seeds[0], notes)
+        return Result(seeds[0], [unused] if request.locked_style_image else [])
 
-    def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Any:
+    def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Mapping[str, Any]:
         """The server's answer. When the connection is lost the same picture is asked for again: these servers give
         nothing back later."""
         for _ in range(MOST_CALLS):
             self._task = f"task(quillmere-{uuid.uuid4().hex})"
-            content = payload.payload(self._job.request, self._settings, guide, seed, self._task, control)
+            content = payload(self._job.request, self._settings, guide, seed, self._task, control)
             try:
-                call = patiently(lambda: Call(self._settings.site, "/sdapi/v1/img2img", content), self._tell)
+                call = until_answered(lambda: Call(self._settings.site, "/sdapi/v1/img2img", content), self._tell)
                 answer = self._followed(call)
-            except web.Unreachable:
+            except web.UnreachableServer:
                 self._tell("The connection to the server was lost; asking again")
-                patiently(self._until_idle, self._tell)
+                until_answered(self._until_idle, self._tell)
                 continue
             if answer.status != 200:
                 raise refused(self._server.checked(answer), self._settings.site, self._settings.where)
             if self._interrupted:
-                raise HelperError(f"{self._settings.where} was interrupted on the server; render the frame again")
-            return answer.json()
+                raise web.interrupted(self._settings.where)
+            return answer.object()
         raise HelperError(
             f"The connection to {self._settings.site.url} was lost {MOST_CALLS} times before the picture came; "
             "the server keeps a copy in its output folder"
@@ -86,15 +79,14 @@ class Rendering:
             answer = call.wait(POLL)
             try:
                 progress = self._server.progress()
-            except web.Unreachable:
+            except web.UnreachableServer:
                 progress = {}  # some servers answer nothing else while they work
             if answer is None:
                 self._tell_progress(progress)
             else:
                 # An interrupted job ends in an answer like any other, with half a picture; the mark outlasts the job.
-                self._interrupted = self._interrupted or (
-                    not progress.get("current_task") and _is_interrupted(progress)
-                )
+                idle = not progress.get("current_task")
+                self._interrupted = self._interrupted or (idle and _is_interrupted(progress))
                 return answer
 
     def _until_idle(self) -> None:
@@ -122,20 +114,19 @@ class Rendering:
         """Interrupts our job when it runs; one that waits cannot be taken back, and older servers do not tell whose
         job runs."""
         if not self._task:
-            return "Quillmere render cancelled"
-        hasty = A1111(replace(self._settings.site, patience=HASTE))
+            return cancellation.TEXT
+        quick = A1111(replace(self._settings.site, timeout=STOP_TIMEOUT))
         try:
-            if self._is_ours(hasty.progress()):
-                hasty.interrupt()
-                return "Quillmere render cancelled; its job on the server was stopped"
+            if self._is_ours(quick.progress()):
+                quick.interrupt()
+                return f"{cancellation.TEXT}; its job on the server was stopped"
         except HelperError:
             pass
-        return f"Quillmere render cancelled; a job that waits on {self._settings.site.url} cannot be taken back"
+        return f"{cancellation.TEXT}; a job that waits on {self._settings.site.url} cannot be taken back"
 
     def _tell(self, message: str, share: Optional[float] = None) -> None:
         self._job.status.tell("render", message, share)
 
 
 def _is_interrupted(progress: Mapping[str, Any]) -> bool:
-    state = progress.get("state")
-    return isinstance(state, dict) and bool(state.get("interrupted"))
+    return bool(as_object(progress.get("state")).get("interrupted"))

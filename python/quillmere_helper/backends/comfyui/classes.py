@@ -1,9 +1,9 @@
 """What a ComfyUI server says about the node classes that it knows."""
 
-from __future__ import annotations
-
 from dataclasses import dataclass
 from typing import Any, Callable, Iterable, Mapping, Optional
+
+from ...untrusted import as_list, as_object
 
 LITERALS = ("INT", "FLOAT", "STRING", "BOOLEAN", "COMBO")
 
@@ -38,7 +38,7 @@ class NodeClass:
 class Classes:
     """The classes of one server, each asked for once, when it is needed: all of them together are megabytes."""
 
-    def __init__(self, ask: Callable[[str], Any]) -> None:
+    def __init__(self, ask: Callable[[str], Mapping[str, Any]]) -> None:
         """`ask` returns what the server says about a class: an object with the class in it, or an empty one."""
         self._ask = ask
         self._known: dict[str, Optional[NodeClass]] = {}
@@ -46,10 +46,13 @@ class Classes:
     def get(self, name: str) -> Optional[NodeClass]:
         """None when the server does not know the class."""
         if name not in self._known:
-            answer = self._ask(name)
-            described = answer.get(name) if isinstance(answer, dict) else None
+            described = self._ask(name).get(name)
             self._known[name] = _node_class(name, described) if isinstance(described, dict) else None
         return self._known[name]
+
+    def of(self, name: str) -> NodeClass:
+        """Without inputs and outputs when the server does not know the class."""
+        return self.get(name) or NodeClass(name, {}, (), False)
 
     def missing(self, names: Iterable[str]) -> list[str]:
         return sorted(name for name in set(names) if self.get(name) is None)
@@ -57,27 +60,18 @@ class Classes:
 
 def _node_class(name: str, described: Mapping[str, Any]) -> NodeClass:
     inputs: dict[str, Input] = {}
-    groups = described.get("input")
-    orders = described.get("input_order")
     for group in ("required", "optional"):
-        members = groups.get(group) if isinstance(groups, dict) else None
-        if not isinstance(members, dict):
-            continue
-        order = orders.get(group) if isinstance(orders, dict) else None
-        names = order if isinstance(order, list) and set(map(str, order)) == set(members) else list(members)
+        members = as_object(as_object(described.get("input")).get(group))
+        order = as_list(as_object(described.get("input_order")).get(group))
+        names = order if set(map(str, order)) == set(members) else list(members)
         inputs.update((member, _input(member, members[member])) for member in names)
-    outputs = described.get("output")
-    return NodeClass(
-        name,
-        inputs,
-        tuple(str(output) for output in outputs) if isinstance(outputs, list) else (),
-        bool(described.get("output_node")),
-    )
+    outputs = tuple(map(str, as_list(described.get("output"))))
+    return NodeClass(name, inputs, outputs, bool(described.get("output_node")))
 
 
 def _input(name: str, described: Any) -> Input:
-    parts = described if isinstance(described, list) and described else ["*"]
-    options = parts[1] if len(parts) > 1 and isinstance(parts[1], dict) else {}
+    parts = as_list(described) or ["*"]
+    options = as_object(parts[1]) if len(parts) > 1 else {}
     if isinstance(parts[0], list):
         return Input(name, "COMBO", options, parts[0])
     choices = options.get("options")

@@ -1,38 +1,26 @@
 """The calls of a ComfyUI server that the helper uses, each with the errors that it may give."""
 
-from __future__ import annotations
-
 import uuid
 from dataclasses import dataclass
-from typing import Any, Iterator, Mapping, Optional
+from typing import Any, Mapping, Optional
 
 from ... import web
 from ...errors import HelperError
-from . import refusals
+from ...servers import Kind
+from ...untrusted import as_list, as_object
 
 RECENT = "64"  # entries of the history to look through for a job that is not there under its own ID
+Entry = Mapping[str, Any]  # a job's entry in the history
 
 
 @dataclass(frozen=True)
-class Pending:
-    """A job that waits; `ahead` counts all jobs that come first, the running one included."""
+class State:
+    """Where a job is. The server knows nothing of it when it neither waits nor runs nor has ended."""
 
-    ahead: int
-
-
-@dataclass(frozen=True)
-class Running:
-    pass
-
-
-@dataclass(frozen=True)
-class Ended:
-    entry: Mapping[str, Any]  # the job's entry in the history
-
-
-@dataclass(frozen=True)
-class Unknown:
-    pass
+    waits: bool = False
+    ahead: int = 0  # jobs that come before one that waits, the running one included
+    runs: bool = False
+    ended: Optional[Entry] = None
 
 
 @dataclass
@@ -45,7 +33,7 @@ class Ticket:
 
 
 class Comfy:
-    """One server. Every call raises web.Unreachable when it does not answer and HelperError when it refuses us."""
+    """One server. Calls raise web.UnreachableServer when it does not answer and HelperError when it refuses us."""
 
     def __init__(self, site: web.Site) -> None:
         self.site = site
@@ -53,29 +41,26 @@ class Comfy:
     def version(self) -> str:
         """Of the server, "" when it does not tell. Raises HelperError when something else answers there."""
         answer = self._checked(self.site.get("/system_stats"))
-        system = answer.json()
-        system = system.get("system") if isinstance(system, dict) else None
+        system = answer.object().get("system")
         if answer.status != 200 or not isinstance(system, dict):
             raise HelperError(f"{self.site.url} is no ComfyUI server (status {answer.status}); correct the URL")
         return str(system.get("comfyui_version") or "")
 
-    def class_info(self, name: str) -> Any:
+    def class_info(self, name: str) -> Mapping[str, Any]:
+        """An object with the class in it, or an empty one."""
         answer = self._checked(self.site.get("/object_info/" + web.quoted(name)))
-        return answer.json() if answer.status == 200 else {}
+        return answer.object() if answer.status == 200 else {}
 
     def upload(self, name: str, subfolder: str, content: bytes, kind: str) -> str:
         """Puts a picture into the server's input folder; returns what to write into a loader's "image"."""
-        boundary = uuid.uuid4().hex
-        body = b"".join(_fields(boundary, {"type": "input", "subfolder": subfolder, "overwrite": "true"}))
-        body += _file(boundary, name, content, kind) + f"--{boundary}--\r\n".encode()
-        headers = {"Content-Type": f"multipart/form-data; boundary={boundary}"}
+        fields = {"type": "input", "subfolder": subfolder, "overwrite": "true"}
+        body, headers = _form(fields, name, content, kind)
         answer = self._checked(self.site.exchange("POST", self.site.target("/upload/image"), body, headers))
-        stored = answer.json()
+        stored = answer.object()
         if answer.status == 413:
-            raise HelperError(
-                f"{self.site.url} takes no picture of {len(body) >> 20} MB; start it with --max-upload-size"
-            )
-        if answer.status != 200 or not isinstance(stored, dict) or not isinstance(stored.get("name"), str):
+            size = len(body) >> 20
+            raise HelperError(f"{self.site.url} takes no picture of {size} MB; start it with --max-upload-size")
+        if answer.status != 200 or not isinstance(stored.get("name"), str):
             raise HelperError(f"{self.site.url} does not take the guide image (status {answer.status})", answer.text())
         folder = stored.get("subfolder")
         return f"{folder}/{stored['name']}" if folder else str(stored["name"])
@@ -84,33 +69,26 @@ class Comfy:
         content = {"prompt": graph, "client_id": ticket.client, "prompt_id": ticket.job, "extra_data": extra}
         return self._checked(self.site.post("/prompt", content))
 
-    def state(self, ticket: Ticket) -> "Pending | Running | Ended | Unknown":
+    def state(self, ticket: Ticket) -> State:
         """Where a job is. The queue is asked first: the other way round, a job that ends in between would be lost."""
         running, pending = self.queue()
         for ahead, item in enumerate(running + sorted(pending, key=_turn)):
             if is_ours(item, ticket):
                 ticket.job = str(item[1])
-                return Running() if ahead < len(running) else Pending(ahead)
-        entry = self._history(ticket)
-        return Unknown() if entry is None else Ended(entry)
+                return State(runs=True) if ahead < len(running) else State(waits=True, ahead=ahead)
+        return State(ended=self._history(ticket))
 
     def queue(self) -> tuple[list[Any], list[Any]]:
         """The running and the waiting jobs."""
         content = self._checked(self.site.get("/queue")).json()
         if not isinstance(content, dict):
-            raise web.Unreachable(f"{self.site.url} does not tell its queue; see its console")
-        running, pending = (content.get(key) for key in ("queue_running", "queue_pending"))
-        return running if isinstance(running, list) else [], pending if isinstance(pending, list) else []
+            raise web.UnreachableServer(f"{self.site.url} does not tell its queue; see its console")
+        return as_list(content.get("queue_running")), as_list(content.get("queue_pending"))
 
-    def _history(self, ticket: Ticket) -> Optional[Mapping[str, Any]]:
+    def _history(self, ticket: Ticket) -> Optional[Entry]:
         """The entry of a job that has ended; also of one whose ID the server chose but could not tell us."""
-        places: tuple[tuple[str, dict[str, str]], ...] = (
-            ("/history/" + web.quoted(ticket.job), {}),
-            ("/history", {"max_items": RECENT}),
-        )
-        for path, query in places:
-            entries = self._checked(self.site.get(path, query)).json()
-            for job, entry in entries.items() if isinstance(entries, dict) else ():
+        for path, query in (("/history/" + web.quoted(ticket.job), None), ("/history", {"max_items": RECENT})):
+            for job, entry in self._checked(self.site.get(path, query)).object().items():
                 if isinstance(entry, dict) and (job == ticket.job or is_ours(entry.get("prompt"), ticket)):
                     ticket.job = str(job)
                     return entry
@@ -138,27 +116,34 @@ class Comfy:
 
     def _checked(self, answer: web.Answer) -> web.Answer:
         if answer.status in (401, 403, 407):
-            raise refusals.refused_login(self.site.url, answer)
+            raise HelperError(
+                f"{self.site.url} refuses us (status {answer.status}); set QUILLMERE_COMFYUI_TOKEN or "
+                "QUILLMERE_COMFYUI_AUTH for its URL, or put the login into ~/.quillmere/credentials.json",
+                answer.text(),
+            )
         return answer
 
 
 def is_ours(item: Any, ticket: Ticket) -> bool:
     if not isinstance(item, list) or len(item) < 2:
         return False
-    extra = item[3] if len(item) > 3 and isinstance(item[3], dict) else {}
+    extra = as_object(item[3]) if len(item) > 3 else {}
     return bool(item[1] == ticket.job or extra.get("client_id") == ticket.client)
 
 
 def _turn(item: Any) -> float:
-    number = item[0] if isinstance(item, list) and item else 0
+    number = (as_list(item) or [0])[0]
     return float(number) if isinstance(number, (int, float)) else 0.0
 
 
-def _fields(boundary: str, fields: Mapping[str, str]) -> Iterator[bytes]:
-    for name, value in fields.items():
-        yield f'--{boundary}\r\nContent-Disposition: form-data; name="{name}"\r\n\r\n{value}\r\n'.encode()
+def _form(fields: Mapping[str, str], name: str, picture: bytes, kind: str) -> tuple[bytes, dict[str, str]]:
+    """The body that sends `fields` and a picture file, and its headers."""
+    boundary = uuid.uuid4().hex
+    start = f'--{boundary}\r\nContent-Disposition: form-data; name="'
+    head = "".join(f'{start}{field}"\r\n\r\n{value}\r\n' for field, value in fields.items())
+    head += f'{start}image"; filename="{name}"\r\nContent-Type: {kind}\r\n\r\n'
+    body = head.encode() + picture + f"\r\n--{boundary}--\r\n".encode()
+    return body, {"Content-Type": f"multipart/form-data; boundary={boundary}"}
 
 
-def _file(boundary: str, name: str, content: bytes, kind: str) -> bytes:
-    head = f'--{boundary}\r\nContent-Disposition: form-data; name="image"; filename="{name}"\r\n'
-    return f"{head}Content-Type: {kind}\r\n\r\n".encode() + content + b"\r\n"
+KIND = Kind("ComfyUI", "QUILLMERE_COMFYUI", "http://127.0.0.1:8188", lambda site: Comfy(site).version())

@@ -4,11 +4,10 @@ The editor does this in the browser and no server offers it. The plain cases are
 editor's own code is refused by name.
 """
 
-from __future__ import annotations
-
-from typing import Any, Mapping, Optional
+from typing import Any, Mapping
 
 from ...errors import HelperError
+from ...untrusted import as_list, as_object, as_text, objects_in
 from .classes import Classes, Input, NodeClass
 from .graph import Graph, Node
 
@@ -28,11 +27,10 @@ class _Conversion:
     def __init__(self, content: Mapping[str, Any], classes: Classes, where: str) -> None:
         self._where = where
         self._classes = classes
-        self._nodes = {str(node.get("id")): node for node in content["nodes"] if isinstance(node, dict)}
+        self._nodes = {str(node.get("id")): node for node in objects_in(content["nodes"])}
         self._links = _links(content.get("links"))
-        definitions = content.get("definitions")
-        listed = definitions.get("subgraphs") if isinstance(definitions, dict) else None
-        self._subgraphs = {str(graph.get("id")): str(graph.get("name")) for graph in _list(listed)}
+        subgraphs = objects_in(as_object(content.get("definitions")).get("subgraphs"))
+        self._subgraphs = {str(graph.get("id")): str(graph.get("name")) for graph in subgraphs}
         self._content = content
 
     def run(self) -> Graph:
@@ -40,23 +38,16 @@ class _Conversion:
         for identifier, node in self._nodes.items():
             if node.get("mode") in (MUTED, BYPASSED) or node.get("type") in (*NOTES, REROUTE, PRIMITIVE):
                 continue
-            title = node.get("title")
-            nodes[identifier] = Node(
-                identifier, str(node.get("type")), self._inputs(node), title if isinstance(title, str) else ""
-            )
+            kind, title = str(node.get("type")), as_text(node.get("title"))
+            nodes[identifier] = Node(identifier, kind, self._inputs(node), title)
         return Graph(nodes, self._content)
 
     def _inputs(self, node: Mapping[str, Any]) -> dict[str, Any]:
-        described = self._class_of(node)
-        inputs: dict[str, Any] = self._values(node, described)
-        for slot in _list(node.get("inputs")):
+        inputs = self._values(node, self._class_of(node))
+        for slot in objects_in(node.get("inputs")):
             source = self._source(slot.get("link"))
-            if source is None:
-                continue
-            if isinstance(source, _Value):
-                inputs[str(slot.get("name"))] = source.value
-            else:
-                inputs[str(slot.get("name"))] = [source[0], source[1]]
+            if source is not None:
+                inputs[str(slot.get("name"))] = source
         return inputs
 
     def _class_of(self, node: Mapping[str, Any]) -> NodeClass:
@@ -77,7 +68,7 @@ class _Conversion:
         widgets = [widget for widget in described.inputs.values() if widget.is_widget]
         if isinstance(kept, dict):
             return {widget.name: kept[widget.name] for widget in widgets if widget.name in kept}
-        rest = list(kept) if isinstance(kept, list) else []
+        rest = list(as_list(kept))
         values: dict[str, Any] = {}
         for widget in widgets:
             if not rest:
@@ -87,8 +78,9 @@ class _Conversion:
                 rest.pop(0)
         return values
 
-    def _source(self, link: Any, depth: int = 0) -> "Optional[tuple[str, int] | _Value]":
-        """Where a link really comes from, through everything that only the editor knows; None: from nowhere."""
+    def _source(self, link: Any, depth: int = 0) -> Any:
+        """What a link brings, through everything that only the editor knows: a node's ID and the number of one of its
+        outputs, or the value of a primitive; None when it comes from nowhere."""
         if not isinstance(link, (int, str)) or link not in self._links or depth > len(self._nodes):
             return None
         origin, slot = self._links[link]
@@ -96,21 +88,14 @@ class _Conversion:
         if node is None:
             raise HelperError(f"A link in {self._where} comes from node {origin}, which is not there; {ADVICE}")
         if node.get("type") == PRIMITIVE:
-            return _Value((_list_of_values(node) or [None])[0])
+            return (as_list(node.get("widgets_values")) or [None])[0]
         if node.get("type") == REROUTE:
-            return self._source(_first_link(node), depth + 1)
+            return self._source(next((slot.get("link") for slot in objects_in(node.get("inputs"))), None), depth + 1)
         if node.get("mode") == MUTED:
             return None
         if node.get("mode") == BYPASSED:
             return self._source(_bypass(node, slot), depth + 1)
-        return origin, slot
-
-
-class _Value:
-    """What a primitive node puts into the inputs that it is linked to."""
-
-    def __init__(self, value: Any) -> None:
-        self.value = value
+        return [origin, slot]
 
 
 def _belongs_to_editor(widget: Input, value: Any) -> bool:
@@ -123,7 +108,7 @@ def _belongs_to_editor(widget: Input, value: Any) -> bool:
 def _links(listed: Any) -> dict[Any, tuple[str, int]]:
     """Origin node and slot of each link by its ID, from either of the two ways in which links are saved."""
     links: dict[Any, tuple[str, int]] = {}
-    for link in listed if isinstance(listed, list) else ():
+    for link in as_list(listed):
         if isinstance(link, dict):
             link = [link.get("id"), link.get("origin_id"), link.get("origin_slot")]
         if isinstance(link, list) and len(link) >= 3 and isinstance(link[0], (int, str)) and type(link[2]) is int:
@@ -131,23 +116,10 @@ def _links(listed: Any) -> dict[Any, tuple[str, int]]:
     return links
 
 
-def _list(value: Any) -> list[Mapping[str, Any]]:
-    return [member for member in value if isinstance(member, dict)] if isinstance(value, list) else []
-
-
-def _list_of_values(node: Mapping[str, Any]) -> list[Any]:
-    values = node.get("widgets_values")
-    return values if isinstance(values, list) else []
-
-
-def _first_link(node: Mapping[str, Any]) -> Any:
-    return next((slot.get("link") for slot in _list(node.get("inputs"))), None)
-
-
 def _bypass(node: Mapping[str, Any], slot: int) -> Any:
     """The link that takes the place of output `slot` of a bypassed node: of an input of the same type, if possible
     the one at the same place."""
-    outputs, inputs = _list(node.get("outputs")), _list(node.get("inputs"))
+    outputs, inputs = objects_in(node.get("outputs")), objects_in(node.get("inputs"))
     kind = outputs[slot].get("type") if slot < len(outputs) else None
     alike = [place for place, candidate in enumerate(inputs) if candidate.get("type") == kind]
     if not alike:

@@ -1,33 +1,30 @@
 """Following one job on a ComfyUI server to its end.
 
 The server's messages tell quickly how far a job is, but are lost when the connection is; its queue and its history are
-the truth. So messages move the progress line, and whenever they stop or end, the truth is asked.
+never out of date. So messages move the progress line, and whenever they stop or end, the server is asked.
 """
-
-from __future__ import annotations
 
 import json
 import time
-from typing import Any, Mapping, Optional
+from typing import Optional
 
 from ... import cancellation, web
 from ...errors import HelperError
-from ...patience import Tell, patience
+from ...servers import Tell, patience
+from ...untrusted import as_list, as_object
 from . import refusals
-from .client import Comfy, Ended, Pending, Running, Ticket, Unknown
+from .client import Comfy, Entry, State, Ticket
 from .graph import Graph
 from .progress import Progress
-from .websocket import Closed, WebSocket
+from .websocket import ClosedConnection, WebSocket
 
 TICK = 0.5  # seconds between two looks at whether anybody still waits for the picture
-ASK_DEAF = 1.0  # seconds between two questions while no messages come through
-ASK_SILENT = 10.0  # seconds without a message after which to ask
+ASK_DISCONNECTED = 1.0  # seconds between two questions while no messages come through
+ASK_CONNECTED = 10.0  # seconds without a message after which to ask
 RECONNECT = 2.0  # seconds between two tries to connect
 
-Entry = Mapping[str, Any]
 
-
-class Lost(Exception):
+class LostJob(Exception):
     """The server runs, but knows nothing of the job: it was restarted."""
 
 
@@ -43,16 +40,11 @@ class Follower:
         self._tried = self._heard = self._ask_at = 0.0
         self._connect()
 
-    def close(self) -> None:
-        if self._socket is not None:
-            self._socket.close()
-            self._socket = None
-
     def until_ended(self, ticket: Ticket, graph: Graph, ends: list[str], where: str) -> Entry:
         """The job's entry in the history, when it has succeeded.
 
-        Raises HelperError when it has failed, Lost when it must be submitted again, web.Unreachable when the server has
-        been away for longer than the user's patience.
+        Raises HelperError when it has failed, LostJob when it must be submitted again, web.UnreachableServer when the
+        server has been away for longer than the user wants to wait.
         """
         progress = Progress(graph, ends, ticket)
         self._ask_at, unknown = 0.0, 0
@@ -62,15 +54,15 @@ class Follower:
             if time.monotonic() < self._ask_at:
                 continue
             state = self._ask(ticket)
-            if isinstance(state, Ended):
-                return succeeded(state.entry, graph, where)
-            unknown = unknown + 1 if isinstance(state, Unknown) else 0
+            if state.ended is not None:
+                return succeeded(state.ended, graph, where)
+            unknown = 0 if self._gone_since or state.waits or state.runs else unknown + 1
             if unknown > 1:
-                raise Lost
+                raise LostJob
             self._tell_state(state, progress)
             quiet = self._socket is not None and unknown == 0 and not progress.seems_over
-            self._ask_at = time.monotonic() + (ASK_SILENT if quiet else ASK_DEAF)
-            if isinstance(state, Running) and self._renewed and time.monotonic() - self._heard > ASK_SILENT:
+            self._ask_at = time.monotonic() + (ASK_CONNECTED if quiet else ASK_DISCONNECTED)
+            if state.runs and self._renewed and time.monotonic() - self._heard > ASK_CONNECTED:
                 self._drop()  # servers may forget the newer of two connections when they notice the end of the older
 
     def _listen(self, progress: Progress) -> None:
@@ -95,50 +87,52 @@ class Follower:
             progress.asks = False
             self._ask_at = 0.0
         elif progress.line is not None:
-            self._ask_at = max(self._ask_at, self._heard + (ASK_DEAF if progress.seems_over else ASK_SILENT))
+            self._ask_at = max(self._ask_at, self._heard + (ASK_DISCONNECTED if progress.seems_over else ASK_CONNECTED))
             self._tell(*progress.line)
 
-    def _ask(self, ticket: Ticket) -> "Pending | Running | Ended | Unknown | None":
-        """The truth, or None while the server does not answer."""
+    def _ask(self, ticket: Ticket) -> State:
+        """What the server knows: nothing while it does not answer."""
         try:
             state = self._comfy.state(ticket)
-        except web.Unreachable as error:
+        except web.UnreachableServer as error:
             self._gone_since = self._gone_since or time.monotonic()
             if time.monotonic() - self._gone_since > self._patience:
                 raise error
             self._tell(f"Waiting for {self._comfy.site.url}, which does not answer", None)
-            return None
+            return State()
         self._gone_since = None
         return state
 
     def _drop(self) -> None:
-        self.close()
+        if self._socket is not None:
+            self._socket.close()
+        self._socket = None
         self._ask_at = 0.0
 
     def _connect(self) -> None:
         self._tried = self._heard = time.monotonic()
         try:
             self._socket = WebSocket(self._comfy.site, "/ws", {"clientId": self._client})
-        except Closed:
-            self._socket = None  # the truth can be had without
+        except ClosedConnection:
+            self._socket = None  # asking does without
 
-    def _tell_state(self, state: object, progress: Progress) -> None:
-        if isinstance(state, Pending):
+    def _tell_state(self, state: State, progress: Progress) -> None:
+        if state.waits:
             jobs = "1 job" if state.ahead == 1 else f"{state.ahead} jobs"
             self._tell(f"Waiting in the queue of the server, {jobs} ahead", None)
-        elif isinstance(state, Running) and progress.line is None:
+        elif state.runs and progress.line is None:
             self._tell("Running on the server", None)
 
 
 def succeeded(entry: Entry, graph: Graph, where: str) -> Entry:
     """`entry` when it is one of a job that has succeeded; older servers do not tell and count as having."""
-    status = entry.get("status")
-    if not isinstance(status, dict) or status.get("status_str") != "error":
+    status = as_object(entry.get("status"))
+    if status.get("status_str") != "error":
         return entry
-    for message in reversed(status.get("messages") or []):
+    for message in reversed(as_list(status.get("messages"))):
         kind, data = message if isinstance(message, list) and len(message) == 2 else ("", {})
-        if kind == "execution_error" and isinstance(data, dict):
-            raise refusals.run_failed(data, graph, where)
+        if kind == "execution_error":
+            raise refusals.run_failed(as_object(data), graph, where)
         if kind == "execution_interrupted":
-            raise refusals.interrupted(where)
+            raise web.interrupted(where)
     raise HelperError(f"{where} failed on the server; see its console", json.dumps(entry, indent=2, default=str))

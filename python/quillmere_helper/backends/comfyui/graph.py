@@ -1,11 +1,11 @@
 """A graph of nodes in the format that a ComfyUI server runs (its editor calls it the API format)."""
 
-from __future__ import annotations
-
+import re
 from dataclasses import dataclass, field
 from typing import Any, Iterable, Mapping, Optional
 
 from ...errors import HelperError
+from ...untrusted import as_object, as_text
 
 
 @dataclass
@@ -43,12 +43,12 @@ class Graph:
             for node in self.nodes.values()
         }
 
-    def sources(self, node: Node) -> Iterable[tuple[str, Node, int]]:
-        """The name of each linked input of `node` with the node that it comes from and the number of its output."""
+    def sources(self, node: Node) -> Iterable[tuple[str, Node]]:
+        """The name of each linked input of `node` with the node that it comes from."""
         for name, value in node.inputs.items():
             link = link_of(value)
             if link is not None and link[0] in self.nodes:
-                yield name, self.nodes[link[0]], link[1]
+                yield name, self.nodes[link[0]]
 
     def upstream(self, ends: Iterable[str]) -> set[str]:
         """The IDs of `ends` and of all nodes that they depend on."""
@@ -58,8 +58,32 @@ class Graph:
             node = waiting.pop()
             if node not in found:
                 found.add(node)
-                waiting += [source.id for _, source, _ in self.sources(self.nodes[node])]
+                waiting += [source.id for _, source in self.sources(self.nodes[node])]
         return found
+
+    def fill(self, values: Mapping[str, Any], where: str) -> set[str]:
+        """Replaces the names of `values` that stand in braces in texts; returns those that did. Other braces stay.
+
+        A text that is nothing but one placeholder becomes the value itself, so that "{width}" works where a number is
+        due. Raises HelperError for a value that is None, that is to say not known.
+        """
+        pattern = re.compile("{(" + "|".join(values) + ")}")
+        filled: set[str] = set()
+
+        def value_of(match: "re.Match[str]") -> Any:
+            name = match.group(1)
+            if values[name] is None:
+                lacks = f'set "{name}" in the parameters of the workflow'
+                raise HelperError(f"A text in {where} asks for {{{name}}}; {lacks}")
+            filled.add(name)
+            return values[name]
+
+        for node in self.nodes.values():
+            for name, text in [(name, text) for name, text in node.inputs.items() if isinstance(text, str)]:
+                whole = pattern.fullmatch(text)
+                # In one pass: what is put in may itself hold braces.
+                node.inputs[name] = value_of(whole) if whole else pattern.sub(lambda match: str(value_of(match)), text)
+        return filled
 
 
 def link_of(value: Any) -> Optional[tuple[str, int]]:
@@ -75,7 +99,5 @@ def read_api(content: Mapping[str, Any], where: str) -> Graph:
         kind, inputs = given.get("class_type"), given.get("inputs", {})
         if not isinstance(kind, str) or not isinstance(inputs, dict):
             raise HelperError(f"Node {identifier} in {where} is damaged; export the workflow again (Export (API))")
-        meta = given.get("_meta")
-        title = meta.get("title") if isinstance(meta, dict) else None
-        nodes[identifier] = Node(identifier, kind, dict(inputs), title if isinstance(title, str) else "")
+        nodes[identifier] = Node(identifier, kind, dict(inputs), as_text(as_object(given.get("_meta")).get("title")))
     return Graph(nodes)

@@ -1,25 +1,14 @@
 """What a ComfyUI server says when it does not do what it was asked, in words that a user can act on."""
 
-from __future__ import annotations
-
 import json
 from typing import Any, Mapping
 
 from ... import web
 from ...errors import HelperError
+from ...untrusted import as_list, as_object, objects_in
 from .graph import Graph
 
-MEMORY = ("OutOfMemory", "out of memory", "Allocation on device")
-LONGEST_REASON = 200  # characters of a server's own words; the rest is in the log
 LONGEST_LIST = 3  # choices that are named
-
-
-def refused_login(url: str, answer: web.Answer) -> HelperError:
-    return HelperError(
-        f"{url} refuses us (status {answer.status}); set QUILLMERE_COMFYUI_TOKEN or QUILLMERE_COMFYUI_AUTH "
-        "for its URL, or put the login into ~/.quillmere/credentials.json",
-        answer.text(),
-    )
 
 
 def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperError:
@@ -35,42 +24,40 @@ def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperE
     error = content.get("error")
     error = error if isinstance(error, dict) else {"message": error}
     kind = str(error.get("type"))
-    message = shortened(f"{error.get('message') or ''} {error.get('details') or ''}".strip())
+    message = web.shortened(f"{error.get('message') or ''} {error.get('details') or ''}".strip())
     if kind == "missing_node_type" or "does not exist" in message:
-        return HelperError(
-            f"{message} In {where}: install the node pack on the server, or change the workflow", details
-        )
+        text = f"{message} In {where}: install the node pack on the server, or change the workflow"
+        return HelperError(text, details)
     if kind == "prompt_no_outputs":
-        return HelperError(f'No node in {where} gives a picture out; add a "Save Image" node', details)
+        return HelperError(no_output(where), details)
     return HelperError(f"{url} does not take {where}: {message or 'no reason given'}; correct the workflow", details)
+
+
+def no_output(where: str) -> str:
+    return f'No node in {where} gives a picture out; add a "Save Image" node'
 
 
 def node_problems(node_errors: Any, graph: Graph) -> list[str]:
     """One text for each thing that is wrong with a node."""
     problems = []
-    for identifier, told in node_errors.items() if isinstance(node_errors, dict) else ():
-        node = graph.nodes.get(str(identifier))
-        kind = told.get("class_type") if isinstance(told, dict) else None
-        label = node.label if node else f"node {identifier} ({kind})"
-        errors = told.get("errors") if isinstance(told, dict) else None
-        for error in errors if isinstance(errors, list) else ():
-            if isinstance(error, dict):
-                problems.append(_node_problem(label, error))
-        if not errors:
-            problems.append(f"{label} cannot run")
+    for identifier, told in as_object(node_errors).items():
+        told, node = as_object(told), graph.nodes.get(str(identifier))
+        label = node.label if node else f"node {identifier} ({told.get('class_type')})"
+        errors = [_node_problem(label, error) for error in objects_in(told.get("errors"))]
+        problems += errors or [f"{label} cannot run"]
     return problems
 
 
 def _node_problem(label: str, error: Mapping[str, Any]) -> str:
-    extra = error.get("extra_info")
-    extra = extra if isinstance(extra, dict) else {}
+    extra = as_object(error.get("extra_info"))
     name, value = extra.get("input_name"), extra.get("received_value")
-    details = shortened(str(error.get("details") or error.get("message") or "no reason given"))
+    details = web.shortened(str(error.get("details") or error.get("message") or "no reason given"))
     kind = error.get("type")
     if kind == "value_not_in_list":
-        return (
-            f'{label}: "{value}" for {name} is not on the server; put the file there or choose one of {_choices(extra)}'
-        )
+        choices = as_list((as_list(extra.get("input_config")) or [None])[0])
+        more = " ..." if len(choices) > LONGEST_LIST else ""
+        some = ", ".join(map(str, choices[:LONGEST_LIST])) + more or "its own"
+        return f'{label}: "{value}" for {name} is not on the server; put the file there or choose one of {some}'
     if kind in ("value_smaller_than_min", "value_bigger_than_max"):
         return f"{label}: {name} cannot be {value} ({details}); change it or the resolution"
     if kind == "custom_validation_failed":
@@ -80,34 +67,16 @@ def _node_problem(label: str, error: Mapping[str, Any]) -> str:
     return f"{label}: {details}"
 
 
-def _choices(extra: Mapping[str, Any]) -> str:
-    config = extra.get("input_config")
-    choices = config[0] if isinstance(config, list) and config and isinstance(config[0], list) else []
-    if not choices:
-        return "its own"
-    return ", ".join(str(choice) for choice in choices[:LONGEST_LIST]) + (" ..." if len(choices) > LONGEST_LIST else "")
-
-
 def run_failed(data: Mapping[str, Any], graph: Graph, where: str) -> HelperError:
     """For the server's message "execution_error"."""
     node = graph.nodes.get(str(data.get("node_id")))
     label = node.label if node else f"{data.get('node_type')} (node {data.get('node_id')})"
     kind, message = str(data.get("exception_type") or ""), str(data.get("exception_message") or "").strip()
     details = json.dumps(data, indent=2, ensure_ascii=False, default=str)
-    if any(word in kind or word in message for word in MEMORY):
+    if web.out_of_memory(kind) or web.out_of_memory(message):
         text = f"The server ran out of memory in {label}; lower the resolution or use a smaller model"
         return HelperError(f"{text} (in {where})", details)
     if "No space left" in message:
         return HelperError(f"The disk of the server is full ({label}); free some space there", details)
-    return HelperError(
-        f"{label} failed on the server: {shortened(message) or kind or 'no reason given'}; in {where}", details
-    )
-
-
-def interrupted(where: str) -> HelperError:
-    return HelperError(f"{where} was interrupted on the server; render the frame again")
-
-
-def shortened(text: str) -> str:
-    flat = " ".join(text.split())
-    return flat if len(flat) <= LONGEST_REASON else flat[: LONGEST_REASON - 3] + "..."
+    reason = web.shortened(message) or kind or "no reason given"
+    return HelperError(f"{label} failed on the server: {reason}; in {where}", details)

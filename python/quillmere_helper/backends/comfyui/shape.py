@@ -1,20 +1,18 @@
 """What the nodes of a graph are for, judged by how they are linked and by what the server says about their classes."""
 
-from __future__ import annotations
-
-from typing import Optional
+from typing import Optional, Sequence
 
 from ...errors import HelperError
-from .classes import Classes
+from .classes import Classes, NodeClass
 from .graph import Graph, Node, link_of
+from .refusals import no_output
 
 TEXT_NAMES = ("text", "prompt", "string", "value", "clip_l", "t5xxl", "text_g", "text_l")
 
 
 def all_outputs(graph: Graph, classes: Classes) -> list[str]:
     """The IDs of the nodes that the server runs the graph for."""
-    described = ((node.id, classes.get(node.kind)) for node in graph.nodes.values())
-    return [identifier for identifier, node_class in described if node_class and node_class.is_output]
+    return [node.id for node in graph.nodes.values() if classes.of(node.kind).is_output]
 
 
 def outputs(graph: Graph, classes: Classes, marked: Optional[Node], where: str) -> list[str]:
@@ -23,53 +21,43 @@ def outputs(graph: Graph, classes: Classes, marked: Optional[Node], where: str) 
     if marked is not None:
         return [marked.id]
     ends = all_outputs(graph, classes)
-    saving = [end for end in ends if "filename_prefix" in graph.nodes[end].inputs]
     if not ends:
-        raise HelperError(f'No node in {where} gives a picture out; add a "Save Image" node')
-    return sorted(saving or ends, key=_number, reverse=True)
+        raise HelperError(no_output(where))
+    saving = [end for end in ends if "filename_prefix" in graph.nodes[end].inputs]
+    return sorted(saving or ends, key=lambda end: int(end) if end.isdigit() else -1, reverse=True)
 
 
-def picture_loaders(graph: Graph, classes: Classes, needed: set[str]) -> list[Node]:
-    found = []
-    for node in graph.nodes.values():
-        node_class = classes.get(node.kind)
-        picture = node_class.inputs.get("image") if node_class else None
-        gives_picture = node_class is not None and "IMAGE" in node_class.outputs
-        if node.id in needed and picture is not None and picture.loads_pictures and gives_picture:
-            found.append(node)
-    return found
+def picture_loaders(nodes: Sequence[Node], classes: Classes) -> list[Node]:
+    def loads_picture(described: NodeClass) -> bool:
+        return "IMAGE" in described.outputs and "image" in described.inputs and described.inputs["image"].loads_pictures
+
+    return [node for node in nodes if loads_picture(classes.of(node.kind))]
 
 
-def empty_latents(graph: Graph, classes: Classes, needed: set[str]) -> list[Node]:
+def empty_latents(nodes: Sequence[Node], classes: Classes) -> list[Node]:
     """The nodes that start a picture from nothing and so give its size."""
-    found = []
-    for node in graph.nodes.values():
-        node_class = classes.get(node.kind)
-        makes_latent = node_class is not None and "LATENT" in node_class.outputs
-        sizes = [type(node.inputs.get(name)) is int for name in ("width", "height")]
-        if node.id in needed and makes_latent and all(sizes) and not any(graph.sources(node)):
-            found.append(node)
-    return found
+    sized = [node for node in nodes if all(type(node.inputs.get(name)) is int for name in ("width", "height"))]
+    making = [node for node in sized if "LATENT" in classes.of(node.kind).outputs]
+    return [node for node in making if not any(link_of(value) for value in node.inputs.values())]
 
 
-def positive_texts(graph: Graph, needed: set[str]) -> list[Node]:
-    """The nodes whose text tells the samplers what to show, found upstream from their positive inputs."""
+def positive_texts(graph: Graph, nodes: Sequence[Node]) -> list[Node]:
+    """The nodes whose text tells the samplers among `nodes` what to show, found upstream from their positive inputs."""
     found: list[Node] = []
-    for node in graph.nodes.values():
-        is_sampler = "positive" in node.inputs and ("latent_image" in node.inputs or "model" in node.inputs)
-        is_guider = "conditioning" in node.inputs and "model" in node.inputs
-        if node.id in needed and (is_sampler or is_guider):
-            _follow(graph, node, "positive" if is_sampler else "conditioning", found, set())
+    for node in nodes:
+        if "positive" in node.inputs and ("latent_image" in node.inputs or "model" in node.inputs):
+            _follow(graph, node, "positive", found, set())
+        elif "conditioning" in node.inputs and "model" in node.inputs:
+            _follow(graph, node, "conditioning", found, set())
     return found
 
 
 def text_inputs(node: Node, classes: Classes) -> list[str]:
     """The literal texts of `node` that take a prompt: those of several lines, else one with a usual name."""
-    node_class = classes.get(node.kind)
     literal = [name for name, value in node.inputs.items() if isinstance(value, str)]
-    known = {name: spec for name, spec in (node_class.inputs if node_class else {}).items() if name in literal}
-    several_lines = [name for name, spec in known.items() if spec.kind == "STRING" and spec.options.get("multiline")]
-    return several_lines or [name for name in TEXT_NAMES if name in literal][:1]
+    specs = classes.of(node.kind).inputs
+    long = [name for name in specs if specs[name].kind == "STRING" and specs[name].options.get("multiline")]
+    return [name for name in long if name in literal] or [name for name in TEXT_NAMES if name in literal][:1]
 
 
 def _follow(graph: Graph, node: Node, name: str, found: list[Node], seen: set[tuple[str, str]]) -> None:
@@ -93,11 +81,7 @@ def _follow(graph: Graph, node: Node, name: str, found: list[Node], seen: set[tu
 
 def _where_its_text_is(graph: Graph, encoder: Node) -> Node:
     """The node that an encoder gets its text from, when its text is linked; else the encoder."""
-    for name, source, _ in graph.sources(encoder):
+    for name, source in graph.sources(encoder):
         if name in TEXT_NAMES and any(isinstance(value, str) for value in source.inputs.values()):
             return source
     return encoder
-
-
-def _number(identifier: str) -> int:
-    return int(identifier) if identifier.isdigit() else -1

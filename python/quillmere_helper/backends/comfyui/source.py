@@ -1,29 +1,23 @@
 """What a workflow file for ComfyUI holds: a graph by itself, or one wrapped in our own JSON with a URL."""
 
-from __future__ import annotations
-
 import os
 from dataclasses import dataclass
 from typing import Any, Mapping
 
 from ... import servers, web
 from ...errors import HelperError
-from ...json_reader import read_object
-from ...parameters import Parameter, checked
-from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph
+from ...untrusted import read_object
+from ...parameters import Parameter, read_parameters
+from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph, is_graph
 from . import convert
 from .classes import Classes
+from .client import KIND
 from .graph import Graph, read_api
 
-PARAMETERS = (
-    Parameter(
-        "seed",
-        "workflow",
-        'of the samplers; "workflow" keeps what the graph has',
-        words=("workflow", "frame", "random"),
-    ),
-)
+SEEDS = ("workflow", "frame", "random")
+PARAMETERS = (Parameter("seed", "workflow", 'of the samplers; "workflow": those of the graph', words=SEEDS),)
 KEYS = ("backend", "url", "graph", "parameters")
+MOST_NAMED = 5
 
 
 @dataclass(frozen=True)
@@ -40,29 +34,39 @@ class Source:
             return read_api(self.content, self.where)
         return convert.to_graph(self.content, classes, self.where)
 
+    def refuse_missing_classes(self, classes: Classes) -> None:
+        """Before any work: the server itself would name only one of them."""
+        if is_editor_graph(self.content):
+            return  # the conversion names them
+        missing = classes.missing(node.kind for node in self.graph(classes).nodes.values())
+        if missing:
+            text = f"The server does not know these nodes of {self.where}: {some(missing)}; install their node packs"
+            raise HelperError(text)
+
 
 def read_source(workflow: Workflow) -> Source:
     """Raises HelperError for a file that is none, and for logins and URLs that cannot be used."""
-    content, given, whole = workflow.content, {}, workflow.content
-    if not is_api_graph(content) and not is_editor_graph(content):
-        given = dict(content)
-        unknown = [key for key in given if key not in KEYS]
-        if unknown:
-            raise HelperError(f'Unknown key "{unknown[0]}" in {workflow.name}. Accepted: {", ".join(KEYS)}')
-        content = _wrapped(given.get("graph"), workflow)
-        whole = {**given, "graph": content}
-    site = servers.site_for(servers.COMFYUI, given.get("url"), workflow.name)
-    options = checked(PARAMETERS, given.get("parameters", {}), workflow.name)
-    return Source(content, whole, site, options, workflow.name)
+    content = workflow.content
+    given: Mapping[str, Any] = {} if is_graph(content) else content
+    options = read_parameters(given, KEYS, PARAMETERS, workflow.name)
+    graph = _graph_of(given, workflow) if given else content
+    site = servers.site_for(KIND, given.get("url"), workflow.name)
+    return Source(graph, {**given, "graph": graph} if given else graph, site, options, workflow.name)
 
 
-def _wrapped(graph: Any, workflow: Workflow) -> Mapping[str, Any]:
+def some(names: list[str]) -> str:
+    more = len(names) - MOST_NAMED
+    return ", ".join(names[:MOST_NAMED]) + (f" and {more} more" if more > 0 else "")
+
+
+def _graph_of(given: Mapping[str, Any], workflow: Workflow) -> Mapping[str, Any]:
     remedy = f'"graph" in {workflow.name} must be a ComfyUI graph or the name of a file with one beside it'
+    graph = given.get("graph")
     if isinstance(graph, str):
         if os.path.basename(graph) != graph or not graph:
             raise HelperError(remedy)
         path = os.path.join(os.path.dirname(os.path.expanduser(workflow.path)), graph)
         graph = read_object(path, "graph", LARGEST_WORKFLOW, remedy)
-    if not isinstance(graph, dict) or not (is_api_graph(graph) or is_editor_graph(graph)):
+    if not isinstance(graph, dict) or not is_graph(graph):
         raise HelperError(remedy)
     return graph

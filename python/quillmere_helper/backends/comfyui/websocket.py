@@ -1,15 +1,12 @@
 """A WebSocket client (RFC 6455), as much of it as listening to a server takes."""
 
-from __future__ import annotations
-
 import base64
 import hashlib
 import os
 import select
 import struct
 import time
-from dataclasses import dataclass
-from typing import Mapping, Optional, Union
+from typing import Mapping, NamedTuple, Optional, Union
 
 from ... import web
 from ...errors import reason_of
@@ -19,17 +16,16 @@ CONTINUED, TEXT, BINARY, CLOSE, PING, PONG = 0, 1, 2, 8, 9, 10
 LARGEST_MESSAGE = 256 << 20  # bytes; previews and the states of big graphs
 LONGEST_HANDSHAKE = 64 << 10  # bytes
 PING_EVERY = 20.0  # seconds; the server never pings, and what sits in between forgets quiet connections
-CLOSE_TIME = 0.5  # seconds to wait for the other side's farewell
+CLOSE_TIME = 0.5  # seconds to wait for the other side's close frame
 
 Message = Union[str, bytes]
 
 
-class Closed(OSError):
+class ClosedConnection(OSError):
     """The connection has ended, or what came over it was not WebSocket."""
 
 
-@dataclass
-class _Frame:
+class _Frame(NamedTuple):
     final: bool
     code: int
     data: bytes
@@ -39,7 +35,7 @@ class WebSocket:
     """An open connection. Not for several threads."""
 
     def __init__(self, site: web.Site, path: str, query: Mapping[str, str]) -> None:
-        """Connects. Raises Closed, also when the server answers with something else than a WebSocket."""
+        """Connects. Raises ClosedConnection, also when the server answers with something else than a WebSocket."""
         self._buffer = bytearray()
         self._parts: list[bytes] = []
         self._code = 0
@@ -52,10 +48,10 @@ class WebSocket:
             self._shake_hands(site, site.target(path, query))
         except (OSError, ValueError) as error:
             connection.close()
-            raise Closed(f"no WebSocket at {site.url}: {reason_of(error)}") from error
+            raise ClosedConnection(f"no WebSocket at {site.url}: {reason_of(error)}") from error
 
     def receive(self, seconds: float) -> Optional[Message]:
-        """The next message, or None when none has come within `seconds`. Raises Closed."""
+        """The next message, or None when none has come within `seconds`. Raises ClosedConnection."""
         end = time.monotonic() + seconds
         while True:
             frame = self._next_frame()
@@ -64,14 +60,15 @@ class WebSocket:
                 if message is not None:
                     return message
                 continue
-            self._ping_now_and_then()
-            left = end - time.monotonic()
-            if not self._readable(max(left, 0.0)):
+            if time.monotonic() - self._pinged > PING_EVERY:
+                self._pinged = time.monotonic()
+                self._send(PING)
+            if not self._readable(max(end - time.monotonic(), 0.0)):
                 return None
             self._read_some()
 
     def close(self) -> None:
-        """Says farewell and waits for the other side's, so that the server has forgotten this connection before
+        """Sends a close frame and waits for the other side's, so that the server has forgotten this connection before
         another one with the same identifier takes its place."""
         try:
             self._send(CLOSE, struct.pack(">H", 1000))
@@ -95,7 +92,7 @@ class WebSocket:
         self._socket.sendall("\r\n".join([*lines, "", ""]).encode("ascii"))
         while b"\r\n\r\n" not in self._buffer:
             if len(self._buffer) > LONGEST_HANDSHAKE:
-                raise Closed("an answer without end")
+                raise ClosedConnection("an answer without end")
             self._read_some()
         head, _, rest = bytes(self._buffer).partition(b"\r\n\r\n")
         self._buffer = bytearray(rest)
@@ -103,12 +100,12 @@ class WebSocket:
         headers = {name.strip().lower(): value.strip() for name, _, value in (line.partition(":") for line in fields)}
         expected = base64.b64encode(hashlib.sha1(key + KEY_SUFFIX).digest()).decode()
         if status.split(" ")[1:2] != ["101"] or headers.get("sec-websocket-accept") != expected:
-            raise Closed(f'the server answers "{status[:80]}"')
+            raise ClosedConnection(f'the server answers "{status[:80]}"')
 
     def _message(self, frame: _Frame) -> Optional[Message]:
         """The message that `frame` completes, if it does; answers to control frames are sent here."""
         if frame.code == CLOSE:
-            raise Closed("the server closed the connection")
+            raise ClosedConnection("the server closed the connection")
         if frame.code == PING:
             self._send(PONG, frame.data)
         if frame.code > BINARY:
@@ -117,7 +114,7 @@ class WebSocket:
             self._parts, self._code = [], frame.code
         self._parts.append(frame.data)
         if sum(map(len, self._parts)) > LARGEST_MESSAGE:
-            raise Closed("a message without end")
+            raise ClosedConnection("a message without end")
         if not frame.final:
             return None
         data, self._parts = b"".join(self._parts), []
@@ -134,25 +131,18 @@ class WebSocket:
                 return None
             length = int.from_bytes(self._buffer[2:start], "big")
         if self._buffer[0] & 0x70 or self._buffer[1] & 0x80 or length > LARGEST_MESSAGE:
-            raise Closed("frames that are not WebSocket")
+            raise ClosedConnection("frames that are not WebSocket")
         if len(self._buffer) < start + length:
             return None
-        frame = _Frame(
-            bool(self._buffer[0] & 0x80), self._buffer[0] & 0x0F, bytes(self._buffer[start : start + length])
-        )
+        head, data = self._buffer[0], bytes(self._buffer[start : start + length])
         del self._buffer[: start + length]
-        return frame
+        return _Frame(bool(head & 0x80), head & 0x0F, data)
 
     def _send(self, code: int, data: bytes = b"") -> None:
         """One control frame, masked as a client has to; at most 125 bytes of data."""
         mask = os.urandom(4)
         masked = bytes(byte ^ mask[place % 4] for place, byte in enumerate(data[:125]))
         self._socket.sendall(bytes((0x80 | code, 0x80 | len(masked))) + mask + masked)
-
-    def _ping_now_and_then(self) -> None:
-        if time.monotonic() - self._pinged > PING_EVERY:
-            self._pinged = time.monotonic()
-            self._send(PING)
 
     def _readable(self, seconds: float) -> bool:
         pending = getattr(self._socket, "pending", None)  # what TLS has unpacked already
@@ -161,5 +151,5 @@ class WebSocket:
     def _read_some(self) -> None:
         data = self._socket.recv(1 << 16)
         if not data:
-            raise Closed("the server went away")
+            raise ClosedConnection("the server went away")
         self._buffer += data

@@ -5,24 +5,22 @@ For each thing that a request brings, the first of these that the graph has is u
 When it is not clear which node is meant, the user is told the candidates.
 """
 
-from __future__ import annotations
-
 from dataclasses import dataclass, field
 from typing import Any, Optional
 
 from ...errors import HelperError
-from . import placeholders, shape
+from ...parameters import LARGEST_SEED
+from . import shape
 from .classes import Classes
 from .graph import Graph, Node, link_of
 
 MARK = "quillmere "
-WHOLE_NUMBERS = ("width", "height", "frame", "seed")
+PLACEHOLDERS = ("prompt", "guide", "style", "width", "height", "frame", "seed")
 SEED_INPUTS = ("seed", "noise_seed")
-LARGEST_SEED = (1 << 64) - 1
 
 
 @dataclass(frozen=True)
-class Wanted:
+class GraphValues:
     """What to put into a graph; `guide` and `style` are names of files on the server, `style` may be empty.
 
     `seed` None: the graph keeps its own. An empty prompt leaves the texts of the graph as they are.
@@ -39,7 +37,7 @@ class Wanted:
 
 
 @dataclass
-class Wired:
+class Wiring:
     """What came of it: the `outputs` to take pictures from, the seed of the graph, and remarks for the user."""
 
     outputs: list[str]
@@ -47,51 +45,45 @@ class Wired:
     notes: list[str] = field(default_factory=list)
 
 
-def wire(graph: Graph, classes: Classes, wanted: Wanted, where: str) -> Wired:
+def wire(graph: Graph, classes: Classes, wanted: GraphValues, where: str) -> Wiring:
     """Changes `graph`. Raises HelperError when a part of the request has no place in it, or more than one."""
-    return _Wiring(graph, classes, wanted, where).run()
+    return _Placement(graph, classes, wanted, where).run()
 
 
-class _Wiring:
-    def __init__(self, graph: Graph, classes: Classes, wanted: Wanted, where: str) -> None:
+class _Placement:
+    def __init__(self, graph: Graph, classes: Classes, wanted: GraphValues, where: str) -> None:
         self._graph, self._classes, self._wanted, self._where = graph, classes, wanted, where
-        self._marked = {
-            node.title.strip().lower()[len(MARK) :]: node
-            for node in graph.nodes.values()
-            if node.title.strip().lower().startswith(MARK)
-        }
-        values = {name: getattr(wanted, name) for name in ("prompt", "guide", "style", *WHOLE_NUMBERS)}
-        self._filled = placeholders.fill(graph, values, where)
+        titles = {node.title.strip().lower(): node for node in graph.nodes.values()}
+        self._marked = {title[len(MARK) :]: node for title, node in titles.items() if title.startswith(MARK)}
+        self._filled = graph.fill({name: getattr(wanted, name) for name in PLACEHOLDERS}, where)
+        needed = graph.upstream(shape.all_outputs(graph, classes))
+        self._needed = [node for node in graph.nodes.values() if node.id in needed]
 
-    def run(self) -> Wired:
-        outputs = shape.outputs(self._graph, self._classes, self._marked.get("result"), self._where)
-        needed = self._graph.upstream(shape.all_outputs(self._graph, self._classes))
-        wired = Wired(outputs, None)
-        self._place_guide(needed)
+    def run(self) -> Wiring:
+        wired = Wiring(shape.outputs(self._graph, self._classes, self._marked.get("result"), self._where), None)
+        self._place_guide()
         self._place_style(wired)
-        self._place_prompt(needed)
-        self._place_size(needed)
+        self._place_prompt()
+        self._place_size()
         if "frame" in self._marked:
             self._set_number(self._marked["frame"], "frame", self._wanted.frame)
-        wired.seed = self._place_seed(needed)
+        wired.seed = self._place_seed()
         for node in self._graph.nodes.values():
             if isinstance(node.inputs.get("filename_prefix"), str):
                 node.inputs["filename_prefix"] = self._wanted.save_as
         return wired
 
-    def _place_guide(self, needed: set[str]) -> None:
+    def _place_guide(self) -> None:
         node = self._marked.get("guide")
         if node is None and "guide" in self._filled:
             return
         if node is None:
-            taken = self._marked.get("style")
-            loaders = [
-                loader for loader in shape.picture_loaders(self._graph, self._classes, needed) if loader != taken
-            ]
-            node = self._only(loaders, "loads the guide image", "Quillmere Guide", 'add a "Load Image" node')
+            loaders = shape.picture_loaders(self._needed, self._classes)
+            free = [loader for loader in loaders if loader != self._marked.get("style")]
+            node = self._only(free, "loads the guide image", "Quillmere Guide", 'add a "Load Image" node')
         self._set_picture(node, self._wanted.guide)
 
-    def _place_style(self, wired: Wired) -> None:
+    def _place_style(self, wired: Wiring) -> None:
         if not self._wanted.style or "style" in self._filled:
             return
         if "style" in self._marked:
@@ -99,52 +91,40 @@ class _Wiring:
         else:
             wired.notes.append(f'{self._where} has no node titled "Quillmere Style": the style image is not used')
 
-    def _place_prompt(self, needed: set[str]) -> None:
+    def _place_prompt(self) -> None:
         if not self._wanted.prompt or "prompt" in self._filled:
             return
         node = self._marked.get("prompt")
         if node is None:
-            encoders = shape.positive_texts(self._graph, needed)
+            encoders = shape.positive_texts(self._graph, self._needed)
             node = self._only(encoders, "takes the prompt", "Quillmere Prompt", "add a text encoder before the sampler")
         names = shape.text_inputs(node, self._classes)
         if not names:
             raise HelperError(f"{node.label} in {self._where} has no text to put the prompt into; give it one")
-        for name in names:
-            node.inputs[name] = self._wanted.prompt
+        node.inputs.update(dict.fromkeys(names, self._wanted.prompt))
 
-    def _place_size(self, needed: set[str]) -> None:
+    def _place_size(self) -> None:
         sizes = {"width": self._wanted.width, "height": self._wanted.height}
+        places = {name: self._marked[name] for name in sizes if name in self._marked}
         both = self._marked.get("size")
-        placed = {name for name in sizes if name in self._marked or name in self._filled}
-        for name in placed & set(self._marked):
-            self._set_number(self._marked[name], name, sizes[name])
-        if both is None and not placed:
-            latents = shape.empty_latents(self._graph, self._classes, needed)
-            if len(latents) > 1:
-                both = self._only(latents, "gives the size of the picture", "Quillmere Size", "")
-            both = latents[0] if latents else None
-        for name in sizes if both is not None else ():
-            assert both is not None
-            self._set_number(both, name, sizes[name])
+        if both is None and not places and not self._filled & set(sizes):
+            latents = shape.empty_latents(self._needed, self._classes)
+            both = self._only(latents, "gives the size of the picture", "Quillmere Size", "") if latents else None
+        for name, node in [*places.items(), *((name, both) for name in sizes)]:
+            if node is not None:
+                self._set_number(node, name, sizes[name])
 
-    def _place_seed(self, needed: set[str]) -> Optional[int]:
-        wanted = self._wanted.seed
-        marked = self._marked.get("seed")
+    def _place_seed(self) -> Optional[int]:
+        """Returns the seed that the graph then has, if any."""
+        wanted, marked = self._wanted.seed, self._marked.get("seed")
+        places = [(node, name) for node in self._needed for name in SEED_INPUTS if type(node.inputs.get(name)) is int]
         if marked is not None:
-            name = self._number_input(marked, "seed")
-            if wanted is not None:
-                marked.inputs[name] = wanted
-            return _as_seed(marked.inputs[name])
-        found = [
-            (node, name)
-            for node in self._graph.nodes.values()
-            for name in SEED_INPUTS
-            if node.id in needed and type(node.inputs.get(name)) is int
-        ]
-        for node, name in found if wanted is not None and "seed" not in self._filled else ():
-            assert wanted is not None
+            places = [(marked, self._number_input(marked, "seed"))]
+        if wanted is None:
+            return _as_seed(places[0][0].inputs[places[0][1]]) if places else None
+        for node, name in places if marked is not None or "seed" not in self._filled else ():
             node.inputs[name] = wanted
-        return wanted if wanted is not None else _as_seed(found[0][0].inputs[found[0][1]]) if found else None
+        return wanted
 
     def _only(self, candidates: list[Node], does: str, marker: str, remedy: str) -> Node:
         if len(candidates) == 1:
@@ -161,8 +141,8 @@ class _Wiring:
 
     def _set_number(self, node: Node, name: str, value: int) -> None:
         place = self._number_input(node, name)
-        described = self._classes.get(node.kind)
-        step = described.inputs[place].options.get("step", 1) if described and place in described.inputs else 1
+        described = self._classes.of(node.kind).inputs.get(place)
+        step = described.options.get("step", 1) if described else 1
         if name in ("width", "height") and type(step) is int and step > 1:
             value = max(step, round(value / step) * step)
         node.inputs[place] = value

@@ -4,22 +4,18 @@ It is a drawing filter, not a model: it adds nothing to the scene, and of the pr
 light, weather and mood only. It needs no service and no model, only Pillow.
 """
 
-from __future__ import annotations
-
 from typing import Any
 
 from ... import cancellation
-from ...jobs import Job, Made
-from ...parameters import Parameter, checked
-from ...seeds import seed_for
+from ...parameters import Parameter, read_parameters, seed_for
 from ...workflows import Workflow
+from .. import Job, Result
 
 REQUIRES = "PIL.Image"
+SERVER = None
 
 PARAMETERS = (
-    Parameter(
-        "seed", "frame", "of chance: paper, borders of the washes, pressure of the pen", words=("frame", "random")
-    ),
+    Parameter("seed", "frame", "chance; a fixed one keeps the paper still in an animation", words=("frame", "random")),
     Parameter("layers", 5, "number of washes, one over the other", 2, 9),
     Parameter("wash", 1.0, "strength of the washes", 0, 2),
     Parameter("granulation", 1.0, "pigment in the valleys of the paper", 0, 3),
@@ -32,17 +28,17 @@ PARAMETERS = (
 )
 
 
-def options_of(workflow: Workflow) -> dict[str, Any]:
-    return checked(PARAMETERS, workflow.content.get("parameters", {}), workflow.name)
+def _options_of(workflow: Workflow) -> dict[str, Any]:
+    return read_parameters(workflow.content, (), PARAMETERS, workflow.name)
 
 
 def check(workflow: Workflow) -> dict[str, Any]:
-    options_of(workflow)
+    _options_of(workflow)
     return {}
 
 
-def make(job: Job) -> Made:
-    options = options_of(job.workflow)
+def make(job: Job) -> Result:
+    options = _options_of(job.workflow)
     seed = seed_for(options["seed"], job.request.frame)
     steps = _drawing(job, seed, options)
     while True:
@@ -54,21 +50,23 @@ def make(job: Job) -> Made:
             break
         job.status.tell("draw", message, share)
     job.deliver([(picture, "png")], [seed], {})
-    return Made(seed)
+    return Result(seed)
 
 
 def _drawing(job: Job, seed: int, options: dict[str, Any]) -> Any:
     from PIL import Image
 
-    from . import drawing, lexicon, pictures
+    from . import drawing
+    from .images import read_picture
+    from .prompt import mood_of
 
     request = job.request
-    guide = pictures.read_picture(request.reference_image, "guide image", "render the frame again")
+    guide = read_picture(request.reference_image, "guide image", "render the frame again")
     size = (request.width, request.height)
     if guide.size != size:
         guide = guide.resize(size, Image.LANCZOS)
     look = None
     if request.locked_style_image:
-        look = pictures.read_picture(request.locked_style_image, "style image", "choose another one, or none")
-    mood = lexicon.mood_of(request.effective_prompt, options["tint"])
+        look = read_picture(request.locked_style_image, "style image", "choose another one, or none")
+    mood = mood_of(request.effective_prompt, options["tint"])
     return drawing.draw(guide, look, mood, seed, options)

@@ -1,22 +1,26 @@
-"""An ink-and-wash drawing of a guide image, from bare paper to the last line, every edge where the guide has it."""
-
-from __future__ import annotations
+"""An ink-and-wash drawing of a guide image: the steps, and the lines along its edges."""
 
 import io
 import math
 from typing import Any, Generator, Mapping, Optional
 
-from PIL import Image, ImageChops, ImageFilter, ImageOps
+from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageOps
 
-from . import ink, pigment, style, washes
-from .curves import curve, ramp
-from .mood import Mood
-from .noise import Noise
-from .paper import Paper
+from . import painting
+from .images import Noise, curve, ramp
+from .painting import Paper
+from .prompt import Mood
 
 REFERENCE_AREA = 1024 * 576  # pixels of the picture that all lengths are given for
 SHEET = (253, 250, 241)
 INK = (30, 30, 44)
+BRIGHTENED = curve(lambda light: light**0.6)  # edges in the shadows count as much as edges in the light
+COLOUR_GAIN = 1.6  # an edge between two colours of one lightness counts as if they differed this much more
+NIBS = ((0.6, 0.012), (1.5, 0.036))  # width in pixels at a width of 1024, and the least step of 0..1 that it draws
+GRAIN_WINDOW = 8  # half the side of the surroundings of an edge, in widths of the nib
+GRAIN_SHARE = 1.6  # how much of the mean depth around counts as grain
+STROKE_GAP = 5.2  # pixels between two strokes of a hatching, at a width of 1024
+STROKE_LEAN = 0.62  # of a stroke: how far it leans over, per height
 
 Options = Mapping[str, Any]
 Steps = Generator["tuple[str, float]", None, bytes]
@@ -36,22 +40,25 @@ def draw(guide: Image.Image, look: Optional[Image.Image], mood: Mood, seed: int,
     tones = _spread(calm, mood.key)
     light = Image.new("L", guide.size, 255)
     strength = options["wash"] * (1 - 0.6 * mood.key)
-    brush = washes.Brush(options["layers"], strength, _between(0.6 + mood.wetness), options["granulation"])
+    wetness = min(max(0.6 + mood.wetness, 0.1), 1.0)
+    brush = painting.Brush(options["layers"], strength, wetness, options["granulation"])
     for layer in range(brush.layers):
         yield "Washing tones", 0.2 + 0.4 * layer / brush.layers
-        light = ImageChops.multiply(light, washes.wash(layer, tones, paper.relief, noise, unit, brush))
+        light = ImageChops.multiply(light, painting.wash(layer, tones, paper.relief, noise, unit, brush))
     yield "Adding colour", 0.6
-    bare = pigment.left_out(guide, noise, unit)
+    bare = painting.left_out(guide, noise, unit)
     soft = calm.filter(ImageFilter.GaussianBlur(1.6 * unit))
-    colour = pigment.colour(ImageChops.lighter(light, bare), soft, options["saturation"] * mood.saturation)
-    colour = pigment.graded(pigment.thin(colour, bare, noise, unit), mood)
+    colour = painting.colour(ImageChops.lighter(light, bare), soft, options["saturation"] * mood.saturation)
+    colour = painting.graded(painting.thin(colour, bare, noise, unit), mood)
     if look is not None:
-        colour = style.in_colours_of(colour, look, options["style"])
+        colour = painting.in_colours_of(colour, look, options["style"])
     page = ImageChops.multiply(colour, paper.sheet(SHEET))
     yield "Drawing lines", 0.75
     covered = _ink(guide, tones, paper, noise, unit, options)
     yield "Finishing the picture", 0.9
-    return _png(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
+    file = io.BytesIO()
+    Image.composite(Image.new("RGB", guide.size, INK), page, covered).save(file, "PNG", compress_level=2)
+    return file.getvalue()
 
 
 def _calm(guide: Image.Image, unit: float) -> Image.Image:
@@ -75,18 +82,58 @@ def _ink(
     """How much ink covers each pixel; even the heaviest line lets a little of the page through."""
     inked = Image.new("L", guide.size, 0)
     if options["line"] > 0:
-        inked = ink.lines(guide, paper.relief, noise, unit, options["line"])
+        inked = _lines(guide, paper.relief, noise, unit, options["line"])
     if options["hatching"] > 0:
-        strokes = ink.hatching(tones, noise, unit).point(curve(lambda value: 0.6 * options["hatching"] * value))
+        strokes = _hatching(tones, noise, unit).point(curve(lambda value: 0.6 * options["hatching"] * value))
         inked = ImageChops.lighter(inked, strokes)
     return inked.point(curve(lambda value: 0.88 * value))
 
 
-def _between(wetness: float) -> float:
-    return min(max(wetness, 0.1), 1.0)
+def _lines(guide: Image.Image, relief: Image.Image, noise: Noise, unit: float, strength: float) -> Image.Image:
+    """How much ink lies on each pixel (255: solid). Noise varies the width of lines."""
+    pressure = noise.clouds(60 * unit).point(curve(lambda value: 0.4 + 0.6 * value))
+    light, blue, red = guide.convert("YCbCr").split()
+    widened = curve(lambda value: 0.5 + COLOUR_GAIN * (value - 0.5))
+    ink = Image.new("L", guide.size, 0)
+    for channel in (light.point(BRIGHTENED), blue.point(widened), red.point(widened)):
+        for width, least in NIBS:
+            ink = ImageChops.lighter(ink, _strokes(channel, pressure, width * unit, least / strength))
+    return _dry(_without_dots(ink, unit), relief)
 
 
-def _png(page: Image.Image) -> bytes:
-    file = io.BytesIO()
-    page.save(file, "PNG", compress_level=2)
-    return file.getvalue()
+def _hatching(tones: Image.Image, noise: Noise, unit: float) -> Image.Image:
+    """Slanting strokes where `tones` are darkest, with gaps."""
+    strokes = Image.new("L", tones.size, 0)
+    pen = ImageDraw.Draw(strokes)
+    width, height = tones.size
+    start = -STROKE_LEAN * height
+    while start < width:
+        lean = STROKE_LEAN * height + noise.between(-2.5, 2.5) * unit
+        pen.line((start, height, start + lean, 0), round(noise.between(150, 255)), max(1, round(1.1 * unit)))
+        start += STROKE_GAP * unit * noise.between(0.75, 1.25)
+    strokes = strokes.filter(ImageFilter.GaussianBlur(0.55 * unit)).point(curve(lambda value: 1.5 * value))
+    dark = ImageChops.multiply(tones.point(ramp(0.30, 0.16)), noise.clouds(30 * unit).point(ramp(0.25, 0.6)))
+    return ImageChops.multiply(strokes, dark)
+
+
+def _strokes(channel: Image.Image, pressure: Image.Image, width: float, least: float) -> Image.Image:
+    """Ink on the dark side of each edge: where a narrow mean lies below a wide one by more than `least`."""
+    narrow = channel.filter(ImageFilter.GaussianBlur(width))
+    wide = channel.filter(ImageFilter.GaussianBlur(width * 2.2))
+    depth = ImageChops.subtract(wide, narrow, 0.5)
+    # Where everything around is as deep, that is the grain of a rendering and no edge.
+    around = depth.filter(ImageFilter.BoxBlur(GRAIN_WINDOW * width)).point(curve(lambda value: GRAIN_SHARE * value))
+    depth = ImageChops.subtract(depth, around)
+    return ImageChops.multiply(depth, pressure).point(ramp(least, 3.8 * least))
+
+
+def _without_dots(ink: Image.Image, unit: float) -> Image.Image:
+    """Keeps ink that has more ink around it: the pixels of lines, not those of grain."""
+    around = ink.filter(ImageFilter.BoxBlur(2 * unit)).point(ramp(0.07, 0.17))
+    return ImageChops.multiply(ink, around)
+
+
+def _dry(ink: Image.Image, relief: Image.Image) -> Image.Image:
+    """Thin ink skips the valleys of the paper; solid ink covers them."""
+    skipping = ImageChops.subtract(ink, relief.point(curve(lambda value: 0.5 * (1 - value))))
+    return Image.composite(ink, skipping, ink.point(ramp(0.35, 0.85)))

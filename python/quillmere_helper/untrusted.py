@@ -1,11 +1,9 @@
-"""JSON objects from files that other programs or people write."""
-
-from __future__ import annotations
+"""Files and JSON that others wrote: files whole and up to a size, values of the kind that is asked for or empty."""
 
 import json
 import os
 import stat
-from typing import Any
+from typing import Any, Union
 
 from .errors import HelperError, reason_of
 
@@ -23,15 +21,6 @@ def read_file(path: str, what: str, largest: int, remedy: str) -> bytes:
     if len(raw) > largest:
         raise HelperError(f"T{name[1:]} is larger than {largest >> 20} MB; {remedy}")
     return raw
-
-
-def _regular(path: str, flags: int) -> int:
-    """Opens a regular file; anything else is refused, and a pipe without a writer is not waited for."""
-    descriptor = os.open(path, flags | os.O_NONBLOCK)
-    if not stat.S_ISREG(os.fstat(descriptor).st_mode):
-        os.close(descriptor)
-        raise OSError("not a file")
-    return descriptor
 
 
 def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:
@@ -53,6 +42,41 @@ def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
     if not isinstance(value, dict):
         raise HelperError(f"{name} is not a JSON object; {remedy}")
     return value
+
+
+def json_of(sent: Union[bytes, str]) -> Any:
+    """The JSON value that a server sent, or None when it is none."""
+    try:
+        return json.loads(sent)
+    except (ValueError, RecursionError):
+        return None
+
+
+def as_object(value: Any) -> dict[str, Any]:
+    """A value of JSON when it is an object, else an empty one."""
+    return value if isinstance(value, dict) else {}
+
+
+def as_text(value: Any) -> str:
+    return value if isinstance(value, str) else ""
+
+
+def as_list(value: Any) -> list[Any]:
+    return value if isinstance(value, list) else []
+
+
+def objects_in(value: Any) -> list[dict[str, Any]]:
+    """The objects among the members of a list."""
+    return [member for member in as_list(value) if isinstance(member, dict)]
+
+
+def _regular(path: str, flags: int) -> int:
+    """Opens a regular file; anything else is refused, and a pipe without a writer is not waited for."""
+    descriptor = os.open(path, flags | os.O_NONBLOCK)
+    if not stat.S_ISREG(os.fstat(descriptor).st_mode):
+        os.close(descriptor)
+        raise OSError("not a file")
+    return descriptor
 
 
 def _integer(digits: str) -> int:

@@ -1,8 +1,5 @@
 """PNG files as the chunks that they are made of, and the texts in them. The format is that of RFC 2083 and its iTXt."""
 
-from __future__ import annotations
-
-import struct
 import zlib
 from typing import Iterator
 
@@ -20,14 +17,10 @@ def chunks(png: bytes) -> Iterator[tuple[bytes, memoryview]]:
         raise BadPng("no PNG signature")
     view, place = memoryview(png), len(SIGNATURE)
     while True:
-        if place + 12 > len(view):
-            raise BadPng("it is cut off")
-        (length,) = struct.unpack_from(">I", view, place)
-        end = place + 12 + length
+        end = place + 12 + int.from_bytes(view[place : place + 4], "big")
         if end > len(view):
             raise BadPng("it is cut off")
-        (stated,) = struct.unpack_from(">I", view, end - 4)
-        if zlib.crc32(view[place + 4 : end - 4]) != stated:
+        if zlib.crc32(view[place + 4 : end - 4]) != int.from_bytes(view[end - 4 : end], "big"):
             raise BadPng("its content is damaged")
         kind = bytes(view[place + 4 : place + 8])
         yield kind, view[place + 8 : end - 4]
@@ -37,7 +30,12 @@ def chunks(png: bytes) -> Iterator[tuple[bytes, memoryview]]:
 
 
 def chunk(kind: bytes, data: bytes) -> bytes:
-    return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+    return len(data).to_bytes(4, "big") + kind + data + zlib.crc32(kind + data).to_bytes(4, "big")
+
+
+def file_of(*parts: tuple[bytes, bytes]) -> bytes:
+    """The file of these chunks; IEND is added."""
+    return SIGNATURE + b"".join(chunk(kind, data) for kind, data in (*parts, (b"IEND", b"")))
 
 
 def texts(png: bytes) -> dict[str, str]:
@@ -56,7 +54,7 @@ def texts(png: bytes) -> dict[str, str]:
 def with_text(png: bytes, keyword: str, text: str) -> bytes:
     """`png` with one more text (iTXt, UTF-8, not compressed) right after its header; `png` must be a PNG file."""
     data = keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace")
-    header_end = len(SIGNATURE) + 12 + struct.unpack_from(">I", png, len(SIGNATURE))[0]
+    header_end = len(SIGNATURE) + 12 + int.from_bytes(png[len(SIGNATURE) : len(SIGNATURE) + 4], "big")
     return png[:header_end] + chunk(b"iTXt", data) + png[header_end:]
 
 

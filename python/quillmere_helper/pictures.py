@@ -1,77 +1,100 @@
-"""Pictures for servers: 8-bit RGB without transparency, made with the standard library alone.
-
-Servers read 16-bit and transparent pictures in several ways, all of them wrong for a guide; 8-bit RGB has one reading.
-"""
-
-from __future__ import annotations
+"""Pictures on their way to servers and back, told and converted with the standard library alone."""
 
 import struct
 import zlib
-from dataclasses import dataclass
 from itertools import accumulate
-from typing import Iterable, Iterator
+from typing import Iterator, NamedTuple, Optional
 
-from . import png_chunks
+from . import png, untrusted
+from .errors import HelperError
+
+Picture = tuple[bytes, str]  # a whole file and its kind: "png", "jpg" or "webp"
 
 CHANNELS = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}  # by colour type
+LARGEST_PICTURE = 512 << 20  # bytes
 LARGEST_PIXELS = 64_000_000
 
 
-@dataclass(frozen=True)
-class Header:
+class Header(NamedTuple):
     width: int
     height: int
-    depth: int  # bits a sample
+    depth: int  # bits a sample: 8 or 16
     colour: int  # colour type: 0 grey, 2 RGB, 3 palette, 4 grey and alpha, 6 RGB and alpha
 
     @property
     def step(self) -> int:
-        """Bytes from one pixel to the next, as the row filters count them."""
-        return max(1, CHANNELS[self.colour] * self.depth // 8)
-
-    @property
-    def row_bytes(self) -> int:
-        return (self.width * CHANNELS[self.colour] * self.depth + 7) // 8
+        """Bytes from one pixel to the next."""
+        return CHANNELS[self.colour] * self.depth // 8
 
 
-def as_plain(png: bytes) -> bytes:
-    """`png` as 8-bit RGB: itself when it is that already, else rewritten with the alpha dropped. Raises BadPng."""
-    parts = [
-        (kind, bytes(data)) for kind, data in png_chunks.chunks(png) if kind in (b"IHDR", b"PLTE", b"tRNS", b"IDAT")
-    ]
+def given_picture(path: str, role: str) -> Picture:
+    """The guide or the style image as servers are given it, and its kind: PNG as 8-bit RGB, others as they are.
+
+    Raises HelperError.
+    """
+    remedy = "render the frame again" if role == "guide" else "choose another one, or none"
+    content = untrusted.read_file(path, f"{role} image", LARGEST_PICTURE, remedy)
+    kind = kind_of(content)
+    if kind is None:
+        raise HelperError(f'The {role} image "{path}" is no whole PNG, JPEG or WebP picture; {remedy}')
+    try:
+        return (plain_png(content) if kind == "png" else content), kind
+    except png.BadPng as error:
+        raise HelperError(f'Cannot use the {role} image "{path}": {error}; {remedy}') from error
+
+
+def kind_of(content: bytes) -> Optional[str]:
+    """ "png", "jpg" or "webp" when `content` is a whole picture file of that kind, else None."""
+    if content.startswith(png.SIGNATURE):
+        try:
+            return "png" if b"IDAT" in [kind for kind, _ in png.chunks(content)] else None
+        except png.BadPng:
+            return None
+    if content.startswith(b"\xff\xd8\xff"):
+        return "jpg" if content.rstrip(b"\0").endswith(b"\xff\xd9") else None
+    if content.startswith(b"RIFF") and content[8:12] == b"WEBP":
+        return "webp" if len(content) >= int.from_bytes(content[4:8], "little") + 8 else None
+    return None
+
+
+def plain_png(content: bytes) -> bytes:
+    """A PNG as 8-bit RGB: itself when it is that already, else rewritten with the alpha dropped. Raises BadPng.
+
+    Servers read 16-bit and transparent pictures in several ways, all of them wrong for a guide; this has one reading.
+    """
+    used = (b"IHDR", b"PLTE", b"tRNS", b"IDAT")
+    parts = [(kind, bytes(data)) for kind, data in png.chunks(content) if kind in used]
     if not parts or parts[0][0] != b"IHDR" or len(parts[0][1]) != 13:
-        raise png_chunks.BadPng("it has no header")
+        raise png.BadPng("it has no header")
     header = _header(parts[0][1])
     if (header.depth, header.colour) == (8, 2) and all(kind != b"tRNS" for kind, _ in parts):
-        return png
-    palette = b"".join(data for kind, data in parts if kind == b"PLTE")
-    packed = b"".join(data for kind, data in parts if kind == b"IDAT")
+        return content
+    palette, packed = (b"".join(data for kind, data in parts if kind == name) for name in (b"PLTE", b"IDAT"))
     rows = b"".join(b"\0" + _rgb(row, header, palette) for row in _rows(packed, header))
     size = struct.pack(">IIBBBBB", header.width, header.height, 8, 2, 0, 0, 0)
-    body = png_chunks.chunk(b"IHDR", size) + png_chunks.chunk(b"IDAT", zlib.compress(rows, 1))
-    return png_chunks.SIGNATURE + body + png_chunks.chunk(b"IEND", b"")
+    return png.file_of((b"IHDR", size), (b"IDAT", zlib.compress(rows, 1)))
 
 
 def _header(data: bytes) -> Header:
     width, height, depth, colour, _, _, interlaced = struct.unpack(">IIBBBBB", data)
     if colour not in CHANNELS or depth not in (8, 16) or (colour == 3 and depth != 8) or interlaced:
-        raise png_chunks.BadPng("it is interlaced or has an unusual number of bits; save it as 8-bit RGB")
+        raise png.BadPng("it is interlaced or has an unusual number of bits; save it as 8-bit RGB")
     if not 0 < width * height <= LARGEST_PIXELS:
-        raise png_chunks.BadPng(f"it has {width} x {height} pixels")
+        raise png.BadPng(f"it has {width} x {height} pixels")
     return Header(width, height, depth, colour)
 
 
 def _rows(packed: bytes, header: Header) -> Iterator[bytes]:
     """The rows with their filters undone."""
-    length = header.row_bytes + 1
+    length = header.width * header.step + 1
     decompressor = zlib.decompressobj()
     try:
         data = decompressor.decompress(packed, length * header.height)
     except zlib.error as error:
-        raise png_chunks.BadPng("its content is damaged") from error
+        raise png.BadPng("its content is damaged") from error
     if len(data) < length * header.height:
-        raise png_chunks.BadPng("it is cut off")
-    above = bytes(header.row_bytes)
+        raise png.BadPng("it is cut off")
+    above = bytes(length - 1)
     for start in range(0, len(data), length):
         above = _unfiltered(data[start], data[start + 1 : start + length], above, header.step)
         yield above
@@ -83,18 +106,13 @@ def _unfiltered(kind: int, row: bytes, above: bytes, step: int) -> bytes:
     if kind == 1:
         out = bytearray(row)
         for channel in range(step):
-            sums: Iterable[int] = accumulate(iter(row[channel::step]), _add)
-            out[channel::step] = bytes(sums)
+            out[channel::step] = bytes(total & 255 for total in accumulate(row[channel::step]))
         return bytes(out)
     if kind == 2:
         return bytes((value + up) & 255 for value, up in zip(row, above))
     if kind in (3, 4):
         return _unpredicted(kind, row, above, step)
-    raise png_chunks.BadPng("its content is damaged")
-
-
-def _add(left: int, value: int) -> int:
-    return (left + value) & 255
+    raise png.BadPng("its content is damaged")
 
 
 def _unpredicted(kind: int, row: bytes, above: bytes, step: int) -> bytes:

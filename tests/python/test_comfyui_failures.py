@@ -9,7 +9,7 @@ from comfy_case import ComfyCase
 from scratch_render import HELPER
 
 
-class Traps(ComfyCase):
+class Failures(ComfyCase):
     def test_servers_of_every_kind_are_understood(self):
         self.environment["QUILLMERE_COMFYUI_TOKEN"] = "sesame"
         for what, attributes in (

@@ -1,0 +1,107 @@
+"""What tells the effect how a render goes: a status while it runs, a response at its end.
+
+The effect undoes only the escapes of the double quote, the backslash and the line feed. Also runs on interpreters older
+than the rest of the package supports.
+"""
+
+import json
+import os
+from typing import Any, Dict, List, Optional
+
+STOPPED = "The render was stopped before its picture was finished; render the frame again"
+
+
+class Status:
+    """Keeps one status file up to date. One that cannot be written costs the user a progress line, not the picture."""
+
+    def __init__(self, path: str) -> None:
+        self._path = path
+        self._last = ("", "")
+
+    def tell(self, phase: str, message: str, progress: Optional[float] = None) -> None:
+        """`progress` is the share of the whole job that is done, 0 to 1; it is added to the message as a percentage."""
+        if progress is not None:
+            message = "{} ({} %)".format(message, int(100 * min(max(progress, 0.0), 1.0)))
+        told = (phase, readable(message))
+        if told == self._last or not self._path:
+            return
+        self._last = told
+        members = {"phase": told[0], "message": told[1]}  # type: Dict[str, Any]
+        if progress is not None:
+            members["progress"] = round(progress, 3)
+        try:
+            write_whole(self._path, to_json(members))
+        except OSError:
+            pass
+
+
+class Response:
+    """The answer of one run. From `begin` on a whole, true answer is always on disk, however this process ends."""
+
+    def __init__(self, path: str) -> None:
+        self._path = path
+
+    @property
+    def log_path(self) -> str:
+        """Where the details of a failure go: beside the response, with the extension "log"."""
+        return os.path.splitext(self._path)[0] + ".log"
+
+    def begin(self) -> None:
+        """Replaces what an earlier render of the same frame left by the answer of a run that was ended from outside."""
+        self.fail(STOPPED)
+        if os.path.exists(self.log_path):
+            os.unlink(self.log_path)
+
+    def fail(self, error: str, details: str = "") -> None:
+        members = {"ok": False, "error": readable(error)}
+        if details:
+            members["log"] = self.log_path
+            try:
+                write_whole(self.log_path, "{}\n\n{}\n".format(error, details).encode("utf-8", "replace"))
+            except OSError:
+                pass  # the answer itself matters more than its details
+        write_whole(self._path, to_json(members))
+
+    def succeed(self, outputs: List[str], facts: Dict[str, Any]) -> None:
+        """`outputs` are full paths, the first picture first; `facts` may hold no key that the effect reads."""
+        first = outputs[0] if outputs else ""
+        write_whole(self._path, to_json(dict({"ok": True, "first_output": first, "outputs": outputs}, **facts)))
+
+
+def write_whole(path: str, content: bytes) -> None:
+    """Writes `content` to `path`: beside it first, then renamed over it, so that no reader ever sees half of it.
+
+    Raises OSError; what was at `path` before is then still there, and nothing is left beside it.
+    """
+    folder, name = os.path.split(path)
+    beside = os.path.join(folder, ".{}.{}.part".format(name, os.getpid()))
+    try:
+        with open(beside, "wb") as file:
+            file.write(content)
+        os.replace(beside, path)
+    except BaseException:
+        try:
+            os.unlink(beside)
+        except OSError:
+            pass
+        raise
+
+
+def to_json(members: Dict[str, Any]) -> bytes:
+    """One member per line, in the order given; non-ASCII text stays as it is, as do file names that are not UTF-8."""
+    text = json.dumps(members, ensure_ascii=False, indent=2) + "\n"
+    try:
+        return text.encode("utf-8", "surrogateescape")
+    except UnicodeEncodeError:
+        return text.encode("utf-8", "replace")
+
+
+def readable(text: str) -> str:
+    """`text` as a status line: on one line, and without characters that the effect would show as escapes."""
+    flat = " ".join(text.replace("\\", "/").split())
+    return "".join(letter for letter in flat if letter >= " " and letter != "\x7f")
+
+
+def reads_back(text: str) -> bool:
+    """Whether the effect gets `text` back unchanged."""
+    return "\\" not in text and all(letter >= " " or letter == "\n" for letter in text)

@@ -1,0 +1,59 @@
+"""What workflow files may set, as docs/workflows.md tells it, and which seed a picture is made with."""
+
+import json
+import os
+import unittest
+from unittest import mock
+
+from scratch_render import ROOT
+
+from quillmere_helper import backends
+from quillmere_helper.backends import embedded
+from quillmere_helper.backends.a1111 import payload
+from quillmere_helper.backends.comfyui import source, wiring
+from quillmere_helper.errors import HelperError
+from quillmere_helper.parameters import seed_for
+
+LARGEST = (1 << 64) - 1
+PAGE = (ROOT / "docs" / "workflows.md").read_text()
+
+
+def table(parameters):
+    rows = ["| parameter | values | default | meaning |", "| --- | --- | --- | --- |"]
+    for parameter in parameters:
+        default = json.dumps(parameter.default)
+        rows.append(f"| `{parameter.name}` | {parameter.accepted()} | {default} | {parameter.meaning} |")
+    return "\n".join(rows) + "\n\n"
+
+
+class WorkflowPage(unittest.TestCase):
+    def test_the_tables_of_parameters_are_those_that_are_accepted(self):
+        for module in (embedded, payload, source):
+            expected = table(module.PARAMETERS)
+            self.assertTrue(expected in PAGE, f"docs/workflows.md has another table than\n\n{expected}")
+
+    def test_placeholders_servers_and_variables_are_told(self):
+        kinds = [kind for kind in (backends.load(name).SERVER for name in backends.MODULES) if kind]
+        words = [", ".join(f"`{{{name}}}`" for name in wiring.PLACEHOLDERS)]
+        words += [f"`{kind.variable(end)}`" for kind in kinds for end in ("URL", "TOKEN", "AUTH")]
+        for word in [*words, *(f"`{kind.default_url}`" for kind in kinds)]:
+            self.assertIn(word, PAGE)
+
+
+class Seeds(unittest.TestCase):
+    def test_the_seed_of_the_host_goes_before_every_choice(self):
+        for given in (0, 12, LARGEST):
+            with mock.patch.dict(os.environ, {"QUILLMERE_SEED": str(given)}):
+                self.assertEqual({seed_for(choice, 3) for choice in ("random", "frame", 7)}, {given})
+
+    def test_what_is_no_seed_is_refused(self):
+        for given in ("x", "-1", "1.5", " 5", "٣", str(LARGEST + 1), "9" * 5000):
+            with mock.patch.dict(os.environ, {"QUILLMERE_SEED": given}), self.subTest(given[:30]):
+                with self.assertRaisesRegex(HelperError, "QUILLMERE_SEED"):
+                    seed_for("frame", 3)
+
+    def test_frames_have_seeds_of_their_own_that_stay(self):
+        seeds = [seed_for("frame", frame) for frame in range(-50, 50)]
+        self.assertEqual(len(set(seeds)), 100)
+        self.assertEqual(seeds, [seed_for("frame", frame) for frame in range(-50, 50)])
+        self.assertTrue(all(0 <= seed <= LARGEST for seed in seeds))
