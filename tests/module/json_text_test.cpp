@@ -29,7 +29,7 @@ TEST(JsonText, ExtractsTheFirstStringOfAKeyAndUndoesThreeEscapes) {
 
 using TextFile = Room;
 
-TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWhole) {
+TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWholeOrElseRefused) {
   const auto named = [&](const char* name) { return host::filenameOf(folder / name); };
   write(folder / "file", "before the NUL\0after"s);
   EXPECT_EQ(ToUtf8(ReadTextFile(named("file"))), "before the NUL");
@@ -40,6 +40,10 @@ TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWhole) {
     EXPECT_FALSE(WriteTextFile(none, "x"));
   }
   EXPECT_FALSE(exists(folder / "none"));
+  const std::string large(100000, 'x');
+  write(folder / "large", large);
+  EXPECT_EQ(ToUtf8(ReadTextFile(named("large"))), large);
+  EXPECT_FALSE(WriteTextFile(cinema::Filename("/dev/full"), large)) << "or there is no such device";
 }
 
 }  // namespace
