@@ -86,7 +86,7 @@ class RenderCase(unittest.TestCase):
     def message(self):
         return json.loads(self.status_file.read_text("utf-8"))["message"] if self.status_file.exists() else ""
 
-    def wait_for(self, condition, what, seconds=20):
+    def wait_for(self, condition, what, seconds=60):
         end = time.monotonic() + seconds
         while not condition():
             self.assertLess(time.monotonic(), end, f"waited in vain for {what}; the last message is {self.message()!r}")
