@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "door/frame.h"
+#include "prompt.h"
 #include "render_driver.h"
 #include "room.h"
 
@@ -27,8 +28,8 @@ struct IntegrationRender : EffectRoom {
   }
   // The opening call alone, by the same code outside the module, of a render whose buffer isn't of the settings' size.
   RENDERRESULT open(Filename& result) {
-    host::RenderCall call(document.get(), host::RenderCall::Buffer{3, 2}, noBreak);
-    return GenerateFrame(node, &call.at(VIDEOPOSTCALL::RENDER, true), String("x"), result);
+    host::RenderCall call(document.get(), host::RenderCall::Buffer{3, 2}, [&] { return polls(); });
+    return GenerateFrame(node, &call.at(VIDEOPOSTCALL::RENDER, true), ComposePrompt(settings()), result);
   }
   Lines withHelper(const Lines& rest) const {
     Lines all = {capturing, "busy", preparing, "busy", preparing, "busy"};  // again from the first status file
@@ -49,10 +50,11 @@ struct IntegrationRender : EffectRoom {
 TEST_F(IntegrationRender, GeneratesAFrameStepByStepAndRecordsIt) {
   write(script, echo);
   create_directories(told.watched = data);
-  {
-    const ToldOperations operations(told);
-    EXPECT_EQ(render(), RENDERRESULT::OK);
-  }
+  const ToldOperations operations(told);
+  Filename result;
+  EXPECT_EQ(open(result), RENDERRESULT::OK);
+  EXPECT_EQ(host::pathOf(result), guide);
+  told.addNewFiles();
   EXPECT_EQ(told.lines, (Lines{"new history",
                                "new history/untitled",
                                "new out",
@@ -77,9 +79,7 @@ TEST_F(IntegrationRender, GeneratesAFrameStepByStepAndRecordsIt) {
                                "bar 100",
                                "new runtime/render_view_state.json",
                                "command 1060501",
-                               "new history/untitled/render_f12.json",
-                               "bitmap",
-                               "load reference_12.png"}));
+                               "new history/untitled/render_f12.json"}));
   EXPECT_EQ(contentOf(runtime / "request_12.json"),
             "{\n  \"workflow_path\": \"/w/ink.json\",\n  \"output_dir\": \"" + (data / "out").string() +
                 "\",\n  \"output_prefix\": \"render\",\n"
