@@ -14,9 +14,12 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 HELPER = ROOT / "python" / "quillmere_render_helper.py"
-sys.path.insert(0, str(ROOT / "python"))
+sys.path[:0] = [str(ROOT / "python"), str(ROOT / "tests")]
 
+import default_signals  # noqa: E402
 from quillmere_helper import interpreter, png_chunks  # noqa: E402
+
+default_signals.restore()
 
 
 def with_pillow():
