@@ -11,10 +11,12 @@ import sys
 import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "examples"))
+sys.path[:0] = [str(pathlib.Path(__file__).parents[1]), str(pathlib.Path(__file__).parents[2] / "examples")]
 
+import default_signals  # noqa: E402
 from harbour.glb import GlbWriter  # noqa: E402
 
+default_signals.restore()
 QUILLMERE = os.environ["QUILLMERE"]
 PLUGIN = pathlib.Path(os.environ["QUILLMERE_PLUGIN"])
 

@@ -28,7 +28,9 @@ TEST_F(Catalog, PrefersThePresentStateFileToTheLegacyOne) {
 }
 
 TEST_F(Catalog, ReadsFlatObjectsInFileOrderAsTheyStand) {
-  write(present, R"({"workflows": [{"id": "b", "tags": ["x", "y"], "name": "Zwölf \u00e9"}, {"id": "", "name": "No"},
+  write(present,
+        std::string(20000, ' ') +
+            R"({"workflows": [{"id": "b", "tags": ["x", "y"], "name": "Zwölf \u00e9"}, {"id": "", "name": "No"},
     {"name": "No", "id": "order"}, {"id": "nested", "name": "No", "x": {}}, {"id": "b", "name": "say \"hi\""}]})");
   EXPECT_THAT(read(), ElementsAre("b=Zwölf \\u00e9", "b=say \\"));
 }

@@ -1,10 +1,10 @@
 #include "guide_capture.h"
 
-#include "core/substitutes.h"
 #include "image/file_formats.h"
 #include "lib_description.h"
 #include "operatingsystem.h"
 #include "room.h"
+#include "still_scene.h"
 
 namespace quillmere {
 namespace {
@@ -33,13 +33,13 @@ std::string stateOf(BaseDocument& document) {
 
 struct GuideCapture : EffectRoom {
   GuideCapture() {
-    view().SetParameter(modeId(1003), GeData(Int32(0)), DESCFLAGS_SET::NONE);
-    view().SetParameter(modeId(1004), GeData(Int32(6)), DESCFLAGS_SET::NONE);
+    view->SetParameter(modeId(1003), GeData(Int32(0)), DESCFLAGS_SET::NONE);
+    view->SetParameter(modeId(1004), GeData(Int32(6)), DESCFLAGS_SET::NONE);
   }
-  BaseDraw& view() { return *api().GetActiveBaseDraw(); }
   bool capture(Int32 mode, int width = 7) {
     return RenderReferenceImage(&api(), camera(1), GuideModeOf(mode), width, 5, host::filenameOf(png));
   }
+  BaseDraw* const view = api().GetActiveBaseDraw();
   const std::filesystem::path png = folder / "guide.png";
 };
 
@@ -54,14 +54,23 @@ TEST_F(GuideCapture, IsAPngOfTheSizeAskedForInEveryMode) {
   }
 }
 
-TEST_F(GuideCapture, DrawsTheViewThroughTheCameraWithQuickShadingUnlessAFinalRenderIsAsked) {
+TEST_F(GuideCapture, DrawsTheRenderViewElseTheActiveOneThroughTheCameraWithQuickShadingUnlessAFinalRenderIsAsked) {
   static std::string seen;
+  static BaseDraw* drawn;
   const auto draw = put(C4DOS_Br->GetViewPortBitmap, [](BaseDraw* view, BaseBitmap*, Int32 options) -> Bool {
     seen = stateOf(*view->GetDocument()) + " " + std::to_string(options);
+    drawn = view;
     return true;
   });
   EXPECT_TRUE(capture(7));
   EXPECT_EQ(seen, "Side 2 2 0");
+  host::Document other(std::make_shared<StillScene>());
+  BaseDraw* const apart = other.api().GetActiveBaseDraw();
+  for (BaseDraw* const renderView : {apart, static_cast<BaseDraw*>(nullptr)}) {
+    const auto given = put(operations().renderView, [&](auto&) { return renderView; });
+    EXPECT_TRUE(capture(0));
+    EXPECT_EQ(drawn, renderView ? renderView : view);
+  }
 }
 
 TEST_F(GuideCapture, RendersThroughTheCameraWithACopyOfTheSettings) {
@@ -74,7 +83,9 @@ TEST_F(GuideCapture, RendersThroughTheCameraWithACopyOfTheSettings) {
     for (const Int32 id : {5008, 5009, 5076, 5200, 5202}) seen += " " + std::to_string(used.GetInt32(id));
     return RENDERRESULT::OK;
   });
+  const ToldOperations calls(told);
   EXPECT_TRUE(capture(1));
+  EXPECT_EQ(told.lines, (Lines{"bitmap", "init 7 5 32", "render", "save guide.png 1023671"}));
   EXPECT_EQ(seen, "Side 0 6 1 7 5 0 0 0");
   EXPECT_TRUE(active == before);
 }
@@ -104,22 +115,30 @@ TEST_F(GuideCapture, PutsEverythingBackWhicheverStepFails) {
   EXPECT_EQ(stateOf(api()), "Front 0 6");
 }
 
-TEST_F(GuideCapture, LooksThroughTheLinkedCameraElseThroughTheSceneOrTheViews) {
-  const auto resolved = [&] { return ResolveConfiguredCamera(&settings(), &api()); };
-  const auto noView = [](auto&) { return nullptr; };
-  EXPECT_EQ(resolved(), camera(0)) << "the scene camera, without a link";
+TEST_F(GuideCapture, LooksThroughTheLinkedCameraElseThroughTheScenesOrTheViews) {
   settings().SetLink(QUILLMERE_CAMERA, camera(1));
-  EXPECT_EQ(resolved(), camera(1));
-  settings().SetLink(QUILLMERE_CAMERA, &view());
-  EXPECT_EQ(resolved(), camera(0)) << "a link to something else is passed over";
-  {
-    const auto noActiveView = put(operations().activeView, noView);
-    EXPECT_EQ(resolved(), camera(0)) << "the render view's";
+  EXPECT_EQ(ResolveConfiguredCamera(&settings(), &api()), camera(1));
+  settings().SetLink(QUILLMERE_CAMERA, view);
+  EXPECT_EQ(ResolveConfiguredCamera(&settings(), &api()), camera(0)) << "a link to something else is passed over";
+
+  BaseObject *const front = camera(0), *const side = camera(1), *const none = nullptr;
+  const struct {
+    BaseObject *scene, *renderView, *activeView, *expected;
+  } rows[] = {
+      {front, side, none, front}, {none, side, front, side}, {none, none, front, front}, {none, none, none, none}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    // One view in the place of two; the scene's camera is what the host first asks the active one for.
+    const auto showing = [&](BaseObject* shown) { return view->SetSceneCamera(shown), view; };
+    int asked = 0;
+    const auto renderView = put(operations().renderView, [&](auto&) { return showing(row.renderView); });
+    const auto activeView =
+        put(operations().activeView, [&](auto&) { return showing(asked++ == 0 ? row.scene : row.activeView); });
+    EXPECT_EQ(ResolveConfiguredCamera(&settings(), &api()), row.expected);
   }
-  view().SetSceneCamera(nullptr);
-  EXPECT_EQ(resolved(), nullptr);
+  const auto noView = [](auto&) { return nullptr; };
   const auto noRenderView = put(operations().renderView, noView), noActiveView = put(operations().activeView, noView);
-  EXPECT_EQ(resolved(), nullptr);
+  EXPECT_EQ(ResolveConfiguredCamera(&settings(), &api()), nullptr);
   EXPECT_FALSE(capture(0));
 }
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "api/frame.h"
-#include "core/substitutes.h"
+#include "prompt.h"
 #include "render_driver.h"
 #include "room.h"
 
@@ -10,11 +10,15 @@ namespace quillmere {
 namespace {
 
 using namespace cinema;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
 
 struct IntegrationRender : EffectRoom {
   IntegrationRender() {
+    document->setFps(25);
     document->setFrame(12);
-    settings().SetFilename(QUILLMERE_OUTPUT_DIRECTORY, host::filenameOf(folder / "out"));
+    settings().SetFilename(QUILLMERE_OUTPUT_DIRECTORY, host::filenameOf(data / "out"));
     settings().SetString(QUILLMERE_SYSTEM_PROMPT, String("Keep\tit."));
     settings().SetString(QUILLMERE_PROMPT, String("a \"red\"\r\n\\ é car"));
     settings().SetLink(QUILLMERE_CAMERA, camera(1));
@@ -22,10 +26,10 @@ struct IntegrationRender : EffectRoom {
   RENDERRESULT render() {
     return host::renderFrame(*document, [&] { return polls(); }).result;
   }
-  // The opening call alone, by the same code outside the module.
+  // The opening call alone, by the same code outside the module, of a render whose buffer isn't of the settings' size.
   RENDERRESULT open(Filename& result) {
-    host::RenderCall call(document.get(), std::nullopt, noBreak);
-    return GenerateFrame(node, &call.at(VIDEOPOSTCALL::RENDER, true), String("x"), result);
+    host::RenderCall call(document.get(), host::RenderCall::Buffer{3, 2}, [&] { return polls(); });
+    return GenerateFrame(node, &call.at(VIDEOPOSTCALL::RENDER, true), ComposePrompt(settings()), result);
   }
   Lines withHelper(const Lines& rest) const {
     Lines all = {capturing, "busy", preparing, "busy", preparing, "busy"};  // again from the first status file
@@ -38,33 +42,62 @@ struct IntegrationRender : EffectRoom {
   const std::filesystem::path viewState = runtime / "render_view_state.json";
   const std::string guide = (runtime / "reference_12.png").string();
   // Answers with the guide itself, after one message.
-  const std::string echo = "round; printf '{\"message\":\"Drawing\"}' > " + (runtime / "status_12.json").string() +
-                           "; round; printf '{\"ok\": true, \"first_output\": \"" + guide + "\"}' > \"$2\"\n";
+  const std::string echo = "round; printf '%20000s' '{\"message\":\"Drawing\"}' > " +
+                           (runtime / "status_12.json").string() +
+                           "; round; printf '%20000s' '{\"ok\": true, \"first_output\": \"" + guide + "\"}' > \"$2\"\n";
 };
 
-TEST_F(IntegrationRender, GeneratesAFrameAndRecordsIt) {
+TEST_F(IntegrationRender, GeneratesAFrameStepByStepAndRecordsIt) {
   write(script, echo);
-  write(viewState, R"({"locked_style_image": "C:\\a.png", "selected_image": "/mine"})");
-  EXPECT_EQ(render(), RENDERRESULT::OK);
-  EXPECT_EQ(told.lines,
-            withHelper({"text Drawing", "busy", "text Render complete", "idle", "bar 100", "command 1060501"}));
+  create_directories(told.watched = data);
+  const ToldOperations operations(told);
+  Filename result;
+  EXPECT_EQ(open(result), RENDERRESULT::OK);
+  EXPECT_EQ(host::pathOf(result), guide);
+  told.addNewFiles();
+  EXPECT_EQ(told.lines, (Lines{"new history",
+                               "new history/untitled",
+                               "new out",
+                               "new runtime",
+                               capturing,
+                               "busy",
+                               "bitmap",
+                               "init 8 6 32",
+                               "save reference_12.png 1023671",
+                               "new runtime/reference_12.png",
+                               "new runtime/request_12.json",
+                               "new runtime/status_12.json",
+                               preparing,
+                               "busy",
+                               preparing,
+                               "busy",
+                               "text Drawing",
+                               "busy",
+                               "new runtime/response_12.json",
+                               "text Render complete",
+                               "idle",
+                               "bar 100",
+                               "new runtime/render_view_state.json",
+                               "command 1060501",
+                               "new history/untitled/render_f12.json"}));
   EXPECT_EQ(contentOf(runtime / "request_12.json"),
-            "{\n  \"workflow_path\": \"/w/ink.json\",\n  \"output_dir\": \"" + (folder / "out").string() +
+            "{\n  \"workflow_path\": \"/w/ink.json\",\n  \"output_dir\": \"" + (data / "out").string() +
                 "\",\n  \"output_prefix\": \"render\",\n"
                 "  \"effective_prompt\": \"Keep\\tit. a \\\"red\\\"\\r\\n\\\\ é car\",\n  \"reference_image\": \"" +
-                guide + "\",\n  \"locked_style_image\": \"C:\\\\a.png\",\n  \"status_path\": \"" +
+                guide + "\",\n  \"locked_style_image\": \"\",\n  \"status_path\": \"" +
                 (runtime / "status_12.json").string() + "\",\n  \"width\": 8,\n  \"height\": 6,\n  \"frame\": 12\n}\n");
   EXPECT_EQ(contentOf(viewState), "{\n  \"last_image\": \"" + guide + "\",\n  \"selected_image\": \"" + guide +
-                                      "\",\n  \"locked_style_image\": \"C:\\\\a.png\",\n  \"history_dir\": \"" +
+                                      "\",\n  \"locked_style_image\": \"\",\n  \"history_dir\": \"" +
                                       entry.parent_path().string() + "\",\n  \"reference_image\": \"" + guide +
                                       "\",\n  \"status_text\": \"Render complete\"\n}\n");
   EXPECT_EQ(contentOf(entry), "{\"status\":\"complete\",\"frame\":12,\"output\":\"" + guide + "\"}");
-  EXPECT_TRUE(is_directory(folder / "out"));
   EXPECT_EQ(text(QUILLMERE_STATUS), "Render complete");
   EXPECT_EQ(text(QUILLMERE_LAST_HISTORY_ENTRY), guide);
 }
 
-TEST_F(IntegrationRender, LeavesOutPreviewAndHistoryWhenTheyAreOff) {
+TEST_F(IntegrationRender, KeepsTheViewersStyleImageAndLeavesOutWhatIsOff) {
+  const std::string locked = R"("locked_style_image": "C:\\a.png",)";
+  write(viewState, std::string(20000, ' ') + "{" + locked + R"("selected_image": "/mine"})");
   write(script, echo);
   settings().SetBool(QUILLMERE_OPEN_PREVIEW_AFTER_RENDER, false);
   settings().SetBool(QUILLMERE_SAVE_HISTORY_SNAPSHOTS, false);
@@ -73,7 +106,8 @@ TEST_F(IntegrationRender, LeavesOutPreviewAndHistoryWhenTheyAreOff) {
   EXPECT_EQ(told.lines.front(), "text Rendering guide from camera: Side (Final Render)");
   EXPECT_EQ(told.lines.back(), "bar 100");
   EXPECT_FALSE(exists(data / "history"));
-  EXPECT_TRUE(exists(viewState));
+  EXPECT_THAT(contentOf(runtime / "request_12.json"), HasSubstr(locked));
+  EXPECT_THAT(contentOf(viewState), AllOf(HasSubstr(locked), Not(HasSubstr("/mine"))));
 }
 
 TEST_F(IntegrationRender, SucceedsOnAnEarlierResponseAndWithoutAPicture) {
@@ -85,6 +119,17 @@ TEST_F(IntegrationRender, SucceedsOnAnEarlierResponseAndWithoutAPicture) {
   EXPECT_EQ(contentOf(runtime / "status_12.json"),
             "{\n  \"phase\": \"prepare\",\n  \"message\": \"Preparing Quillmere render\"\n}\n");
   EXPECT_EQ(contentOf(entry), R"({"status":"complete","frame":12,"output":""})");
+  EXPECT_THAT(contentOf(runtime / "request_12.json"), HasSubstr("\"width\": 8,\n  \"height\": 6,"));
+}
+
+TEST_F(IntegrationRender, GetsByWithoutRenderSettingsAndWithoutAStatusFile) {
+  const host::Substitute noSettings(host::operations().activeRenderData, [](auto&) { return nullptr; });
+  create_directories(runtime / "status_12.json");
+  write(runtime / "response_12.json", R"({"ok": true})");
+  Filename result;
+  EXPECT_EQ(open(result), RENDERRESULT::OK);
+  EXPECT_EQ(told.lines, (Lines{capturing, "busy", preparing, "busy", "text Render complete", "idle", "bar 100"}));
+  EXPECT_THAT(contentOf(runtime / "request_12.json"), HasSubstr("\"width\": 1024,\n  \"height\": 1024,"));
 }
 
 TEST_F(IntegrationRender, SaysWhyTheHelperFailed) {
@@ -99,7 +144,9 @@ TEST_F(IntegrationRender, SaysWhyTheHelperFailed) {
     SCOPED_TRACE(lines);
     told.lines.clear();
     write(script, lines);
-    EXPECT_EQ(render(), RENDERRESULT::FAILED);
+    Filename result("/earlier.png");
+    EXPECT_EQ(open(result), RENDERRESULT::FAILED);
+    EXPECT_EQ(ToUtf8(result.GetString()), "/earlier.png");
     EXPECT_EQ(told.lines, withHelper({"text " + message, "idle", "console [Quillmere Renderer] " + message}));
     EXPECT_EQ(text(QUILLMERE_STATUS), message);
   }

@@ -30,7 +30,7 @@ TEST(JsonText, ExtractsTheFirstStringOfAKeyAndUndoesThreeEscapes) {
 
 using TextFile = Room;
 
-TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWhole) {
+TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWholeOrElseRefused) {
   const auto named = [&](const char* name) { return host::filenameOf(folder / name); };
   write(folder / "file", "before the NUL\0after"s);
   EXPECT_EQ(ToUtf8(ReadTextFile(named("file"))), "before the NUL");
@@ -46,6 +46,10 @@ TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWhole) {
   for (const cinema::Filename& endless : {named("pipe"), cinema::Filename("/dev/zero")}) {
     EXPECT_EQ(ToUtf8(ReadTextFile(endless)), "");
   }
+  const std::string large(100000, 'x');
+  write(folder / "large", large);
+  EXPECT_EQ(ToUtf8(ReadTextFile(named("large"))), large);
+  EXPECT_FALSE(WriteTextFile(cinema::Filename("/dev/full"), large)) << "or there is no such device";
 }
 
 }  // namespace

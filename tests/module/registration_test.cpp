@@ -2,12 +2,15 @@
 
 #include <gmock/gmock.h>
 
+#include "module/registry.h"
+#include "refusal.h"
 #include "room.h"
 
 namespace quillmere {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::Pair;
 
 TEST_F(EffectRoom, TheModuleDeclaresItselfAsTheApplicationsBuildWould) {
@@ -22,6 +25,20 @@ TEST_F(EffectRoom, TheModuleDeclaresItselfAsTheApplicationsBuildWould) {
                   "net.maxon.c4d.cinema_hybrid.framework", "net.maxon.core.framework", "net.maxon.crypt.framework",
                   "net.maxon.graph.framework", "net.maxon.math.framework", "net.maxon.mesh_misc.framework",
                   "net.maxon.misc.framework", "net.maxon.modeling_geom.framework", "net.maxon.nodes.framework"));
+}
+
+TEST_F(EffectRoom, TheEffectIsARendererOfOrdinaryPriority) {
+  const cinema::BasePlugin* const effect = cinema::FindPlugin(1060500, cinema::PLUGINTYPE::VIDEOPOST);
+  const auto& registered = cinema::HostSide<cinema::BasePlugin>::parts(*effect);
+  EXPECT_EQ(registered.info, 8);
+  EXPECT_EQ(registered.disklevel, 0);
+  EXPECT_EQ(registered.priority, 0);
+}
+
+TEST_F(Room, TheModuleWithoutItsResourcesRefusesToInitialise) {
+  copyModuleTo(folder / "plugin");
+  EXPECT_THAT(refusalOf<host::Error>([&] { application.loadPlugin(folder / "plugin"); }),
+              HasSubstr("can't initialise"));
 }
 
 }  // namespace

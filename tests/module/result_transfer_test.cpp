@@ -4,8 +4,8 @@
 
 #include <numeric>
 
-#include "core/substitutes.h"
 #include "image/file_formats.h"
+#include "recorded_calls.h"
 #include "room.h"
 
 namespace quillmere {
@@ -76,16 +76,29 @@ TEST_F(ResultTransfer, StretchesThePictureOverTheWholeBuffer) {
   EXPECT_THAT(transferred(3), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 1, 0, 1, 1.0f / 3, 1, 0, 0, 0, 1})) << "unscaled";
 }
 
-TEST_F(ResultTransfer, AsksForASecondBitmapOnlyWhereSizesDiffer) {
-  int bitmaps = 0;
-  const auto former = host::operations().makeBitmap;
-  const host::Substitute counted(host::operations().makeBitmap, [&] { return ++bitmaps, former(); });
-  for (const auto& [width, expected] : {std::pair(2, 1), {3, 2}}) {
+TEST_F(ResultTransfer, ScalesCornerToCornerIntoASecondBitmapOnlyWhereSizesDiffer) {
+  for (const auto& [width, height, corners] : std::vector<std::tuple<int, int, const char*>>{
+           {2, 1, nullptr}, {3, 1, "0 0 1 0 0 0 2 0 "}, {2, 4, "0 0 1 0 0 0 1 3 "}}) {
     picture();
-    bitmaps = 0;
-    transferred(width);
-    EXPECT_EQ(bitmaps, expected) << width;
+    told.lines.clear();
+    recorded.ofScaling.clear();
+    const ToldOperations operations(told);
+    transferred(width, height);
+    Lines expected{"bitmap", "load result.png"};
+    if (corners)
+      expected.insert(expected.end(),
+                      {"bitmap", "init " + std::to_string(width) + " " + std::to_string(height) + " 32"});
+    EXPECT_EQ(told.lines, expected);
+    EXPECT_EQ(recorded.ofScaling, corners ? Lines{corners} : Lines{});
   }
+}
+
+TEST_F(ResultTransfer, LeavesComponentsBehindTheAlphaAt0) {
+  picture();
+  recorded.components = 6;
+  transferred(2);
+  EXPECT_THAT(recorded.linesWritten,
+              ElementsAre(Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 1, 0, 0, 0, 1, 1.0f / 3, 1, 0, 0})));
 }
 
 TEST_F(ResultTransfer, ShowsThePictureWhereThereIsNoBuffer) {

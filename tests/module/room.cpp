@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "recorded_calls.h"
 #include "still_scene.h"
 
 namespace quillmere {
@@ -31,7 +32,48 @@ void write(const fs::path& file, const std::string& content) {
   std::ofstream(file, std::ios::binary) << content;
 }
 
+void Told::add(const std::string& line) {
+  addNewFiles();
+  lines.push_back(line);
+}
+
+void Told::addNewFiles() {
+  if (watched.empty()) return;
+  std::set<fs::path> present;
+  for (const fs::path& path : fs::recursive_directory_iterator(watched)) present.insert(path);
+  for (const fs::path& path : present) {
+    if (known.insert(path).second) lines.push_back("new " + path.lexically_relative(watched).string());
+  }
+}
+
+ToldOperations::ToldOperations(Told& told) {
+  host::Operations& table = host::operations();
+  table.makeBitmap = [&told, former = former_.makeBitmap] { return told.add("bitmap"), former(); };
+  table.initBitmap = [&told, former = former_.initBitmap](auto& bitmap, auto width, auto height, auto bits) {
+    told.add("init " + std::to_string(width) + " " + std::to_string(height) + " " + std::to_string(bits));
+    return former(bitmap, width, height, bits);
+  };
+  table.loadBitmap = [&told, former = former_.loadBitmap](auto& bitmap, const auto& file) {
+    return told.add("load " + host::pathOf(file).filename().string()), former(bitmap, file);
+  };
+  table.saveBitmap = [&told, former = former_.saveBitmap](const auto& bitmap, const auto& file, auto format,
+                                                          auto bits) {
+    told.add("save " + host::pathOf(file).filename().string() + " " + std::to_string(format));
+    return former(bitmap, file, format, bits);
+  };
+  table.renderDocument = [&told, former = former_.renderDocument](auto&&... rest) {
+    return told.add("render"), former(rest...);
+  };
+}
+
+void copyModuleTo(const fs::path& plugin) {
+  const char* const other = std::getenv("QUILLMERE_TEST_MODULE");  // the module as another toolchain makes it
+  fs::create_directories(plugin);
+  fs::copy(other ? other : QUILLMERE_MODULE_FILE, plugin);
+}
+
 Room::Room() : folder(newFolder()) {
+  recorded = {};
   write(folder / "polls", "");
   write(folder / "bin/python3", "#!/bin/sh\nexec /bin/sh \"$@\"\n");
   write(folder / "bin/round",
@@ -55,8 +97,7 @@ bool Room::polls() {
 EffectRoom::EffectRoom() {
   write(script, "exit 0\n");
   fs::create_symlink(QUILLMERE_RES_FOLDER, plugin / "res");
-  const char* const other = std::getenv("QUILLMERE_TEST_MODULE");  // the module as another toolchain makes it
-  fs::copy(other ? other : QUILLMERE_MODULE_FILE, plugin);
+  copyModuleTo(plugin);
   application.loadPlugin(plugin);
   document = std::make_unique<host::Document>(std::make_shared<StillScene>());
   document->setSize(8, 6);

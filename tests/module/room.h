@@ -4,12 +4,14 @@
 
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "api/document.h"
 #include "api/frame.h"
 #include "bridge/text.h"
+#include "core/substitutes.h"
 #include "core/text.h"
 #include "description/vpquillmere.h"
 
@@ -19,19 +21,38 @@ using Lines = std::vector<std::string>;
 
 std::string contentOf(const std::filesystem::path& file);
 void write(const std::filesystem::path& file, const std::string& content);  // makes the folders too
+void copyModuleTo(const std::filesystem::path& plugin);                     // which is made if need be
 inline bool noBreak() {
   return false;
 }
 
-// Everything that the host was told, a line each.
+// Everything that the host was told, a line each, and between the lines which files and folders had come up below the
+// watched folder meanwhile, if one is.
 struct Told : host::Events {
-  void statusText(const std::string& text) override { lines.push_back("text " + text); }
-  void statusSpin(bool on) override { lines.push_back(on ? "busy" : "idle"); }
-  void statusBar(double fraction) override { lines.push_back("bar " + std::to_string(int(fraction * 100))); }
-  void console(const std::string& line) override { lines.push_back("console " + line); }
-  void command(int id, int subid) override { lines.push_back("command " + std::to_string(id + subid)); }
-  void pictureViewer(const image::Image& shown) override { lines.push_back("viewer " + std::to_string(shown.width())); }
+  void statusText(const std::string& text) override { add("text " + text); }
+  void statusSpin(bool on) override { add(on ? "busy" : "idle"); }
+  void statusBar(double fraction) override { add("bar " + std::to_string(int(fraction * 100))); }
+  void console(const std::string& line) override { add("console " + line); }
+  void command(int id, int subid) override { add("command " + std::to_string(id + subid)); }
+  void pictureViewer(const image::Image& shown) override { add("viewer " + std::to_string(shown.width())); }
+  void add(const std::string& line);
+  void addNewFiles();
+
   Lines lines;
+  std::filesystem::path watched;
+  std::set<std::filesystem::path> known;
+};
+
+// While it lives the host's operations, as they then are, tell that they are called.
+class ToldOperations {
+ public:
+  explicit ToldOperations(Told& told);
+  ~ToldOperations() { host::operations() = former_; }
+  ToldOperations(const ToldOperations&) = delete;
+  ToldOperations& operator=(const ToldOperations&) = delete;
+
+ private:
+  const host::Operations former_ = host::operations();
 };
 
 // A user's machine in a temporary folder: a home, the host's write directory, and python3 being a plain shell, so that

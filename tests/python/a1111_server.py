@@ -37,19 +37,20 @@ class A1111Server:
         self._http.shutdown()
         self._http.server_close()
 
-    def run_foreign(self, seconds):
-        """Somebody else's call, which takes the server for `seconds`."""
-        started = threading.Event()
+    def run_foreign(self):
+        """Somebody else's call, which takes the server until the event that is returned, or for 10 seconds."""
+        started, done = threading.Event(), threading.Event()
 
         def run():
             with self._lock:
                 self.task = "task(foreign)"
                 started.set()
-                time.sleep(seconds)
+                done.wait(10)
                 self.task = None
 
         threading.Thread(target=run, daemon=True).start()
         started.wait()
+        return done
 
     def make(self, body):
         with self._lock:

@@ -14,10 +14,14 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[2]
 HELPER = ROOT / "python" / "quillmere_render_helper.py"
-sys.path.insert(0, str(ROOT / "python"))
+sys.path[:0] = [str(ROOT / "python"), str(ROOT / "tests")]
+
+import default_signals  # noqa: E402
 
 from quillmere_helper import interpreter  # noqa: E402
 from quillmere_helper.png import file_of  # noqa: E402
+
+default_signals.restore()
 
 
 def with_pillow():
@@ -94,7 +98,7 @@ class RenderCase(unittest.TestCase):
     def message(self):
         return json.loads(self.status_file.read_text("utf-8"))["message"] if self.status_file.exists() else ""
 
-    def wait_for(self, condition, what, seconds=20):
+    def wait_for(self, condition, what, seconds=60):
         end = time.monotonic() + seconds
         while not condition():
             self.assertLess(time.monotonic(), end, f"waited in vain for {what}; the last message is {self.message()!r}")

@@ -97,9 +97,10 @@ class A1111(RenderCase):
         self.assertEqual(first, second)
 
     def test_progress_is_told_only_for_our_own_job(self):
-        self.server.run_foreign(seconds=1.5)
+        done = self.server.run_foreign()
         process = self.start()
         self.wait_for(lambda: "busy with another job" in self.message(), "the other job")
+        done.set()
         self.wait_for(lambda: "%" in self.message(), "our progress")
         self.assertEqual(process.wait(timeout=20), 0)
 
@@ -113,7 +114,7 @@ class A1111(RenderCase):
     def test_a_job_of_somebody_else_is_never_interrupted(self):
         for self.server.tells_task in (True, False):
             with self.subTest(tells_task=self.server.tells_task):
-                self.server.run_foreign(seconds=2)
+                done = self.server.run_foreign()
                 process = self.start()
                 count = len(self.server.calls)
                 self.wait_for(lambda: len(self.server.calls) > count, "our call")
@@ -121,6 +122,7 @@ class A1111(RenderCase):
                 self.assert_cancelled(process)
                 self.assertEqual(self.server.interrupted, [])
                 self.assertIn("cannot be taken back", self.response()["error"])
+                done.set()
 
     def test_half_a_picture_after_an_interrupt_by_somebody_else_is_none(self):
         process = self.begin()
