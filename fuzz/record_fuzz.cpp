@@ -1,9 +1,9 @@
 // What a picture says of its making: the text in a PNG, or the side file of what is no PNG.
-#include "failure.h"
 #include "image/image.h"
-#include "provenance/picture_record.h"
-#include "provenance/repetition.h"
+#include "record/picture_record.h"
+#include "record/repetition.h"
 #include "temporary_folder.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {

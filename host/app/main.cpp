@@ -1,9 +1,9 @@
 #include <exception>
 #include <new>
 
-#include "failure.h"
-#include "process/output.h"
-#include "run.h"
+#include "commands/run.h"
+#include "report/output.h"
+#include "values/failure.h"
 
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;

@@ -1,12 +1,12 @@
-#include "options/frame_range.h"
+#include "values/frame_range.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
 
-#include "failure.h"
-#include "options/picture_size.h"
+#include "values/failure.h"
+#include "values/picture_size.h"
 
 namespace quillmere::app {
 namespace {

@@ -1,4 +1,4 @@
-#include "options/output_pattern.h"
+#include "values/output_pattern.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <tuple>
 #include <utility>
 
-#include "failure.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {

@@ -1,4 +1,4 @@
-#include "progress/status_line.h"
+#include "report/status_line.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,8 @@
 #include <tuple>
 #include <utility>
 
-#include "progress/text_cells.h"
+#include "base/utf8.h"
+#include "report/text_cells.h"
 
 namespace quillmere::app {
 namespace {

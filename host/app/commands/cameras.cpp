@@ -1,12 +1,12 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "base/json.h"
+#include "base/utf8.h"
 #include "commands.h"
-#include "options/scene_options.h"
-#include "progress/report.h"
-#include "progress/text_cells.h"
-#include "run.h"
+#include "report/output.h"
 #include "scene/scene.h"
+#include "scene_options.h"
 
 namespace quillmere::app {
 namespace {

@@ -3,7 +3,7 @@
 #include <functional>
 #include <span>
 
-#include "failure.h"
+#include "values/failure.h"
 
 namespace CLI {
 class App;

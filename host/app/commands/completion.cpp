@@ -5,7 +5,7 @@
 
 #include "command_tree.h"
 #include "commands.h"
-#include "run.h"
+#include "report/output.h"
 
 namespace quillmere::app {
 namespace {

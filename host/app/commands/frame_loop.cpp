@@ -2,13 +2,13 @@
 
 #include <chrono>
 
-#include "effect/frame_file.h"
 #include "effect/parameter_ids.h"
 #include "image/file_formats.h"
 #include "process/process_tree.h"
 #include "process/runtime_lock.h"
-#include "provenance/picture_record.h"
-#include "run.h"
+#include "record/frame_file.h"
+#include "record/picture_record.h"
+#include "report/output.h"
 #include "sdk/api/frame.h"
 
 namespace quillmere::app {

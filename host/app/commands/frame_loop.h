@@ -4,10 +4,10 @@
 #include <functional>
 
 #include "effect/node_parameters.h"
-#include "failure.h"
-#include "options/frame_range.h"
-#include "options/output_pattern.h"
-#include "progress/report.h"
+#include "report/report.h"
+#include "values/failure.h"
+#include "values/frame_range.h"
+#include "values/output_pattern.h"
 
 namespace quillmere::app {
 

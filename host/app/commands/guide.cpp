@@ -4,12 +4,12 @@
 
 #include "commands.h"
 #include "effect/camera_choice.h"
-#include "effect/guide_picture.h"
-#include "options/guide_mode.h"
-#include "options/scene_options.h"
-#include "options/utf8_text.h"
-#include "run.h"
+#include "effect_options.h"
+#include "guide_picture.h"
+#include "report/output.h"
+#include "scene_options.h"
 #include "sdk/api/document.h"
+#include "values/utf8_text.h"
 
 namespace quillmere::app {
 namespace {

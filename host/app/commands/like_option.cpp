@@ -3,10 +3,10 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
-#include "failure.h"
-#include "provenance/picture_record.h"
-#include "provenance/repetition.h"
-#include "run.h"
+#include "record/picture_record.h"
+#include "record/repetition.h"
+#include "report/output.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {

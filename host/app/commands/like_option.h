@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "options/effect_options.h"
-#include "options/frame_range.h"
-#include "options/scene_options.h"
+#include "effect_options.h"
+#include "scene_options.h"
+#include "values/frame_range.h"
 
 namespace CLI {
 class App;

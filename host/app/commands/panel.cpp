@@ -1,15 +1,15 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "base/json.h"
 #include "commands.h"
 #include "effect/effect_session.h"
-#include "options/effect_options.h"
-#include "options/scene_options.h"
-#include "options/session_options.h"
-#include "panel/panel_table.h"
-#include "progress/report.h"
-#include "run.h"
-#include "settings/node_setup.h"
+#include "effect/node_setup.h"
+#include "effect_options.h"
+#include "panel_table.h"
+#include "report/output.h"
+#include "scene_options.h"
+#include "session_options.h"
 
 namespace quillmere::app {
 namespace {

@@ -7,21 +7,20 @@
 
 #include "commands.h"
 #include "effect/effect_session.h"
+#include "effect/node_setup.h"
+#include "effect/settings_file.h"
 #include "effect/workflow_choice.h"
+#include "effect_options.h"
 #include "frame_loop.h"
 #include "like_option.h"
-#include "options/effect_options.h"
-#include "options/scene_options.h"
-#include "options/session_options.h"
-#include "options/utf8_text.h"
-#include "process/output.h"
 #include "process/process_tree.h"
 #include "process/runtime_lock.h"
 #include "process/user_break.h"
-#include "provenance/host_facts.h"
-#include "run.h"
-#include "settings/node_setup.h"
-#include "settings/settings_file.h"
+#include "record/host_facts.h"
+#include "report/output.h"
+#include "scene_options.h"
+#include "session_options.h"
+#include "values/utf8_text.h"
 
 namespace quillmere::app {
 namespace {
@@ -79,7 +78,7 @@ ExitStatus run(const Options& options) {
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), options.scene.scene, *report);
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
-  tellHelper(session, options.scene, runtimeFolder(writeDirectory));
+  tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);

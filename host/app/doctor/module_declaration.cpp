@@ -1,6 +1,6 @@
 #include "module_declaration.h"
 
-#include "progress/text_cells.h"
+#include "base/utf8.h"
 #include "sdk/api/registration.h"
 
 namespace quillmere::app {

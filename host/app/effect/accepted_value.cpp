@@ -6,11 +6,11 @@
 #include <filesystem>
 
 #include "camera_choice.h"
-#include "failure.h"
-#include "named_choice.h"
-#include "options/utf8_text.h"
 #include "parameter_ids.h"
 #include "sdk/core/text.h"
+#include "values/failure.h"
+#include "values/named_choice.h"
+#include "values/utf8_text.h"
 
 namespace quillmere::app {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "failure.h"
-#include "named_choice.h"
+#include "values/failure.h"
+#include "values/named_choice.h"
 
 namespace quillmere::app {
 

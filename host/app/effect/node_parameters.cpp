@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "accepted_value.h"
-#include "failure.h"
-#include "named_choice.h"
 #include "parameter_ids.h"
 #include "sdk/core/text.h"
+#include "values/failure.h"
+#include "values/named_choice.h"
 
 namespace quillmere::app {
 namespace {

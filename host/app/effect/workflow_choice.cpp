@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <optional>
 
-#include "failure.h"
-#include "named_choice.h"
 #include "parameter_ids.h"
+#include "values/failure.h"
+#include "values/named_choice.h"
 
 namespace quillmere::app {
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-#include "failure.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {
