@@ -1,9 +1,8 @@
 // What a picture says of its making: the text in a PNG, or the side file of what is no PNG.
-#include "image/image.h"
+#include "base/error.h"
 #include "record/picture_record.h"
 #include "record/repetition.h"
 #include "temporary_folder.h"
-#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {
@@ -14,7 +13,6 @@ void read(const std::string& content) {
   const auto picture = folder.write("picture.png", isPicture ? content : "no PNG");
   try {
     repetitionOf(isPicture ? recordOf(picture) : parsedRecord(content, "side file"), picture);
-  } catch (const Failure&) {
   } catch (const Error&) {
   }
 }

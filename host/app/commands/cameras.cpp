@@ -4,9 +4,9 @@
 #include "base/json.h"
 #include "base/utf8.h"
 #include "commands.h"
+#include "options.h"
 #include "report/output.h"
 #include "scene/scene.h"
-#include "scene_options.h"
 
 namespace quillmere::app {
 namespace {

@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "command_tree.h"
 #include "commands.h"
 #include "report/output.h"
 

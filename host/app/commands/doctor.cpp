@@ -7,9 +7,9 @@
 #include "commands.h"
 #include "doctor/checks.h"
 #include "doctor/module_declaration.h"
+#include "options.h"
 #include "process/process_tree.h"
 #include "report/output.h"
-#include "session_options.h"
 
 namespace quillmere::app {
 namespace {

@@ -6,8 +6,7 @@
 #include "effect/node_parameters.h"
 #include "report/report.h"
 #include "values/failure.h"
-#include "values/frame_range.h"
-#include "values/output_pattern.h"
+#include "values/frames.h"
 
 namespace quillmere::app {
 

@@ -7,20 +7,18 @@
 
 #include "commands.h"
 #include "effect/effect_session.h"
-#include "effect/node_setup.h"
-#include "effect/settings_file.h"
-#include "effect/workflow_choice.h"
-#include "effect_options.h"
+#include "effect/settings.h"
+#include "effect/workflow_catalog.h"
 #include "frame_loop.h"
 #include "like_option.h"
+#include "options.h"
 #include "process/process_tree.h"
 #include "process/runtime_lock.h"
 #include "process/user_break.h"
-#include "record/host_facts.h"
+#include "record/picture_record.h"
 #include "report/output.h"
-#include "scene_options.h"
-#include "session_options.h"
-#include "values/utf8_text.h"
+#include "values/effect_facts.h"
+#include "values/texts.h"
 
 namespace quillmere::app {
 namespace {
@@ -75,7 +73,7 @@ ExitStatus run(const Options& options) {
   const fs::path writeDirectory = writeDirectoryOf(options.session);
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
-  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), options.scene.scene, *report);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
   tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));

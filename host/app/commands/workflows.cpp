@@ -7,10 +7,9 @@
 #include "base/utf8.h"
 #include "commands.h"
 #include "effect/effect_session.h"
-#include "effect/parameter_ids.h"
-#include "effect/workflow_choice.h"
+#include "effect/workflow_catalog.h"
+#include "options.h"
 #include "report/output.h"
-#include "session_options.h"
 
 namespace quillmere::app {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/json.h"
-#include "effect/plugin_location.h"
+#include "effect/effect_session.h"
 
 namespace quillmere::app {
 

@@ -1,20 +1,16 @@
 #include "repetition.h"
 
-#include <cstdint>
-#include <fstream>
 #include <limits>
 
-#include "effect/parameter_ids.h"
+#include "base/file_reading.h"
 #include "image/image.h"
 #include "picture_record.h"
 #include "values/failure.h"
-#include "values/guide_mode.h"
 
 namespace quillmere::app {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kLongestText = 4U << 20U;  // bytes
 constexpr std::size_t kLargestWorkflow = 32U << 20U;
@@ -66,21 +62,28 @@ class Values {
   const fs::path& picture_;
 };
 
+// Empty for what can't be read.
+std::string contentOf(const fs::path& workflow) {
+  try {
+    return readText(workflow, kLargestWorkflow);
+  } catch (const Error&) {
+    return {};
+  }
+}
+
 void addPrompts(const Values& values, std::vector<Assignment>& assignments) {
   const auto system = values.text("system_prompt"), prompt = values.text("prompt");
   const auto both = values.text("effective_prompt");
   if (!both && !(system && prompt)) return;
   const bool apart = system && prompt;
-  assignments.push_back({std::to_string(QUILLMERE_UNLOCK_SYSTEM_PROMPT), "true"});
-  assignments.push_back({std::to_string(QUILLMERE_SYSTEM_PROMPT), apart ? *system : ""});
-  assignments.push_back({std::to_string(QUILLMERE_PROMPT), apart ? *prompt : *both});
+  assignments.push_back({QUILLMERE_UNLOCK_SYSTEM_PROMPT, true});
+  assignments.push_back({QUILLMERE_SYSTEM_PROMPT, apart ? *system : ""});
+  assignments.push_back({QUILLMERE_PROMPT, apart ? *prompt : *both});
 }
 
 void addGuideMode(const Values& values, std::vector<Assignment>& assignments) {
   const auto word = values.text("guide_mode");
-  if (!word) return;
-  const GuideMode mode = guideModeCalled(*word);
-  assignments.push_back({std::to_string(QUILLMERE_GUIDE_MODE), std::to_string(static_cast<int>(mode))});
+  if (word) assignments.push_back({QUILLMERE_GUIDE_MODE, static_cast<int>(guideModeOf(*word))});
 }
 
 }  // namespace
@@ -94,7 +97,7 @@ Repetition repetitionOf(const Json& record, const fs::path& picture) {
   made.workflow = values.text("workflow_path");
   made.style = values.text("style");
   made.frame = values.whole("frame", Limits::min(), Limits::max());
-  made.fps = values.whole("fps", 1, 100000);
+  made.fps = values.whole("fps", 1, kMostFps);
   made.seed = values.seed();
   const auto width = values.whole("width", 1, image::kMaxSide), height = values.whole("height", 1, image::kMaxSide);
   if (width && height) made.size = PictureSize{*width, *height};
@@ -104,12 +107,10 @@ Repetition repetitionOf(const Json& record, const fs::path& picture) {
 }
 
 bool workflowChanged(const Json& record, const fs::path& now) {
-  std::ifstream stream(now, std::ios::binary);
-  std::string content(kLargestWorkflow, '\0');
-  stream.read(content.data(), static_cast<std::streamsize>(content.size()));
-  content.resize(static_cast<std::size_t>(stream.gcount()));
   const auto made = record.find("workflow");
-  if (!content.starts_with('{') || made == record.end() || !made->is_object()) return false;
+  if (made == record.end() || !made->is_object()) return false;
+  const std::string content = contentOf(now);
+  if (!content.starts_with('{')) return false;
   try {
     const Json present = parsedRecord(content, now.string());
     // The record has the graph itself in place of its file's name.

@@ -2,13 +2,13 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "effect/node_setup.h"
-#include "values/picture_size.h"
+#include "base/json.h"
+#include "effect/parameter.h"
+#include "values/frames.h"
 
 namespace quillmere::app {
 
@@ -22,9 +22,9 @@ struct Repetition {
 };
 
 // `picture` is for messages. Throws Failure for a value that no render can have had.
-Repetition repetitionOf(const nlohmann::ordered_json& record, const std::filesystem::path& picture);
+Repetition repetitionOf(const Json& record, const std::filesystem::path& picture);
 
 // Whether the workflow file `now` holds something else than the record's, as far as that can be told.
-bool workflowChanged(const nlohmann::ordered_json& record, const std::filesystem::path& now);
+bool workflowChanged(const Json& record, const std::filesystem::path& now);
 
 }  // namespace quillmere::app

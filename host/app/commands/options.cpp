@@ -1,16 +1,35 @@
-#include "effect_options.h"
+#include "options.h"
 
 #include <CLI/CLI.hpp>
 #include <array>
+#include <charconv>
 #include <fstream>
 #include <string_view>
 
-#include "effect/parameter_ids.h"
+#include "sdk/api/application.h"
 #include "values/failure.h"
-#include "values/utf8_text.h"
+#include "values/texts.h"
 
 namespace quillmere::app {
 namespace {
+
+// Empty, or what is wrong with it: the parser's own range calls 23.976 out of it.
+std::string wholeFps(const std::string& text) {
+  int fps = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, fps);
+  if (read.ec == std::errc{} && read.ptr == end && fps >= 1 && fps <= kMostFps) return {};
+  return "'" + text + "' is no whole number from 1 to " + std::to_string(kMostFps);
+}
+
+std::filesystem::path usersFolder() {
+  try {
+    return host::userDataDirectory();
+  } catch (const Error&) {
+    throw Failure(ExitStatus::Failed, "write directory", "HOME is not set, which would tell where your data belongs",
+                  "set it, or give a folder with --write-dir");
+  }
+}
 
 // An option whose text is the parameter's value.
 struct TextOption {
@@ -63,8 +82,8 @@ Assignment readAssignment(const std::string& text) {
 }
 
 void addTexts(CLI::App& command, EffectOptions& options) {
-  const auto assign = [&options](int parameter, const std::string& value) {
-    options.assignments.push_back({std::to_string(parameter), value});
+  const auto assign = [&options](int parameter, const Value& value) {
+    options.assignments.push_back({parameter, value});
   };
   for (const TextOption& option : kTextOptions) {
     command
@@ -83,7 +102,7 @@ void addTexts(CLI::App& command, EffectOptions& options) {
       .add_option_function<std::string>(
           "--system-prompt",
           [assign](const std::string& text) {
-            assign(QUILLMERE_UNLOCK_SYSTEM_PROMPT, "true");
+            assign(QUILLMERE_UNLOCK_SYSTEM_PROMPT, true);
             assign(QUILLMERE_SYSTEM_PROMPT, text);
           },
           "What is told to the model before the prompt, in place of the default")
@@ -95,7 +114,7 @@ void addSwitches(CLI::App& command, EffectOptions& options) {
     command.add_flag_function(
         option.flags,
         [&options, option](std::int64_t on) {
-          options.assignments.push_back({std::to_string(option.parameter), on > 0 ? "true" : "false"});
+          options.assignments.push_back({option.parameter, on > 0});
         },
         option.help);
   }
@@ -103,10 +122,50 @@ void addSwitches(CLI::App& command, EffectOptions& options) {
 
 }  // namespace
 
+void addSceneFile(CLI::App& command, std::string& scene) {
+  command.add_option("SCENE", scene, "The scene: a glTF 2.0 file (.gltf or .glb)")
+      ->required()
+      ->check(CLI::ExistingFile)
+      ->type_name("");
+}
+
+void addSceneOptions(CLI::App& command, SceneOptions& options) {
+  addSceneFile(command, options.scene);
+  command.add_option("--camera", options.camera, "The camera to look through (default: the scene's first)")
+      ->type_name("NAME");
+  command.add_option("--fps", options.fps, "Frames per second of the scene's animation, 1 to 100000")
+      ->capture_default_str()
+      ->check(CLI::Validator(wholeFps, "1 to " + std::to_string(kMostFps)))
+      ->type_name("N");
+  command
+      .add_option_function<std::string>(
+          "--size", [&options](const std::string& text) { options.size = parsePictureSize(text); },
+          "Size of the picture in pixels")
+      ->type_name("WxH")
+      ->default_str("1024x576");
+}
+
+void addSessionOptions(CLI::App& command, SessionOptions& options) {
+  command
+      .add_option("--write-dir", options.writeDirectory,
+                  "Folder for exchange files, history and pictures (default: the user's data folder)")
+      ->type_name("DIR");
+  command.add_option("--plugin", options.plugin, "Folder of the plug-in (default: the one beside this program)")
+      ->check(CLI::ExistingDirectory)
+      ->type_name("DIR");
+}
+
+std::filesystem::path writeDirectoryOf(const SessionOptions& options) {
+  const std::string& given = options.writeDirectory;
+  std::filesystem::path directory = given.empty() ? usersFolder() : std::filesystem::absolute(given).lexically_normal();
+  requireUtf8("write directory '" + directory.string() + "'", directory.string());
+  return directory;
+}
+
 void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen) {
   command
       .add_option_function<std::string>(
-          "--guide", [chosen = std::move(chosen)](const std::string& word) { chosen(guideModeCalled(word)); },
+          "--guide", [chosen = std::move(chosen)](const std::string& word) { chosen(guideModeOf(word)); },
           "How the guide image is drawn: quick as a viewport shows it, final as a full rendering")
       ->check(CLI::IsMember(kGuideModeWords))
       ->type_name("quick|final");
@@ -117,7 +176,7 @@ void addEffectOptions(CLI::App& command, EffectOptions& options) {
       ->type_name("NAME|ID|FILE");
   addTexts(command, options);
   addGuideMode(command, [&options](GuideMode mode) {
-    options.assignments.push_back({std::to_string(QUILLMERE_GUIDE_MODE), std::to_string(static_cast<int>(mode))});
+    options.assignments.push_back({QUILLMERE_GUIDE_MODE, static_cast<int>(mode)});
   });
   addSwitches(command, options);
   command

@@ -1,4 +1,4 @@
-#include "report/status_line.h"
+#include "report/terminal_line.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "base/utf8.h"
-#include "report/text_cells.h"
 
 namespace quillmere::app {
 namespace {
@@ -44,8 +43,8 @@ TEST(Fitted, CutsBetweenCharactersAndKeepsToTheColumns) {
 
 TEST(StatusLine, ShowsFrameBarTextAndTime) {
   const StatusLine line{12, 1, 4, 0.0, true, "Inking", 3.9};
-  EXPECT_EQ(composed(line, 1, 80, Glyphs::Ascii), "/ [#####...............] frame 12 (2/4)  Inking  3 s");
-  EXPECT_EQ(composed({12, 0, 1, 1.0, false, "Render complete", 0}, 1, 40, Glyphs::Ascii),
+  EXPECT_EQ(textOf(line, 1, 80, Glyphs::Ascii), "/ [#####...............] frame 12 (2/4)  Inking  3 s");
+  EXPECT_EQ(textOf({12, 0, 1, 1.0, false, "Render complete", 0}, 1, 40, Glyphs::Ascii),
             "  frame 12  Render complete  0 s");
 }
 

@@ -2,8 +2,16 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
+// Text on one line of a terminal, and the line that tells how a render goes.
 namespace quillmere::app {
+
+// Terminal columns that printable text takes up.
+int cellsOf(std::string_view printableText);
+
+// `printableText` cut so that it takes up at most `cells` columns, ending in `ellipsis` where something was cut off.
+std::string fitted(std::string_view printableText, int cells, std::string_view ellipsis);
 
 enum class Glyphs { Ascii, Unicode };
 
@@ -20,7 +28,10 @@ struct StatusLine {
   double seconds = 0;  // since the frame began
 };
 
+// "frame 12" or, of several frames, "frame 12 (3/48)".
+std::string frameName(std::int32_t frame, std::int64_t index, std::int64_t count);
+
 // The line at most `width` columns wide, without a line break; `tick` turns the spinner.
-std::string composed(const StatusLine& line, unsigned tick, int width, Glyphs glyphs);
+std::string textOf(const StatusLine& line, unsigned tick, int width, Glyphs glyphs);
 
 }  // namespace quillmere::app

@@ -4,14 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "node_parameters.h"
-#include "plugin_location.h"
+#include "effect_session.h"
 
 namespace quillmere::app {
 
 // A workflow of the catalog.
 struct Workflow {
-  int number = 0;  // in the node's drop-down, from 1
+  int number = 0;  // in the node's menu, from 1
   std::string id, name;
   std::filesystem::path file;  // where its definition is expected
 };
@@ -22,6 +21,9 @@ std::vector<Workflow> catalogOf(NodeParameters& node);
 // Chooses the workflow that `wanted` means: an ID or a name of the catalog, "None", or a file. Throws Failure (usage),
 // which lists those there are.
 void chooseWorkflow(NodeParameters& node, const std::string& wanted);
+
+// Makes the node store a choice as it is, whether the catalog has it or not.
+void storeWorkflow(NodeParameters& node, int number, const std::string& id, const std::string& file);
 
 // Whether there was a workflow to prefer.
 enum class Preferred { Kept, ReplacedByExample };

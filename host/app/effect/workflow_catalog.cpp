@@ -1,11 +1,11 @@
-#include "workflow_choice.h"
+#include "workflow_catalog.h"
 
 #include <algorithm>
 #include <optional>
 
-#include "parameter_ids.h"
+#include "sdk/core/text.h"
 #include "values/failure.h"
-#include "values/named_choice.h"
+#include "values/texts.h"
 
 namespace quillmere::app {
 namespace {
@@ -17,11 +17,11 @@ class KeptChoice {
  public:
   explicit KeptChoice(NodeParameters& node)
       : node_(node),
-        number_(node.stored()[std::to_string(QUILLMERE_WORKFLOW)]),
-        id_(node.text(QUILLMERE_WORKFLOW_ID)),
-        path_(node.text(QUILLMERE_WORKFLOW_PATH)) {}
+        number_(node.storedData(QUILLMERE_WORKFLOW)),
+        id_(node.storedData(QUILLMERE_WORKFLOW_ID)),
+        path_(node.storedData(QUILLMERE_WORKFLOW_PATH)) {}
   ~KeptChoice() {
-    node_.store(QUILLMERE_WORKFLOW, number_.is_number() ? number_.get<int>() : 0);
+    node_.store(QUILLMERE_WORKFLOW, number_);
     node_.store(QUILLMERE_WORKFLOW_ID, id_);
     node_.store(QUILLMERE_WORKFLOW_PATH, path_);
   }
@@ -30,18 +30,13 @@ class KeptChoice {
 
  private:
   NodeParameters& node_;
-  nlohmann::ordered_json number_;
-  std::string id_, path_;
+  cinema::GeData number_, id_, path_;
 };
 
-void storeFile(NodeParameters& node, const fs::path& file) {
-  node.store(QUILLMERE_WORKFLOW, 0);
-  node.store(QUILLMERE_WORKFLOW_ID, std::string());
-  node.store(QUILLMERE_WORKFLOW_PATH, fs::absolute(file).lexically_normal().string());
-}
-
-void pick(NodeParameters& node, int number) {
-  node.set(node.find(std::to_string(QUILLMERE_WORKFLOW)), std::to_string(number));
+// What the effect itself takes the choice for. It reads the whole catalog for an answer.
+Workflow asked(NodeParameters& node, const Parameter::Choice& choice) {
+  node.set(node.find(QUILLMERE_WORKFLOW), choice.value);
+  return {choice.value, node.text(QUILLMERE_WORKFLOW_ID), choice.text, node.text(QUILLMERE_WORKFLOW_PATH)};
 }
 
 std::vector<std::string> each(const std::vector<Workflow>& catalog, std::string Workflow::*field) {
@@ -72,26 +67,33 @@ std::optional<int> numberOf(const std::string& wanted, const std::vector<Workflo
   return wanted == "None" ? std::optional(0) : std::nullopt;
 }
 
+void storeFile(NodeParameters& node, const fs::path& file) {
+  storeWorkflow(node, 0, {}, fs::absolute(file).lexically_normal().string());
+}
+
 }  // namespace
 
 std::vector<Workflow> catalogOf(NodeParameters& node) {
   const KeptChoice kept(node);
+  std::vector<Parameter::Choice> choices = node.find(QUILLMERE_WORKFLOW).choices;
+  std::erase_if(choices, [](const Parameter::Choice& choice) { return choice.value == 0; });  // "None"
   std::vector<Workflow> catalog;
-  for (const Parameter::Choice& choice : node.find(std::to_string(QUILLMERE_WORKFLOW)).choices) {
-    if (choice.value == 0) continue;
-    pick(node, choice.value);
-    catalog.push_back(
-        {choice.value, node.text(QUILLMERE_WORKFLOW_ID), choice.text, node.text(QUILLMERE_WORKFLOW_PATH)});
-  }
+  for (const Parameter::Choice& choice : choices) catalog.push_back(asked(node, choice));
   return catalog;
 }
 
 void chooseWorkflow(NodeParameters& node, const std::string& wanted) {
   const std::vector<Workflow> catalog = catalogOf(node);
-  if (const auto number = numberOf(wanted, catalog)) return pick(node, *number);
+  if (const auto number = numberOf(wanted, catalog)) return node.set(node.find(QUILLMERE_WORKFLOW), *number);
   std::error_code error;
   if (!fs::is_regular_file(wanted, error)) refuse(wanted, catalog);
   storeFile(node, wanted);
+}
+
+void storeWorkflow(NodeParameters& node, int number, const std::string& id, const std::string& file) {
+  node.store(QUILLMERE_WORKFLOW, cinema::GeData(number));
+  node.store(QUILLMERE_WORKFLOW_ID, cinema::GeData(host::fromUtf8(id)));
+  node.store(QUILLMERE_WORKFLOW_PATH, cinema::GeData(host::fromUtf8(file)));
 }
 
 Preferred preferWorkflow(NodeParameters& node, const PluginFolder& plugin) {
