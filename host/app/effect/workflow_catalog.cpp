@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <optional>
 
+#include "base/file_reading.h"
 #include "sdk/core/text.h"
+#include "state_file.h"
 #include "values/failure.h"
 #include "values/texts.h"
 
@@ -11,6 +13,9 @@ namespace quillmere::app {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::string_view kDefinitionEnding = ".json";
+constexpr std::uintmax_t kLargestState = 64U << 20U;  // bytes
 
 // Puts back what the node stores about its workflow.
 class KeptChoice {
@@ -37,6 +42,44 @@ class KeptChoice {
 Workflow asked(NodeParameters& node, const Parameter::Choice& choice) {
   node.set(node.find(QUILLMERE_WORKFLOW), choice.value);
   return {choice.value, node.text(QUILLMERE_WORKFLOW_ID), choice.text, node.text(QUILLMERE_WORKFLOW_PATH)};
+}
+
+std::optional<std::vector<StateEntry>> entriesIn(const fs::path& stateFile) {
+  try {
+    return stateEntries(readText(stateFile, kLargestState));
+  } catch (const Error&) {
+    return {};
+  }
+}
+
+// Whether the file's entries are the menu's choices, one for one.
+bool agree(const std::vector<StateEntry>& entries, const std::vector<Parameter::Choice>& choices) {
+  return std::equal(entries.begin(), entries.end(), choices.begin(), choices.end(),
+                    [](const StateEntry& entry, const auto& choice) { return entry.name == choice.text; });
+}
+
+// The choices' identifiers by the state file beside the definitions' folder, where the first choice and the last show
+// that it is the one which the effect has read; none where anything is in doubt. Definitions lie in one folder, each
+// under its identifier; one with a slash is the effect's to make a path of.
+std::optional<std::vector<Workflow>> readBesides(NodeParameters& node, const std::vector<Parameter::Choice>& choices) {
+  const Workflow first = asked(node, choices.front());
+  const fs::path folder = first.file.parent_path();
+  const auto entries = entriesIn(folder.parent_path() / "state.json");
+  if (!entries || !agree(*entries, choices)) return {};
+  std::vector<Workflow> catalog;
+  catalog.reserve(choices.size());
+  for (std::size_t index = 0; index < choices.size(); ++index) {
+    const auto& [id, name] = (*entries)[index];
+    if (id.find('/') != std::string::npos) {
+      catalog.push_back(asked(node, choices[index]));
+    } else {
+      catalog.push_back({choices[index].value, id, name, folder / std::string(id).append(kDefinitionEnding)});
+    }
+  }
+  const Workflow last = asked(node, choices.back());
+  const auto same = [](const Workflow& a, const Workflow& b) { return a.id == b.id && a.file == b.file; };
+  if (!same(first, catalog.front()) || !same(last, catalog.back())) return {};
+  return catalog;
 }
 
 std::vector<std::string> each(const std::vector<Workflow>& catalog, std::string Workflow::*field) {
@@ -77,6 +120,8 @@ std::vector<Workflow> catalogOf(NodeParameters& node) {
   const KeptChoice kept(node);
   std::vector<Parameter::Choice> choices = node.find(QUILLMERE_WORKFLOW).choices;
   std::erase_if(choices, [](const Parameter::Choice& choice) { return choice.value == 0; });  // "None"
+  if (choices.empty()) return {};
+  if (auto catalog = readBesides(node, choices)) return *std::move(catalog);
   std::vector<Workflow> catalog;
   for (const Parameter::Choice& choice : choices) catalog.push_back(asked(node, choice));
   return catalog;
