@@ -14,7 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kDefinitionEnding = ".json";
 constexpr std::uintmax_t kLargestState = 64U << 20U;  // bytes
 
 // Puts back what the node stores about its workflow.
@@ -44,6 +43,10 @@ Workflow asked(NodeParameters& node, const Parameter::Choice& choice) {
   return {choice.value, node.text(QUILLMERE_WORKFLOW_ID), choice.text, node.text(QUILLMERE_WORKFLOW_PATH)};
 }
 
+fs::path definitionIn(const fs::path& folder, const std::string& id) {
+  return folder / (id + ".json");
+}
+
 std::optional<std::vector<StateEntry>> entriesIn(const fs::path& stateFile) {
   try {
     return stateEntries(readText(stateFile, kLargestState));
@@ -58,14 +61,15 @@ bool agree(const std::vector<StateEntry>& entries, const std::vector<Parameter::
                     [](const StateEntry& entry, const auto& choice) { return entry.name == choice.text; });
 }
 
-// The choices' identifiers by the state file beside the definitions' folder, where the first choice and the last show
-// that it is the one which the effect has read; none where anything is in doubt. Definitions lie in one folder, each
-// under its identifier; one with a slash is the effect's to make a path of.
+// The choices with the identifiers of the state file beside the definitions' folder; none where it is in doubt whether
+// the effect has read that file, and in that way. Definitions lie in one folder, each under its identifier; of one with
+// a slash only the effect can make a path.
 std::optional<std::vector<Workflow>> readBesides(NodeParameters& node, const std::vector<Parameter::Choice>& choices) {
   const Workflow first = asked(node, choices.front());
   const fs::path folder = first.file.parent_path();
+  if (first.file != definitionIn(folder, first.id)) return {};
   const auto entries = entriesIn(folder.parent_path() / "state.json");
-  if (!entries || !agree(*entries, choices)) return {};
+  if (!entries || !agree(*entries, choices) || entries->front().id != first.id) return {};
   std::vector<Workflow> catalog;
   catalog.reserve(choices.size());
   for (std::size_t index = 0; index < choices.size(); ++index) {
@@ -73,12 +77,9 @@ std::optional<std::vector<Workflow>> readBesides(NodeParameters& node, const std
     if (id.find('/') != std::string::npos) {
       catalog.push_back(asked(node, choices[index]));
     } else {
-      catalog.push_back({choices[index].value, id, name, folder / std::string(id).append(kDefinitionEnding)});
+      catalog.push_back({choices[index].value, id, name, definitionIn(folder, id)});
     }
   }
-  const Workflow last = asked(node, choices.back());
-  const auto same = [](const Workflow& a, const Workflow& b) { return a.id == b.id && a.file == b.file; };
-  if (!same(first, catalog.front()) || !same(last, catalog.back())) return {};
   return catalog;
 }
 
