@@ -1,8 +1,7 @@
 // What a picture says of its making: the text in a PNG, or the side file of what is no PNG.
-#include "failure.h"
-#include "image/image.h"
-#include "provenance/picture_record.h"
-#include "provenance/repetition.h"
+#include "base/error.h"
+#include "record/picture_record.h"
+#include "record/repetition.h"
 #include "temporary_folder.h"
 
 namespace quillmere::app {
@@ -14,7 +13,6 @@ void read(const std::string& content) {
   const auto picture = folder.write("picture.png", isPicture ? content : "no PNG");
   try {
     repetitionOf(isPicture ? recordOf(picture) : parsedRecord(content, "side file"), picture);
-  } catch (const Failure&) {
   } catch (const Error&) {
   }
 }

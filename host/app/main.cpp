@@ -1,9 +1,9 @@
 #include <exception>
 #include <new>
 
-#include "failure.h"
-#include "process/output.h"
-#include "run.h"
+#include "commands/commands.h"
+#include "report/output.h"
+#include "values/failure.h"
 
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;
@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
   try {
     return static_cast<int>(quillmere::app::run(argc, argv));
   } catch (const quillmere::app::Failure& failure) {
-    quillmere::app::printError(failure.what());
+    quillmere::app::printError(failure.what() + (failure.remedy().empty() ? "" : "\n  " + failure.remedy()));
     return static_cast<int>(failure.status());
   } catch (const std::bad_alloc&) {
     quillmere::app::printError("memory: there is not enough of it for this; try a smaller --size or scene");

@@ -1,11 +1,11 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "base/json.h"
+#include "base/utf8.h"
 #include "commands.h"
-#include "options/scene_options.h"
-#include "progress/report.h"
-#include "progress/text_cells.h"
-#include "run.h"
+#include "options.h"
+#include "report/output.h"
 #include "scene/scene.h"
 
 namespace quillmere::app {

@@ -1,10 +1,19 @@
 #include "commands.h"
 
+#include <algorithm>
 #include <array>
+#include <memory>
+#include <string>
 
 namespace quillmere::app {
 namespace {
 
+struct Command {
+  const char *name, *summary;
+  Action (*add)(CLI::App& command);
+};
+
+// In the order in which help lists them.
 constexpr std::array kCommands{
     Command{"render", "Render frames of a scene through the effect", addRender},
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
@@ -16,10 +25,117 @@ constexpr std::array kCommands{
     Command{"completion", "Print a script that completes this command in a shell", addCompletion},
 };
 
+// Help without what the parser adds for its own sake: the checks of a value behind its type, and "{false}" behind a
+// flag that switches something off.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter() { column_width(34); }
+
+  std::string make_option_name(const CLI::Option* option, bool positional) const override {
+    return without("{false}", CLI::Formatter::make_option_name(option, positional));
+  }
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string type = " " + option->get_type_name();  // " TYPE:CHECK", " TYPE" or " :CHECK"
+    const std::size_t colon = std::min(type.find(':'), type.size());
+    return without(type.substr(colon == 1 ? 0 : colon), CLI::Formatter::make_option_opts(option));
+  }
+
+ private:
+  static std::string without(const std::string& part, std::string text) {
+    const std::size_t found = text.find(part);
+    return found == std::string::npos ? text : text.erase(found, part.size());
+  }
+};
+
+// The sub-command whose arguments were being read when the parser gave up.
+std::string calledCommand(const CLI::App& root) {
+  const auto called = root.get_subcommands();
+  return called.empty() ? "" : called.back()->get_name();
+}
+
+// The parser would only say that a command is missing.
+void refuseUnknownCommand(const CLI::App& root, int argc, const char* const* argv) {
+  const std::string first = argc > 1 ? argv[1] : "";
+  if (first.empty() || first.front() == '-') return;
+  std::string known;
+  for (const CLI::App* command : root.get_subcommands({})) {
+    if (command->check_name(first)) return;
+    known += (known.empty() ? "" : ", ") + command->get_name();
+  }
+  throw Failure(ExitStatus::Usage, "command '" + first + "'", "there is none of that name", "the commands: " + known);
+}
+
+bool takesValue(const CLI::App& root, const std::string& command, const std::string& option) {
+  for (const CLI::App* one : root.get_subcommands({})) {
+    const CLI::Option* found = one->check_name(command) ? one->get_option_no_throw(option) : nullptr;
+    if (found != nullptr) return found->get_items_expected_max() > 0;
+  }
+  return false;
+}
+
+// The arguments, the last one first as the parser has them. An empty value after "=" stands by itself: the parser would
+// take the argument behind it for the value.
+std::vector<std::string> argumentsFor(const CLI::App& root, int argc, const char* const* argv) {
+  std::vector<std::string> arguments;
+  for (int at = 1; at < argc; ++at) {
+    std::string argument = argv[at];
+    const bool empty = argument.size() > 3 && argument.starts_with("--") && argument.find('=') == argument.size() - 1;
+    if (empty && takesValue(root, argv[1], argument.substr(0, argument.size() - 1))) {
+      argument.pop_back();
+      arguments.push_back(argument);
+      argument.clear();
+    }
+    arguments.push_back(argument);
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
+}
+
+[[noreturn]] void refuse(const CLI::App& root, const CLI::ParseError& error) {
+  const std::string command = calledCommand(root);
+  throw Failure(ExitStatus::Usage, command.empty() ? "arguments" : command, error.what(),
+                "see quillmere " + command + (command.empty() ? "" : " ") + "--help");
+}
+
+ExitStatus runChosen(const std::vector<std::pair<CLI::App*, Action>>& actions) {
+  for (const auto& [command, action] : actions) {
+    if (command->parsed()) return action();
+  }
+  return ExitStatus::Usage;
+}
+
 }  // namespace
 
-std::span<const Command> commands() {
-  return kCommands;
+CommandTree::CommandTree()
+    : root_("Renders 3D scenes as generated pictures: a stand-alone host for the Quillmere Renderer effect.",
+            "quillmere") {
+  root_.set_version_flag("--version", "quillmere " QUILLMERE_VERSION, "Print the version and exit");
+  root_.require_subcommand(1);
+  root_.footer(
+      "Examples:\n"
+      "  quillmere render harbour.glb --frames 1-48x4 --prompt \"a misty harbour at dawn\"\n"
+      "  quillmere guide harbour.glb -o guide.png --camera Quayside\n"
+      "  quillmere doctor\n"
+      "\nExit status: 0 done, 1 failed, 2 wrong use, 130 stopped by the user.");
+  root_.formatter(std::make_shared<HelpFormatter>());  // the sub-commands' too
+  for (const Command& command : kCommands) {
+    CLI::App* added = root_.add_subcommand(command.name, command.summary);
+    actions_.emplace_back(added, command.add(*added));
+  }
+}
+
+ExitStatus run(int argc, const char* const* argv) {
+  CommandTree tree;
+  refuseUnknownCommand(tree.root(), argc, argv);
+  try {
+    tree.root().parse(argumentsFor(tree.root(), argc, argv));
+  } catch (const CLI::Success& answer) {  // --help, --version
+    tree.root().exit(answer);
+    return ExitStatus::Done;
+  } catch (const CLI::ParseError& error) {
+    refuse(tree.root(), error);
+  }
+  return runChosen(tree.actions());
 }
 
 }  // namespace quillmere::app

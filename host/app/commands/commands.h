@@ -1,26 +1,21 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <functional>
-#include <span>
+#include <utility>
+#include <vector>
 
-#include "failure.h"
-
-namespace CLI {
-class App;
-}
+#include "values/failure.h"
 
 namespace quillmere::app {
+
+// The whole command: parses, and runs the sub-command that was asked for. Throws what main prints.
+ExitStatus run(int argc, const char* const* argv);
 
 // Does what the parsed options say. Throws what main prints.
 using Action = std::function<ExitStatus()>;
 
-// A sub-command: `add` gives `command` its options and returns what to do when it was chosen, which owns their values.
-struct Command {
-  const char* name;
-  const char* summary;
-  Action (*add)(CLI::App& command);
-};
-
+// Each gives the sub-command its options and returns what to do when it was chosen, which owns their values.
 Action addRender(CLI::App& command);
 Action addGuide(CLI::App& command);
 Action addPanel(CLI::App& command);
@@ -30,7 +25,17 @@ Action addShow(CLI::App& command);
 Action addDoctor(CLI::App& command);
 Action addCompletion(CLI::App& command);
 
-// All of them, in the order in which help lists them.
-std::span<const Command> commands();
+// The parser of the whole command line.
+class CommandTree {
+ public:
+  CommandTree();
+
+  CLI::App& root() { return root_; }
+  const std::vector<std::pair<CLI::App*, Action>>& actions() const { return actions_; }
+
+ private:
+  CLI::App root_;
+  std::vector<std::pair<CLI::App*, Action>> actions_;  // in the order in which help lists them
+};
 
 }  // namespace quillmere::app

@@ -3,9 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "command_tree.h"
 #include "commands.h"
-#include "run.h"
+#include "report/output.h"
 
 namespace quillmere::app {
 namespace {

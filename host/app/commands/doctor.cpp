@@ -2,14 +2,14 @@
 #include <algorithm>
 #include <memory>
 
+#include "base/json.h"
+#include "base/utf8.h"
 #include "commands.h"
 #include "doctor/checks.h"
 #include "doctor/module_declaration.h"
-#include "options/session_options.h"
+#include "options.h"
 #include "process/process_tree.h"
-#include "progress/report.h"
-#include "progress/text_cells.h"
-#include "run.h"
+#include "report/output.h"
 
 namespace quillmere::app {
 namespace {

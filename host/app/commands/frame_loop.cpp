@@ -2,14 +2,12 @@
 
 #include <chrono>
 
-#include "effect/frame_file.h"
-#include "effect/parameter_ids.h"
 #include "image/file_formats.h"
 #include "process/process_tree.h"
-#include "process/runtime_lock.h"
-#include "provenance/picture_record.h"
-#include "run.h"
+#include "record/picture_record.h"
+#include "report/output.h"
 #include "sdk/api/frame.h"
+#include "values/effect_facts.h"
 
 namespace quillmere::app {
 namespace {
@@ -18,9 +16,6 @@ using Clock = std::chrono::steady_clock;
 
 // The helper promises to end within a second of being told to.
 constexpr std::chrono::milliseconds kGrace{1500};
-
-// What the effect says when its helper has given no reason.
-constexpr const char* kUnexplained = "Quillmere render failed";
 
 struct Outcome {
   int result = 0;
@@ -40,7 +35,7 @@ host::Frame renderedAlone(host::Document& document, const std::function<bool()>&
 std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
   if (result == cinema::RENDERRESULT::OUTOFMEMORY) return "there is not enough memory for it; try a smaller --size";
   const std::string told = node.text(QUILLMERE_STATUS);
-  return told == kUnexplained ? told + "; 'quillmere doctor' tells what the helper lacks" : told;
+  return told == kUnexplainedFailure ? told + "; 'quillmere doctor' tells what the helper lacks" : told;
 }
 
 // The picture that the effect has taken from its helper for the frame; empty when there is none.
@@ -75,11 +70,6 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const st
   }
 }
 
-// The guide that the effect leaves for its helper.
-std::filesystem::path guideFile(const FramePlan& plan, std::int32_t frame) {
-  return runtimeFolder(plan.writeDirectory) / ("reference_" + std::to_string(frame) + ".png");
-}
-
 FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const FramePlan& plan, std::int32_t frame,
                      Clock::duration taken) {
   const bool generated = !outcome.file.empty() && !node.text(QUILLMERE_WORKFLOW_PATH).empty();
@@ -88,7 +78,7 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
           .output = outcome.file.string(),
           .seconds = std::chrono::duration<double>(taken).count(),
           .parameters = node.stored(),
-          .guide = generated ? guideFile(plan, frame).string() : "",
+          .guide = generated ? guideFile(plan.writeDirectory, frame).string() : "",
           .picture = generated ? generatedPicture(node) : ""};
 }
 

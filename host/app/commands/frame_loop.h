@@ -4,10 +4,9 @@
 #include <functional>
 
 #include "effect/node_parameters.h"
-#include "failure.h"
-#include "options/frame_range.h"
-#include "options/output_pattern.h"
-#include "progress/report.h"
+#include "report/report.h"
+#include "values/failure.h"
+#include "values/frames.h"
 
 namespace quillmere::app {
 

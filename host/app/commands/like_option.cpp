@@ -3,10 +3,10 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
-#include "failure.h"
-#include "provenance/picture_record.h"
-#include "provenance/repetition.h"
-#include "run.h"
+#include "record/picture_record.h"
+#include "record/repetition.h"
+#include "report/output.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {
@@ -34,7 +34,7 @@ std::string present(const std::string& file, const std::string& picture, const c
   return file;
 }
 
-void takeScene(const Repetition& made, const std::string& picture, const CLI::App& command, Likened& options) {
+void takeScene(const Repetition& made, const std::string& picture, const CLI::App& command, LikeTarget& options) {
   SceneOptions& scene = options.scene;
   if (scene.scene.empty()) {
     const std::string remedy = "give the scene: quillmere render SCENE --like '" + picture + "'";
@@ -48,8 +48,7 @@ void takeScene(const Repetition& made, const std::string& picture, const CLI::Ap
   options.frames = {frame, frame, 1};
 }
 
-void takeWorkflow(const Repetition& made, const nlohmann::ordered_json& record, const std::string& picture,
-                  EffectOptions& effect) {
+void takeWorkflow(const Repetition& made, const Json& record, const std::string& picture, EffectOptions& effect) {
   const std::string itself =
       "give the workflow with --workflow; a PNG that a render has written holds its own: "
       "--workflow '" +
@@ -79,8 +78,8 @@ void addLike(CLI::App& command, std::string& picture) {
       ->excludes("--settings");
 }
 
-std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Likened options) {
-  const nlohmann::ordered_json record = recordOf(picture);
+std::uint64_t renderLike(const std::string& picture, const CLI::App& command, LikeTarget options) {
+  const Json record = recordOf(picture);
   const Repetition made = repetitionOf(record, picture);
   takeScene(made, picture, command, options);
   if (options.effect.workflow.empty()) takeWorkflow(made, record, picture, options.effect);

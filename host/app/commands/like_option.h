@@ -4,9 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "options/effect_options.h"
-#include "options/frame_range.h"
-#include "options/scene_options.h"
+#include "options.h"
+#include "values/frames.h"
 
 namespace CLI {
 class App;
@@ -18,7 +17,7 @@ namespace quillmere::app {
 void addLike(CLI::App& command, std::string& picture);
 
 // What a render is told that --like fills in, where the command line leaves it open.
-struct Likened {
+struct LikeTarget {
   SceneOptions& scene;
   FrameRange& frames;
   EffectOptions& effect;
@@ -27,6 +26,6 @@ struct Likened {
 
 // Takes over how `picture` was made, but for what was written on the parsed `command`. Returns the seed to render with.
 // Throws Failure when the picture doesn't tell, or its scene, workflow or style image is gone.
-std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Likened options);
+std::uint64_t renderLike(const std::string& picture, const CLI::App& command, LikeTarget options);
 
 }  // namespace quillmere::app

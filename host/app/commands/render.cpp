@@ -7,21 +7,18 @@
 
 #include "commands.h"
 #include "effect/effect_session.h"
-#include "effect/workflow_choice.h"
+#include "effect/settings.h"
+#include "effect/workflow_catalog.h"
 #include "frame_loop.h"
 #include "like_option.h"
-#include "options/effect_options.h"
-#include "options/scene_options.h"
-#include "options/session_options.h"
-#include "options/utf8_text.h"
-#include "process/output.h"
+#include "options.h"
 #include "process/process_tree.h"
 #include "process/runtime_lock.h"
 #include "process/user_break.h"
-#include "provenance/host_facts.h"
-#include "run.h"
-#include "settings/node_setup.h"
-#include "settings/settings_file.h"
+#include "record/picture_record.h"
+#include "report/output.h"
+#include "values/effect_facts.h"
+#include "values/texts.h"
 
 namespace quillmere::app {
 namespace {
@@ -76,10 +73,10 @@ ExitStatus run(const Options& options) {
   const fs::path writeDirectory = writeDirectoryOf(options.session);
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
-  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), options.scene.scene, *report);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
-  tellHelper(session, options.scene, runtimeFolder(writeDirectory));
+  tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);

@@ -2,11 +2,11 @@
 #include <array>
 #include <memory>
 
+#include "base/json.h"
+#include "base/utf8.h"
 #include "commands.h"
-#include "progress/report.h"
-#include "progress/text_cells.h"
-#include "provenance/picture_record.h"
-#include "run.h"
+#include "record/picture_record.h"
+#include "report/output.h"
 
 namespace quillmere::app {
 namespace {

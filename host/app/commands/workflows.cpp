@@ -3,15 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "base/json.h"
+#include "base/utf8.h"
 #include "commands.h"
 #include "effect/effect_session.h"
-#include "effect/parameter_ids.h"
-#include "effect/workflow_choice.h"
-#include "options/session_options.h"
-#include "process/output.h"
-#include "progress/report.h"
-#include "progress/text_cells.h"
-#include "run.h"
+#include "effect/workflow_catalog.h"
+#include "options.h"
+#include "report/output.h"
 
 namespace quillmere::app {
 namespace {

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "effect/effect_session.h"
-#include "effect/workflow_choice.h"
+#include "effect/workflow_catalog.h"
 #include "helper_check.h"
 #include "process/child_run.h"
 

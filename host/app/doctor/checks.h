@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "effect/plugin_location.h"
+#include "effect/effect_session.h"
 #include "finding.h"
 
 namespace quillmere::app {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "effect/plugin_location.h"
+#include "effect/effect_session.h"
 #include "finding.h"
 
 namespace quillmere::app {

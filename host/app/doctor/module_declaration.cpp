@@ -1,7 +1,7 @@
 #include "module_declaration.h"
 
-#include "progress/text_cells.h"
-#include "sdk/api/application.h"
+#include "base/utf8.h"
+#include "sdk/api/registration.h"
 
 namespace quillmere::app {
 namespace {

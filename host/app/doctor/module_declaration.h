@@ -1,7 +1,7 @@
 #pragma once
 
-#include "effect/plugin_location.h"
-#include "progress/report.h"
+#include "base/json.h"
+#include "effect/effect_session.h"
 
 namespace quillmere::app {
 

@@ -1,15 +1,39 @@
 #include "effect_session.h"
 
+#include <array>
+#include <cstdint>
 #include <memory>
+#include <string>
 #include <utility>
 #include <vector>
+
+#include "values/effect_facts.h"
+
+#ifdef __APPLE__
+#include <mach-o/dyld.h>
+#endif
 
 namespace quillmere::app {
 namespace {
 
-constexpr int kEffect = 1060500;  // the plug-in ID under which the module registers it
+namespace fs = std::filesystem;
 
-// Nothing to see: for asking the effect what it offers without a scene at hand.
+// Seen from the folder of this program: in the build tree, where installed.
+constexpr std::array<const char*, 2> kBesideProgram{"../plugin/quillmere", "../lib/quillmere/plugin/quillmere"};
+
+fs::path thisProgram() {
+  std::error_code error;
+#ifdef __APPLE__
+  std::string name(4096, '\0');
+  std::uint32_t size = static_cast<std::uint32_t>(name.size());
+  if (_NSGetExecutablePath(name.data(), &size) != 0) return {};
+  return fs::canonical(name.c_str(), error);
+#else
+  return fs::read_symlink("/proc/self/exe", error);
+#endif
+}
+
+// For asking the effect what it offers without a scene at hand.
 class EmptyScene : public scene::Scene {
  public:
   const std::vector<scene::CameraInfo>& cameras() const override { return cameras_; }
@@ -24,25 +48,43 @@ class EmptyScene : public scene::Scene {
   std::vector<std::string> warnings_;
 };
 
+host::Document documentOf(const fs::path& scene) {
+  if (scene.empty()) return host::Document(std::make_shared<EmptyScene>());
+  return host::Document(scene);
+}
+
 }  // namespace
 
-EffectSession::Application::Application(const std::filesystem::path& writeDirectory, const PluginFolder& plugin,
+fs::path PluginFolder::helper() const {
+  return path / "python" / "quillmere_render_helper.py";
+}
+
+fs::path PluginFolder::exampleWorkflow() const {
+  return path / "python" / "workflows" / "ink_wash.json";
+}
+
+PluginFolder pluginFolder(const fs::path& given) {
+  std::error_code error;
+  if (!given.empty()) return {fs::absolute(given, error).lexically_normal()};
+  const fs::path beside = thisProgram().parent_path();
+  for (const char* candidate : kBesideProgram) {
+    const fs::path folder = (beside / candidate).lexically_normal();
+    if (fs::is_directory(folder, error)) return {folder};
+  }
+  return {(beside / kBesideProgram.front()).lexically_normal()};
+}
+
+EffectSession::Application::Application(const fs::path& writeDirectory, const PluginFolder& plugin,
                                         host::Events& events)
     : host::Application(writeDirectory, events) {
   loadPlugin(plugin.path);
 }
 
-EffectSession::EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin,
-                             const std::filesystem::path& scene, host::Events& events)
+EffectSession::EffectSession(const fs::path& writeDirectory, PluginFolder plugin, host::Events& events,
+                             const fs::path& scene)
     : plugin_(std::move(plugin)),
       application_(writeDirectory, plugin_, events),
-      document_(scene),
-      node_(document_, document_.addVideoPost(kEffect), namedParameters(plugin_)) {}
-
-EffectSession::EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, host::Events& events)
-    : plugin_(std::move(plugin)),
-      application_(writeDirectory, plugin_, events),
-      document_(std::make_shared<EmptyScene>()),
-      node_(document_, document_.addVideoPost(kEffect), namedParameters(plugin_)) {}
+      document_(documentOf(scene)),
+      node_(document_, document_.addVideoPost(kEffectId), parameterNames(plugin_.path)) {}
 
 }  // namespace quillmere::app

@@ -3,20 +3,29 @@
 #include <filesystem>
 
 #include "node_parameters.h"
-#include "plugin_location.h"
 #include "sdk/api/application.h"
 #include "sdk/api/document.h"
 
 namespace quillmere::app {
 
+// The plug-in's folder: the module beside its res/ and python/.
+struct PluginFolder {
+  std::filesystem::path path;
+
+  std::filesystem::path helper() const;
+  std::filesystem::path exampleWorkflow() const;  // of the back end that needs nothing but the helper
+};
+
+// `given`, or when that is empty the folder that lies beside this program, in the build tree or where it is installed.
+// Whether there is a plug-in in it is not looked at.
+PluginFolder pluginFolder(const std::filesystem::path& given);
+
 // An application with the effect's module loaded, and a document whose render settings hold one node of the effect.
 class EffectSession {
  public:
-  // `events` must outlive the session. Throw Error.
-  EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, const std::filesystem::path& scene,
-                host::Events& events);
-  // With an empty scene.
-  EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, host::Events& events);
+  // `events` must outlive the session; without a `scene` there is nothing to see and no camera. Throws Error.
+  EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, host::Events& events,
+                const std::filesystem::path& scene = {});
 
   host::Document& document() { return document_; }
   NodeParameters& node() { return node_; }

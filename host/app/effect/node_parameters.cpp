@@ -2,17 +2,14 @@
 
 #include <algorithm>
 
-#include "accepted_value.h"
-#include "failure.h"
-#include "named_choice.h"
-#include "parameter_ids.h"
 #include "sdk/core/text.h"
+#include "values/failure.h"
+#include "values/texts.h"
 
 namespace quillmere::app {
 namespace {
 
 using namespace cinema;
-using Json = nlohmann::ordered_json;
 using Kind = Parameter::Kind;
 
 DescID addressOf(int id) {
@@ -61,8 +58,6 @@ Json asJson(const GeData& data, Kind kind, BaseDocument& document) {
   switch (data.GetType()) {
     case DA_LONG:
       return kind == Kind::Bool ? Json(data.GetBool()) : Json(data.GetInt32());
-    case DA_REAL:
-      return data.GetFloat();
     case DA_STRING:
       return host::toUtf8(data.GetString());
     case DA_FILENAME:
@@ -78,9 +73,9 @@ Json asJson(const GeData& data, Kind kind, BaseDocument& document) {
 
 }  // namespace
 
-NodeParameters::NodeParameters(host::Document& document, BaseVideoPost& node, const std::vector<NamedParameter>& named)
+NodeParameters::NodeParameters(host::Document& document, BaseVideoPost& node, const std::vector<ParameterName>& names)
     : document_(document), node_(node), described_(host::describe(node)) {
-  for (const auto& [id, name] : named) all_.push_back(described(id, name));
+  for (const auto& [id, name] : names) all_.push_back(described(id, name));
 }
 
 const host::DescriptionEntry* NodeParameters::entryOf(int id) const {
@@ -120,33 +115,44 @@ std::vector<Parameter> NodeParameters::panel() const {
   return shown;
 }
 
-const Parameter& NodeParameters::find(const std::string& wanted) const {
+const Parameter& NodeParameters::find(int id) const {
+  const auto found =
+      std::find_if(all_.begin(), all_.end(), [id](const Parameter& parameter) { return parameter.id == id; });
+  if (found == all_.end()) refuseUnknown(std::to_string(id));
+  return *found;
+}
+
+const Parameter& NodeParameters::find(const std::string& nameOrId) const {
   std::vector<std::string> names;
   for (const Parameter& parameter : all_) {
-    if (std::to_string(parameter.id) == wanted) return parameter;
+    if (std::to_string(parameter.id) == nameOrId) return parameter;
     names.push_back(parameter.name);
   }
-  if (const auto index = indexOfName(names, wanted)) return all_[*index];
+  if (const auto index = indexOfName(names, nameOrId)) return all_[*index];
+  refuseUnknown(nameOrId);
+}
+
+void NodeParameters::refuseUnknown(const std::string& wanted) const {
   std::string there;
   for (const Parameter& parameter : all_) there += "\n    " + std::to_string(parameter.id) + " " + parameter.name;
   throw Failure(ExitStatus::Usage, "parameter '" + wanted + "'", "the effect has none of that ID or name",
                 "its parameters:" + there);
 }
 
-void NodeParameters::set(const Parameter& parameter, const std::string& value) {
-  const GeData read = acceptedValue(parameter, value, document_);
+void NodeParameters::set(const Parameter& parameter, const Value& value) {
+  const GeData accepted = acceptedValue(parameter, value, document_);
   if (!editable(parameter)) {
-    refuseValue(parameter, value, "it is greyed out",
-                std::string("unlock it first with --set ") + find(QUILLMERE_UNLOCK_SYSTEM_PROMPT).name + "=true");
+    refuseValue(parameter, "it is greyed out",
+                "unlock it first with --set " + find(QUILLMERE_UNLOCK_SYSTEM_PROMPT).name + "=true");
   }
-  if (!host::writeParameter(node_, addressOf(parameter.id), read)) {
-    refuseValue(parameter, value, "the effect refused the value", {});
+  if (!host::writeParameter(node_, addressOf(parameter.id), accepted)) {
+    refuseValue(parameter, "the effect refused the value", {});
   }
 }
 
-Json NodeParameters::value(const Parameter& parameter) const {
-  const auto shown = host::readParameter(node_, addressOf(parameter.id));
-  return asJson(shown.value_or(GeData()), parameter.kind, document_.api());
+Json NodeParameters::shown(const Parameter& parameter) const {
+  const auto value = host::readParameter(node_, addressOf(parameter.id));
+  return asJson(value.value_or(GeData()), parameter.kind, document_.api());
 }
 
 bool NodeParameters::editable(const Parameter& parameter) const {
@@ -164,21 +170,18 @@ std::string NodeParameters::text(int id) const {
   return value ? host::toUtf8(value->GetString()) : "";
 }
 
+Json NodeParameters::stored(int id) const {
+  return asJson(storedData(id), find(id).kind, document_.api());
+}
+
 Json NodeParameters::stored() const {
   Json values = Json::object();
-  for (const Parameter& parameter : all_) {
-    const GeData& data = node_.GetDataInstanceRef().GetData(parameter.id);
-    values[std::to_string(parameter.id)] = asJson(data, parameter.kind, document_.api());
-  }
+  for (const Parameter& parameter : all_) values[std::to_string(parameter.id)] = stored(parameter.id);
   return values;
 }
 
-void NodeParameters::store(int id, const std::string& text) {
-  store(id, GeData(host::fromUtf8(text)));
-}
-
-void NodeParameters::store(int id, int number) {
-  store(id, GeData(number));
+GeData NodeParameters::storedData(int id) const {
+  return node_.GetDataInstanceRef().GetData(id);
 }
 
 void NodeParameters::store(int id, const GeData& value) {

@@ -8,7 +8,8 @@
 #include <string>
 #include <system_error>
 
-#include "failure.h"
+#include "values/effect_facts.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {
@@ -29,10 +30,6 @@ std::string holder(int descriptor) {
 }
 
 }  // namespace
-
-std::filesystem::path runtimeFolder(const std::filesystem::path& writeDirectory) {
-  return writeDirectory / "quillmere" / "c4d" / "runtime";
-}
 
 RuntimeLock::RuntimeLock(const std::filesystem::path& writeDirectory) {
   const std::filesystem::path folder = runtimeFolder(writeDirectory).parent_path();

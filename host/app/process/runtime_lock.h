@@ -4,9 +4,6 @@
 
 namespace quillmere::app {
 
-// Where the effect keeps its exchange files: request, status and response of each frame.
-std::filesystem::path runtimeFolder(const std::filesystem::path& writeDirectory);
-
 // Keeps a write directory's exchange files to one render at a time. Held while this lives and by this process only;
 // the file that carries it stays.
 class RuntimeLock {

@@ -12,8 +12,8 @@
 #include <thread>
 #include <utility>
 
-#include "failure.h"
 #include "process_tree.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {

@@ -1,0 +1,197 @@
+#include "options.h"
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <charconv>
+#include <fstream>
+#include <string_view>
+
+#include "sdk/api/application.h"
+#include "values/failure.h"
+#include "values/texts.h"
+
+namespace quillmere::app {
+namespace {
+
+// Empty, or what is wrong with it: the parser's own range calls 23.976 out of it.
+std::string wholeFps(const std::string& text) {
+  int fps = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, fps);
+  if (read.ec == std::errc{} && read.ptr == end && fps >= 1 && fps <= kMostFps) return {};
+  return "'" + text + "' is no whole number from 1 to " + std::to_string(kMostFps);
+}
+
+std::filesystem::path usersFolder() {
+  try {
+    return host::userDataDirectory();
+  } catch (const Error&) {
+    throw Failure(ExitStatus::Failed, "write directory", "HOME is not set, which would tell where your data belongs",
+                  "set it, or give a folder with --write-dir");
+  }
+}
+
+// An option whose text is the parameter's value.
+struct TextOption {
+  const char *flag, *kind, *help;
+  int parameter;
+};
+constexpr std::array kTextOptions{
+    TextOption{"--prompt", "TEXT", "What the picture shows", QUILLMERE_PROMPT},
+    TextOption{"--output-dir", "DIR", "Folder for the generated pictures", QUILLMERE_OUTPUT_DIRECTORY},
+    TextOption{"--prefix", "P", "How the names of the generated pictures begin", QUILLMERE_FILENAME_PREFIX},
+};
+
+// A pair of options that switch a parameter on and off.
+struct SwitchOption {
+  const char *flags, *help;
+  int parameter;
+};
+constexpr std::array kSwitchOptions{
+    SwitchOption{"--history,!--no-history", "Keep an entry of each picture in the history, or don't",
+                 QUILLMERE_SAVE_HISTORY_SNAPSHOTS},
+    SwitchOption{"--preview,!--no-preview", "Ask the host to show each picture once it is there, or don't",
+                 QUILLMERE_OPEN_PREVIEW_AFTER_RENDER},
+};
+
+constexpr std::size_t kLongestPrompt = 1U << 20U;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin UTF-8 with it
+
+// Also from a pipe or a device, whose length nothing tells beforehand.
+std::string readPrompt(const std::string& file) {
+  const std::string what = "prompt file '" + file + "'";
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw Failure(ExitStatus::Usage, what, "cannot be read");
+  std::string text(kLongestPrompt + 1, '\0');
+  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(stream.gcount()));
+  if (text.size() > kLongestPrompt) throw Failure(ExitStatus::Usage, what, "longer than 1 MiB", "shorten the prompt");
+  requireUtf8(what, text);
+  if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
+  while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
+  return text;
+}
+
+Assignment readAssignment(const std::string& text) {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string::npos || equals == 0) {
+    throw Failure(ExitStatus::Usage, "--set '" + text + "'", "not an assignment",
+                  "write ID=VALUE or NAME=VALUE, for example --set QUILLMERE_HISTORY_LIMIT=50");
+  }
+  return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+void addTexts(CLI::App& command, EffectOptions& options) {
+  const auto assign = [&options](int parameter, const Value& value) {
+    options.assignments.push_back({parameter, value});
+  };
+  for (const TextOption& option : kTextOptions) {
+    command
+        .add_option_function<std::string>(
+            option.flag, [assign, option](const std::string& text) { assign(option.parameter, text); }, option.help)
+        ->type_name(option.kind);
+  }
+  command
+      .add_option_function<std::string>(
+          "--prompt-file", [assign](const std::string& file) { assign(QUILLMERE_PROMPT, readPrompt(file)); },
+          "A UTF-8 text file that holds the prompt")
+      ->type_name("F")
+      ->check(CLI::ExistingFile)
+      ->excludes("--prompt");
+  command
+      .add_option_function<std::string>(
+          "--system-prompt",
+          [assign](const std::string& text) {
+            assign(QUILLMERE_UNLOCK_SYSTEM_PROMPT, true);
+            assign(QUILLMERE_SYSTEM_PROMPT, text);
+          },
+          "What is told to the model before the prompt, in place of the default")
+      ->type_name("TEXT");
+}
+
+void addSwitches(CLI::App& command, EffectOptions& options) {
+  for (const SwitchOption& option : kSwitchOptions) {
+    command.add_flag_function(
+        option.flags,
+        [&options, option](std::int64_t on) {
+          options.assignments.push_back({option.parameter, on > 0});
+        },
+        option.help);
+  }
+}
+
+}  // namespace
+
+void addSceneFile(CLI::App& command, std::string& scene) {
+  command.add_option("SCENE", scene, "The scene: a glTF 2.0 file (.gltf or .glb)")
+      ->required()
+      ->check(CLI::ExistingFile)
+      ->type_name("");
+}
+
+void addSceneOptions(CLI::App& command, SceneOptions& options) {
+  addSceneFile(command, options.scene);
+  command.add_option("--camera", options.camera, "The camera to look through (default: the scene's first)")
+      ->type_name("NAME");
+  command.add_option("--fps", options.fps, "Frames per second of the scene's animation, 1 to 100000")
+      ->capture_default_str()
+      ->check(CLI::Validator(wholeFps, "1 to " + std::to_string(kMostFps)))
+      ->type_name("N");
+  command
+      .add_option_function<std::string>(
+          "--size", [&options](const std::string& text) { options.size = parsePictureSize(text); },
+          "Size of the picture in pixels")
+      ->type_name("WxH")
+      ->default_str("1024x576");
+}
+
+void addSessionOptions(CLI::App& command, SessionOptions& options) {
+  command
+      .add_option("--write-dir", options.writeDirectory,
+                  "Folder for exchange files, history and pictures (default: the user's data folder)")
+      ->type_name("DIR");
+  command.add_option("--plugin", options.plugin, "Folder of the plug-in (default: the one beside this program)")
+      ->check(CLI::ExistingDirectory)
+      ->type_name("DIR");
+}
+
+std::filesystem::path writeDirectoryOf(const SessionOptions& options) {
+  const std::string& given = options.writeDirectory;
+  std::filesystem::path directory = given.empty() ? usersFolder() : std::filesystem::absolute(given).lexically_normal();
+  requireUtf8("write directory '" + directory.string() + "'", directory.string());
+  return directory;
+}
+
+void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen) {
+  command
+      .add_option_function<std::string>(
+          "--guide", [chosen = std::move(chosen)](const std::string& word) { chosen(guideModeOf(word)); },
+          "How the guide image is drawn: quick as a viewport shows it, final as a full rendering")
+      ->check(CLI::IsMember(kGuideModeWords))
+      ->type_name("quick|final");
+}
+
+void addEffectOptions(CLI::App& command, EffectOptions& options) {
+  command.add_option("--workflow", options.workflow, "The workflow: its name or ID in the catalog, or its file")
+      ->type_name("NAME|ID|FILE");
+  addTexts(command, options);
+  addGuideMode(command, [&options](GuideMode mode) {
+    options.assignments.push_back({QUILLMERE_GUIDE_MODE, static_cast<int>(mode)});
+  });
+  addSwitches(command, options);
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--set",
+          [&options](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) options.assignments.push_back(readAssignment(text));
+          },
+          "Any parameter of the effect, with the limits of its panel; may be given several times")
+      ->type_name("ID|NAME=VALUE")
+      ->allow_extra_args(false);
+  command
+      .add_option("--settings", options.settings, "Settings that --save-settings has written; the other options win")
+      ->type_name("FILE")
+      ->check(CLI::ExistingFile);
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "effect/settings.h"
+#include "values/frames.h"
+
+namespace CLI {
+class App;
+}
+
+// Options that several commands have.
+namespace quillmere::app {
+
+// Which scene is looked at, through what and how large.
+struct SceneOptions {
+  std::string scene;
+  std::string camera;  // empty: the scene's first
+  int fps = 30;
+  PictureSize size;
+};
+
+void addSceneFile(CLI::App& command, std::string& scene);
+void addSceneOptions(CLI::App& command, SceneOptions& options);
+
+// Where the host writes and where the plug-in lies.
+struct SessionOptions {
+  std::string writeDirectory, plugin;  // empty: the user's data folder, the plug-in beside this program
+};
+
+void addSessionOptions(CLI::App& command, SessionOptions& options);
+
+// Absolute. Throws Error when there is no home to put the default in.
+std::filesystem::path writeDirectoryOf(const SessionOptions& options);
+
+// Adds --guide; `chosen` is called when it was given.
+void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen);
+
+// The values that `options` points to are complete once the command line has been parsed.
+void addEffectOptions(CLI::App& command, EffectOptions& options);
+
+}  // namespace quillmere::app

@@ -1,0 +1,132 @@
+#include "picture_record.h"
+
+#include <cstdlib>
+
+#include "base/atomic_file.h"
+#include "base/file_reading.h"
+#include "image/file_formats.h"
+#include "image/png_text.h"
+#include "image/scaling.h"
+#include "values/failure.h"
+
+namespace quillmere::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+// The helper's variables.
+constexpr const char* kFactsFile = "QUILLMERE_PROVENANCE_FILE";
+constexpr const char* kSeed = "QUILLMERE_SEED";
+constexpr const char* kStyle = "QUILLMERE_STYLE";
+
+constexpr const char* kKeyword = "quillmere";
+constexpr std::size_t kLargest = 32U << 20U;  // bytes; as long as a text in a PNG may be
+constexpr int kDeepest = 100;
+
+[[noreturn]] void refuse(const std::string& what, const std::string& why) {
+  throw Failure(ExitStatus::Failed, what, why, "render the picture again, or give another");
+}
+
+std::string cameraOf(EffectSession& session) {
+  const Json stored = session.node().stored(QUILLMERE_CAMERA);
+  if (stored.is_string() && !stored.empty()) return stored;
+  const auto& cameras = session.document().cameras();
+  return cameras.empty() ? "" : cameras.front().name;
+}
+
+fs::path sideFileOf(const fs::path& picture) {
+  return picture.string() + ".json";
+}
+
+std::string contentOf(const fs::path& file, const std::string& what) {
+  try {
+    return readText(file, kLargest);
+  } catch (const Error& error) {
+    refuse(what, error.what());
+  }
+}
+
+// What others keep under the same keyword or file name has no version of our helper.
+Json checkedRecord(const std::string& content, const std::string& what) {
+  Json record = parsedRecord(content, what);
+  const auto version = record.find("helper_version");
+  if (version == record.end() || !version->is_string()) refuse(what, "it was not written by Quillmere's render helper");
+  return record;
+}
+
+}  // namespace
+
+void tellHelper(EffectSession& session, const fs::path& scene, int fps, const fs::path& folder) {
+  const NodeParameters& node = session.node();
+  const Json facts{{"scene", fs::absolute(scene).lexically_normal().string()},
+                   {"camera", cameraOf(session)},
+                   {"fps", fps},
+                   {"guide_mode", wordOf(static_cast<GuideMode>(node.number(QUILLMERE_GUIDE_MODE)))},
+                   {"workflow_id", node.text(QUILLMERE_WORKFLOW_ID)},
+                   {"host_version", QUILLMERE_VERSION},
+                   {"system_prompt", node.text(QUILLMERE_SYSTEM_PROMPT)},
+                   {"prompt", node.text(QUILLMERE_PROMPT)}};
+  std::error_code error;  // a folder that is missing is told by the file that can't be written
+  fs::create_directories(folder, error);
+  const fs::path file = fs::absolute(folder) / "provenance.json";
+  writeFile(file, facts.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  ::setenv(kFactsFile, file.c_str(), 1);
+}
+
+void tellSeed(std::uint64_t seed) {
+  ::setenv(kSeed, std::to_string(seed).c_str(), 1);
+}
+
+void tellStyle(const std::string& picture) {
+  ::setenv(kStyle, picture.c_str(), 1);
+}
+
+Json parsedRecord(const std::string& content, const std::string& what) {
+  try {
+    Json record = parsedJson(content, kDeepest);
+    if (!record.is_object()) throw Error("it is no JSON object");
+    return record;
+  } catch (const Error& error) {
+    refuse(what, error.what());
+  }
+}
+
+Json recordOf(const fs::path& picture) {
+  const std::string name = "'" + picture.string() + "'";
+  if (const auto text = image::pngText(picture, kKeyword)) {
+    return checkedRecord(*text, "the record in picture " + name);
+  }
+  const fs::path side = sideFileOf(picture);
+  std::error_code error;
+  if (fs::is_regular_file(side, error)) {
+    const std::string what = "side file '" + side.string() + "'";
+    return checkedRecord(contentOf(side, what), what);
+  }
+  throw Failure(
+      ExitStatus::Failed, "picture " + name, "nothing tells what made it",
+      "give a picture that a render has written, or put its side file '" + side.filename().string() + "' beside it");
+}
+
+std::string recordTextOf(const fs::path& picture) {
+  try {
+    return recordOf(picture).dump(-1, ' ', true, Json::error_handler_t::replace);
+  } catch (const Error&) {
+    return {};
+  }
+}
+
+void writeFrame(const fs::path& file, FileFormat format, const image::Image& frame, const std::string& record) {
+  const image::Image picture = image::withChannels(frame, 3);
+  const image::PngText text{record.empty() ? "" : kKeyword, record};
+  switch (format) {
+    case FileFormat::Png8:
+      return image::writePng(file, picture, image::PngDepth::As8Bit, text);
+    case FileFormat::Png16:
+      return image::writePng(file, picture, image::PngDepth::As16Bit, text);
+    case FileFormat::Exr:
+      image::writeExr(file, picture);
+      if (!record.empty()) writeFile(sideFileOf(file), record + "\n");
+  }
+}
+
+}  // namespace quillmere::app

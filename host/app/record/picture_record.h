@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+#include "base/json.h"
+#include "effect/effect_session.h"
+#include "image/image.h"
+#include "values/frames.h"
+
+// What made a picture, as the render helper keeps it in the picture itself (PNG text "quillmere") and in a side file
+// `<picture>.json`; docs/workflows.md lists the keys.
+namespace quillmere::app {
+
+// Lets every helper that this process starts from now on keep in its pictures what only the host knows: scene, camera,
+// prompts, guide mode, frame rate, workflow ID, version. They stand in a file of `folder` (made where it is missing)
+// that an environment variable names: set only while no other thread reads the environment. Throws Error.
+void tellHelper(EffectSession& session, const std::filesystem::path& scene, int fps,
+                const std::filesystem::path& folder);
+
+// Every helper that this process starts from now on makes its pictures with this seed. As above.
+void tellSeed(std::uint64_t seed);
+
+// Every helper that this process starts from now on follows the style of this picture instead of the one that is
+// locked; of none, when it is empty. As above.
+void tellStyle(const std::string& picture);
+
+// The JSON object in `content`, called `what` in messages. Throws Failure for what is damaged, no object, or nested
+// more than 100 deep.
+Json parsedRecord(const std::string& content, const std::string& what);
+
+// The record in the picture, else the one beside it, of at most 32 MiB. Throws Error for a picture that is missing or
+// damaged, and for one that nothing of ours has made.
+Json recordOf(const std::filesystem::path& picture);
+
+// The same as a text in ASCII to be kept in another picture; empty when there is none.
+std::string recordTextOf(const std::filesystem::path& picture);
+
+// Writes a frame (Float RGBA, opaque) beside `file`, which it then replaces, without its alpha channel. `record` tells
+// what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Throws Error.
+void writeFrame(const std::filesystem::path& file, FileFormat format, const image::Image& frame,
+                const std::string& record);
+
+}  // namespace quillmere::app

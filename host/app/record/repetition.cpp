@@ -1,0 +1,124 @@
+#include "repetition.h"
+
+#include <limits>
+
+#include "base/file_reading.h"
+#include "image/image.h"
+#include "picture_record.h"
+#include "values/failure.h"
+
+namespace quillmere::app {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kLongestText = 4U << 20U;  // bytes
+constexpr std::size_t kLargestWorkflow = 32U << 20U;
+
+// The values of a record, each checked when it is asked for; none for a key that is not there.
+class Values {
+ public:
+  Values(const Json& record, const fs::path& picture) : record_(record), picture_(picture) {}
+
+  std::optional<std::string> text(const char* key) const {
+    const Json* value = find(key);
+    if (value == nullptr) return {};
+    if (!value->is_string()) refuse(key, "is no text");
+    const auto& text = value->get_ref<const std::string&>();
+    if (text.size() > kLongestText || text.find('\0') != std::string::npos) refuse(key, "is no text that can be given");
+    return text;
+  }
+
+  std::optional<std::int32_t> whole(const char* key, std::int32_t least, std::int32_t most) const {
+    const Json* value = find(key);
+    if (value == nullptr) return {};
+    const bool fits = value->is_number_unsigned() ? value->get<std::uint64_t>() <= static_cast<std::uint64_t>(most)
+                                                  : value->is_number_integer();
+    const std::int64_t number = fits ? value->get<std::int64_t>() : 0;
+    if (!fits || number < least || number > most) {
+      refuse(key, "is no whole number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return static_cast<std::int32_t>(number);
+  }
+
+  std::optional<std::uint64_t> seed() const {
+    const Json* value = find("seed");
+    if (value == nullptr) return {};
+    if (!value->is_number_unsigned()) refuse("seed", "is no whole number from 0 to 2^64 - 1");
+    return value->get<std::uint64_t>();
+  }
+
+ private:
+  const Json* find(const char* key) const {
+    const auto found = record_.find(key);
+    return found == record_.end() || found->is_null() ? nullptr : &*found;
+  }
+  [[noreturn]] void refuse(const std::string& key, const std::string& why) const {
+    throw Failure(ExitStatus::Failed, "picture '" + picture_.string() + "'", "\"" + key + "\" of what made it " + why,
+                  "render without --like");
+  }
+
+  const Json& record_;
+  const fs::path& picture_;
+};
+
+// Empty for what can't be read.
+std::string contentOf(const fs::path& workflow) {
+  try {
+    return readText(workflow, kLargestWorkflow);
+  } catch (const Error&) {
+    return {};
+  }
+}
+
+void addPrompts(const Values& values, std::vector<Assignment>& assignments) {
+  const auto system = values.text("system_prompt"), prompt = values.text("prompt");
+  const auto both = values.text("effective_prompt");
+  if (!both && !(system && prompt)) return;
+  const bool apart = system && prompt;
+  assignments.push_back({QUILLMERE_UNLOCK_SYSTEM_PROMPT, true});
+  assignments.push_back({QUILLMERE_SYSTEM_PROMPT, apart ? *system : ""});
+  assignments.push_back({QUILLMERE_PROMPT, apart ? *prompt : *both});
+}
+
+void addGuideMode(const Values& values, std::vector<Assignment>& assignments) {
+  const auto word = values.text("guide_mode");
+  if (word) assignments.push_back({QUILLMERE_GUIDE_MODE, static_cast<int>(guideModeOf(*word))});
+}
+
+}  // namespace
+
+Repetition repetitionOf(const Json& record, const fs::path& picture) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  const Values values(record, picture);
+  Repetition made;
+  made.scene = values.text("scene");
+  made.camera = values.text("camera");
+  made.workflow = values.text("workflow_path");
+  made.style = values.text("style");
+  made.frame = values.whole("frame", Limits::min(), Limits::max());
+  made.fps = values.whole("fps", 1, kMostFps);
+  made.seed = values.seed();
+  const auto width = values.whole("width", 1, image::kMaxSide), height = values.whole("height", 1, image::kMaxSide);
+  if (width && height) made.size = PictureSize{*width, *height};
+  addPrompts(values, made.assignments);
+  addGuideMode(values, made.assignments);
+  return made;
+}
+
+bool workflowChanged(const Json& record, const fs::path& now) {
+  const auto made = record.find("workflow");
+  if (made == record.end() || !made->is_object()) return false;
+  const std::string content = contentOf(now);
+  if (!content.starts_with('{')) return false;
+  try {
+    const Json present = parsedRecord(content, now.string());
+    // The record has the graph itself in place of its file's name.
+    const bool elsewhere = present.contains("graph") && present["graph"].is_string();
+    return !elsewhere && nlohmann::json(present) != nlohmann::json(*made);
+  } catch (const Failure&) {
+    return true;
+  }
+}
+
+}  // namespace quillmere::app

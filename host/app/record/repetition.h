@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/json.h"
+#include "effect/parameter.h"
+#include "values/frames.h"
+
+namespace quillmere::app {
+
+// A render like that of a picture, as far as its record tells.
+struct Repetition {
+  std::optional<std::string> scene, camera, workflow, style;  // a path, a name, a path, a path or empty
+  std::optional<std::int32_t> frame, fps;
+  std::optional<PictureSize> size;
+  std::optional<std::uint64_t> seed;
+  std::vector<Assignment> assignments;  // of the prompts and the guide mode
+};
+
+// `picture` is for messages. Throws Failure for a value that no render can have had.
+Repetition repetitionOf(const Json& record, const std::filesystem::path& picture);
+
+// Whether the workflow file `now` holds something else than the record's, as far as that can be told.
+bool workflowChanged(const Json& record, const std::filesystem::path& now);
+
+}  // namespace quillmere::app

@@ -1,0 +1,237 @@
+#include "report.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string_view>
+#include <thread>
+
+#include "base/utf8.h"
+#include "terminal_line.h"
+
+namespace quillmere::app {
+namespace {
+
+class JsonReport : public Report {
+ public:
+  explicit JsonReport(Output& results) : results_(results) {}
+
+  void statusText(const std::string& utf8) override { tell({{"event", "status-text"}, {"text", utf8}}); }
+  void statusSpin(bool on) override { tell({{"event", "status-spin"}, {"on", on}}); }
+  void statusBar(double fraction) override { tell({{"event", "status-bar"}, {"value", fraction}}); }
+  void console(const std::string& utf8) override { tell({{"event", "console"}, {"text", utf8}}); }
+  void command(int id, int subid) override { tell({{"event", "command"}, {"id", id}, {"subid", subid}}); }
+  void pictureViewer(const image::Image& shown) override {
+    tell({{"event", "picture-viewer"}, {"width", shown.width()}, {"height", shown.height()}});
+  }
+  void frameEnds(const FrameReport& report) override {
+    tell({{"event", "frame"},
+          {"frame", report.frame},
+          {"result", report.result},
+          {"output", report.output.empty() ? Json() : Json(report.output)},
+          {"seconds", report.seconds},
+          {"parameters", report.parameters}});
+  }
+  bool outputLost() const override { return results_.lost(); }
+
+ private:
+  void tell(const Json& event) { results_.write(lineOf(event)); }
+
+  Output& results_;
+};
+
+bool stopped(const FrameReport& report) {
+  return report.result == static_cast<int>(cinema::RENDERRESULT::USERBREAK);
+}
+
+// The failure itself is told by the command.
+class QuietReport : public Report {
+ public:
+  explicit QuietReport(Output& errors) : errors_(errors) {}
+
+  void frameBegins(std::int32_t /*frame*/, std::int64_t /*index*/, std::int64_t /*count*/) override { told_.clear(); }
+  void console(const std::string& utf8) override { told_ += printable(utf8) + "\n"; }
+  void frameEnds(const FrameReport& report) override {
+    if (report.output.empty() && !stopped(report)) errors_.write(told_);
+  }
+  bool outputLost() const override { return false; }
+
+ private:
+  Output& errors_;
+  std::string told_;
+};
+
+std::string row(const char* label, const std::string& file) {
+  return file.empty() ? "" : "  " + std::string(label) + printable(file) + "\n";
+}
+
+// How the frame ended and its files, one a line.
+std::string frameSummary(const FrameReport& report) {
+  const char* end = stopped(report) ? " stopped" : report.output.empty() ? " failed" : " done";
+  char seconds[32];
+  std::snprintf(seconds, sizeof seconds, "%.2f s", report.seconds);
+  return "frame " + std::to_string(report.frame) + end + " in " + seconds + "\n" + row("guide    ", report.guide) +
+         row("picture  ", report.picture) + row("output   ", report.output);
+}
+
+class LineReport : public Report {
+ public:
+  LineReport(Output& results, Output& errors) : results_(results), errors_(errors) {}
+
+  void frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) override {
+    name_ = frameName(frame, index, count);
+    lastText_.clear();
+  }
+  void statusText(const std::string& utf8) override {
+    if (utf8 != lastText_) errors_.write(name_ + ": " + printable(utf8) + "\n");
+    lastText_ = utf8;
+  }
+  void console(const std::string& utf8) override { errors_.write(printable(utf8) + "\n"); }
+  void frameEnds(const FrameReport& report) override { results_.write(frameSummary(report)); }
+  bool outputLost() const override { return results_.lost(); }
+
+ private:
+  Output& results_;
+  Output& errors_;
+  std::string name_, lastText_;
+};
+
+constexpr std::chrono::milliseconds kRedraw{100};
+constexpr std::string_view kEraseLine = "\r\x1b[K";  // carriage return, ECMA-48 "erase in line"
+
+int columnsOf(int terminal) {
+  winsize size = {};
+  return ::ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+// A status line at the foot of the terminal behind `errors`, drawn by a thread of its own. Nothing but the line itself
+// is touched: no cursor is hidden and no mode changed, so there is nothing to put back.
+class LiveReport : public Report {
+ public:
+  LiveReport(Output& results, Output& errors)
+      : results_(results), errors_(errors), glyphs_(glyphsOfEnvironment()), thread_([this] { redrawUntilEnd(); }) {}
+  ~LiveReport() override {
+    change([this] { ended_ = true; });
+    changed_.notify_one();
+    thread_.join();
+  }
+
+  void frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) override;
+  void statusText(const std::string& utf8) override {
+    change([&] { line_.text = utf8; });
+  }
+  void statusSpin(bool on) override {
+    change([&] { line_.spinning = on; });
+  }
+  void statusBar(double fraction) override {
+    change([&] { line_.fraction = fraction; });
+  }
+  void console(const std::string& utf8) override { above(errors_, printable(utf8) + "\n"); }
+  void frameEnds(const FrameReport& report) override;
+  bool outputLost() const override { return results_.lost(); }
+  void silence() override;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  template <class Change>
+  void change(Change make) {
+    const std::lock_guard lock(mutex_);
+    make();
+  }
+  void draw();
+  void redrawUntilEnd();
+  // Puts `text`, whole lines, where the status line stands, which moves below them.
+  void above(Output& output, const std::string& text);
+
+  Output& results_;
+  Output& errors_;
+  const Glyphs glyphs_;
+  std::atomic<bool> silent_{false};
+
+  std::mutex mutex_;  // guards everything below
+  std::condition_variable changed_;
+  bool ended_ = false, active_ = false;
+  StatusLine line_;
+  Clock::time_point begun_;
+  unsigned tick_ = 0;
+
+  std::thread thread_;  // last, so that it starts with everything above made
+};
+
+void LiveReport::frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) {
+  const std::lock_guard lock(mutex_);
+  line_ = {};
+  line_.frame = frame;
+  line_.index = index;
+  line_.count = count;
+  begun_ = Clock::now();
+  active_ = true;
+  draw();
+}
+
+void LiveReport::frameEnds(const FrameReport& report) {
+  change([this] {
+    if (active_) errors_.write(kEraseLine);
+    active_ = false;
+  });
+  above(results_, frameSummary(report));
+}
+
+void LiveReport::silence() {
+  silent_ = true;
+  // Straight to the terminal: the thread that holds the mutex may never let go of it again.
+  [[maybe_unused]] const ssize_t written = ::write(errors_.descriptor(), kEraseLine.data(), kEraseLine.size());
+}
+
+void LiveReport::above(Output& output, const std::string& text) {
+  const std::lock_guard lock(mutex_);
+  if (active_) errors_.write(kEraseLine);
+  output.write(text);
+  draw();
+}
+
+void LiveReport::draw() {
+  if (!active_ || silent_) return;
+  line_.seconds = std::chrono::duration<double>(Clock::now() - begun_).count();
+  // The last column stays free, because some terminals wrap as soon as it is written.
+  const std::string text = textOf(line_, tick_, columnsOf(errors_.descriptor()) - 1, glyphs_);
+  errors_.write("\r" + text + "\x1b[K");
+}
+
+void LiveReport::redrawUntilEnd() {
+  std::unique_lock lock(mutex_);
+  while (!changed_.wait_for(lock, kRedraw, [this] { return ended_; })) {
+    ++tick_;
+    draw();
+  }
+  if (active_ && !silent_) errors_.write(kEraseLine);
+}
+
+bool isSteerableTerminal(int descriptor) {
+  const char* kind = std::getenv("TERM");
+  return ::isatty(descriptor) == 1 && kind != nullptr && *kind != '\0' && std::string_view(kind) != "dumb";
+}
+
+}  // namespace
+
+std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& errors) {
+  switch (style) {
+    case ReportStyle::Json:
+      return std::make_unique<JsonReport>(results);
+    case ReportStyle::Quiet:
+      return std::make_unique<QuietReport>(errors);
+    case ReportStyle::Lines:
+      break;
+  }
+  if (isSteerableTerminal(errors.descriptor())) return std::make_unique<LiveReport>(results, errors);
+  return std::make_unique<LineReport>(results, errors);
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillmere::app {
+
+// Throws Failure, which calls the text `what`, when it is not UTF-8 or holds a NUL character. The host has no other
+// texts: it would put U+FFFD in the place of each wrong byte, which makes another prompt, or the path of another file.
+void requireUtf8(const std::string& what, std::string_view text);
+
+// Where `wanted` stands among `names`: the first that is the same, else the only one that differs in the case of ASCII
+// letters alone. None when there is no such one, or more than one.
+std::optional<std::size_t> indexOfName(const std::vector<std::string>& names, std::string_view wanted);
+
+}  // namespace quillmere::app
