@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "module/registry.h"
+#include "core/registry.h"
 #include "refusal.h"
 #include "room.h"
 

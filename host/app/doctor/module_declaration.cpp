@@ -1,7 +1,7 @@
 #include "module_declaration.h"
 
 #include "base/utf8.h"
-#include "sdk/api/registration.h"
+#include "sdk/api/application.h"
 
 namespace quillmere::app {
 namespace {

@@ -5,8 +5,7 @@
 #include "base/atomic_file.h"
 #include "base/file_reading.h"
 #include "image/file_formats.h"
-#include "image/png_text.h"
-#include "image/scaling.h"
+#include "image/conversion.h"
 #include "values/failure.h"
 
 namespace quillmere::app {
