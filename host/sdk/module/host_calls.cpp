@@ -30,10 +30,10 @@ namespace hostcall {
 
 namespace {
 
-// What `work` returns. What it throws, or what it refuses with a reason, stays with the application for who opens the
+// What `work` returns. What it throws is why the host refuses, and stays with the application for who opens the
 // module.
 template <class Work>
-auto told(Work&& work) -> decltype(work()) {
+auto keepingRefusal(Work&& work) -> decltype(work()) {
   try {
     return work();
   } catch (const std::exception& refusal) {
@@ -45,7 +45,7 @@ auto told(Work&& work) -> decltype(work()) {
 }  // namespace
 
 LocalResource* OpenResource(const Filename& folder) {
-  return told([&] { return new LocalResource(folder); });
+  return keepingRefusal([&] { return new LocalResource(folder); });
 }
 
 void CloseResource(LocalResource* resource) {
@@ -62,7 +62,7 @@ const String& ResourceText(const LocalResource* resource, Int32 id) {
 Bool AddDescription(const LocalResource* resource, Int32 id, const maxon::String& name) {
   ApplicationState* application = applicationState();
   if (!application) return false;
-  return told([&] {
+  return keepingRefusal([&] {
     const std::string key = toUtf8(name);
     if (!resource) throw Error("description '" + key + "' is asked for before the resources were read");
     auto entries = quillmere::host::loadDescription(resource->folder.description(key), application->registry);
@@ -77,7 +77,7 @@ Bool AddVideoPost(Int32 id, const maxon::String& name, Int32 info, DataAllocator
                   const maxon::String& description, Int32 disklevel, Int32 priority) {
   ApplicationState* application = applicationState();
   if (!application) return false;
-  return told([&] {
+  return keepingRefusal([&] {
     const std::string effect = "effect " + std::to_string(id);
     if (!allocate) throw Error(effect + " is registered without a way to make its nodes");
     HostSide<BasePlugin>::Parts plugin{id,          PLUGINTYPE::VIDEOPOST,
