@@ -44,29 +44,29 @@ void expectSound(const Geometry& geometry) {
     expect(std::abs(glm::length(normal) - 1.0F) < 1e-3F, "normals of unit length");
 }
 
-void expectSound(const scene::Snapshot& moment, const scene::Scene& scene) {
-  for (const scene::Surface& surface : moment.surfaces) {
+void expectSound(const scene::Snapshot& snapshot, const scene::Scene& scene) {
+  for (const scene::Surface& surface : snapshot.surfaces) {
     expect(static_cast<std::size_t>(surface.material) < scene.materials().size(), "a material that is there");
     for (glm::length_t column = 0; column < 4; ++column) expect(isBounded(surface.toWorld[column]), "a bounded place");
     expectSound(*surface.geometry);
   }
-  expect(moment.cameras.size() == scene.cameras().size(), "a viewpoint for each camera");
-  for (const scene::Camera& view : moment.cameras) {
+  expect(snapshot.cameras.size() == scene.cameras().size(), "a view for each camera");
+  for (const scene::Camera& camera : snapshot.cameras) {
     for (glm::length_t axis = 0; axis < 3; ++axis)
-      expect(std::abs(glm::length(glm::vec3(view.toWorld[axis])) - 1.0F) < 1e-3F, "cameras that are only turned");
+      expect(std::abs(glm::length(glm::vec3(camera.toWorld[axis])) - 1.0F) < 1e-3F, "cameras that are only turned");
   }
 }
 
 void draw(const std::shared_ptr<const scene::Scene>& scene) {
-  render::Renderer stage(scene);
+  render::Renderer renderer(scene);
   for (const double seconds : {0.0, 0.37 * scene->duration()}) {
-    stage.pose(seconds);
-    expectSound(stage.snapshot(), *scene);
-    std::vector<scene::Camera> views = stage.snapshot().cameras;
-    views.resize(std::clamp<std::size_t>(views.size(), 1, 2));
-    for (const scene::Camera& view : views) {
-      expect(stage.drawQuick(view, 16, 16).width() == 16, "a quick picture");
-      expect(stage.drawFinal(view, 8, 8, {1}).width() == 8, "a final picture");
+    renderer.pose(seconds);
+    expectSound(renderer.snapshot(), *scene);
+    std::vector<scene::Camera> cameras = renderer.snapshot().cameras;
+    cameras.resize(std::clamp<std::size_t>(cameras.size(), 1, 2));
+    for (const scene::Camera& camera : cameras) {
+      expect(renderer.drawQuick(camera, 16, 16).width() == 16, "a quick picture");
+      expect(renderer.drawFinal(camera, 8, 8, {1}).width() == 8, "a final picture");
     }
   }
 }
@@ -84,7 +84,6 @@ void read(const std::string& content) {
   const auto file = folder.write("scene.glb", content);
   try {
     draw(scene::load(file));
-  } catch (const Error&) {
   } catch (const Error&) {
   }
 }
