@@ -1,6 +1,6 @@
 // Pictures of every format from memory, and what is done with one that is read.
-#include "image/file_formats.h"
 #include "image/conversion.h"
+#include "image/file_formats.h"
 #include "image/scaling.h"
 
 namespace quillmere {

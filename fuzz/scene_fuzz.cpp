@@ -50,10 +50,10 @@ void expectSound(const scene::Snapshot& snapshot, const scene::Scene& scene) {
     for (glm::length_t column = 0; column < 4; ++column) expect(isBounded(surface.toWorld[column]), "a bounded place");
     expectSound(*surface.geometry);
   }
-  expect(snapshot.cameras.size() == scene.cameras().size(), "a place for each camera");
-  for (const scene::Camera& view : snapshot.cameras) {
+  expect(snapshot.cameras.size() == scene.cameras().size(), "a view for each camera");
+  for (const scene::Camera& camera : snapshot.cameras) {
     for (glm::length_t axis = 0; axis < 3; ++axis)
-      expect(std::abs(glm::length(glm::vec3(view.toWorld[axis])) - 1.0F) < 1e-3F, "cameras that are only turned");
+      expect(std::abs(glm::length(glm::vec3(camera.toWorld[axis])) - 1.0F) < 1e-3F, "cameras that are only turned");
   }
 }
 
@@ -62,11 +62,11 @@ void draw(const std::shared_ptr<const scene::Scene>& scene) {
   for (const double seconds : {0.0, 0.37 * scene->duration()}) {
     renderer.pose(seconds);
     expectSound(renderer.snapshot(), *scene);
-    std::vector<scene::Camera> views = renderer.snapshot().cameras;
-    views.resize(std::clamp<std::size_t>(views.size(), 1, 2));
-    for (const scene::Camera& view : views) {
-      expect(renderer.drawQuick(view, 16, 16).width() == 16, "a quick picture");
-      expect(renderer.drawFinal(view, 8, 8, {1}).width() == 8, "a final picture");
+    std::vector<scene::Camera> cameras = renderer.snapshot().cameras;
+    cameras.resize(std::clamp<std::size_t>(cameras.size(), 1, 2));
+    for (const scene::Camera& camera : cameras) {
+      expect(renderer.drawQuick(camera, 16, 16).width() == 16, "a quick picture");
+      expect(renderer.drawFinal(camera, 8, 8, {1}).width() == 8, "a final picture");
     }
   }
 }

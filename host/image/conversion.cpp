@@ -70,11 +70,6 @@ Image convert(const Image& picture, Sample sample) {
   return result;
 }
 
-Image convert(Image&& picture, Sample sample) {
-  if (picture.sample() == sample) return std::move(picture);
-  return convert(static_cast<const Image&>(picture), sample);
-}
-
 Image withChannels(const Image& picture, int channels) {
   if (picture.empty() || picture.channels() == channels) return picture;
   Image result(picture.width(), picture.height(), channels, picture.sample(), Filling::None);

@@ -44,7 +44,6 @@ To sampleAs(From value) {
 // The same pixels with other samples; Byte 255, Word 65535 and Float 1.0 are the same white. Float made into
 // the others is clamped to 0-1, and not-a-number is black. A picture that is so already keeps its values.
 Image convert(const Image& picture, Sample sample);
-Image convert(Image&& picture, Sample sample);  // copies nothing where nothing changes
 // The same pixels with 1 to 4 channels: grey is spread or taken as Rec. 709 luma, a missing alpha is opaque.
 Image withChannels(const Image& picture, int channels);
 Image withChannels(Image&& picture, int channels);  // copies nothing where nothing changes

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <limits>
 #include <new>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -43,12 +42,7 @@ class PixelAllocator {
   void construct(U* place) noexcept {
     ::new (static_cast<void*>(place)) U;
   }
-  template <class U, class... Arguments>
-  void construct(U* place, Arguments&&... arguments) {
-    ::new (static_cast<void*>(place)) U(std::forward<Arguments>(arguments)...);
-  }
-
-  bool operator==(const PixelAllocator& /*other*/) const { return true; }
+  bool operator==(const PixelAllocator&) const = default;
 };
 
 // Pixels in memory: rows top to bottom without padding, channels interleaved (1 grey, 2 grey and alpha, 3 RGB,

@@ -4,6 +4,7 @@
 #include <jpeglib.h>
 
 #include <csetjmp>
+#include <vector>
 
 #include "image/codecs.h"
 
@@ -28,8 +29,8 @@ bool meansDamage(int warning) {
   }
 }
 
-// The library must not come back from an error, so it leaves by a long jump. The functions that call it are members
-// that hold nothing with a destructor; they return false then, and the reason is in `message`.
+// The library must not come back from an error, so it leaves by a long jump, past all that stands in between. So what
+// calls it is handed to call(), and holds nothing with a destructor.
 class JpegReader {
  public:
   JpegReader();
@@ -37,10 +38,15 @@ class JpegReader {
   JpegReader(const JpegReader&) = delete;
   JpegReader& operator=(const JpegReader&) = delete;
 
-  bool readHeader(Bytes file);
-  bool start();
-  bool readRow(std::uint8_t* row);
-  bool readEnd();
+  // All throw Error.
+  void readHeader(Bytes file);
+  void start();
+  void readRow(std::uint8_t* row) {
+    call([&] { jpeg_read_scanlines(&info_, &row, 1); });
+  }
+  void readEnd() {
+    call([&] { jpeg_finish_decompress(&info_); });
+  }
 
   // Inks are stored as the light they leave where an Adobe marker stands.
   bool inksInverted() const { return info_.saw_Adobe_marker != 0; }
@@ -48,9 +54,15 @@ class JpegReader {
   std::uint64_t height() const { return info_.image_height; }
   // After start().
   int channels() const { return info_.output_components; }
-  const char* message() const { return message_; }
 
  private:
+  template <class Calls>
+  void call(Calls&& calls) {
+    if (setjmp(escape_) != 0)
+      throwDamaged(message_);
+    else
+      calls();
+  }
   static JpegReader& of(j_common_ptr info) { return *static_cast<JpegReader*>(info->client_data); }
   static void fail(j_common_ptr info) {
     info->err->format_message(info, of(info).message_);
@@ -82,38 +94,24 @@ JpegReader::JpegReader() {
   progress_.progress_monitor = watchScans;
 }
 
-bool JpegReader::readHeader(Bytes file) {
-  if (setjmp(escape_) != 0) return false;
-  jpeg_create_decompress(&info_);
-  info_.progress = &progress_;
-  info_.mem->max_memory_to_use = static_cast<long>(kMaxPictureBytes);
-  jpeg_mem_src(&info_, file.data(), static_cast<unsigned long>(file.size()));
-  jpeg_read_header(&info_, TRUE);
-  return true;
+void JpegReader::readHeader(Bytes file) {
+  call([&] {
+    jpeg_create_decompress(&info_);
+    info_.progress = &progress_;
+    info_.mem->max_memory_to_use = static_cast<long>(kMaxPictureBytes);
+    jpeg_mem_src(&info_, file.data(), static_cast<unsigned long>(file.size()));
+    jpeg_read_header(&info_, TRUE);
+  });
 }
 
-bool JpegReader::start() {
-  if (setjmp(escape_) != 0) return false;
+void JpegReader::start() {
   if (info_.jpeg_color_space == JCS_GRAYSCALE)
     info_.out_color_space = JCS_GRAYSCALE;
   else if (info_.jpeg_color_space == JCS_CMYK || info_.jpeg_color_space == JCS_YCCK)
     info_.out_color_space = JCS_CMYK;
   else
     info_.out_color_space = JCS_RGB;
-  jpeg_start_decompress(&info_);
-  return true;
-}
-
-bool JpegReader::readRow(std::uint8_t* row) {
-  if (setjmp(escape_) != 0) return false;
-  jpeg_read_scanlines(&info_, &row, 1);
-  return true;
-}
-
-bool JpegReader::readEnd() {
-  if (setjmp(escape_) != 0) return false;
-  jpeg_finish_decompress(&info_);
-  return true;
+  call([&] { jpeg_start_decompress(&info_); });
 }
 
 void inksToLight(const std::uint8_t* inks, bool inverted, std::uint8_t* rgb, int width) {
@@ -133,18 +131,18 @@ bool looksLikeJpeg(Bytes file) {
 // stored, and generated pictures have none.
 Image decodeJpeg(Bytes file) {
   JpegReader reader;
-  if (!reader.readHeader(file)) throwDamaged(reader.message());
+  reader.readHeader(file);
   checkClaimedSize(reader.width(), reader.height());
-  if (!reader.start()) throwDamaged(reader.message());
+  reader.start();
   const bool inks = reader.channels() == kCmykChannels;
   Image picture = pictureOfClaimedSize(reader.width(), reader.height(), inks ? 3 : reader.channels(), Sample::Byte);
   std::vector<std::uint8_t> line(inks ? static_cast<std::size_t>(picture.width()) * kCmykChannels : 0);
   for (int y = 0; y < picture.height(); ++y) {
     auto* row = picture.row<std::uint8_t>(y);
-    if (!reader.readRow(inks ? line.data() : row)) throwDamaged(reader.message());
+    reader.readRow(inks ? line.data() : row);
     if (inks) inksToLight(line.data(), reader.inksInverted(), row, picture.width());
   }
-  if (!reader.readEnd()) throwDamaged(reader.message());
+  reader.readEnd();
   return picture;
 }
 

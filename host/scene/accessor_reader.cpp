@@ -219,9 +219,6 @@ std::vector<glm::vec4> AccessorReader::vec4s(int accessor) {
 std::vector<glm::mat4> AccessorReader::mat4s(int accessor) {
   return vectors<glm::mat4>(accessor, TINYGLTF_TYPE_MAT4);
 }
-std::vector<float> AccessorReader::anyFloats(int accessor) {
-  return floats(accessor);
-}
 
 std::vector<glm::vec4> AccessorReader::colors(int accessor) {
   if (itemAt(model_.accessors, accessor, "accessor").type == TINYGLTF_TYPE_VEC4) return vec4s(accessor);

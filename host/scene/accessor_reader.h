@@ -31,7 +31,7 @@ class AccessorReader {
   std::vector<glm::vec4> colors(int accessor);  // VEC3 or VEC4, alpha 1 where there is none
   std::vector<glm::mat4> mat4s(int accessor);
   // Whatever its type is, one element after the other.
-  std::vector<float> anyFloats(int accessor);
+  std::vector<float> floats(int accessor);
 
   std::vector<std::uint32_t> indices(int accessor);
   std::vector<glm::u16vec4> jointIndices(int accessor);
@@ -43,7 +43,6 @@ class AccessorReader {
                      const std::string& owner) const;
   void spend(int accessor, std::size_t count, std::uint64_t bytesOfEach);
   void expectType(int accessor, int type) const;
-  std::vector<float> floats(int accessor);
   template <class Vector>
   std::vector<Vector> vectors(int accessor, int type);
   template <class To>

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
 #include <optional>
 #include <set>
+#include <string_view>
 #include <utility>
 
 #include "base/error.h"
@@ -13,13 +13,13 @@ namespace quillmere::scene {
 namespace {
 
 // Between key `index` and the next one; `t` runs from 0 to 1 in `span` seconds.
-struct Place {
+struct KeyInterval {
   std::size_t index = 0;
   float t = 0.0F;
   float span = 0.0F;
 };
 
-Place placeOf(const Track& track, double seconds) {
+KeyInterval intervalAt(const Track& track, double seconds) {
   const auto& times = track.times;
   const auto after = std::upper_bound(times.begin(), times.end(), seconds,
                                       [](double now, float key) { return now < static_cast<double>(key); });
@@ -30,9 +30,9 @@ Place placeOf(const Track& track, double seconds) {
   return {index, static_cast<float>((seconds - static_cast<double>(times[index])) / static_cast<double>(span)), span};
 }
 
-enum class Part : std::size_t { InTangent, Value, OutTangent };
+enum class KeyPart : std::size_t { InTangent, Value, OutTangent };
 
-const float* keyAt(const Track& track, std::size_t index, Part part) {
+const float* keyAt(const Track& track, std::size_t index, KeyPart part) {
   const bool spline = track.interpolation == Interpolation::CubicSpline;
   const std::size_t at = spline ? 3 * index + static_cast<std::size_t>(part) : index;
   return track.values.data() + at * track.width;
@@ -49,45 +49,46 @@ void store(glm::quat q, std::span<float> out) {
   out[3] = q.w;
 }
 
-void linear(const Track& track, const Place& place, std::span<float> out) {
-  const float* from = keyAt(track, place.index, Part::Value);
-  const float* to = keyAt(track, place.index + 1, Part::Value);
+void linear(const Track& track, const KeyInterval& keys, std::span<float> out) {
+  const float* from = keyAt(track, keys.index, KeyPart::Value);
+  const float* to = keyAt(track, keys.index + 1, KeyPart::Value);
   if (track.property == Property::Rotation) {
-    store(glm::slerp(quatFrom(from), quatFrom(to), place.t), out);
+    store(glm::slerp(quatFrom(from), quatFrom(to), keys.t), out);
     return;
   }
-  for (std::size_t i = 0; i < track.width; ++i) out[i] = from[i] + (to[i] - from[i]) * place.t;
+  for (std::size_t i = 0; i < track.width; ++i) out[i] = from[i] + (to[i] - from[i]) * keys.t;
 }
 
 // glTF 2.0, appendix C.5: tangents are per second.
-void cubicSpline(const Track& track, const Place& place, std::span<float> out) {
-  const float* from = keyAt(track, place.index, Part::Value);
-  const float* leave = keyAt(track, place.index, Part::OutTangent);
-  const float* arrive = keyAt(track, place.index + 1, Part::InTangent);
-  const float* to = keyAt(track, place.index + 1, Part::Value);
-  const float t = place.t;
+void cubicSpline(const Track& track, const KeyInterval& keys, std::span<float> out) {
+  const float* from = keyAt(track, keys.index, KeyPart::Value);
+  const float* outTangent = keyAt(track, keys.index, KeyPart::OutTangent);
+  const float* inTangent = keyAt(track, keys.index + 1, KeyPart::InTangent);
+  const float* to = keyAt(track, keys.index + 1, KeyPart::Value);
+  const float t = keys.t;
   const float t2 = t * t;
   const float t3 = t2 * t;
   for (std::size_t i = 0; i < track.width; ++i) {
-    out[i] = (2.0F * t3 - 3.0F * t2 + 1.0F) * from[i] + place.span * (t3 - 2.0F * t2 + t) * leave[i] +
-             (-2.0F * t3 + 3.0F * t2) * to[i] + place.span * (t3 - t2) * arrive[i];
+    out[i] = (2.0F * t3 - 3.0F * t2 + 1.0F) * from[i] + keys.span * (t3 - 2.0F * t2 + t) * outTangent[i] +
+             (-2.0F * t3 + 3.0F * t2) * to[i] + keys.span * (t3 - t2) * inTangent[i];
   }
 }
 
-std::optional<Property> propertyNamed(const std::string& path) {
-  static const std::map<std::string, Property> kNames{{"translation", Property::Translation},
-                                                      {"rotation", Property::Rotation},
-                                                      {"scale", Property::Scale},
-                                                      {"weights", Property::Weights}};
-  const auto found = kNames.find(path);
-  return found == kNames.end() ? std::nullopt : std::optional(found->second);
-}
+constexpr std::pair<std::string_view, Property> kProperties[] = {{"translation", Property::Translation},
+                                                                 {"rotation", Property::Rotation},
+                                                                 {"scale", Property::Scale},
+                                                                 {"weights", Property::Weights}};
+constexpr std::pair<std::string_view, Interpolation> kInterpolations[] = {{"", Interpolation::Linear},
+                                                                          {"STEP", Interpolation::Step},
+                                                                          {"LINEAR", Interpolation::Linear},
+                                                                          {"CUBICSPLINE", Interpolation::CubicSpline}};
 
-std::optional<Interpolation> interpolationNamed(const std::string& name) {
-  static const std::map<std::string, Interpolation> kNames{
-      {"STEP", Interpolation::Step}, {"LINEAR", Interpolation::Linear}, {"CUBICSPLINE", Interpolation::CubicSpline}};
-  const auto found = kNames.find(name);
-  return found == kNames.end() ? std::nullopt : std::optional(found->second);
+template <class Value>
+std::optional<Value> valueNamed(std::string_view name, std::span<const std::pair<std::string_view, Value>> names) {
+  for (const auto& [known, value] : names) {
+    if (known == name) return value;
+  }
+  return std::nullopt;
 }
 
 class Importer {
@@ -98,9 +99,9 @@ class Importer {
   void add(const tinygltf::Animation& animation, const tinygltf::AnimationChannel& channel) {
     if (channel.target_node < 0) return;  // allowed, and moves nothing
     itemAt(graph_.nodes, channel.target_node, "node");
-    const auto property = propertyNamed(channel.target_path);
+    const auto property = valueNamed<Property>(channel.target_path, kProperties);
     const auto& sampler = itemAt(animation.samplers, channel.sampler, "animation sampler");
-    const auto interpolation = interpolationNamed(sampler.interpolation.empty() ? "LINEAR" : sampler.interpolation);
+    const auto interpolation = valueNamed<Interpolation>(sampler.interpolation, kInterpolations);
     const std::string what = "the animation '" + animation.name + "' of node " + std::to_string(channel.target_node);
     if (!property || !interpolation) {
       document_.warnings.add(what + " is not played: its target or interpolation is unknown");
@@ -132,7 +133,7 @@ class Importer {
 
   Track read(Track track, const tinygltf::AnimationSampler& sampler, const std::string& what) {
     track.times = reader_.scalars(sampler.input);
-    track.values = reader_.anyFloats(sampler.output);
+    track.values = reader_.floats(sampler.output);
     if (!std::is_sorted(track.times.begin(), track.times.end())) {
       throw Error(what + " has key frames that go back in time");
     }
@@ -154,13 +155,13 @@ class Importer {
 }  // namespace
 
 void sample(const Track& track, double seconds, std::span<float> out) {
-  const Place place = placeOf(track, seconds);
-  if (place.span <= 0.0F || track.interpolation == Interpolation::Step) {
-    std::copy_n(keyAt(track, place.index, Part::Value), track.width, out.begin());
+  const KeyInterval keys = intervalAt(track, seconds);
+  if (keys.span <= 0.0F || track.interpolation == Interpolation::Step) {
+    std::copy_n(keyAt(track, keys.index, KeyPart::Value), track.width, out.begin());
   } else if (track.interpolation == Interpolation::Linear) {
-    linear(track, place, out);
+    linear(track, keys, out);
   } else {
-    cubicSpline(track, place, out);
+    cubicSpline(track, keys, out);
   }
   if (track.property == Property::Rotation) store(quatFrom(out.data()), out);
 }

@@ -16,20 +16,20 @@ float positiveOr(double value, double most, float fallback, const std::string& w
   return fallback;
 }
 
-void setPerspective(const tinygltf::PerspectiveCamera& from, const std::string& name, Camera& lens,
+void setPerspective(const tinygltf::PerspectiveCamera& from, const std::string& name, Camera& camera,
                     Warnings& warnings) {
-  lens.yfov = positiveOr(from.yfov, static_cast<double>(kWidestAngle), lens.yfov, "the angle of camera '" + name + "'",
-                         warnings);
-  lens.znear = positiveOr(from.znear, 1e9, lens.znear, "the near limit of camera '" + name + "'", warnings);
-  if (from.zfar > from.znear) lens.zfar = toFloat(from.zfar);
+  camera.yfov = positiveOr(from.yfov, static_cast<double>(kWidestAngle), camera.yfov,
+                           "the angle of camera '" + name + "'", warnings);
+  camera.znear = positiveOr(from.znear, 1e9, camera.znear, "the near limit of camera '" + name + "'", warnings);
+  if (from.zfar > from.znear) camera.zfar = toFloat(from.zfar);
 }
 
-void setOrthographic(const tinygltf::OrthographicCamera& from, const std::string& name, Camera& lens,
+void setOrthographic(const tinygltf::OrthographicCamera& from, const std::string& name, Camera& camera,
                      Warnings& warnings) {
-  lens.orthographic = true;
-  lens.ymag = positiveOr(std::abs(from.ymag), 1e9, lens.ymag, "the height of camera '" + name + "'", warnings);
-  lens.znear = std::max(toFloat(from.znear), 0.0F);
-  if (from.zfar > from.znear) lens.zfar = toFloat(from.zfar);
+  camera.orthographic = true;
+  camera.ymag = positiveOr(std::abs(from.ymag), 1e9, camera.ymag, "the height of camera '" + name + "'", warnings);
+  camera.znear = std::max(toFloat(from.znear), 0.0F);
+  if (from.zfar > from.znear) camera.zfar = toFloat(from.zfar);
 }
 
 class UniqueNames {
@@ -48,25 +48,25 @@ class UniqueNames {
 
 }  // namespace
 
-std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& graph, const std::vector<bool>& moved) {
-  std::vector<SceneCamera> cameras;
+std::vector<CameraNode> importCameras(GltfDocument& document, const NodeGraph& graph, const std::vector<bool>& moved) {
+  std::vector<CameraNode> cameras;
   UniqueNames names;
   for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
     const int index = document.model.nodes[i].camera;
     if (index < 0 || !graph.nodes[i].shown) continue;
     const auto& from = itemAt(document.model.cameras, index, "camera");
-    SceneCamera camera;
-    camera.node = static_cast<int>(i);
+    CameraNode entry;
+    entry.node = static_cast<int>(i);
     const std::string own = excerpt(from.name);
     const std::string& wanted = graph.nodes[i].name.empty() ? own : graph.nodes[i].name;
-    camera.info.name = names.make(wanted.empty() ? "Camera" : wanted);
-    camera.info.orthographic = from.type == "orthographic";
-    camera.info.animated = moved[i];
-    if (camera.info.orthographic)
-      setOrthographic(from.orthographic, camera.info.name, camera.lens, document.warnings);
+    entry.info.name = names.make(wanted.empty() ? "Camera" : wanted);
+    entry.info.orthographic = from.type == "orthographic";
+    entry.info.animated = moved[i];
+    if (entry.info.orthographic)
+      setOrthographic(from.orthographic, entry.info.name, entry.camera, document.warnings);
     else
-      setPerspective(from.perspective, camera.info.name, camera.lens, document.warnings);
-    cameras.push_back(std::move(camera));
+      setPerspective(from.perspective, entry.info.name, entry.camera, document.warnings);
+    cameras.push_back(std::move(entry));
   }
   return cameras;
 }
@@ -74,12 +74,12 @@ std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& 
 glm::mat4 cameraToWorld(const glm::mat4& node) {
   const glm::vec3 back = unitOr(glm::vec3(node[2]), {0.0F, 0.0F, 1.0F});
   const glm::vec3 side = std::abs(back.y) < 0.99F ? glm::vec3(0.0F, 1.0F, 0.0F) : glm::vec3(0.0F, 0.0F, -1.0F);
-  const glm::vec3 standing(node[1]);
-  const glm::vec3 across = standing - back * glm::dot(back, standing);
+  const glm::vec3 nodeUp(node[1]);
+  const glm::vec3 across = nodeUp - back * glm::dot(back, nodeUp);
   // What is left of an axis that nearly lies along the view is rounding.
-  const bool leans = glm::length(across) > 1e-3F * glm::length(standing);
-  const glm::vec3 spare = glm::normalize(side - back * glm::dot(back, side));
-  const glm::vec3 up = leans ? unitOr(across, spare) : spare;
+  const bool usable = glm::length(across) > 1e-3F * glm::length(nodeUp);
+  const glm::vec3 otherUp = glm::normalize(side - back * glm::dot(back, side));
+  const glm::vec3 up = usable ? unitOr(across, otherUp) : otherUp;
   glm::mat4 result(1.0F);
   result[0] = glm::vec4(glm::cross(up, back), 0.0F);
   result[1] = glm::vec4(up, 0.0F);

@@ -9,15 +9,15 @@
 namespace quillmere::scene {
 
 // A node that holds a camera.
-struct SceneCamera {
+struct CameraNode {
   int node = 0;
   CameraInfo info;
-  Camera lens;  // toWorld is still to be filled in
+  Camera camera;  // toWorld is still to be filled in
 };
 
 // Cameras of the shown nodes, in document order. `moved` tells of each node whether animation moves it. Throws Error
 // (the reason alone).
-std::vector<SceneCamera> importCameras(GltfDocument& document, const NodeGraph& graph, const std::vector<bool>& moved);
+std::vector<CameraNode> importCameras(GltfDocument& document, const NodeGraph& graph, const std::vector<bool>& moved);
 
 // The rotation and translation in a node's matrix: scale, shear and mirroring don't bend a camera's view.
 glm::mat4 cameraToWorld(const glm::mat4& node);

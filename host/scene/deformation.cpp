@@ -88,21 +88,22 @@ Geometry morphed(const MeshPart& part, std::span<const float> weights) {
 }
 
 Geometry skinned(const MeshPart& part, Geometry geometry, std::span<const glm::mat4> joints) {
-  std::vector<glm::mat3> turns(joints.size());
-  std::transform(joints.begin(), joints.end(), turns.begin(), cofactors);
+  std::vector<glm::mat3> normalMatrices(joints.size());
+  std::transform(joints.begin(), joints.end(), normalMatrices.begin(), cofactors);
   for (std::size_t v = 0; v < geometry.positions.size(); ++v) {
-    glm::mat4 move(0.0F);
-    glm::mat3 turn(0.0F);
+    glm::mat4 matrix(0.0F);
+    glm::mat3 normalMatrix(0.0F);
     for (std::size_t set = 0; set < part.influenceSets; ++set) {
       const Influence& influence = part.influences[v * part.influenceSets + set];
       for (glm::length_t i = 0; i < 4; ++i) {
         if (influence.weights[i] == 0.0F) continue;
-        move += influence.weights[i] * joints[influence.joints[i]];
-        turn += influence.weights[i] * turns[influence.joints[i]];
+        matrix += influence.weights[i] * joints[influence.joints[i]];
+        normalMatrix += influence.weights[i] * normalMatrices[influence.joints[i]];
       }
     }
-    geometry.positions[v] = glm::vec3(move * glm::vec4(geometry.positions[v], 1.0F));
-    if (!geometry.normals.empty()) geometry.normals[v] = unitOr(turn * geometry.normals[v], geometry.normals[v]);
+    geometry.positions[v] = glm::vec3(matrix * glm::vec4(geometry.positions[v], 1.0F));
+    if (!geometry.normals.empty())
+      geometry.normals[v] = unitOr(normalMatrix * geometry.normals[v], geometry.normals[v]);
   }
   boundPositions(geometry);
   return geometry;

@@ -9,19 +9,6 @@
 namespace quillmere::scene {
 namespace {
 
-std::optional<Topology> topologyOf(int mode) {
-  switch (mode) {
-    case TINYGLTF_MODE_TRIANGLES:
-      return Topology::Triangles;
-    case TINYGLTF_MODE_TRIANGLE_STRIP:
-      return Topology::Strip;
-    case TINYGLTF_MODE_TRIANGLE_FAN:
-      return Topology::Fan;
-    default:
-      return std::nullopt;
-  }
-}
-
 int accessorOf(const std::map<std::string, int>& attributes, const std::string& name) {
   const auto found = attributes.find(name);
   return found == attributes.end() ? -1 : found->second;
@@ -35,17 +22,17 @@ class PartImporter {
 
   // Nothing for what can't be shown as triangles.
   std::optional<MeshPart> import(MaterialSet& materials) {
-    const auto topology = topologyOf(primitive_.mode);
+    const bool triangles = isOfTriangles(primitive_.mode);
     const int positions = accessorOf(primitive_.attributes, "POSITION");
-    if (!topology) document_.warnings.add("points and lines are not shown (mesh '" + mesh_.name + "')");
+    if (!triangles) document_.warnings.add("points and lines are not shown (mesh '" + mesh_.name + "')");
     if (positions < 0) document_.warnings.add("geometry without positions is not shown (mesh '" + mesh_.name + "')");
-    if (!topology || positions < 0) return std::nullopt;
+    if (!triangles || positions < 0) return std::nullopt;
 
     MeshPart part;
     Geometry geometry;
     geometry.positions = reader_.vec3s(positions);
     vertices_ = geometry.positions.size();
-    geometry.indices = assembleTriangles(*topology, indices());
+    geometry.indices = assembleTriangles(primitive_.mode, indices());
     if (geometry.indices.empty()) return std::nullopt;
     part.material = materials.use(primitive_.material);
     readShading(geometry, materials.uvMappings[static_cast<std::size_t>(part.material)]);
@@ -158,15 +145,19 @@ class PartImporter {
 
 }  // namespace
 
-std::vector<std::uint32_t> assembleTriangles(Topology topology, std::vector<std::uint32_t> indices) {
-  if (topology == Topology::Triangles) {
+bool isOfTriangles(int mode) {
+  return mode == TINYGLTF_MODE_TRIANGLES || mode == TINYGLTF_MODE_TRIANGLE_STRIP || mode == TINYGLTF_MODE_TRIANGLE_FAN;
+}
+
+std::vector<std::uint32_t> assembleTriangles(int mode, std::vector<std::uint32_t> indices) {
+  if (mode == TINYGLTF_MODE_TRIANGLES) {
     indices.resize(indices.size() - indices.size() % 3);
     return indices;
   }
   std::vector<std::uint32_t> triangles;
   for (std::size_t i = 0; i + 2 < indices.size(); ++i) {
     const std::size_t odd = i % 2;
-    if (topology == Topology::Strip) {
+    if (mode == TINYGLTF_MODE_TRIANGLE_STRIP) {
       triangles.insert(triangles.end(), {indices[i], indices[i + 1 + odd], indices[i + 2 - odd]});
     } else {
       triangles.insert(triangles.end(), {indices[i + 1], indices[i + 2], indices[0]});

@@ -10,10 +10,11 @@
 
 namespace quillmere::scene {
 
-enum class Topology { Triangles, Strip, Fan };
+// Whether a primitive of this mode (a TINYGLTF_MODE_…) consists of triangles.
+bool isOfTriangles(int mode);
 
 // Three indices a triangle, wound as glTF 2.0, 3.7.2.1 says. Vertices at the end that complete no triangle are dropped.
-std::vector<std::uint32_t> assembleTriangles(Topology topology, std::vector<std::uint32_t> indices);
+std::vector<std::uint32_t> assembleTriangles(int mode, std::vector<std::uint32_t> indices);
 
 // The parts of a mesh that can be shown; points and lines are left out with a warning. `materials.used` is noted for
 // each. Throws Error (the reason alone).

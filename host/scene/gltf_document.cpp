@@ -130,6 +130,13 @@ std::span<const std::uint8_t> viewBytes(const tinygltf::Model& model, int view) 
   return std::span(bytes).subspan(bufferView.byteOffset, bufferView.byteLength);
 }
 
+std::optional<int> extensionIndex(const tinygltf::ExtensionMap& extensions, const char* name, const char* key) {
+  const auto extension = extensions.find(name);
+  if (extension == extensions.end() || !extension->second.IsObject()) return std::nullopt;
+  const tinygltf::Value& index = extension->second.Get(key);
+  return index.IsInt() ? std::optional(index.GetNumberAsInt()) : std::nullopt;
+}
+
 float toFloat(double number) {
   const auto limit = static_cast<double>(kLargestNumber);
   return static_cast<float>(std::clamp(number, -limit, limit));

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -32,6 +33,9 @@ std::filesystem::path resolveReference(const std::filesystem::path& folder, cons
 
 // The bytes of a buffer view, known to lie inside its buffer; borrowed from `model`. Throws Error (the reason alone).
 std::span<const std::uint8_t> viewBytes(const tinygltf::Model& model, int view);
+
+// The whole number under `key` in the extension `name`, where there is one.
+std::optional<int> extensionIndex(const tinygltf::ExtensionMap& extensions, const char* name, const char* key);
 
 // A number of the document's JSON as a float that can be computed with: beyond kLargestNumber it becomes that.
 float toFloat(double number);

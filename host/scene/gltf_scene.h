@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -20,7 +19,7 @@ struct Instance {
   int skin = -1;  // its joints place the part instead of the node
   std::shared_ptr<const MeshPart> part;
   std::shared_ptr<const std::vector<glm::mat4>> placements;  // within the node; without meaning when it has a skin
-  std::shared_ptr<const Geometry> rigid;  // the geometry of all moments; null when it deforms from one to the next
+  std::shared_ptr<const Geometry> rigid;                     // the same in all snapshots; null when it deforms
 };
 
 // Everything that a scene is posed from; free of the document that it came from.
@@ -30,33 +29,13 @@ struct SceneParts {
   std::vector<bool> moved;  // of each node, whether animation moves it or one above it
   std::vector<Skin> skins;
   std::vector<Instance> instances;
-  std::vector<SceneCamera> cameras;
-  std::vector<SceneLight> lights;
+  std::vector<CameraNode> cameras;
+  std::vector<LightNode> lights;
   std::vector<Material> materials;
   std::vector<std::string> warnings;
 };
 
-class GltfScene : public Scene {
- public:
-  explicit GltfScene(SceneParts parts);
-
-  const std::vector<CameraInfo>& cameras() const override { return cameras_; }
-  const std::vector<Material>& materials() const override { return parts_.materials; }
-  const std::vector<std::string>& warnings() const override { return parts_.warnings; }
-  double duration() const override { return duration_; }
-  Snapshot at(double seconds) const override;
-
- private:
-  struct Posed;
-  Posed pose(double seconds) const;
-  static std::span<const float> weightsOf(const Instance& instance, const Posed& posed);
-  std::shared_ptr<const Geometry> deformed(const Instance& instance, const Posed& posed) const;
-  void freezeRigidGeometry();
-
-  SceneParts parts_;
-  std::vector<CameraInfo> cameras_;
-  std::vector<Pose> rest_;  // of every node
-  double duration_ = 0.0;
-};
+// The scene that is posed from them, at any second.
+std::shared_ptr<const Scene> makeScene(SceneParts parts);
 
 }  // namespace quillmere::scene

@@ -29,20 +29,12 @@ Light importLight(const tinygltf::Light& from, Light::Kind kind) {
   return light;
 }
 
-// -1 when the node holds none.
-int lightOf(const tinygltf::Node& node) {
-  const auto extension = node.extensions.find("KHR_lights_punctual");
-  if (extension == node.extensions.end()) return -1;
-  const tinygltf::Value& index = extension->second.Get("light");
-  return index.IsInt() ? index.GetNumberAsInt() : -1;
-}
-
 }  // namespace
 
-std::vector<SceneLight> importLights(GltfDocument& document, const NodeGraph& graph) {
-  std::vector<SceneLight> lights;
+std::vector<LightNode> importLights(GltfDocument& document, const NodeGraph& graph) {
+  std::vector<LightNode> lights;
   for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
-    const int index = lightOf(document.model.nodes[i]);
+    const int index = extensionIndex(document.model.nodes[i].extensions, "KHR_lights_punctual", "light").value_or(-1);
     if (index < 0 || !graph.nodes[i].shown) continue;
     const auto& from = itemAt(document.model.lights, index, "light");
     const auto kind = kindNamed(from.type);
@@ -54,7 +46,7 @@ std::vector<SceneLight> importLights(GltfDocument& document, const NodeGraph& gr
   return lights;
 }
 
-Light placedLight(const Light& light, const glm::mat4& toWorld) {
+Light lightInWorld(const Light& light, const glm::mat4& toWorld) {
   Light placed = light;
   placed.position = glm::vec3(toWorld[3]);
   placed.direction = unitOr(-glm::vec3(toWorld[2]), light.direction);

@@ -9,15 +9,15 @@
 namespace quillmere::scene {
 
 // A node that holds a punctual light (KHR_lights_punctual).
-struct SceneLight {
+struct LightNode {
   int node = 0;
   Light light;  // in the node's own space
 };
 
 // Lights of the shown nodes. Throws Error (the reason alone).
-std::vector<SceneLight> importLights(GltfDocument& document, const NodeGraph& graph);
+std::vector<LightNode> importLights(GltfDocument& document, const NodeGraph& graph);
 
 // The light at its place in the world; scale changes neither its range nor its brightness.
-Light placedLight(const Light& light, const glm::mat4& toWorld);
+Light lightInWorld(const Light& light, const glm::mat4& toWorld);
 
 }  // namespace quillmere::scene

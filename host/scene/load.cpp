@@ -162,7 +162,7 @@ std::shared_ptr<const Scene> import(const std::filesystem::path& file) {
   loadTextures(document, materials);
   parts.materials = std::move(materials.materials);
   parts.warnings = document.warnings.sentences();
-  return std::make_shared<const GltfScene>(std::move(parts));
+  return makeScene(std::move(parts));
 }
 
 }  // namespace

@@ -36,12 +36,10 @@ glm::mat3 transformOf(const tinygltf::Value& extension) {
 UvMapping uvMappingOf(const tinygltf::TextureInfo& texture) {
   UvMapping mapping;
   if (texture.index < 0) return mapping;
-  mapping.set = texture.texCoord;
+  mapping.set = extensionIndex(texture.extensions, kTextureTransform, "texCoord").value_or(texture.texCoord);
   const auto extension = texture.extensions.find(kTextureTransform);
   if (extension == texture.extensions.end()) return mapping;
   mapping.transform = transformOf(extension->second);
-  const tinygltf::Value& set = extension->second.Get("texCoord");
-  if (set.IsInt()) mapping.set = set.GetNumberAsInt();
   return mapping;
 }
 
@@ -77,11 +75,7 @@ std::string_view asText(std::span<const std::uint8_t> bytes) {
 
 // The WebP extension puts its image beside the one for readers that don't know WebP.
 int sourceOf(const tinygltf::Texture& texture) {
-  const auto webp = texture.extensions.find("EXT_texture_webp");
-  if (webp != texture.extensions.end() && webp->second.Get("source").IsInt()) {
-    return webp->second.Get("source").GetNumberAsInt();
-  }
-  return texture.source;
+  return extensionIndex(texture.extensions, "EXT_texture_webp", "source").value_or(texture.source);
 }
 
 void setWrapping(Material& material, const tinygltf::Sampler& sampler) {
@@ -98,17 +92,62 @@ class TextureLoader {
   explicit TextureLoader(GltfDocument& document) : document_(document) {}  // borrowed
 
   // Sets the image, wrapping and filter of `texture`. What can't be decoded leaves the material without an image and
-  // adds a warning. Throws Error (the reason alone) for indices that do not exist and when the pictures need more than
-  // 2 GiB in sum.
-  void loadInto(Material& material, int texture);
+  // adds a warning. Throws Error (the reason alone) for indices that do not exist.
+  void loadInto(Material& material, int index) {
+    const tinygltf::Texture& texture = itemAt(document_.model.textures, index, "texture");
+    if (texture.sampler >= 0) setWrapping(material, itemAt(document_.model.samplers, texture.sampler, "sampler"));
+    const int source = sourceOf(texture);
+    if (source < 0) {
+      document_.warnings.add("material '" + material.name +
+                             "' is shown without its texture: its format is not supported");
+      return;
+    }
+    try {
+      material.texture = picture(source);
+    } catch (const Error& error) {
+      document_.warnings.add("material '" + material.name + "' is shown without its texture: " + error.what());
+    }
+  }
 
  private:
   using Picture = std::shared_ptr<const image::Image>;
-  Picture picture(int image);
-  Picture decoded(std::string_view bytes, const std::string& name);
-  const std::vector<std::uint8_t>& fileOf(const tinygltf::Image& image);
 
-  GltfDocument& document_;
+  Picture picture(int index) {
+    const tinygltf::Image& image = itemAt(document_.model.images, index, "image");
+    const std::string name = image.uri.empty() ? "image " + std::to_string(index) : excerpt(image.uri);
+    const auto& embedded = document_.embeddedImages[static_cast<std::size_t>(index)];
+    if (!embedded.empty()) return decoded(asText(embedded), name);
+    if (image.bufferView >= 0) return decoded(asText(viewBytes(document_.model, image.bufferView)), name);
+    return decoded(asText(fileOf(image)), name);
+  }
+
+  // A picture that is missing or out of reach is a picture that can't be shown: the scene is worth loading without it.
+  const std::vector<std::uint8_t>& fileOf(const tinygltf::Image& image) {
+    try {
+      const auto path = resolveReference(document_.folder, image.uri);
+      auto known = files_.find(path);
+      if (known == files_.end()) known = files_.emplace(path, readBytes(path, kMostFileBytes)).first;
+      return known->second;
+    } catch (const Error& error) {
+      throw Error("the picture '" + excerpt(image.uri) + "' can't be read: " + error.what());
+    }
+  }
+
+  Picture decoded(std::string_view bytes, const std::string& name) {
+    const auto known = pictures_.find(bytes);
+    if (known != pictures_.end()) return known->second;
+    const image::Image picture =
+        image::decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, name);
+    const std::uint64_t size =
+        std::uint64_t{4} * static_cast<std::uint64_t>(picture.width()) * static_cast<std::uint64_t>(picture.height());
+    if (size > bytesLeft_) throw Error("its textures need more than 2 GiB");
+    bytesLeft_ -= size;
+    auto shared =
+        std::make_shared<const image::Image>(image::withChannels(image::convert(picture, image::Sample::Byte), 4));
+    pictures_.emplace(bytes, shared);
+    return shared;
+  }
+
   // Files of different lengths can't be the same, however much they have in common.
   struct ShorterFirst {
     bool operator()(std::string_view a, std::string_view b) const {
@@ -116,61 +155,11 @@ class TextureLoader {
     }
   };
 
+  GltfDocument& document_;
   std::map<std::filesystem::path, std::vector<std::uint8_t>> files_;  // read from disk; `pictures_` views them
   std::map<std::string_view, Picture, ShorterFirst> pictures_;        // by the bytes of the encoded file
-  std::uint64_t bytesLeft_ = std::uint64_t{2} << 30U;
+  std::uint64_t bytesLeft_ = std::uint64_t{2} << 30U;                 // of all pictures together, as RGBA
 };
-
-void TextureLoader::loadInto(Material& material, int index) {
-  const tinygltf::Texture& texture = itemAt(document_.model.textures, index, "texture");
-  if (texture.sampler >= 0) setWrapping(material, itemAt(document_.model.samplers, texture.sampler, "sampler"));
-  const int source = sourceOf(texture);
-  if (source < 0) {
-    document_.warnings.add("material '" + material.name +
-                           "' is shown without its texture: its format is not supported");
-    return;
-  }
-  try {
-    material.texture = picture(source);
-  } catch (const Error& error) {
-    document_.warnings.add("material '" + material.name + "' is shown without its texture: " + error.what());
-  }
-}
-
-TextureLoader::Picture TextureLoader::picture(int index) {
-  const tinygltf::Image& image = itemAt(document_.model.images, index, "image");
-  const std::string name = image.uri.empty() ? "image " + std::to_string(index) : excerpt(image.uri);
-  const auto& embedded = document_.embeddedImages[static_cast<std::size_t>(index)];
-  if (!embedded.empty()) return decoded(asText(embedded), name);
-  if (image.bufferView >= 0) return decoded(asText(viewBytes(document_.model, image.bufferView)), name);
-  return decoded(asText(fileOf(image)), name);
-}
-
-// A picture that is missing or out of reach is a picture that can't be shown: the scene is worth loading without it.
-const std::vector<std::uint8_t>& TextureLoader::fileOf(const tinygltf::Image& image) {
-  try {
-    const auto path = resolveReference(document_.folder, image.uri);
-    auto known = files_.find(path);
-    if (known == files_.end()) known = files_.emplace(path, readBytes(path, kMostFileBytes)).first;
-    return known->second;
-  } catch (const Error& error) {
-    throw Error("the picture '" + excerpt(image.uri) + "' can't be read: " + error.what());
-  }
-}
-
-TextureLoader::Picture TextureLoader::decoded(std::string_view bytes, const std::string& name) {
-  const auto known = pictures_.find(bytes);
-  if (known != pictures_.end()) return known->second;
-  const image::Image picture = image::decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, name);
-  const std::uint64_t size =
-      std::uint64_t{4} * static_cast<std::uint64_t>(picture.width()) * static_cast<std::uint64_t>(picture.height());
-  if (size > bytesLeft_) throw Error("its textures need more than 2 GiB");
-  bytesLeft_ -= size;
-  auto shared =
-      std::make_shared<const image::Image>(image::withChannels(image::convert(picture, image::Sample::Byte), 4));
-  pictures_.emplace(bytes, shared);
-  return shared;
-}
 
 }  // namespace
 

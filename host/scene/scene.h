@@ -41,8 +41,8 @@ struct Geometry {
   std::vector<std::uint32_t> indices;
 };
 
-// One geometry at one place at one moment. `geometry` is shared by instances and, where nothing deforms it, by moments,
-// so its address may serve as the key of a cache for as long as the pointer is held.
+// One geometry at one place. `geometry` is shared by instances and, where nothing deforms it, by snapshots, so its
+// address may serve as the key of a cache for as long as the pointer is held.
 struct Surface {
   std::shared_ptr<const Geometry> geometry;
   glm::mat4 toWorld{1.0F};  // finite and invertible, but possibly mirroring; what can't be inverted is left out
@@ -58,7 +58,6 @@ struct Light {
   float innerCone = 0.0F, outerCone = 0.785398F;  // radians from the axis
 };
 
-// A camera at one moment.
 struct Camera {
   glm::mat4 toWorld{1.0F};  // rotation and translation only
   bool orthographic = false;
@@ -69,6 +68,7 @@ struct Camera {
   // The width follows from the aspect ratio of the picture that is drawn, not from the camera.
 };
 
+// The scene at one second.
 struct Snapshot {
   std::vector<Surface> surfaces;
   std::vector<Light> lights;

@@ -68,10 +68,11 @@ TEST(Animation, MovesNodesAndWhatHangsOnThem) {
   for (const auto& [seconds, expected] : std::vector<std::pair<double, glm::vec3>>{
            {0.0, {2, 0, 0}}, {0.5, {7, 0, 0}}, {1.5, {8, 0, 3}}, {7.0, {8, 0, 6}}}) {
     SCOPED_TRACE(seconds);
-    const Snapshot moment = scene->at(seconds);
-    ASSERT_EQ(moment.surfaces.size(), 1U);
-    EXPECT_LT(glm::distance(glm::vec3(moment.surfaces[0].toWorld * tip), expected), 1e-4F);
-    EXPECT_EQ(moment.surfaces[0].geometry, scene->at(0).surfaces[0].geometry) << "rigid geometry is shared by moments";
+    const Snapshot snapshot = scene->at(seconds);
+    ASSERT_EQ(snapshot.surfaces.size(), 1U);
+    EXPECT_LT(glm::distance(glm::vec3(snapshot.surfaces[0].toWorld * tip), expected), 1e-4F);
+    EXPECT_EQ(snapshot.surfaces[0].geometry, scene->at(0).surfaces[0].geometry)
+        << "rigid geometry is shared by snapshots";
   }
 }
 

@@ -50,13 +50,13 @@ TEST(Cameras, KeepTheirLensAndFollowTheirNodeWithoutItsScale) {
   EXPECT_TRUE(scene->cameras()[0].animated);
   EXPECT_FALSE(scene->cameras()[1].animated);
   EXPECT_TRUE(scene->cameras()[1].orthographic);
-  const Snapshot moment = scene->at(1);
-  EXPECT_FLOAT_EQ(moment.cameras[0].yfov, 0.7F);
-  EXPECT_FALSE(moment.cameras[0].zfar.has_value());
-  EXPECT_FLOAT_EQ(moment.cameras[1].ymag, 3);
-  EXPECT_FLOAT_EQ(moment.cameras[1].zfar.value_or(0), 50);
-  EXPECT_EQ(glm::vec3(moment.cameras[0].toWorld[3]), glm::vec3(1, 2, 8));
-  for (const Camera& view : moment.cameras) EXPECT_NEAR(glm::determinant(glm::mat3(view.toWorld)), 1.0F, 1e-5F);
+  const Snapshot snapshot = scene->at(1);
+  EXPECT_FLOAT_EQ(snapshot.cameras[0].yfov, 0.7F);
+  EXPECT_FALSE(snapshot.cameras[0].zfar.has_value());
+  EXPECT_FLOAT_EQ(snapshot.cameras[1].ymag, 3);
+  EXPECT_FLOAT_EQ(snapshot.cameras[1].zfar.value_or(0), 50);
+  EXPECT_EQ(glm::vec3(snapshot.cameras[0].toWorld[3]), glm::vec3(1, 2, 8));
+  for (const Camera& view : snapshot.cameras) EXPECT_NEAR(glm::determinant(glm::mat3(view.toWorld)), 1.0F, 1e-5F);
 }
 
 TEST(Cameras, OutOfRangeLensesAreReplacedWithAWarning) {

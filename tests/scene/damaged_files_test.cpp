@@ -17,11 +17,11 @@ bool isSound(glm::vec3 v) {
 }
 
 void expectSound(const Scene& scene, double seconds) {
-  const Snapshot moment = scene.at(seconds);
-  for (const Camera& view : moment.cameras) {
+  const Snapshot snapshot = scene.at(seconds);
+  for (const Camera& view : snapshot.cameras) {
     for (glm::length_t axis = 0; axis < 3; ++axis) ASSERT_NEAR(glm::length(view.toWorld[axis]), 1.0F, 1e-3F);
   }
-  for (const Surface& surface : moment.surfaces) {
+  for (const Surface& surface : snapshot.surfaces) {
     const Geometry& geometry = *surface.geometry;
     const std::size_t vertices = geometry.positions.size();
     ASSERT_LT(static_cast<std::size_t>(surface.material), scene.materials().size());

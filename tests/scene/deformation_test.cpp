@@ -48,11 +48,11 @@ TEST(Morphing, TakesFixedWeightsFromTheNodeElseFromTheMesh) {
   builder.addNode({{"mesh", 0}, {"weights", {0, 3}}});
   builder.addNode({{"mesh", 0}, {"weights", {1e300, 0}}});
   const auto scene = builder.load();
-  const Snapshot moment = scene->at(0);
-  EXPECT_EQ(moment.surfaces.at(static_cast<std::size_t>(plain)).geometry->positions[1], glm::vec3(1, 1, 0));
-  EXPECT_EQ(moment.surfaces.at(1).geometry->positions[1], glm::vec3(1, 0, 3));
-  EXPECT_TRUE(glm::all(glm::lessThanEqual(moment.surfaces.at(2).geometry->positions[1], glm::vec3(1e9F))));
-  EXPECT_EQ(moment.surfaces[1].geometry, scene->at(9).surfaces[1].geometry) << "nothing deforms it";
+  const Snapshot snapshot = scene->at(0);
+  EXPECT_EQ(snapshot.surfaces.at(static_cast<std::size_t>(plain)).geometry->positions[1], glm::vec3(1, 1, 0));
+  EXPECT_EQ(snapshot.surfaces.at(1).geometry->positions[1], glm::vec3(1, 0, 3));
+  EXPECT_TRUE(glm::all(glm::lessThanEqual(snapshot.surfaces.at(2).geometry->positions[1], glm::vec3(1e9F))));
+  EXPECT_EQ(snapshot.surfaces[1].geometry, scene->at(9).surfaces[1].geometry) << "nothing deforms it";
 }
 
 // The triangle hangs on two joints; the second vertex follows the second joint.
@@ -91,6 +91,20 @@ TEST(Skinning, MovesVerticesByTheirJointsAlone) {
   EXPECT_LT(glm::distance(surface.geometry->positions[1], glm::vec3(1, 4, 0)), 1e-4F);
   EXPECT_EQ(surface.geometry->positions[2], glm::vec3(0, 1, -1)) << "without weights it follows its first joint";
   EXPECT_LT(glm::distance(surface.geometry->normals[1], glm::vec3(0, 0, -1)), 1e-4F);
+}
+
+TEST(Skinning, TurnsNormalsAsItsJointsTurnPlanes) {
+  // The scale of the joint and where the normal 0, 0.6, 0.8 points to.
+  const std::pair<std::vector<int>, glm::vec3> rows[] = {{{1, 2, 1}, {0, 0.3F, 0.8F}}, {{1, 1, -1}, {0, 0.6F, -0.8F}}};
+  for (const auto& [scale, expected] : rows) {
+    GltfBuilder builder;
+    const int joint = showSkinned(builder, 1);
+    builder.json["nodes"][joint]["scale"] = scale;
+    builder.json["meshes"][0]["primitives"][0]["attributes"]["NORMAL"] =
+        builder.accessor<float>({0, 0.6F, 0.8F, 0, 0.6F, 0.8F, 0, 0.6F, 0.8F}, "VEC3");
+    const glm::vec3 normal = builder.load()->at(0).surfaces.at(0).geometry->normals.at(1);
+    EXPECT_LT(glm::distance(normal, glm::normalize(expected)), 1e-5F) << testing::PrintToString(scale);
+  }
 }
 
 TEST(Skinning, RefusesJointsThatAreNotThere) {

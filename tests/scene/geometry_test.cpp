@@ -12,11 +12,11 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-TEST(TriangleAssembly, KeepsTheWindingOfEachTopology) {
-  EXPECT_THAT(assembleTriangles(Topology::Triangles, {0, 1, 2, 3, 4}), ElementsAre(0, 1, 2));
-  EXPECT_THAT(assembleTriangles(Topology::Strip, {5, 6, 7, 8, 9}), ElementsAre(5, 6, 7, 6, 8, 7, 7, 8, 9));
-  EXPECT_THAT(assembleTriangles(Topology::Fan, {5, 6, 7, 8}), ElementsAre(6, 7, 5, 7, 8, 5));
-  EXPECT_THAT(assembleTriangles(Topology::Strip, {1, 2}), IsEmpty());
+TEST(TriangleAssembly, KeepsTheWindingOfEachMode) {
+  EXPECT_THAT(assembleTriangles(TINYGLTF_MODE_TRIANGLES, {0, 1, 2, 3, 4}), ElementsAre(0, 1, 2));
+  EXPECT_THAT(assembleTriangles(TINYGLTF_MODE_TRIANGLE_STRIP, {5, 6, 7, 8, 9}), ElementsAre(5, 6, 7, 6, 8, 7, 7, 8, 9));
+  EXPECT_THAT(assembleTriangles(TINYGLTF_MODE_TRIANGLE_FAN, {5, 6, 7, 8}), ElementsAre(6, 7, 5, 7, 8, 5));
+  EXPECT_THAT(assembleTriangles(TINYGLTF_MODE_TRIANGLE_STRIP, {1, 2}), IsEmpty());
 }
 
 TEST(Geometry, IsSharedByTheNodesThatShowIt) {
@@ -26,12 +26,12 @@ TEST(Geometry, IsSharedByTheNodesThatShowIt) {
   builder.addNode({{"mesh", 0}, {"scale", {0, 0, 0}}});
   builder.addNode({{"mesh", 0}, {"matrix", {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}}});
   builder.json["nodes"][first]["translation"] = {1e30, 0, 0};
-  const Snapshot moment = builder.load()->at(0);
-  ASSERT_EQ(moment.surfaces.size(), 3U) << "a matrix that can't be inverted leaves nothing to trace";
-  EXPECT_EQ(moment.surfaces[0].geometry, moment.surfaces[1].geometry);
-  EXPECT_EQ(moment.surfaces[0].toWorld[3].x, 1e9F);
-  EXPECT_LT(glm::determinant(moment.surfaces[1].toWorld), 0.0F);
-  for (const Surface& surface : moment.surfaces) EXPECT_NE(glm::determinant(surface.toWorld), 0.0F);
+  const Snapshot snapshot = builder.load()->at(0);
+  ASSERT_EQ(snapshot.surfaces.size(), 3U) << "a matrix that can't be inverted leaves nothing to trace";
+  EXPECT_EQ(snapshot.surfaces[0].geometry, snapshot.surfaces[1].geometry);
+  EXPECT_EQ(snapshot.surfaces[0].toWorld[3].x, 1e9F);
+  EXPECT_LT(glm::determinant(snapshot.surfaces[1].toWorld), 0.0F);
+  for (const Surface& surface : snapshot.surfaces) EXPECT_NE(glm::determinant(surface.toWorld), 0.0F);
 }
 
 TEST(Geometry, ReadsEveryAttributeInItsQuantizedForms) {
@@ -96,9 +96,9 @@ TEST(Geometry, StandsWhereGpuInstancesPutIt) {
   auto& attributes = builder.json["nodes"][node]["extensions"]["EXT_mesh_gpu_instancing"]["attributes"];
   attributes["TRANSLATION"] = builder.accessor<float>({1, 0, 0, 2, 0, 0}, "VEC3");
   attributes["SCALE"] = builder.accessor<float>({1, 1, 1, 5, 5, 5}, "VEC3");
-  const Snapshot moment = builder.load()->at(0);
-  ASSERT_EQ(moment.surfaces.size(), 2U);
-  EXPECT_EQ(moment.surfaces[1].toWorld * glm::vec4(1, 0, 0, 1), glm::vec4(107, 0, 0, 1));
+  const Snapshot snapshot = builder.load()->at(0);
+  ASSERT_EQ(snapshot.surfaces.size(), 2U);
+  EXPECT_EQ(snapshot.surfaces[1].toWorld * glm::vec4(1, 0, 0, 1), glm::vec4(107, 0, 0, 1));
   attributes["SCALE"] = builder.accessor<float>({1, 1, 1}, "VEC3");
   EXPECT_THAT(builder.refusal(), HasSubstr("unequal numbers"));
 }

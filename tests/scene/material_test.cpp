@@ -46,13 +46,13 @@ TEST(Materials, KeepFactorsModesAndSides) {
   builder.show(primitive);
   builder.show(builder.triangle());
   const auto scene = builder.load();
-  const Snapshot moment = scene->at(0);
-  const Material& lamp = scene->materials()[static_cast<std::size_t>(moment.surfaces[0].material)];
+  const Snapshot snapshot = scene->at(0);
+  const Material& lamp = scene->materials()[static_cast<std::size_t>(snapshot.surfaces[0].material)];
   EXPECT_EQ(lamp.baseColor, glm::vec4(0.1F, 0.2F, 1, 0.5F));
   EXPECT_EQ(lamp.alpha, Material::Alpha::Mask);
   EXPECT_TRUE(lamp.unlit && lamp.doubleSided);
   EXPECT_TRUE(warnsOf(*scene, "without their glow"));
-  const Material& none = scene->materials().at(static_cast<std::size_t>(moment.surfaces[1].material));
+  const Material& none = scene->materials().at(static_cast<std::size_t>(snapshot.surfaces[1].material));
   EXPECT_EQ(none.baseColor, glm::vec4(1.0F));
   EXPECT_FALSE(none.unlit);
 }

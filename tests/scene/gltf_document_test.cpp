@@ -1,9 +1,10 @@
+#include "scene/gltf_document.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "gltf_builder.h"
 #include "refusal.h"
-#include "scene/gltf_document.h"
 
 namespace quillmere::scene {
 namespace {
