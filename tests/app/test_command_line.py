@@ -1,6 +1,8 @@
 """What the command answers to its arguments: one line a case."""
 
+import json
 import re
+import shutil
 import subprocess
 
 from stage import Stage
@@ -75,6 +77,28 @@ class CommandLine(Stage):
                 self.assertEqual(done.returncode, status, done.stderr)
                 self.assertTrue(re.search(output, done.stdout, re.DOTALL), done.stdout)
                 self.assertTrue(re.search(errors, done.stderr, re.DOTALL), done.stderr)
+
+    def test_the_catalog_is_listed_as_the_effect_reads_it(self) -> None:
+        home = self.folder / "home"
+        plain = '{"workflows": [{"id": "ink", "name": "Ink", "on": true}, {"id": "caf\\u00e9", "name": "Caf\\u00e9"}]}'
+        for folder, state, expected in [
+            (".quillmere", plain, [("ink", "Ink"), ("caf\\u00e9", "Caf\\u00e9")]),
+            (".quillmere", '[{"id": "a/b", "name": "A"}, {"id": "c/d", "name": "C"}, {"id": "e", "name": "E"}]',
+             [("a/b", "A"), ("c/d", "C"), ("e", "E")]),
+            (".quillmere", '[{"id": "a", "name": "A"}, {"id": "c/d", "name": "C"}]', [("a", "A"), ("c/d", "C")]),
+            (".quillmere", '[{"id": "a", "name": "A {1}"}, {"id": "b", "name": "B"}]', [("a", "A {1}"), ("b", "B")]),
+            (".quillmere", '[{"id": "old", "id": "new", "name": "N"}, {"name": "no", "id": "no"}]', [("new", "N")]),
+            (".tallowcrest", plain, [("ink", "Ink"), ("caf\\u00e9", "Caf\\u00e9")]),
+        ]:
+            with self.subTest(state, folder=folder):
+                shutil.rmtree(home, ignore_errors=True)
+                (home / folder).mkdir(parents=True)
+                (home / folder / "state.json").write_text(state)
+                listed = json.loads(self.run_command("workflows", "--plugin", "plugin", "--json").stdout)
+                self.assertEqual([(one["id"], one["name"]) for one in listed], expected)
+                paths = [str(home / ".quillmere/workflows" / f"{id.split('/')[-1]}.json") for id, _ in expected]
+                self.assertEqual([one["path"] for one in listed], paths)
+                self.assertEqual([one["preferred"] for one in listed], [True] + [False] * (len(expected) - 1))
 
     def test_a_user_without_a_home_is_told_what_to_give(self) -> None:
         del self.env["HOME"], self.env["XDG_DATA_HOME"]

@@ -118,24 +118,20 @@ std::vector<Parameter> NodeParameters::panel() const {
 const Parameter& NodeParameters::find(int id) const {
   const auto found =
       std::find_if(all_.begin(), all_.end(), [id](const Parameter& parameter) { return parameter.id == id; });
-  if (found == all_.end()) refuseUnknown(std::to_string(id));
-  return *found;
+  return found == all_.end() ? find(std::to_string(id)) : *found;
 }
 
 const Parameter& NodeParameters::find(const std::string& nameOrId) const {
   std::vector<std::string> names;
+  std::string there;
   for (const Parameter& parameter : all_) {
-    if (std::to_string(parameter.id) == nameOrId) return parameter;
+    const std::string id = std::to_string(parameter.id);
+    if (id == nameOrId) return parameter;
     names.push_back(parameter.name);
+    there += "\n    " + id + " " + parameter.name;
   }
   if (const auto index = indexOfName(names, nameOrId)) return all_[*index];
-  refuseUnknown(nameOrId);
-}
-
-void NodeParameters::refuseUnknown(const std::string& wanted) const {
-  std::string there;
-  for (const Parameter& parameter : all_) there += "\n    " + std::to_string(parameter.id) + " " + parameter.name;
-  throw Failure(ExitStatus::Usage, "parameter '" + wanted + "'", "the effect has none of that ID or name",
+  throw Failure(ExitStatus::Usage, "parameter '" + nameOrId + "'", "the effect has none of that ID or name",
                 "its parameters:" + there);
 }
 

@@ -41,7 +41,6 @@ class NodeParameters {
  private:
   Parameter described(int id, const std::string& name) const;
   const host::DescriptionEntry* entryOf(int id) const;
-  [[noreturn]] void refuseUnknown(const std::string& wanted) const;
 
   host::Document& document_;
   cinema::BaseVideoPost& node_;

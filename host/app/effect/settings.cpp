@@ -23,25 +23,17 @@ constexpr std::size_t kLargest = 8U << 20U;  // bytes; a prompt has at most one 
 constexpr int kDeepest = 8;
 constexpr const char* kRemedy = "give a file that --save-settings has written";
 
-[[noreturn]] void refuse(const fs::path& file, const std::string& why, const std::string& remedy) {
-  throw Failure(ExitStatus::Failed, "settings '" + file.string() + "'", why, remedy);
+std::string titleOf(const fs::path& file) {
+  return "settings '" + file.string() + "'";
 }
 
-std::string contentOf(const fs::path& file) {
-  try {
-    return readText(file, kLargest);
-  } catch (const Error& error) {
-    refuse(file, error.what(), kRemedy);
-  }
+[[noreturn]] void refuse(const fs::path& file, const std::string& why, const std::string& remedy) {
+  throw Failure(ExitStatus::Failed, titleOf(file), why, remedy);
 }
 
 Json parsed(const fs::path& file) {
-  const std::string content = contentOf(file);
-  try {
-    return parsedJson(content, kDeepest);
-  } catch (const Error& error) {
-    refuse(file, error.what(), "write it anew with --save-settings");
-  }
+  const std::string content = readOrFail(titleOf(file), kRemedy, [&] { return readText(file, kLargest); });
+  return readOrFail(titleOf(file), "write it anew with --save-settings", [&] { return parsedJson(content, kDeepest); });
 }
 
 void checkHead(const fs::path& file, const Json& document) {

@@ -36,11 +36,10 @@ Reading read(std::string_view object, bool closes, StateEntry& entry) {
   std::vector<std::string_view> ids, names;
   for (std::size_t at = 0; at < parts.size(); ++at) {
     const bool quoted = at % 2 == 1;
-    if (quoted ? parts[at].ends_with('\\') : !isPlain(parts[at])) return Reading::Doubt;
+    if (!quoted && !isPlain(parts[at])) return Reading::Doubt;
     if (!quoted || !isColon(parts[at + 1])) continue;
     if (isColon(parts[at - 1])) return Reading::Doubt;  // key and value at once
     if (at + 2 >= parts.size() || parts[at + 2].empty()) continue;
-    if (parts[at] == "id" && !names.empty()) return Reading::Doubt;
     if (parts[at] == "id") ids.push_back(parts[at + 2]);
     if (parts[at] == "name" && !ids.empty()) names.push_back(parts[at + 2]);
   }

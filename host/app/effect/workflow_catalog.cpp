@@ -124,6 +124,7 @@ std::vector<Workflow> catalogOf(NodeParameters& node) {
   if (choices.empty()) return {};
   if (auto catalog = readBesides(node, choices)) return *std::move(catalog);
   std::vector<Workflow> catalog;
+  catalog.reserve(choices.size());
   for (const Parameter::Choice& choice : choices) catalog.push_back(asked(node, choice));
   return catalog;
 }

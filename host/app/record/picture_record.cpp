@@ -22,9 +22,7 @@ constexpr const char* kKeyword = "quillmere";
 constexpr std::size_t kLargest = 32U << 20U;  // bytes; as long as a text in a PNG may be
 constexpr int kDeepest = 100;
 
-[[noreturn]] void refuse(const std::string& what, const std::string& why) {
-  throw Failure(ExitStatus::Failed, what, why, "render the picture again, or give another");
-}
+constexpr const char* kRemedy = "render the picture again, or give another";
 
 std::string cameraOf(EffectSession& session) {
   const Json stored = session.node().stored(QUILLMERE_CAMERA);
@@ -37,19 +35,13 @@ fs::path sideFileOf(const fs::path& picture) {
   return picture.string() + ".json";
 }
 
-std::string contentOf(const fs::path& file, const std::string& what) {
-  try {
-    return readText(file, kLargest);
-  } catch (const Error& error) {
-    refuse(what, error.what());
-  }
-}
-
 // What others keep under the same keyword or file name has no version of our helper.
 Json checkedRecord(const std::string& content, const std::string& what) {
   Json record = parsedRecord(content, what);
   const auto version = record.find("helper_version");
-  if (version == record.end() || !version->is_string()) refuse(what, "it was not written by Quillmere's render helper");
+  if (version == record.end() || !version->is_string()) {
+    throw Failure(ExitStatus::Failed, what, "it was not written by Quillmere's render helper", kRemedy);
+  }
   return record;
 }
 
@@ -81,13 +73,11 @@ void tellStyle(const std::string& picture) {
 }
 
 Json parsedRecord(const std::string& content, const std::string& what) {
-  try {
+  return readOrFail(what, kRemedy, [&] {
     Json record = parsedJson(content, kDeepest);
     if (!record.is_object()) throw Error("it is no JSON object");
     return record;
-  } catch (const Error& error) {
-    refuse(what, error.what());
-  }
+  });
 }
 
 Json recordOf(const fs::path& picture) {
@@ -99,7 +89,7 @@ Json recordOf(const fs::path& picture) {
   std::error_code error;
   if (fs::is_regular_file(side, error)) {
     const std::string what = "side file '" + side.string() + "'";
-    return checkedRecord(contentOf(side, what), what);
+    return checkedRecord(readOrFail(what, kRemedy, [&] { return readText(side, kLargest); }), what);
   }
   throw Failure(
       ExitStatus::Failed, "picture " + name, "nothing tells what made it",

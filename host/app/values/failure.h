@@ -23,4 +23,14 @@ class Failure : public Error {
   std::string remedy_;
 };
 
+// What `read` returns; an Error of its, the reason alone, becomes the Failure of `what`.
+template <class Read>
+auto readOrFail(const std::string& what, const std::string& remedy, const Read& read) {
+  try {
+    return read();
+  } catch (const Error& error) {
+    throw Failure(ExitStatus::Failed, what, error.what(), remedy);
+  }
+}
+
 }  // namespace quillmere::app
