@@ -108,7 +108,7 @@ class Harbour:
         targets = [{"POSITION": self.glb.add_positions(sea.swell(mesh.points, phase))} for phase in (0, 0.25)]
         self.glb.document["meshes"][index]["primitives"][0]["targets"] = targets
         node = self.glb.add_node("Water", mesh=index)
-        # A travelling wave is cos(t) of one standing wave and sin(t) of another; splines follow both to a hair.
+        # A travelling wave is cos(t) of one standing wave and sin(t) of another; splines follow both closely.
         times, rows = [SECONDS * i / 16 for i in range(17)], []
         speed = 2 * math.pi / (SECONDS / 2)
         for t in times:

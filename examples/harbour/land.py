@@ -1,4 +1,4 @@
-"""The lie of the land: hill, headland, shore, far islands, trees, and the sky over them."""
+"""The land: hill, headland, shore, far islands, trees, and the sky over them."""
 
 from __future__ import annotations
 
@@ -20,7 +20,7 @@ def _lumps(x: float, z: float) -> float:
 
 
 def _headland(x: float, z: float) -> float:
-    """A rocky tongue on the left that reaches out to the lighthouse."""
+    """A rocky headland on the left that reaches out to the lighthouse."""
     spine = -43 + 0.010 * (z - 8) ** 2 * (1 if z > 8 else 0)
     across = abs(x - spine) / (11 - 4 * smooth(8, 36, z))
     along = smooth(-60, -10, z) * (1 - smooth(31, 42, z))

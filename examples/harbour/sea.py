@@ -1,4 +1,4 @@
-"""The water, and what floats, flies and flutters over it."""
+"""The water, and what floats on it or moves in the wind: boats, buoys, gulls, a pennant, the light's beam."""
 
 from __future__ import annotations
 

@@ -200,7 +200,7 @@ class _Handler(Answering):
             self.reply(class_info(rest))
         elif step == "queue":
             with comfy._lock:
-                self.reply({"queue_running": [comfy.running] if comfy.running else [], "queue_pending": comfy.pending})
+                self.reply({"queue_running": [comfy.running] if comfy.running else [], "queue_pending": comfy.pending[::-1]})
         elif step == "history":
             self.reply({job: entry for job, entry in comfy.history.items() if rest in ("", job)})
         elif step == "view":

@@ -26,6 +26,8 @@ class Renders(ComfyCase):
     def test_a_render_fetches_the_servers_picture_and_tells_what_made_it(self):
         told = {"scene": "city.glb", "prompt": "fög " * 50_000, "seed": "not ours"}
         self.environment["QUILLMERE_PROVENANCE_FILE"] = self.write("provenance.json", told)
+        self.write("beside.json", graph())
+        self.use({"backend": "comfyui", "graph": "beside.json"})
         response = self.assert_rendered()
         picture = (self.outputs / "shot_f3_1.png").read_bytes()
         self.assertEqual((response["first_output"], response["seed"]), (str(self.outputs / "shot_f3_1.png"), 5))
@@ -33,7 +35,7 @@ class Renders(ComfyCase):
         self.assertEqual(facts, json.loads((self.outputs / "shot_f3_1.png.json").read_text()))
         wanted = {**told, "seed": 5, "frame": 3, "width": 1000, "server_version": "0.3.64"}
         self.assertEqual({key: facts[key] for key in wanted}, wanted)
-        self.assertEqual(facts["workflow"], graph())
+        self.assertEqual(facts["workflow"], {"backend": "comfyui", "graph": graph()})
         nodes = {identifier: node["inputs"] for identifier, node in self.posted()[0].items()}
         self.assertEqual((nodes["2"]["text"], nodes["5"]["width"], nodes["5"]["height"]), ("a quiet street", 1000, 496))
         self.assertRegex(nodes["4"]["image"], "^quillmere/[0-9a-f]+/guide_[0-9a-f]+.png$")
@@ -82,11 +84,6 @@ class Renders(ComfyCase):
             self.assertEqual(process.wait(timeout=30), 0, process.stderr.read())
             pictures.append(Path(json.loads(response.read_text())["first_output"]).read_bytes())
         self.assertNotEqual(*map(pixels, pictures))
-
-    def test_a_picture_of_eight_megapixels_comes_whole(self):
-        self.server.picture = png(4000, 2000, bytes((1, 2, 3)))
-        picture = Path(self.assert_rendered()["first_output"]).read_bytes()
-        self.assertEqual(pixels(picture), pixels(self.server.picture))
 
 
 class Encrypted(ComfyCase):

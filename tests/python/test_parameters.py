@@ -55,5 +55,7 @@ class Seeds(unittest.TestCase):
     def test_frames_have_seeds_of_their_own_that_stay(self):
         seeds = [seed_for("frame", frame) for frame in range(-50, 50)]
         self.assertEqual(len(set(seeds)), 100)
+        apart = [bin(one ^ other).count("1") for one, other in zip(seeds, seeds[1:])]
+        self.assertGreater(min(apart), 10, "neighbouring frames have too many bits of their seeds in common")
         self.assertEqual(seeds, [seed_for("frame", frame) for frame in range(-50, 50)])
         self.assertTrue(all(0 <= seed <= LARGEST for seed in seeds))

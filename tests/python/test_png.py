@@ -74,6 +74,7 @@ class Png(unittest.TestCase):
         packed = b"k\0\1\0\0\0" + zlib.compress(b"packed")
         bomb = b"b\0\0" + zlib.compress(bytes(80 << 20), 9)
         body = chunk(b"zTXt", bomb) + chunk(b"iTXt", packed) + chunk(b"tEXt", b"none")
+        body += chunk(b"tEXt", b"k\0a later one")
         more = picture[:-12] + body + picture[-12:]
         self.assertEqual(texts(more), {"quillmere": "Zürich", "k": "packed"})
 

@@ -34,6 +34,7 @@ GARBAGE = (
     ("a prefix longer than a file name", {"output_prefix": "x" * 400}, "Filename Prefix"),
     ("an output directory that is a file", {"output_dir": str(HELPER)}, "Output Directory"),
     ("a missing workflow", {"workflow_path": "/nowhere/w.json"}, '"/nowhere/w.json": No such file'),
+    ("a backslash, which the effect cannot read back", {"workflow_path": "/no\\where"}, '"/no/where": No such file'),
     ("a workflow that is a folder", {"workflow_path": "/"}, "not a file"),
 )
 
