@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <glm/gtc/matrix_transform.hpp>
+
 #include "gltf_builder.h"
+#include "scene/mesh_deformation.h"
 
 namespace quillmere::scene {
 namespace {
@@ -91,6 +94,20 @@ TEST(Skinning, MovesVerticesByTheirJointsAlone) {
   EXPECT_LT(glm::distance(surface.geometry->positions[1], glm::vec3(1, 4, 0)), 1e-4F);
   EXPECT_EQ(surface.geometry->positions[2], glm::vec3(0, 1, -1)) << "without weights it follows its first joint";
   EXPECT_LT(glm::distance(surface.geometry->normals[1], glm::vec3(0, 0, -1)), 1e-4F);
+}
+
+TEST(Skinning, TurnsNormalsAsPlanesAreTurned) {
+  MeshPart part;
+  part.influenceSets = 1;
+  part.influences = {{glm::u16vec4(0), {1, 0, 0, 0}}};
+  Geometry slope;
+  slope.positions = {glm::vec3(0)};
+  slope.normals = {{0.6F, 0.8F, 0}};
+  for (const auto& [scale, expected] : std::vector<std::pair<glm::vec3, glm::vec3>>{
+           {{3, 1, 1}, {0.2F, 0.8F, 0}}, {{-1, 1, 1}, {-0.6F, 0.8F, 0}}, {{-1, 2, 5}, {-0.6F, 0.4F, 0}}}) {
+    const glm::mat4 joint = glm::scale(glm::mat4(1.0F), scale);
+    EXPECT_LT(glm::distance(skinned(part, slope, {&joint, 1}).normals[0], glm::normalize(expected)), 1e-5F);
+  }
 }
 
 TEST(Skinning, RefusesJointsThatAreNotThere) {
