@@ -21,6 +21,16 @@ TEST(UserBreak, IsSeenFromTheFirstSignalAndForgottenAfterwards) {
   EXPECT_EQ(now.sa_handler, SIG_DFL);
 }
 
+TEST(UserBreak, OfAHangUpThatIsIgnoredAsUnderNohupIsNotSeen) {
+  ::signal(SIGHUP, SIG_IGN);
+  {
+    const UserBreak userBreak([] {});
+    ::raise(SIGHUP);
+    EXPECT_FALSE(userBreak.seen());
+  }
+  EXPECT_EQ(::signal(SIGHUP, SIG_DFL), SIG_IGN);
+}
+
 TEST(UserBreak, TheSecondSignalHasItsLastWordsAndEndsWith130) {
   const auto breakTwice = [] {
     const UserBreak userBreak([] { std::fputs("words", stderr); });

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <glm/gtc/matrix_transform.hpp>
 #include <stdexcept>
 
@@ -63,25 +64,30 @@ TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
 }
 
 TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
-  auto scene = village();
+  const auto scene = village();
+  std::vector<scene::Surface>& surfaces = scene->now.surfaces;
+  const std::vector<scene::Surface> start = surfaces;
   Renderer kept(scene);
-  kept.pose(0.0);
-  const image::Image before = kept.drawQuick(kView, kWidth, kHeight);
-  const std::vector<scene::Surface> start = scene->now.surfaces;
-
-  scene->now.surfaces[4].toWorld[3].y += 1.0F;                 // one moves,
-  scene->now.surfaces[5].geometry = cube(1.4F);                // one deforms,
-  scene->now.surfaces.erase(scene->now.surfaces.begin() + 2);  // one goes
-  kept.pose(1.0);
-  Renderer fresh(scene);
-  fresh.pose(1.0);
-  const image::Image after = kept.drawQuick(kView, kWidth, kHeight);
-  EXPECT_TRUE(samePixels<std::uint8_t>(after, fresh.drawQuick(kView, kWidth, kHeight)));
-  EXPECT_FALSE(samePixels<std::uint8_t>(after, before));
-
-  scene->now.surfaces = start;
-  kept.pose(2.0);
-  EXPECT_TRUE(samePixels<std::uint8_t>(kept.drawQuick(kView, kWidth, kHeight), before));
+  image::Image before;
+  const std::vector<std::pair<const char*, std::function<void()>>> steps{
+      {"as it begins", [] {}},
+      {"one moves", [&] { surfaces[4].toWorld[3].y += 1; }},
+      {"it moves on", [&] { surfaces[4].toWorld[3].x += 1; }},
+      {"one deforms", [&] { surfaces[5].geometry = cube(1.4F); }},
+      {"one goes", [&] { surfaces.erase(surfaces.begin() + 2); }},
+      {"all are back", [&] { surfaces = start; }}};
+  double seconds = 0;
+  for (const auto& [name, change] : steps) {
+    SCOPED_TRACE(name);
+    change();
+    kept.pose(++seconds);
+    Renderer fresh(scene);
+    fresh.pose(0);
+    const image::Image after = kept.drawQuick(kView, kWidth, kHeight);
+    EXPECT_TRUE(samePixels<std::uint8_t>(after, fresh.drawQuick(kView, kWidth, kHeight)));
+    EXPECT_FALSE(samePixels<std::uint8_t>(after, before));
+    before = after;
+  }
 }
 
 TEST(Repeatability, AStoppedDrawingIsEmptyAndTheNextOneWhole) {

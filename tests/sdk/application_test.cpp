@@ -135,6 +135,7 @@ TEST(Application, TextsComeInTheChosenLanguageOrElseInEnglish) {
 TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
   std::ifstream entryless(QM_ENTRYLESS_MODULE, std::ios::binary);
   const std::string symbols = "enum\n{\n A = ,\n};", description = "CONTAINER VPprobe\n{\n GROUP X {}\n}";
+  const std::string refusing = "STRINGTABLE { IDS_PROBE \"Refusing\"; }";  // to start, after it has registered
   const struct {
     const char* file;
     std::optional<std::string> content;  // what it is damaged with; without any, the file is removed
@@ -149,6 +150,7 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
       {"res/c4d_symbols.h", symbols, "can't initialise", "c4d_symbols.h:3: "},
       {"res/description/vpprobe.res", description, "can't start", "vpprobe.res:3: 'X'"},
       {"res/description/vpprobe.res", {}, "can't start", "vpprobe.res: there is no such file"},
+      {"res/strings_en-US/c4d_strings.str", refusing, "can't start", "it gives no reason"},
   };
   Console console;
   TemporaryFolder written;

@@ -16,7 +16,7 @@ using cinema::VIDEOPOSTCALL;
 using cinema::VideoPostStruct;
 using Log = std::vector<std::string>;
 
-constexpr int kEarly = 1000001, kLate = 1000002, kOther = 1000003, kRefusing = 1000004;
+constexpr int kEarly = 1000001, kLate = 1000002, kOther = 1000003, kRefusing = 1000004, kTwin = 1000005;
 
 using Act = std::function<RENDERRESULT(VideoPostStruct& call)>;
 
@@ -52,7 +52,7 @@ class ScriptedEffect : public cinema::VideoPostData {
 struct FrameCalls : OpenScene {
   void SetUp() override {
     script = {};
-    for (const auto& [id, priority] : {std::pair{kEarly, 5}, {kLate, -1}, {kOther, 0}, {kRefusing, 0}}) {
+    for (const auto& [id, priority] : {std::pair{kEarly, 5}, {kLate, -1}, {kOther, 0}, {kRefusing, 0}, {kTwin, -1}}) {
       ASSERT_TRUE(cinema::RegisterVideoPostPlugin(id, cinema::String("Effect"), 0, ScriptedEffect::Alloc,
                                                   cinema::String(), 0, priority));
     }
@@ -65,13 +65,17 @@ TEST_F(FrameCalls, OpenAndCloseInPairsEarlierEffectsFirst) {
   document.addVideoPost(kLate);
   document.addVideoPost(kEarly);
   document.addVideoPost(kOther);
+  document.addVideoPost(kTwin);  // of the same priority as the first
   EXPECT_EQ(render().result, RENDERRESULT::OK);
-  EXPECT_EQ(script.calls, (Log{"1+1", "2+1", "1+2", "2+2", "1+3", "2+3", "1+4", "2+4", "1+5", "2+5",
-                               "1-5", "2-5", "1-4", "2-4", "1-3", "2-3", "1-2", "2-2", "1-1", "2-1"}));
+  Log expected;
+  for (const char* const level : {"+1", "+2", "+3", "+4", "+5", "-5", "-4", "-3", "-2", "-1"}) {
+    for (const char* const effect : {"1", "2", "5"}) expected.push_back(std::string(effect) + level);
+  }
+  EXPECT_EQ(script.calls, expected);
   script.calls.clear();
   api.GetActiveRenderData()->GetDataInstanceRef().SetInt32(RDATA_RENDERENGINE, RDATA_RENDERENGINE_PHYSICAL);
   render();
-  EXPECT_EQ(script.calls.size(), 30U);
+  EXPECT_EQ(script.calls.size(), 40U);
 }
 
 TEST_F(FrameCalls, AFailureOpensNothingMoreAndClosesWhatIsOpen) {

@@ -26,9 +26,10 @@ Bool PluginMessage(Int32 id, void* data) {
 }
 
 Bool PluginStart() {
-  GePrint("start " + GeLoadString(10000));
-  return RegisterVideoPostPlugin(kEffect, GeLoadString(10000), PLUGINFLAG_VIDEOPOST_ISRENDERER, Probe::Alloc,
-                                 "VPprobe"_s, 0, 0);
+  const String name = GeLoadString(10000);
+  GePrint("start " + name);
+  return RegisterVideoPostPlugin(kEffect, name, PLUGINFLAG_VIDEOPOST_ISRENDERER, Probe::Alloc, "VPprobe"_s, 0, 0) &&
+         name != "Refusing";
 }
 
 void PluginEnd() {
