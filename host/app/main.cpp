@@ -3,11 +3,13 @@
 
 #include "failure.h"
 #include "process/output.h"
+#include "process/signals.h"
 #include "run.h"
 
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;
   quillmere::app::openMissingStandardStreams();
+  quillmere::app::resetInheritedSignals();
   try {
     return static_cast<int>(quillmere::app::run(argc, argv));
   } catch (const quillmere::app::Failure& failure) {
