@@ -149,11 +149,21 @@ class Render(Stage):
         self.assertRegex(done.stderr, "another render.*\n.*--write-dir")
         self.assertEqual(self.render().returncode, 0)
 
-    def test_what_a_helper_leaves_running_ends_with_the_frame(self) -> None:
-        self.helper("(setsid sleep 60 &) ; answer")
-        done = self.render("--frames", "0-1")
-        self.assertEqual(done.returncode, 0, done.stderr)
-        self.assert_nothing_left()
+    def test_what_a_helper_leaves_running_serves_every_frame_until_one_fails_or_the_run_ends(self) -> None:
+        keep = """served=$(field output_dir)/served
+if ! kill -0 $(cat $served/process); then
+  mkdir -p $served
+  setsid sleep 60 >&- 2>&- & echo $! > $served/process; echo >> $served/starts
+fi
+"""
+        for fault, status, starts in (("", 0, 1), ("case $1 in *_1.json) exit 1;; esac\n", 1, 2)):
+            with self.subTest(fault):
+                self.helper(keep + fault + "answer")
+                folder = f"pictures{starts}"
+                done = self.render("--frames", "0-2", "--output-dir", folder)
+                self.assertEqual(done.returncode, status, done.stderr)
+                self.assertEqual((self.folder / folder / "served/starts").read_text(), "\n" * starts)
+                self.assert_nothing_left()
 
     def test_a_reader_that_goes_away_ends_the_render(self) -> None:
         self.helper("sleep 0.2; answer")

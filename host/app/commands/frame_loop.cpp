@@ -27,13 +27,18 @@ struct Outcome {
   std::string trouble;         // empty unless something failed
 };
 
-// Leaves no process behind that the frame has started, however it ends.
-host::Frame renderedAlone(host::Document& document, const std::function<bool()>& stop) {
-  struct Alone {
-    ~Alone() { endDescendants(kGrace); }
-  };
-  const Alone alone;
-  return host::renderFrame(document, stop);
+// Leaves no process behind that was started while this lived, however its block ends.
+struct Alone {
+  ~Alone() { endDescendants(kGrace); }
+};
+
+// A helper may keep a server for the frames that follow, but not one that a failure or a break may have left astray.
+void settleProcesses(const Outcome& outcome) {
+  if (outcome.file.empty()) {
+    endDescendants(kGrace);
+  } else {
+    reapEnded();
+  }
 }
 
 std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
@@ -59,7 +64,7 @@ std::string reasonNotTaken(const std::string& picture) {
 
 Outcome renderOne(host::Document& document, const NodeParameters& node, const std::filesystem::path& file,
                   FileFormat format, const std::function<bool()>& stop) {
-  const host::Frame frame = renderedAlone(document, stop);
+  const host::Frame frame = host::renderFrame(document, stop);
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
   const std::string generated = generatedPicture(node);
@@ -95,6 +100,7 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
 
 ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
                         const std::function<bool()>& stop) {
+  const Alone alone;
   ExitStatus status = ExitStatus::Done;
   for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
     const std::int32_t frame = plan.frames.at(index);
@@ -102,6 +108,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     document.setFrame(frame);
     const Clock::time_point begun = Clock::now();
     const Outcome outcome = renderOne(document, node, plan.output.fileFor(frame), plan.output.format(), stop);
+    settleProcesses(outcome);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
     if (outcome.trouble.empty()) continue;
     status = ExitStatus::Failed;

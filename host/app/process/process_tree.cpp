@@ -116,6 +116,10 @@ void killDescendants() {
   }
 }
 
+void reapEnded() {
+  reap();
+}
+
 void endDescendants(std::chrono::milliseconds grace) {
   if (reap() == Children::None) return;
   for (const pid_t process : descendants(::getpid())) ::kill(process, SIGTERM);
