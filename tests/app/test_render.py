@@ -5,6 +5,7 @@ import json
 import os
 import re
 import subprocess
+import sys
 
 from stage import Stage
 
@@ -204,6 +205,20 @@ class Doctor(Stage):
         self.assertEqual(states["write directory"][0], "broken")
         self.assertEqual(states["workflow Ink"], ("broken", "start the service"))
         self.assertIn("missing", states["workflow Gone"][1])
+
+    def test_what_the_shell_does_with_the_helper_is_tried(self) -> None:
+        under = ["unshare", "-rm", "bash", "-c", 'mount --bind "$0" "$(readlink -f /bin/sh)" && exec "$@"']
+        tried = subprocess.run(["/bin/sh", "-c", f"{sys.executable} -c 'import os; print(os.getppid())'"], capture_output=True).stdout
+        shells = [(["env"], "ok", "becomes" if int(tried) == os.getpid() else "stays between")]
+        if subprocess.run([*under, "/bin/bash", "true"], capture_output=True).returncode == 0:
+            shells += [([*under, "/bin/bash"], "ok", "becomes"), ([*under, "/bin/false"], "broken", "does not run")]
+        for shell, state, detail in shells:
+            with self.subTest(shell[-1]):
+                doctor = [*shell, *self.command("doctor", "--plugin", "plugin", "--write-dir", "write", "--json")]
+                done = subprocess.run(doctor, cwd=self.folder, env=self.env, capture_output=True, timeout=60)
+                found = next(check for check in json.loads(done.stdout) if check["check"] == "shell")
+                self.assertEqual(found["state"], state)
+                self.assertRegex(found["detail"], detail)
 
     def test_the_real_helper_passes_or_says_what_to_install(self) -> None:
         self.env["PATH"] = os.environ["PATH"]

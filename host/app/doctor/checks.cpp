@@ -48,6 +48,25 @@ Finding helper(const PluginFolder& plugin) {
   return {"render helper", State::Broken, "'" + file + "' is missing", "put the plug-in's python folder back"};
 }
 
+// How the shell runs a command line like the effect's: the inner one tells whose child it is.
+Finding shell() {
+  const std::string subject = "shell";
+  const ChildResult told = runChild({"/bin/sh", "-c", "/bin/sh -c 'echo $PPID'"}, std::chrono::seconds(20));
+  if (told.end != ChildResult::End::Exited || told.status != 0) {
+    return {subject, State::Broken, "/bin/sh does not run commands" + (told.errors.empty() ? "" : ": " + told.errors),
+            "install a shell there; the effect starts its helper with it"};
+  }
+  if (firstLine(told.output) == std::to_string(::getpid())) {
+    return {subject, State::Ok, "/bin/sh becomes the helper, so the effect's signal 15 reaches it", {}};
+  }
+  return {
+      subject,
+      State::Ok,
+      "/bin/sh stays between the effect and the helper, so signal 15 ends the shell only; a helper of your own must "
+      "look after its parents, see docs/exchange-files.md",
+      {}};
+}
+
 Finding writeFolder(const fs::path& folder) {
   const std::string subject = "write directory";
   std::error_code error;
@@ -90,7 +109,7 @@ void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& pl
 }  // namespace
 
 std::vector<Finding> examine(const PluginFolder& plugin, const fs::path& writeDirectory) {
-  std::vector<Finding> findings{python(), helper(plugin)};
+  std::vector<Finding> findings{python(), helper(plugin), shell()};
   const bool helperRuns = findings[0].state == State::Ok && findings[1].state == State::Ok;
   const auto catalog = module(plugin, writeDirectory, findings);
   findings.push_back(writeFolder(writeDirectory));
