@@ -4,6 +4,7 @@
 
 #include "effect/frame_file.h"
 #include "effect/parameter_ids.h"
+#include "files/exchange_files.h"
 #include "image/file_formats.h"
 #include "process/process_tree.h"
 #include "provenance/picture_record.h"
@@ -62,8 +63,12 @@ std::string reasonNotTaken(const std::string& picture) {
   return "the helper's picture '" + picture + "' is not in the frame; render it again";
 }
 
-Outcome renderOne(host::Document& document, const NodeParameters& node, const std::filesystem::path& file,
-                  FileFormat format, const std::function<bool()>& stop) {
+Outcome renderOne(host::Document& document, const NodeParameters& node, const FramePlan& plan, std::int32_t number,
+                  const std::function<bool()>& stop) {
+  if (const auto obstacle = obstacleForFrame(plan.writeDirectory, number)) {
+    return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
+  }
+  const std::filesystem::path file = plan.output.fileFor(number);
   const host::Frame frame = host::renderFrame(document, stop);
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
@@ -72,16 +77,11 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const st
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
   }
   try {
-    writeFrame(file, format, frame.picture, generated.empty() ? "" : recordTextOf(generated));
+    writeFrame(file, plan.output.format(), frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
   } catch (const image::Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};
   }
-}
-
-// The guide that the effect leaves for its helper.
-std::filesystem::path guideFile(const FramePlan& plan, std::int32_t frame) {
-  return plan.writeDirectory / "quillmere" / "c4d" / "runtime" / ("reference_" + std::to_string(frame) + ".png");
 }
 
 FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const FramePlan& plan, std::int32_t frame,
@@ -92,7 +92,7 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
           .output = outcome.file.string(),
           .seconds = std::chrono::duration<double>(taken).count(),
           .parameters = node.stored(),
-          .guide = generated ? guideFile(plan, frame).string() : "",
+          .guide = generated ? guideFile(plan.writeDirectory, frame).string() : "",
           .picture = generated ? generatedPicture(node) : ""};
 }
 
@@ -100,6 +100,8 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
 
 ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
                         const std::function<bool()>& stop) {
+  refuse(obstacleForAll(plan.writeDirectory));
+  refuse(obstacleAt("workflow", node.text(QUILLMERE_WORKFLOW_PATH)));
   const Alone alone;
   ExitStatus status = ExitStatus::Done;
   for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
@@ -107,7 +109,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     report.frameBegins(frame, index, plan.frames.count());
     document.setFrame(frame);
     const Clock::time_point begun = Clock::now();
-    const Outcome outcome = renderOne(document, node, plan.output.fileFor(frame), plan.output.format(), stop);
+    const Outcome outcome = renderOne(document, node, plan, frame, stop);
     settleProcesses(outcome);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
     if (outcome.trouble.empty()) continue;

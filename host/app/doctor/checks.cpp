@@ -10,6 +10,8 @@
 
 #include "effect/effect_session.h"
 #include "effect/workflow_choice.h"
+#include "files/exchange_files.h"
+#include "files/manager_folder.h"
 #include "helper_check.h"
 #include "process/child_run.h"
 
@@ -76,6 +78,13 @@ Finding writeFolder(const fs::path& folder) {
           "give --write-dir a folder that you may write to"};
 }
 
+Finding exchangeFiles(const fs::path& folder) {
+  auto obstacle = obstacleForAll(folder);
+  if (!obstacle) obstacle = obstacleForAny(folder);
+  if (obstacle) return broken("exchange files", *obstacle);
+  return {"exchange files", State::Ok, exchangeFolder(folder).string(), {}};
+}
+
 Finding catalogFinding(const std::vector<Workflow>& catalog) {
   if (!catalog.empty()) return {"catalog", State::Ok, std::to_string(catalog.size()) + " workflows", {}};
   return {"catalog", State::Note, "empty; the example workflow is used",
@@ -85,6 +94,10 @@ Finding catalogFinding(const std::vector<Workflow>& catalog) {
 // The module as a render would load it, and the catalog that it sees; none when it doesn't load.
 std::optional<std::vector<Workflow>> module(const PluginFolder& plugin, const fs::path& writeDirectory,
                                             std::vector<Finding>& findings) {
+  if (const auto obstacle = stateObstacle()) {
+    findings.push_back(broken("catalog", *obstacle));
+    return {};
+  }
   try {
     host::Events nobody;
     EffectSession session(writeDirectory, plugin, nobody);
@@ -113,6 +126,7 @@ std::vector<Finding> examine(const PluginFolder& plugin, const fs::path& writeDi
   const bool helperRuns = findings[0].state == State::Ok && findings[1].state == State::Ok;
   const auto catalog = module(plugin, writeDirectory, findings);
   findings.push_back(writeFolder(writeDirectory));
+  findings.push_back(exchangeFiles(writeDirectory));
   if (!catalog) return findings;
   findings.push_back(catalogFinding(*catalog));
   if (!helperRuns) return findings;

@@ -69,6 +69,7 @@ std::vector<Finding> checkServers(const PluginFolder& plugin) {
 Finding checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
                       std::chrono::milliseconds patience) {
   const std::string subject = "workflow " + name;
+  if (const auto obstacle = obstacleAt("workflow", file)) return broken(subject, *obstacle);
   std::error_code error;
   if (!std::filesystem::is_regular_file(file, error)) {
     return {subject, State::Broken, "'" + file.string() + "' is missing",

@@ -4,6 +4,8 @@
 #include <utility>
 #include <vector>
 
+#include "files/manager_folder.h"
+
 namespace quillmere::app {
 namespace {
 
@@ -29,6 +31,7 @@ class EmptyScene : public scene::Scene {
 EffectSession::Application::Application(const std::filesystem::path& writeDirectory, const PluginFolder& plugin,
                                         host::Events& events)
     : host::Application(writeDirectory, events) {
+  refuse(stateObstacle());
   loadPlugin(plugin.path);
 }
 

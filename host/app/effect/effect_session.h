@@ -12,7 +12,7 @@ namespace quillmere::app {
 // An application with the effect's module loaded, and a document whose render settings hold one node of the effect.
 class EffectSession {
  public:
-  // `events` must outlive the session. Throw host::Error.
+  // `events` must outlive the session. Throw host::Error, and Failure when the effect could not read its catalog.
   EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, const std::filesystem::path& scene,
                 host::Events& events);
   // With an empty scene.

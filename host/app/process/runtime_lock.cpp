@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "failure.h"
+#include "files/exchange_files.h"
 
 namespace quillmere::app {
 namespace {
@@ -31,7 +32,7 @@ std::string holder(int descriptor) {
 }  // namespace
 
 RuntimeLock::RuntimeLock(const std::filesystem::path& writeDirectory) {
-  const std::filesystem::path folder = writeDirectory / "quillmere" / "c4d";
+  const std::filesystem::path folder = exchangeFolder(writeDirectory);
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) refuseUnwritable(writeDirectory, error);
