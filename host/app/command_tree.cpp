@@ -17,6 +17,7 @@ class HelpFormatter : public CLI::Formatter {
     return without("{false}", CLI::Formatter::make_option_name(option, positional));
   }
   std::string make_option_opts(const CLI::Option* option) const override {
+    if (option->get_type_name().empty()) return CLI::Formatter::make_option_opts(option);
     const std::string type = " " + option->get_type_name();  // " TYPE:CHECK", " TYPE" or " :CHECK"
     const std::size_t colon = std::min(type.find(':'), type.size());
     return without(type.substr(colon == 1 ? 0 : colon), CLI::Formatter::make_option_opts(option));

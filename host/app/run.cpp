@@ -16,30 +16,40 @@
 namespace quillmere::app {
 namespace {
 
-// The sub-command whose arguments were being read when the parser gave up.
+// The sub-command whose arguments were being read when the parser gave up, with those above it.
 std::string calledCommand(const CLI::App& root) {
-  const auto called = root.get_subcommands();
-  return called.empty() ? "" : called.back()->get_name();
+  std::string called;
+  for (const CLI::App* command = &root; !command->get_subcommands().empty();) {
+    command = command->get_subcommands().back();
+    called += (called.empty() ? "" : " ") + command->get_name();
+  }
+  return called;
 }
 
-// The parser would only say that a command is missing.
-void refuseUnknownCommand(const CLI::App& root, int argc, const char* const* argv) {
-  const std::string first = argc > 1 ? argv[1] : "";
-  if (first.empty() || first.front() == '-') return;
+// The parser would only say that a command is missing, or an argument too many.
+void refuseUnknownCommand(const CLI::App& parent, int argc, const char* const* argv, int at = 1) {
+  const auto below = parent.get_subcommands({});
+  const std::string word = argc > at ? argv[at] : "";
+  if (below.empty() || word.empty() || word.front() == '-') return;
   std::string known;
-  for (const CLI::App* command : root.get_subcommands({})) {
-    if (command->check_name(first)) return;
+  for (const CLI::App* command : below) {
+    if (command->check_name(word)) return refuseUnknownCommand(*command, argc, argv, at + 1);
     known += (known.empty() ? "" : ", ") + command->get_name();
   }
-  throw Failure(ExitStatus::Usage, "command '" + first + "'", "there is none of that name", "the commands: " + known);
+  throw Failure(ExitStatus::Usage, "command '" + word + "'", "there is none of that name", "the commands: " + known);
 }
 
-bool takesValue(const CLI::App& root, const std::string& command, const std::string& option) {
-  for (const CLI::App* one : root.get_subcommands({})) {
-    const CLI::Option* found = one->check_name(command) ? one->get_option_no_throw(option) : nullptr;
-    if (found != nullptr) return found->get_items_expected_max() > 0;
+bool takesValue(const CLI::App& root, int argc, const char* const* argv, const std::string& option) {
+  const CLI::App* command = &root;
+  for (int at = 1; at < argc; ++at) {
+    for (const CLI::App* below : command->get_subcommands({})) {
+      if (!below->check_name(argv[at])) continue;
+      command = below;
+      break;
+    }
   }
-  return false;
+  const CLI::Option* found = command->get_option_no_throw(option);
+  return found != nullptr && found->get_items_expected_max() > 0;
 }
 
 // The arguments, the last one first as the parser has them. An empty value after "=" stands by itself: the parser would
@@ -49,7 +59,7 @@ std::vector<std::string> argumentsFor(const CLI::App& root, int argc, const char
   for (int at = 1; at < argc; ++at) {
     std::string argument = argv[at];
     const bool empty = argument.size() > 3 && argument.starts_with("--") && argument.find('=') == argument.size() - 1;
-    if (empty && takesValue(root, argv[1], argument.substr(0, argument.size() - 1))) {
+    if (empty && takesValue(root, argc, argv, argument.substr(0, argument.size() - 1))) {
       argument.pop_back();
       arguments.push_back(argument);
       argument.clear();
