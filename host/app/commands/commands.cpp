@@ -10,7 +10,7 @@ constexpr std::array kCommands{
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
     Command{"panel", "Show the effect's attribute panel: values, choices, limits", addPanel},
     Command{"cameras", "List the cameras of a scene", addCameras},
-    Command{"workflows", "List the workflows of the catalog", addWorkflows},
+    Command{"workflows", "List the workflows of the catalog, and change the list", addWorkflows},
     Command{"show", "Show what made a picture: prompt, workflow, seed, scene, camera", addShow},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},
     Command{"completion", "Print a script that completes this command in a shell", addCompletion},

@@ -113,7 +113,7 @@ void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& pl
   const Clock::time_point end = Clock::now() + kPatience;
   const auto check = [&](const std::string& name, const fs::path& file) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-    findings.push_back(checkWorkflow(plugin, name, file, std::min(left, kPatienceEach)));
+    findings.push_back(checkWorkflow(plugin, name, file, std::min(left, kPatienceEach)).finding);
   };
   for (const Workflow& workflow : catalog) check(workflow.name, workflow.file);
   if (catalog.empty()) check("example", plugin.exampleWorkflow());

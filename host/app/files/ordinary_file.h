@@ -21,4 +21,9 @@ std::optional<Obstacle> obstacleAt(const std::string& what, const std::filesyste
 // Throws Failure when there is one.
 void refuse(const std::optional<Obstacle>& obstacle);
 
+// The whole content, and never that of anything else than a file. Throws Failure, which calls it `what` and ends in
+// `remedy`, when it can't be read or is larger than `most` bytes.
+std::string contentOf(const std::string& what, const std::filesystem::path& file, std::size_t most,
+                      const std::string& remedy);
+
 }  // namespace quillmere::app
