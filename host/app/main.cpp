@@ -2,12 +2,14 @@
 #include <new>
 
 #include "commands/commands.h"
+#include "process/signals.h"
 #include "report/output.h"
 #include "values/failure.h"
 
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;
   quillmere::app::openMissingStandardStreams();
+  quillmere::app::resetInheritedSignals();
   try {
     return static_cast<int>(quillmere::app::run(argc, argv));
   } catch (const quillmere::app::Failure& failure) {

@@ -13,8 +13,8 @@ WITH_CHILDREN = "say Waiting; (setsid sleep 60 &); sleep 60; :"
 
 
 class Break(Stage):
-    def begin(self, *more: str) -> subprocess.Popen:
-        return self.start("--json", *more, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8")
+    def begin(self, *more: str, **popen) -> subprocess.Popen:
+        return self.start("--json", *more, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8", **popen)
 
     def wait_for(self, process: subprocess.Popen, text: str) -> None:
         for line in process.stdout:
@@ -88,3 +88,21 @@ class Break(Stage):
         for line in (self.folder / "pictures/signals").read_text().splitlines():
             inherited = 1 << signal.SIGPIPE - 1 if "Ign" in line and signal.getsignal(signal.SIGPIPE) == signal.SIG_IGN else 0
             self.assertEqual(int(line.split()[1], 16) & ends & ~inherited, 0, line)
+
+    def test_signals_that_the_starting_program_ignores_or_blocks_do_not_fail_renders(self) -> None:
+        def ignored() -> None:
+            signal.signal(signal.SIGCHLD, signal.SIG_IGN)
+
+        def blocked() -> None:
+            signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGCHLD, signal.SIGINT, signal.SIGTERM})
+
+        for inherited in (ignored, blocked):
+            with self.subTest(inherited.__name__):
+                self.helper(POLITE)
+                process = self.begin(preexec_fn=inherited)
+                self.wait_for(process, "Waiting")
+                process.send_signal(signal.SIGTERM)
+                self.end_of(process, 3)
+                self.helper("answer")
+                whole = self.start("--quiet", "--output", "whole.png", preexec_fn=inherited, stderr=subprocess.PIPE)
+                self.assertEqual((whole.communicate(timeout=30)[1], whole.returncode), (b"", 0))

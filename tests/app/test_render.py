@@ -4,7 +4,10 @@ import fcntl
 import json
 import os
 import re
+import shutil
+import socket
 import subprocess
+import sys
 
 from stage import Stage
 
@@ -140,6 +143,64 @@ class Render(Stage):
                 self.assertRegex(done.stderr, reason)
         self.assertEqual(self.run_command("guide", "scene.glb", "-o", "caf\udce9.png").returncode, 2)
 
+    def put(self, kind: str, name: str) -> None:
+        """Something else than a file of that name, and of what the effect would wait for."""
+        place = self.folder / name
+        place.parent.mkdir(parents=True, exist_ok=True)
+        if kind == "folder":
+            place.mkdir()
+        elif kind == "device":
+            place.symlink_to("/dev/zero")
+        elif kind == "socket":
+            with socket.socket(socket.AF_UNIX) as unix:
+                unix.bind(str(place))
+        else:
+            os.mkfifo(place)
+
+    def test_what_is_no_file_is_named_and_never_waited_for(self) -> None:
+        runtime, history = "write/quillmere/c4d/runtime", "write/quillmere/c4d/history/untitled"
+        one_frame, every_frame, no_command = "one frame", "every frame", "no command at all"
+        for kind, name, keeps_from in [
+            ("pipe", f"{runtime}/status_0.json", one_frame),
+            ("socket", f"{runtime}/response_0.json", one_frame),
+            ("device", f"{runtime}/request_0.json", one_frame),
+            ("folder", f"{runtime}/status_0.json", one_frame),
+            ("pipe", f"{runtime}/reference_0.png", one_frame),
+            ("pipe", f"{runtime}/render_view_state.json", every_frame),
+            ("pipe", f"{history}/quillmere_f0.json", every_frame),
+            ("pipe", "home/.quillmere/workflows/ink.json", every_frame),
+            ("device", "home/.quillmere/state.json", no_command),
+            ("folder", "home/.quillmere/state.json", no_command),
+            ("pipe", "home/.tallowcrest/state.json", no_command),
+        ]:
+            with self.subTest(kind=kind, name=name):
+                for used in ("write", "home"):
+                    shutil.rmtree(self.folder / used, ignore_errors=True)
+                if keeps_from != no_command:
+                    self.catalog(("ink", "Ink"))
+                    (self.folder / "home/.quillmere/workflows/ink.json").unlink()
+                self.put(kind, name)
+                done = self.render("--frames", "0-1", "--quiet")
+                self.assertEqual((done.returncode, done.stdout), (1, ""))
+                why = f"'{self.folder / name}': it is a {kind}, not a file"
+                self.assertEqual(done.stderr.count(why), 1, done.stderr)
+                self.assertIn("move it away", done.stderr)
+                rendered = [str(file.name) for file in self.folder.glob("render_*")]
+                self.assertEqual(rendered, ["render_0001.png"] if keeps_from == one_frame else [])
+                if rendered:
+                    (self.folder / "render_0001.png").unlink()
+                told = self.run_command("doctor", "--plugin", "plugin", "--write-dir", "write", "--json")
+                broken = [check for check in json.loads(told.stdout) if check["state"] == "broken" and why in check["detail"]]
+                self.assertEqual([check["remedy"] for check in broken], ["move it away"], told.stdout)
+                listing = self.run_command("workflows", "--plugin", "plugin")
+                self.assertEqual((listing.returncode, why in listing.stderr), (1, True) if keeps_from == no_command else (0, False))
+
+    def test_a_result_that_is_no_file_is_not_waited_for(self) -> None:
+        self.helper("answer; rm $(field output_dir)/picture.png; mkfifo $(field output_dir)/picture.png")
+        done = self.render("--quiet")
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stderr, "picture.png': it is not a file")
+
     def test_two_renders_do_not_share_exchange_files(self) -> None:
         self.render()
         with open(self.folder / "write/quillmere/c4d/render.lock", "r+") as lock:
@@ -149,11 +210,21 @@ class Render(Stage):
         self.assertRegex(done.stderr, "another render.*\n.*--write-dir")
         self.assertEqual(self.render().returncode, 0)
 
-    def test_what_a_helper_leaves_running_ends_with_the_frame(self) -> None:
-        self.helper("(setsid sleep 60 &) ; answer")
-        done = self.render("--frames", "0-1")
-        self.assertEqual(done.returncode, 0, done.stderr)
-        self.assert_nothing_left()
+    def test_what_a_helper_leaves_running_serves_every_frame_until_one_fails_or_the_run_ends(self) -> None:
+        keep = """served=$(field output_dir)/served
+if ! kill -0 $(cat $served/process); then
+  mkdir -p $served
+  setsid sleep 60 >&- 2>&- & echo $! > $served/process; echo >> $served/starts
+fi
+"""
+        for fault, status, starts in (("", 0, 1), ("case $1 in *_1.json) exit 1;; esac\n", 1, 2)):
+            with self.subTest(fault):
+                self.helper(keep + fault + "answer")
+                folder = f"pictures{starts}"
+                done = self.render("--frames", "0-2", "--output-dir", folder)
+                self.assertEqual(done.returncode, status, done.stderr)
+                self.assertEqual((self.folder / folder / "served/starts").read_text(), "\n" * starts)
+                self.assert_nothing_left()
 
     def test_a_reader_that_goes_away_ends_the_render(self) -> None:
         self.helper("sleep 0.2; answer")
@@ -194,6 +265,20 @@ class Doctor(Stage):
         self.assertEqual(states["write directory"][0], "broken")
         self.assertEqual(states["workflow Ink"], ("broken", "start the service"))
         self.assertIn("missing", states["workflow Gone"][1])
+
+    def test_what_the_shell_does_with_the_helper_is_tried(self) -> None:
+        under = ["unshare", "-rm", "bash", "-c", 'mount --bind "$0" "$(readlink -f /bin/sh)" && exec "$@"']
+        tried = subprocess.run(["/bin/sh", "-c", f"{sys.executable} -c 'import os; print(os.getppid())'"], capture_output=True).stdout
+        shells = [(["env"], "ok", "becomes" if int(tried) == os.getpid() else "stays between")]
+        if subprocess.run([*under, "/bin/bash", "true"], capture_output=True).returncode == 0:
+            shells += [([*under, "/bin/bash"], "ok", "becomes"), ([*under, "/bin/false"], "broken", "does not run")]
+        for shell, state, detail in shells:
+            with self.subTest(shell[-1]):
+                doctor = [*shell, *self.command("doctor", "--plugin", "plugin", "--write-dir", "write", "--json")]
+                done = subprocess.run(doctor, cwd=self.folder, env=self.env, capture_output=True, timeout=60)
+                found = next(check for check in json.loads(done.stdout) if check["check"] == "shell")
+                self.assertEqual(found["state"], state)
+                self.assertRegex(found["detail"], detail)
 
     def test_the_real_helper_passes_or_says_what_to_install(self) -> None:
         self.env["PATH"] = os.environ["PATH"]

@@ -19,7 +19,7 @@ constexpr std::array kCommands{
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
     Command{"panel", "Show the effect's attribute panel: values, choices, limits", addPanel},
     Command{"cameras", "List the cameras of a scene", addCameras},
-    Command{"workflows", "List the workflows of the catalog", addWorkflows},
+    Command{"workflows", "List the workflows of the catalog, and change the list", addWorkflows},
     Command{"show", "Show what made a picture: prompt, workflow, seed, scene, camera", addShow},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},
     Command{"completion", "Print a script that completes this command in a shell", addCompletion},
@@ -35,6 +35,7 @@ class HelpFormatter : public CLI::Formatter {
     return without("{false}", CLI::Formatter::make_option_name(option, positional));
   }
   std::string make_option_opts(const CLI::Option* option) const override {
+    if (option->get_type_name().empty()) return CLI::Formatter::make_option_opts(option);
     const std::string type = " " + option->get_type_name();  // " TYPE:CHECK", " TYPE" or " :CHECK"
     const std::size_t colon = std::min(type.find(':'), type.size());
     return without(type.substr(colon == 1 ? 0 : colon), CLI::Formatter::make_option_opts(option));
@@ -47,30 +48,40 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
-// The sub-command whose arguments were being read when the parser gave up.
+// The sub-command whose arguments were being read when the parser gave up, with those above it.
 std::string calledCommand(const CLI::App& root) {
-  const auto called = root.get_subcommands();
-  return called.empty() ? "" : called.back()->get_name();
+  std::string called;
+  for (const CLI::App* command = &root; !command->get_subcommands().empty();) {
+    command = command->get_subcommands().back();
+    called += (called.empty() ? "" : " ") + command->get_name();
+  }
+  return called;
 }
 
-// The parser would only say that a command is missing.
-void refuseUnknownCommand(const CLI::App& root, int argc, const char* const* argv) {
-  const std::string first = argc > 1 ? argv[1] : "";
-  if (first.empty() || first.front() == '-') return;
+// The parser would only say that a command is missing, or an argument too many.
+void refuseUnknownCommand(const CLI::App& parent, int argc, const char* const* argv, int at = 1) {
+  const auto below = parent.get_subcommands({});
+  const std::string word = argc > at ? argv[at] : "";
+  if (below.empty() || word.empty() || word.front() == '-') return;
   std::string known;
-  for (const CLI::App* command : root.get_subcommands({})) {
-    if (command->check_name(first)) return;
+  for (const CLI::App* command : below) {
+    if (command->check_name(word)) return refuseUnknownCommand(*command, argc, argv, at + 1);
     known += (known.empty() ? "" : ", ") + command->get_name();
   }
-  throw Failure(ExitStatus::Usage, "command '" + first + "'", "there is none of that name", "the commands: " + known);
+  throw Failure(ExitStatus::Usage, "command '" + word + "'", "there is none of that name", "the commands: " + known);
 }
 
-bool takesValue(const CLI::App& root, const std::string& command, const std::string& option) {
-  for (const CLI::App* one : root.get_subcommands({})) {
-    const CLI::Option* found = one->check_name(command) ? one->get_option_no_throw(option) : nullptr;
-    if (found != nullptr) return found->get_items_expected_max() > 0;
+bool takesValue(const CLI::App& root, int argc, const char* const* argv, const std::string& option) {
+  const CLI::App* command = &root;
+  for (int at = 1; at < argc; ++at) {
+    for (const CLI::App* below : command->get_subcommands({})) {
+      if (!below->check_name(argv[at])) continue;
+      command = below;
+      break;
+    }
   }
-  return false;
+  const CLI::Option* found = command->get_option_no_throw(option);
+  return found != nullptr && found->get_items_expected_max() > 0;
 }
 
 // The arguments, the last one first as the parser has them. An empty value after "=" stands by itself: the parser would
@@ -80,7 +91,7 @@ std::vector<std::string> argumentsFor(const CLI::App& root, int argc, const char
   for (int at = 1; at < argc; ++at) {
     std::string argument = argv[at];
     const bool empty = argument.size() > 3 && argument.starts_with("--") && argument.find('=') == argument.size() - 1;
-    if (empty && takesValue(root, argv[1], argument.substr(0, argument.size() - 1))) {
+    if (empty && takesValue(root, argc, argv, argument.substr(0, argument.size() - 1))) {
       argument.pop_back();
       arguments.push_back(argument);
       argument.clear();

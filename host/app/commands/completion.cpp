@@ -14,8 +14,8 @@ struct Word {
 };
 
 struct Node {
-  std::string name, meaning;
-  std::vector<Word> options;
+  std::vector<std::string> path;  // of names; none for the root
+  std::vector<Word> options;      // and sub-commands
 };
 
 std::vector<Word> optionsOf(const CLI::App& command) {
@@ -26,15 +26,33 @@ std::vector<Word> optionsOf(const CLI::App& command) {
   return words;
 }
 
-// The root first, then its sub-commands.
-std::vector<Node> nodes() {
-  CommandTree tree;
-  std::vector<Node> all{{"", "", optionsOf(tree.root())}};
-  for (const auto& [command, action] : tree.actions()) {
-    all.push_back({command->get_name(), command->get_description(), optionsOf(*command)});
-    all.front().options.push_back({command->get_name(), command->get_description()});
+// The command, then those below it.
+void addNodes(const CLI::App& command, const std::vector<std::string>& path, std::vector<Node>& nodes) {
+  nodes.push_back({path, optionsOf(command)});
+  const std::size_t self = nodes.size() - 1;
+  for (const CLI::App* below : command.get_subcommands({})) {
+    nodes[self].options.push_back({below->get_name(), below->get_description()});
+    std::vector<std::string> name = path;
+    name.push_back(below->get_name());
+    addNodes(*below, name, nodes);
   }
-  return all;
+}
+
+// The root first.
+std::vector<Node> allNodes() {
+  CommandTree tree;
+  std::vector<Node> nodes;
+  addNodes(tree.root(), {}, nodes);
+  return nodes;
+}
+
+bool isOption(const Word& word) {
+  return word.text.starts_with("--");
+}
+
+// fish's word for one of the names standing before.
+std::string seen(const std::string& names) {
+  return "__fish_seen_subcommand_from " + names;
 }
 
 std::string joined(const std::vector<Word>& words) {
@@ -51,13 +69,21 @@ std::string quoted(const std::string& text) {
 }
 
 std::string forBash() {
-  std::string cases;
-  for (const Node& node : nodes()) {
-    cases += "    " + (node.name.empty() ? "''" : node.name) + ") words='" + joined(node.options) + "' ;;\n";
+  std::string cases, nested;
+  for (const Node& node : allNodes()) {
+    std::string name;
+    for (const std::string& word : node.path) name += (name.empty() ? "" : " ") + word;
+    cases += "    '" + name + "') words='" + joined(node.options) + "' ;;\n";
+    if (node.path.size() > 1) nested += (nested.empty() ? "'" : "|'") + name + "'";
   }
   return "_quillmere() {\n"
          "  local current=${COMP_WORDS[COMP_CWORD]} command='' words=''\n"
          "  [ \"$COMP_CWORD\" -gt 1 ] && command=${COMP_WORDS[1]}\n"
+         "  [ \"$COMP_CWORD\" -gt 2 ] && case \"$command ${COMP_WORDS[2]}\" in\n"
+         "    " +
+         nested +
+         ") command=\"$command ${COMP_WORDS[2]}\" ;;\n"
+         "  esac\n"
          "  case $command in\n" +
          cases +
          "  esac\n"
@@ -71,14 +97,23 @@ std::string forZsh() {
   return "autoload -U +X bashcompinit && bashcompinit\n" + forBash();
 }
 
+// Where fish is to offer what belongs to the node.
+std::string fishCondition(const Node& node) {
+  if (node.path.empty()) return "__fish_use_subcommand";
+  std::string when, below;
+  for (const std::string& name : node.path) when += (when.empty() ? "" : "; and ") + seen(name);
+  for (const Word& word : node.options) below += isOption(word) ? "" : " " + word.text;
+  return below.empty() ? when : when + "; and not " + seen(below.substr(1));
+}
+
 std::string forFish() {
   std::string script;
-  for (const Node& node : nodes()) {
-    const std::string when = node.name.empty() ? "__fish_use_subcommand" : "__fish_seen_subcommand_from " + node.name;
+  for (const Node& node : allNodes()) {
+    const std::string when = fishCondition(node);
     for (const Word& word : node.options) {
-      const bool option = word.text.rfind("--", 0) == 0;
       script += "complete -c quillmere -n '" + when + "' " +
-                (option ? "-l " + word.text.substr(2) : "-a " + word.text) + " -d '" + quoted(word.meaning) + "'\n";
+                (isOption(word) ? "-l " + word.text.substr(2) : "-a " + word.text) + " -d '" + quoted(word.meaning) +
+                "'\n";
     }
   }
   return script;

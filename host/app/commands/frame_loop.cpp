@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "files/exchange_files.h"
 #include "image/file_formats.h"
 #include "process/process_tree.h"
 #include "record/picture_record.h"
@@ -23,13 +24,18 @@ struct Outcome {
   std::string trouble;         // empty unless something failed
 };
 
-// Leaves no process behind that the frame has started, however it ends.
-host::Frame renderedAlone(host::Document& document, const std::function<bool()>& stop) {
-  struct Alone {
-    ~Alone() { endDescendants(kGrace); }
-  };
-  const Alone alone;
-  return host::renderFrame(document, stop);
+// Leaves no process behind that was started while this lived, however its block ends.
+struct Alone {
+  ~Alone() { endDescendants(kGrace); }
+};
+
+// A helper may keep a server for the frames that follow, but not one that a failure or a break may have left astray.
+void settleProcesses(const Outcome& outcome) {
+  if (outcome.file.empty()) {
+    endDescendants(kGrace);
+  } else {
+    reapEnded();
+  }
 }
 
 std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
@@ -53,9 +59,13 @@ std::string reasonNotTaken(const std::string& picture) {
   return "the helper's picture '" + picture + "' is not in the frame; render it again";
 }
 
-Outcome renderOne(host::Document& document, const NodeParameters& node, const std::filesystem::path& file,
-                  FileFormat format, const std::function<bool()>& stop) {
-  const host::Frame frame = renderedAlone(document, stop);
+Outcome renderOne(host::Document& document, const NodeParameters& node, const FramePlan& plan, std::int32_t number,
+                  const std::function<bool()>& stop) {
+  if (const auto obstacle = obstacleForFrame(plan.writeDirectory, number)) {
+    return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
+  }
+  const std::filesystem::path file = plan.output.fileFor(number);
+  const host::Frame frame = host::renderFrame(document, stop);
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
   const std::string generated = generatedPicture(node);
@@ -63,7 +73,7 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const st
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
   }
   try {
-    writeFrame(file, format, frame.picture, generated.empty() ? "" : recordTextOf(generated));
+    writeFrame(file, plan.output.format(), frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
   } catch (const Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};
@@ -86,13 +96,17 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
 
 ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
                         const std::function<bool()>& stop) {
+  refuse(obstacleForAll(plan.writeDirectory));
+  refuse(obstacleAt("workflow", node.text(QUILLMERE_WORKFLOW_PATH)));
+  const Alone alone;
   ExitStatus status = ExitStatus::Done;
   for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
     const std::int32_t frame = plan.frames.at(index);
     report.frameBegins(frame, index, plan.frames.count());
     document.setFrame(frame);
     const Clock::time_point begun = Clock::now();
-    const Outcome outcome = renderOne(document, node, plan.output.fileFor(frame), plan.output.format(), stop);
+    const Outcome outcome = renderOne(document, node, plan, frame, stop);
+    settleProcesses(outcome);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
     if (outcome.trouble.empty()) continue;
     status = ExitStatus::Failed;

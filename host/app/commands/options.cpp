@@ -145,14 +145,18 @@ void addSceneOptions(CLI::App& command, SceneOptions& options) {
       ->default_str("1024x576");
 }
 
+void addPluginOption(CLI::App& command, SessionOptions& options) {
+  command.add_option("--plugin", options.plugin, "Folder of the plug-in (default: the one beside this program)")
+      ->check(CLI::ExistingDirectory)
+      ->type_name("DIR");
+}
+
 void addSessionOptions(CLI::App& command, SessionOptions& options) {
   command
       .add_option("--write-dir", options.writeDirectory,
                   "Folder for exchange files, history and pictures (default: the user's data folder)")
       ->type_name("DIR");
-  command.add_option("--plugin", options.plugin, "Folder of the plug-in (default: the one beside this program)")
-      ->check(CLI::ExistingDirectory)
-      ->type_name("DIR");
+  addPluginOption(command, options);
 }
 
 std::filesystem::path writeDirectoryOf(const SessionOptions& options) {

@@ -30,6 +30,9 @@ struct SessionOptions {
   std::string writeDirectory, plugin;  // empty: the user's data folder, the plug-in beside this program
 };
 
+// --plugin alone, for what writes nothing of the host's.
+void addPluginOption(CLI::App& command, SessionOptions& options);
+
 void addSessionOptions(CLI::App& command, SessionOptions& options);
 
 // Absolute. Throws Error when there is no home to put the default in.

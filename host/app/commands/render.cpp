@@ -9,6 +9,7 @@
 #include "effect/effect_session.h"
 #include "effect/settings.h"
 #include "effect/workflow_catalog.h"
+#include "files/exchange_files.h"
 #include "frame_loop.h"
 #include "like_option.h"
 #include "options.h"
@@ -17,7 +18,6 @@
 #include "process/user_break.h"
 #include "record/picture_record.h"
 #include "report/output.h"
-#include "values/effect_facts.h"
 #include "values/texts.h"
 
 namespace quillmere::app {

@@ -10,6 +10,7 @@
 #include "effect/workflow_catalog.h"
 #include "options.h"
 #include "report/output.h"
+#include "workflow_edits.h"
 
 namespace quillmere::app {
 namespace {
@@ -67,10 +68,31 @@ ExitStatus run(const Options& options) {
 
 Action addWorkflows(CLI::App& command) {
   const auto options = std::make_shared<Options>();
-  command.add_flag("--json", options->json, "Print a JSON array of objects instead of lines");
+  const auto json = [options](CLI::App& listing) {
+    listing.add_flag("--json", options->json, "Print a JSON array of objects instead of lines");
+  };
+  json(command);
   addSessionOptions(command, options->session);
-  command.footer("The one marked with * is used when render is given none.\nExample:\n  quillmere workflows --json");
-  return [options] { return run(*options); };
+  command.require_subcommand(0, 1);
+  CLI::App* list = command.add_subcommand("list", "List the workflows, as without a sub-command");
+  json(*list);
+  addSessionOptions(*list, options->session);
+  const std::vector<WorkflowEdit> edits = addWorkflowEdits(command, options->session);
+  for (const auto& [edit, change] : edits) {
+    json(*edit);
+    addPluginOption(*edit, options->session);
+  }
+  command.footer(
+      "The one marked with * is used when render is given none. What changes the list prints it afterwards.\n"
+      "Examples:\n"
+      "  quillmere workflows --json\n"
+      "  quillmere workflows add ink_wash.json --name \"Ink and Wash\"");
+  return [options, edits] {
+    for (const auto& [edit, change] : edits) {
+      if (edit->parsed()) change();
+    }
+    return run(*options);
+  };
 }
 
 }  // namespace quillmere::app

@@ -10,6 +10,8 @@
 
 #include "effect/effect_session.h"
 #include "effect/workflow_catalog.h"
+#include "files/exchange_files.h"
+#include "files/manager_folder.h"
 #include "helper_check.h"
 #include "process/child_run.h"
 
@@ -48,6 +50,25 @@ Finding helper(const PluginFolder& plugin) {
   return {"render helper", State::Broken, "'" + file + "' is missing", "put the plug-in's python folder back"};
 }
 
+// How the shell runs a command line like the effect's: the inner one tells whose child it is.
+Finding shell() {
+  const std::string subject = "shell";
+  const ChildResult told = runChild({"/bin/sh", "-c", "/bin/sh -c 'echo $PPID'"}, std::chrono::seconds(20));
+  if (told.end != ChildResult::End::Exited || told.status != 0) {
+    return {subject, State::Broken, "/bin/sh does not run commands" + (told.errors.empty() ? "" : ": " + told.errors),
+            "install a shell there; the effect starts its helper with it"};
+  }
+  if (firstLine(told.output) == std::to_string(::getpid())) {
+    return {subject, State::Ok, "/bin/sh becomes the helper, so the effect's signal 15 reaches it", {}};
+  }
+  return {
+      subject,
+      State::Ok,
+      "/bin/sh stays between the effect and the helper, so signal 15 ends the shell only; a helper of your own must "
+      "look after its parents, see docs/exchange-files.md",
+      {}};
+}
+
 Finding writeFolder(const fs::path& folder) {
   const std::string subject = "write directory";
   std::error_code error;
@@ -55,6 +76,13 @@ Finding writeFolder(const fs::path& folder) {
   if (!error && ::access(folder.c_str(), W_OK | X_OK) == 0) return {subject, State::Ok, folder.string(), {}};
   return {subject, State::Broken, "'" + folder.string() + "' cannot be written",
           "give --write-dir a folder that you may write to"};
+}
+
+Finding exchangeFiles(const fs::path& folder) {
+  auto obstacle = obstacleForAll(folder);
+  if (!obstacle) obstacle = obstacleForAny(folder);
+  if (obstacle) return broken("exchange files", *obstacle);
+  return {"exchange files", State::Ok, exchangeFolder(folder).string(), {}};
 }
 
 Finding catalogFinding(const std::vector<Workflow>& catalog) {
@@ -66,6 +94,10 @@ Finding catalogFinding(const std::vector<Workflow>& catalog) {
 // The module as a render would load it, and the catalog that it sees; none when it doesn't load.
 std::optional<std::vector<Workflow>> module(const PluginFolder& plugin, const fs::path& writeDirectory,
                                             std::vector<Finding>& findings) {
+  if (const auto obstacle = stateObstacle()) {
+    findings.push_back(broken("catalog", *obstacle));
+    return {};
+  }
   try {
     host::Events nobody;
     EffectSession session(writeDirectory, plugin, nobody);
@@ -81,7 +113,7 @@ void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& pl
   const Clock::time_point end = Clock::now() + kPatience;
   const auto check = [&](const std::string& name, const fs::path& file) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-    findings.push_back(checkWorkflow(plugin, name, file, std::min(left, kPatienceEach)));
+    findings.push_back(checkWorkflow(plugin, name, file, std::min(left, kPatienceEach)).finding);
   };
   for (const Workflow& workflow : catalog) check(workflow.name, workflow.file);
   if (catalog.empty()) check("example", plugin.exampleWorkflow());
@@ -90,10 +122,11 @@ void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& pl
 }  // namespace
 
 std::vector<Finding> examine(const PluginFolder& plugin, const fs::path& writeDirectory) {
-  std::vector<Finding> findings{python(), helper(plugin)};
+  std::vector<Finding> findings{python(), helper(plugin), shell()};
   const bool helperRuns = findings[0].state == State::Ok && findings[1].state == State::Ok;
   const auto catalog = module(plugin, writeDirectory, findings);
   findings.push_back(writeFolder(writeDirectory));
+  findings.push_back(exchangeFiles(writeDirectory));
   if (!catalog) return findings;
   findings.push_back(catalogFinding(*catalog));
   if (!helperRuns) return findings;

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "files/ordinary_file.h"
+
 namespace quillmere::app {
 
 // What one check found.
@@ -13,5 +15,9 @@ struct Finding {
   std::string detail;
   std::string remedy;  // empty when there is nothing to do
 };
+
+inline Finding broken(const std::string& subject, const Obstacle& obstacle) {
+  return {subject, Finding::State::Broken, obstacle.what + ": " + obstacle.why, obstacle.remedy};
+}
 
 }  // namespace quillmere::app

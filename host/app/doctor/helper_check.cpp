@@ -1,6 +1,7 @@
 #include "helper_check.h"
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 
 #include "process/child_run.h"
@@ -8,6 +9,7 @@
 namespace quillmere::app {
 namespace {
 
+namespace fs = std::filesystem;
 using State = Finding::State;
 using nlohmann::json;
 
@@ -52,6 +54,24 @@ Finding serverFinding(const json& answer) {
   return problem(subject, State::Note, textAt(answer, "problem"));
 }
 
+// Why the file need not be shown to the helper.
+std::optional<Finding> unreadable(const std::string& subject, const fs::path& file) {
+  if (const auto obstacle = obstacleAt("workflow", file)) return broken(subject, *obstacle);
+  std::error_code error;
+  if (fs::exists(file, error)) return {};
+  return Finding{subject, State::Broken, "'" + file.string() + "' is missing",
+                 "export the workflow there, or choose another"};
+}
+
+std::string whereItRuns(const json& answer) {
+  const std::string backEnd = textAt(answer, "backend");
+  const std::string server = textAt(answer, "server"), version = textAt(answer, "version");
+  std::string where = backEnd.empty() ? "can be run" : "runs on " + backEnd;
+  if (!server.empty()) where += " at " + server;
+  if (!version.empty()) where += ", version " + version;
+  return where;
+}
+
 }  // namespace
 
 std::vector<Finding> checkServers(const PluginFolder& plugin) {
@@ -66,30 +86,24 @@ std::vector<Finding> checkServers(const PluginFolder& plugin) {
   return findings;
 }
 
-Finding checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
-                      std::chrono::milliseconds patience) {
+WorkflowCheck checkWorkflow(const PluginFolder& plugin, const std::string& name, const fs::path& file,
+                            std::chrono::milliseconds patience) {
   const std::string subject = "workflow " + name;
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(file, error)) {
-    return {subject, State::Broken, "'" + file.string() + "' is missing",
-            "export the workflow there, or choose another"};
-  }
+  if (auto finding = unreadable(subject, file)) return {false, false, *finding};
   const std::vector<std::string> check{"python3", plugin.helper().string(), "--check", file.string(), "--json"};
   if (patience <= std::chrono::milliseconds(0)) {
-    return {subject, State::Note, "not checked: the checks before took too long",
-            "run: " + check[0] + " '" + check[1] + "' --check '" + check[3] + "'"};
+    return {false,
+            false,
+            {subject, State::Note, "not checked: the checks before took too long",
+             "run: " + check[0] + " '" + check[1] + "' --check '" + check[3] + "'"}};
   }
   const ChildResult result = runChild(check, patience);
   const json answer = json::parse(result.output, nullptr, false);
+  const bool answered = answer.is_object() && answer.contains("ok"), known = !textAt(answer, "backend").empty();
   if (result.end == ChildResult::End::Exited && result.status == 0) {
-    const std::string backEnd = textAt(answer, "backend");
-    const std::string server = textAt(answer, "server"), version = textAt(answer, "version");
-    std::string where = backEnd.empty() ? "can be run" : "runs on " + backEnd;
-    if (!server.empty()) where += " at " + server;
-    if (!version.empty()) where += ", version " + version;
-    return {subject, State::Ok, where, {}};
+    return {answered, known, {subject, State::Ok, whereItRuns(answer), {}}};
   }
-  return problem(subject, State::Broken, reasonOf(result, answer));
+  return {answered, known, problem(subject, State::Broken, reasonOf(result, answer))};
 }
 
 }  // namespace quillmere::app

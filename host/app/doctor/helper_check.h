@@ -13,9 +13,15 @@ namespace quillmere::app {
 // Has the helper look for the servers that renders would look for. One that doesn't answer is a note: others may do.
 std::vector<Finding> checkServers(const PluginFolder& plugin);
 
+struct WorkflowCheck {
+  bool answered = false;  // by the helper
+  bool known = false;     // as a workflow for one of its back ends, whether it can be run here or not
+  Finding finding;
+};
+
 // Has the helper check the workflow in `file`, called `name`, and the back end that it names, down to the nodes and
 // models that its server lacks. It is killed after `patience`; when that is none, the finding is a note.
-Finding checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
-                      std::chrono::milliseconds patience);
+WorkflowCheck checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
+                            std::chrono::milliseconds patience);
 
 }  // namespace quillmere::app

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "files/manager_folder.h"
 #include "values/effect_facts.h"
 
 #ifdef __APPLE__
@@ -77,6 +78,7 @@ PluginFolder pluginFolder(const fs::path& given) {
 EffectSession::Application::Application(const fs::path& writeDirectory, const PluginFolder& plugin,
                                         host::Events& events)
     : host::Application(writeDirectory, events) {
+  refuse(stateObstacle());
   loadPlugin(plugin.path);
 }
 

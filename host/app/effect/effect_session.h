@@ -23,7 +23,8 @@ PluginFolder pluginFolder(const std::filesystem::path& given);
 // An application with the effect's module loaded, and a document whose render settings hold one node of the effect.
 class EffectSession {
  public:
-  // `events` must outlive the session; without a `scene` there is nothing to see and no camera. Throws Error.
+  // `events` must outlive the session; without a `scene` there is nothing to see and no camera. Throws Error, and
+  // Failure when the effect could not read its catalog.
   EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, host::Events& events,
                 const std::filesystem::path& scene = {});
 

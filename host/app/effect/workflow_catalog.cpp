@@ -5,7 +5,8 @@
 
 #include "base/file_reading.h"
 #include "sdk/core/text.h"
-#include "state_file.h"
+#include "files/manager_folder.h"
+#include "state_entries.h"
 #include "values/failure.h"
 #include "values/texts.h"
 
@@ -61,14 +62,14 @@ bool agree(const std::vector<StateEntry>& entries, const std::vector<Parameter::
                     [](const StateEntry& entry, const auto& choice) { return entry.name == choice.text; });
 }
 
-// The choices with the identifiers of the state file beside the definitions' folder; none where it is in doubt whether
+// The choices with the identifiers of the workflow manager's state file; none where it is in doubt whether
 // the effect has read that file, and in that way. Definitions lie in one folder, each under its identifier; of one with
 // a slash only the effect can make a path.
 std::optional<std::vector<Workflow>> readBesides(NodeParameters& node, const std::vector<Parameter::Choice>& choices) {
   const Workflow first = asked(node, choices.front());
   const fs::path folder = first.file.parent_path();
   if (first.file != definitionIn(folder, first.id)) return {};
-  const auto entries = entriesIn(folder.parent_path() / "state.json");
+  const auto entries = entriesIn(ManagerFolder().stateInUse());
   if (!entries || !agree(*entries, choices) || entries->front().id != first.id) return {};
   std::vector<Workflow> catalog;
   catalog.reserve(choices.size());

@@ -1,13 +1,14 @@
 #include "process_tree.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <charconv>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <thread>
@@ -40,10 +41,20 @@ struct Process {
   bool zombie = false;
 };
 
-// /proc/<id>/stat is "id (name) state parent …"; the name may hold blanks and parentheses itself.
+// The beginning of the process's /proc/<id>/stat, as much as is asked of it; empty once the process is gone. Not with a
+// stream: an iterator over one throws when the process ends between the opening and the reading.
+std::string statOf(const std::string& id) {
+  const int file = ::open(("/proc/" + id + "/stat").c_str(), O_RDONLY | O_CLOEXEC);
+  if (file < 0) return {};
+  std::array<char, 512> stat;
+  const ssize_t length = ::read(file, stat.data(), stat.size());
+  ::close(file);
+  return {stat.data(), length > 0 ? static_cast<std::size_t>(length) : 0};
+}
+
+// The text is "id (name) state parent …"; the name may hold blanks and parentheses itself.
 Process processNamed(const std::string& id) {
-  std::ifstream file("/proc/" + id + "/stat");
-  const std::string stat{std::istreambuf_iterator<char>(file), {}};
+  const std::string stat = statOf(id);
   const std::size_t name = stat.rfind(')');
   if (name == std::string::npos || name + 4 >= stat.size()) return {};
   Process process;
@@ -103,6 +114,10 @@ void killDescendants() {
     for (const pid_t process : left) ::kill(process, SIGKILL);
     std::this_thread::sleep_for(kPause);
   }
+}
+
+void reapEnded() {
+  reap();
 }
 
 void endDescendants(std::chrono::milliseconds grace) {

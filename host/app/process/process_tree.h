@@ -18,6 +18,10 @@ std::vector<pid_t> descendants(pid_t root);
 // Any thread.
 void killDescendants();
 
+// Reaps the children that have ended, and those that have become children of this process since their parent ended.
+// Not while another part of this process waits for a child of its own.
+void reapEnded();
+
 // Ends what still runs below this process: SIGTERM, SIGKILL after `grace`, everything reaped. Returns at once when
 // there are no children. Not while another part of this process waits for a child of its own.
 void endDescendants(std::chrono::milliseconds grace);

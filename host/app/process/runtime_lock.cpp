@@ -8,7 +8,7 @@
 #include <string>
 #include <system_error>
 
-#include "values/effect_facts.h"
+#include "files/exchange_files.h"
 #include "values/failure.h"
 
 namespace quillmere::app {
@@ -32,7 +32,7 @@ std::string holder(int descriptor) {
 }  // namespace
 
 RuntimeLock::RuntimeLock(const std::filesystem::path& writeDirectory) {
-  const std::filesystem::path folder = runtimeFolder(writeDirectory).parent_path();
+  const std::filesystem::path folder = exchangeFolder(writeDirectory);
   std::error_code error;
   std::filesystem::create_directories(folder, error);
   if (error) refuseUnwritable(writeDirectory, error);

@@ -1,7 +1,6 @@
 #include "user_break.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "process_tree.h"
+#include "signals.h"
 #include "values/failure.h"
 
 namespace quillmere::app {
@@ -36,34 +36,11 @@ void onSignal(int /*signal*/) {
 // because children would inherit an ignored signal.
 void onBrokenPipe(int /*signal*/) {}
 
-// A handler in place of a disposition, which comes back with the guard's end. A signal that was ignored when
-// `ifIgnored` says Keep stays ignored (nohup).
-class Handled {
- public:
-  enum class IfIgnored { Keep, Replace };
-
-  Handled(int signal, void (*handler)(int), IfIgnored ifIgnored) : signal_(signal) {
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(signal_, nullptr, &former_);
-    if (former_.sa_handler != SIG_IGN || ifIgnored == IfIgnored::Replace) ::sigaction(signal_, &action, nullptr);
-  }
-  ~Handled() { ::sigaction(signal_, &former_, nullptr); }
-  Handled(const Handled&) = delete;
-  Handled& operator=(const Handled&) = delete;
-
- private:
-  int signal_;
-  struct sigaction former_ = {};
-};
-
 struct Handlers {
-  Handled interrupt{SIGINT, onSignal, Handled::IfIgnored::Replace};
-  Handled terminate{SIGTERM, onSignal, Handled::IfIgnored::Replace};
-  Handled hangUp{SIGHUP, onSignal, Handled::IfIgnored::Keep};
-  Handled brokenPipe{SIGPIPE, onBrokenPipe, Handled::IfIgnored::Keep};
+  SignalHandler interrupt{SIGINT, onSignal, SignalHandler::IfIgnored::Replace};
+  SignalHandler terminate{SIGTERM, onSignal, SignalHandler::IfIgnored::Replace};
+  SignalHandler hangUp{SIGHUP, onSignal, SignalHandler::IfIgnored::Keep};
+  SignalHandler brokenPipe{SIGPIPE, onBrokenPipe, SignalHandler::IfIgnored::Keep};
 };
 
 class Pipe {

@@ -6,8 +6,8 @@
 namespace quillmere::app {
 
 // While this lives, SIGINT, SIGTERM and SIGHUP are the user's break instead of the end of the process, and writing into
-// a closed pipe is an error instead of the end. One may exist at a time. Programs run as children start with the
-// default dispositions.
+// a closed pipe is an error instead of the end. One may exist at a time. Children have the default dispositions from
+// the moment in which they are forked.
 class UserBreak {
  public:
   // The second signal ends the process at once with status 130, after everything below it was killed and then

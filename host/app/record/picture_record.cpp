@@ -4,8 +4,8 @@
 
 #include "base/atomic_file.h"
 #include "base/file_reading.h"
-#include "image/file_formats.h"
 #include "image/conversion.h"
+#include "image/file_formats.h"
 #include "values/failure.h"
 
 namespace quillmere::app {

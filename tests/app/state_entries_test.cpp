@@ -1,4 +1,4 @@
-#include "effect/state_file.h"
+#include "effect/state_entries.h"
 
 #include <gtest/gtest.h>
 

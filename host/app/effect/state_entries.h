@@ -10,6 +10,7 @@ namespace quillmere::app {
 // A workflow of a workflow manager's state file, both texts as they stand between their quotes there, no escape undone.
 struct StateEntry {
   std::string id, name;
+  bool operator==(const StateEntry&) const = default;
 };
 
 // The entries that the effect finds in such a file's text, in its order: objects without nested objects that hold "id"

@@ -1,4 +1,4 @@
-#include "state_file.h"
+#include "state_entries.h"
 
 #include <algorithm>
 
