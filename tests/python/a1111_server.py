@@ -22,11 +22,12 @@ class A1111Server:
         self.go_on.set()
         self.tells_task = True  # False: servers of before 1.7
         self.answer = None  # (status, content) in place of pictures
-        self.hangs_up = 0  # so many calls end without an answer
+        self.hangs_up = 0  # so many calls lose their connection while they run
         self.extra_before, self.extra_after = 0, 0  # pictures beside those that were asked for
         self.login = None
         self.has_api = True
         self.calls, self.interrupted, self.log = [], [], []
+        self.overlaps = 0  # calls that came while another one ran
         self.task, self.progress, self._interrupt = None, 0.0, False
         self._lock = threading.Lock()
         self._http = LoopbackServer(self, _Handler)
@@ -95,9 +96,13 @@ class _Handler(Answering):
             self.reply({})
             return
         server.calls.append(content)
-        status, answer = server.answer or (200, server.make(content))
+        server.overlaps += server.task is not None
         if server.hangs_up:
             server.hangs_up -= 1
+            threading.Thread(target=server.make, args=(content,), daemon=True).start()
+            while server.task is None:
+                time.sleep(0.005)
             self.hang_up()
-        else:
-            self.reply(answer, status)
+            return
+        status, answer = server.answer or (200, server.make(content))
+        self.reply(answer, status)

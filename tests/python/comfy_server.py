@@ -161,8 +161,9 @@ class ComfyServer:
             tell("executing", node=identifier, display_node=identifier)
             self.send("", "crystools.monitor", {"cpu": 3})
             time.sleep(self.node_time)
-            for step in range(1, 5) if kind == "KSampler" else ():
+            for step in (1, 2, 3, 4, 1) if kind == "KSampler" else ():  # some begin anew
                 tell("progress", value=step, max=4, node=identifier)
+                time.sleep(self.node_time / 5)
             if kind == "KSampler" and not goes_on_after(self.go_on):
                 tell("execution_interrupted", node_id=identifier, node_type=kind)
                 return False

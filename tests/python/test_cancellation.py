@@ -11,21 +11,19 @@ from scratch_render import HELPER, RenderCase, with_pillow, without_pillow
 
 
 class LongCalls(unittest.TestCase):
-    def test_work_in_c_code_ends_too(self):
-        code = """if True:
-            from quillmere_helper import cancellation
-            cancellation.listen()
-            with cancellation.ending_at_once():
-                print("working", flush=True)
-                sum(range(10**12))
-            """
-        command = [sys.executable, "-c", code]
-        process = subprocess.Popen(command, cwd=HELPER.parent, stdout=subprocess.PIPE)
-        self.addCleanup(lambda: (process.kill(), process.wait(), process.stdout.close()))
-        process.stdout.readline()
-        time.sleep(0.3)  # into the sum
-        process.send_signal(signal.SIGTERM)
-        self.assertNotEqual(process.wait(timeout=5), 0)
+    def test_work_in_c_code_and_tidying_up_without_end_are_ended_too(self):
+        begin = "from quillmere_helper import cancellation\ncancellation.listen()\nprint(flush=True)\n"
+        in_c = "with cancellation.ending_at_once(): sum(range(10**12))"
+        tidying = "import time\ntry: time.sleep(60)\nexcept cancellation.Cancellation: time.sleep(60)"
+        for code in (in_c, tidying):
+            with self.subTest(code):
+                command = [sys.executable, "-c", begin + code]
+                process = subprocess.Popen(command, cwd=HELPER.parent, stdout=subprocess.PIPE)
+                self.addCleanup(lambda process=process: (process.kill(), process.wait(), process.stdout.close()))
+                process.stdout.readline()
+                time.sleep(0.3)  # into the work
+                process.send_signal(signal.SIGTERM)
+                self.assertNotEqual(process.wait(timeout=5), 0)
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: stopping a drawing is not tested")

@@ -14,6 +14,7 @@ sys.path.insert(0, str(ROOT / "python"))
 from quillmere_helper.backends.comfyui import convert
 from quillmere_helper.backends.comfyui.classes import Classes
 from quillmere_helper.backends.comfyui.graph import read_api
+from quillmere_helper.backends.comfyui.results import named_in
 from quillmere_helper.backends.comfyui.wiring import GraphValues, wire
 from quillmere_helper.errors import HelperError
 
@@ -51,6 +52,8 @@ class Wiring(unittest.TestCase):
         elsewhere = ("30", "StringNode", {"value": "old"}), prompted(["30", 0])
         numbers = ("31", "IntNode", {"value": 1}), ("32", "IntNode", {"value": 2})
         filled = changed(prompted("{prompt}, frame {frame}, {a|b}"))
+        upscaled = ("52", "EmptyLatentImage", {"width": 8, "height": 8, "samples": ["5", 0]})
+        second_latent = upscaled, ("53", "PreviewImage", {"images": ["52", 0]})
         unused = changed(("20", "LoadImage", {"image": "other.png"}))
         styled = two_loaders(node20="Quillmere Style")
         for what, content, changes, node, name, value in (
@@ -70,11 +73,15 @@ class Wiring(unittest.TestCase):
             ("size by shape", graph(), {}, "5", "width", 640),
             ("size in the server's steps", graph(), {"width": 1001}, "5", "width", 1000),
             ("width by title", changed(*numbers, node31="Quillmere Width"), {}, "31", "value", 640),
+            ("then the latent stays", changed(*numbers, node31="Quillmere Width"), {}, "5", "width", 512),
+            ("a latent made from another gives no size", changed(*second_latent), {}, "5", "width", 640),
             ("frame by title", changed(*numbers, node32="Quillmere Frame"), {}, "32", "value", 12),
             ("a number by placeholder", changed(("31", "IntNode", {"value": "{height}"})), {}, "31", "value", 360),
             ("seed of 64 bits", graph(), {"seed": (1 << 64) - 1}, "7", "seed", (1 << 64) - 1),
             ("the graph's own seed", graph(), {}, "7", "seed", 5),
             ("seed by title", changed(*numbers, node31="Quillmere Seed"), {"seed": 9}, "31", "value", 9),
+            ("seed by placeholder", changed(("31", "IntNode", {"value": "{seed}"})), {"seed": 9}, "31", "value", 9),
+            ("then the sampler's stays", changed(("31", "IntNode", {"value": "{seed}"})), {"seed": 9}, "7", "seed", 5),
             ("a folder of its own", graph(), {}, "9", "filename_prefix", "quillmere/job/picture"),
         ):
             with self.subTest(what):
@@ -116,6 +123,14 @@ class Wiring(unittest.TestCase):
                     wired(content)
                 for part in named:
                     self.assertIn(part, str(caught.exception))
+
+
+class Results(unittest.TestCase):
+    def test_saved_pictures_come_before_those_that_are_only_shown(self):
+        images = [{"filename": "shown", "type": "temp"}, {"filename": "saved", "type": "output"}, 3, {"filename": 5}]
+        for ends in (["9"], ["8"], []):
+            named = named_in({"outputs": {"9": {"images": images}, "8": {"images": "none"}, "7": 1}}, ends)
+            self.assertEqual([image["filename"] for image in named], ["saved", "shown"])
 
 
 def editor_graph(links_as_objects=False):

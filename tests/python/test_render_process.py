@@ -12,6 +12,7 @@ from unittest import mock
 from scratch_render import HELPER, RenderCase, png, with_pillow
 
 from quillmere_helper import outputs
+from quillmere_helper.png import with_text
 
 GARBAGE = (
     # what the request is, what the error has to name
@@ -38,8 +39,11 @@ GARBAGE = (
     ("a workflow that is a folder", {"workflow_path": "/"}, "not a file"),
 )
 
+KEPT = json.dumps({"workflow": {"backend": "paintbox"}})
 WORKFLOWS = (
     # content of the workflow file, what the error has to name
+    (png(2, 2), "holds no workflow"),
+    (with_text(png(2, 2), "quillmere", KEPT), '"paintbox"'),
     ({}, "embedded"),
     ({"backend": "paintbox"}, '"paintbox"'),
     ({"backend": "embedded", "parameters": []}, '"parameters"'),
