@@ -30,6 +30,14 @@ Image decodeAny(Bytes file) {
   throw Error("it is neither PNG, JPEG, WebP, TIFF nor EXR; convert it to PNG");
 }
 
+std::vector<std::uint8_t> contentOf(const fs::path& file) {
+  try {
+    return readBytes(file, kMaxPictureBytes);
+  } catch (const Error& error) {
+    throw Error(std::string(error.what()) + "; name another picture");
+  }
+}
+
 // The one place where what goes wrong while reading gets the picture's name.
 template <class Work>
 auto reading(const std::string& name, Work&& work) {
@@ -62,7 +70,7 @@ void write(const fs::path& file, const Image& picture, Encode&& encode) {
 }  // namespace
 
 Image read(const fs::path& file) {
-  return reading(file.string(), [&] { return decodeAny(readBytes(file, kMaxPictureBytes)); });
+  return reading(file.string(), [&] { return decodeAny(contentOf(file)); });
 }
 
 Image decode(std::span<const std::uint8_t> bytes, const std::string& name) {
@@ -70,7 +78,7 @@ Image decode(std::span<const std::uint8_t> bytes, const std::string& name) {
 }
 
 std::optional<std::string> pngText(const fs::path& file, const std::string& keyword) {
-  return reading(file.string(), [&] { return textOfPng(readBytes(file, kMaxPictureBytes), keyword); });
+  return reading(file.string(), [&] { return textOfPng(contentOf(file), keyword); });
 }
 
 void writePng(const fs::path& file, const Image& picture, PngDepth depth, const PngText& text) {

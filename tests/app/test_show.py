@@ -100,7 +100,7 @@ class Show(RealHelper):
         sound = text(json.dumps(RECORD).encode())
         rows = [
             ("none.png", None, "no such file"),
-            ("pipe.png", None, "not a file"),
+            ("pipe.png", None, "not a regular file"),
             ("empty.png", b"", "nothing tells what made it\n.*'empty.png.json'"),
             ("plain.png", png(), "nothing tells"),
             ("a.png", png(text(b"{}", b"parameters")), "nothing tells"),

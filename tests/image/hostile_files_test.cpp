@@ -77,7 +77,7 @@ TEST(HostileFiles, WhatIsNoPictureIsNamedWithItsReason) {
   ASSERT_EQ(mkfifo((folder / "pipe.png").c_str(), 0600), 0);
   const std::filesystem::path refused = samplePictures() / "refused";
   const std::pair<std::filesystem::path, const char*> cases[] = {
-      {folder / "missing.png", "there is no such file"},
+      {folder / "missing.png", "there is no such file; "},
       {folder / "pipe.png", "it is not a regular file"},
       {refused, "it is not a regular file"},
       {refused / "empty.png", "it is empty"},
