@@ -83,7 +83,7 @@ TEST_F(GuideCapture, RendersThroughTheCameraWithACopyOfTheSettings) {
     for (const Int32 id : {5008, 5009, 5076, 5200, 5202}) seen += " " + std::to_string(used.GetInt32(id));
     return RENDERRESULT::OK;
   });
-  const ToldOperations calls(told);
+  const OperationsLog log(told);
   EXPECT_TRUE(capture(1));
   EXPECT_EQ(told.lines, (Lines{"bitmap", "init 7 5 32", "render", "save guide.png 1023671"}));
   EXPECT_EQ(seen, "Side 0 6 1 7 5 0 0 0");

@@ -4,7 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "recorded_calls.h"
+#include "call_log.h"
 #include "room.h"
 
 namespace quillmere {
@@ -20,18 +20,18 @@ TEST(ShellQuote, MakesOneWordOfAnyText) {
 }
 
 struct HelperProcess : EffectRoom {
-  HelperProcess() { recorded.shellBecomesHelper = true; }
+  HelperProcess() { callLog.shellBecomesHelper = true; }
   // Runs the lines as the helper, which gets its two files' names, and waits for it.
   bool run(const std::string& lines, host::BreakTest userBreak = noBreak) {
     write(script, lines + "\n");
     process = LaunchRenderHelper(status, Filename("/r/`\"é'\\"));
     host::RenderCall call(document.get(), std::nullopt, std::move(userBreak));
-    recorded.ofProcesses.clear();
+    callLog.ofProcesses.clear();
     return WaitForRenderHelper(process, status, &call.at(cinema::VIDEOPOSTCALL::RENDER, true), &settings());
   }
   // What the supervision asked of the system in its last round.
   static Lines lastRound() {
-    const Lines& all = recorded.ofProcesses;
+    const Lines& all = callLog.ofProcesses;
     std::size_t at = 0;
     while (at + 1 < all.size() && all[at] == "poll" && all[at + 1] == "pause 120") at += 2;
     return {all.begin() + long(at), all.end()};
@@ -50,7 +50,7 @@ TEST_F(HelperProcess, IsBelievedOnlyWhenItEndsByItselfWithStatusZero) {
     EXPECT_TRUE(reaped()) << lines;
   }
   EXPECT_TRUE(told.lines.empty());
-  setenv("PATH", folder.c_str(), 1);
+  setenv("PATH", folder.path().c_str(), 1);
   EXPECT_FALSE(run("exit 0")) << "there is no python3";
 }
 
@@ -62,7 +62,7 @@ TEST_F(HelperProcess, HasEachNewMessageReportedOnce) {
 }
 
 TEST_F(HelperProcess, IsToldToEndOnceAndReapedOnABreakEvenIfItWouldSucceed) {
-  recorded.interruptions = 2;
+  callLog.interruptions = 2;
   EXPECT_FALSE(run(R"(trap 'echo "ended $2" > "$1"; exit 0' TERM; echo ready > "$1"; while :; do sleep 0.01; done)",
                    [&] { return contentOf(log) == "ready\n"; }));
   EXPECT_EQ(lastRound(), (Lines{"kill 15", "reap", "reap", "reap"}));

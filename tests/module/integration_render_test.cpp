@@ -50,7 +50,7 @@ struct IntegrationRender : EffectRoom {
 TEST_F(IntegrationRender, GeneratesAFrameStepByStepAndRecordsIt) {
   write(script, echo);
   create_directories(told.watched = data);
-  const ToldOperations operations(told);
+  const OperationsLog operations(told);
   Filename result;
   EXPECT_EQ(open(result), RENDERRESULT::OK);
   EXPECT_EQ(host::pathOf(result), guide);

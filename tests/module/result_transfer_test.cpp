@@ -4,8 +4,8 @@
 
 #include <numeric>
 
+#include "call_log.h"
 #include "image/file_formats.h"
-#include "recorded_calls.h"
 #include "room.h"
 
 namespace quillmere {
@@ -81,23 +81,23 @@ TEST_F(ResultTransfer, ScalesCornerToCornerIntoASecondBitmapOnlyWhereSizesDiffer
            {2, 1, nullptr}, {3, 1, "0 0 1 0 0 0 2 0 "}, {2, 4, "0 0 1 0 0 0 1 3 "}}) {
     picture();
     told.lines.clear();
-    recorded.ofScaling.clear();
-    const ToldOperations operations(told);
+    callLog.ofScaling.clear();
+    const OperationsLog operations(told);
     transferred(width, height);
     Lines expected{"bitmap", "load result.png"};
     if (corners)
       expected.insert(expected.end(),
                       {"bitmap", "init " + std::to_string(width) + " " + std::to_string(height) + " 32"});
     EXPECT_EQ(told.lines, expected);
-    EXPECT_EQ(recorded.ofScaling, corners ? Lines{corners} : Lines{});
+    EXPECT_EQ(callLog.ofScaling, corners ? Lines{corners} : Lines{});
   }
 }
 
 TEST_F(ResultTransfer, LeavesComponentsBehindTheAlphaAt0) {
   picture();
-  recorded.components = 6;
+  callLog.components = 6;
   transferred(2);
-  EXPECT_THAT(recorded.linesWritten,
+  EXPECT_THAT(callLog.linesWritten,
               ElementsAre(Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 1, 0, 0, 0, 1, 1.0f / 3, 1, 0, 0})));
 }
 

@@ -1,43 +1,21 @@
 #include "room.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 
-#include "recorded_calls.h"
+#include "call_log.h"
 #include "still_scene.h"
 
 namespace quillmere {
 
 namespace fs = std::filesystem;
 
-namespace {
-
-fs::path newFolder() {
-  std::string name = (fs::temp_directory_path() / "quillmere-room-XXXXXX").string();
-  return mkdtemp(name.data());
-}
-
-}  // namespace
-
-std::string contentOf(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
-}
-
-void write(const fs::path& file, const std::string& content) {
-  fs::create_directories(file.parent_path());
-  std::ofstream(file, std::ios::binary) << content;
-}
-
-void Told::add(const std::string& line) {
+void HostLog::add(const std::string& line) {
   addNewFiles();
   lines.push_back(line);
 }
 
-void Told::addNewFiles() {
+void HostLog::addNewFiles() {
   if (watched.empty()) return;
   std::set<fs::path> present;
   for (const fs::path& path : fs::recursive_directory_iterator(watched)) present.insert(path);
@@ -46,7 +24,7 @@ void Told::addNewFiles() {
   }
 }
 
-ToldOperations::ToldOperations(Told& told) {
+OperationsLog::OperationsLog(HostLog& told) {
   host::Operations& table = host::operations();
   table.makeBitmap = [&told, former = former_.makeBitmap] { return told.add("bitmap"), former(); };
   table.initBitmap = [&told, former = former_.initBitmap](auto& bitmap, auto width, auto height, auto bits) {
@@ -72,21 +50,17 @@ void copyModuleTo(const fs::path& plugin) {
   fs::copy(other ? other : QUILLMERE_MODULE_FILE, plugin);
 }
 
-Room::Room() : folder(newFolder()) {
-  recorded = {};
+Room::Room() {
+  callLog = {};
   write(folder / "polls", "");
   write(folder / "bin/python3", "#!/bin/sh\nexec /bin/sh \"$@\"\n");
   write(folder / "bin/round",
-        "#!/bin/sh\ncd '" + folder.string() +
+        "#!/bin/sh\ncd '" + folder.path().string() +
             "'; n=$(wc -l < polls); until [ $(wc -l < polls) -gt $((n + 1)) ]; do sleep 0.01; done\n");
   for (const char* const program : {"bin/python3", "bin/round"})
     fs::permissions(folder / program, fs::perms::owner_all);
   setenv("HOME", home.c_str(), 1);
   setenv("PATH", ((folder / "bin").string() + ":/usr/bin:/bin").c_str(), 1);
-}
-
-Room::~Room() {
-  fs::remove_all(folder);
 }
 
 bool Room::polls() {

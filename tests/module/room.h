@@ -14,21 +14,20 @@
 #include "core/substitutes.h"
 #include "core/text.h"
 #include "description/vpquillmere.h"
+#include "temporary_folder.h"
 
 namespace quillmere {
 
 using Lines = std::vector<std::string>;
 
-std::string contentOf(const std::filesystem::path& file);
-void write(const std::filesystem::path& file, const std::string& content);  // makes the folders too
-void copyModuleTo(const std::filesystem::path& plugin);                     // which is made if need be
+void copyModuleTo(const std::filesystem::path& plugin);  // which is made if need be
 inline bool noBreak() {
   return false;
 }
 
 // Everything that the host was told, a line each, and between the lines which files and folders had come up below the
 // watched folder meanwhile, if one is.
-struct Told : host::Events {
+struct HostLog : host::Events {
   void statusText(const std::string& text) override { add("text " + text); }
   void statusSpin(bool on) override { add(on ? "busy" : "idle"); }
   void statusBar(double fraction) override { add("bar " + std::to_string(int(fraction * 100))); }
@@ -44,12 +43,12 @@ struct Told : host::Events {
 };
 
 // While it lives the host's operations, as they then are, tell that they are called.
-class ToldOperations {
+class OperationsLog {
  public:
-  explicit ToldOperations(Told& told);
-  ~ToldOperations() { host::operations() = former_; }
-  ToldOperations(const ToldOperations&) = delete;
-  ToldOperations& operator=(const ToldOperations&) = delete;
+  explicit OperationsLog(HostLog& told);
+  ~OperationsLog() { host::operations() = former_; }
+  OperationsLog(const OperationsLog&) = delete;
+  OperationsLog& operator=(const OperationsLog&) = delete;
 
  private:
   const host::Operations former_ = host::operations();
@@ -60,12 +59,13 @@ class ToldOperations {
 // supervision has polled at least once more, given `polls` as its break test.
 struct Room : testing::Test {
   Room();
-  ~Room() override;
   bool polls();  // never breaks
+  void write(const std::filesystem::path& file, const std::string& content) const { folder.write(file, content); }
+  std::string contentOf(const std::filesystem::path& file) const { return folder.contentOf(file); }
 
-  const std::filesystem::path folder;
+  const TemporaryFolder folder;
   const std::filesystem::path home = folder / "home", data = folder / "write/quillmere/c4d", runtime = data / "runtime";
-  Told told;
+  HostLog told;
   host::Application application{folder / "write", told};
 };
 

@@ -15,7 +15,7 @@ import sys
 from dataclasses import dataclass
 
 HERE = pathlib.Path(__file__).parent
-SOURCES = HERE.parents[1]
+SOURCES = HERE.parent
 COPY = SOURCES / "build" / "mutate"
 BUILD = COPY / "build" / "release"
 

@@ -1,4 +1,4 @@
-#include "recorded_calls.h"
+#include "call_log.h"
 
 #include <dlfcn.h>
 #include <sys/wait.h>
@@ -15,7 +15,7 @@
 
 namespace quillmere {
 
-RecordedCalls recorded;
+CallLog callLog;
 
 namespace {
 
@@ -27,20 +27,20 @@ Function* next(const char* symbol) {
 }  // namespace
 }  // namespace quillmere
 
+using quillmere::callLog;
 using quillmere::next;
-using quillmere::recorded;
 
 extern "C" {
 
 int kill(pid_t process, int signal) {
-  recorded.ofProcesses.push_back("kill " + std::to_string(signal));
+  callLog.ofProcesses.push_back("kill " + std::to_string(signal));
   return next<int(pid_t, int)>("kill")(process, signal);
 }
 
 pid_t waitpid(pid_t process, int* status, int options) {
-  recorded.ofProcesses.emplace_back(options & WNOHANG ? "poll" : "reap");
-  if (!(options & WNOHANG) && recorded.interruptions > 0) {
-    --recorded.interruptions;
+  callLog.ofProcesses.emplace_back(options & WNOHANG ? "poll" : "reap");
+  if (!(options & WNOHANG) && callLog.interruptions > 0) {
+    --callLog.interruptions;
     errno = EINTR;
     return -1;
   }
@@ -48,7 +48,7 @@ pid_t waitpid(pid_t process, int* status, int options) {
 }
 
 int nanosleep(const timespec* time, timespec* rest) {
-  recorded.ofProcesses.push_back("pause " + std::to_string(time->tv_sec * 1000 + time->tv_nsec / 1000000));
+  callLog.ofProcesses.push_back("pause " + std::to_string(time->tv_sec * 1000 + time->tv_nsec / 1000000));
   return next<int(const timespec*, timespec*)>("nanosleep")(time, rest);
 }
 
@@ -60,7 +60,7 @@ int execl(const char* path, const char* first, ...) {
   va_start(rest, first);
   for (std::size_t i = 1; i < 7 && arguments[i - 1]; ++i) arguments[i] = va_arg(rest, char*);
   va_end(rest);
-  if (recorded.shellBecomesHelper && std::strcmp(arguments[1], "-c") == 0) {
+  if (callLog.shellBecomesHelper && std::strcmp(arguments[1], "-c") == 0) {
     std::snprintf(command, sizeof command, "exec %s", arguments[2]);
     arguments[2] = command;
   }
@@ -71,14 +71,13 @@ int execl(const char* path, const char* first, ...) {
 namespace cinema {
 
 Int32 VPBuffer::GetCpp() const {
-  return recorded.components ? *recorded.components
-                             : next<Int32(const VPBuffer*)>("_ZNK6cinema8VPBuffer6GetCppEv")(this);
+  return callLog.components ? *callLog.components : next<Int32(const VPBuffer*)>("_ZNK6cinema8VPBuffer6GetCppEv")(this);
 }
 
 Bool VPBuffer::SetLine(Int32 x, Int32 y, Int32 count, void* data, Int32 bits, Bool dithering) const {
-  if (recorded.components) {
+  if (callLog.components) {
     const float* const values = static_cast<const float*>(data);
-    recorded.linesWritten.emplace_back(values, values + count * *recorded.components);
+    callLog.linesWritten.emplace_back(values, values + count * *callLog.components);
     return true;
   }
   using Function = Bool(const VPBuffer*, Int32, Int32, Int32, void*, Int32, Bool);
@@ -89,7 +88,7 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* to, Int32 left, Int32 top, Int32 right
                               Int32 toTop, Int32 toRight, Int32 toBottom) const {
   std::string corners;
   for (const Int32 n : {left, top, right, bottom, toLeft, toTop, toRight, toBottom}) corners += std::to_string(n) + " ";
-  recorded.ofScaling.push_back(corners);
+  callLog.ofScaling.push_back(corners);
   using Function = void(const BaseBitmap*, BaseBitmap*, Int32, Int32, Int32, Int32, Int32, Int32, Int32, Int32);
   next<Function>("_ZNK6cinema10BaseBitmap12ScaleBicubicEPS0_iiiiiiii")(this, to, left, top, right, bottom, toLeft,
                                                                        toTop, toRight, toBottom);
