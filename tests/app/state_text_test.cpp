@@ -103,8 +103,8 @@ TEST(StateText, RefusesWhatItsFormDoesNotAllow) {
       {kAdd, "{\"workflows\": {}}", "\"workflows\" are no list"},
       {kAdd, "{\"workflows\": [{\"id\": \"a\", \"name\": \"A\", \"meta\": {}}]}",
        "a form that the effect doesn't read"},
-      {kAdd, member, "members of an object"},
-      {removing(0), member, "members of an object"},
+      {kAdd, member, "'C' is no element of a list"},
+      {removing(0), member, "'C' is no element of a list"},
       {moving(0, 1), "{\"m\": [" + kA + "], \"z\": [" + kB + "]}", "several lists"},
   };
   for (const auto& [edit, text, why] : rows) {

@@ -58,6 +58,11 @@ CASES = [
     (["cameras", "broken.glb"], 1, "^$", "broken.glb"),
     (["workflows", "--plugin", "plugin"], 0, r"  1\tInk\tink\t.*/home/\.quillmere/workflows/ink\.json\n\* 2\tFLUX\.2 Dev\tflux", "^$"),
     (["workflows", "--plugin", "plugin", "--json"], 0, '"number":2,"id":"flux","name":"FLUX.2 Dev".*"exists":true,"preferred":true', "^$"),
+    (["workflows", "list", "--plugin", "plugin", "--json"], 0, '^\\[{"number":1,"id":"ink"', "^$"),
+    (["workflows", "add", "--help"], 0, r"add \[OPTIONS\] FILE\n.*FILE REQUIRED .*--no-check.*Example", "^$"),
+    (["workflows", "paint"], 2, "", "command .paint.: there is none.*\n  the commands: list, add, rename, remove, move"),
+    (["workflows", "rename", "ink"], 2, "", "workflows rename: NAME is required\n  see quillmere workflows rename --help"),
+    (["workflows", "add", "scene.glb", "--name=", "--plugin", "plugin"], 2, "", "name ''"),
     (["doctor", "--plugin", "home"], 1, "broken  render helper.*\n.*broken  module", "^$"),
     (["doctor", "--plugin", "plugin", "--module"], 0, r"^identifier  net\.quillmere\.renderer\nunit        register\.cpp\n.*"
         r"entity      \.reflection in \[reflection registration\]\nframework   net\.maxon\.asset\.framework\n", "^$"),
@@ -116,7 +121,13 @@ class CommandLine(Stage):
     def test_completion_for_bash_offers_what_help_lists(self) -> None:
         script = self.run_command("completion", "bash").stdout
         ask = 'COMP_WORDS=(quillmere {0}); COMP_CWORD={1}; _quillmere; echo "${{COMPREPLY[*]}}"'
-        for words, index, expected in [("ren", 1, "render"), ("render --fr", 2, "--frames"), ("doctor --x", 2, "")]:
+        for words, index, expected in [
+            ("ren", 1, "render"),
+            ("render --fr", 2, "--frames"),
+            ("doctor --x", 2, ""),
+            ("workflows re", 2, "rename remove"),
+            ("workflows add --n", 3, "--name --no-check"),
+        ]:
             with self.subTest(words):
                 shell = ["bash", "-c", script + ask.format(words, index)]
                 done = subprocess.run(shell, capture_output=True, encoding="utf-8", timeout=20)

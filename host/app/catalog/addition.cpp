@@ -30,8 +30,10 @@ void check(const Addition& addition, const PluginFolder& plugin) {
   adoptOrphans();
   const WorkflowCheck checked = checkWorkflow(plugin, addition.as.name, addition.file, kPatience);
   const Finding& finding = checked.finding;
-  if (!checked.answered)
-    refuse(addition.file, "it cannot be checked: " + finding.detail, "add it all the same with --no-check");
+  if (!checked.answered) {
+    const std::string why = finding.state == Finding::State::Ok ? "the helper ended without an answer" : finding.detail;
+    refuse(addition.file, "it cannot be checked: " + why, "add it all the same with --no-check");
+  }
   if (!checked.known) throw Failure(ExitStatus::Failed, "not added", finding.detail, finding.remedy);
   if (finding.state == Finding::State::Ok) return;
   printError("warning: '" + addition.as.name + "' can be chosen, but not be rendered yet: " + finding.detail +

@@ -113,7 +113,7 @@ void StateText::refuse(const std::string& why) const {
 }
 
 void StateText::requireElement(std::size_t index) const {
-  if (entries()[index].list == kNowhere) refuse("its workflows are members of an object, not elements of a list");
+  if (entries()[index].list == kNowhere) refuse("its workflow '" + entries()[index].name + "' is no element of a list");
 }
 
 // None when the root is an object to which a list can be added.
