@@ -117,9 +117,9 @@ std::string Page() {
       "# Parameters of the effect\n\n"
       "The node keeps them in its container under these IDs. *Panel* is the place in the attribute panel, from the "
       "top.\n"
-      "`quillmere panel SCENE` shows them with their values, `--set NAME=VALUE` (or `ID=VALUE`) writes those of the "
-      "panel\n"
-      "and `QUILLMERE_REFINE_PROMPT`; settings files hold all of them.\n\n"
+      "`quillmere panel SCENE` shows them with their values, `--set NAME=VALUE` (or `ID=VALUE`) writes "
+      "`QUILLMERE_REFINE_PROMPT`\n"
+      "and those of the panel but the status; settings files hold all of them.\n\n"
       "| ID | name | panel | label | stored as | shown as | default | use |\n"
       "|---|---|---|---|---|---|---|---|\n";
   for (std::size_t i = 0; i < std::size(kParameters); ++i) page += Line(kParameters[i], kRemarks[i]);

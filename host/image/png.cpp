@@ -260,7 +260,8 @@ std::optional<std::string> textOfPng(Bytes file, const std::string& keyword) {
 void encodePng(std::FILE* stream, const Image& picture, Sample depth, const std::string& keyword,
                const std::string& text) {
   PngWriter writer(stream);
-  const auto write = [&]<class T>(T) {
+  const auto write = [&](auto sample) {
+    using T = decltype(sample);
     std::vector<T> line(static_cast<std::size_t>(picture.width() * picture.channels()));
     writer.writeHeader(picture, 8 * static_cast<int>(sizeof(T)), keyword, text);
     for (int y = 0; y < picture.height(); ++y) writer.writeRow(rowAs(picture, y, line));

@@ -64,6 +64,8 @@ struct PixelSampling {
 // What the rays of a packet meet next on their way from the camera. Only the entries of rays and points that are in
 // one of the sets hold anything.
 struct Layer {
+  // Filling what no set names would cost every packet.
+  // cppcheck-suppress uninitMemberVar
   Layer(const RayPacket& traced, const PixelBlock& pixels, const PerRay<std::uint32_t>& pixelSeeds, int sample)
       : rays(traced), block(pixels), seeds(pixelSeeds), pass(sample) {}
 

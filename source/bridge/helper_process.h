@@ -13,10 +13,11 @@ std::string ShellQuote(const cinema::String& text);
 // no script or no process could be made.
 int LaunchRenderHelper(const cinema::Filename& request, const cinema::Filename& response);
 
-// Waits for the helper without a time limit and reports each new message of the status file. When the user stops the
-// render it sends the helper signal 15 and waits for its end. True only when the helper ended by itself with exit
-// status 0. The process has been reaped on return, unless the system refused to wait for it. `vps` and `settings` may
-// be null; without the render's thread there is no break to see.
+// Waits for the process without a time limit and reports each new message of the status file. When the user stops the
+// render it sends the process signal 15, once, and waits for its end. On systems whose shell becomes the helper that is
+// the helper; where the shell stays between, it is the shell alone, and the helper isn't told. True only when the
+// process ended by itself with exit status 0. It has been reaped on return, unless the system refused to wait for it.
+// `vps` and `settings` may be null; without the render's thread there is no break to see.
 bool WaitForRenderHelper(int process, const cinema::Filename& status, cinema::VideoPostStruct* vps,
                          cinema::BaseContainer* settings);
 

@@ -42,13 +42,13 @@ TEST(FileReading, OnlyOrdinaryFilesAreRead) {
   std::filesystem::create_symlink("/dev/zero", folder / "link");
   std::filesystem::create_directory(folder / "folder");
   folder.write("file", "");
-  for (const auto& [file, reason] : std::vector<std::pair<const char*, std::string>>{
-           {"pipe", "it is not a regular file"},
-           {"socket", "it is not a regular file"},
-           {"link", "it is not a regular file"},
-           {"folder", "it is not a regular file"},
-           {"missing", "there is no such file"},
-           {"file/below", "there is no such file"}}) {
+  for (const auto& [file, reason] :
+       std::vector<std::pair<const char*, std::string>>{{"pipe", "it is not a regular file"},
+                                                        {"socket", "it is not a regular file"},
+                                                        {"link", "it is not a regular file"},
+                                                        {"folder", "it is not a regular file"},
+                                                        {"missing", "there is no such file"},
+                                                        {"file/below", "there is no such file"}}) {
     EXPECT_EQ(refusalOf<Error>([&, at = folder / file] { readText(at, kMiB); }), reason) << file;
   }
   close(socket);

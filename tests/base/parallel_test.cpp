@@ -27,7 +27,9 @@ TEST(ForEach, EachIndexIsWorkedOnOnceWhateverTheNumberOfThreads) {
 TEST(ForEach, AStopAndAFailureEndTheRest) {
   for (const int threads : {1, 4}) {
     std::atomic<int> calls = 0;
-    EXPECT_EQ(forEach(100'000, threads, [&] { return calls >= 10; }, [&](int) { ++calls; }), Outcome::Stopped);
+    EXPECT_EQ(forEach(
+                  100'000, threads, [&] { return calls >= 10; }, [&](int) { ++calls; }),
+              Outcome::Stopped);
     EXPECT_GE(calls, 10);
     EXPECT_LE(calls, 10 + threads);
     const auto failing = [&] {

@@ -2,8 +2,8 @@
 
 #include <limits>
 
-#include "image/file_formats.h"
 #include "image/conversion.h"
+#include "image/file_formats.h"
 #include "sample_pictures.h"
 
 namespace quillmere::image::testing {

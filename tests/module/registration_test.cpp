@@ -37,8 +37,7 @@ TEST_F(EffectRoom, TheEffectIsARendererOfOrdinaryPriority) {
 
 TEST_F(Room, TheModuleWithoutItsResourcesRefusesToInitialise) {
   copyModuleTo(folder / "plugin");
-  EXPECT_THAT(refusalOf<host::Error>([&] { application.loadPlugin(folder / "plugin"); }),
-              HasSubstr("can't initialise"));
+  EXPECT_THAT(refusalOf<Error>([&] { application.loadPlugin(folder / "plugin"); }), HasSubstr("can't initialise"));
 }
 
 }  // namespace

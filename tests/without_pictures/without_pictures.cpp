@@ -6,8 +6,8 @@
 #include "render/renderer.h"
 
 // What the host's API needs of pictures, where their libraries aren't: no picture can be read, those written are empty
-// files, every scene is the same still one, and all that is drawn is black. Loops have one thread: the library of theirs
-// isn't there, either.
+// files, every scene is the same still one, and all that is drawn is black. Loops have one thread: the library of
+// theirs isn't there, either.
 namespace quillmere {
 
 Outcome forEach(int count, int /*threads*/, const std::function<bool()>& stop, const std::function<void(int)>& work) {
@@ -40,15 +40,16 @@ std::shared_ptr<const scene::Scene> scene::load(const std::filesystem::path&) {
 
 namespace render {
 
-struct Renderer::Parts {
-  const scene::Snapshot moment;
+class RayScene {
+ public:
+  const scene::Snapshot snapshot;
 };
 
-Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : parts_(new Parts{scene->at(0)}) {}
+Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : scene_(new RayScene{scene->at(0)}) {}
 Renderer::~Renderer() = default;
 void Renderer::pose(double) {}
 const scene::Snapshot& Renderer::snapshot() const {
-  return parts_->moment;
+  return scene_->snapshot;
 }
 
 image::Image Renderer::drawQuick(const scene::Camera&, int width, int height, const StopTest&) {

@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "base/file_reading.h"
-#include "sdk/core/text.h"
 #include "files/manager_folder.h"
+#include "sdk/core/text.h"
 #include "state_entries.h"
 #include "values/failure.h"
 #include "values/texts.h"

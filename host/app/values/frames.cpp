@@ -85,7 +85,7 @@ PictureSize parsePictureSize(const std::string& text) {
 }
 
 const char* wordOf(GuideMode mode) {
-  return kGuideModeWords[mode == GuideMode::FinalRender ? 1 : 0];
+  return mode == GuideMode::FinalRender ? kGuideModeWords[1] : kGuideModeWords[0];
 }
 
 GuideMode guideModeOf(std::string_view word) {
