@@ -105,7 +105,7 @@ class Render(Stage):
 
     def test_a_picture_that_the_effect_cannot_take_fails_its_frame(self) -> None:
         (self.folder / "torn.png").write_bytes(b"\x89PNG\r\n\x1a\n")
-        for picture, reason in [("gone.png", "no such file"), ("torn.png", "torn.png"), (".", "not a file")]:
+        for picture, reason in [("gone.png", "no such file"), ("torn.png", "torn.png"), (".", "not a regular file")]:
             with self.subTest(picture):
                 self.helper(f'printf \'{{"ok": true, "first_output": "{self.folder / picture}"}}\' > "$response"')
                 done = self.render()
@@ -199,7 +199,7 @@ class Render(Stage):
         self.helper("answer; rm $(field output_dir)/picture.png; mkfifo $(field output_dir)/picture.png")
         done = self.render("--quiet")
         self.assertEqual(done.returncode, 1)
-        self.assertRegex(done.stderr, "picture.png': it is not a file")
+        self.assertRegex(done.stderr, "picture.png': it is not a regular file")
 
     def test_two_renders_do_not_share_exchange_files(self) -> None:
         self.render()

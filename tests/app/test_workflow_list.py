@@ -144,7 +144,7 @@ class WorkflowList(Stage):
             (["add", "sea.json", "--id", "Ink"], 1, "'Ink' is that of 'Ink'"),
             (["add", "sea.json", "--id", "there"], 1, "another file is where its copy belongs"),
             (["add", "sea.json", "--name", "a\tb"], 2, "can't be shown"),
-            (["add", "none.json"], 1, "No such file"),
+            (["add", "none.json"], 1, "there is no such file"),
             (["add", "pipe.json"], 1, "it is a pipe"),
             (["add", "home"], 1, "it is a folder"),
             (["remove", "oil"], 2, "none of this name.*\n  the names: 'Ink', 'Wash"),

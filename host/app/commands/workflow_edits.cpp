@@ -43,7 +43,7 @@ std::size_t indexOf(const std::string& wanted, const std::vector<EntrySpan>& ent
     if (const auto found = indexOfName(texts, wanted)) return *found;
   }
   if (const auto place = placeIn(wanted, entries.size())) return *place;
-  refuse(wanted, "there is none of this name or identifier", "see quillmere workflows list");
+  refuse(wanted, "there is none of this name or identifier", "the names: " + listed(names));
 }
 
 void rename(const std::string& wanted, const std::string& name, const PluginFolder& plugin) {

@@ -101,14 +101,10 @@ void refuseValue(const Parameter& parameter, const std::string& why, const std::
 
 const host::Document::Camera& cameraCalled(const std::string& name, const host::Document& document) {
   std::vector<std::string> names;
-  std::string list;
-  for (const host::Document::Camera& camera : document.cameras()) {
-    names.push_back(camera.name);
-    list += (list.empty() ? "'" : ", '") + camera.name + "'";
-  }
+  for (const host::Document::Camera& camera : document.cameras()) names.push_back(camera.name);
   if (const auto index = indexOfName(names, name)) return document.cameras()[*index];
   throw Failure(ExitStatus::Usage, "camera '" + name + "'", "the scene has none of that name",
-                "its cameras: " + (list.empty() ? "none" : list));
+                "its cameras: " + listed(names));
 }
 
 GeData acceptedValue(const Parameter& parameter, const Value& value, const host::Document& document) {

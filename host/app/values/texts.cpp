@@ -26,6 +26,12 @@ void requireUtf8(const std::string& what, std::string_view text) {
   throw Failure(ExitStatus::Usage, what, "its text is not UTF-8", "write it in UTF-8, or name the file otherwise");
 }
 
+std::string listed(const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "'" : ", '") + name + "'";
+  return list.empty() ? "none" : list;
+}
+
 std::optional<std::size_t> indexOfName(const std::vector<std::string>& names, std::string_view wanted) {
   const auto same = std::find(names.begin(), names.end(), wanted);
   if (same != names.end()) return static_cast<std::size_t>(same - names.begin());

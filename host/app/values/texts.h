@@ -11,6 +11,9 @@ namespace quillmere::app {
 // texts: it would put U+FFFD in the place of each wrong byte, which makes another prompt, or the path of another file.
 void requireUtf8(const std::string& what, std::string_view text);
 
+// The names in quotes with commas between them, for a message; "none" when there are none.
+std::string listed(const std::vector<std::string>& names);
+
 // Where `wanted` stands among `names`: the first that is the same, else the only one that differs in the case of ASCII
 // letters alone. None when there is no such one, or more than one.
 std::optional<std::size_t> indexOfName(const std::vector<std::string>& names, std::string_view wanted);
