@@ -170,7 +170,7 @@ TEST_F(IntegrationRender, EndsEarlyAtEachStageAndKeepsTheFormerResult) {
   const host::Substitute notSaved(host::operations().saveBitmap, [](auto&&...) { return IMAGERESULT::FILEERROR; });
   const std::string notCaptured = "Failed to capture selected camera: Side (Quick Shading)";
   endsEarly(RENDERRESULT::FAILED, notCaptured, {capturing, "busy", "text " + notCaptured, "idle"});
-  settings().RemoveData(QUILLMERE_CAMERA);
+  settings().SetLink(QUILLMERE_CAMERA, nullptr);
   api().SetSceneCamera(nullptr);
   endsEarly(RENDERRESULT::FAILED, "No camera selected", {"text No camera selected", "idle"});
   settings().SetString(QUILLMERE_WORKFLOW_PATH, String());

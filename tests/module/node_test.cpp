@@ -23,7 +23,7 @@ struct Node : EffectRoom {
 
 TEST_F(Node, StartsWithItsDefaultsUnlessItIsACopy) {
   catalog(R"([{"id":"a","name":"A"},{"id":"b","name":"FLUX.2 Dev"}])");
-  settings().FlushAll();
+  settings() = BaseContainer();
   ASSERT_TRUE(effect.Init(node, true));
   EXPECT_TRUE(settings().IsEmpty());
   ASSERT_TRUE(effect.Init(node, false));
@@ -42,7 +42,7 @@ TEST_F(Node, StartsWithItsDefaultsUnlessItIsACopy) {
     EXPECT_EQ(settings().GetType(id), DA_STRING) << id;
     EXPECT_EQ(text(id), expected) << id;
   }
-  EXPECT_EQ(GetDefaultSystemPrompt().GetLength(), 203);
+  EXPECT_EQ(ToUtf8(GetDefaultSystemPrompt()).size(), 203u);
   EXPECT_EQ(host::pathOf(settings().GetFilename(2009)), data / "renders");
   EXPECT_FALSE(exists(data));
   EXPECT_EQ(settings().GetType(2005), DA_NIL);

@@ -26,8 +26,7 @@ TEST(Time, FramesAreCutFromAReducedFraction) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(&row - rows);
-    EXPECT_EQ(row.time.GetNumerator(), row.numerator);
-    EXPECT_EQ(row.time.GetDenominator(), row.denominator);
+    EXPECT_EQ(row.time, BaseTime(row.numerator, row.denominator));
     EXPECT_EQ(row.time.GetFrame(row.fps), row.frame);
   }
   EXPECT_EQ(BaseTime(2, 4), BaseTime(0.5));

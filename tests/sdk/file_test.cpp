@@ -33,34 +33,20 @@ TEST(FilenameJoining, OnlyTheLastComponentIsAppendedSoNothingLeavesItsFolder) {
   }
 }
 
-TEST(FilenameParts, DirectoryFileAndSuffix) {
+TEST(FilenameParts, DirectoryAndFile) {
   const struct {
-    const char *name, *directory, *file, *suffix, *renamed;
+    const char *name, *directory, *file;
   } rows[] = {
-      {"/a/b.c", "/a", "b.c", "c", "/a/b.new"},
-      {"b", "", "b", "", "b.new"},
-      {"/b", "/", "b", "", "/b.new"},
-      {"a.x/b", "a.x", "b", "", "a.x/b.new"},
-      {"/a/.hidden", "/a", ".hidden", "", "/a/.hidden.new"},
-      {"a/b.tar.gz", "a", "b.tar.gz", "gz", "a/b.tar.new"},
-      {"", "", "", "", ".new"},
-      {"/", "/", "", "", "/.new"},
+      {"/a/b.c", "/a", "b.c"}, {"b", "", "b"}, {"/b", "/", "b"}, {"a.x/b", "a.x", "b"}, {"", "", ""}, {"/", "/", ""},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    Filename name(row.name);
+    const Filename name(row.name);
     EXPECT_EQ(text(name.GetDirectory()), row.directory);
     EXPECT_EQ(toUtf8(name.GetFileString()), row.file);
-    EXPECT_EQ(toUtf8(name.GetSuffix()), row.suffix);
+    EXPECT_EQ(text(name.GetFile()), row.file);
     EXPECT_EQ(name.IsPopulated(), *row.name != '\0');
-    name.SetSuffix("new"_s);
-    EXPECT_EQ(text(name), row.renamed);
   }
-  Filename name("/a/b.c");
-  name.SetFile("x/d.e");
-  EXPECT_EQ(name, Filename("/a/d.e"));
-  name.SetDirectory("/z/");
-  EXPECT_EQ(name, Filename("/z/d.e"));
 }
 
 TEST(FileSystem, ExistenceIsAskedForFilesAndFoldersApart) {
@@ -80,26 +66,18 @@ TEST(FileSystem, FoldersAreMadeWithTheirParents) {
   const std::string root = folder.path().string();
   const struct {
     std::string name;
-    bool one, all;  // made by GeFCreateDir, by GeFCreateDirRec
+    bool made;
   } rows[] = {
-      {root + "/a", true, true},
-      {root + "/b/c", false, true},
-      {root + "/file", false, false},
-      {root + "/file/x", false, false},
-      {"", false, false},
-      {"bare", true, false},
-      {"missing/below", false, false},
-      {"./here", true, true},
-      {root + "/" + std::string(300, 'n'), false, false},
+      {root + "/a", true},       {root + "/b/c", true}, {root + "/file", false},
+      {root + "/file/x", false}, {"", false},           {"bare", false},
+      {"missing/below", false},  {"./here", true},      {root + "/" + std::string(300, 'n'), false},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const Filename name(fromUtf8(row.name));
-    EXPECT_EQ(GeFCreateDir(name), row.one);
-    if (row.one) fs::remove(row.name);
-    EXPECT_EQ(GeFCreateDirRec(name), row.all);
-    EXPECT_EQ(GeFExist(name, true), row.all);
-    EXPECT_EQ(GeFCreateDirRec(name), row.all) << "a second time";
+    EXPECT_EQ(GeFCreateDirRec(name), row.made);
+    EXPECT_EQ(GeFExist(name, true), row.made);
+    EXPECT_EQ(GeFCreateDirRec(name), row.made) << "a second time";
   }
   fs::current_path(former);
 }

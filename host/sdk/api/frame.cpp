@@ -32,9 +32,7 @@ struct RenderCall::Parts {
 RenderCall::Parts::Parts(Document* of, std::optional<Buffer> asked, BreakTest test, const FrameSettings& drawing)
     : document(of ? &partsOf(of->api()) : nullptr), userBreak(std::move(test)), settings(drawing) {
   if (asked) lines.emplace(asked->width, asked->height, asked->components, [this] { return draw(); });
-  objects.emplace(lines ? &*lines : nullptr,
-                  document ? document->renderData->GetDataInstanceRef() : cinema::BaseContainer(),
-                  document ? document->view.get() : nullptr, userBreak);
+  objects.emplace(lines ? &*lines : nullptr, userBreak);
   cinema::VideoPostStruct& call = objects->call;
   call.thread = &objects->thread;
   call.error = &result;

@@ -52,23 +52,11 @@ BasePlugin* FindPlugin(Int32 id, PLUGINTYPE type) {
   return applicationState() ? applicationState()->registry.find(id, type) : nullptr;
 }
 
-namespace {
-
-template <class Name>
-Bool load(std::vector<quillmere::host::DescriptionEntry>& entries, const Name& name) {
-  const auto* found = applicationState() ? applicationState()->registry.description(name) : nullptr;
-  entries.clear();
-  if (found) entries = found->entries;
-  return found != nullptr;
-}
-
-}  // namespace
-
 Bool Description::LoadDescription(const String& id) {
-  return load(parts_->entries, toUtf8(id));
-}
-Bool Description::LoadDescription(Int32 id) {
-  return load(parts_->entries, id);
+  const auto* found = applicationState() ? applicationState()->registry.description(toUtf8(id)) : nullptr;
+  parts_->entries.clear();
+  if (found) parts_->entries = found->entries;
+  return found != nullptr;
 }
 
 }  // namespace cinema

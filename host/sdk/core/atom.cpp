@@ -81,9 +81,6 @@ const BaseContainer& BaseList2D::GetDataInstanceRef() const {
 BaseContainer& BaseList2D::GetDataInstanceRef() {
   return *GetDataInstance();
 }
-BaseContainer BaseList2D::GetData() const {
-  return *GetDataInstance();
-}
 String BaseList2D::GetName() const {
   return HostSide<C4DAtom>::parts(*this).name;
 }

@@ -42,16 +42,6 @@ struct BaseContainer::Parts {
     }
   }
 
-  bool remove(Int32 key) {
-    const auto place = places.find(key);
-    if (place == places.end()) return false;
-    const size_t removed = place->second;
-    entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(removed));
-    places.erase(place);
-    for (size_t i = removed; i < entries.size(); ++i) places[entries[i].id] = i;
-    return true;
-  }
-
   static Parts& writable(Parts*& parts) {
     if (!parts) parts = new Parts;
     return *parts;
@@ -135,9 +125,6 @@ BaseContainer BaseContainer::GetContainer(Int32 id) const {
 const BaseContainer* BaseContainer::GetContainerInstance(Int32 id) const {
   return GetData(id).GetContainer();
 }
-BaseContainer* BaseContainer::GetContainerInstanceWritable(Int32 id) {
-  return const_cast<BaseContainer*>(GetContainerInstance(id));
-}
 void BaseContainer::SetContainer(Int32 id, const BaseContainer& s) {
   SetData(id, GeData(s));
 }
@@ -150,12 +137,6 @@ const BaseList2D* BaseContainer::GetLink(Int32 id, const BaseDocument* doc, Int3
 }
 BaseList2D* BaseContainer::GetLink(Int32 id, decltype(nullptr), Int32 instanceof) const {
   return GetData(id).GetLink(nullptr, instanceof);
-}
-BaseObject* BaseContainer::GetObjectLink(Int32 id, BaseDocument* doc) const {
-  return static_cast<BaseObject*>(GetLink(id, doc, Obase));
-}
-const BaseLink* BaseContainer::GetBaseLink(Int32 id) const {
-  return GetData(id).GetBaseLink();
 }
 void BaseContainer::SetLink(Int32 id, const C4DAtomGoal* link) {
   SetData(id, GeData(const_cast<BaseList2D*>(static_cast<const BaseList2D*>(link))));
@@ -176,27 +157,9 @@ Int32 BaseContainer::GetType(Int32 id) const {
   return GetData(id).GetType();
 }
 
-Bool BaseContainer::RemoveData(Int32 id) {
-  return parts_ && parts_->remove(id);
-}
-
-Int32 BaseContainer::FindIndex(Int32 id, const GeData** found) const {
-  if (!parts_) return NOTOK;
-  const auto place = parts_->places.find(id);
-  if (place == parts_->places.end()) return NOTOK;
-  if (found) *found = &parts_->entries[place->second].data;
-  return static_cast<Int32>(place->second);
-}
-
 Int32 BaseContainer::GetIndexId(Int32 index) const {
   if (!parts_ || index < 0 || static_cast<size_t>(index) >= parts_->entries.size()) return NOTOK;
   return parts_->entries[static_cast<size_t>(index)].id;
-}
-
-void BaseContainer::FlushAll() {
-  if (!parts_) return;
-  parts_->entries.clear();
-  parts_->places.clear();
 }
 
 }  // namespace cinema

@@ -44,12 +44,6 @@ BaseTime::BaseTime(Float numerator, Float denominator)
 Float BaseTime::Get() const {
   return numerator_ / denominator_;
 }
-Float BaseTime::GetNumerator() const {
-  return numerator_;
-}
-Float BaseTime::GetDenominator() const {
-  return denominator_;
-}
 
 Int32 BaseTime::GetFrame(Float fps) const {
   const Float frame = std::trunc(std::floor(numerator_ * fps) / denominator_);

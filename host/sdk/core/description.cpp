@@ -61,15 +61,6 @@ const BaseContainer* Description::GetParameter(const DescID& id, BaseContainer&,
   return present ? &present->properties : nullptr;
 }
 
-BaseContainer* Description::GetParameterI(const DescID& id, AtomArray*) {
-  DescriptionEntry* present = find(parts_->entries, id);
-  return present ? &present->properties : nullptr;
-}
-
-const DescID* Description::GetSingleDescID() {
-  return nullptr;
-}
-
 namespace {
 
 struct DataType {

@@ -33,12 +33,6 @@ size_t fileStart(const std::u32string& name) {
   return separator == std::u32string::npos ? 0 : separator + 1;
 }
 
-// Where the suffix's dot stands, or the end of the name. A leading dot belongs to the name.
-size_t suffixDot(const std::u32string& name) {
-  const size_t dot = name.rfind(U'.');
-  return dot == std::u32string::npos || dot <= fileStart(name) ? name.size() : dot;
-}
-
 }  // namespace
 
 Filename::Filename() = default;
@@ -62,9 +56,6 @@ Bool Filename::IsPopulated() const {
 String Filename::GetString() const {
   return name_;
 }
-void Filename::SetString(const maxon::String& name) {
-  *this = Filename(name);
-}
 
 const Filename Filename::GetDirectory() const {
   const std::u32string& name = points(name_);
@@ -73,35 +64,12 @@ const Filename Filename::GetDirectory() const {
   return Filename(text(name.substr(0, start == 1 ? 1 : start - 1)));
 }
 
-void Filename::SetDirectory(const Filename& directory) {
-  *this = directory + GetFile();
-}
-
 const Filename Filename::GetFile() const {
   return Filename(GetFileString());
 }
 
 String Filename::GetFileString() const {
   return text(points(name_).substr(fileStart(points(name_))));
-}
-
-void Filename::SetFile(const Filename& file) {
-  *this = GetDirectory() + file.GetFile();
-}
-
-String Filename::GetSuffix() const {
-  const std::u32string& name = points(name_);
-  const size_t dot = suffixDot(name);
-  return dot == name.size() ? String() : text(name.substr(dot + 1));
-}
-
-void Filename::SetSuffix(const maxon::String& suffix) {
-  ClearSuffix();
-  if (suffix.IsPopulated()) name_ += "." + String(suffix);
-}
-
-void Filename::ClearSuffix() {
-  name_ = text(points(name_).substr(0, suffixDot(points(name_))));
 }
 
 // Only the last component is taken over, so no ID, stem or prefix can lead out of its folder: a last component that
@@ -148,12 +116,6 @@ Bool GeFExist(const Filename& name, Bool isdir) {
   std::error_code failed;
   if (!isUsable(path)) return false;
   return isdir ? fs::is_directory(path, failed) : fs::exists(path, failed) && !fs::is_directory(path, failed);
-}
-
-Bool GeFCreateDir(const Filename& name) {
-  const fs::path path = pathOf(name);
-  std::error_code failed;
-  return isUsable(path) && fs::create_directory(path, failed) && !failed;
 }
 
 Bool GeFCreateDirRec(const Filename& name) {

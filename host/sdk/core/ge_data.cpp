@@ -10,13 +10,12 @@ namespace {
 
 using Side = HostSide<GeData>;
 
-template <class Whole>
-Whole cut(Float value) {
-  using Limits = std::numeric_limits<Whole>;
+Int32 cut(Float value) {
+  using Limits = std::numeric_limits<Int32>;
   if (std::isnan(value)) return 0;
   if (value <= static_cast<Float>(Limits::min())) return Limits::min();
   if (value >= static_cast<Float>(Limits::max())) return Limits::max();
-  return static_cast<Whole>(value);
+  return static_cast<Int32>(value);
 }
 
 // What a getter that hands out a reference names when the value is of another kind.
@@ -41,14 +40,7 @@ std::optional<Bool> Side::asBool(const GeData& data) {
 
 std::optional<Int32> Side::asInt32(const GeData& data) {
   if (const auto* whole = as<Int32>(data)) return *whole;
-  if (const auto* real = as<Float>(data)) return cut<Int32>(*real);
-  return std::nullopt;
-}
-
-std::optional<Int64> Side::asInt64(const GeData& data) {
-  if (const auto* whole = as<Int64>(data)) return *whole;
-  if (const auto* whole = as<Int32>(data)) return *whole;
-  if (const auto* real = as<Float>(data)) return cut<Int64>(*real);
+  if (const auto* real = as<Float>(data)) return cut(*real);
   return std::nullopt;
 }
 
@@ -61,13 +53,11 @@ std::optional<Float> Side::asFloat(const GeData& data) {
 GeData::GeData() = default;
 GeData::GeData(Int32 value) : parts_(new Parts{value}) {}
 GeData::GeData(double value) : parts_(new Parts{value}) {}
-GeData::GeData(Float32 value) : GeData(static_cast<double>(value)) {}
 GeData::GeData(Int64 value, LLONGVALUETYPE) : parts_(new Parts{value}) {}
 GeData::GeData(const Char* utf8) : parts_(new Parts{String(utf8)}) {}
 GeData::GeData(const maxon::String& text) : parts_(new Parts{String(text)}) {}
 GeData::GeData(const Filename& name) : parts_(new Parts{name}) {}
 GeData::GeData(const BaseContainer& container) : parts_(new Parts{container}) {}
-GeData::GeData(const BaseTime& time) : parts_(new Parts{time}) {}
 GeData::GeData(BaseList2D* target) : parts_(new Parts{HostSide<BaseLink>(target)}) {}
 GeData::GeData(const BaseLink* link)
     : parts_(new Parts{link ? HostSide<BaseLink>(*link) : HostSide<BaseLink>(nullptr)}) {}
@@ -88,7 +78,7 @@ const GeData& GeData::operator=(GeData&& other) noexcept {
 
 Int32 GeData::GetType() const {
   // In the order of the kinds of Parts::value.
-  constexpr Int32 kTypes[] = {DA_LONG, DA_REAL, DA_LLONG, DA_STRING, DA_FILENAME, DA_CONTAINER, DA_TIME, DA_ALIASLINK};
+  constexpr Int32 kTypes[] = {DA_LONG, DA_REAL, DA_LLONG, DA_STRING, DA_FILENAME, DA_CONTAINER, DA_ALIASLINK};
   return parts_ ? kTypes[parts_->value.index()] : DA_NIL;
 }
 
@@ -98,9 +88,6 @@ Bool GeData::GetBool() const {
 Int32 GeData::GetInt32() const {
   return Side::asInt32(*this).value_or(0);
 }
-Int64 GeData::GetInt64() const {
-  return Side::asInt64(*this).value_or(0);
-}
 Float GeData::GetFloat() const {
   return Side::asFloat(*this).value_or(0.0);
 }
@@ -109,9 +96,6 @@ const String& GeData::GetString() const {
 }
 const Filename& GeData::GetFilename() const {
   return orNothing<Filename>(*this);
-}
-const BaseTime& GeData::GetTime() const {
-  return orNothing<BaseTime>(*this);
 }
 const BaseContainer* GeData::GetContainer() const {
   return Side::as<BaseContainer>(*this);

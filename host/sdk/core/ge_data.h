@@ -9,7 +9,7 @@
 namespace cinema {
 
 struct GeData::Parts {
-  std::variant<Int32, Float, Int64, String, Filename, BaseContainer, BaseTime, HostSide<BaseLink>> value;
+  std::variant<Int32, Float, Int64, String, Filename, BaseContainer, HostSide<BaseLink>> value;
 };
 
 // How a value reads as another kind. This is the one place that decides which kinds convert: Bool and Int32 stand for
@@ -18,7 +18,6 @@ template <>
 struct HostSide<GeData> {
   static std::optional<Bool> asBool(const GeData& data);
   static std::optional<Int32> asInt32(const GeData& data);
-  static std::optional<Int64> asInt64(const GeData& data);
   static std::optional<Float> asFloat(const GeData& data);
 
   // Null when the value is of another kind.

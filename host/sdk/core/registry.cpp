@@ -58,13 +58,6 @@ const RegisteredDescription* Registry::description(const std::string& name) cons
   return found == descriptions_.end() ? nullptr : &found->second;
 }
 
-const RegisteredDescription* Registry::description(cinema::Int32 id) const {
-  if (id == 0) return nullptr;  // the host's own descriptions go by name
-  const auto found = std::find_if(descriptions_.begin(), descriptions_.end(),
-                                  [&](const auto& named) { return named.second.id == id; });
-  return found == descriptions_.end() ? nullptr : &found->second;
-}
-
 void Registry::removeModule(const std::string& file) {
   std::erase_if(plugins_, [&](const PluginSide::Owner& plugin) {
     return toUtf8(PluginSide::parts(*plugin).file.GetString()) == file;

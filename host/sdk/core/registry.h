@@ -61,7 +61,6 @@ class Registry {
   // Names are unique over all modules: false when there is one.
   bool addDescription(const std::string& name, RegisteredDescription&& description);
   const RegisteredDescription* description(const std::string& name) const;
-  const RegisteredDescription* description(cinema::Int32 id) const;
 
   void removeModule(const std::string& file);  // all that this module registered
 

@@ -46,9 +46,6 @@ bool String::IsPopulated() const {
 bool String::IsEmpty() const {
   return parts_ == nullptr;
 }
-cinema::Int String::GetLength() const {
-  return parts_ ? static_cast<cinema::Int>(parts_->points.size()) : 0;
-}
 
 bool operator==(const String& a, const String& b) {
   return points(a) == points(b);
@@ -116,9 +113,6 @@ String::String(const Char* text, STRINGENCODING type) : maxon::String(HostSide<m
   if (!isSevenBit(type) || !parts_) return;
   std::replace_if(
       parts_->points.begin(), parts_->points.end(), [](char32_t point) { return point > 0x7F; }, U'?');
-}
-String::String(Int count, Utf32Char fill)
-    : maxon::String(HostSide<maxon::String>::make(std::u32string(static_cast<size_t>(std::max<Int>(count, 0)), fill))) {
 }
 
 String String::IntToString(Int32 v) {

@@ -141,9 +141,6 @@ Int32 BaseBitmap::GetBh() const {
 Int32 BaseBitmap::GetBt() const {
   return parts_->pixels.depth();
 }
-Int32 BaseBitmap::GetBpz() const {
-  return (GetBw() * GetBt() + 7) / 8;
-}
 
 void BaseBitmap::FindPixel(Int32 x, Int32 y, UInt16* r, UInt16* g, UInt16* b) const {
   parts_->pixels.read(x, y, r, g, b);
@@ -162,29 +159,11 @@ void BaseBitmap::ScaleBicubic(BaseBitmap* dst, Int32 src_xmin, Int32 src_ymin, I
   });
 }
 
-namespace {
-
-Bool show(const BaseBitmap* bm) {
+Bool ShowBitmap(BaseBitmap* bm) {
   const auto* application = quillmere::host::applicationState();
   if (!application || !bm || bm->GetBw() == 0) return false;
   application->events.pictureViewer(Side::pixels(*bm).pixels());
   return true;
-}
-
-}  // namespace
-
-Bool ShowBitmap(BaseBitmap* bm) {
-  return show(bm);
-}
-
-// This host's viewer has no title to put the name into.
-Bool ShowBitmap(BaseBitmap* bm, const String&) {
-  return show(bm);
-}
-
-Bool ShowBitmap(const Filename& fn) {
-  AutoAlloc<BaseBitmap> loaded;
-  return loaded.GetPointer() && loaded->Init(fn) == IMAGERESULT::OK && show(loaded.GetPointer());
 }
 
 }  // namespace cinema

@@ -36,9 +36,6 @@ Int32 VPBuffer::GetBh() const {
 Int32 VPBuffer::GetCpp() const {
   return parts_->lines->components();
 }
-Int32 VPBuffer::GetBt() const {
-  return 32;
-}
 
 // The buffer keeps floats, which hold every value of the other depths: there is nothing to dither.
 Bool VPBuffer::SetLine(Int32 x, Int32 y, Int32 cnt, void* data, Int32 bitdepth, Bool) const {
@@ -57,12 +54,6 @@ Render::~Render() {
 }
 VPBuffer* Render::GetBuffer(Int32 id, Int32 subid) const {
   return id == VPBUFFER_RGBA && subid == NOTOK ? parts_->rgba : nullptr;
-}
-BaseContainer Render::GetRenderData() const {
-  return parts_->settings;
-}
-BaseDraw* Render::GetBaseDraw() const {
-  return parts_->view;
 }
 
 BaseThread::BaseThread(Parts* parts) : parts_(parts) {}

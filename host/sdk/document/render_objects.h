@@ -14,8 +14,6 @@ struct VPBuffer::Parts {
 
 struct Render::Parts {
   VPBuffer* rgba;
-  BaseContainer settings;
-  BaseDraw* view;
 };
 
 struct BaseThread::Parts {
@@ -25,11 +23,10 @@ struct BaseThread::Parts {
 // What a running render hands to effects: the structure of its calls and what that points to. Made for one frame.
 template <>
 struct HostSide<VideoPostStruct> {
-  // `lines` and `view` may be null, and must outlive this.
-  HostSide(quillmere::host::LineBuffer* lines, BaseContainer settings, BaseDraw* view,
-           quillmere::render::StopTest userBreak)
+  // `lines` may be null, and must outlive this.
+  HostSide(quillmere::host::LineBuffer* lines, quillmere::render::StopTest userBreak)
       : buffer(new VPBuffer::Parts{lines}),
-        render(new Render::Parts{lines ? &buffer : nullptr, std::move(settings), view}),
+        render(new Render::Parts{lines ? &buffer : nullptr}),
         thread(new BaseThread::Parts{std::move(userBreak)}) {}
 
   VPBuffer buffer;

@@ -19,10 +19,9 @@ class QM_HOST_API BaseBitmap {
   // `format` is a FILTER_; `data` may be null.
   IMAGERESULT Save(const Filename& name, Int32 format, BaseContainer* data, SAVEBIT savebits) const;
 
-  Int32 GetBw() const;   // 0 before Init
-  Int32 GetBh() const;   // 0 before Init
-  Int32 GetBt() const;   // bits per pixel
-  Int32 GetBpz() const;  // bytes per line
+  Int32 GetBw() const;  // 0 before Init
+  Int32 GetBh() const;  // 0 before Init
+  Int32 GetBt() const;  // bits per pixel
 
   // 0-255 up to 32 bits per pixel, 0-65535 above; 0, 0, 0 outside the picture. This is asked for every pixel of a
   // picture: where they lie as nearly all pictures have them, it is answered without a call.

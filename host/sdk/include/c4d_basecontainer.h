@@ -36,23 +36,17 @@ class QM_HOST_API BaseContainer {
 
   BaseContainer GetContainer(Int32 id) const;
   const BaseContainer* GetContainerInstance(Int32 id) const;  // null when absent; lives until this container changes
-  BaseContainer* GetContainerInstanceWritable(Int32 id);
   void SetContainer(Int32 id, const BaseContainer& s);
 
   BaseList2D* GetLink(Int32 id, BaseDocument* doc, Int32 instanceof = 0) const;
   const BaseList2D* GetLink(Int32 id, const BaseDocument* doc, Int32 instanceof = 0) const;
   BaseList2D* GetLink(Int32 id, decltype(nullptr), Int32 instanceof = 0) const;
-  BaseObject* GetObjectLink(Int32 id, BaseDocument* doc) const;
-  const BaseLink* GetBaseLink(Int32 id) const;
   void SetLink(Int32 id, const C4DAtomGoal* link);
 
   const GeData& GetData(Int32 id) const;  // DA_NIL when absent
   Bool SetData(Int32 id, const GeData& n);
-  Int32 GetType(Int32 id) const;  // a DA_ type
-  Bool RemoveData(Int32 id);
-  Int32 FindIndex(Int32 id, const GeData** found = nullptr) const;  // NOTOK when absent
-  Int32 GetIndexId(Int32 index) const;                              // NOTOK beyond the last
-  void FlushAll();
+  Int32 GetType(Int32 id) const;        // a DA_ type
+  Int32 GetIndexId(Int32 index) const;  // NOTOK beyond the last
 
  private:
   struct Parts;

@@ -49,7 +49,6 @@ class QM_HOST_API BaseList2D : public GeListNode {
   BaseContainer* GetDataInstance();
   const BaseContainer& GetDataInstanceRef() const;
   BaseContainer& GetDataInstanceRef();
-  [[deprecated("copy GetDataInstanceRef()")]] BaseContainer GetData() const;
   String GetName() const;
 
  protected:

@@ -11,9 +11,7 @@ class QM_HOST_API BaseTime {
   explicit BaseTime(Float seconds);                       // to the nearest millisecond
   explicit BaseTime(Float numerator, Float denominator);  // both to the nearest whole number; a denominator of 0 is 1
 
-  Float Get() const;  // seconds
-  Float GetNumerator() const;
-  Float GetDenominator() const;
+  Float Get() const;                // seconds
   Int32 GetFrame(Float fps) const;  // toward zero
 
   Bool operator==(const BaseTime& other) const;

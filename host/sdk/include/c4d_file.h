@@ -18,17 +18,10 @@ class QM_HOST_API Filename {
 
   Bool IsPopulated() const;
   String GetString() const;
-  void SetString(const maxon::String& name);
 
   const Filename GetDirectory() const;  // empty for a bare name
-  void SetDirectory(const Filename& directory);
-  const Filename GetFile() const;  // the last component
+  const Filename GetFile() const;       // the last component
   String GetFileString() const;
-  void SetFile(const Filename& file);
-
-  String GetSuffix() const;  // without the dot
-  void SetSuffix(const maxon::String& suffix);
-  void ClearSuffix();
 
   // Appends the last component of `other` behind one separator; the folders of `other` are left out. To an empty name
   // the whole of `other` is assigned.
@@ -44,8 +37,6 @@ class QM_HOST_API Filename {
 
 // isdir false asks for a file, true for a folder.
 QM_HOST_API Bool GeFExist(const Filename& name, Bool isdir = false);
-// One level.
-QM_HOST_API Bool GeFCreateDir(const Filename& name);
 // All missing levels; true when the folder is there afterwards. False for an empty name and for a bare one.
 QM_HOST_API Bool GeFCreateDirRec(const Filename& name);
 

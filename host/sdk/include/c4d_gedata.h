@@ -1,6 +1,5 @@
 #pragma once
 
-#include "c4d_basetime.h"
 #include "c4d_file.h"
 
 namespace cinema {
@@ -14,13 +13,11 @@ class QM_HOST_API GeData {
   GeData();
   GeData(Int32 value);
   GeData(double value);
-  GeData(Float32 value);
   GeData(Int64 value, LLONGVALUETYPE kind);
   GeData(const Char* utf8);
   GeData(const maxon::String& text);
   GeData(const Filename& name);
   GeData(const BaseContainer& container);
-  GeData(const BaseTime& time);
   GeData(BaseList2D* target);    // a link, which ends with its target
   GeData(const BaseLink* link);  // a link to the same target; null leads nowhere
   GeData(const GeData& other);
@@ -30,13 +27,11 @@ class QM_HOST_API GeData {
   const GeData& operator=(GeData&& other) noexcept;
 
   Int32 GetType() const;
-  Bool GetBool() const;    // else false
-  Int32 GetInt32() const;  // else 0; a Float is cut toward zero and kept in range
-  Int64 GetInt64() const;
+  Bool GetBool() const;                       // else false
+  Int32 GetInt32() const;                     // else 0; a Float is cut toward zero and kept in range
   Float GetFloat() const;                     // else 0
   const String& GetString() const;            // else an empty text
   const Filename& GetFilename() const;        // else an empty name
-  const BaseTime& GetTime() const;            // else 0
   const BaseContainer* GetContainer() const;  // else null
   const BaseLink* GetBaseLink() const;        // else null
   // Null when this is no link, the target is gone, belongs to another document, or isn't an `instanceof` (0: any).

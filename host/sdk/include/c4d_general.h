@@ -8,8 +8,6 @@ QM_HOST_API void GePrint(const maxon::String& str);  // a line on the console
 QM_HOST_API void CallCommand(Int32 id, Int32 subid = 0);
 
 // Opens the picture viewer with a copy of the picture.
-QM_HOST_API Bool ShowBitmap(const Filename& fn);
 QM_HOST_API Bool ShowBitmap(BaseBitmap* bm);
-QM_HOST_API Bool ShowBitmap(BaseBitmap* bm, const String& name);
 
 }  // namespace cinema

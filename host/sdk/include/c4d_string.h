@@ -17,7 +17,6 @@ class QM_HOST_API String {
 
   bool IsPopulated() const;
   bool IsEmpty() const;
-  cinema::Int GetLength() const;  // in code points
 
   explicit operator bool() const = delete;  // ask IsPopulated() or IsEmpty()
 
@@ -56,7 +55,6 @@ class QM_HOST_API String : public maxon::String {
   String(maxon::String&& other) noexcept;
   String(const Char* utf8);                       // null gives an empty text
   String(const Char* text, STRINGENCODING type);  // up to the terminating NUL
-  String(Int count, Utf32Char fill);
 
   static String IntToString(Int32 v);
   static String IntToString(Int64 v);

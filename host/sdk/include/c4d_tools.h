@@ -13,7 +13,6 @@ class QM_HOST_API VPBuffer {
   Int32 GetBw() const;
   Int32 GetBh() const;
   Int32 GetCpp() const;  // components per pixel
-  Int32 GetBt() const;   // bits per component
 
   // `cnt` pixels of line `y` from column `x` on. `bitdepth` tells what `data` holds: 8 UChar, 16 UInt16, 32 Float32.
   // False, with nothing done, when they don't all lie in the buffer.
@@ -35,8 +34,6 @@ class QM_HOST_API VPBuffer {
 class QM_HOST_API Render {
  public:
   VPBuffer* GetBuffer(Int32 id, Int32 subid) const;  // null if there is none; the main one has the sub-ID NOTOK
-  BaseContainer GetRenderData() const;
-  BaseDraw* GetBaseDraw() const;
 
  private:
   struct Parts;

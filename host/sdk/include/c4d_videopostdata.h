@@ -1,5 +1,6 @@
 #pragma once
 
+#include "c4d_basetime.h"
 #include "c4d_nodedata.h"
 #include "c4d_tools.h"
 

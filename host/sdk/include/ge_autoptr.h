@@ -9,9 +9,6 @@ template <class T>
 class AutoAlloc {
  public:
   AutoAlloc() : owned_(T::Alloc()) {}
-  explicit AutoAlloc(Int32 id) : owned_(T::Alloc(id)) {}
-  AutoAlloc(Int32 a, Int32 b) : owned_(T::Alloc(a, b)) {}
-  explicit AutoAlloc(T* adopted) : owned_(adopted) {}
   AutoAlloc(AutoAlloc&& other) noexcept : owned_(other.Release()) {}
   AutoAlloc& operator=(AutoAlloc&& other) noexcept {
     T* const adopted = other.Release();  // first, so that nothing is lost when it is this one
@@ -43,7 +40,6 @@ class AutoAlloc {
     owned_ = nullptr;
     return released;
   }
-  T* Disconnect() { return Release(); }
 
  private:
   T* owned_;

@@ -93,7 +93,6 @@ enum {
   DA_NIL = 0,
   DA_LONG = 15,
   DA_REAL = 19,
-  DA_TIME = 22,
   DA_LLONG = 26,
   DA_STRING = 130,
   DA_FILENAME = 131,

@@ -42,15 +42,14 @@ class DescID {
   Int32 GetDepth() const { return depth_; }
   Bool IsPopulated() const { return depth_ > 0; }
 
-  Bool operator==(const DescID& other) const { return depth_ == other.depth_ && IsPartOf(other, nullptr); }
-  Bool operator!=(const DescID& other) const { return !(*this == other); }
-  // Whether `cmp` begins with this address; `pos`, when given, receives the number of levels that agree.
-  Bool IsPartOf(const DescID& cmp, Int32* pos) const {
-    Int32 agreeing = 0;
-    while (agreeing < depth_ && agreeing < cmp.depth_ && levels_[agreeing] == cmp.levels_[agreeing]) ++agreeing;
-    if (pos) *pos = agreeing;
-    return agreeing == depth_;
+  Bool operator==(const DescID& other) const {
+    if (depth_ != other.depth_) return false;
+    for (Int32 level = 0; level < depth_; ++level) {
+      if (levels_[level] != other.levels_[level]) return false;
+    }
+    return true;
   }
+  Bool operator!=(const DescID& other) const { return !(*this == other); }
 
  private:
   static constexpr Int32 kDeepest = 4;
@@ -99,14 +98,11 @@ class QM_HOST_API Description {
 
   // Replaces the entries by those of a registered description. False, and no entries, when there is none of that name.
   Bool LoadDescription(const String& id);
-  Bool LoadDescription(Int32 id);
   // Adds the parameter behind those of its group, or replaces its properties in place. False when the address is empty
   // or the group isn't there; an empty group is the top level.
   Bool SetParameter(const DescID& id, const BaseContainer& param, const DescID& groupid);
   // Null when absent. The result lives until the entries change; `temp` isn't used.
   const BaseContainer* GetParameter(const DescID& id, BaseContainer& temp, AtomArray* atoms) const;
-  BaseContainer* GetParameterI(const DescID& id, AtomArray* atoms);
-  const DescID* GetSingleDescID();  // always null: this host asks for whole descriptions
 
  private:
   Description();
