@@ -88,7 +88,7 @@ Finding exchangeFiles(const fs::path& folder) {
 Finding catalogFinding(const std::vector<Workflow>& catalog) {
   if (!catalog.empty()) return {"catalog", State::Ok, std::to_string(catalog.size()) + " workflows", {}};
   return {"catalog", State::Note, "empty; the example workflow is used",
-          "to choose among workflows, list them in ~/.quillmere/state.json"};
+          "to choose among workflows, add them: quillmere workflows add FILE"};
 }
 
 // The module as a render would load it, and the catalog that it sees; none when it doesn't load.
