@@ -2,6 +2,9 @@
 """Puts the listed faults into a copy of the sources one at a time, and tells which tests see each.
 
 usage: ./dev mutate [ROOM [WORD]]   one room of the list, or those of its faults that have WORD in them
+
+ROOM.list holds a room's faults with an empty line between them: what the fault would mean, the file, the lines that go
+("- "), which must stand there exactly once and may begin and end anywhere, and the lines that come ("+ ").
 """
 
 from __future__ import annotations
@@ -31,6 +34,9 @@ class Room:
 
 ROOMS = {
     "module": Room(("module_tests",), "tests/module", "libcxx|compiles"),
+    "scene": Room(("scene_test",), "tests/scene"),
+    "image": Room(("image_test",), "tests/image"),
+    "render": Room(("render_tests",), "tests/render"),
 }
 
 
@@ -52,7 +58,6 @@ class Fault:
 
 
 def read_list(room: str) -> list[Fault]:
-    """The entries of ROOM.list: what the fault would mean, its file, the lines that go (-) and those that come (+)."""
     faults = []
     for block in re.split(r"\n\n+", (HERE / f"{room}.list").read_text(encoding="utf-8").strip()):
         lines = block.split("\n")

@@ -55,31 +55,14 @@ TEST_F(IntegrationRender, GeneratesAFrameStepByStepAndRecordsIt) {
   EXPECT_EQ(open(result), RENDERRESULT::OK);
   EXPECT_EQ(host::pathOf(result), guide);
   told.addNewFiles();
-  EXPECT_EQ(told.lines, (Lines{"new history",
-                               "new history/untitled",
-                               "new out",
-                               "new runtime",
-                               capturing,
-                               "busy",
-                               "bitmap",
-                               "init 8 6 32",
-                               "save reference_12.png 1023671",
-                               "new runtime/reference_12.png",
-                               "new runtime/request_12.json",
-                               "new runtime/status_12.json",
-                               preparing,
-                               "busy",
-                               preparing,
-                               "busy",
-                               "text Drawing",
-                               "busy",
-                               "new runtime/response_12.json",
-                               "text Render complete",
-                               "idle",
-                               "bar 100",
-                               "new runtime/render_view_state.json",
-                               "command 1060501",
-                               "new history/untitled/render_f12.json"}));
+  std::string steps;
+  for (const std::string& line : told.lines) steps += line + "; ";
+  EXPECT_EQ(steps,
+            "new history; new history/untitled; new out; new runtime; " + capturing + "; busy; bitmap; init 8 6 32; " +
+                "save reference_12.png 1023671; new runtime/reference_12.png; new runtime/request_12.json; " +
+                "new runtime/status_12.json; " + preparing + "; busy; " + preparing + "; busy; text Drawing; busy; " +
+                "new runtime/response_12.json; text Render complete; idle; bar 100; " +
+                "new runtime/render_view_state.json; command 1060501; new history/untitled/render_f12.json; ");
   EXPECT_EQ(contentOf(runtime / "request_12.json"),
             "{\n  \"workflow_path\": \"/w/ink.json\",\n  \"output_dir\": \"" + (data / "out").string() +
                 "\",\n  \"output_prefix\": \"render\",\n"

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <random>
 #include <set>
 
 #include "refusal.h"
@@ -98,25 +97,6 @@ TEST(DamagedResource, IsNamedWithItsLine) {
   for (const Reader& reader : {Reader(header), Reader(table), Reader(description)}) {
     EXPECT_THAT(damageOf(reader, folder / "none"), HasSubstr("there is no such file"));
     EXPECT_THAT(damageOf(reader, folder.path()), HasSubstr(": it is not a regular file"));
-  }
-}
-
-// Whatever stands in a file, reading it ends in a result or in an Error that names the file.
-TEST(DamagedResource, RandomPiecesNeverDoMore) {
-  const std::vector<std::string> pieces = {
-      "CONTAINER", "STRINGTABLE", "enum", "{",       "}", "{",  "}",  ";",  "=",  ",", "A",  "GROUP", "COLUMNS",
-      "\"t\"",     "\"",          "\\",   "INCLUDE", "1", "-1", "/*", "*/", "//", "#", "\n", "\xFF"};
-  std::mt19937 random(20250);
-  const TemporaryFolder folder;
-  for (int round = 0; round < 600; ++round) {
-    std::string content =
-        std::vector<std::string>{"CONTAINER D { ", "STRINGTABLE { ", "enum\n{\n"}[static_cast<size_t>(round % 3)];
-    for (auto i = random() % 30; i > 0; --i) content += pieces[random() % pieces.size()] + " ";
-    SCOPED_TRACE(content);
-    const auto file = folder.write("random", content);
-    const Reader readers[] = {description, table, header};
-    const std::string damage = damageOf(readers[round % 3], file);
-    EXPECT_THAT(damage, testing::AnyOf("", HasSubstr(file.string())));
   }
 }
 
