@@ -42,7 +42,7 @@ glm::vec2 PixelSampling::placeOf(int ray, int pass, std::uint32_t pixelSeed) con
 
 LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
                        const PixelBlock& block, const PerRay<std::uint32_t>& seeds, int pass)
-    : request_(request), camera_(camera), footprint_(sampling.footprint), layer_(rays_, block, seeds, pass) {
+    : request_(request), camera_(camera), layer_(rays_, block, seeds, pass), footprint_(sampling.footprint) {
   for (int first = 0; first < kRays; first += block.raysPerPixel()) {
     const glm::ivec2 pixel = block.pixelOf(first);
     if (pixel.x >= request.width || pixel.y >= request.height) continue;

@@ -101,12 +101,12 @@ class LayerTrace {
   RaySet sharingWith(int ray, RaySet among) const;
   void addPoint(RaySet sharing);
 
+  RayPacket rays_;
   const PictureRequest& request_;
   const CameraRays& camera_;
+  Layer layer_;
   float footprint_;
   int found_ = 0;  // layers
-  RayPacket rays_;
-  Layer layer_;
 };
 
 // What turns layers into pixels. A Sum is what one pixel's samples add up to; a fresh one, `Sum{}`, is nothing.

@@ -8,6 +8,7 @@ import shutil
 import socket
 import subprocess
 import sys
+import unittest.mock
 
 from stage import Stage
 
@@ -265,6 +266,23 @@ class Doctor(Stage):
         self.assertEqual(states["write directory"][0], "broken")
         self.assertEqual(states["workflow Ink"], ("broken", "start the service"))
         self.assertIn("missing", states["workflow Gone"][1])
+
+    def test_a_python_that_does_not_start_is_named_with_what_keeps_it(self) -> None:
+        self.env["PATH"] = os.environ["PATH"]
+        for variables, detail, remedy in [
+            ({"PYTHONHOME": "/nowhere"}, "PYTHONHOME '/nowhere'", "unset PYTHONHOME"),
+            ({"PATH": f"{self.folder}/stub:{self.env['PATH']}"}, "it does not start: install me", "before this one"),
+            ({"PATH": "/nowhere"}, "No such file", "install Python"),
+        ]:
+            with self.subTest(variables), unittest.mock.patch.dict(self.env, variables):
+                (self.folder / "stub").mkdir(exist_ok=True)
+                (self.folder / "stub/python3").write_text("#!/bin/sh\necho install me >&2\nexit 1\n")
+                (self.folder / "stub/python3").chmod(0o755)
+                done = self.run_command("doctor", "--plugin", "plugin", "--write-dir", "write", "--json")
+                found = next(check for check in json.loads(done.stdout) if check["check"] == "python3")
+                self.assertEqual(found["state"], "broken")
+                self.assertIn(detail, found["detail"])
+                self.assertIn(remedy, found["remedy"])
 
     def test_what_the_shell_does_with_the_helper_is_tried(self) -> None:
         under = ["unshare", "-rm", "bash", "-c", 'mount --bind "$0" "$(readlink -f /bin/sh)" && exec "$@"']

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <utility>
@@ -40,8 +41,17 @@ Finding python() {
                                      std::chrono::seconds(20));
   if (found.end == ChildResult::End::Exited && found.status == 0)
     return {subject, State::Ok, firstLine(found.output), {}};
-  const std::string why = found.end == ChildResult::End::NotStarted ? found.errors : "it does not start";
-  return {subject, State::Broken, why, "install Python 3.9 or newer and put it on PATH"};
+  if (found.end == ChildResult::End::NotStarted) {
+    return {subject, State::Broken, found.errors, "install Python 3.9 or newer and put it on PATH"};
+  }
+  // The helper does away with such variables, but a Python that doesn't come to read it can't.
+  if (const char* const home = std::getenv("PYTHONHOME")) {
+    return {subject, State::Broken, std::string("it does not start with PYTHONHOME '") + home + "'",
+            "unset PYTHONHOME, which is for another Python, where this or the application is started"};
+  }
+  const std::string reason = firstLine(found.errors);
+  return {subject, State::Broken, "it does not start" + (reason.empty() ? "" : ": " + reason),
+          "install Python 3.9 or newer and put it before this one on PATH"};
 }
 
 Finding helper(const PluginFolder& plugin) {
