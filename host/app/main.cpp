@@ -2,7 +2,7 @@
 #include <new>
 
 #include "commands/commands.h"
-#include "process/signals.h"
+#include "process/user_break.h"
 #include "report/output.h"
 #include "values/failure.h"
 

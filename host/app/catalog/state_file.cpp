@@ -5,16 +5,23 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
 #include "base/atomic_file.h"
+#include "effect/effect_session.h"
+#include "effect/workflow_catalog.h"
+#include "files/manager_folder.h"
 #include "files/ordinary_file.h"
 #include "report/output.h"
-#include "state_reader.h"
 #include "values/failure.h"
 
 namespace quillmere::app {
@@ -63,6 +70,52 @@ void write(const fs::path& file, const std::string& text, const fs::path& like) 
   std::fflush(beside.stream());
   ::fsync(::fileno(beside.stream()));
   beside.commit();
+}
+
+// An empty folder as $HOME while this lives.
+class TemporaryHome {
+ public:
+  TemporaryHome() : folder_((fs::temp_directory_path() / "quillmere-XXXXXX").string()) {
+    if (::mkdtemp(folder_.data()) == nullptr) {
+      throw Failure(ExitStatus::Failed, "temporary folder '" + folder_ + "'",
+                    "cannot be made: " + std::generic_category().message(errno),
+                    "give TMPDIR one that you may write to");
+    }
+    const char* const home = std::getenv("HOME");
+    if (home) former_ = home;
+    ::setenv("HOME", folder_.c_str(), 1);
+  }
+  ~TemporaryHome() {
+    if (former_) ::setenv("HOME", former_->c_str(), 1);
+    if (!former_) ::unsetenv("HOME");
+    std::error_code ignored;
+    fs::remove_all(folder_, ignored);
+  }
+  TemporaryHome(const TemporaryHome&) = delete;
+  TemporaryHome& operator=(const TemporaryHome&) = delete;
+
+  const std::string& folder() const { return folder_; }
+
+ private:
+  std::string folder_;
+  std::optional<std::string> former_;
+};
+
+// Whether the effect itself lists `expected` when `text` is the workflow manager's state. Its module is loaded and
+// asked, with a temporary home in place of the user's, so not while another thread reads the environment. Throws Error
+// when the module can't be used, Failure when there is no room for the home.
+bool effectReads(const std::string& text, const std::vector<StateEntry>& expected, const PluginFolder& plugin) {
+  const TemporaryHome home;
+  const ManagerFolder manager;
+  fs::create_directories(manager.path());
+  writeFile(manager.state(), text);
+  host::Events nobody;
+  EffectSession session(home.folder(), plugin, nobody);
+  const auto same = [](const Workflow& workflow, const StateEntry& entry) {
+    return workflow.id == entry.id && workflow.name == entry.name;
+  };
+  const std::vector<Workflow> catalog = catalogOf(session.node());
+  return std::equal(catalog.begin(), catalog.end(), expected.begin(), expected.end(), same);
 }
 
 }  // namespace

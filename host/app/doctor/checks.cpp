@@ -13,7 +13,6 @@
 #include "effect/workflow_catalog.h"
 #include "files/exchange_files.h"
 #include "files/manager_folder.h"
-#include "helper_check.h"
 #include "process/child_run.h"
 
 namespace quillmere::app {

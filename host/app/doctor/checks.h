@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "effect/effect_session.h"
-#include "finding.h"
+#include "helper_check.h"
 
 namespace quillmere::app {
 

@@ -6,9 +6,23 @@
 #include <vector>
 
 #include "effect/effect_session.h"
-#include "finding.h"
+#include "files/ordinary_file.h"
 
 namespace quillmere::app {
+
+// What one check found.
+struct Finding {
+  enum class State { Ok, Note, Broken };  // a note doesn't keep a render from working
+
+  std::string subject;
+  State state = State::Ok;
+  std::string detail;
+  std::string remedy;  // empty when there is nothing to do
+};
+
+inline Finding broken(const std::string& subject, const Obstacle& obstacle) {
+  return {subject, Finding::State::Broken, obstacle.what + ": " + obstacle.why, obstacle.remedy};
+}
 
 // Has the helper look for the servers that renders would look for. One that doesn't answer is a note: others may do.
 std::vector<Finding> checkServers(const PluginFolder& plugin);

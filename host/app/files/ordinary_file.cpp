@@ -11,7 +11,7 @@ namespace {
 namespace fs = std::filesystem;
 
 // What is there in place of a file; null for a file and for nothing.
-const char* strangerAt(const fs::path& file) {
+const char* otherKindAt(const fs::path& file) {
   std::error_code error;
   switch (fs::status(file, error).type()) {
     case fs::file_type::directory:
@@ -31,10 +31,9 @@ const char* strangerAt(const fs::path& file) {
 }  // namespace
 
 std::optional<Obstacle> obstacleAt(const std::string& what, const fs::path& file) {
-  const char* const stranger = strangerAt(file);
-  if (!stranger) return {};
-  return Obstacle{what + " '" + file.string() + "'", std::string("it is a ") + stranger + ", not a file",
-                  "move it away"};
+  const char* const kind = otherKindAt(file);
+  if (!kind) return {};
+  return Obstacle{what + " '" + file.string() + "'", std::string("it is a ") + kind + ", not a file", "move it away"};
 }
 
 void refuse(const std::optional<Obstacle>& obstacle) {

@@ -5,6 +5,11 @@
 
 namespace quillmere::app {
 
+// Undoes what the program that started this one may have left behind: an ignored SIGCHLD, with which nobody can wait
+// for a child, and a blocked SIGINT, SIGTERM, SIGHUP or SIGPIPE, which children would inherit. Before any thread
+// starts.
+void resetInheritedSignals();
+
 // While this lives, SIGINT, SIGTERM and SIGHUP are the user's break instead of the end of the process, and writing into
 // a closed pipe is an error instead of the end. One may exist at a time. Children have the default dispositions from
 // the moment in which they are forked.

@@ -1,7 +1,7 @@
 #include "c4d_plugin.h"
 
 #include "c4d_resource.h"
-#include "module_path.h"
+#include "host_calls.h"
 
 using namespace cinema;
 

@@ -1,7 +1,6 @@
 #include "c4d_resource.h"
 
 #include "host_calls.h"
-#include "module_path.h"
 
 namespace cinema {
 

@@ -2,6 +2,13 @@
 
 #include "c4d.h"
 
+namespace cinema {
+
+// The module's own file, as the host told with the first call; empty before.
+Filename& ModulePath();
+
+}  // namespace cinema
+
 // What the part of the API that is compiled into a module asks of the host.
 namespace cinema::hostcall {
 
