@@ -32,9 +32,9 @@ std::array<std::uint8_t, kSteps + 1> makeBytes() {
 
 }  // namespace
 
-float lightOf(std::uint8_t stored) {
-  static const std::array<float, 256> lights = makeLights();
-  return lights[stored];
+const std::array<float, 256>& lights() {
+  static const std::array<float, 256> all = makeLights();
+  return all;
 }
 
 float stored(float light) {

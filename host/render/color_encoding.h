@@ -1,13 +1,14 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <glm/glm.hpp>
 
 // The sRGB transfer curve (IEC 61966-2-1) between light (linear, 1 = white of the display) and stored values.
 namespace quillmere::render {
 
-// The light of a stored 8-bit value, 0-1.
-float lightOf(std::uint8_t stored);
+// The light of each stored 8-bit value, 0-1.
+const std::array<float, 256>& lights();
 
 // The stored value of some light; anything outside 0-1 is clamped, NaN is black.
 float stored(float light);

@@ -84,8 +84,9 @@ class LightTransport {
     addLamps(bounces, bounced, 1, {random.sample, random.seeds, kBounce}, secondary);
     forEachRay(which, [&](int ray) {
       const bool isSky = (bounced & setOf(ray)) == 0;
-      const glm::vec3 light =
-          isSky ? sources_.sky(rays.direction(ray)) : bounces.color[ray] * (secondary[ray] + sources_.ambient());
+      const glm::vec3 light = isSky
+                                  ? sources_.sky(rays.direction(ray))
+                                  : bounces.color[ray] * (secondary[ray] + sources_.ambient()) + bounces.emission[ray];
       received.set(ray, received[ray] + light);
     });
   }

@@ -9,10 +9,19 @@
 
 namespace quillmere::render {
 
+// A picture of a material made ready for reading; nothing without one.
+struct LaidTexture {
+  std::shared_ptr<const Texture> texture;
+  const scene::TextureMap* map = nullptr;
+
+  explicit operator bool() const { return texture != nullptr; }
+};
+
 // A material made ready for shading.
 struct ShadingMaterial {
   const scene::Material* definition;
-  std::shared_ptr<const Texture> texture;  // null without one
+  LaidTexture texture, emissionMap;
+  bool emits;  // in places
   // Whether a hit can't be taken as it is found: parts of it are invisible, or it is seen from its front only.
   // Single-sided materials are shown from both sides, as viewports do, unless they are unlit: those are sky domes to be
   // looked at from inside and inverted hulls that draw an outline, which would hide what they enclose.
@@ -38,10 +47,26 @@ Value interpolated(const std::vector<Value>& values, glm::uvec3 corners, const T
   return values[corners.x] * (1.0F - point.u - point.v) + values[corners.y] * point.u + values[corners.z] * point.v;
 }
 
+// A place on a triangle of a geometry, and how much of it one pixel covers.
+struct SurfacePlace {
+  const scene::Geometry& geometry;
+  TrianglePoint point;
+  glm::uvec3 corners;  // of the triangle
+  float share = 0.0F;  // of the triangle's area that the pixel covers; 0 for a pixel as small as can be
+
+  SurfacePlace(const scene::Geometry& on, const TrianglePoint& at)
+      : geometry(on), point(at), corners(cornersOf(on, at.triangle)) {}
+};
+
+// What a picture holds there, averaged over the pixel.
+glm::vec4 read(const LaidTexture& texture, const SurfacePlace& place);
+
 // Linear RGBA of a surface: base colour times texture times vertex colour; opaque materials have an alpha of 1, and so
-// has what a mask lets through. `level` as in Texture::read.
-glm::vec4 colorOf(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point,
-                  float level);
+// has what a mask lets through.
+glm::vec4 colorOf(const ShadingMaterial& material, const SurfacePlace& place);
+
+// What it gives off, in white surfaces under the light that is exposed for.
+glm::vec3 emissionOf(const ShadingMaterial& material, const SurfacePlace& place);
 
 // The alpha alone, before a mask is applied, from the picture at full size.
 float alphaOf(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point);

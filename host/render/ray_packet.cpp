@@ -44,17 +44,10 @@ Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
           turned * (positions[corners.z] - corner)};
 }
 
-// Binary logarithm of a pixel's width in texels; a pixel that looks along the surface covers more of them, of which
-// the geometric mean of both directions is taken.
-float textureLevel(const Instance& instance, glm::uvec3 corners, float doubleArea, float pixelHeight, float cosine) {
-  const std::vector<glm::vec2>& uvs = instance.surface->geometry->uvs;
-  if (!instance.material->texture || uvs.empty()) return 0.0F;
-  const glm::vec2 size = instance.material->texture->size();
-  const glm::vec2 a = (uvs[corners.y] - uvs[corners.x]) * size;
-  const glm::vec2 b = (uvs[corners.z] - uvs[corners.x]) * size;
-  const float texels = std::abs(a.x * b.y - a.y * b.x);
-  const float squared = texels * pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
-  return squared > 1.0F ? 0.5F * std::log2(squared) : 0.0F;
+// Of a triangle's area what a pixel covers; one that looks along the surface covers more of it, of which the geometric
+// mean of both directions is taken.
+float shareOf(float doubleArea, float pixelHeight, float cosine) {
+  return pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
 }
 
 }  // namespace
@@ -103,23 +96,24 @@ RaySet RayPacket::findUnblocked(const RayScene& scene) {
 void SurfacePoints::resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight) {
   const Instance& met = scene.instances()[hit.instance];
   const scene::Geometry& geometry = *met.surface->geometry;
-  const glm::uvec3 corners = cornersOf(geometry, hit.point.triangle);
-  const Triangle triangle = triangleOf(*met.surface, corners);
+  SurfacePlace place(geometry, hit.point);
+  const Triangle triangle = triangleOf(*met.surface, place.corners);
   const glm::vec3 viewer = unit(-direction, {0.0F, 0.0F, 1.0F});
   const glm::vec3 cross = glm::cross(triangle.edge1, triangle.edge2);
   const glm::vec3 flat = towards(unit(cross, viewer), viewer);
-  const float level = textureLevel(met, corners, glm::length(cross), pixelHeight, glm::dot(flat, viewer));
-  const glm::vec4 rgba = colorOf(*met.material, geometry, hit.point, level);
+  place.share = shareOf(glm::length(cross), pixelHeight, glm::dot(flat, viewer));
+  const glm::vec4 rgba = colorOf(*met.material, place);
 
   position.set(at, triangle.corner + hit.point.u * triangle.edge1 + hit.point.v * triangle.edge2);
   faceNormal.set(at, flat);
   normal.set(at, flat);
   if (!geometry.normals.empty()) {
     // A smoothed normal belongs to the side that its triangle shows, also where it already leans over the edge.
-    const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, corners, hit.point);
+    const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, place.corners, hit.point);
     normal.set(at, towards(unit(smooth, flat), flat));
   }
   color.set(at, rgba);
+  emission.set(at, emissionOf(*met.material, place));
   alpha[at] = rgba.a;
   instance[at] = hit.instance;
   material[at] = met.material;

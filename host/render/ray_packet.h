@@ -83,6 +83,7 @@ struct SurfacePoints {
   VectorPerRay faceNormal;  // of the flat triangle
   VectorPerRay normal;      // smoothed as the geometry says
   VectorPerRay color;       // linear RGB of the surface itself
+  VectorPerRay emission;    // what it gives off
   PerRay<float> alpha;
   PerRay<std::uint32_t> instance;  // index into RayScene::instances
   PerRay<const ShadingMaterial*> material;

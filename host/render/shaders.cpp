@@ -17,6 +17,11 @@ RaySet litPoints(const Layer& layer) {
   return lit;
 }
 
+// As much of a light as the display can show, in its own hue.
+glm::vec3 displayed(glm::vec3 light) {
+  return light / std::max({1.0F, light.x, light.y, light.z});
+}
+
 }  // namespace
 
 QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture)
@@ -28,7 +33,9 @@ RaySet QuickShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   VectorPerRay light;
   forEachRay(layer.points, [&](int at) {
     const glm::vec3 color = layer.surface.color[at];
-    light.set(at, layer.surface.isUnlit(at) ? color : color * lightOn(layer.surface.normal[at]));
+    light.set(at, layer.surface.isUnlit(at)
+                      ? color
+                      : color * lightOn(layer.surface.normal[at]) + displayed(layer.surface.emission[at]));
   });
   forEachRay(layer.met, [&](int ray) { sums[ray] += layer.weight[ray] * light[layer.pointOf[ray]]; });
   forEachRay(layer.missed, [&](int ray) { sums[ray] += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
@@ -77,7 +84,7 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
       sums[ray].own += color;
       return;
     }
-    sums[ray].radiance += color * received[at];
+    sums[ray].radiance += color * received[at] + layer.weight[ray] * layer.surface.emission[at];
     sums[ray].lit += layer.weight[ray];
   });
   return 0;

@@ -33,8 +33,9 @@ bool hasScheme(const std::string& uri) {
   return colon != std::string::npos && colon < uri.find('/');
 }
 
-constexpr std::array kSupportedExtensions{"KHR_lights_punctual",   "KHR_materials_unlit",     "KHR_mesh_quantization",
-                                          "KHR_texture_transform", "EXT_mesh_gpu_instancing", "EXT_texture_webp"};
+constexpr std::array kSupportedExtensions{
+    "KHR_lights_punctual",   "KHR_materials_emissive_strength", "KHR_materials_unlit", "KHR_mesh_quantization",
+    "KHR_texture_transform", "EXT_mesh_gpu_instancing",         "EXT_texture_webp"};
 
 bool isSupported(const std::string& extension) {
   return std::find(kSupportedExtensions.begin(), kSupportedExtensions.end(), extension) != kSupportedExtensions.end();

@@ -19,8 +19,8 @@ std::shared_ptr<const image::Image> halfVisible() {
 
 scene::Material halfVisibleMaterial(Alpha alpha) {
   scene::Material material;
-  material.texture = halfVisible();
-  material.nearest = true;
+  material.texture.picture = halfVisible();
+  material.texture.nearest = true;
   material.alpha = alpha;
   return material;
 }
