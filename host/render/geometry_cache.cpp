@@ -42,6 +42,12 @@ DeviceHandle makeDevice() {
   return device;
 }
 
+SceneHandle newScene(RTCDevice device) {
+  SceneHandle scene(rtcNewScene(device));
+  rtcSetSceneFlags(scene.get(), RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
+  return scene;
+}
+
 void throwOnError(RTCDevice device, const char* doing) {
   const RTCError error = rtcGetDeviceError(device);
   if (error == RTC_ERROR_NONE) return;
@@ -62,7 +68,7 @@ SceneHandle GeometryCache::build(const Shape& shape) const {
     rtcSetGeometryOccludedFilterFunction(mesh.get(), filter_);
   }
   rtcCommitGeometry(mesh.get());
-  SceneHandle built(rtcNewScene(device_));
+  SceneHandle built = newScene(device_);
   rtcAttachGeometryByID(built.get(), mesh.get(), 0);
   rtcCommitScene(built.get());
   throwOnError(device_, "prepare a mesh for ray tracing");

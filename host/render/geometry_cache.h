@@ -23,6 +23,8 @@ using GeometryHandle = std::unique_ptr<RTCGeometryTy, ReleaseHandle>;
 
 // A device that uses all cores to build. Throws Error.
 DeviceHandle makeDevice();
+// An empty scene, in which traces may ask a filter of their own about each hit.
+SceneHandle newScene(RTCDevice device);
 // Throws Error with `doing` in the text when this thread's last calls on the device failed.
 void throwOnError(RTCDevice device, const char* doing);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "reflection.h"
 #include "sampling.h"
 
 namespace quillmere::render {
@@ -28,13 +29,22 @@ struct RandomNumbers {
   std::uint32_t bits(int ray) const { return mixed(seeds[ray] ^ mixed(sample + (purpose << 20))); }
 };
 
-// Adds to what the points of one packet receive.
+// Highlights of lamps, which are too small for any ray to meet.
+constexpr float kHighlight = 0.12F;
+
+void add(VectorPerRay& sums, int ray, glm::vec3 light) {
+  sums.set(ray, sums[ray] + light);
+}
+
+// Adds to what the points of one packet send.
 class LightTransport {
  public:
   LightTransport(const RayScene& scene, const LightSources& sources) : scene_(scene), sources_(sources) {}
 
-  void addLamps(const SurfacePoints& points, RaySet which, int lamps, RandomNumbers random,
-                VectorPerRay& received) const {
+  // Calls arrived(ray, towards, light) for each lamp that a point sees; `light` is what white that faces it sends back.
+  template <class Arrived>
+  void findLamps(const SurfacePoints& points, RaySet which, int lamps, RandomNumbers random,
+                 const Arrived& arrived) const {
     const int count = std::min(lamps, sources_.count());
     // One by chance out of each of `count` equal shares of all, which is every one where there are no more.
     const float share = static_cast<float>(sources_.count()) / static_cast<float>(count);
@@ -44,51 +54,50 @@ class LightTransport {
         const float place = (static_cast<float>(i) + unitFloat(random.bits(ray))) * share;
         chosen[ray] = std::min(static_cast<int>(place), sources_.count() - 1);
       });
-      addOneLamp(points, which, chosen, random, share, received);
+      findOneLamp(points, which, chosen, random, share, arrived);
     }
   }
 
-  void addOneLamp(const SurfacePoints& points, RaySet which, const PerRay<int>& lamps, RandomNumbers random,
-                  float weight, VectorPerRay& received) const {
+  template <class Arrived>
+  void findOneLamp(const SurfacePoints& points, RaySet which, const PerRay<int>& lamps, RandomNumbers random,
+                   float weight, const Arrived& arrived) const {
     RayPacket shadows;
-    VectorPerRay arriving;
+    VectorPerRay arriving, towards;
     forEachRay(which, [&](int ray) {
       const LightSample light = sources_.sample(lamps[ray], points.position[ray], random.point(ray));
-      const float cosine = glm::dot(points.normal[ray], light.direction);
-      if (cosine <= 0.0F || glm::dot(points.faceNormal[ray], light.direction) <= 0.0F) return;
-      const glm::vec3 share = light.arriving * (cosine * weight);
+      if (glm::dot(points.normal[ray], light.direction) <= 0.0F) return;
+      if (glm::dot(points.faceNormal[ray], light.direction) <= 0.0F) return;
+      const glm::vec3 share = light.arriving * weight;
       if (std::max({share.x, share.y, share.z}) <= 0.0F) return;
       arriving.set(ray, share);
+      towards.set(ray, light.direction);
       shadows.start(ray, points.leaving(ray), light.direction, 0.0F, light.distance * 0.9999F, random.bits(ray));
     });
     if (shadows.active() == 0) return;
-    const RaySet lit = shadows.findUnblocked(scene_);
-    forEachRay(lit, [&](int ray) { received.set(ray, received[ray] + arriving[ray]); });
+    forEachRay(shadows.findUnblocked(scene_), [&](int ray) { arrived(ray, towards[ray], arriving[ray]); });
   }
 
-  void addSurroundings(const SurfacePoints& points, RaySet which, RandomNumbers random, VectorPerRay& received) const {
-    RayPacket rays;
-    forEachRay(which, [&](int ray) {
-      const glm::vec3 around = overHemisphere(points.normal[ray], random.point(ray));
-      rays.start(ray, points.leaving(ray), above(around, points.faceNormal[ray]), 0.0F, kInfinity, random.bits(ray));
-    });
-    rays.findNearest(scene_, RayUse::Light);
-
+  // What comes from those directions, which active `rays` lead to.
+  VectorPerRay surroundings(RayPacket& rays, RandomNumbers random) const {
+    rays.findNearest(scene_, RayUse::Bounce);
     SurfacePoints bounces;
     const RaySet bounced = rays.found();
     forEachRay(bounced, [&](int ray) {
       const Hit hit = rays.hit(ray);
       bounces.resolve(ray, scene_, hit, rays.direction(ray), 0.1F * hit.distance);
     });
-    VectorPerRay secondary{};
-    addLamps(bounces, bounced, 1, {random.sample, random.seeds, kBounce}, secondary);
-    forEachRay(which, [&](int ray) {
+    VectorPerRay secondary{}, light;
+    findLamps(bounces, bounced, 1, {random.sample, random.seeds, kBounce},
+              [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
+                add(secondary, ray, arriving * std::max(0.0F, glm::dot(bounces.normal[ray], towards)));
+              });
+    forEachRay(rays.active(), [&](int ray) {
       const bool isSky = (bounced & setOf(ray)) == 0;
-      const glm::vec3 light = isSky
-                                  ? sources_.sky(rays.direction(ray))
-                                  : bounces.color[ray] * (secondary[ray] + sources_.ambient()) + bounces.emission[ray];
-      received.set(ray, received[ray] + light);
+      light.set(ray, isSky ? sources_.sky(rays.direction(ray))
+                           : bounces.color[ray] * (secondary[ray] + sources_.ambient()) +
+                                 sources_.stops() * bounces.emission[ray]);
     });
+    return light;
   }
 
  private:
@@ -98,13 +107,37 @@ class LightTransport {
 
 }  // namespace
 
-VectorPerRay lightAt(const RayScene& scene, const LightSources& sources, const SurfacePoints& points, RaySet which,
-                     std::uint32_t sample, const PerRay<std::uint32_t>& seeds) {
+SentLight lightAt(const RayScene& scene, const LightSources& sources, const SurfacePoints& points, RaySet which,
+                  const VectorPerRay& directions, std::uint32_t sample, const PerRay<std::uint32_t>& seeds) {
   const LightTransport transport(scene, sources);
-  VectorPerRay received{};
-  transport.addLamps(points, which, kLampsPerPoint, {sample, seeds, kLamp}, received);
-  transport.addSurroundings(points, which, {sample, seeds, kSurroundings}, received);
-  return received;
+  SentLight light{};
+  const auto reflection = [&](int ray) { return Reflection(points, ray, -glm::normalize(directions[ray])); };
+  const auto send = [&](int ray, const Reflection::Sent& sent, glm::vec3 arriving) {
+    add(light.chalk, ray, sent.chalk * arriving);
+    add(light.mirror, ray, sent.mirror * arriving);
+  };
+  transport.findLamps(points, which, kLampsPerPoint, {sample, seeds, kLamp},
+                      [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
+                        send(ray, reflection(ray).sent(towards, kHighlight), arriving);
+                      });
+
+  const RandomNumbers random{sample, seeds, kSurroundings};
+  RayPacket rays;
+  PerRay<float> weight;
+  forEachRay(which, [&](int ray) {
+    const Reflection here = reflection(ray);
+    const glm::vec3 towards =
+        above(here.chosen(random.point(ray), unitFloat(random.bits(ray))), points.faceNormal[ray]);
+    const float density = here.density(towards) * glm::pi<float>();
+    if (!(density > 1e-6F)) return;
+    weight[ray] = points.finish[ray].occlusion / density;
+    rays.start(ray, points.leaving(ray), towards, 0.0F, kInfinity, random.bits(ray));
+  });
+  if (rays.active() == 0) return light;
+  const VectorPerRay arriving = transport.surroundings(rays, random);
+  forEachRay(rays.active(),
+             [&](int ray) { send(ray, reflection(ray).sent(rays.direction(ray), 0.0F), arriving[ray] * weight[ray]); });
+  return light;
 }
 
 }  // namespace quillmere::render

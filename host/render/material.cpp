@@ -48,7 +48,7 @@ class TextureSet {
 
 }  // namespace
 
-std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>& materials) {
+std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>& materials, SingleSided singleSided) {
   TextureSet textures;
   std::vector<ShadingMaterial> prepared;
   prepared.reserve(materials.size());
@@ -58,8 +58,15 @@ std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>
     made.texture = textures.lay(material.texture, Texture::Holds::Colors);
     made.emits = !material.unlit && material.emission != glm::vec3(0.0F);
     if (made.emits) made.emissionMap = textures.lay(material.emissionMap, Texture::Holds::Colors);
-    made.frontOnly = material.unlit && !material.doubleSided;
-    made.filtered = material.alpha != Alpha::Opaque || made.frontOnly;
+    made.glossy = !material.unlit && (material.metallic > 0.0F || material.roughness < 1.0F);
+    if (!material.unlit) {
+      made.metalRoughnessMap = textures.lay(material.metalRoughnessMap, Texture::Holds::Numbers);
+      made.normalMap = textures.lay(material.normalMap, Texture::Holds::Numbers);
+      made.occlusionMap = textures.lay(material.occlusionMap, Texture::Holds::Numbers);
+      made.glossy = made.glossy || static_cast<bool>(made.metalRoughnessMap);
+    }
+    made.frontOnly = !material.doubleSided && (material.unlit || singleSided == SingleSided::All);
+    made.filtered = material.alpha != Alpha::Opaque;
   }
   return prepared;
 }
@@ -76,10 +83,29 @@ glm::vec4 read(const LaidTexture& texture, const SurfacePlace& place) {
   return texture.texture->read(interpolated(uvs, place.corners, place.point), level, *texture.map);
 }
 
+std::optional<CornerUvs> uvsAt(const LaidTexture& texture, const SurfacePlace& place) {
+  const std::vector<glm::vec2>& uvs = uvsOf(place.geometry, texture.map->uvs);
+  if (uvs.empty()) return {};
+  return CornerUvs{uvs[place.corners.x], uvs[place.corners.y], uvs[place.corners.z]};
+}
+
 glm::vec4 colorOf(const ShadingMaterial& material, const SurfacePlace& place) {
   glm::vec4 color = rawColor(material, place);
   if (material.definition->alpha != Alpha::Blend) color.a = 1.0F;
   return color;
+}
+
+Finish finishOf(const ShadingMaterial& material, const SurfacePlace& place) {
+  Finish finish{material.definition->metallic, material.definition->roughness, 1.0F};
+  if (material.metalRoughnessMap) {
+    const glm::vec4 numbers = read(material.metalRoughnessMap, place);
+    finish.metallic *= numbers.b;
+    finish.roughness *= numbers.g;
+  }
+  if (material.occlusionMap) {
+    finish.occlusion += material.definition->occlusionStrength * (read(material.occlusionMap, place).r - 1.0F);
+  }
+  return finish;
 }
 
 glm::vec3 emissionOf(const ShadingMaterial& material, const SurfacePlace& place) {

@@ -2,6 +2,7 @@
 
 #include <glm/glm.hpp>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "scene/scene.h"
@@ -20,18 +21,20 @@ struct LaidTexture {
 // A material made ready for shading.
 struct ShadingMaterial {
   const scene::Material* definition;
-  LaidTexture texture, emissionMap;
-  bool emits;  // in places
-  // Whether a hit can't be taken as it is found: parts of it are invisible, or it is seen from its front only.
-  // Single-sided materials are shown from both sides, as viewports do, unless they are unlit: those are sky domes to be
-  // looked at from inside and inverted hulls that draw an outline, which would hide what they enclose.
-  bool filtered;
-  bool frontOnly;
+  LaidTexture texture, emissionMap, metalRoughnessMap, normalMap, occlusionMap;
+  bool emits;      // in places
+  bool glossy;     // reflects in other ways than chalk does
+  bool filtered;   // whether parts of it may be invisible, so that no hit can be taken as it is found
+  bool frontOnly;  // whether it isn't there for sight and light that come from behind
 };
+
+// Which of the materials that glTF calls single-sided are. `Unlit`: those alone, as sky domes to be looked at from
+// inside and inverted hulls that draw an outline would else hide what they enclose.
+enum class SingleSided { All, Unlit };
 
 // One for each material, in order; pictures that several materials use are prepared once. The materials must outlive
 // it.
-std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>& materials);
+std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>& materials, SingleSided singleSided);
 
 // Where a triangle was hit: its index and the weights u and v of its second and third corner.
 struct TrianglePoint {
@@ -61,9 +64,22 @@ struct SurfacePlace {
 // What a picture holds there, averaged over the pixel.
 glm::vec4 read(const LaidTexture& texture, const SurfacePlace& place);
 
+// The coordinates that a picture is laid by at the triangle's corners; none where the geometry lacks them.
+struct CornerUvs {
+  glm::vec2 first, second, third;
+};
+std::optional<CornerUvs> uvsAt(const LaidTexture& texture, const SurfacePlace& place);
+
 // Linear RGBA of a surface: base colour times texture times vertex colour; opaque materials have an alpha of 1, and so
 // has what a mask lets through.
 glm::vec4 colorOf(const ShadingMaterial& material, const SurfacePlace& place);
+
+// How it reflects: shares from 0 to 1.
+struct Finish {
+  float metallic, roughness;
+  float occlusion;  // of light from all around, what arrives
+};
+Finish finishOf(const ShadingMaterial& material, const SurfacePlace& place);
 
 // What it gives off, in white surfaces under the light that is exposed for.
 glm::vec3 emissionOf(const ShadingMaterial& material, const SurfacePlace& place);

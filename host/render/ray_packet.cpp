@@ -50,6 +50,21 @@ float shareOf(float doubleArea, float pixelHeight, float cosine) {
   return pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
 }
 
+// `normal` turned as a normal map says: its red along growing u, its green against growing v (glTF 2.0, 3.9.3).
+glm::vec3 bent(glm::vec3 normal, const ShadingMaterial& material, const SurfacePlace& place, const Triangle& triangle) {
+  const auto uvs = uvsAt(material.normalMap, place);
+  if (!uvs) return normal;
+  const glm::vec2 a = uvs->second - uvs->first, b = uvs->third - uvs->first;
+  const float area = a.x * b.y - a.y * b.x;
+  const glm::vec3 alongU = (triangle.edge1 * b.y - triangle.edge2 * a.y) * (area < 0.0F ? -1.0F : 1.0F);
+  const glm::vec3 alongV = (triangle.edge2 * a.x - triangle.edge1 * b.x) * (area < 0.0F ? -1.0F : 1.0F);
+  const glm::vec3 u = unit(alongU - normal * glm::dot(normal, alongU), glm::vec3(0.0F));
+  const glm::vec3 v = unit(alongV - normal * glm::dot(normal, alongV), glm::vec3(0.0F));
+  const glm::vec3 told = 2.0F * glm::vec3(read(material.normalMap, place)) - 1.0F;
+  const float scale = material.definition->normalScale;
+  return unit(u * (told.x * scale) - v * (told.y * scale) + normal * told.z, normal);
+}
+
 }  // namespace
 
 void RayPacket::start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest,
@@ -112,8 +127,14 @@ void SurfacePoints::resolve(int at, const RayScene& scene, const Hit& hit, glm::
     const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, place.corners, hit.point);
     normal.set(at, towards(unit(smooth, flat), flat));
   }
+  if (met.material->normalMap) {
+    // The map belongs to the side that the geometry's normals are on.
+    const float side = glm::dot(cross, flat) * met.mirroring < 0.0F ? -1.0F : 1.0F;
+    normal.set(at, side * bent(side * normal[at], *met.material, place, triangle));
+  }
   color.set(at, rgba);
   emission.set(at, emissionOf(*met.material, place));
+  finish[at] = finishOf(*met.material, place);
   alpha[at] = rgba.a;
   instance[at] = hit.instance;
   material[at] = met.material;

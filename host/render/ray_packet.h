@@ -81,9 +81,10 @@ class RayPacket {
 struct SurfacePoints {
   VectorPerRay position;
   VectorPerRay faceNormal;  // of the flat triangle
-  VectorPerRay normal;      // smoothed as the geometry says
+  VectorPerRay normal;      // smoothed as the geometry says, bent as the material's normal map says
   VectorPerRay color;       // linear RGB of the surface itself
   VectorPerRay emission;    // what it gives off
+  PerRay<Finish> finish;
   PerRay<float> alpha;
   PerRay<std::uint32_t> instance;  // index into RayScene::instances
   PerRay<const ShadingMaterial*> material;

@@ -20,6 +20,7 @@ struct TraceContext : RTCIntersectContext {
   RayUse use;
 };
 
+constexpr unsigned int kPacket = 16;         // rays
 constexpr float kInvisible = 1.0F / 512.0F;  // of a surface that blends: alphas up to here are taken for 0
 
 bool facesAway(const RTCFilterFunctionNArguments& question, unsigned int ray) {
@@ -36,7 +37,7 @@ bool isSeen(const RTCFilterFunctionNArguments& question, unsigned int ray) {
   const std::uint32_t id = RTCHitN_instID(question.hit, count, ray, 0);
   const Instance& instance = context.scene.instances()[id];
   const ShadingMaterial& material = *instance.material;
-  if (material.frontOnly && facesAway(question, ray)) return false;
+  if (material.frontOnly && facesAway(question, ray) == (context.use != RayUse::Shadow)) return false;
   const scene::Material::Alpha kind = material.definition->alpha;
   if (kind == scene::Material::Alpha::Opaque) return true;
 
@@ -89,9 +90,9 @@ void attach(RTCDevice device, RTCScene into, RTCScene shape, const glm::mat4& to
 
 }  // namespace
 
-RayScene::RayScene(std::shared_ptr<const scene::Scene> scene)
+RayScene::RayScene(std::shared_ptr<const scene::Scene> scene, SingleSided singleSided)
     : scene_(std::move(scene)),
-      materials_(shadingMaterials(scene_->materials())),
+      materials_(shadingMaterials(scene_->materials(), singleSided)),
       device_(makeDevice()),
       shapes_(device_.get(), filterByMaterial) {
   build();
@@ -107,10 +108,14 @@ void RayScene::pose(double seconds) {
 
 void RayScene::placeInstances() {
   instances_.clear();
+  hasFronts_ = false;
   for (const scene::Surface& surface : snapshot_.surfaces) {
     if (!surface.geometry || !isPlace(surface.toWorld)) continue;
     const ShadingMaterial& material = materials_[static_cast<std::size_t>(surface.material)];
-    instances_.push_back({&surface, &material, glm::transpose(glm::inverse(glm::mat3(surface.toWorld)))});
+    hasFronts_ = hasFronts_ || material.frontOnly;
+    const glm::mat3 turned(surface.toWorld);
+    instances_.push_back(
+        {&surface, &material, glm::transpose(glm::inverse(turned)), glm::determinant(turned) < 0.0F ? -1.0F : 1.0F});
   }
 }
 
@@ -119,8 +124,8 @@ void RayScene::build() {
   std::vector<Shape> shapes;
   std::ranges::transform(instances_, std::back_inserter(shapes), shapeOf);
   shapes_.keep(shapes);
-  SceneHandle visible(rtcNewScene(device_.get()));
-  solid_.reset(std::ranges::any_of(instances_, isUnlit) ? rtcNewScene(device_.get()) : nullptr);
+  SceneHandle visible(newScene(device_.get()));
+  solid_.reset(std::ranges::any_of(instances_, isUnlit) ? newScene(device_.get()).release() : nullptr);
   for (std::size_t i = 0; i < instances_.size(); ++i) {
     const RTCScene shape = shapes_.find(shapes[i]);
     const glm::mat4& toWorld = instances_[i].surface->toWorld;
@@ -136,13 +141,44 @@ void RayScene::build() {
 
 void RayScene::intersect(const int* valid, RTCRayHit16& rays, RayUse use) const {
   TraceContext context(*this, use);
+  if (!hasFronts_) return rtcIntersect16(valid, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+  const RTCRayHit16 begun = rays;
   rtcIntersect16(valid, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+  findFronts(valid, begun, rays, use);
+}
+
+// Few rays meet a back before any front, so only those pay for being asked about each hit.
+void RayScene::findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit16& rays, RayUse use) const {
+  alignas(64) int again[kPacket];
+  bool any = false;
+  for (unsigned int ray = 0; ray < kPacket; ++ray) {
+    again[ray] = valid[ray] != 0 && isBack(rays, ray) ? -1 : 0;
+    if (again[ray] == 0) continue;
+    any = true;
+    rays.ray.tfar[ray] = begun.ray.tfar[ray];
+    rays.hit.geomID[ray] = RTC_INVALID_GEOMETRY_ID;
+    rays.hit.instID[0][ray] = RTC_INVALID_GEOMETRY_ID;
+  }
+  if (!any) return;
+  TraceContext context(*this, use);
+  context.filter = filterByMaterial;
+  rtcIntersect16(again, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+}
+
+bool RayScene::isBack(const RTCRayHit16& rays, unsigned int ray) const {
+  if (rays.hit.geomID[ray] == RTC_INVALID_GEOMETRY_ID) return false;
+  const Instance& met = instances_[rays.hit.instID[0][ray]];
+  if (!met.material->frontOnly) return false;
+  const glm::vec3 normal(rays.hit.Ng_x[ray], rays.hit.Ng_y[ray], rays.hit.Ng_z[ray]);  // in object space
+  const glm::vec3 direction(rays.ray.dir_x[ray], rays.ray.dir_y[ray], rays.ray.dir_z[ray]);
+  return glm::dot(met.normalToWorld * normal, direction) > 0.0F;
 }
 
 void RayScene::occlude(const int* valid, RTCRay16& rays) const {
   // Never coherent: Embree 3.13.5 then decides from an unset variable on its stack when a packet is done with being
   // blocked, and may never return.
-  TraceContext context(*this, RayUse::Light);
+  TraceContext context(*this, RayUse::Shadow);
+  if (hasFronts_) context.filter = filterByMaterial;
   rtcOccluded16(valid, solid(), &context, &rays);
 }
 

@@ -16,20 +16,23 @@ struct Instance {
   const scene::Surface* surface;
   const ShadingMaterial* material;
   glm::mat3 normalToWorld;  // not normalised
+  float mirroring;          // -1 where its place mirrors it, else 1
 };
 
 // What rays are traced for.
 enum class RayUse {
   Camera,  // run close together, see everything; a surface that blends is met unless invisible: the caller goes on
            // behind
-  Light  // run anywhere, pass through unlit surfaces; one that blends is met as often as it is opaque: the ray's ID is
-         // its random number
+  // These run anywhere and pass through unlit surfaces; one that blends is met as often as it is opaque: the ray's ID
+  // is its random number.
+  Bounce,
+  Shadow  // towards a light, so against the light's way: a single-sided surface lets through what comes from behind
 };
 
 // A snapshot of a scene with what Embree needs to trace it. Any thread may read between two calls of pose.
 class RayScene {
  public:
-  explicit RayScene(std::shared_ptr<const scene::Scene> scene);
+  RayScene(std::shared_ptr<const scene::Scene> scene, SingleSided singleSided);
   RayScene(const RayScene&) = delete;
   RayScene& operator=(const RayScene&) = delete;
 
@@ -51,6 +54,8 @@ class RayScene {
  private:
   void placeInstances();
   void build();
+  bool isBack(const RTCRayHit16& rays, unsigned int ray) const;
+  void findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit16& rays, RayUse use) const;
   RTCScene solid() const { return solid_ ? solid_.get() : visible_.get(); }
 
   std::shared_ptr<const scene::Scene> scene_;
@@ -59,6 +64,7 @@ class RayScene {
   GeometryCache shapes_;
   scene::Snapshot snapshot_;
   std::vector<Instance> instances_;  // points into snapshot_ and materials_
+  bool hasFronts_ = false;           // whether any of them is there from its front only
   SceneHandle visible_, solid_;      // all surfaces; all but the unlit ones, null when there are none of those
 };
 

@@ -19,7 +19,8 @@ class QuickShader {
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
-  glm::vec3 lightOn(glm::vec3 normal) const;
+  glm::vec3 lightOn(glm::vec3 normal, float occlusion) const;
+  glm::vec3 reflected(const SurfacePoints& points, int at, glm::vec3 viewer) const;
   glm::vec3 background(int row) const;
 
   image::Image& picture_;
@@ -41,14 +42,14 @@ class FinalShader {
     Sum& operator+=(const Sum& other);
   };
 
-  FinalShader(const RayScene& scene, image::Image& picture);
+  FinalShader(const RayScene& scene, const LightSources& sources, image::Image& picture);
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
   const RayScene& scene_;
   image::Image& picture_;
-  LightSources sources_;
+  const LightSources& sources_;
 };
 
 }  // namespace quillmere::render

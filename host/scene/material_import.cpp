@@ -62,7 +62,12 @@ PictureUse pictureUse(TextureMap Material::*map, const TextureInfo& info) {
 std::vector<PictureUse> picturesOf(const tinygltf::Material& from) {
   std::vector<PictureUse> uses;
   uses.push_back(pictureUse(&Material::texture, from.pbrMetallicRoughness.baseColorTexture));
-  if (!isUnlit(from)) uses.push_back(pictureUse(&Material::emissionMap, from.emissiveTexture));
+  if (!isUnlit(from)) {
+    uses.push_back(pictureUse(&Material::emissionMap, from.emissiveTexture));
+    uses.push_back(pictureUse(&Material::metalRoughnessMap, from.pbrMetallicRoughness.metallicRoughnessTexture));
+    uses.push_back(pictureUse(&Material::normalMap, from.normalTexture));
+    uses.push_back(pictureUse(&Material::occlusionMap, from.occlusionTexture));
+  }
   std::erase_if(uses, [](const PictureUse& use) { return use.texture < 0; });
   return uses;
 }
@@ -98,6 +103,10 @@ glm::vec3 emissionOf(const tinygltf::Material& from) {
   return factor * emissiveStrength(from);
 }
 
+float unit(double number) {
+  return std::clamp(toFloat(number), 0.0F, 1.0F);
+}
+
 Material importMaterial(const tinygltf::Material& from) {
   Material material;
   material.name = excerpt(from.name);
@@ -111,15 +120,11 @@ Material importMaterial(const tinygltf::Material& from) {
   material.doubleSided = from.doubleSided;
   material.unlit = isUnlit(from);
   material.emission = emissionOf(from);
+  material.metallic = unit(from.pbrMetallicRoughness.metallicFactor);
+  material.roughness = unit(from.pbrMetallicRoughness.roughnessFactor);
+  material.normalScale = toFloat(from.normalTexture.scale);
+  material.occlusionStrength = unit(from.occlusionTexture.strength);
   return material;
-}
-
-void warnOfTheRest(const tinygltf::Material& material, Warnings& warnings) {
-  if (material.normalTexture.index >= 0) warnings.add("normal maps are not shown");
-  if (material.occlusionTexture.index >= 0) warnings.add("occlusion maps are not shown");
-  if (material.pbrMetallicRoughness.metallicRoughnessTexture.index >= 0) {
-    warnings.add("metal and roughness are not shown");
-  }
 }
 
 std::string_view asText(std::span<const std::uint8_t> bytes) {
@@ -229,9 +234,8 @@ MaterialSet importMaterials(GltfDocument& document) {
   for (const auto& material : document.model.materials) {
     set.materials.push_back(importMaterial(material));
     set.uvMappings.push_back(layPictures(set.materials.back(), picturesOf(material)));
-    warnOfTheRest(material, document.warnings);
   }
-  set.materials.emplace_back();
+  set.materials.push_back(importMaterial({}));
   set.uvMappings.emplace_back();
   set.used.resize(set.materials.size());
   return set;

@@ -37,6 +37,12 @@ struct Material {
   bool unlit = false;        // KHR_materials_unlit: shown in its own colour, neither lit nor casting shadows
   glm::vec3 emission{0.0F};  // linear factor times strength: 1 is as bright as white under the light exposed for
   TextureMap emissionMap;    // sRGB-encoded, multiplied with it
+  float metallic = 0.0F, roughness = 1.0F;  // 0-1
+  TextureMap metalRoughnessMap;             // numbers, multiplied with them: blue is metallic, green roughness
+  TextureMap normalMap;                     // numbers: directions in the frame of the texture coordinates, green up
+  float normalScale = 1.0F;
+  TextureMap occlusionMap;  // numbers: red is the share of light from all around that arrives
+  float occlusionStrength = 1.0F;
 };
 
 // Triangles in object space. `indices` holds three per triangle, each below positions.size(); every other array is

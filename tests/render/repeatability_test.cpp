@@ -47,13 +47,14 @@ constexpr int kWidth = 101, kHeight = 67;
 TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
   RayScene scene(village());
   scene.pose(0.0);
+  const LightSources sources(scene, {}, 1.0F);
   const auto drawn = [&](int threads, Kind kind) {
     const PictureRequest request{scene, kView, kWidth, kHeight, {}, threads};
     image::Image picture(kWidth, kHeight, 3, kind == Kind::Quick ? image::Sample::Byte : image::Sample::Float);
     if (kind == Kind::Quick) {
       drawPicture(request, PixelSampling::grid(), QuickShader(kView, picture));
     } else {
-      drawPicture(request, PixelSampling::scattered(5, 7), FinalShader(scene, picture));
+      drawPicture(request, PixelSampling::scattered(5, 7), FinalShader(scene, sources, picture));
     }
     return picture;
   };

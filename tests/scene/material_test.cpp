@@ -75,6 +75,25 @@ TEST(Materials, EmitTheirFactorTimesItsStrengthThroughAMapOfTheirOwn) {
   EXPECT_THAT(scene->warnings(), testing::IsEmpty());
 }
 
+TEST(Materials, AreMetalAndRoughAsTheFileSays) {
+  GltfBuilder builder;
+  showTextured(builder, {{"bufferView", builder.view(pngFile(1))}});
+  nlohmann::json& material = builder.json["materials"][0];
+  const nlohmann::json map = {{"index", 0}};
+  material["pbrMetallicRoughness"]["roughnessFactor"] = 0.25;
+  material["pbrMetallicRoughness"]["metallicRoughnessTexture"] = map;
+  material["normalTexture"] = {{"index", 0}, {"scale", 0.5}};
+  material["occlusionTexture"] = {{"index", 0}, {"strength", 0.75}};
+  const Material sail = builder.load()->materials().at(0);
+  EXPECT_EQ(sail.metallic, 1.0F);  // where nothing is said
+  EXPECT_EQ(sail.roughness, 0.25F);
+  EXPECT_EQ(sail.normalScale, 0.5F);
+  EXPECT_EQ(sail.occlusionStrength, 0.75F);
+  for (const TextureMap& one : {sail.metalRoughnessMap, sail.normalMap, sail.occlusionMap}) {
+    EXPECT_EQ(one.picture, sail.texture.picture);
+  }
+}
+
 TEST(Textures, ComeFromBufferViewsDataUrisAndFiles) {
   const std::string png = pngFile(3);
   TemporaryFolder folder;

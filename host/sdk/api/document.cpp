@@ -90,6 +90,17 @@ void Document::setSize(int width, int height) {
   settings.SetInt32(RDATA_YRES, height);
 }
 
+void Document::setDrawing(const render::FinalSettings& settings, render::Sides sides) {
+  DocumentParts& document = parts_->document();
+  document.finalSettings = settings;
+  if (document.sides != sides) document.renderer.reset();
+  document.sides = sides;
+}
+
+const render::FinalSettings& Document::finalSettings() const {
+  return parts_->document().finalSettings;
+}
+
 cinema::BaseVideoPost& Document::addVideoPost(int id) {
   const auto& plugin = registered(id);
   auto node = std::make_unique<cinema::AtomParts>(id);

@@ -22,7 +22,7 @@ Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, D
     return {RENDERRESULT::FAILED, {}};
   }
   return drawOrReport<Drawing>([&]() -> Drawing {
-    if (!document.renderer) document.renderer = std::make_unique<render::Renderer>(document.scene);
+    if (!document.renderer) document.renderer = std::make_unique<render::Renderer>(document.scene, document.sides);
     document.renderer->pose(document.time.Get());
     image::Image picture = draw(*document.renderer, document.renderer->snapshot().cameras.at(camera->index));
     if (picture.empty()) return {RENDERRESULT::USERBREAK, {}};
@@ -87,7 +87,8 @@ RENDERRESULT renderDocument(BaseDocument& document, const BaseContainer& setting
     const quillmere::render::StopTest& frames = partsOf(document).userBreak;
     return (thread && thread->TestBreak()) || (frames && frames());
   };
-  Drawing drawing = drawFinal(partsOf(document), document.GetSceneCamera(), width, height, {}, stop);
+  Drawing drawing =
+      drawFinal(partsOf(document), document.GetSceneCamera(), width, height, partsOf(document).finalSettings, stop);
   if (drawing.result != RENDERRESULT::OK) return drawing.result;
   return HostSide<BaseBitmap>::show(*bitmap, std::move(drawing.picture)) ? RENDERRESULT::OK : RENDERRESULT::OUTOFMEMORY;
 }
