@@ -65,7 +65,7 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
   }
   const std::filesystem::path file = plan.output.fileFor(number);
-  const host::Frame frame = host::renderFrame(document, stop);
+  const host::Frame frame = host::renderFrame(document, stop, document.finalSettings());
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
   const std::string generated = generatedPicture(node);
@@ -73,7 +73,7 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
   }
   try {
-    writeFrame(file, plan.output.format(), frame.picture, generated.empty() ? "" : recordTextOf(generated));
+    writeFrame(file, {plan.output.format(), plan.exr}, frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
   } catch (const Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};

@@ -15,6 +15,7 @@ struct FramePlan {
   FrameRange frames;
   OutputPattern output;
   std::filesystem::path writeDirectory;
+  image::ExrEncoding exr = image::ExrEncoding::Linear;
 };
 
 // Renders and writes one frame after the other until `stop` says true; a frame that fails doesn't keep the others from

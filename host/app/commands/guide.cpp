@@ -22,6 +22,7 @@ struct Options {
   std::string output;
   std::int32_t frame = 0;
   GuideMode mode = GuideMode::QuickShading;
+  DrawingOptions drawing;
 };
 
 void refuseOtherFormats(const std::string& output) {
@@ -82,6 +83,7 @@ ExitStatus run(const Options& options) {
   printWarnings(document.warnings());
   document.setFps(options.scene.fps);
   document.setFrame(options.frame);
+  applyTo(document, options.drawing);
   if (document.cameras().empty()) {
     throw Failure(ExitStatus::Failed, "scene '" + options.scene.scene + "'", "it has no camera to look through",
                   "add a camera to it");
@@ -100,6 +102,7 @@ Action addGuide(CLI::App& command) {
   command.add_option("-o,--output", options->output, "The PNG to write")->required()->type_name("FILE.png");
   command.add_option("--frame", options->frame, "The frame to draw")->capture_default_str()->type_name("N");
   addGuideMode(command, [options = options.get()](GuideMode mode) { options->mode = mode; });
+  addDrawingOptions(command, options->drawing);
   command.footer("Example:\n  quillmere guide harbour.glb -o guide.png --camera Quayside --size 1920x1080");
   return [options] { return run(*options); };
 }

@@ -28,10 +28,12 @@ namespace fs = std::filesystem;
 struct Options {
   SceneOptions scene;
   EffectOptions effect;
+  DrawingOptions drawing;
   SessionOptions session;
   FrameRange frames;
   std::string output = "render_####.png", saveSettings, like;
   std::optional<std::string> style;
+  image::ExrEncoding exr = image::ExrEncoding::Linear;
   bool json = false, quiet = false;
 };
 
@@ -48,20 +50,21 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
     throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
                   "give --output a folder that you may write to");
   }
-  return {options.frames, output, writeDirectory};
+  return {options.frames, output, writeDirectory, options.exr};
 }
 
 void configure(EffectSession& session, const Options& options) {
   host::Document& document = session.document();
   document.setFps(options.scene.fps);
   document.setSize(options.scene.size.width, options.scene.size.height);
+  applyTo(document, options.drawing);
   const WorkflowGiven given = setUpNode(session.node(), document, options.effect, options.scene.camera);
   if (given == WorkflowGiven::No && preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample &&
       !options.quiet) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
-  if (!options.saveSettings.empty()) saveSettings(session.node(), options.saveSettings);
+  if (!options.saveSettings.empty()) saveSettings(session.node(), options.drawing, options.saveSettings);
 }
 
 ExitStatus run(const Options& options) {
@@ -76,7 +79,7 @@ ExitStatus run(const Options& options) {
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options);
-  tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
+  tellHelper(session, {options.scene.scene, options.scene.fps, options.drawing}, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
@@ -88,10 +91,12 @@ ExitStatus run(const Options& options) {
 // What --like leaves to be filled in.
 void complete(Options& options, const CLI::App& command) {
   if (!options.like.empty()) {
-    tellSeed(renderLike(options.like, command, {options.scene, options.frames, options.effect, options.style}));
+    tellSeed(renderLike(options.like, command,
+                        {options.scene, options.frames, options.effect, options.drawing, options.style}));
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
   }
+  if (!options.effect.settings.empty()) options.drawing.complete(drawingIn(options.effect.settings));
 }
 
 std::string styleImage(const std::string& given) {
@@ -117,6 +122,16 @@ void addOutputOptions(CLI::App& command, Options& options) {
                   "the format: .png (8 bits), .16.png (16 bits) or .exr (floats)")
       ->capture_default_str()
       ->type_name("PATTERN");
+  command
+      .add_option_function<std::string>(
+          "--exr-encoding",
+          [&options](const std::string& word) {
+            options.exr = word == "srgb" ? image::ExrEncoding::Srgb : image::ExrEncoding::Linear;
+          },
+          "What an .exr holds: linear light, or the values of a PNG (srgb)")
+      ->check(CLI::IsMember({"linear", "srgb"}))
+      ->type_name("linear|srgb")
+      ->default_str("linear");
   command
       .add_option_function<std::string>(
           "--frames", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
@@ -151,6 +166,8 @@ Action addRender(CLI::App& command) {
   addStyle(command, options->style);
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
+  addDrawingOptions(command, options->drawing);
+  headFormerOptions(command, "Drawing");
   addSessionOptions(command, options->session);
   headFormerOptions(command, "Host");
   command.footer(

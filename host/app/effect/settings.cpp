@@ -171,10 +171,17 @@ WorkflowGiven setUpNode(NodeParameters& node, host::Document& document, const Ef
   return workflow ? WorkflowGiven::Yes : WorkflowGiven::No;
 }
 
-void saveSettings(const NodeParameters& node, const fs::path& file) {
+DrawingOptions drawingIn(const fs::path& file) {
+  const Json document = parsed(file);
+  checkHead(file, document);
+  return drawingOptionsOf(document.value("drawing", Json::object()), titleOf(file));
+}
+
+void saveSettings(const NodeParameters& node, const DrawingOptions& drawing, const fs::path& file) {
   Json parameters = Json::object();
   for (const Parameter& parameter : node.all()) parameters[parameter.name] = node.stored(parameter.id);
-  const Json document{{"format", kFormat}, {"version", kVersion}, {"parameters", parameters}};
+  const Json document{
+      {"format", kFormat}, {"version", kVersion}, {"parameters", parameters}, {"drawing", jsonOf(drawing)}};
   writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "base/json.h"
+#include "effect/drawing_options.h"
 #include "effect/effect_session.h"
+#include "image/file_formats.h"
 #include "image/image.h"
 #include "values/frames.h"
 
@@ -14,10 +16,15 @@
 namespace quillmere::app {
 
 // Lets every helper that this process starts from now on keep in its pictures what only the host knows: scene, camera,
-// prompts, guide mode, frame rate, workflow ID, version. They stand in a file of `folder` (made where it is missing)
-// that an environment variable names: set only while no other thread reads the environment. Throws Error.
-void tellHelper(EffectSession& session, const std::filesystem::path& scene, int fps,
-                const std::filesystem::path& folder);
+// prompts, guide mode, frame rate, how the host draws, workflow ID, version. They stand in a file of `folder` (made
+// where it is missing) that an environment variable names: set only while no other thread reads the environment. Throws
+// Error.
+struct HostFacts {
+  const std::filesystem::path scene;
+  int fps;
+  const DrawingOptions& drawing;
+};
+void tellHelper(EffectSession& session, const HostFacts& facts, const std::filesystem::path& folder);
 
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);
@@ -37,9 +44,14 @@ Json recordOf(const std::filesystem::path& picture);
 // The same as a text in ASCII to be kept in another picture; empty when there is none.
 std::string recordTextOf(const std::filesystem::path& picture);
 
-// Writes a frame (Float RGBA, opaque) beside `file`, which it then replaces, without its alpha channel. `record` tells
-// what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Throws Error.
-void writeFrame(const std::filesystem::path& file, FileFormat format, const image::Image& frame,
+struct FrameFormat {
+  FileFormat file;
+  image::ExrEncoding exr = image::ExrEncoding::Linear;
+};
+
+// Writes a frame (Float RGBA) beside `file`, which it then replaces, without its alpha channel where that is opaque.
+// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Throws Error.
+void writeFrame(const std::filesystem::path& file, FrameFormat format, const image::Image& frame,
                 const std::string& record);
 
 }  // namespace quillmere::app

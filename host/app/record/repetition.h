@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/json.h"
+#include "effect/drawing_options.h"
 #include "effect/parameter.h"
 #include "values/frames.h"
 
@@ -18,6 +19,7 @@ struct Repetition {
   std::optional<std::int32_t> frame, fps;
   std::optional<PictureSize> size;
   std::optional<std::uint64_t> seed;
+  DrawingOptions drawing;
   std::vector<Assignment> assignments;  // of the prompts and the guide mode
 };
 
