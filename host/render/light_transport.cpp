@@ -91,13 +91,29 @@ class LightTransport {
               [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
                 add(secondary, ray, arriving * std::max(0.0F, glm::dot(bounces.normal[ray], towards)));
               });
-    forEachRay(rays.active(), [&](int ray) {
-      const bool isSky = (bounced & setOf(ray)) == 0;
-      light.set(ray, isSky ? sources_.sky(rays.direction(ray))
-                           : bounces.color[ray] * (secondary[ray] + sources_.ambient()) +
-                                 sources_.stops() * bounces.emission[ray]);
+    forEachRay(bounced, [&](int ray) {
+      light.set(ray,
+                bounces.color[ray] * (secondary[ray] + sources_.ambient()) + sources_.stops() * bounces.emission[ray]);
     });
+    addSkies(rays, rays.active() & ~bounced, random, light);
     return light;
+  }
+
+  // What comes from far away, where a surface of the scene may be the sky.
+  void addSkies(const RayPacket& rays, RaySet which, RandomNumbers random, VectorPerRay& light) const {
+    forEachRay(which, [&](int ray) { light.set(ray, sources_.sky(rays.direction(ray))); });
+    if (!scene_.hasSkies() || which == 0) return;
+    RayPacket far;
+    forEachRay(which, [&](int ray) {
+      far.start(ray, rays.origin(ray), rays.direction(ray), 0.0F, kInfinity, random.bits(ray));
+    });
+    far.findNearest(scene_, RayUse::Sky);
+    SurfacePoints skies;
+    forEachRay(far.found(), [&](int ray) {
+      const Hit hit = far.hit(ray);
+      skies.resolve(ray, scene_, hit, far.direction(ray), 0.05F * hit.distance);
+      light.set(ray, sources_.stops() * (skies.color[ray] + skies.emission[ray]));
+    });
   }
 
  private:

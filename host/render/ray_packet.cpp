@@ -32,18 +32,6 @@ glm::vec3 towards(glm::vec3 normal, glm::vec3 viewer) {
   return glm::dot(normal, viewer) < 0.0F ? -normal : normal;
 }
 
-struct Triangle {  // in the world
-  glm::vec3 corner, edge1, edge2;
-};
-
-Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
-  const std::vector<glm::vec3>& positions = surface.geometry->positions;
-  const glm::mat3 turned(surface.toWorld);
-  const glm::vec3 corner = positions[corners.x];
-  return {glm::vec3(surface.toWorld * glm::vec4(corner, 1.0F)), turned * (positions[corners.y] - corner),
-          turned * (positions[corners.z] - corner)};
-}
-
 // Of a triangle's area what a pixel covers; one that looks along the surface covers more of it, of which the geometric
 // mean of both directions is taken.
 float shareOf(float doubleArea, float pixelHeight, float cosine) {
@@ -106,6 +94,14 @@ RaySet RayPacket::found() const {
 RaySet RayPacket::findUnblocked(const RayScene& scene) {
   scene.occlude(TraceMask(active_).valid.data(), rays_.ray);
   return active_ & raysThat([&](int ray) { return !(rays_.ray.tfar[ray] < 0.0F); });
+}
+
+Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
+  const std::vector<glm::vec3>& positions = surface.geometry->positions;
+  const glm::mat3 turned(surface.toWorld);
+  const glm::vec3 corner = positions[corners.x];
+  return {glm::vec3(surface.toWorld * glm::vec4(corner, 1.0F)), turned * (positions[corners.y] - corner),
+          turned * (positions[corners.z] - corner)};
 }
 
 void SurfacePoints::resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight) {

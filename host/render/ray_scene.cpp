@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "sampling.h"
+#include "sky_search.h"
 
 namespace quillmere::render {
 namespace {
@@ -76,8 +77,8 @@ Shape shapeOf(const Instance& instance) {
   return {instance.surface->geometry, instance.material->filtered};
 }
 
-bool isUnlit(const Instance& instance) {
-  return instance.material->definition->unlit;
+bool stopsLight(const Instance& instance) {
+  return !instance.sky && !instance.material->definition->unlit;
 }
 
 void attach(RTCDevice device, RTCScene into, RTCScene shape, const glm::mat4& toWorld, unsigned int id) {
@@ -103,7 +104,11 @@ void RayScene::pose(double seconds) {
   const bool rebuild = !visible_ || !sameSurfaces(snapshot_, next);
   snapshot_ = std::move(next);
   placeInstances();
-  if (rebuild) build();
+  if (rebuild) {
+    build();
+  } else {
+    findSkies();
+  }
 }
 
 void RayScene::placeInstances() {
@@ -114,8 +119,8 @@ void RayScene::placeInstances() {
     const ShadingMaterial& material = materials_[static_cast<std::size_t>(surface.material)];
     hasFronts_ = hasFronts_ || material.frontOnly;
     const glm::mat3 turned(surface.toWorld);
-    instances_.push_back(
-        {&surface, &material, glm::transpose(glm::inverse(turned)), glm::determinant(turned) < 0.0F ? -1.0F : 1.0F});
+    instances_.push_back({&surface, &material, glm::transpose(glm::inverse(turned)),
+                          glm::determinant(turned) < 0.0F ? -1.0F : 1.0F, false});
   }
 }
 
@@ -124,26 +129,62 @@ void RayScene::build() {
   std::vector<Shape> shapes;
   std::ranges::transform(instances_, std::back_inserter(shapes), shapeOf);
   shapes_.keep(shapes);
+  findSkies();
   SceneHandle visible(newScene(device_.get()));
-  solid_.reset(std::ranges::any_of(instances_, isUnlit) ? newScene(device_.get()).release() : nullptr);
+  const bool allSolid = std::ranges::all_of(instances_, stopsLight);
+  const bool anySky = std::ranges::any_of(instances_, [](const Instance& instance) { return instance.sky; });
+  solid_.reset(allSolid ? nullptr : newScene(device_.get()).release());
+  skies_.reset(anySky ? newScene(device_.get()).release() : nullptr);
   for (std::size_t i = 0; i < instances_.size(); ++i) {
     const RTCScene shape = shapes_.find(shapes[i]);
     const glm::mat4& toWorld = instances_[i].surface->toWorld;
     const auto id = static_cast<unsigned int>(i);
     attach(device_.get(), visible.get(), shape, toWorld, id);
-    if (solid_ && !isUnlit(instances_[i])) attach(device_.get(), solid_.get(), shape, toWorld, id);
+    if (solid_ && stopsLight(instances_[i])) attach(device_.get(), solid_.get(), shape, toWorld, id);
+    if (instances_[i].sky) attach(device_.get(), skies_.get(), shape, toWorld, id);
   }
+  if (skies_) rtcCommitScene(skies_.get());
   rtcCommitScene(visible.get());
   if (solid_) rtcCommitScene(solid_.get());
   throwOnError(device_.get(), "prepare the scene for ray tracing");
   visible_ = std::move(visible);
 }
 
+// Up to a few, the largest first: clouds before a sky.
+void RayScene::findSkies() {
+  constexpr int kMost = 4;
+  std::vector<Bounds> bounds;
+  bounds.reserve(instances_.size());
+  for (const Instance& instance : instances_) {
+    RTCBounds local;
+    rtcGetSceneBounds(shapes_.find(shapeOf(instance)), &local);
+    bounds.push_back(boundsInWorld(local, instance.surface->toWorld));
+  }
+  for (int i = 0; i < kMost; ++i) {
+    std::size_t largest = instances_.size();
+    for (std::size_t k = 0; k < bounds.size(); ++k) {
+      if (!instances_[k].sky && (largest == bounds.size() || bounds[k].size() > bounds[largest].size())) largest = k;
+    }
+    Bounds rest;
+    for (std::size_t k = 0; k < bounds.size(); ++k) {
+      if (k != largest && !instances_[k].sky) rest.add(bounds[k]);
+    }
+    if (largest == bounds.size() || rest.empty() || !bounds[largest].encloses(rest)) return;
+    const bool unlit = instances_[largest].material->definition->unlit;
+    if (!unlit && !isLitSky(snapshot_, *instances_[largest].surface, bounds[largest], rest)) return;
+    instances_[largest].sky = true;
+  }
+}
+
+RTCScene RayScene::sceneFor(RayUse use) const {
+  return use == RayUse::Camera ? visible_.get() : use == RayUse::Sky ? skies_.get() : solid();
+}
+
 void RayScene::intersect(const int* valid, RTCRayHit16& rays, RayUse use) const {
   TraceContext context(*this, use);
-  if (!hasFronts_) return rtcIntersect16(valid, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+  if (!hasFronts_) return rtcIntersect16(valid, sceneFor(use), &context, &rays);
   const RTCRayHit16 begun = rays;
-  rtcIntersect16(valid, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+  rtcIntersect16(valid, sceneFor(use), &context, &rays);
   findFronts(valid, begun, rays, use);
 }
 
@@ -162,7 +203,7 @@ void RayScene::findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit1
   if (!any) return;
   TraceContext context(*this, use);
   context.filter = filterByMaterial;
-  rtcIntersect16(again, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+  rtcIntersect16(again, sceneFor(use), &context, &rays);
 }
 
 bool RayScene::isBack(const RTCRayHit16& rays, unsigned int ray) const {

@@ -17,15 +17,17 @@ struct Instance {
   const ShadingMaterial* material;
   glm::mat3 normalToWorld;  // not normalised
   float mirroring;          // -1 where its place mirrors it, else 1
+  bool sky = false;         // encloses the scene: it lets light through and gives its own colour as light
 };
 
 // What rays are traced for.
 enum class RayUse {
   Camera,  // run close together, see everything; a surface that blends is met unless invisible: the caller goes on
            // behind
-  // These run anywhere and pass through unlit surfaces; one that blends is met as often as it is opaque: the ray's ID
-  // is its random number.
+  // These run anywhere and pass through unlit surfaces and skies; one that blends is met as often as it is opaque: the
+  // ray's ID is its random number.
   Bounce,
+  Sky,    // meets skies alone
   Shadow  // towards a light, so against the light's way: a single-sided surface lets through what comes from behind
 };
 
@@ -48,11 +50,14 @@ class RayScene {
   void intersect(const int* valid, RTCRayHit16& rays, RayUse use) const;
   // Sets the end of light rays that anything stops to minus infinity.
   void occlude(const int* valid, RTCRay16& rays) const;
+  bool hasSkies() const { return skies_ != nullptr; }
   // Half the diagonal of what stands in the way of light, metres.
   float solidRadius() const;
 
  private:
   void placeInstances();
+  void findSkies();
+  RTCScene sceneFor(RayUse use) const;
   void build();
   bool isBack(const RTCRayHit16& rays, unsigned int ray) const;
   void findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit16& rays, RayUse use) const;
@@ -65,7 +70,8 @@ class RayScene {
   scene::Snapshot snapshot_;
   std::vector<Instance> instances_;  // points into snapshot_ and materials_
   bool hasFronts_ = false;           // whether any of them is there from its front only
-  SceneHandle visible_, solid_;      // all surfaces; all but the unlit ones, null when there are none of those
+  // All surfaces; all but skies and the unlit ones, null when there are none of those; skies, null without any.
+  SceneHandle visible_, solid_, skies_;
 };
 
 }  // namespace quillmere::render

@@ -11,10 +11,10 @@ namespace quillmere::render {
 namespace {
 
 // The points of a layer where light is to be estimated.
-RaySet litPoints(const Layer& layer) {
+RaySet litPoints(const RayScene& scene, const Layer& layer) {
   RaySet lit = 0;
   forEachRay(layer.points, [&](int at) {
-    if (!layer.surface.isUnlit(at)) lit |= setOf(at);
+    if (!layer.surface.isUnlit(at) && !scene.instances()[layer.surface.instance[at]].sky) lit |= setOf(at);
   });
   return lit;
 }
@@ -102,7 +102,7 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
     sums[ray].radiance += layer.weight[ray] * backdrop.light;
     sums[ray].lit += layer.weight[ray];
   });
-  const RaySet lit = litPoints(layer);
+  const RaySet lit = litPoints(scene_, layer);
   VectorPerRay directions;
   forEachRay(lit, [&](int at) { directions.set(at, layer.rays.direction(at)); });
   const SentLight sent =
@@ -110,7 +110,7 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   forEachRay(layer.met, [&](int ray) {
     const int at = layer.pointOf[ray];
     if ((lit & setOf(at)) == 0) {
-      sums[ray].own += layer.weight[ray] * layer.surface.color[at];
+      sums[ray].own += layer.weight[ray] * displayed(layer.surface.color[at] + layer.surface.emission[at]);
       return;
     }
     const glm::vec3 light = Reflection::chalk(layer.surface, at) * sent.chalk[at] + sent.mirror[at] +

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <glm/gtc/matrix_transform.hpp>
 
+#include "render/ray_scene.h"
 #include "small_picture.h"
 
 namespace quillmere::render {
@@ -219,6 +220,55 @@ TEST(NormalMap, BendsTheLightTowardsWhereItsColoursPoint) {
       seen[i] = middleOf(scene, Kind::Final).g;
     }
     EXPECT_GT(seen[1], 1.5F * seen[0]) << mirror;
+  }
+}
+
+std::shared_ptr<scene::Geometry> ball(float radius) {
+  auto geometry = std::make_shared<scene::Geometry>();
+  constexpr std::uint32_t kRings = 12, kSpokes = 24;
+  for (std::uint32_t ring = 0; ring <= kRings; ++ring) {
+    for (std::uint32_t spoke = 0; spoke <= kSpokes; ++spoke) {
+      const float down = glm::radians(15.0F * static_cast<float>(ring)),
+                  round = glm::radians(15.0F * static_cast<float>(spoke));
+      geometry->positions.push_back(
+          radius * glm::vec3(std::sin(down) * std::cos(round), std::cos(down), std::sin(down) * std::sin(round)));
+      const std::uint32_t first = ring * (kSpokes + 1) + spoke, below = first + kSpokes + 1;
+      if (ring == kRings || spoke == kSpokes) continue;
+      for (const std::uint32_t corner : {first, first + 1, below, first + 1, below + 1, below}) {
+        geometry->indices.push_back(corner);
+      }
+    }
+  }
+  return geometry;
+}
+
+TEST(Skies, EncloseAndLightASceneInTheirColour) {
+  struct Row {
+    const char* name;
+    bool unlit, cameraInside;
+    float radius;
+    bool isSky;
+  };
+  for (const Row& row : {Row{"unlit dome", true, true, 60, true},
+                         {"lit dome", false, true, 60, true},
+                         {"ball around what isn't seen", false, false, 3, false}}) {
+    SCOPED_TRACE(row.name);
+    auto scene = std::make_shared<HandMadeScene>();
+    scene->add(ground(2), scene->addMaterial(colored({0.5F, 0.5F, 0.5F})));
+    scene::Material blue = row.unlit ? unlit({0.1F, 0.2F, 0.8F}) : colored({0.1F, 0.2F, 0.8F});
+    blue.doubleSided = true;
+    scene->add(ball(row.radius), scene->addMaterial(blue));
+    const scene::Camera view = orthographic({0, row.cameraInside ? 2.0F : 20.0F, 0}, {0, 0, 0}, 0.9F);
+    scene->now.cameras.push_back(view);
+    RayScene traced(scene, SingleSided::All);
+    traced.pose(0.0);
+    EXPECT_EQ(traced.hasSkies(), row.isSky);
+    traced.pose(1.0);
+    EXPECT_EQ(traced.hasSkies() && traced.instances()[1].sky, row.isSky) << "after a pose that changes nothing";
+    if (!row.isSky) continue;
+    const glm::vec3 seen = lightAround(picture(scene, view, 16, 16, Kind::Final), 8, 8, 3);
+    EXPECT_GT(seen.b, 1.1F * seen.r);
+    EXPECT_GT(brightness(seen), 0.15F);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "effect/node_parameters.h"
+#include "image/file_formats.h"
 #include "report/report.h"
 #include "values/failure.h"
 #include "values/frames.h"

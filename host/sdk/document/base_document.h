@@ -34,6 +34,7 @@ struct DocumentParts : cinema::AtomParts {
   const std::shared_ptr<const scene::Scene> scene;
   std::unique_ptr<render::Renderer> renderer;  // made when something is first drawn
   render::FinalSettings finalSettings;
+  bool toldOfPlainPicture = false;
   render::Sides sides = render::Sides::AsMaterialsSay;
   cinema::BaseTime time;
   cinema::Int32 fps = 30;

@@ -1,5 +1,7 @@
 #include "document/drawing.h"
 
+#include <algorithm>
+#include <string>
 #include <utility>
 
 #include "core/substitutes.h"
@@ -7,12 +9,43 @@
 #include "dbasedraw.h"
 #include "document/bitmap.h"
 #include "drendersettings.h"
+#include "image/conversion.h"
 
 namespace quillmere::host {
 
 using cinema::RENDERRESULT;
 
 namespace {
+
+// Where in its range a stored value counts as black or white, and how much of a picture must be so.
+constexpr float kNearlyBlack = 0.03F, kNearlyWhite = 0.985F, kNearlyAll = 0.995F;
+
+// The share of pixels all of whose channels pass the test.
+template <class Test>
+float shareOf(const image::Image& picture, const Test& test) {
+  std::size_t count = 0;
+  for (int y = 0; y < picture.height(); ++y) {
+    image::withSampleType(picture.sample(), [&]<class T>(T) {
+      const T* values = picture.row<T>(y);
+      for (int x = 0; x < picture.width(); ++x, values += picture.channels()) {
+        count += std::all_of(values, values + 3, [&](T value) { return test(image::sampleAs<float>(value)); }) ? 1 : 0;
+      }
+    });
+  }
+  return static_cast<float>(count) / (static_cast<float>(picture.width()) * static_cast<float>(picture.height()));
+}
+
+// Once for a document, since its other frames will mostly be alike.
+void reportPlain(DocumentParts& document, const image::Image& picture) {
+  if (document.toldOfPlainPicture) return;
+  const bool black = shareOf(picture, [](float value) { return value < kNearlyBlack; }) > kNearlyAll;
+  const bool white = !black && shareOf(picture, [](float value) { return value > kNearlyWhite; }) > kNearlyAll;
+  if (!black && !white) return;
+  document.toldOfPlainPicture = true;
+  cinema::GePrint(fromUtf8(std::string("quillmere: the picture of the scene is nearly all ") +
+                           (black ? "black: look at the camera and the lights, or try --light default and --exposure 3"
+                                  : "white: look at the camera and the lights, or try --exposure -3")));
+}
 
 template <class Draw>
 Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, Draw&& draw) {
@@ -26,6 +59,7 @@ Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, D
     document.renderer->pose(document.time.Get());
     image::Image picture = draw(*document.renderer, document.renderer->snapshot().cameras.at(camera->index));
     if (picture.empty()) return {RENDERRESULT::USERBREAK, {}};
+    reportPlain(document, picture);
     return {RENDERRESULT::OK, std::move(picture)};
   });
 }
