@@ -13,7 +13,7 @@ namespace {
 
 using Kind = scene::Light::Kind;
 
-constexpr float kDay = 0.62F;          // what white sends back under directional lights once exposed
+constexpr float kDay = 0.57F;          // what white sends back under directional lights once exposed
 constexpr float kRoom = 0.65F;         // and around a lamp on average, below which it is several times as bright
 constexpr std::uint32_t kPackets = 4;  // of rays from each lamp
 

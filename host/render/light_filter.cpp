@@ -84,7 +84,7 @@ class GrainFilter {
       feature.slope = slopeAt(x, y, pixel.depth) + 1e-3F * pixel.depth;
       Light& light = from_[index(x, y)];
       light.chalk = pixel.chalk / glm::max(pixel.albedo, kLeastAlbedo);
-      light.mirror = pixel.mirror;
+      light.mirror = pixel.lit > 0.0F ? pixel.mirror / pixel.lit : glm::vec3(0.0F);
       light.chalkError = pixel.chalkError;
       light.mirrorError = pixel.mirrorError;
     }
@@ -162,7 +162,7 @@ class GrainFilter {
       LitPixel& pixel = picture_.at(x, y);
       if (pixel.lit <= 0.0F) continue;
       pixel.chalk = from_[index(x, y)].chalk * glm::max(pixel.albedo, kLeastAlbedo);
-      pixel.mirror = from_[index(x, y)].mirror;
+      pixel.mirror = from_[index(x, y)].mirror * pixel.lit;
     }
   }
 

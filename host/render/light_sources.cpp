@@ -16,7 +16,7 @@ struct Gradient {
   glm::vec3 zenith, horizon, ground;
 };
 
-constexpr Gradient kRadiance{{0.20F, 0.26F, 0.36F}, {0.39F, 0.405F, 0.42F}, {0.14F, 0.135F, 0.13F}};
+constexpr Gradient kRadiance{{0.25F, 0.32F, 0.44F}, {0.48F, 0.50F, 0.52F}, {0.175F, 0.17F, 0.16F}};
 constexpr Gradient kBackdrop{{0.16F, 0.34F, 0.66F}, {0.68F, 0.79F, 0.88F}, {0.44F, 0.47F, 0.50F}};
 
 glm::vec3 at(const Gradient& gradient, float height) {
@@ -28,7 +28,7 @@ constexpr float kMostStops = 40.0F;    // either way, which a float still holds
 constexpr float kSunRadius = 0.0093F;  // twice the real one, radians
 constexpr float kDusk = 0.35F;         // strength of the sky over a scene that is lit by lamps only
 // With the sky, white that faces the sun sends back 0.85: the view transform leaves it and all below in peace.
-constexpr glm::vec3 kSunColor(0.65F, 0.61F, 0.54F);
+constexpr glm::vec3 kSunColor(0.60F, 0.56F, 0.50F);
 constexpr glm::vec3 kSunTravel(-0.48F, -0.74F, -0.47F);
 
 scene::Light defaultSun(float stops) {

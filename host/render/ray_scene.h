@@ -34,7 +34,7 @@ enum class RayUse {
 // A snapshot of a scene with what Embree needs to trace it. Any thread may read between two calls of pose.
 class RayScene {
  public:
-  RayScene(std::shared_ptr<const scene::Scene> scene, SingleSided singleSided);
+  explicit RayScene(std::shared_ptr<const scene::Scene> scene, SingleSided singleSided = SingleSided::All);
   RayScene(const RayScene&) = delete;
   RayScene& operator=(const RayScene&) = delete;
 

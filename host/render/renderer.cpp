@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/parallel.h"
+#include "color_encoding.h"
 #include "exposure.h"
 #include "layer_loop.h"
 #include "light_sources.h"
@@ -28,6 +29,16 @@ image::Image blankPicture(int width, int height, image::Sample sample) {
 }
 
 constexpr int kMoments = 5;
+
+void develop(const LitPicture& lit, image::Image& picture) {
+  forEach(lit.height, allCores(), {}, [&](int y) {
+    float* rgb = picture.row<float>(y);
+    for (int x = 0; x < lit.width; ++x, rgb += 3) {
+      const glm::vec3 light = displayLight(lit.at(x, y));
+      for (int c = 0; c < 3; ++c) rgb[c] = stored(light[c]);
+    }
+  });
+}
 
 image::Image ifComplete(Outcome outcome, image::Image picture) {
   return outcome == Outcome::Complete ? std::move(picture) : image::Image();
@@ -81,9 +92,12 @@ image::Image Renderer::drawFinal(const scene::Camera& through, int width, int he
   image::Image picture = blankPicture(width, height, image::Sample::Float);
   const scene::Camera camera = through;  // which may be one of the snapshot's, and that goes while light is measured
   const LightSources sources(*scene_, settings, exposure());
-  const FinalShader shader(*scene_, sources, picture);
+  LitPicture lit(width, height);
   const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
-  const Outcome outcome = drawPicture(request, PixelSampling::scattered(settings.samples, settings.seed), shader);
+  const PixelSampling sampling = PixelSampling::scattered(settings.samples, settings.seed);
+  Outcome outcome = drawPicture(request, sampling, FinalShader(*scene_, sources, lit));
+  if (outcome == Outcome::Complete) outcome = smoothGrain(lit, request.threads, stop);
+  if (outcome == Outcome::Complete) develop(lit, picture);
   return ifComplete(outcome, std::move(picture));
 }
 

@@ -19,6 +19,10 @@ RaySet litPoints(const RayScene& scene, const Layer& layer) {
   return lit;
 }
 
+float luminance(glm::vec3 color) {
+  return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
+}
+
 // As much of a light as the display can show, in its own hue.
 glm::vec3 displayed(glm::vec3 light) {
   return light / std::max({1.0F, light.x, light.y, light.z});
@@ -83,14 +87,21 @@ glm::vec3 QuickShader::background(int row) const {
 }
 
 FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
-  radiance += other.radiance;
-  lit += other.lit;
+  chalk += other.chalk;
+  albedo += other.albedo;
+  mirror += other.mirror;
+  emission += other.emission;
   own += other.own;
+  normal += other.normal;
+  lit += other.lit;
+  depth += other.depth;
+  chalkLight += other.chalkLight;
+  mirrorLight += other.mirrorLight;
   return *this;
 }
 
-FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, image::Image& picture)
-    : scene_(scene), picture_(picture), sources_(sources) {}
+FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture)
+    : scene_(scene), sources_(sources), light_(scene, sources), picture_(picture) {}
 
 RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   forEachRay(layer.missed, [&](int ray) {
@@ -99,33 +110,52 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
       sums[ray].own += layer.weight[ray] * backdrop.light;
       return;
     }
-    sums[ray].radiance += layer.weight[ray] * backdrop.light;
+    sums[ray].emission += layer.weight[ray] * backdrop.light;
     sums[ray].lit += layer.weight[ray];
   });
   const RaySet lit = litPoints(scene_, layer);
   VectorPerRay directions;
   forEachRay(lit, [&](int at) { directions.set(at, layer.rays.direction(at)); });
-  const SentLight sent =
-      lightAt(scene_, sources_, layer.surface, lit, directions, static_cast<std::uint32_t>(layer.pass), layer.seeds);
+  const SentLight sent = light_.at(layer.surface, lit, directions, layer.numbers, layer.seed);
   forEachRay(layer.met, [&](int ray) {
     const int at = layer.pointOf[ray];
+    const float weight = layer.weight[ray];
     if ((lit & setOf(at)) == 0) {
-      sums[ray].own += layer.weight[ray] * displayed(layer.surface.color[at] + layer.surface.emission[at]);
+      sums[ray].own += weight * displayed(layer.surface.color[at] + layer.surface.emission[at]);
       return;
     }
-    const glm::vec3 light = Reflection::chalk(layer.surface, at) * sent.chalk[at] + sent.mirror[at] +
-                            sources_.stops() * layer.surface.emission[at];
-    sums[ray].radiance += layer.weight[ray] * light;
-    sums[ray].lit += layer.weight[ray];
+    Sum& sum = sums[ray];
+    const glm::vec3 albedo = weight * Reflection::chalk(layer.surface, at);
+    sum.chalk += albedo * sent.chalk[at];
+    sum.albedo += albedo;
+    sum.mirror += weight * sent.mirror[at];
+    sum.emission += weight * sources_.stops() * layer.surface.emission[at];
+    sum.lit += weight;
+    sum.normal += weight * layer.surface.normal[at];
+    sum.depth += weight * layer.rays.hit(ray).distance;
+    sum.chalkLight.add(weight * luminance(sent.chalk[at]));
+    sum.mirrorLight.add(weight * luminance(sent.mirror[at]));
   });
   return 0;
 }
 
 void FinalShader::store(const Sum& sum, float samples, int x, int y) const {
-  const glm::vec3 exposed = sum.lit > 0.0F ? sum.lit * viewed(sum.radiance / sum.lit) : glm::vec3(0.0F);
-  const glm::vec3 light = (exposed + sum.own) / samples;
-  float* rgb = picture_.row<float>(y) + std::ptrdiff_t{3} * x;
-  for (int c = 0; c < 3; ++c) rgb[c] = stored(light[c]);
+  LitPixel& pixel = picture_.at(x, y);
+  pixel.chalk = sum.chalk / samples;
+  pixel.albedo = sum.albedo / samples;
+  pixel.mirror = sum.mirror / samples;
+  pixel.emission = sum.emission / samples;
+  pixel.own = sum.own / samples;
+  pixel.lit = sum.lit / samples;
+  pixel.normal = sum.normal;
+  pixel.depth = sum.lit > 0.0F ? sum.depth / sum.lit : 0.0F;
+  pixel.chalkError = sum.chalkLight.error(samples);
+  pixel.mirrorError = sum.mirrorLight.error(samples);
+}
+
+glm::vec3 displayLight(const LitPixel& pixel) {
+  const glm::vec3 light = pixel.chalk + pixel.mirror + pixel.emission;
+  return pixel.own + (pixel.lit > 0.0F ? pixel.lit * viewed(light / pixel.lit) : glm::vec3(0.0F));
 }
 
 }  // namespace quillmere::render
