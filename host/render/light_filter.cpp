@@ -81,7 +81,7 @@ class GrainFilter {
       const float length = glm::length(pixel.normal);
       feature.normal = length > 0.0F ? pixel.normal / length : glm::vec3(0.0F);
       feature.depth = pixel.depth;
-      feature.slope = slopeAt(x, y, pixel.depth) + 1e-3F * pixel.depth;
+      feature.slope = slopeAt(x, y, pixel.depth) + 1e-3F * pixel.depth + 1e-9F;
       Light& light = from_[index(x, y)];
       light.chalk = pixel.chalk / glm::max(pixel.albedo, kLeastAlbedo);
       light.mirror = pixel.lit > 0.0F ? pixel.mirror / pixel.lit : glm::vec3(0.0F);
