@@ -42,9 +42,9 @@ DeviceHandle makeDevice() {
   return device;
 }
 
-SceneHandle newScene(RTCDevice device) {
+SceneHandle newScene(RTCDevice device, TraceFilters filters) {
   SceneHandle scene(rtcNewScene(device));
-  rtcSetSceneFlags(scene.get(), RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
+  if (filters == TraceFilters::Yes) rtcSetSceneFlags(scene.get(), RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
   return scene;
 }
 
@@ -68,7 +68,7 @@ SceneHandle GeometryCache::build(const Shape& shape) const {
     rtcSetGeometryOccludedFilterFunction(mesh.get(), filter_);
   }
   rtcCommitGeometry(mesh.get());
-  SceneHandle built = newScene(device_);
+  SceneHandle built = newScene(device_, filters_);
   rtcAttachGeometryByID(built.get(), mesh.get(), 0);
   rtcCommitScene(built.get());
   throwOnError(device_, "prepare a mesh for ray tracing");

@@ -114,7 +114,7 @@ class GrainFilter {
   float likeness(const Feature& here, const Feature& there, float distance) const {
     const float cosine = std::max(0.0F, glm::dot(here.normal, there.normal));
     const float depth = std::abs(here.depth - there.depth) / (kDepthSlack * here.slope * distance);
-    return std::pow(cosine, kNormalPower) * std::exp(-depth);
+    return std::exp(-depth - kNormalPower * (1.0F - cosine));
   }
 
   Light smoothed(int x, int y, int step) const {

@@ -160,7 +160,9 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
                             const PerRay<std::uint32_t>& numbers, std::uint32_t seed) const {
   const LightTransport transport(scene_, sources_, emitters_);
   SentLight light{};
-  const auto reflection = [&](int ray) { return Reflection(points, ray, -glm::normalize(directions[ray])); };
+  PerRay<Reflection> reflections;
+  forEachRay(which, [&](int ray) { reflections[ray] = Reflection(points, ray, -glm::normalize(directions[ray])); });
+  const auto reflection = [&](int ray) -> const Reflection& { return reflections[ray]; };
   const auto send = [&](int ray, const Reflection::Sent& sent, glm::vec3 arriving) {
     add(light.chalk, ray, sent.chalk * arriving);
     add(light.mirror, ray, sent.mirror * arriving);
@@ -171,7 +173,7 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
                       });
   transport.findEmitters(points, which, {numbers, seed, kEmitter},
                          [&](int ray, glm::vec3 towards, glm::vec3 radiance, float density) {
-                           const Reflection here = reflection(ray);
+                           const Reflection& here = reflection(ray);
                            const float weight = balance(density, here.density(towards)) / (density * glm::pi<float>());
                            send(ray, here.sent(towards, 0.0F), radiance * weight);
                          });
@@ -180,7 +182,7 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
   RayPacket rays;
   PerRay<float> densities;
   forEachRay(which, [&](int ray) {
-    const Reflection here = reflection(ray);
+    const Reflection& here = reflection(ray);
     const glm::vec3 towards = above(here.chosen(random.point(ray), random.number(ray)), points.faceNormal[ray]);
     densities[ray] = here.density(towards);
     if (!(densities[ray] > 1e-6F)) return;

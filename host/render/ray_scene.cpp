@@ -95,7 +95,8 @@ RayScene::RayScene(std::shared_ptr<const scene::Scene> scene, SingleSided single
     : scene_(std::move(scene)),
       materials_(shadingMaterials(scene_->materials(), singleSided)),
       device_(makeDevice()),
-      shapes_(device_.get(), filterByMaterial) {
+      filters_(std::ranges::any_of(materials_, &ShadingMaterial::frontOnly) ? TraceFilters::Yes : TraceFilters::No),
+      shapes_(device_.get(), filterByMaterial, filters_) {
   build();
 }
 
@@ -130,11 +131,11 @@ void RayScene::build() {
   std::ranges::transform(instances_, std::back_inserter(shapes), shapeOf);
   shapes_.keep(shapes);
   findSkies();
-  SceneHandle visible(newScene(device_.get()));
+  SceneHandle visible(newScene(device_.get(), filters_));
   const bool allSolid = std::ranges::all_of(instances_, stopsLight);
   const bool anySky = std::ranges::any_of(instances_, [](const Instance& instance) { return instance.sky; });
-  solid_.reset(allSolid ? nullptr : newScene(device_.get()).release());
-  skies_.reset(anySky ? newScene(device_.get()).release() : nullptr);
+  solid_.reset(allSolid ? nullptr : newScene(device_.get(), filters_).release());
+  skies_.reset(anySky ? newScene(device_.get(), filters_).release() : nullptr);
   for (std::size_t i = 0; i < instances_.size(); ++i) {
     const RTCScene shape = shapes_.find(shapes[i]);
     const glm::mat4& toWorld = instances_[i].surface->toWorld;

@@ -10,6 +10,9 @@ namespace quillmere::render {
 // coat that mirrors with microfacets after GGX. Directions are of unit length and lead away from the point.
 class Reflection {
  public:
+  // Filling what no ray needs would cost every packet.
+  // cppcheck-suppress uninitMemberVar
+  Reflection() {}
   Reflection(const SurfacePoints& points, int at, glm::vec3 viewer);
 
   // The colour of the chalk, which what it sends back is to be multiplied with.

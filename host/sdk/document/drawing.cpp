@@ -20,19 +20,21 @@ namespace {
 // Where in its range a stored value counts as black or white, and how much of a picture must be so.
 constexpr float kNearlyBlack = 0.03F, kNearlyWhite = 0.985F, kNearlyAll = 0.995F;
 
+constexpr int kStep = 4;  // a pixel out of so many each way is looked at
+
 // The share of pixels all of whose channels pass the test.
 template <class Test>
 float shareOf(const image::Image& picture, const Test& test) {
-  std::size_t count = 0;
-  for (int y = 0; y < picture.height(); ++y) {
+  std::size_t count = 0, all = 0;
+  for (int y = 0; y < picture.height(); y += kStep) {
     image::withSampleType(picture.sample(), [&]<class T>(T) {
       const T* values = picture.row<T>(y);
-      for (int x = 0; x < picture.width(); ++x, values += picture.channels()) {
+      for (int x = 0; x < picture.width(); x += kStep, values += kStep * picture.channels(), ++all) {
         count += std::all_of(values, values + 3, [&](T value) { return test(image::sampleAs<float>(value)); }) ? 1 : 0;
       }
     });
   }
-  return static_cast<float>(count) / (static_cast<float>(picture.width()) * static_cast<float>(picture.height()));
+  return static_cast<float>(count) / static_cast<float>(all);
 }
 
 // Once for a document, since its other frames will mostly be alike.
