@@ -91,6 +91,7 @@ ExitStatus run(const Options& options) {
   const host::Document::Camera& camera =
       options.scene.camera.empty() ? document.cameras().front() : cameraCalled(options.scene.camera, document);
   writeGuide(document, *camera.object, options.mode, options.scene.size, options.output);
+  if (!document.drawingNote().empty()) printError("warning: " + document.drawingNote());
   return ExitStatus::Done;
 }
 

@@ -101,6 +101,10 @@ const render::FinalSettings& Document::finalSettings() const {
   return parts_->document().finalSettings;
 }
 
+const std::string& Document::drawingNote() const {
+  return parts_->document().note;
+}
+
 cinema::BaseVideoPost& Document::addVideoPost(int id) {
   const auto& plugin = registered(id);
   auto node = std::make_unique<cinema::AtomParts>(id);

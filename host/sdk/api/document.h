@@ -43,6 +43,8 @@ class QM_HOST_API Document {
   // How the host draws the document: its lines under the effects', and its guides. The settings' seed counts, too.
   void setDrawing(const render::FinalSettings& settings, render::Sides sides);
   const render::FinalSettings& finalSettings() const;
+  // What the console was told about the first drawing that is nearly all black or white; empty without one.
+  const std::string& drawingNote() const;
 
   // Makes a node of the registered video post `id` (Alloc, then Init(node, false)) and puts it into the render
   // settings, or throws Error that says whether the plug-in is missing or refused to initialise.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "core/atom.h"
@@ -34,7 +35,7 @@ struct DocumentParts : cinema::AtomParts {
   const std::shared_ptr<const scene::Scene> scene;
   std::unique_ptr<render::Renderer> renderer;  // made when something is first drawn
   render::FinalSettings finalSettings;
-  bool toldOfPlainPicture = false;
+  std::string note;  // on what was drawn; empty when there is nothing to tell
   render::Sides sides = render::Sides::AsMaterialsSay;
   cinema::BaseTime time;
   cinema::Int32 fps = 30;

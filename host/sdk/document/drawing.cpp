@@ -39,14 +39,14 @@ float shareOf(const image::Image& picture, const Test& test) {
 
 // Once for a document, since its other frames will mostly be alike.
 void reportPlain(DocumentParts& document, const image::Image& picture) {
-  if (document.toldOfPlainPicture) return;
+  if (!document.note.empty()) return;
   const bool black = shareOf(picture, [](float value) { return value < kNearlyBlack; }) > kNearlyAll;
   const bool white = !black && shareOf(picture, [](float value) { return value > kNearlyWhite; }) > kNearlyAll;
   if (!black && !white) return;
-  document.toldOfPlainPicture = true;
-  cinema::GePrint(fromUtf8(std::string("quillmere: the picture of the scene is nearly all ") +
-                           (black ? "black: look at the camera and the lights, or try --light default and --exposure 3"
-                                  : "white: look at the camera and the lights, or try --exposure -3")));
+  document.note = std::string("the picture of the scene is nearly all ") +
+                  (black ? "black: look at the camera and the lights, or try --light default and --exposure 3"
+                         : "white: look at the camera and the lights, or try --exposure -3");
+  cinema::GePrint(fromUtf8("quillmere: " + document.note));
 }
 
 template <class Draw>
