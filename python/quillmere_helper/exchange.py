@@ -8,6 +8,9 @@ import json
 import os
 from typing import Any, Dict, List, Optional
 
+from .readable import readable, readable_lines
+
+LONGEST_LOG = 1 << 20  # characters
 STOPPED = "The render was stopped before its picture was finished; render the frame again"
 
 
@@ -22,7 +25,7 @@ class Status:
         """`progress` is the share of the whole job that is done, 0 to 1; it is added to the message as a percentage."""
         if progress is not None:
             message = "{} ({} %)".format(message, int(100 * min(max(progress, 0.0), 1.0)))
-        told = (phase, readable(message))
+        told = (phase, _shown(message))
         if told == self._last or not self._path:
             return
         self._last = told
@@ -53,23 +56,26 @@ class Response:
             os.unlink(self.log_path)
 
     def fail(self, error: str, details: str = "") -> None:
-        members = {"ok": False, "error": readable(error)}
+        members = {"ok": False, "error": _shown(error)}
         if details:
             members["log"] = self.log_path
             try:
-                write_whole(self.log_path, "{}\n\n{}\n".format(error, details).encode("utf-8", "replace"))
+                log = "{}\n\n{}\n".format(readable(error), readable_lines(details, LONGEST_LOG))
+                write_whole(self.log_path, log.encode("utf-8"))
             except OSError:
                 pass  # the answer itself matters more than its details
-        write_whole(self._path, to_json(members))
+        write_whole(self._path, to_json(members), lasting=True)
 
     def succeed(self, outputs: List[str], facts: Dict[str, Any]) -> None:
         """`outputs` are full paths, the first picture first; `facts` may hold no key that the effect reads."""
         first = outputs[0] if outputs else ""
-        write_whole(self._path, to_json(dict({"ok": True, "first_output": first, "outputs": outputs}, **facts)))
+        members = dict({"ok": True, "first_output": first, "outputs": outputs}, **facts)
+        write_whole(self._path, to_json(members), lasting=True)
 
 
-def write_whole(path: str, content: bytes) -> None:
+def write_whole(path: str, content: bytes, lasting: bool = False) -> None:
     """Writes `content` to `path`: beside it first, then renamed over it, so that no reader ever sees half of it.
+    `lasting`: a machine that loses its power right after this has the whole file too.
 
     Raises OSError; what was at `path` before is then still there, and nothing is left beside it.
     """
@@ -78,7 +84,12 @@ def write_whole(path: str, content: bytes) -> None:
     try:
         with open(beside, "wb") as file:
             file.write(content)
+            if lasting:
+                file.flush()
+                os.fsync(file.fileno())
         os.replace(beside, path)
+        if lasting:
+            sync_folder(folder)
     except BaseException:
         try:
             os.unlink(beside)
@@ -96,10 +107,21 @@ def to_json(members: Dict[str, Any]) -> bytes:
         return text.encode("utf-8", "replace")
 
 
-def readable(text: str) -> str:
-    """`text` as a status line: on one line, and without characters that the effect would show as escapes."""
-    flat = " ".join(text.replace("\\", "/").split())
-    return "".join(letter for letter in flat if letter >= " " and letter != "\x7f")
+def sync_folder(folder: str) -> None:
+    """Makes the names in `folder` last, where its file system can."""
+    try:
+        descriptor = os.open(folder or ".", os.O_RDONLY)
+        try:
+            os.fsync(descriptor)
+        finally:
+            os.close(descriptor)
+    except OSError:
+        pass
+
+
+def _shown(text: str) -> str:
+    """`text` on one line, and without what the effect would show as escapes."""
+    return readable(text).replace("\\", "/")
 
 
 def reads_back(text: str) -> bool:
