@@ -7,6 +7,8 @@ from pathlib import Path
 
 from scratch_render import RenderCase, with_pillow
 
+from quillmere_helper.png import file_of
+
 try:
     from PIL import Image, ImageDraw, ImageStat
 except ImportError:
@@ -121,7 +123,7 @@ class GivenPictures(RenderCase):
 
     def test_a_picture_that_is_none_is_an_error_that_names_it(self):
         good = (self.folder / "reference_3.png").read_bytes()
-        bomb = good[:16] + (30000).to_bytes(4, "big") * 2 + good[24:]
+        bomb = file_of((b"IHDR", (30000).to_bytes(4, "big") * 2 + good[24:29]), (b"IDAT", b""))
         small, scans = io.BytesIO(), io.BytesIO()
         Image.new("RGB", (64, 36)).save(small, "JPEG")
         a_guide((64, 36)).save(scans, "JPEG", progressive=True)
@@ -129,8 +131,9 @@ class GivenPictures(RenderCase):
         claiming = small.getvalue()[:size] + (8000).to_bytes(2, "big") * 2 + small.getvalue()[size + 4 :]
         endless = scans.getvalue()[:-2] + scans.getvalue()[last:-2] * 20_000 + b"\xff\xd9"
         rows = (
-            *(("missing", None, ""), ("empty", b"", ""), ("text", b"GIF? no", ""), ("cut off", good[:90], "")),
-            *(("a bomb", bomb, "no picture that can be read"), ("too small a JPEG", claiming, "it is too short")),
+            *(("missing", None, ""), ("empty", b"", ""), ("cut off", good[:90], "")),
+            ("text", b"GIF? no", "no picture that can be read"),
+            *(("a bomb", bomb, "larger than 64 megapixels"), ("too small a JPEG", claiming, "it is too short")),
             ("a JPEG of many scans", endless, "scans"),
         )
         for what, content, named in rows:
@@ -143,6 +146,7 @@ class GivenPictures(RenderCase):
                     self.assertIn(self.members[key], response["error"])
                     self.assertIn(named, response["error"])
                     self.assertNotIn("unexpectedly", response["error"])
+                    self.assertEqual(self.errors.count("\n"), 1)
                     self.members.update(reference_image=str(self.folder / "reference_3.png"), locked_style_image="")
 
 

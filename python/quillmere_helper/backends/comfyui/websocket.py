@@ -148,14 +148,20 @@ class WebSocket:
         """One control frame, masked as a client has to; at most 125 bytes of data."""
         mask = os.urandom(4)
         masked = bytes(byte ^ mask[place % 4] for place, byte in enumerate(data[:125]))
-        self._socket.sendall(bytes((0x80 | code, 0x80 | len(masked))) + mask + masked)
+        try:
+            self._socket.sendall(bytes((0x80 | code, 0x80 | len(masked))) + mask + masked)
+        except OSError as error:
+            raise ClosedConnection(reason_of(error)) from error
 
     def _readable(self, seconds: float) -> bool:
         pending = getattr(self._socket, "pending", None)  # what TLS has unpacked already
         return bool(pending and pending()) or bool(select.select([self._socket], [], [], seconds)[0])
 
     def _read_some(self) -> None:
-        data = self._socket.recv(1 << 16)
+        try:
+            data = self._socket.recv(1 << 16)
+        except OSError as error:
+            raise ClosedConnection(reason_of(error)) from error
         if not data:
             raise ClosedConnection("the server went away")
         self._buffer += data

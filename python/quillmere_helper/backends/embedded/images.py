@@ -13,6 +13,7 @@ from ...untrusted import LARGEST_PICTURE, read_file
 MOST_SCANS = 100  # real progressive files have about ten
 MOST_SCANNED = 1 << 30  # pixels of all scans
 MOST_PIXELS_OF_A_BYTE = 8 * 64  # a block of 8 x 8 takes a bit at least
+Image.MAX_IMAGE_PIXELS = None  # ours is smaller, and no warning
 FORMATS = ("PNG", "JPEG", "WEBP", "TIFF", "BMP")
 
 
