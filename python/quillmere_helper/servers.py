@@ -57,7 +57,7 @@ def patience() -> float:
     """Seconds that the user wants to wait for a server that has gone."""
     text = os.environ.get(PATIENCE, "")
     try:
-        return max(float(text), 0.0) if text else USUAL_PATIENCE
+        return max(0.0, float(text)) if text else USUAL_PATIENCE  # NaN is in no order
     except ValueError as error:
         raise HelperError(f'{PATIENCE} is "{text}"; it must be a number of seconds') from error
 

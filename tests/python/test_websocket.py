@@ -85,11 +85,11 @@ class WebSockets(unittest.TestCase):
         started = time.monotonic()
         with mock.patch.object(websocket, "HANDSHAKE_TIME", 0.5), self.assertRaises(ClosedConnection):
             self.connect(b"", b"HTTP/1.1 101 x\r\nX: " + b"x" * 5000, pieces=1, pause=0.01)
-        self.assertLess(time.monotonic() - started, 3)
+        self.assertLess(time.monotonic() - started, 5)
 
     def test_what_is_no_message_keeps_nobody_waiting(self):
         for content in (frame(10, b"x") * 3_000_000, frame(1, b"", False) + frame(0, b"", False) * 3_000_000):
             with self.subTest(content[:3]):
                 client, started = self.connect(content), time.monotonic()
                 self.assertIsNone(client.receive(0.3))
-                self.assertLess(time.monotonic() - started, 1.5)
+                self.assertLess(time.monotonic() - started, 5)
