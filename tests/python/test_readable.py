@@ -29,6 +29,7 @@ class Readable(unittest.TestCase):
         self.assertLessEqual(len(error), LONGEST_LINE)
         self.assertRegex(error, "^The workflow x+ ... x+; choose another one$")
         self.assertEqual(readable(error), error)
+        self.assertLessEqual(len(readable(error * 9)), LONGEST_LINE)
 
     def test_what_the_command_line_prints_steers_no_terminal_and_its_json_says_it_all(self):
         for arguments, variables in (
