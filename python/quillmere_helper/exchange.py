@@ -6,34 +6,39 @@ than the rest of the package supports.
 
 import json
 import os
-from typing import Any, Dict, List, Optional
+from typing import Any, Dict, List, Mapping, Optional
 
 from .readable import readable, readable_lines
 
 LONGEST_LOG = 1 << 20  # characters
 STOPPED = "The render was stopped before its picture was finished; render the frame again"
+ALMOST = 0.99  # the most that is told of a render before its picture is on disk
 
 
 class Status:
     """Keeps one status file up to date. One that cannot be written costs the user a progress line, not the picture."""
 
     def __init__(self, path: str) -> None:
-        self._path = path
-        self._last = ("", "")
+        self.path = path
+        self._last = {}  # type: Dict[str, Any]
 
-    def tell(self, phase: str, message: str, progress: Optional[float] = None) -> None:
-        """`progress` is the share of the whole job that is done, 0 to 1; it is added to the message as a percentage."""
-        if progress is not None:
-            message = "{} ({} %)".format(message, int(100 * min(max(progress, 0.0), 1.0)))
-        told = (phase, _shown(message))
-        if told == self._last or not self._path:
+    def tell(
+        self, phase: str, message: str, progress: Optional[float] = None, more: Optional[Mapping[str, Any]] = None
+    ) -> None:
+        """`progress` is the share of the whole job that is done, 0 to 1; it is added to the message as a percentage,
+        never as 100: the job is done when the response says so. `more` are further members of the file."""
+        share = None if progress is None else min(max(progress, 0.0), ALMOST)
+        if share is not None:
+            message = "{} ({} %)".format(message, int(100 * share))
+        members = {"phase": phase, "message": _shown(message)}  # type: Dict[str, Any]
+        members.update(more or {})
+        if not self.path or (members == self._last and "preview" not in members):  # which has the same name again
             return
-        self._last = told
-        members = {"phase": told[0], "message": told[1]}  # type: Dict[str, Any]
-        if progress is not None:
-            members["progress"] = round(progress, 3)
+        self._last = dict(members)
+        if share is not None:
+            members["progress"] = round(share, 3)
         try:
-            write_whole(self._path, to_json(members))
+            write_whole(self.path, to_json(members))
         except OSError:
             pass
 

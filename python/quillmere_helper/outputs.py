@@ -7,7 +7,7 @@ import json
 import os
 import re
 from pathlib import Path
-from typing import Any, Mapping
+from typing import Any, Mapping, Optional
 
 from . import VERSION, exchange, png, untrusted
 from .errors import HelperError, reason_of
@@ -21,9 +21,11 @@ FILE_FROM_HOST = "QUILLMERE_PROVENANCE_FILE"  # environment: a JSON file of what
 LARGEST_FROM_HOST = 16 << 20  # bytes
 
 
-def record_of(request: RenderRequest, workflow: Workflow, seed: int, more: Mapping[str, Any]) -> dict[str, Any]:
-    """What made a picture, enough to make it again. `more` comes from the back end and goes before the rest; what the
-    host tells never hides what is known here."""
+def record_of(
+    request: RenderRequest, workflow: Workflow, seed: Optional[int], more: Mapping[str, Any]
+) -> dict[str, Any]:
+    """What made a picture, enough to make it again; `seed` None: it has none. `more` comes from the back end and goes
+    before the rest; what the host tells never hides what is known here."""
     try:
         told = untrusted.read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
     except (KeyError, HelperError):  # without it a record lacks a little, but costs no picture

@@ -60,9 +60,17 @@ def texts(png: bytes, wanted: Collection[str]) -> dict[str, str]:
 
 def with_text(png: bytes, keyword: str, text: str) -> bytes:
     """`png` with one more text (iTXt, UTF-8, not compressed) right after its header; `png` must be a PNG file."""
-    data = keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace")
+    return _with_chunk(png, b"iTXt", keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace"))
+
+
+def with_ascii_text(png: bytes, keyword: str, text: str) -> bytes:
+    """The same with a tEXt, the only kind that some readers know; `text` must be ASCII."""
+    return _with_chunk(png, b"tEXt", f"{keyword}\0{text}".encode("ascii"))
+
+
+def _with_chunk(png: bytes, kind: bytes, data: bytes) -> bytes:
     header_end = len(SIGNATURE) + 12 + int.from_bytes(png[len(SIGNATURE) : len(SIGNATURE) + 4], "big")
-    return png[:header_end] + chunk(b"iTXt", data) + png[header_end:]
+    return png[:header_end] + chunk(kind, data) + png[header_end:]
 
 
 def _text(kind: bytes, content: bytes, inflater: "_Inflater") -> str:

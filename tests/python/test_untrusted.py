@@ -7,12 +7,16 @@ import resource
 import subprocess
 import sys
 import zlib
+from unittest import mock
 
 from comfy_classes import graph
 from scratch_render import HELPER, RenderCase, png
 
+from quillmere_helper.backends.comfyui import rendering
 from quillmere_helper.backends.comfyui.classes import MOST_CLASSES, Classes
 from quillmere_helper.backends.comfyui.graph import read_api
+from quillmere_helper.backends.comfyui.rendering import Rendering
+from quillmere_helper.backends.comfyui.results import Named
 from quillmere_helper.errors import HelperError
 from quillmere_helper.png import chunk
 
@@ -63,3 +67,12 @@ class Workflows(RenderCase):
         with self.assertRaisesRegex(HelperError, "shorter prompt"):
             read_api(content, "w").fill({"prompt": "x" * (3 << 20), "frame": 1}, "w")
         read_api(json.loads(json.dumps(content)), "w").fill({"prompt": "red", "frame": 1}, "w")
+
+    def test_a_job_leaves_what_is_too_much_on_the_server(self):
+        render, notes = Rendering.__new__(Rendering), []
+        render._comfy, render._source, render._job = mock.Mock(), mock.Mock(), mock.Mock()
+        named = [Named("9", {"filename": f"{number}.jpg"}) for number in range(5)]
+        fetch = mock.patch.object(rendering.results, "fetch", return_value=(b"12345678", "jpg"))
+        with fetch, mock.patch.object(rendering, "LARGEST_TOGETHER", 10):
+            self.assertEqual(len(render._fetched(named, read_api(graph(), "w"), notes)), 2)
+        self.assertEqual([note[-5:] for note in notes], ["2.jpg", "3.jpg", "4.jpg"])

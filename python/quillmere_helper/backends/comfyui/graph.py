@@ -45,6 +45,10 @@ class Graph:
             for node in self.nodes.values()
         }
 
+    def to_editor(self) -> Optional[Mapping[str, Any]]:
+        """The editor's graph, None when there is none."""
+        return self.editor
+
     def sources(self, node: Node) -> Iterable[tuple[str, Node]]:
         """The name of each linked input of `node` with the node that it comes from."""
         for name, value in node.inputs.items():

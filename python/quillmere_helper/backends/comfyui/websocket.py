@@ -144,8 +144,12 @@ class WebSocket:
         del self._buffer[: start + length]
         return _Frame(bool(head & 0x80), head & 0x0F, data)
 
+    def send(self, text: str) -> None:
+        """A short message, of at most 125 bytes. Raises OSError."""
+        self._send(TEXT, text.encode())
+
     def _send(self, code: int, data: bytes = b"") -> None:
-        """One control frame, masked as a client has to; at most 125 bytes of data."""
+        """One frame, masked as a client has to; at most 125 bytes of data."""
         mask = os.urandom(4)
         masked = bytes(byte ^ mask[place % 4] for place, byte in enumerate(data[:125]))
         try:
