@@ -2,11 +2,11 @@
 
 import argparse
 import json
-import sys
 from typing import Any
 
 from . import VERSION, backends, interpreter, render, servers, web
 from .errors import HelperError
+from .readable import complain, masked, readable
 from .workflows import read_workflow
 
 EPILOG = "Exit status: 0 done, 1 failed, 2 wrong use, 143 cancelled. The reason of a failure is in the response file."
@@ -45,9 +45,9 @@ def _show_check(path: str, as_json: bool) -> int:
     if as_json:
         print(json.dumps(report))
     elif report["ok"]:
-        print(f'{path}: ok, for the back end "{report["backend"]}"')
+        print(readable(f'{path}: ok, for the back end "{report["backend"]}"'))
     else:
-        print(f"quillmere_render_helper: {report['problem']}", file=sys.stderr)
+        complain(report["problem"])
     return 0 if report["ok"] else 1
 
 
@@ -60,7 +60,7 @@ def _checked(path: str) -> dict[str, Any]:
         report.update(backend.check(workflow))
         report["problem"] = interpreter.problem_with(backend.REQUIRES)
     except HelperError as error:
-        report["problem"] = str(error)
+        report["problem"] = masked(str(error))
     report["ok"] = not report["problem"]
     return report
 
@@ -71,7 +71,7 @@ def _show_servers(as_json: bool) -> int:
         if kind is not None:
             report = _asked(kind)
             state = f"answers {report['version']}".rstrip() if report["ok"] else report["problem"]
-            print(json.dumps(report) if as_json else f"{kind.name} at {report['url']}: {state}")
+            print(json.dumps(report) if as_json else readable(f"{kind.name} at {report['url']}: {state}"))
     return 0
 
 
@@ -82,5 +82,5 @@ def _asked(kind: servers.Kind) -> dict[str, Any]:
         report["url"] = site.url
         report.update(version=kind.version(web.Site(site.url, site.login, PATIENCE)), ok=True)
     except HelperError as error:
-        report["problem"] = str(error)
+        report["problem"] = masked(str(error))
     return report

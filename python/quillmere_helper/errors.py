@@ -1,5 +1,7 @@
 """What can go wrong in a way that a user can do something about."""
 
+from .readable import cut
+
 
 class HelperError(Exception):
     """A failure whose text names the thing, the reason and the remedy, in one or two lines.
@@ -8,7 +10,7 @@ class HelperError(Exception):
     """
 
     def __init__(self, text: str, details: str = "") -> None:
-        super().__init__(text)
+        super().__init__(cut(text))  # names in it may be of any length
         self.details = details
 
 

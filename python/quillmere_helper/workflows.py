@@ -7,7 +7,7 @@ from typing import Any, Mapping
 from . import png, untrusted
 from .errors import HelperError
 
-LARGEST_WORKFLOW = 256 << 20  # bytes; it may be a picture
+LARGEST_WORKFLOW = 16 << 20  # bytes; graphs of a thousand nodes take less than one
 REMEDY = "choose another one in the Workflow menu, or put the file there"
 COMFYUI = "comfyui"
 RECORD = "quillmere"  # the PNG text that holds what made a picture, its workflow included
@@ -30,7 +30,7 @@ class Workflow:
 def read_workflow(path: str, backends: Mapping[str, str]) -> Workflow:
     """Tells by its content what a file is: our own JSON, a ComfyUI graph in either format, or a picture of an earlier
     render. Raises HelperError when the file cannot be read or is for none of `backends`."""
-    raw = untrusted.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
+    raw = untrusted.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY, untrusted.LARGEST_PICTURE)
     if raw.startswith(png.SIGNATURE):
         content = _kept_in(raw, path)
     else:
@@ -55,7 +55,7 @@ def is_graph(content: Mapping[str, Any]) -> bool:
 def _kept_in(picture: bytes, path: str) -> dict[str, Any]:
     """The workflow that made a picture: ours, else the graph that a ComfyUI server left in it."""
     try:
-        found = png.texts(picture)
+        found = png.texts(picture, (RECORD, *GRAPHS))
     except png.BadPng as error:
         raise HelperError(f'The picture "{path}" cannot be read: {error}; {REMEDY}') from error
     if RECORD in found:

@@ -104,7 +104,7 @@ class Conformance:
         response = self.rendered(inverted(node9=node("PreviewImage", images=["1", 0])))
         self.assertEqual((len(response["outputs"]), response["seed"]), (2, None))
         with open(response["first_output"], "rb") as file:
-            found = texts(file.read())
+            found = texts(file.read(), ("prompt", "workflow", "quillmere"))
         self.assertEqual(json.loads(found["prompt"])["3"]["class_type"], "SaveImage")
         record = json.loads(found["quillmere"])
         self.assertEqual((record["node"], record["others"]), ("SaveImage (node 3)", ["PreviewImage (node 9)"]))
@@ -112,7 +112,7 @@ class Conformance:
 
     def test_the_editors_graph_is_converted_and_kept(self):
         with open(self.rendered(EDITOR)["first_output"], "rb") as file:
-            found = texts(file.read())
+            found = texts(file.read(), ("prompt", "workflow", "quillmere"))
         self.assertEqual(len(json.loads(found["prompt"])), 3)
         self.assertEqual(len(json.loads(found["workflow"])["nodes"]), 4)
 

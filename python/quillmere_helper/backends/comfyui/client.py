@@ -63,7 +63,7 @@ class Comfy:
 
     def version(self) -> str:
         """Of the server, "" when it does not tell. Raises HelperError when something else answers there."""
-        answer = self._checked(self.site.get("/system_stats"))
+        answer = self._checked(self.site.get("/system_stats", None, web.ALIVE))
         system = answer.object().get("system")
         if answer.status != 200 or not isinstance(system, dict):
             raise HelperError(f"{self.site.url} is no ComfyUI server (status {answer.status}); correct the URL")
@@ -134,7 +134,8 @@ class Comfy:
 
     def view(self, picture: Mapping[str, Any]) -> web.Answer:
         query = {"filename": str(picture.get("filename", "")), "subfolder": str(picture.get("subfolder", ""))}
-        return self._checked(self.site.get("/view", {**query, "type": str(picture.get("type", "output"))}))
+        query["type"] = str(picture.get("type", "output"))
+        return self._checked(self.site.get("/view", query, web.PICTURES))
 
     def cancel(self, ticket: Ticket) -> Place:
         """Takes our job out of the queue or interrupts it; returns where it was.

@@ -26,6 +26,7 @@ from .withdrawal import withdraw
 
 MOST_SUBMISSIONS = 4  # a server that loses a job more often has a fault of its own
 MOST_PICTURES = 64  # of one job
+LARGEST_TOGETHER = 256 << 20  # bytes of them, after which no further one is fetched
 NOTE_TIME = 0.3  # seconds that a remark stays in the status, which the effect reads every 0.12
 
 
@@ -149,8 +150,11 @@ class Rendering:
     def _fetched(self, named: list[results.Named], graph: Graph, notes: list[str]) -> list[tuple[str, Picture]]:
         """The picture of the frame, and of the others those that can be had; what is wrong with one becomes a note."""
         self._tell("Fetching the picture", ALMOST)
-        fetched = []
+        fetched, size = [], 0
         for number, one in enumerate(named[:MOST_PICTURES]):
+            if size > LARGEST_TOGETHER:
+                notes.append(f"Left on the server, for the pictures take too much together: {one.told.get('filename')}")
+                continue
             try:
                 picture = until_answered(partial(results.fetch, self._comfy, one.told), self._tell)
             except HelperError as error:
@@ -158,6 +162,7 @@ class Rendering:
                     raise
                 notes.append(f"Not fetched: {error}")
                 continue
+            size += len(picture[0])
             node = graph.nodes.get(one.node)
             content = results.with_graphs(picture, graph.to_api(), graph.to_editor())
             fetched.append((node.label if node else f"node {one.node}", (content, picture[1])))

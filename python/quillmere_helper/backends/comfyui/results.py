@@ -76,7 +76,7 @@ def with_graphs(picture: pictures.Picture, prompt: Mapping[str, Any], editor: Op
     """The content of `picture` with the graph that made it in both its formats, as servers write them unless they are
     told not to: whoever drops it into the editor sees what made it."""
     content, kind = picture
-    there = png.texts(content) if kind == "png" else GRAPHS
+    there = png.texts(content, GRAPHS) if kind == "png" else GRAPHS
     for keyword, graph in zip(GRAPHS, (prompt, editor)):
         if keyword not in there and graph:
             content = png.with_ascii_text(content, keyword, json.dumps(graph))
