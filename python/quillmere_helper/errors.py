@@ -4,12 +4,13 @@
 class HelperError(Exception):
     """A failure whose text names the thing, the reason and the remedy, in one or two lines.
 
+    `text` names the first two, `remedy` what to do about it; where that stands in the text itself, it is empty.
     `details` (a server's answer, say) goes to the log file beside the response, never to the user's status bar.
     """
 
-    def __init__(self, text: str, details: str = "") -> None:
-        super().__init__(text)
-        self.details = details
+    def __init__(self, text: str, details: str = "", remedy: str = "") -> None:
+        super().__init__(f"{text}; {remedy}" if remedy else text)
+        self.text, self.details, self.remedy = text, details, remedy
 
 
 def reason_of(error: BaseException) -> str:
