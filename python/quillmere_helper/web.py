@@ -116,7 +116,7 @@ class Site:
 
     def _unreachable(self, error: BaseException) -> UnreachableServer:
         why = reason_of(error)
-        return UnreachableServer(f"{self.url} does not answer ({why}); start the server there or correct the URL")
+        return UnreachableServer(f"{self.url} does not answer ({why})", remedy="start the server there or correct the URL")
 
 
 def json_body(content: Any) -> tuple[bytes, dict[str, str]]:
