@@ -13,6 +13,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "python"))
 
 import scratch_render  # noqa: E402
 from comfy_classes import graph  # noqa: E402
+from a1111_server import A1111Server  # noqa: E402
 from comfy_server import ComfyServer  # noqa: E402
 from quillmere_helper.png import chunk  # noqa: E402
 
@@ -241,8 +242,9 @@ class Like(RealHelper):
 
 class Doctor(RealHelper):
     def test_servers_and_the_workflows_that_they_can_run(self) -> None:
-        server = ComfyServer()
+        server, other = ComfyServer(), A1111Server()
         self.addCleanup(server.stop)
+        self.addCleanup(other.stop)
         self.catalog(("good", "Good"), ("model", "No Model"), ("node", "No Node"), ("guide", "Wrong Guide"))
         for name, node, changes in (
             ("good", "1", {}),
@@ -258,7 +260,8 @@ class Doctor(RealHelper):
         names = ["server ComfyUI", "server A1111-compatible", *workflows]
         for url, states in (
             (server.url, ["ok", "note", "ok", "broken", "broken", "broken"]),
-            ("http://127.0.0.1:1", ["note", "note"] + ["broken"] * 4),
+            (other.url, ["broken", "note"] + ["note"] * 4),  # one server is the wrong one, not four workflows
+            ("http://127.0.0.1:1", ["broken", "note"] + ["note"] * 4),
         ):
             self.env["QUILLMERE_COMFYUI_URL"] = url
             done = self.run_command("doctor", "--plugin", str(PLUGIN), "--write-dir", "write", "--json")
@@ -266,7 +269,9 @@ class Doctor(RealHelper):
             self.assertEqual([found[name]["state"] for name in names], states, found)
             self.assertEqual(done.returncode, 1)
             for name, state in zip(names, states):
-                self.assertEqual(found[name]["remedy"] != "", state != "ok", found[name])
+                needs = url != server.url and name in workflows
+                self.assertEqual(found[name]["detail"] == "needs the server ComfyUI", needs)
+                self.assertTrue(state == "ok" or needs or found[name]["remedy"] or "; " in found[name]["detail"], found[name])
             if url == server.url:
                 for name, told in zip(names, ("0.3.64", "does not answer", url, "lost.safetensors", "LostNode", "loads no picture")):
                     self.assertIn(told, found[name]["detail"])
