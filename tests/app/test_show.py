@@ -159,6 +159,28 @@ class Like(RealHelper):
                     del first[node]["inputs"], second[node]["inputs"]
                 self.assertEqual(first, second)
 
+    def test_the_workflows_controls_are_kept_and_repeated(self) -> None:
+        made = self.first("--control", "line=2.5", "--control", "seed=frame")
+        self.assertEqual((made["controls"], made["workflow_path"]), ({"line": 2.5, "seed": "frame"}, str(self.folder / "ink.json")))
+        self.assertEqual(made["workflow"], {"backend": "embedded", "parameters": {"seed": "frame", "line": 2.5}})
+        self.assertRegex(self.run_command("show", "a.png").stdout, "\ncontrols +line=2.5, seed=frame\n")
+        os.rename(self.folder / "a.png", self.folder / "b.png")
+        for arguments, controls, same in (
+            ([], made["controls"], True),
+            (["--control", "line=0"], {**made["controls"], "line": 0}, False),
+            (["--workflow", "b.png"], None, True),  # holds them
+            (["--workflow", "ink.json"], None, False),
+        ):
+            with self.subTest(arguments):
+                done = self.repeated("--like", "b.png", *arguments)
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                again = json.loads(self.run_command("show", "a.png", "--json").stdout)
+                self.assertEqual(again.get("controls"), controls)
+                self.assertEqual(self.bytes_of(self.generated()[0])[0][-500:] == self.bytes_of(self.generated()[-1])[0][-500:], same)
+        self.write("ink.json", b'{"backend": "embedded", "parameters": {"wash": 2}}')
+        self.assertIn("has changed", self.repeated("--like", "b.png").stderr)
+        self.assertRegex(self.repeated("--like", "b.png", "--control", "lime=1").stderr, '"lime" in the workflow "ink.json"; did you mean "line"')
+
     def test_what_is_given_goes_before_what_the_picture_tells(self) -> None:
         made = self.first("--prompt", "fog", "--system-prompt", "Draw.")
         self.write("other.json", b'{"backend": "embedded"}')
@@ -216,7 +238,13 @@ class Like(RealHelper):
         sound = {**RECORD, "scene": str(self.folder / "scene.glb"), "workflow_path": str(self.folder / "ink.json")}
         self.write("like.png", png(text(json.dumps(sound).encode())))
         self.assertEqual(self.repeated("--like", "like.png").returncode, 0)
+        self.write("like.png", png(text(json.dumps({**sound, "seed": None}).encode())))
+        self.assertRegex(self.run_command("show", "like.png").stdout, "seed +none\n")
+        made = [self.rendered("--like", "like.png")["seed"] for _ in range(2)]
+        self.assertEqual(len({5, *made}), 3)  # the workflow's own choice, which is random
         (self.folder / "a.png").unlink()
+        self.write("like.png", png(text(json.dumps({key: sound[key] for key in sound if key != "seed"}).encode())))
+        self.assertRegex(self.repeated("--like", "like.png").stderr, "does not tell its seed")
         for changes, why in (
             ({"scene": None}, "does not tell its scene\n.*render SCENE --like"),
             ({"scene": "/dev/zero"}, "'/dev/zero', is gone"),
@@ -228,7 +256,8 @@ class Like(RealHelper):
             ({"frame": 1 << 63}, '"frame" .* no whole number'),
             ({"width": 0}, '"width" .* no whole number from 1'),
             ({"height": 1.5}, '"height" .* no whole number'),
-            ({"seed": None}, "does not tell its seed"),
+            ({"controls": ["a"]}, '"controls" .* is no object'),
+            ({"controls": {"a": {}}}, "no text, number or switch for 'a'"),
             ({"seed": -1}, '"seed" .* no whole number'),
             ({"seed": 1 << 64}, '"seed" .* no whole number'),
         ):

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "commands.h"
+#include "effect/controls.h"
 #include "effect/effect_session.h"
 #include "effect/settings.h"
 #include "effect/workflow_catalog.h"
@@ -51,17 +52,18 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
   return {options.frames, output, writeDirectory};
 }
 
-void configure(EffectSession& session, const Options& options) {
+void configure(EffectSession& session, const Options& options, const fs::path& writeDirectory) {
   host::Document& document = session.document();
   document.setFps(options.scene.fps);
   document.setSize(options.scene.size.width, options.scene.size.height);
-  const WorkflowGiven given = setUpNode(session.node(), document, options.effect, options.scene.camera);
-  if (given == WorkflowGiven::No && preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample &&
-      !options.quiet) {
+  const NodeSetUp made = setUpNode(session.node(), document, options.effect, options.scene.camera);
+  if (made.workflow == WorkflowGiven::No &&
+      preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample && !options.quiet) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
-  if (!options.saveSettings.empty()) saveSettings(session.node(), options.saveSettings);
+  if (!options.saveSettings.empty()) saveSettings(session.node(), made.controls, options.saveSettings);
+  setControls(session.node(), made.controls, runtimeFolder(writeDirectory));
 }
 
 ExitStatus run(const Options& options) {
@@ -75,7 +77,7 @@ ExitStatus run(const Options& options) {
   const RuntimeLock lock(writeDirectory);
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
   if (!options.quiet) printWarnings(session.document().warnings());
-  configure(session, options);
+  configure(session, options, writeDirectory);
   tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
@@ -88,7 +90,8 @@ ExitStatus run(const Options& options) {
 // What --like leaves to be filled in.
 void complete(Options& options, const CLI::App& command) {
   if (!options.like.empty()) {
-    tellSeed(renderLike(options.like, command, {options.scene, options.frames, options.effect, options.style}));
+    const LikeTarget target{options.scene, options.frames, options.effect, options.style};
+    if (const auto seed = renderLike(options.like, command, target)) tellSeed(*seed);
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
   }
@@ -108,6 +111,18 @@ void addStyle(CLI::App& command, std::optional<std::string>& style) {
           "--style", [&style](const std::string& given) { style = styleImage(given); },
           "A picture whose style to follow, in place of the locked one; '' for none")
       ->type_name("PICTURE");
+}
+
+void addControls(CLI::App& command, Json& controls) {
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--control",
+          [&controls](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) readControl(text, controls);
+          },
+          "Set one of the workflow's controls (workflows controls lists them); may be given several times")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
 }
 
 void addOutputOptions(CLI::App& command, Options& options) {
@@ -148,6 +163,7 @@ Action addRender(CLI::App& command) {
   addOutputOptions(command, *options);
   headFormerOptions(command, "Output");
   addEffectOptions(command, options->effect);
+  addControls(command, options->effect.controls);
   addStyle(command, options->style);
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
@@ -158,6 +174,7 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
       "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
       "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Quayside --guide final --json\n"
+      "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6 --control Model=soft\n"
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
       "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
       "/tmp/second-render\n"
