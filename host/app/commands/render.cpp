@@ -11,6 +11,7 @@
 #include "effect/settings.h"
 #include "effect/workflow_catalog.h"
 #include "files/exchange_files.h"
+#include "files/helper_progress.h"
 #include "frame_loop.h"
 #include "like_option.h"
 #include "options.h"
@@ -80,6 +81,7 @@ ExitStatus run(const Options& options) {
   configure(session, options, writeDirectory);
   tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
+  if (report->wantsPreviews()) askForPreviews();
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
