@@ -212,14 +212,14 @@ class WorkflowList(Stage):
 
 
 PLACES = [
-    {"part": "guide", "node": "4", "title": "Load Image", "kind": "LoadImage", "input": "image", "how": "shape"},
+    {"part": "guide", "node": "4", "title": "Load Image", "kind": "LoadImage", "input": "image", "how": "shape", "marker": "Quillmere Guide"},
     {"part": "prompt", "node": "6:2", "title": "Quillmere Prompt", "kind": "CLIPTextEncode", "input": "text", "how": "marker"},
     {"part": "seed\x1b[2J", "node": 7, "title": None, "how": "by chance"},
     "nothing",
 ]
 RESULTS = [{"node": "9", "title": "Save", "kind": "Save", "frame": True}, {"node": "10", "title": "Depth", "frame": "true"}]
 MISSING = {"nodes": ["LostNode", 1], "files": [{"node": "1", "title": "Model", "input": "ckpt_name", "value": "lost.safetensors"}]}
-CHECKED = """guide     to image of node 4 "Load Image" (LoadImage)              found by the graph itself
+CHECKED = """guide     to image of node 4 "Load Image" (LoadImage)              found by the graph itself; the title "Quillmere Guide" would go before that
 prompt    to text of node 6:2 "Quillmere Prompt" (CLIPTextEncode)  found by its title
 seed\ufffd[2J  to                                                       by chance
 result    from node 9 "Save"                                       becomes the frame
@@ -233,13 +233,16 @@ CONTROLS = [
     {"name": "Seed", "type": "whole", "default": "frame", "least": 0, "most": 2**64 - 1, "choices": ["frame", "random"]},
     {"name": "Model", "type": "choice", "default": "m0", "choices": [f"m{number}" for number in range(300)]},
     {"name": "Tiled", "type": "switch", "default": True},
-    {"name": "Extra", "type": "text", "default": "a\nb"},
+    {"name": "Extra", "type": "text", "default": "a\nb" + "c" * 60, "note": "no server"},
+    {"name": "More", "type": "text", "default": "", "note": "no server"},
 ]
-LISTED = """Strength  0.6    a number from 0 to 1.5 in steps of 0.05                          denoise of node 3 "Sampler"
-Seed      frame  a whole number from 0 to 18446744073709551615, or frame, random
-Model     m0     one of m0, m1, m2, m3, m4, m5, m6, m7 and 292 more
-Tiled     true   true or false
-Extra     a b    a text
+LISTED = """Strength  0.6                       a number from 0 to 1.5 in steps of 0.05                          denoise of node 3 "Sampler"
+Seed      frame                     a whole number from 0 to 18446744073709551615, or frame, random
+Model     m0                        one of m0, m1, m2, m3, m4, m5, m6, m7 and 292 more
+Tiled     true                      true or false
+Extra     a bcccccccccccccccccc...  a text
+More                                a text
+note: no server
 """
 
 
@@ -267,10 +270,14 @@ class WorkflowLooks(Stage):
     def test_controls_are_listed_with_what_they_take(self) -> None:
         head = {"ok": True, "backend": "comfyui", "controls": CONTROLS}
         self.assertEqual(self.look("controls", head).stdout, "workflow scene.glb: runs on comfyui\n" + LISTED)
+        two = self.look("check", {"ok": True, "results": [{"node": "1"}, {"node": "2"}]}).stdout
+        self.assertIn("from node 2  may become the frame", two)
         self.assertEqual(json.loads(self.look("controls", head, "scene.glb", "--json").stdout), head)
         done = self.look("controls", {**head, "controls": []})
-        self.assertEqual((done.returncode, done.stdout.count("\n")), (0, 1))
-        self.assertRegex(done.stderr, "no controls; docs/workflows.md")
+        self.assertEqual((done.returncode, done.stdout.count("\n")), (0, 2))
+        self.assertIn("no controls; docs/workflows.md", done.stdout)
+        done = self.look("controls", {"ok": False, "problem": "It is bad", "remedy": "mend it", "controls": []}, status=1)
+        self.assertEqual((done.stdout, done.stderr), ("", "quillmere: workflow scene.glb: It is bad\n  mend it\n"))
 
     def test_an_answer_that_is_none_and_a_workflow_that_is_none_are_told(self) -> None:
         self.catalog(("ink", "Ink"))
