@@ -84,8 +84,8 @@ class Settings(Stage):
         saved = self.save("--workflow", "ink", "--control", "a=1", "--control", "b=x")
         ink = str(self.folder / "home/.quillmere/workflows/ink.json")
         self.assertEqual((saved["controls"], saved["parameters"]["QUILLMERE_WORKFLOW_PATH"]), ({"a": 1, "b": "x"}, ink))
-        self.parameters("--settings", "kept.json", "--control", "a=2")
-        self.assertEqual(self.wrapper(), {"workflow": ink, "controls": {"a": 2, "b": "x"}})
+        self.parameters("--settings", "kept.json", "--control", "A=2")
+        self.assertEqual(self.wrapper(), {"workflow": ink, "controls": {"b": "x", "A": 2}})
         for other in (["--workflow", "flux"], ["--set", "QUILLMERE_WORKFLOW=2"]):
             self.parameters("--settings", "kept.json", *other)
             self.assertEqual(self.request()["workflow_path"], str(self.folder / "home/.quillmere/workflows/flux.json"))

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
+#include "effect/controls.h"
 #include "record/picture_record.h"
 #include "record/repetition.h"
 #include "report/output.h"
@@ -59,9 +60,7 @@ void takeWorkflow(const Repetition& made, const Json& record, const std::string&
     printError("warning: the workflow '" + effect.workflow + "' has changed since '" + picture + "' was made\n  " +
                itself);
   }
-  Json controls = made.controls;
-  controls.update(effect.controls);
-  effect.controls = controls;
+  effect.controls = mergedControls(made.controls, effect.controls);
 }
 
 void takeStyle(const Repetition& made, const std::string& picture, std::optional<std::string>& style) {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "base/atomic_file.h"
 #include "files/ordinary_file.h"
@@ -59,6 +60,17 @@ Json checkedControls(const Json& value) {
     if (!isValue(control.value())) throw Error("holds no text, number or switch for '" + control.key() + "'");
   }
   return value;
+}
+
+Json mergedControls(const Json& kept, const Json& given) {
+  Json merged = kept;
+  for (const auto& control : given.items()) {
+    std::vector<std::string> names;
+    for (const auto& other : merged.items()) names.push_back(other.key());
+    if (const auto same = indexOfName(names, control.key())) merged.erase(names[*same]);
+    merged[control.key()] = control.value();
+  }
+  return merged;
 }
 
 void setControls(NodeParameters& node, const Json& controls, const fs::path& folder) {

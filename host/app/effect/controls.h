@@ -17,6 +17,9 @@ void readControl(const std::string& text, Json& controls);
 // `value` when it is such an object, empty for null. Throws Error, the reason alone.
 Json checkedControls(const Json& value);
 
+// `kept` with `given` over it. A graph's controls have no upper and lower case, so a name replaces the same in another.
+Json mergedControls(const Json& kept, const Json& given);
+
 // Sets controls of the workflow that the node has: puts a file in `folder` (made where it is missing) that names the
 // workflow and the values, and has the node name that file. Does nothing without any. Throws Failure and Error.
 void setControls(NodeParameters& node, const Json& controls, const std::filesystem::path& folder);

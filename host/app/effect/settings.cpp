@@ -172,7 +172,7 @@ NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const Effect
   if (given.count(QUILLMERE_WORKFLOW) > 0) made.workflow = WorkflowGiven::Yes;
   if (!options.workflow.empty()) chooseWorkflow(node, options.workflow);
   for (const auto& [parameter, value] : settings) node.set(*parameter, value);
-  made.controls.update(options.controls);
+  made.controls = mergedControls(made.controls, options.controls);
   return made;
 }
 
