@@ -122,7 +122,8 @@ void addControls(CLI::App& command, Json& controls) {
           [&controls](const std::vector<std::string>& texts) {
             for (const std::string& text : texts) readControl(text, controls);
           },
-          "Set one of the workflow's controls (workflows controls lists them); may be given several times")
+          "Set one of the workflow's controls, which 'quillmere workflows controls' lists;\n"
+          "may be given several times")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
 }
@@ -142,7 +143,7 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->default_str("0");
   command
       .add_option("--save-settings", options.saveSettings,
-                  "Write the effect's settings to a file, before the first frame is rendered")
+                  "Write the effect's settings, and the controls, to a file, before the first frame is rendered")
       ->type_name("FILE");
   auto* json =
       command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");

@@ -33,7 +33,7 @@ std::string fileOf(const Options& options) {
   host::Events nobody;
   EffectSession session(writeDirectoryOf(options.session), pluginFolder(options.session.plugin), nobody);
   chooseWorkflow(session.node(), options.workflow);
-  const std::string file = session.node().text(QUILLMERE_WORKFLOW_PATH);
+  std::string file = session.node().text(QUILLMERE_WORKFLOW_PATH);
   if (!file.empty()) return file;
   throw Failure(ExitStatus::Usage, "workflow '" + options.workflow + "'", "it means no workflow",
                 "name one, or a file");

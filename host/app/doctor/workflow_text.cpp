@@ -31,7 +31,7 @@ std::string aligned(std::vector<Row> rows) {
     std::string line;
     for (std::size_t at = 0, before = 0; at < row.size(); ++at) {
       line += std::string(before, ' ') + row[at];
-      before = static_cast<std::size_t>(widths[at] - cellsOf(row[at]) + 2);
+      before = static_cast<std::size_t>(widths[at] - cellsOf(row[at])) + 2;
     }
     text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";
   }
