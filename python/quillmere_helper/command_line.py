@@ -46,12 +46,17 @@ def _parser() -> argparse.ArgumentParser:
 def _show(report: dict[str, Any], lines: Callable[[dict[str, Any]], str], as_json: bool) -> int:
     """Prints the report as a JSON object, its `lines`, or its problem; returns the exit status."""
     if as_json:
-        print(json.dumps(report))
+        _print_object(report)
     elif report["ok"]:
         print(lines(report))
     else:
         print(f"quillmere_render_helper: {_trouble(report)}", file=sys.stderr)
     return 0 if report["ok"] else 1
+
+
+def _print_object(report: dict[str, Any]) -> None:
+    """In UTF-8 whatever the locale; of the names of files that aren't, question marks take the place of what isn't."""
+    sys.stdout.buffer.write(json.dumps(report, ensure_ascii=False).encode("utf-8", "replace") + b"\n")
 
 
 def _trouble(report: dict[str, Any]) -> str:
@@ -104,7 +109,10 @@ def _show_servers(as_json: bool) -> int:
         if kind is not None:
             report = _asked(kind)
             state = f"answers {report['version']}".rstrip() if report["ok"] else _trouble(report)
-            print(json.dumps(report) if as_json else f"{kind.name} at {report['url']}: {state}")
+            if as_json:
+                _print_object(report)
+            else:
+                print(f"{kind.name} at {report['url']}: {state}")
     return 0
 
 

@@ -269,6 +269,16 @@ class Like(RealHelper):
                 self.assertFalse((self.folder / "a.png").exists())
 
 
+class Check(RealHelper):
+    def test_a_name_that_is_no_utf8_keeps_no_workflow_from_being_checked(self) -> None:
+        os.link(self.folder / "ink.json", os.fsencode(self.folder) + b"/caf\xe9.json")
+        for environment in ({}, {"LC_ALL": "C", "PYTHONUTF8": "0", "PYTHONCOERCECLOCALE": "0"}):
+            self.env.update(environment)
+            done = self.run_command("workflows", "check", "caf\udce9.json", "--plugin", str(PLUGIN), "--json")
+            told = json.loads(done.stdout)
+            self.assertEqual((done.returncode, told["workflow"], told["backend"]), (0, "caf?.json", "embedded"), done.stderr)
+
+
 class Doctor(RealHelper):
     def test_servers_and_the_workflows_that_they_can_run(self) -> None:
         server, other = ComfyServer(), A1111Server()

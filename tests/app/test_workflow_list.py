@@ -293,6 +293,6 @@ class WorkflowLooks(Stage):
                 done = self.look("check", answer, workflow, status=status)
                 self.assertEqual(done.returncode, status)
                 self.assertRegex(done.stderr, why)
-                if status == 1:
-                    told = json.loads(self.look("check", answer, workflow, "--json", status=1).stdout)
-                    self.assertIs(told["ok"], False)
+                for ended in (0, 1) if "without" in why else (1,) if status == 1 else ():
+                    done = self.look("check", answer, workflow, "--json", status=ended if answer == [1] else 1)
+                    self.assertEqual((done.returncode, json.loads(done.stdout)["ok"]), (1, False))

@@ -14,8 +14,8 @@ from quillmere_helper.backends import embedded
 from quillmere_helper.backends.a1111 import payload
 from quillmere_helper.backends.comfyui import source, wiring
 from quillmere_helper.errors import HelperError
-from quillmere_helper.parameters import controls_of, read_parameters, seed_for
-from quillmere_helper.workflows import read_workflow
+from quillmere_helper.parameters import seed_for
+from quillmere_helper.workflows import Workflow, read_workflow
 
 LARGEST = (1 << 64) - 1
 PAGE = (ROOT / "docs" / "workflows.md").read_text()
@@ -45,9 +45,10 @@ class WorkflowPage(unittest.TestCase):
 
 class Controls(unittest.TestCase):
     def test_a_control_accepts_its_limits_and_choices_and_nothing_beyond(self):
-        for module in (embedded, payload):
-            values = read_parameters({}, (), module.PARAMETERS, "it")
-            for parameter, told in zip(module.PARAMETERS, controls_of(values, module.PARAMETERS)):
+        for name, module in (("embedded", embedded), ("a1111", payload)):
+            listed = backends.load(name).controls(Workflow("w.json", name, {"backend": name}))
+            self.assertEqual(len(listed), len(module.PARAMETERS))
+            for parameter, told in zip(module.PARAMETERS, listed):
                 with self.subTest(told["name"]):
                     inside = [told["default"], *told.get("choices", []), *(told[end] for end in ("least", "most") if end in told)]
                     self.assertTrue(all(parameter.accepts(value) for value in inside), told)

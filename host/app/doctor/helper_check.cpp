@@ -90,9 +90,11 @@ WorkflowCheck ask(const PluginFolder& plugin, const char* option, const std::str
   const ChildResult result = runChild(command, patience);
   const Json answer = answerIn(result.output);
   const bool ended = result.end == ChildResult::End::Exited && result.status == 0;
+  if (!answer.contains("ok")) {  // a helper of another make may know nothing of such questions
+    return unanswered(file, {subject, ended ? State::Note : State::Broken, reasonOf(result, answer), {}});
+  }
   const Finding finding = ended ? Finding{subject, State::Ok, whereItRuns(answer), {}}
                                 : Finding{subject, State::Broken, reasonOf(result, answer), textAt(answer, "remedy")};
-  if (!answer.contains("ok")) return unanswered(file, finding);
   return {true, !textAt(answer, "backend").empty(), finding, answer};
 }
 
