@@ -42,7 +42,9 @@ class Rendering:
         self._tell(f"Connecting to {self._source.site.url}")
         version = self._comfy.version()
         self._source.refuse_missing_classes(self._classes)
-        self._wired("")  # whether the request fits the graph, before anything is sent
+        _, trial = self._wired("")  # whether the request fits the graph, before anything is sent
+        if trial.notes:
+            self._tell("; ".join(trial.notes))
         try:
             pictures, wired = self._pictures()
         except cancellation.Cancellation:
@@ -101,7 +103,8 @@ class Rendering:
     def _submit(self, graph: Graph, ticket: Ticket) -> None:
         """Whether a server that goes away in the middle has taken the job is found out by following it."""
         self._ticket = ticket
-        extra = {"extra_pnginfo": {"workflow": graph.editor}} if graph.editor else {}
+        editor = graph.to_editor()
+        extra = {"extra_pnginfo": {"workflow": editor}} if editor else {}
         try:
             answer = self._comfy.submit(graph.to_api(), ticket, extra)
         except web.UnreachableServer:

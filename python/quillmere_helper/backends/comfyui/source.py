@@ -34,14 +34,21 @@ class Source:
             return read_api(self.content, self.where)
         return convert.to_graph(self.content, classes, self.where)
 
+    def missing_classes(self, classes: Classes) -> list[str]:
+        if is_editor_graph(self.content):
+            return classes.missing(convert.kinds_in(self.content, classes, self.where))
+        return classes.missing(node.kind for node in self.graph(classes).nodes.values())
+
     def refuse_missing_classes(self, classes: Classes) -> None:
         """Before any work: the server itself would name only one of them."""
-        if is_editor_graph(self.content):
-            return  # the conversion names them
-        missing = classes.missing(node.kind for node in self.graph(classes).nodes.values())
+        missing = self.missing_classes(classes)
         if missing:
-            text = f"The server does not know these nodes of {self.where}: {some(missing)}; install their node packs"
-            raise HelperError(text)
+            raise HelperError(unknown_nodes(missing, self.where))
+
+
+def unknown_nodes(missing: list[str], where: str) -> str:
+    advice = "install their node packs there; when they are the editor's own, use File > Export (API)"
+    return f"The server does not know these nodes of {where}: {some(missing)}; {advice}"
 
 
 def read_source(workflow: Workflow) -> Source:
