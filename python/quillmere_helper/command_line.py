@@ -58,7 +58,7 @@ def _checked(path: str) -> dict[str, Any]:
         report["backend"] = workflow.backend
         backend = backends.load(workflow.backend)
         report.update(backend.check(workflow))
-        report["problem"] = interpreter.problem_with(backend.REQUIRES)
+        report["problem"] = report["problem"] or interpreter.problem_with(backend.REQUIRES)
     except HelperError as error:
         report["problem"] = str(error)
     report["ok"] = not report["problem"]

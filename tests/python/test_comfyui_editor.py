@@ -16,6 +16,7 @@ sys.path.insert(0, str(ROOT / "python"))
 
 from quillmere_helper.backends.comfyui import convert
 from quillmere_helper.backends.comfyui.classes import Classes
+from quillmere_helper.backends.comfyui.control import set_controls
 from quillmere_helper.backends.comfyui.graph import read_api
 from quillmere_helper.backends.comfyui.wiring import GraphValues, wire
 from quillmere_helper.errors import HelperError
@@ -329,6 +330,7 @@ class Damaged(unittest.TestCase):
         shown = SHOWN[4][1:4]
         count = 0
         titled = comfy_classes.graph()
+        titled["7"]["_meta"]["title"] = "Quillmere Control: Steps=steps"
         for content in (titled, usual(), with_instance(instance(20, ["words", 3], BOTH)), with_instance(instance(20, *shown))):
             text = json.dumps(content)
             cases = [(place, hostile) for n, place in enumerate(places_in(content)) for hostile in HOSTILE[n % 3 :: 3]]
@@ -340,6 +342,7 @@ class Damaged(unittest.TestCase):
                     continue
                 try:
                     made = converted(changed) if "nodes" in changed else read_api(changed, "w.json")
+                    set_controls(made, Classes(class_info), {"Steps": 3} if content is titled else {}, "w.json")
                     wire(made, Classes(class_info), WANTED, "w.json")
                     made.to_editor()
                 except HelperError as error:

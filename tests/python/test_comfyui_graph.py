@@ -1,20 +1,26 @@
-"""How a request finds its place in a graph."""
+"""How a request finds its place in a graph, and what can be set in one."""
 
 import copy
 import dataclasses
+import os
 import sys
 import unittest
+from unittest import mock
 
 from comfy_classes import class_info, graph
+from comfy_server import ComfyServer
 from scratch_render import ROOT
 
 sys.path.insert(0, str(ROOT / "python"))
 
+from quillmere_helper.backends import comfyui
+from quillmere_helper.backends.comfyui import control
 from quillmere_helper.backends.comfyui.classes import Classes
 from quillmere_helper.backends.comfyui.graph import read_api
 from quillmere_helper.backends.comfyui.results import named_in
 from quillmere_helper.backends.comfyui.wiring import GraphValues, wire
 from quillmere_helper.errors import HelperError
+from quillmere_helper.workflows import Workflow
 
 
 WANTED = GraphValues("a red barn", "q/guide.png", "", 640, 360, 12, None, "quillmere/job/picture")
@@ -181,6 +187,128 @@ class Wiring(unittest.TestCase):
                     wired(content)
                 for part in named:
                     self.assertIn(part, str(caught.exception))
+
+
+CONTROL = "Quillmere Control: "
+
+
+def controlled(**titles):
+    return changed(**{name: CONTROL + title for name, title in titles.items()})
+
+
+class Controls(unittest.TestCase):
+    def of(self, content):
+        return control.controls_of(read_api(content, "w.json"), Classes(class_info), "w.json")
+
+    def test_titles_make_controls_with_what_the_server_tells(self):
+        content = controlled(node2="Words=text", node5="Wide = width, Many=batch_size", node1="Model", node4="Picture")
+        told = {one.name: one.told() for one in self.of(content)}
+        model = {"type": "choice", "default": "base.safetensors", "choices": ["base.safetensors", "xl.safetensors"]}
+        wide = {"node": "5", "input": "width", "type": "whole", "default": 512, "least": 16, "most": 16384, "step": 8}
+        for name, members in (
+            ("Words", {"type": "text", "default": "a house", "input": "text", "kind": "CLIPTextEncode"}),
+            ("Wide", wide),
+            ("Many", {"type": "whole", "default": 1}),
+            ("Picture", {"type": "text", "default": "example.png"}),
+            ("Model", {**model, "title": CONTROL + "Model"}),
+        ):
+            self.assertEqual({key: told[name][key] for key in members}, members)
+        self.assertNotIn("least", told["Many"])
+
+    def test_titles_that_say_too_little_are_refused(self):
+        for titles, *named in (
+            ({"node7": "Strength"}, "node 7", '"seed", "steps"'),
+            ({"node7": "Strength=stepps"}, '"stepps"', '"seed", "steps"'),
+            ({"node7": "Strength=model"}, '"model"', "linked"),
+            ({"node8": "Strength"}, "no value"),
+            ({"node8": ""}, "names no control"),
+            ({"node2": "Words, "}, "names no control"),
+            ({"node2": "Words", "node3": "words"}, '"words"', "2 and 3"),
+        ):
+            with self.subTest(titles), self.assertRaises(HelperError) as caught:
+                self.of(controlled(**titles))
+            for part in named:
+                self.assertIn(part, str(caught.exception))
+
+    def test_what_is_set_is_checked_and_stays(self):
+        content = controlled(node2="Words", node5="Wide=width", node1="Model", node7="Steps=steps, Seed=seed")
+        for given, named in (
+            ({"wide": 640.0, "Words": "a {frame}", "Model": "xl.safetensors", "Seed": 9}, ""),
+            ({"Wide": 8}, "a whole number from 16 up to 16384"),
+            ({"Wide": 20.5}, "a whole number"),
+            ({"Wide": True}, '"Wide" (width of'),
+            ({"Wide": float("inf")}, "a whole number"),
+            ({"Words": 3}, "a text"),
+            ({"Model": "lost"}, 'one of "base.safetensors", "xl.safetensors"'),
+            ({"Step": 3}, 'did you mean "Steps"?'),
+        ):
+            made = read_api(content, "w.json")
+            with self.subTest(given):
+                try:
+                    control.set_controls(made, Classes(class_info), given, "w.json")
+                except HelperError as error:
+                    self.assertIn(named or "nothing", str(error))
+                    continue
+                self.assertEqual(named, "")
+                wiring = wire(made, Classes(class_info), dataclasses.replace(WANTED, seed=77), "w.json")
+                inputs = made.nodes["5"].inputs
+                self.assertEqual((inputs["width"], inputs["height"], type(inputs["width"])), (640, 360, int))
+                self.assertEqual((made.nodes["2"].inputs["text"], made.nodes["7"].inputs["seed"], wiring.seed), ("a 12", 9, 9))
+                self.assertIn("prompt is not used", wiring.notes[0])
+                self.assertEqual(wiring.facts["controls"], {"Wide": 640, "Words": "a {frame}", "Model": "xl.safetensors", "Seed": 9})
+
+
+class Checks(unittest.TestCase):
+    def setUp(self):
+        self.server = ComfyServer()
+        self.addCleanup(self.server.stop)
+        environment = mock.patch.dict(os.environ, {"QUILLMERE_COMFYUI_URL": self.server.url})
+        environment.start()
+        self.addCleanup(environment.stop)
+
+    def checked(self, content):
+        return comfyui.check(Workflow("w.json", "comfyui", content))
+
+    def test_a_check_tells_where_everything_goes_before_a_job_is_sent(self):
+        saver = ("10", "SaveImage", {"images": ["8", 0], "filename_prefix": "x"})
+        unused = ("30", "CheckpointLoaderSimple", {"ckpt_name": "lost.safetensors"})
+        facts = self.checked(changed(saver, unused, prompted("{prompt}, frame {frame}"), node5="Quillmere Size"))
+        self.assertEqual((facts["server"], facts["version"]), (self.server.url, "0.3.64"))
+        places = {(place["part"], place["node"], place["input"], place["how"]) for place in facts["places"]}
+        sizes = {("size", "5", name, "marker") for name in ("width", "height")}
+        texts = {(part, "2", "text", "placeholder") for part in ("prompt", "frame")}
+        self.assertEqual(places, {("guide", "4", "image", "shape"), *sizes, *texts})
+        guide = next(place for place in facts["places"] if place["part"] == "guide")
+        self.assertEqual((guide["marker"], guide["kind"]), ("Quillmere Guide", "LoadImage"))
+        self.assertEqual([(result["node"], result["frame"]) for result in facts["results"]], [("10", False), ("9", False)])
+        self.assertIn("style image is not used", facts["notes"][0])
+        self.assertIn("runs last", facts["notes"][1])
+        self.assertEqual((facts["problem"], self.server.submitted), ("", []))
+
+    def test_a_check_tells_what_is_missing_and_what_is_not_clear(self):
+        lost = ("1", "CheckpointLoaderSimple", {"ckpt_name": "lost.safetensors"})
+        second = ("20", "LoadImage", {"image": "lost.png"}), ("21", "PreviewImage", {"images": ["20", 0]})
+        file = {"node": "1", "title": "", "kind": lost[1], "input": "ckpt_name", "value": "lost.safetensors"}
+        for content, missing, problem in (
+            (changed(("8", "PackNode", {})), {"nodes": ["PackNode"], "files": []}, "PackNode"),
+            (changed(lost), {"nodes": [], "files": [file]}, "lost.safetensors"),
+            (changed(*second, node4="Quillmere Guide"), None, "lost.png"),
+            (two_loaders(), {"nodes": [], "files": []}, "node 20"),
+            ({"backend": "comfyui", "graph": graph(), "controls": {"Lost": 1}}, None, 'no control "Lost"'),
+        ):
+            with self.subTest(problem):
+                facts = self.checked(content)
+                self.assertIn(problem, facts["problem"])
+                self.assertIn(missing, (None, facts["missing"]))
+
+    def test_controls_are_told_with_a_server_and_without(self):
+        for least, note in ((16, None), (None, "without limits")):
+            told = comfyui.controls(Workflow("w.json", "comfyui", controlled(node5="Wide=width")))[0]
+            self.assertEqual((told["default"], told["type"], told.get("least")), (512, "whole", least))
+            self.assertEqual(told.get("note", "")[:14] or None, note)
+            self.server.stop()
+        with self.assertRaisesRegex(HelperError, "does not answer"):
+            comfyui.controls(Workflow("w.json", "comfyui", {"nodes": [{"id": 1, "type": "SaveImage"}]}))
 
 
 class Results(unittest.TestCase):

@@ -12,11 +12,12 @@ from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_gra
 from . import convert
 from .classes import Classes
 from .client import KIND
+from .control import set_controls
 from .graph import Graph, read_api
 
 SEEDS = ("workflow", "frame", "random")
 PARAMETERS = (Parameter("seed", "workflow", 'of the samplers; "workflow": those of the graph', words=SEEDS),)
-KEYS = ("backend", "url", "graph", "parameters")
+KEYS = ("backend", "url", "graph", "parameters", "controls")
 MOST_NAMED = 5
 
 
@@ -26,10 +27,16 @@ class Source:
     self_contained: Mapping[str, Any]  # the workflow file with the graph in it, wherever that came from
     site: web.Site
     options: Mapping[str, Any]
+    controls: Mapping[str, Any]  # values by name
     where: str  # for messages
 
     def graph(self, classes: Classes) -> Graph:
-        """A fresh graph each time. Raises HelperError."""
+        """A fresh graph each time, with its controls set. Raises HelperError."""
+        graph = self.graph_as_saved(classes)
+        set_controls(graph, classes, self.controls, self.where)
+        return graph
+
+    def graph_as_saved(self, classes: Classes) -> Graph:
         if is_api_graph(self.content):
             return read_api(self.content, self.where)
         return convert.to_graph(self.content, classes, self.where)
@@ -37,7 +44,7 @@ class Source:
     def missing_classes(self, classes: Classes) -> list[str]:
         if is_editor_graph(self.content):
             return classes.missing(convert.kinds_in(self.content, classes, self.where))
-        return classes.missing(node.kind for node in self.graph(classes).nodes.values())
+        return classes.missing(node.kind for node in self.graph_as_saved(classes).nodes.values())
 
     def refuse_missing_classes(self, classes: Classes) -> None:
         """Before any work: the server itself would name only one of them."""
@@ -58,7 +65,10 @@ def read_source(workflow: Workflow) -> Source:
     options = read_parameters(given, KEYS, PARAMETERS, workflow.name)
     graph = _graph_of(given, workflow) if given else content
     site = servers.site_for(KIND, given.get("url"), workflow.name)
-    return Source(graph, {**given, "graph": graph} if given else graph, site, options, workflow.name)
+    controls = given.get("controls", {})
+    if not isinstance(controls, dict):
+        raise HelperError(f'"controls" in {workflow.name} must be a JSON object of names and values')
+    return Source(graph, {**given, "graph": graph} if given else graph, site, options, controls, workflow.name)
 
 
 def some(names: list[str]) -> str:
