@@ -77,7 +77,7 @@ class Wiring(unittest.TestCase):
         filled = changed(prompted("{prompt}, frame {frame}, {a|b}"))
         upscaled = ("52", "EmptyLatentImage", {"width": 8, "height": 8, "samples": ["5", 0]})
         second_latent = upscaled, ("53", "PreviewImage", {"images": ["52", 0]})
-        P = "Quillmere Prompt"
+        twice = changed(prompted("x", "50"), node50="Quillmere Prompt", node2="Quillmere Prompt")
         STEPS = ("31", "Steps", {"seed": 20, "on": True})
         unused = changed(("20", "LoadImage", {"image": "other.png"}))
         styled = two_loaders(node20="Quillmere Style")
@@ -101,7 +101,7 @@ class Wiring(unittest.TestCase):
             ("the other side stays", changed(*SIDES), {}, "30", "negative", "worse"),
             ("prompt before a guider", changed(*guided()), {}, "2", "text", "a red barn"),
             ("what comes second stays", changed(*guided()), {}, "41", "text", "second"),
-            ("prompt by title, once used", changed(prompted("x", "50"), node50=P, node2=P), {}, "2", "text", "a red barn"),
+            ("prompt by the title that is used", twice, {}, "2", "text", "a red barn"),
             ("size by shape", graph(), {}, "5", "width", 640),
             ("size below a step", graph(), {"width": 3}, "5", "width", 8),
             ("size in the server's steps", graph(), {"width": 1001}, "5", "width", 1000),
@@ -135,12 +135,13 @@ class Wiring(unittest.TestCase):
 
     def test_what_has_no_place_is_told(self):
         loop = ("6", "ControlNetApplyAdvanced", {**graph()["6"]["inputs"], "positive": ["6", 0]})
+        optional = ("20", "ImageInvert", {"image": ["4", 0]}), ("21", "PreviewImage", {"images": ["20", 0]})
         for content, changes, text in (
             (graph(), {"style": "s.png"}, "style image is not used"),
             (changed(("7", "ImageInvert", {"image": ["4", 0]})), {}, "prompt is not used"),
             (changed(loop), {}, "prompt is not used"),
             (changed(("20", "VAEDecode", {}), ("21", "PreviewImage", {"images": ["20", 0]})), {}, "is left out"),
-            (changed(("20", "ImageInvert", {"image": ["4", 0]}), ("21", "PreviewImage", {"images": ["20", 0]})), {}, ""),
+            (changed(*optional), {}, ""),
         ):
             notes = wired(content, **changes)[1].notes
             self.assertEqual([text in note for note in notes], [True] * bool(text), notes)
@@ -251,11 +252,11 @@ class Controls(unittest.TestCase):
                     continue
                 self.assertEqual(named, "")
                 wiring = wire(made, Classes(class_info), dataclasses.replace(WANTED, seed=77), "w.json")
-                inputs = made.nodes["5"].inputs
+                inputs = {**made.nodes["7"].inputs, **made.nodes["2"].inputs, **made.nodes["5"].inputs}
                 self.assertEqual((inputs["width"], inputs["height"], type(inputs["width"])), (640, 360, int))
-                self.assertEqual((made.nodes["2"].inputs["text"], made.nodes["7"].inputs["seed"], wiring.seed), ("a 12", 9, 9))
+                self.assertEqual((inputs["text"], inputs["seed"], wiring.seed), ("a 12", 9, 9))
                 self.assertIn("prompt is not used", wiring.notes[0])
-                self.assertEqual(wiring.facts["controls"], {"Wide": 640, "Words": "a {frame}", "Model": "xl.safetensors", "Seed": 9})
+                self.assertEqual(wiring.facts["controls"], {name.title(): value for name, value in given.items()})
 
 
 class Checks(unittest.TestCase):
@@ -280,7 +281,8 @@ class Checks(unittest.TestCase):
         self.assertEqual(places, {("guide", "4", "image", "shape"), *sizes, *texts})
         guide = next(place for place in facts["places"] if place["part"] == "guide")
         self.assertEqual((guide["marker"], guide["kind"]), ("Quillmere Guide", "LoadImage"))
-        self.assertEqual([(result["node"], result["frame"]) for result in facts["results"]], [("10", False), ("9", False)])
+        results = [(result["node"], result["frame"]) for result in facts["results"]]
+        self.assertEqual(results, [("10", False), ("9", False)])
         self.assertIn("style image is not used", facts["notes"][0])
         self.assertIn("runs last", facts["notes"][1])
         self.assertEqual((facts["problem"], self.server.submitted), ("", []))

@@ -44,6 +44,7 @@ def _to_send(scope: Scope, classes: Classes, left_out: list[EditorNode]) -> list
 class _Conversion:
     def __init__(self, document: Document, classes: Classes) -> None:
         self._where, self._classes, self._document = document.where, classes, document
+        self._notes: list[str] = []
         self._links = Links(Instances(document, classes), document.where)
 
     def run(self, content: Mapping[str, Any]) -> Graph:
@@ -58,7 +59,7 @@ class _Conversion:
             alone = [node for node in scope.graph.nodes.values() if node.id in scope.uses or node.kind in LINKING]
             graph.of_editor.update((scope.path + node.id, node.title) for node in alone if node.is_active)
         unknown = "is left out: the server does not know it, and nothing is linked to it"
-        graph.notes += [f"{node.label} in {self._where} {unknown}" for node in left_out]
+        graph.notes += [*self._notes, *(f"{node.label} in {self._where} {unknown}" for node in left_out)]
         return graph
 
     def _node(self, scope: Scope, node: EditorNode) -> Node:
@@ -134,15 +135,20 @@ class _Conversion:
                 f"The values of {node.label} in {self._where} do not fit its inputs any more: {shown(value)} cannot be "
                 f'"{spec.name}" ({spec.kind}); set the values of the node again and {ADVICE}'
             )
+        if any(isinstance(value, dict) and value for value in values[alignment.count :]):
+            self._notes.append(f"Values of {node.label} in {self._where} that only the editor understands are left out")
         return dict(alignment.places)
 
     def _refuse_lost(self, node: EditorNode, described: NodeClass, places: Mapping[str, Any]) -> None:
-        """Values of inputs that the node has no longer, when another input may have taken their place."""
+        """Values of inputs that the node has no longer, when another input may have taken their place; without any
+        that may, they are left out."""
         for slot in _widgets_of(node):
             if slot.link is None and slot.widget in places and not _is_known(slot.widget, described):
                 value = node.values[places[slot.widget]]
                 gained = [spec for name, spec in described.inputs.items() if spec.is_widget and name not in places]
                 self._refuse_renamed(node, slot.widget, [spec.name for spec in gained if spec.misfit(value) < 2])
+                text = f'has no input "{slot.widget}" any more: it is left out'
+                self._notes.append(f"{node.label} in {self._where} {text}")
 
     def _name_today(self, node: EditorNode, slot: Slot, described: NodeClass) -> str:
         """The name of the input that a linked slot belongs to. Names that the server does not tell may be those of a

@@ -1,5 +1,6 @@
 """A graph in the format in which the graph editor saves, every field checked when it is read."""
 
+import itertools
 from dataclasses import dataclass, field
 from typing import Any, Mapping, Optional, Union
 
@@ -13,7 +14,7 @@ MUTED, BYPASSED = 2, 4  # node modes
 NOTES = ("Note", "MarkdownNote")
 REROUTE, PRIMITIVE = "Reroute", "PrimitiveNode"
 ENTRY, EXIT = "-10", "-20"  # inside a subgraph, the nodes that stand for its inputs and its outputs
-MOST_INPUTS = 1000  # of a subgraph
+MOST_INPUTS = 250  # of a subgraph
 LinkId = Union[int, str]
 
 
@@ -67,6 +68,7 @@ class EditorGraph:
     nodes: dict[str, EditorNode]
     links: dict[LinkId, Link]
     inputs: tuple[str, ...] = ()
+    entries: Mapping[str, tuple[Link, ...]] = field(default_factory=dict)  # the links from each input
     exits: Mapping[int, LinkId] = field(default_factory=dict)  # the link to each output
 
 
@@ -107,8 +109,11 @@ class Document:
         if len(inputs) > MOST_INPUTS:
             raise HelperError(f"{what} has {len(inputs)} inputs; {ADVICE}")
         links = self._links(given, what)
+        entering = sorted((link for link in links.values() if link.origin == ENTRY), key=lambda link: link.slot)
+        from_slot = {slot: tuple(group) for slot, group in itertools.groupby(entering, lambda link: link.slot)}
+        entries = {named: from_slot.get(slot, ()) for slot, named in enumerate(inputs)}
         exits = {link.target_slot: identifier for identifier, link in links.items() if link.target == EXIT}
-        return EditorGraph(name, nodes, links, inputs, exits)
+        return EditorGraph(name, nodes, links, inputs, entries, exits)
 
     def _node(self, told: Mapping[str, Any], place: Place) -> EditorNode:
         identifier = self._identifier(told.get("id"), f"A node in {self.where}")

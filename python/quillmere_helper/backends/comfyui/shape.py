@@ -38,18 +38,22 @@ def outputs(graph: Graph, classes: Classes, marked: Optional[Node], where: str) 
 
 def starved(graph: Graph, classes: Classes) -> dict[str, str]:
     """The output nodes that cannot run, with the reason: some node before them lacks a link, mostly to a muted one."""
-    reasons = {}
+    reasons: dict[str, str] = {}
+    fed: dict[str, list[str]] = {}  # the nodes that each node is linked to
     for node in graph.nodes.values():
+        for _, source in graph.sources(node):
+            fed.setdefault(source.id, []).append(node.id)
         specs = classes.of(node.kind).inputs.values()
         lacks = [spec.name for spec in specs if spec.required and not spec.is_widget and spec.name not in node.inputs]
         if lacks:
             reasons[node.id] = f'nothing is linked to "{lacks[0]}" of {node.label}'
-    found: dict[str, str] = {}
-    for end in all_outputs(graph, classes) if reasons else ():
-        lacking = sorted(graph.upstream([end]) & set(reasons))
-        if lacking:
-            found[end] = reasons[lacking[0]]
-    return found
+    waiting = list(reasons)
+    for starved_node in waiting:  # which grows meanwhile
+        for after in fed.get(starved_node, ()):
+            if after not in reasons:
+                reasons[after] = reasons[starved_node]
+                waiting.append(after)
+    return {end: reasons[end] for end in all_outputs(graph, classes) if end in reasons}
 
 
 def picture_loaders(nodes: Sequence[Node], classes: Classes) -> list[Node]:

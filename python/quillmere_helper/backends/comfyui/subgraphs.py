@@ -10,7 +10,7 @@ from typing import Any, Iterator, Optional
 
 from ...errors import HelperError
 from .classes import Classes, Input
-from .editor import ADVICE, ENTRY, Document, EditorGraph, EditorNode
+from .editor import ADVICE, Document, EditorGraph, EditorNode
 from .graph import Place
 from .widgets import Alignment, align
 
@@ -137,14 +137,12 @@ class Instances:
         waiting, seen = [(graph, name)], set()
         while waiting:
             graph, name = waiting.pop()
-            if name not in graph.inputs or (id(graph), name) in seen:
+            if (id(graph), name) in seen:
                 continue
             seen.add((id(graph), name))
-            for link in graph.links.values():
-                node = graph.nodes.get(link.target) if link.origin == ENTRY else None
-                if node is None or graph.inputs.index(name) != link.slot:
-                    continue
-                if not 0 <= link.target_slot < len(node.inputs):
+            for link in graph.entries.get(name, ()):
+                node = graph.nodes.get(link.target)
+                if node is None or not 0 <= link.target_slot < len(node.inputs):
                     continue
                 inner = node.inputs[link.target_slot].name
                 if node.kind in self._document.subgraphs:

@@ -114,7 +114,10 @@ class Placement:
         if node is None:
             loaders = shape.picture_loaders(self._needed, self._classes)
             free = [loader for loader in loaders if loader != self._marked.get("style")]
-            node, how = self._only(free, "loads the guide image", "guide", 'add a "Load Image" node'), SHAPE
+            if not free:
+                remedy = f'add a "Load Image" node, or title the right node "{title_of("guide")}"'
+                raise HelperError(f"No node in {self._where} loads the guide image; {remedy}")
+            node, how = self._only(free, "loads the guide image", "guide"), SHAPE
         self._set_picture("guide", node, self._wanted.guide, how)
 
     def _place_style(self) -> None:
@@ -143,7 +146,8 @@ class Placement:
         # Two encoders may get the same text.
         places = {tuple((node.id, name) for node, name in text): text for text in found if text}
         if len(places) > 1:
-            self._only([text[0][0] for text in places.values()], "takes the prompt", "prompt", "")
+            several = [text[0][0] for text in places.values()]
+            self._only(several, "takes the prompt", "prompt", " or write {prompt} into all that are to have it")
         return next(iter(places.values()), [])
 
     def _texts_of_marked(self, node: Node) -> list[texts.Text]:
@@ -161,7 +165,7 @@ class Placement:
         both, how = self._marked.get("size"), MARKER
         if both is None and not places and not self._filled & set(sizes):
             latents, how = shape.empty_latents(self._needed, self._classes), SHAPE
-            both = self._only(latents, "gives the size of the picture", "size", "") if latents else None
+            both = self._only(latents, "gives the size of the picture", "size") if latents else None
         for name, node in [*places.items(), *((name, both) for name in sizes)]:
             if node is not None:
                 self._put_fitted("size", node, self._number_input(node, name), sizes[name], how)
@@ -181,14 +185,12 @@ class Placement:
         free = [place for place in places if (place[0].id, place[1]) not in self._graph.controlled]
         return wanted if free else _as_seed(places[0][0].inputs[places[0][1]]) if places else None
 
-    def _only(self, candidates: Sequence[Node], does: str, part: str, remedy: str) -> Node:
+    def _only(self, candidates: Sequence[Node], does: str, part: str, other_remedy: str = "") -> Node:
         if len(candidates) == 1:
             return candidates[0]
-        title = title_of(part)
-        if not candidates:
-            raise HelperError(f'No node in {self._where} {does}; {remedy}, or title the right node "{title}"')
         names = ", ".join(_told(node, candidates) for node in candidates)
-        raise HelperError(f'It is not clear which node in {self._where} {does}: {names}; title one of them "{title}"')
+        remedy = f'title one of them "{title_of(part)}"{other_remedy}'
+        raise HelperError(f"It is not clear which node in {self._where} {does}: {names}; {remedy}")
 
     def _set_picture(self, part: str, node: Node, name: str, how: str) -> None:
         if "image" not in node.inputs or link_of(node.inputs["image"]) is not None:
