@@ -45,7 +45,8 @@ class Input:
     @property
     def is_seed(self) -> bool:
         """Whether the editor keeps a word beside it: what becomes of the value after a run."""
-        return bool(self.options.get("control_after_generate")) or (self.kind == "INT" and self.name in SEEDS)
+        told = self.options.get("control_after_generate")
+        return bool(told) if told is not None else self.kind == "INT" and self.name in SEEDS
 
     def number(self, option: str) -> Optional[Number]:
         """One of "min", "max", "step"; None when the server tells none that can be reckoned with."""

@@ -44,7 +44,8 @@ def starved(graph: Graph, classes: Classes) -> dict[str, str]:
         for _, source in graph.sources(node):
             fed.setdefault(source.id, []).append(node.id)
         specs = classes.of(node.kind).inputs.values()
-        lacks = [spec.name for spec in specs if spec.required and not spec.is_widget and spec.name not in node.inputs]
+        given = {name.split(".")[0] for name in node.inputs}  # an input of many links has them behind a dot
+        lacks = [spec.name for spec in specs if spec.required and not spec.is_widget and spec.name not in given]
         if lacks:
             reasons[node.id] = f'nothing is linked to "{lacks[0]}" of {node.label}'
     waiting = list(reasons)
