@@ -137,7 +137,7 @@ REFUSED = (
     (node(7, "StringNode", ["x"], {"*words:STRING": None}), '"words"', '"value"'),
     (node(7, "TwoGuides", [], {"old:CONDITIONING": (7, 0)}), '"old"', '"cond1", "cond2"'),
     (node(7, "SetNode", ["x"], {"any": (4, 0)}), "does not know SetNode (node 7)", "Export (API)"),
-    (node(7, "ImageInvert", [], {"image": (99, 0)}), "node 99", "not there"),
+    (node(7, "ImageInvert", [], {"image": (99, 0)}), '"image" of ImageInvert (node 7)', "node 99, which is not there"),
     (node(7, "Reroute", [], {"": (7, 0)}), "circle"),
     (node(7, "ImageInvert", [], {"image": (4, -1)}), '"links" cannot be'),
     (node(9, "SaveImage"), "two nodes with the number 9"),
@@ -197,7 +197,7 @@ BOTH = {"clip": (1, 1), "model": (1, 0), "*text": None, "*steps": None}
 SHOWN = (
     # how an instance holds values for the nodes inside: its values, links, properties; the text and the steps inside
     ("none", [], BOTH, None, "own words", 4),
-    ("in the order of its inputs", ["outer words", 30], BOTH, None, "outer words", 30),
+    ("in the order of its inputs", ["outer words", 30, None], BOTH, None, "outer words", 30),
     ("of inputs that are not linked", [30], {**BOTH, "*text": (12, 0)}, None, "linked words", 30),
     ("of linked ones too", ["ignored", 30], {**BOTH, "*text": (12, 0)}, None, "linked words", 30),
     ("by inner node", [30, "outer words"], BOTH, [["3", "steps"], ["2", "text"]], "outer words", 30),

@@ -73,7 +73,7 @@ class _Conversion:
         for name, kept in self._values(scope, node, described).items():
             self._put(made, described.inputs.get(name), name, kept)
         for slot in node.inputs:
-            source = None if slot.link is None else self._links.of(scope, slot.link)
+            source = None if slot.link is None else self._links.of(scope, slot.link, f'"{slot.name}" of {node.label}')
             if source is None:
                 continue
             name = self._name_today(node, slot, described)

@@ -98,7 +98,7 @@ class Document:
 
     def _graph(self, given: Mapping[str, Any], place: Place, what: str) -> EditorGraph:
         name = as_text(given.get("name"))
-        what = f'{what[: -len(self.where)]}"{name}" of {self.where}' if name and place else what
+        what = f'The subgraph "{name}" in {self.where}' if name and place else what
         nodes: dict[str, EditorNode] = {}
         for number, told in enumerate(self._objects(given, "nodes", what)):
             node = self._node(told, (*place, "nodes", number, "widgets_values"))

@@ -8,6 +8,7 @@ from ...errors import HelperError
 from ...untrusted import as_object, as_text
 
 
+LINK_AGAIN = "link it again in ComfyUI and save the workflow anew"
 Place = tuple[Union[str, int], ...]  # of a value in a JSON file: keys and positions, from the outside inwards
 
 

@@ -5,7 +5,8 @@ from dataclasses import dataclass
 from typing import Optional, Union
 
 from ...errors import HelperError
-from .editor import ADVICE, BYPASSED, ENTRY, MUTED, PRIMITIVE, REROUTE, EditorNode, LinkId
+from .editor import BYPASSED, ENTRY, MUTED, PRIMITIVE, REROUTE, EditorNode, LinkId
+from .graph import LINK_AGAIN
 from .subgraphs import Instances, Kept, Scope, shown_around
 
 
@@ -26,28 +27,28 @@ class Links:
         self._instances, self._where = instances, where
         self._known: dict[Step, Source] = {}
 
-    def of(self, scope: Scope, link: LinkId) -> Source:
-        """What a link brings; None when it comes from nowhere. Raises HelperError for one that hangs in the air, and
-        for links in a circle."""
+    def of(self, scope: Scope, link: LinkId, asked: str) -> Source:
+        """What a link brings; None when it comes from nowhere. Raises HelperError, which names what has `asked`, for
+        one that hangs in the air, and for links in a circle."""
         trail: dict[Step, Source] = {}
         step: Optional[Step] = (scope, link)
         while step is not None and step not in self._known:
             if step in trail:
-                raise HelperError(f"The links in {self._where} run in a circle; {ADVICE}")
+                raise HelperError(f"The links before {asked} in {self._where} run in a circle; {LINK_AGAIN}")
             here = step
             trail[here] = None
-            step, trail[here] = self._next(*here)
+            step, trail[here] = self._next(*here, asked)
         found = self._known[step] if step else None
         for passed, value in reversed(list(trail.items())):
             found = value if found is None else found  # what comes from further away goes before what an instance holds
             self._known[passed] = found
         return found
 
-    def _next(self, scope: Scope, link: LinkId) -> tuple[Optional[Step], Source]:
+    def _next(self, scope: Scope, link: LinkId, asked: str) -> tuple[Optional[Step], Source]:
         """The link that this one comes from, if any, and what it brings in case that one brings nothing."""
         told = scope.graph.links.get(link)
         if told is None:
-            raise HelperError(f"Link {link} in {self._where} is not there, but a node hangs on it; {ADVICE}")
+            raise HelperError(f"{asked} in {self._where} hangs on link {link}, which is not there; {LINK_AGAIN}")
         if told.origin == ENTRY and scope.parent is not None and scope.instance is not None:
             name = scope.graph.inputs[told.slot] if told.slot < len(scope.graph.inputs) else ""
             slot = scope.instance.slot(name)
@@ -55,7 +56,8 @@ class Links:
             return outside, self._instances.value(scope, name)
         node = scope.graph.nodes.get(told.origin)
         if node is None:
-            raise HelperError(f"A link in {self._where} comes from node {told.origin}, which is not there; {ADVICE}")
+            missing = f"node {told.origin}, which is not there"
+            raise HelperError(f"{asked} in {self._where} is linked to {missing}; {LINK_AGAIN}")
         if node.mode == MUTED:
             return None, None
         if node.mode == BYPASSED or node.kind == REROUTE:

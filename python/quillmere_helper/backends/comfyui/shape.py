@@ -4,7 +4,7 @@ from typing import Iterable, Optional, Sequence
 
 from ...errors import HelperError
 from .classes import Classes, NodeClass
-from .graph import Graph, Node, link_of
+from .graph import LINK_AGAIN, Graph, Node, link_of
 from .refusals import no_output
 
 
@@ -73,7 +73,6 @@ def empty_latents(nodes: Sequence[Node], classes: Classes) -> list[Node]:
 
 def dangling(graph: Graph, nodes: Iterable[Node], where: str) -> Optional[str]:
     """What is wrong with the first link of `nodes` that leads nowhere, with the remedy."""
-    remedy = "link it again in ComfyUI and save the workflow anew"
     for node in nodes:
         for name, value in node.inputs.items():
             link = link_of(value)
@@ -81,7 +80,7 @@ def dangling(graph: Graph, nodes: Iterable[Node], where: str) -> Optional[str]:
                 continue
             source = graph.nodes.get(link[0])
             if source is None:
-                return f'"{name}" of {node.label} in {where} is linked to node {link[0]}, which is not there; {remedy}'
+                return f'"{name}" of {node.label} in {where} is linked to node {link[0]}, which is not there; {LINK_AGAIN}'
             if link[1] < 0:
-                return f'"{name}" of {node.label} in {where} is linked to output {link[1]} of {source.label}; {remedy}'
+                return f'"{name}" of {node.label} in {where} is linked to output {link[1]} of {source.label}; {LINK_AGAIN}'
     return None

@@ -102,7 +102,8 @@ class Instances:
         values = instance.values
         if isinstance(values, dict):
             return {name: Kept(values[name], (*instance.place, name)) for name in graph.inputs if name in values}
-        alignment = self._alignment(graph, instance, values) if values else None
+        count = max((place + 1 for place, value in enumerate(values) if value is not None), default=0)
+        alignment = self._alignment(graph, instance, values[:count]) if count else None
         places = alignment.places if alignment else {}
         return {name: Kept(values[place], (*instance.place, place)) for name, place in places.items()}
 
