@@ -41,6 +41,7 @@ CLASSES = {
         ["INT"],
         False,
     ),
+    "Numbers": ({"scale": [[0.5, 1.0]]}, ["FLOAT"], False),
     "LoadImageMask": ({"image": PICTURES, "channel": [["alpha", "red"]]}, ["MASK"], False),
     "Grown": ({"first": TEXT, "gained": ["INT", {"default": 3}], "last": TEXT}, ["STRING"], False),
     "Unclear": ({"a": TEXT, "b": ["INT", {}], "c": ["INT", {}], "d": TEXT}, ["STRING"], False),

@@ -77,6 +77,11 @@ class Input:
         least = self.number("min") or 0
         return {"INT": max(0, least), "FLOAT": max(0.0, least), "STRING": "", "BOOLEAN": False}.get(self.kind)
 
+    def chosen(self, value: Any) -> Any:
+        """The choice that `value` stands for; None when it is none of them."""
+        same = [choice for choice in self.choices or () if choice == value and _kind_of(choice) == _kind_of(value)]
+        return same[0] if same else None
+
     def misfit(self, value: Any) -> int:
         """0: the input can hold `value`; 1: it may, if the server gets another choice or the editor an update; 2: it
         cannot."""
@@ -92,10 +97,10 @@ class Input:
             return 0 if self.options.get("multiselect") else 2
         if self.choices is None:
             return 0 if isinstance(value, (str, int, float)) else 2
-        if any(value == choice and type(value) is type(choice) for choice in self.choices):
+        if self.chosen(value) is not None:
             return 0
-        kinds = {type(choice) for choice in self.choices} or {str}
-        return 1 if type(value) in kinds else 2
+        kinds = {_kind_of(choice) for choice in self.choices} or {"str"}
+        return 1 if _kind_of(value) in kinds else 2
 
 
 @dataclass(frozen=True)
@@ -143,6 +148,11 @@ def shown(value: Any) -> str:
         return "a number of many digits"
     text = f'"{value}"' if isinstance(value, str) else json.dumps(value)
     return text if len(text) <= LONGEST_SHOWN else text[:LONGEST_SHOWN] + "..."
+
+
+def _kind_of(value: Any) -> str:
+    """Of numbers, JSON has but one kind; `True` is none, though Python takes it for 1."""
+    return "number" if type(value) in (int, float) else type(value).__name__
 
 
 def _node_class(name: str, described: Mapping[str, Any]) -> NodeClass:

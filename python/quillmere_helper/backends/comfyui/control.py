@@ -63,7 +63,7 @@ class Control:
     def fitting(self, value: Any) -> Any:
         """`value` in the type that the server takes; None when it is not accepted."""
         if self.choices:
-            return next((choice for choice in self.choices if choice == value and type(choice) is type(value)), None)
+            return self.spec.chosen(value)
         if not self.is_number:
             return value if isinstance(value, bool if self.type == "switch" else str) else None
         if not is_number(value) or (self.type == "whole" and value != int(value)):

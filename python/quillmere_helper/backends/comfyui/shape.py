@@ -79,8 +79,7 @@ def dangling(graph: Graph, nodes: Iterable[Node], where: str) -> Optional[str]:
             if link is None:
                 continue
             source = graph.nodes.get(link[0])
-            if source is None:
-                return f'"{name}" of {node.label} in {where} is linked to node {link[0]}, which is not there; {LINK_AGAIN}'
-            if link[1] < 0:
-                return f'"{name}" of {node.label} in {where} is linked to output {link[1]} of {source.label}; {LINK_AGAIN}'
+            end = f"node {link[0]}, which is not there" if source is None else f"output {link[1]} of {source.label}"
+            if source is None or link[1] < 0:
+                return f'"{name}" of {node.label} in {where} is linked to {end}; {LINK_AGAIN}'
     return None
