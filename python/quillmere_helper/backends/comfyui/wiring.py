@@ -127,7 +127,7 @@ class Placement:
             self._set_picture("style", self._marked["style"], self._wanted.style, MARKER)
         else:
             lacks = f'has no picture loader titled "{title_of("style")}"'
-            self.wired.notes.append(f"The style image is not used: {self._where} {lacks}")
+            self.wired.notes.append(f"A style image is not used: {self._where} {lacks}")
 
     def _place_prompt(self) -> None:
         if not self._wanted.prompt or "prompt" in self._filled:
