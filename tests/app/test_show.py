@@ -168,6 +168,7 @@ class Like(RealHelper):
         for arguments, controls, same in (
             ([], made["controls"], True),
             (["--control", "line=0"], {**made["controls"], "line": 0}, False),
+            (["--control", "seed=5"], {**made["controls"], "seed": 5}, False),
             (["--workflow", "b.png"], None, True),  # holds them
             (["--workflow", "ink.json"], None, False),
         ):
