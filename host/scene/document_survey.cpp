@@ -3,9 +3,11 @@
 #include <tiny_gltf.h>
 
 #include <algorithm>
+#include <array>
 
 #include "base/error.h"
 #include "base/json.h"
+#include "scene/warnings.h"
 
 namespace quillmere::scene {
 namespace {
@@ -62,9 +64,48 @@ Bytes jsonOfGlb(Bytes file) {
 constexpr std::size_t kDeepest = 128;
 constexpr std::uint64_t kMostCopiedValues = 1U << 20U;
 
+// What the parser needs for a document, in bytes, may grow with its JSON text but not out of proportion to it: tersely
+// written nodes need up to 30 bytes for each of the text, a list of empty objects hundreds.
+constexpr std::uint64_t kAlwaysAllowed = 64U << 20U;
+constexpr std::uint64_t kMostPerByte = 32;
+constexpr std::uint64_t kTreeValue = 32;  // a JSON value in the parser's tree, with its share of the list around it
+
+// The members of a list of the document, by what the parser makes of them; `path` leads to that list.
+std::uint64_t memberSize(std::span<const std::string> path) {
+  using namespace tinygltf;
+  struct Row {
+    const char* list;
+    std::uint64_t size;
+  };
+  static constexpr std::array<Row, 13> kLists{{{"accessors", sizeof(Accessor)},
+                                               {"animations", sizeof(Animation)},
+                                               {"buffers", sizeof(Buffer)},
+                                               {"bufferViews", sizeof(BufferView)},
+                                               {"cameras", sizeof(Camera)},
+                                               {"images", sizeof(Image)},
+                                               {"materials", sizeof(Material)},
+                                               {"meshes", sizeof(Mesh)},
+                                               {"nodes", sizeof(Node)},
+                                               {"samplers", sizeof(Sampler)},
+                                               {"scenes", sizeof(Scene)},
+                                               {"skins", sizeof(Skin)},
+                                               {"textures", sizeof(Texture)}}};
+  static constexpr std::array<Row, 3> kInner{{{"primitives", sizeof(Primitive)},
+                                              {"channels", sizeof(AnimationChannel)},
+                                              {"samplers", sizeof(AnimationSampler)}}};
+  const auto sizeIn = [](std::span<const Row> rows, const std::string& list) {
+    const auto found = std::find_if(rows.begin(), rows.end(), [&](const Row& row) { return list == row.list; });
+    return found == rows.end() ? 0 : found->size;
+  };
+  if (path.size() == 2) return sizeIn(kLists, path[1]);
+  return path.size() == 4 ? sizeIn(kInner, path[3]) : 0;
+}
+
 // Receives the parser's events; `path_` holds the key under which each open object or array stands ("" in arrays).
 class Surveyor : public nlohmann::json_sax<Json> {
  public:
+  explicit Surveyor(std::size_t jsonBytes) : mostMemory_(kAlwaysAllowed + kMostPerByte * jsonBytes) {}
+
   DocumentSurvey result;
 
   bool null() override { return value(1); }
@@ -97,6 +138,7 @@ class Surveyor : public nlohmann::json_sax<Json> {
 
   bool key(string_t& name) override {
     key_ = name;
+    need(name.size() + sizeof(string_t));
     return true;
   }
 
@@ -110,6 +152,8 @@ class Surveyor : public nlohmann::json_sax<Json> {
   bool open() {
     if (path_.size() == kDeepest) throw Error("it is nested more than " + std::to_string(kDeepest) + " levels deep");
     value(1);
+    need(memberSize(path_));
+    if (keptFrom_ == 0 && (key_ == "extras" || key_ == "extensions")) keptFrom_ = path_.size();
     path_.push_back(key_);
     key_.clear();
     return true;
@@ -117,13 +161,23 @@ class Surveyor : public nlohmann::json_sax<Json> {
 
   bool close() {
     path_.pop_back();
+    if (path_.size() == keptFrom_) keptFrom_ = 0;
     key_.clear();
     return true;
   }
 
   bool value(std::uint64_t weight) {
     if (path_.size() > 3 && path_[1] == "animations" && path_[3] == "extensions") extensionValues_ += weight;
+    need(weight - 1 + kTreeValue + (keptFrom_ > 0 ? sizeof(tinygltf::Value) : 0));
     return true;
+  }
+
+  void need(std::uint64_t bytes) {
+    memory_ += bytes;
+    if (memory_ <= mostMemory_) return;
+    const std::string list = path_.size() > 1 ? path_[1] : key_;
+    throw Error("its '" + excerpt(list) + "' hold more values than a file of its size has use for; export it without " +
+                "custom properties and empty objects");
   }
 
   void endBuffer() {
@@ -144,14 +198,17 @@ class Surveyor : public nlohmann::json_sax<Json> {
   std::string bufferUri_;
   std::uint64_t bufferBytes_ = 0, total_ = 0;
   std::uint64_t samplers_ = 0, extensionValues_ = 0;
+  std::uint64_t memory_ = 0, mostMemory_;
+  std::size_t keptFrom_ = 0;  // depth of the outermost "extras" or "extensions", all of which the parser keeps; 0: none
 };
 
 }  // namespace
 
 DocumentSurvey surveyDocument(Bytes file) {
-  Surveyor surveyor;
-  surveyor.result.binary = isGlb(file);
-  const Bytes json = surveyor.result.binary ? jsonOfGlb(file) : file;
+  const bool binary = isGlb(file);
+  const Bytes json = binary ? jsonOfGlb(file) : file;
+  Surveyor surveyor(json.size());
+  surveyor.result.binary = binary;
   Json::sax_parse(json.begin(), json.end(), &surveyor);
   return std::move(surveyor.result);
 }

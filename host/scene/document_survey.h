@@ -20,8 +20,9 @@ struct DocumentSurvey {
 
 // Reads the file once, without building anything from it. Throws Error (the reason alone) when a length in the header,
 // or of the JSON or the binary chunk, of a binary file does not hold; for text that is no JSON; and for documents that
-// would exhaust the stack or the memory of the parser: nested too deeply, buffers too large in sum, or an animation
-// whose extensions, which the parser copies into each of its samplers, multiply.
+// would exhaust the stack or the memory of the parser: nested too deeply, buffers too large in sum, an animation whose
+// extensions, which the parser copies into each of its samplers, multiply, or values that the parser would need more
+// than about 32 times the text for.
 DocumentSurvey surveyDocument(std::span<const std::uint8_t> file);
 
 }  // namespace quillmere::scene

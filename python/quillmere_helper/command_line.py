@@ -2,11 +2,11 @@
 
 import argparse
 import json
-import sys
 from typing import Any, Callable
 
 from . import VERSION, backends, interpreter, render, servers, web
 from .errors import HelperError
+from .readable import complain, masked, readable
 from .workflows import Workflow, read_workflow
 
 EPILOG = "Exit status: 0 done, 1 failed, 2 wrong use, 143 cancelled. The reason of a failure is in the response file."
@@ -48,15 +48,16 @@ def _show(report: dict[str, Any], lines: Callable[[dict[str, Any]], str], as_jso
     if as_json:
         _print_object(report)
     elif report["ok"]:
-        print(lines(report))
+        print("\n".join(map(readable, lines(report).split("\n"))))
     else:
-        print(f"quillmere_render_helper: {_trouble(report)}", file=sys.stderr)
+        complain(_trouble(report))
     return 0 if report["ok"] else 1
 
 
 def _print_object(report: dict[str, Any]) -> None:
-    """In UTF-8 whatever the locale; of the names of files that aren't, question marks take the place of what isn't."""
-    sys.stdout.buffer.write(json.dumps(report, ensure_ascii=False).encode("utf-8", "replace") + b"\n")
+    """In ASCII, whatever the locale; of the names of files that aren't UTF-8, question marks take the place of what isn't."""
+    whole = json.dumps(report, ensure_ascii=False).encode("utf-8", "replace")
+    print(json.dumps(json.loads(whole)))
 
 
 def _trouble(report: dict[str, Any]) -> str:
@@ -98,7 +99,7 @@ def _filled(report: dict[str, Any], look: Callable[[backends.Backend, Workflow],
         report["backend"] = workflow.backend
         report.update(look(backends.load(workflow.backend), workflow))
     except HelperError as error:
-        report.update(problem=error.text, remedy=error.remedy)
+        report.update(problem=masked(error.text), remedy=masked(error.remedy))
     report["ok"] = not report["problem"]
     return report
 
@@ -112,7 +113,7 @@ def _show_servers(as_json: bool) -> int:
             if as_json:
                 _print_object(report)
             else:
-                print(f"{kind.name} at {report['url']}: {state}")
+                print(readable(f"{kind.name} at {report['url']}: {state}"))
     return 0
 
 
@@ -124,5 +125,5 @@ def _asked(kind: servers.Kind) -> dict[str, Any]:
         report["url"] = site.url
         report.update(version=kind.version(web.Site(site.url, site.login, PATIENCE)), ok=True)
     except HelperError as error:
-        report.update(problem=error.text, remedy=error.remedy)
+        report.update(problem=masked(error.text), remedy=masked(error.remedy))
     return report

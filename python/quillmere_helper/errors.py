@@ -1,5 +1,7 @@
 """What can go wrong in a way that a user can do something about."""
 
+from .readable import cut
+
 
 class HelperError(Exception):
     """A failure whose text names the thing, the reason and the remedy, in one or two lines.
@@ -9,8 +11,8 @@ class HelperError(Exception):
     """
 
     def __init__(self, text: str, details: str = "", remedy: str = "") -> None:
-        super().__init__(f"{text}; {remedy}" if remedy else text)
-        self.text, self.details, self.remedy = text, details, remedy
+        self.text, self.details, self.remedy = cut(text), details, remedy  # names in the text may be of any length
+        super().__init__(f"{self.text}; {remedy}" if remedy else self.text)
 
 
 def reason_of(error: BaseException) -> str:

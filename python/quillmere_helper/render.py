@@ -1,6 +1,5 @@
 """One run of the helper: from a request to a response, also when something fails in between."""
 
-import sys
 import time
 import traceback
 
@@ -9,6 +8,7 @@ from .backends import Job
 from .errors import HelperError, reason_of
 from .exchange import Response, Status
 from .outputs import Outputs
+from .readable import complain
 from .request import read_request
 from .workflows import read_workflow
 
@@ -24,7 +24,7 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
         return _answered(argv, request_path, response)
     except OSError as error:
         text = f'cannot write the response "{response_path}": {reason_of(error)}'
-        print(f"quillmere_render_helper: {text}", file=sys.stderr)
+        complain(text)
         return FAILED
 
 
@@ -35,9 +35,10 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         backend = job.workflow.backend
         made = backends.load(backend).make(job)
         facts = {"backend": backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
-        response.succeed(job.outputs.paths, {**facts, "notes": made.notes})
-        for note in made.notes:
-            print(f"quillmere_render_helper: {note}", file=sys.stderr)
+        notes = made.notes + job.outputs.notes
+        response.succeed(job.outputs.paths, {**facts, "notes": notes})
+        for note in notes:
+            complain(note)
         return DONE
     except cancellation.Cancellation as cancelled:
         response.fail(str(cancelled) or cancellation.TEXT)
@@ -64,6 +65,6 @@ def _prepare(argv: list[str], request_path: str) -> Job:
 
 
 def _failed(response: Response, text: str, details: str) -> int:
-    print(f"quillmere_render_helper: {text}", file=sys.stderr)
+    complain(text)
     response.fail(text, details)
     return FAILED

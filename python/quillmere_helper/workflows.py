@@ -7,7 +7,7 @@ from typing import Any, Mapping
 from . import png, untrusted
 from .errors import HelperError
 
-LARGEST_WORKFLOW = 256 << 20  # bytes; it may be a picture
+LARGEST_WORKFLOW = 16 << 20  # bytes; graphs of a thousand nodes take less than one
 REMEDY = "choose another one in the Workflow menu, or put the file there"
 COMFYUI = "comfyui"
 RECORD = "quillmere"  # the PNG text that holds what made a picture, its workflow included
@@ -64,7 +64,7 @@ def is_graph(content: Mapping[str, Any]) -> bool:
 
 
 def _content_of(path: str) -> dict[str, Any]:
-    raw = untrusted.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY)
+    raw = untrusted.read_file(os.path.expanduser(path), "workflow", LARGEST_WORKFLOW, REMEDY, untrusted.LARGEST_PICTURE)
     if not raw.startswith(png.SIGNATURE):
         return untrusted.parse_object(raw, f'The workflow "{path}"', REMEDY)
     content = _kept_in(raw, path)
@@ -89,7 +89,7 @@ def _with_controls(content: Mapping[str, Any], backend: str, controls: Mapping[s
 def _kept_in(picture: bytes, path: str) -> dict[str, Any]:
     """The workflow that made a picture: ours, else the graph that a ComfyUI server left in it."""
     try:
-        found = png.texts(picture)
+        found = png.texts(picture, (RECORD, *GRAPHS))
     except png.BadPng as error:
         raise HelperError(f'The picture "{path}" cannot be read: {error}', remedy=REMEDY) from error
     if RECORD in found:

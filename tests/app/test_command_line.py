@@ -1,11 +1,12 @@
 """What the command answers to its arguments: one line a case."""
 
 import json
+import pathlib
 import re
 import shutil
 import subprocess
 
-from stage import Stage
+from stage import QUILLMERE, Stage
 
 SCENE = ["scene.glb", "--plugin", "plugin", "--write-dir", "write", "--size", "8x8"]
 
@@ -14,7 +15,8 @@ CASES = [
     ([], 2, "", "quillmere: arguments: A subcommand is required"),
     (["--help"], 0, "render.*guide.*cameras.*workflows.*show.*doctor", "^$"),
     (["--version"], 0, r"^quillmere \d+\.\d+\.\d+\n$", "^$"),
-    (["render", "--help"], 0, r"\n  SCENE  .*--frames A\|A-B\|A-BxSTEP=0 .*--no-history  .*--plugin DIR  .*Examples", "^$"),
+    (["render", "--help"], 0, r"Examples.*\n  SCENE  .*--frames A\|A-B\|A-BxSTEP=0 .*--no-history  .*--plugin DIR  ", "^$"),
+    (["render", "--help"], 0, r"--json   .*; not with --quiet\n", "^$"),
     (["doctor", "--help"], 0, "Exit status 1", "^$"),
     (["paint"], 2, "", "command .paint.: there is none.*\n  the commands: render, guide"),
     (["render"], 2, "", "quillmere: render: SCENE is required\n  see quillmere render --help"),
@@ -59,7 +61,7 @@ CASES = [
     (["workflows", "--plugin", "plugin"], 0, r"  1\tInk\tink\t.*/home/\.quillmere/workflows/ink\.json\n\* 2\tFLUX\.2 Dev\tflux", "^$"),
     (["workflows", "--plugin", "plugin", "--json"], 0, '"number":2,"id":"flux","name":"FLUX.2 Dev".*"exists":true,"preferred":true', "^$"),
     (["workflows", "list", "--plugin", "plugin", "--json"], 0, '^\\[{"number":1,"id":"ink"', "^$"),
-    (["workflows", "add", "--help"], 0, r"add \[OPTIONS\] FILE\n.*FILE REQUIRED .*--no-check.*Example", "^$"),
+    (["workflows", "add", "--help"], 0, r"add \[OPTIONS\] FILE\n.*Example.*\n  FILE  .*--no-check", "^$"),
     (["workflows", "paint"], 2, "", "command .paint.: there is none.*\n  the commands: list, check, controls, add, rename, remove, move"),
     (["workflows", "rename", "ink"], 2, "", "workflows rename: NAME is required\n  see quillmere workflows rename --help"),
     (["workflows", "add", "scene.glb", "--name=", "--plugin", "plugin"], 2, "", "name ''"),
@@ -67,7 +69,10 @@ CASES = [
     (["doctor", "--plugin", "plugin", "--module"], 0, r"^identifier  net\.quillmere\.renderer\nunit        register\.cpp\n.*"
         r"entity      \.reflection in \[reflection registration\]\nframework   net\.maxon\.asset\.framework\n", "^$"),
     (["doctor", "--plugin", "home", "--module"], 1, "^$", "holds no module"),
-    (["completion", "fish"], 0, "__fish_seen_subcommand_from render' -l frames", "^$"),
+    (["help", "workflows", "add"], 0, r"^Copy.*Usage: quillmere workflows add .*\nExample:.*\n  FILE  .*--no-check", "^$"),
+    (["help", "paint"], 2, "", "command 'paint': there is none"),
+    (["help", "--man"], 0, r"^\.TH QUILLMERE 1 .*\n\.SS render\n.*\n\.B \\-\\-frames .*\n\.SS workflows add\n", "^$"),
+    (["completion", "fish"], 0, "complete -c quillmere", "^$"),
     (["completion", "tcsh"], 2, "", "bash"),
 ]
 
@@ -120,6 +125,8 @@ class CommandLine(Stage):
 
     def test_completion_for_bash_offers_what_help_lists(self) -> None:
         script = self.run_command("completion", "bash").stdout
+        self.catalog(("ink", "Ink and Wash"))
+        path = {**self.env, "PATH": f"{pathlib.Path(QUILLMERE).parent}:{self.env['PATH']}"}
         ask = 'COMP_WORDS=(quillmere {0}); COMP_CWORD={1}; _quillmere; echo "${{COMPREPLY[*]}}"'
         for words, index, expected in [
             ("ren", 1, "render"),
@@ -127,8 +134,13 @@ class CommandLine(Stage):
             ("doctor --x", 2, ""),
             ("workflows re", 2, "rename remove"),
             ("workflows add --n", 3, "--name --no-check"),
+            ("render --guide ''", 3, "quick final"),
+            ("render scene.glb --camera ''", 4, "Pier Chart"),
+            ("render none.glb --camera ''", 4, ""),
+            ("workflows --plugin plugin remove ''", 5, "Ink\\ and\\ Wash"),
+            ("render --plugin plugin --set QUILLMERE_PR", 5, "QUILLMERE_PROMPT="),
         ]:
             with self.subTest(words):
                 shell = ["bash", "-c", script + ask.format(words, index)]
-                done = subprocess.run(shell, capture_output=True, encoding="utf-8", timeout=20)
+                done = subprocess.run(shell, cwd=self.folder, env=path, capture_output=True, encoding="utf-8", timeout=20)
                 self.assertEqual(done.stdout, expected + "\n")

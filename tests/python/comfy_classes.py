@@ -5,14 +5,15 @@ SIZE = ["INT", {"default": 512, "min": 16, "max": 16384, "step": 8}]
 SEED = ["INT", {"default": 0, "min": 0, "max": 18446744073709551615, "control_after_generate": True}]
 CHECKPOINTS = [["base.safetensors", "xl.safetensors"]]
 PICTURES = [["example.png"], {"image_upload": True}]
-LINKS = {"positive": ["CONDITIONING"], "negative": ["CONDITIONING"], "model": ["MODEL"]}
+CONDITIONS = {"positive": ["CONDITIONING"], "negative": ["CONDITIONING"]}
+LINKS = {**CONDITIONS, "model": ["MODEL"]}
 CLASSES = {
     # name: inputs, outputs, whether it is an output node
     "CheckpointLoaderSimple": ({"ckpt_name": CHECKPOINTS}, ["MODEL", "CLIP", "VAE"], False),
     "CLIPTextEncode": ({"text": TEXT, "clip": ["CLIP"]}, ["CONDITIONING"], False),
     "LoadImage": ({"image": PICTURES}, ["IMAGE", "MASK"], False),
     "EmptyLatentImage": ({"width": SIZE, "height": SIZE, "batch_size": ["INT", {}]}, ["LATENT"], False),
-    "ControlNetApplyAdvanced": ({**LINKS, "image": ["IMAGE"]}, ["CONDITIONING", "CONDITIONING"], False),
+    "ControlNetApplyAdvanced": ({**CONDITIONS, "image": ["IMAGE"]}, ["CONDITIONING", "CONDITIONING"], False),
     "KSampler": ({**LINKS, "seed": SEED, "steps": ["INT", {}], "latent_image": ["LATENT"]}, ["LATENT"], False),
     "VAEDecode": ({"samples": ["LATENT"], "vae": ["VAE"]}, ["IMAGE"], False),
     "SaveImage": ({"images": ["IMAGE"], "filename_prefix": ["STRING", {}]}, [], True),

@@ -14,7 +14,6 @@ sys.path.insert(0, str(ROOT / "python"))
 from quillmere_helper.backends.comfyui import convert
 from quillmere_helper.backends.comfyui.classes import Classes
 from quillmere_helper.backends.comfyui.graph import read_api
-from quillmere_helper.backends.comfyui.results import named_in
 from quillmere_helper.backends.comfyui.wiring import GraphValues, wire
 from quillmere_helper.errors import HelperError
 
@@ -123,14 +122,6 @@ class Wiring(unittest.TestCase):
                     wired(content)
                 for part in named:
                     self.assertIn(part, str(caught.exception))
-
-
-class Results(unittest.TestCase):
-    def test_saved_pictures_come_before_those_that_are_only_shown(self):
-        images = [{"filename": "shown", "type": "temp"}, {"filename": "saved", "type": "output"}, 3, {"filename": 5}]
-        for ends in (["9"], ["8"], []):
-            named = named_in({"outputs": {"9": {"images": images}, "8": {"images": "none"}, "7": 1}}, ends)
-            self.assertEqual([image["filename"] for image in named], ["saved", "shown"])
 
 
 def editor_graph(links_as_objects=False):

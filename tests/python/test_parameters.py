@@ -9,13 +9,13 @@ from unittest import mock
 
 from scratch_render import ROOT
 
-from quillmere_helper import backends
+from quillmere_helper import backends, readable, transport, untrusted, web
 from quillmere_helper.backends import embedded
 from quillmere_helper.backends.a1111 import payload
-from quillmere_helper.backends.comfyui import source, wiring
+from quillmere_helper.backends.comfyui import classes, graph, source, websocket, wiring
 from quillmere_helper.errors import HelperError
 from quillmere_helper.parameters import seed_for
-from quillmere_helper.workflows import Workflow, read_workflow
+from quillmere_helper.workflows import LARGEST_WORKFLOW, Workflow, read_workflow
 
 LARGEST = (1 << 64) - 1
 PAGE = (ROOT / "docs" / "workflows.md").read_text()
@@ -41,6 +41,24 @@ class WorkflowPage(unittest.TestCase):
         words += [f"`{kind.variable(end)}`" for kind in kinds for end in ("URL", "TOKEN", "AUTH")]
         for word in [*words, *(f"`{kind.default_url}`" for kind in kinds)]:
             self.assertIn(word, PAGE)
+
+
+class SecurityPage(unittest.TestCase):
+    def test_the_limits_are_those_that_hold(self):
+        page = (ROOT / "docs" / "security.md").read_text()
+        for name, limits in (("a server's state", web.ALIVE), ("in JSON", web.ANSWER)):
+            self.assertIn(f"{name} | {limits.size >> 20} MB, {limits.time:g} seconds |", page)
+        moving = f"{transport.MOVED >> 10} KB in each {transport.SPAN:g} seconds"
+        for row in (
+            f"a graph | {LARGEST_WORKFLOW >> 20} MB; {source.MOST_NODES:,} nodes of {classes.MOST_CLASSES:,} classes |",
+            f"reads or gets | {untrusted.LARGEST_PICTURE >> 20} MB |",
+            f"become | {graph.LARGEST_FILLING >> 20} million characters |",
+            f"with pictures | {web.PICTURES.size >> 20} MB, an hour |",
+            f"a ComfyUI server | {websocket.LARGEST_MESSAGE >> 20} MB |",
+            f"exchange | {web.CONNECT_TIME:g} seconds to connect, {web.ANSWER_TIME:g} without a byte, and {moving} |",
+            f"a line that is shown; a log | {readable.LONGEST_LINE:,} characters; a million |",
+        ):
+            self.assertIn(row, page)
 
 
 class Controls(unittest.TestCase):

@@ -7,6 +7,7 @@ import resource
 import subprocess
 import sys
 import unittest
+from pathlib import Path
 from unittest import mock
 
 from scratch_render import HELPER, RenderCase, png, with_pillow
@@ -16,7 +17,7 @@ from quillmere_helper.png import with_text
 
 GARBAGE = (
     # what the request is, what the error has to name
-    ("nothing", b"", "not JSON"),
+    ("nothing", b"", "disk may be full"),
     ("bytes of a picture", png(2, 2), "not JSON"),
     ("an array", b"[1]", "not a JSON object"),
     ("deep nesting", b'{"a":' + b"[" * 100_000, "not JSON"),
@@ -118,6 +119,14 @@ class Names(RenderCase):
                 contents = {path.name: path.read_bytes() for path in self.outputs.iterdir() if path.suffix == ".jpg"}
                 self.assertEqual(contents, {"shot_f3_1.jpg": b"theirs", "shot_f3_2.jpg": b"mine"})
                 (self.outputs / "shot_f3_2.jpg").unlink()
+
+    def test_a_picture_whose_side_file_does_not_fit_is_a_picture(self):
+        mine = outputs.Outputs(str(self.outputs), "shot", 3)
+        mine.prepare()
+        with mock.patch.object(outputs.exchange, "write_whole", side_effect=OSError(28, "No space left on device")):
+            mine.write(b"mine", "jpg", {})
+        self.assertEqual(Path(mine.paths[0]).read_bytes(), b"mine")
+        self.assertIn("No space left", mine.notes[0])
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: pictures are not tested")

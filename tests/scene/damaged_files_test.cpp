@@ -113,12 +113,21 @@ TEST(DamagedFiles, ThatWouldExhaustTheMachineAreRefused) {
   const std::string head = R"({"asset":{"version":"2.0"},)";
   std::string samplers = R"({"input":0,"output":0})";
   for (int i = 0; i < 2000; ++i) samplers += R"(,{"input":0,"output":0})";
+  const auto many = [&](const char* before, const std::string& value, int count, const char* after) {
+    std::string text = head + before + value;
+    for (int i = 1; i < count; ++i) text += "," + value;
+    return text + after;
+  };
   const std::vector<std::pair<std::string, const char*>> rows{
       {head + R"("extras":)" + std::string(200000, '['), "levels deep"},
       {head + R"("buffers":[{"byteLength":2147483648},{"byteLength":2}]})", "more than 2 GiB"},
       {head + R"("animations":[{"extensions":{"X":{"a":")" + std::string(2000, 'x') + R"("}},"samplers":[)" + samplers +
            "]}]}",
        "too large"},
+      {many(R"("extras":[)", "1", 600000, "]}"), "'extras' hold more values"},
+      {many(R"("nodes":[{"extensions":{"X":{"Y":[)", "1", 600000, "]}}}]}"), "'nodes' hold more values"},
+      {many(R"("materials":[)", "{}", 100000, "]}"), "'materials' hold more values"},
+      {many(R"("meshes":[{"primitives":[)", "{}", 300000, "]}]}"), "'meshes' hold more values"},
       {"{\"asset\":", "damaged"},
       {"not json", "damaged"},
       {"[1,2,3,4]", "no asset version"},

@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "help_text.h"
+
 namespace quillmere::app {
 namespace {
 
@@ -23,29 +25,7 @@ constexpr std::array kCommands{
     Command{"show", "Show what made a picture: prompt, workflow, seed, scene, camera", addShow},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},
     Command{"completion", "Print a script that completes this command in a shell", addCompletion},
-};
-
-// Help without what the parser adds for its own sake: the checks of a value behind its type, and "{false}" behind a
-// flag that switches something off.
-class HelpFormatter : public CLI::Formatter {
- public:
-  HelpFormatter() { column_width(34); }
-
-  std::string make_option_name(const CLI::Option* option, bool positional) const override {
-    return without("{false}", CLI::Formatter::make_option_name(option, positional));
-  }
-  std::string make_option_opts(const CLI::Option* option) const override {
-    if (option->get_type_name().empty()) return CLI::Formatter::make_option_opts(option);
-    const std::string type = " " + option->get_type_name();  // " TYPE:CHECK", " TYPE" or " :CHECK"
-    const std::size_t colon = std::min(type.find(':'), type.size());
-    return without(type.substr(colon == 1 ? 0 : colon), CLI::Formatter::make_option_opts(option));
-  }
-
- private:
-  static std::string without(const std::string& part, std::string text) {
-    const std::size_t found = text.find(part);
-    return found == std::string::npos ? text : text.erase(found, part.size());
-  }
+    Command{"help", "Tell about a command, or print the manual page", addHelp},
 };
 
 // The sub-command whose arguments were being read when the parser gave up, with those above it.

@@ -24,6 +24,7 @@ Action addWorkflows(CLI::App& command);
 Action addShow(CLI::App& command);
 Action addDoctor(CLI::App& command);
 Action addCompletion(CLI::App& command);
+Action addHelp(CLI::App& command);
 
 // The parser of the whole command line.
 class CommandTree {

@@ -5,7 +5,7 @@ import importlib
 from dataclasses import dataclass, field
 from typing import Any, Mapping, Optional, Protocol, Sequence, cast
 
-from ..exchange import Status
+from ..exchange import ALMOST, Status
 from ..outputs import Outputs, record_of
 from ..pictures import Picture
 from ..request import RenderRequest
@@ -24,18 +24,26 @@ class Job:
     status: Status
     outputs: Outputs
 
-    def deliver(self, pictures: Sequence[Picture], seeds: Sequence[int], facts: Mapping[str, Any]) -> None:
-        """Writes the pictures, each with its seed and what else made it: the request, and `facts` that go before it."""
-        self.status.tell("write", "Writing the picture", 0.99)
-        for (content, kind), seed in zip(pictures, seeds):
-            self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, facts))
+    def deliver(
+        self,
+        pictures: Sequence[Picture],
+        seeds: Sequence[Optional[int]],
+        facts: Mapping[str, Any],
+        own: Sequence[Mapping[str, Any]] = (),
+    ) -> None:
+        """Writes the pictures, each with its seed and what else made it: the request, and before that `facts`, and
+        before those what is its `own`, where there is any."""
+        self.status.tell("write", "Writing the picture", ALMOST)
+        for (content, kind), seed, more in zip(pictures, seeds, own or [{}] * len(pictures)):
+            self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, {**facts, **more}))
 
 
 @dataclass(frozen=True)
 class Result:
-    """How the pictures came about: the seed that they were made with, and remarks that the user should see."""
+    """How the pictures came about: the seed that they were made with, None when the workflow has none, and remarks that
+    the user should see."""
 
-    seed: int
+    seed: Optional[int]
     notes: list[str] = field(default_factory=list)
 
 

@@ -44,7 +44,7 @@ class Rendering:
             content = self._called(guide, seed, control)
         except cancellation.Cancellation:
             raise cancellation.Cancellation(self._withdraw()) from None
-        pictures, seeds = received(content, seed)
+        pictures, seeds = received(content, seed, settings.options["pictures"])
         model = settings.options["checkpoint"] or checkpoint
         facts = {"server": settings.site.url, "checkpoint": model, "controlnet": control}
         self._job.deliver(pictures, seeds, facts)

@@ -3,8 +3,10 @@
 from dataclasses import dataclass
 from typing import Any, Callable, Iterable, Mapping, Optional
 
+from ...errors import HelperError
 from ...untrusted import as_list, as_object
 
+MOST_CLASSES = 1000  # of one graph, each of which is a question to the server
 LITERALS = ("INT", "FLOAT", "STRING", "BOOLEAN", "COMBO")
 
 
@@ -46,6 +48,8 @@ class Classes:
     def get(self, name: str) -> Optional[NodeClass]:
         """None when the server does not know the class."""
         if name not in self._known:
+            if len(self._known) == MOST_CLASSES:
+                raise HelperError(f"The workflow has more than {MOST_CLASSES} classes of nodes; divide it")
             described = self._ask(name).get(name)
             self._known[name] = _node_class(name, described) if isinstance(described, dict) else None
         return self._known[name]

@@ -7,6 +7,8 @@ from typing import Any, Iterable, Mapping, Optional
 from ...errors import HelperError
 from ...untrusted import as_object, as_text
 
+LARGEST_FILLING = 16 << 20  # characters that placeholders become
+
 
 @dataclass
 class Node:
@@ -43,6 +45,10 @@ class Graph:
             for node in self.nodes.values()
         }
 
+    def to_editor(self) -> Optional[Mapping[str, Any]]:
+        """The editor's graph, None when there is none."""
+        return self.editor
+
     def sources(self, node: Node) -> Iterable[tuple[str, Node]]:
         """The name of each linked input of `node` with the node that it comes from."""
         for name, value in node.inputs.items():
@@ -69,6 +75,7 @@ class Graph:
         """
         pattern = re.compile("{(" + "|".join(values) + ")}")
         filled: set[str] = set()
+        size = 0
 
         def value_of(match: "re.Match[str]") -> Any:
             name = match.group(1)
@@ -80,6 +87,10 @@ class Graph:
 
         for node in self.nodes.values():
             for name, text in [(name, text) for name, text in node.inputs.items() if isinstance(text, str)]:
+                size += sum(len(str(values[asked])) for asked in pattern.findall(text))
+                if size > LARGEST_FILLING:
+                    least = f"more than {LARGEST_FILLING >> 20} MB of text"
+                    raise HelperError(f"The placeholders in {where} become {least}; use fewer, or a shorter prompt")
                 whole = pattern.fullmatch(text)
                 # In one pass: what is put in may itself hold braces.
                 node.inputs[name] = value_of(whole) if whole else pattern.sub(lambda match: str(value_of(match)), text)

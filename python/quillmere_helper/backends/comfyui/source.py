@@ -6,7 +6,7 @@ from typing import Any, Mapping
 
 from ... import servers, web
 from ...errors import HelperError
-from ...untrusted import read_object
+from ...untrusted import as_list, read_object
 from ...parameters import Parameter, read_parameters
 from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph, is_graph
 from . import convert
@@ -18,6 +18,7 @@ SEEDS = ("workflow", "frame", "random")
 PARAMETERS = (Parameter("seed", "workflow", 'of the samplers; "workflow": those of the graph', words=SEEDS),)
 KEYS = ("backend", "url", "graph", "parameters")
 MOST_NAMED = 5
+MOST_NODES = 10_000
 
 
 @dataclass(frozen=True)
@@ -50,6 +51,8 @@ def read_source(workflow: Workflow) -> Source:
     given: Mapping[str, Any] = {} if is_graph(content) else content
     options = read_parameters(given, KEYS, PARAMETERS, workflow.name)
     graph = _graph_of(given, workflow) if given else content
+    if max(len(graph), len(as_list(graph.get("nodes")))) > MOST_NODES:
+        raise HelperError(f"{workflow.name} has more than {MOST_NODES} nodes; divide it")
     site = servers.site_for(KIND, given.get("url"), workflow.name)
     return Source(graph, {**given, "graph": graph} if given else graph, site, options, workflow.name)
 

@@ -38,11 +38,14 @@ class GraphValues:
 
 @dataclass
 class Wiring:
-    """What came of it: the `outputs` to take pictures from, the seed of the graph, and remarks for the user."""
+    """What came of it: the `outputs` to take pictures from, the seed of the graph, remarks for the user, and facts for
+    the record; `result` is the output that a title marks, if any."""
 
     outputs: list[str]
     seed: Optional[int]
     notes: list[str] = field(default_factory=list)
+    facts: dict[str, Any] = field(default_factory=dict)
+    result: Optional[str] = None
 
 
 def wire(graph: Graph, classes: Classes, wanted: GraphValues, where: str) -> Wiring:
@@ -61,6 +64,8 @@ class _Placement:
 
     def run(self) -> Wiring:
         wired = Wiring(shape.outputs(self._graph, self._classes, self._marked.get("result"), self._where), None)
+        marked = self._marked.get("result")
+        wired.result = marked.id if marked else None
         self._place_guide()
         self._place_style(wired)
         self._place_prompt()
