@@ -3,6 +3,7 @@
 import base64
 import hashlib
 import http.client
+import importlib.util
 import json
 import os
 import socket
@@ -174,6 +175,7 @@ class PaperServer:
         """The patches that put this server in the place of the world."""
         stack = mock.patch.multiple(web, Exchange=self), mock.patch.multiple(time, sleep=self.sleep, monotonic=self.clock)
         quiet = {"__init__": lambda *_: None, "receive": lambda *given: self.message(*given), "close": lambda _: None}
+        quiet["send"] = lambda *_: None
         waits = mock.patch.object(cancellation, "stop_if_orphaned")  # which a forked process is in its eyes
         return (*stack, waits, mock.patch.multiple(websocket.WebSocket, **quiet, create=True))
 
@@ -188,7 +190,7 @@ def _under(patches, work):
 def _prepare(folder, workflow):
     (folder / "w").write_bytes(workflow)
     (folder / "guide.png").write_bytes(png(64, 36))
-    os.environ.update(QUILLMERE_SERVER_PATIENCE="5", QUILLMERE_CREDENTIALS=str(folder / "logins"))
+    os.environ.update(QUILLMERE_SERVER_PATIENCE="5", QUILLMERE_PREVIEWS="1", QUILLMERE_CREDENTIALS=str(folder / "logins"))
     return workflows.read_workflow(str(folder / "w"), backends.MODULES)
 
 
@@ -236,13 +238,13 @@ def png_file(chance, folder):
 
 def _summed(content):
     """With the sums of its chunks right again, so that more than the first is read."""
-    result, place = content[:8], 8
+    result, place = bytearray(content[:8]), 8
     while place + 12 <= len(content):
         size = int.from_bytes(content[place : place + 4], "big")
         kind, data = content[place + 4 : place + 8], content[place + 8 : min(place + 8 + size, len(content) - 4)]
         result += png_files.chunk(kind, data)
         place += 12 + size
-    return result
+    return bytes(result)
 
 
 def picture_header(chance, folder):
@@ -299,7 +301,5 @@ TARGETS = [
     (each.__name__.replace("_", " "), each)
     for each in (workflow, answers, workflow, answers, request_file, logins, png_file, picture_header, http_answer, frames)
 ]
-try:
-    from PIL import Image  # noqa: F401
-except ImportError:
+if importlib.util.find_spec("PIL") is None:
     TARGETS = [one for one in TARGETS if one[1] is not picture_header]
