@@ -33,7 +33,9 @@ def record_of(
     told.update(helper_version=VERSION, effective_prompt=request.effective_prompt)
     told.update(frame=request.frame, width=request.width, height=request.height, seed=seed)
     told.update(guide=request.reference_image, style=request.locked_style_image)
-    told.update(workflow_path=request.workflow_path, workflow=workflow.content)
+    told.update(workflow_path=workflow.path, workflow=workflow.content)
+    if workflow.controls:
+        told.update(controls=workflow.controls)
     return {**told, **more, "backend": workflow.backend}
 
 

@@ -145,7 +145,8 @@ class Exchange:
 
     def _unreachable(self, error: BaseException) -> UnreachableServer:
         why = reason_of(error)
-        return UnreachableServer(f"{self._site.url} does not answer ({why}); start the server there or correct the URL")
+        url = self._site.url
+        return UnreachableServer(f"{url} does not answer ({why})", remedy="start the server there or correct the URL")
 
 
 def _whole(response: http.client.HTTPResponse) -> bytes:

@@ -24,7 +24,8 @@ PLUGIN = pathlib.Path(os.environ["QUILLMERE_PLUGIN"])
 SHELL_AS_PYTHON = '#!/bin/sh\n[ "$1" = -c ] && echo "$0 3.11" && exit\nexec /bin/sh "$@"\n'
 READ_REQUEST = """request=$1 response=$2
 field() { sed -n "s/^  \\"$1\\": \\"\\(.*\\)\\",*$/\\1/p" "$request"; }
-say() { printf '{"message": "%s"}' "$1" > "$(field status_path).new" && mv "$(field status_path).new" "$(field status_path)"; }
+tell() { printf '{%s}' "$1" > "$(field status_path).new" && mv "$(field status_path).new" "$(field status_path)"; }
+say() { tell "\\"message\\": \\"$1\\""; }
 answer() {
   mkdir -p "$(field output_dir)"
   cp "$(field reference_image)" "$(field output_dir)/picture.png"

@@ -62,7 +62,7 @@ CASES = [
     (["workflows", "--plugin", "plugin", "--json"], 0, '"number":2,"id":"flux","name":"FLUX.2 Dev".*"exists":true,"preferred":true', "^$"),
     (["workflows", "list", "--plugin", "plugin", "--json"], 0, '^\\[{"number":1,"id":"ink"', "^$"),
     (["workflows", "add", "--help"], 0, r"add \[OPTIONS\] FILE\n.*Example.*\n  FILE  .*--no-check", "^$"),
-    (["workflows", "paint"], 2, "", "command .paint.: there is none.*\n  the commands: list, add, rename, remove, move"),
+    (["workflows", "paint"], 2, "", "command .paint.: there is none.*\n  the commands: list, check, controls, add, rename, remove, move"),
     (["workflows", "rename", "ink"], 2, "", "workflows rename: NAME is required\n  see quillmere workflows rename --help"),
     (["workflows", "add", "scene.glb", "--name=", "--plugin", "plugin"], 2, "", "name ''"),
     (["doctor", "--plugin", "home"], 1, "broken  render helper.*\n.*broken  module", "^$"),

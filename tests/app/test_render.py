@@ -34,6 +34,20 @@ class Render(Stage):
         self.assertEqual((frame["frame"], frame["result"], frame["output"]), (7, 0, "a_0007.png"))
         self.assertGreater(frame["seconds"], 0.3)
 
+    def test_json_tells_how_far_the_helper_is(self) -> None:
+        folder = self.folder / "write/quillmere/c4d/runtime"
+        told = {"phase": "render", "message": "Sampling (40 %)", "progress": 0.4, "step": 8, "steps": 20, "seconds_left": 30.5, "ahead": 0}
+        told["preview"] = str(folder / "preview_3.jpg")
+        (self.folder / "told.json").write_text(json.dumps(told))
+        self.helper(f"""[ "$QUILLMERE_PREVIEWS" = 1 ] || exit 1
+echo > {folder}/preview_3.jpg; ln -s /etc/passwd {folder}/preview_3.png; echo > {folder}/preview_4.jpg
+cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new $(field status_path); sleep 0.4; exit 1""")
+        progress = [event for event in self.events("--frames", "3") if event["event"] == "progress"]
+        self.assertEqual(progress[-1], {"event": "progress", "frame": 3, **told})
+        self.assertEqual([file.name for file in folder.glob("preview*")], ["preview_4.jpg"], "what a frame's helper has left goes")
+        self.helper('[ -z "$QUILLMERE_PREVIEWS" ] && answer')
+        self.assertEqual(self.render("--quiet").returncode, 0)
+
     def test_the_frame_event_holds_every_parameter_in_its_type(self) -> None:
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
         more = ["--camera", "Chart", "--no-history", "--no-preview", "--guide", "final", "--set", "2004=later", "--set", "QUILLMERE_HISTORY_LIMIT=5"]

@@ -13,6 +13,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "python"))
 
 import scratch_render  # noqa: E402
 from comfy_classes import graph  # noqa: E402
+from a1111_server import A1111Server  # noqa: E402
 from comfy_server import ComfyServer  # noqa: E402
 from quillmere_helper.png import chunk  # noqa: E402
 
@@ -159,6 +160,28 @@ class Like(RealHelper):
                     del first[node]["inputs"], second[node]["inputs"]
                 self.assertEqual(first, second)
 
+    def test_the_workflows_controls_are_kept_and_repeated(self) -> None:
+        made = self.first("--control", "line=2.5", "--control", "seed=frame")
+        self.assertEqual((made["controls"], made["workflow_path"]), ({"line": 2.5, "seed": "frame"}, str(self.folder / "ink.json")))
+        self.assertEqual(made["workflow"], {"backend": "embedded", "parameters": {"seed": "frame", "line": 2.5}})
+        self.assertRegex(self.run_command("show", "a.png").stdout, "\ncontrols +line=2.5, seed=frame\n")
+        os.rename(self.folder / "a.png", self.folder / "b.png")
+        for arguments, controls, same in (
+            ([], made["controls"], True),
+            (["--control", "line=0"], {**made["controls"], "line": 0}, False),
+            (["--workflow", "b.png"], None, True),  # holds them
+            (["--workflow", "ink.json"], None, False),
+        ):
+            with self.subTest(arguments):
+                done = self.repeated("--like", "b.png", *arguments)
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                again = json.loads(self.run_command("show", "a.png", "--json").stdout)
+                self.assertEqual(again.get("controls"), controls)
+                self.assertEqual(self.bytes_of(self.generated()[0])[0][-500:] == self.bytes_of(self.generated()[-1])[0][-500:], same)
+        self.write("ink.json", b'{"backend": "embedded", "parameters": {"wash": 2}}')
+        self.assertIn("has changed", self.repeated("--like", "b.png").stderr)
+        self.assertRegex(self.repeated("--like", "b.png", "--control", "lime=1").stderr, '"lime" in the workflow "ink.json"; did you mean "line"')
+
     def test_what_is_given_goes_before_what_the_picture_tells(self) -> None:
         made = self.first("--prompt", "fog", "--system-prompt", "Draw.")
         self.write("other.json", b'{"backend": "embedded"}')
@@ -216,7 +239,13 @@ class Like(RealHelper):
         sound = {**RECORD, "scene": str(self.folder / "scene.glb"), "workflow_path": str(self.folder / "ink.json")}
         self.write("like.png", png(text(json.dumps(sound).encode())))
         self.assertEqual(self.repeated("--like", "like.png").returncode, 0)
+        self.write("like.png", png(text(json.dumps({**sound, "seed": None}).encode())))
+        self.assertRegex(self.run_command("show", "like.png").stdout, "seed +none\n")
+        made = [self.rendered("--like", "like.png")["seed"] for _ in range(2)]
+        self.assertEqual(len({5, *made}), 3)  # the workflow's own choice, which is random
         (self.folder / "a.png").unlink()
+        self.write("like.png", png(text(json.dumps({key: sound[key] for key in sound if key != "seed"}).encode())))
+        self.assertRegex(self.repeated("--like", "like.png").stderr, "does not tell its seed")
         for changes, why in (
             ({"scene": None}, "does not tell its scene\n.*render SCENE --like"),
             ({"scene": "/dev/zero"}, "'/dev/zero', is gone"),
@@ -228,7 +257,8 @@ class Like(RealHelper):
             ({"frame": 1 << 63}, '"frame" .* no whole number'),
             ({"width": 0}, '"width" .* no whole number from 1'),
             ({"height": 1.5}, '"height" .* no whole number'),
-            ({"seed": None}, "does not tell its seed"),
+            ({"controls": ["a"]}, '"controls" .* is no object'),
+            ({"controls": {"a": {}}}, "no text, number or switch for 'a'"),
             ({"seed": -1}, '"seed" .* no whole number'),
             ({"seed": 1 << 64}, '"seed" .* no whole number'),
         ):
@@ -240,10 +270,21 @@ class Like(RealHelper):
                 self.assertFalse((self.folder / "a.png").exists())
 
 
+class Check(RealHelper):
+    def test_a_name_that_is_no_utf8_keeps_no_workflow_from_being_checked(self) -> None:
+        os.link(self.folder / "ink.json", os.fsencode(self.folder) + b"/caf\xe9.json")
+        for environment in ({}, {"LC_ALL": "C", "PYTHONUTF8": "0", "PYTHONCOERCECLOCALE": "0"}):
+            self.env.update(environment)
+            done = self.run_command("workflows", "check", "caf\udce9.json", "--plugin", str(PLUGIN), "--json")
+            told = json.loads(done.stdout)
+            self.assertEqual((done.returncode, told["workflow"], told["backend"]), (0, "caf?.json", "embedded"), done.stderr)
+
+
 class Doctor(RealHelper):
     def test_servers_and_the_workflows_that_they_can_run(self) -> None:
-        server = ComfyServer()
+        server, other = ComfyServer(), A1111Server()
         self.addCleanup(server.stop)
+        self.addCleanup(other.stop)
         self.catalog(("good", "Good"), ("model", "No Model"), ("node", "No Node"), ("guide", "Wrong Guide"))
         for name, node, changes in (
             ("good", "1", {}),
@@ -259,7 +300,8 @@ class Doctor(RealHelper):
         names = ["server ComfyUI", "server A1111-compatible", *workflows]
         for url, states in (
             (server.url, ["ok", "note", "ok", "broken", "broken", "broken"]),
-            ("http://127.0.0.1:1", ["note", "note"] + ["broken"] * 4),
+            (other.url, ["broken", "note"] + ["note"] * 4),  # one server is the wrong one, not four workflows
+            ("http://127.0.0.1:1", ["broken", "note"] + ["note"] * 4),
         ):
             self.env["QUILLMERE_COMFYUI_URL"] = url
             done = self.run_command("doctor", "--plugin", str(PLUGIN), "--write-dir", "write", "--json")
@@ -267,7 +309,9 @@ class Doctor(RealHelper):
             self.assertEqual([found[name]["state"] for name in names], states, found)
             self.assertEqual(done.returncode, 1)
             for name, state in zip(names, states):
-                self.assertEqual(found[name]["remedy"] != "", state != "ok", found[name])
+                needs = url != server.url and name in workflows
+                self.assertEqual(found[name]["detail"] == "needs the server ComfyUI", needs)
+                self.assertTrue(state == "ok" or needs or found[name]["remedy"] or "; " in found[name]["detail"], found[name])
             if url == server.url:
                 for name, told in zip(names, ("0.3.64", "does not answer", url, "lost.safetensors", "LostNode", "loads no picture")):
                     self.assertIn(told, found[name]["detail"])

@@ -71,6 +71,13 @@ class Terminal(Stage):
         self.assertEqual([row[0] for row in results], ["frame", "guide", "picture", "output"] * 2)
         self.assertNotIn(b"\x1b[?25l", written)
 
+    def test_what_is_left_is_told_and_counted_down(self) -> None:
+        self.helper("tell '\"message\": \"Inking\", \"progress\": 0.5, \"seconds_left\": 31'; sleep 1.6; answer")
+        _, written = self.on_terminal()
+        left = re.findall(rb"\[##########\.{10}\] frame 0  Inking  \d s, about (\d+) s left", written)
+        self.assertIn(b"31", left)
+        self.assertIn(b"30", left)
+
     def test_a_long_and_hostile_message_stays_on_its_line(self) -> None:
         message = "a\\033[2J\\033]0;b\\007" + "x" * 300
         self.helper(f"printf '{{\"message\": \"{message}\"}}' > $(field status_path); sleep 0.4; answer")

@@ -40,7 +40,9 @@ GARBAGE = (
     ("a workflow that is a folder", {"workflow_path": "/"}, "not a file"),
 )
 
+INK = str(HELPER.parent / "workflows" / "ink_wash.json")
 KEPT = json.dumps({"workflow": {"backend": "paintbox"}})
+FOREIGN_NAME = json.dumps({"workflow": {"workflow": INK, "controls": {}}})
 WORKFLOWS = (
     # content of the workflow file, what the error has to name
     (png(2, 2), "holds no workflow"),
@@ -52,6 +54,13 @@ WORKFLOWS = (
     ({"backend": "embedded", "parameters": {"layers": 99}}, "a whole number of 2 to 9"),
     ({"backend": "embedded", "parameters": {"seed": 1 << 64}}, '"frame", "random"'),
     ({"backend": "embedded", "parameters": {"wash": "much"}}, "a number of 0 to 2"),
+    # wrappers that set controls
+    ({"workflow": INK, "controls": {"lines": 1}}, 'in the workflow "ink_wash.json"; did you mean "line"?'),
+    ({"workflow": INK, "controls": [1]}, "by its full path"),
+    ({"workflow": "ink_wash.json", "controls": {}}, "by its full path"),
+    ({"workflow": "/nowhere/w.json", "controls": {}}, '"/nowhere/w.json": No such file'),
+    ({"workflow": INK, "controls": {}, "backend": ""}, 'names the back end ""'),
+    (with_text(png(2, 2), "quillmere", FOREIGN_NAME), "holds no workflow"),
 )
 
 
@@ -77,6 +86,11 @@ class RenderProcess(RenderCase):
                 self.members["workflow_path"] = self.write("workflow.json", content)
                 self.assert_fails_naming(named)
                 self.assertFalse(self.outputs.exists() and any(self.outputs.iterdir()))
+
+    def test_a_wrapper_names_no_other_wrapper(self):
+        inner = self.write("inner.json", {"workflow": INK, "controls": {}})
+        self.members["workflow_path"] = self.write("outer.json", {"workflow": inner, "controls": {}})
+        self.assert_fails_naming('inner.json" only names another one')
 
     def test_wrong_use_is_told_apart_from_failure(self):
         for arguments in ([], ["one"], ["--check"], ["a", "b", "c"], ["a", "b", "--check", "c"]):

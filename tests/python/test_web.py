@@ -10,7 +10,7 @@ import unittest
 from unittest import mock
 
 from loopback_server import ScriptedServer
-from scratch_render import ROOT  # noqa: F401
+from scratch_render import ROOT
 
 from quillmere_helper import transport, web
 from quillmere_helper.errors import HelperError
@@ -75,7 +75,7 @@ class Exchanges(unittest.TestCase):
         key, certificate = f"{folder.name}/key.pem", f"{folder.name}/certificate.pem"
         command = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", certificate]
         names = ["-subj", "/CN=localhost", "-addext", "subjectAltName=IP:127.0.0.1"]
-        subprocess.run([*command, *names], check=True, capture_output=True)
+        subprocess.run([*command, *names], check=True, capture_output=True, cwd=ROOT)
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(certificate, key)
         server = ScriptedServer(b"", OK + b"Content-Length: 2\r\n\r\nhi", 1.0, 1, context)

@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include "files/exchange_files.h"
+#include "files/helper_progress.h"
 #include "image/file_formats.h"
 #include "process/process_tree.h"
 #include "record/picture_record.h"
@@ -105,8 +106,10 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     report.frameBegins(frame, index, plan.frames.count());
     document.setFrame(frame);
     const Clock::time_point begun = Clock::now();
-    const Outcome outcome = renderOne(document, node, plan, frame, stop);
+    HelperProgress progress(plan.writeDirectory, frame, report);
+    const Outcome outcome = renderOne(document, node, plan, frame, progress.watchingDuring(stop));
     settleProcesses(outcome);
+    removePreviews(plan.writeDirectory, frame);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
     if (outcome.trouble.empty()) continue;
     status = ExitStatus::Failed;

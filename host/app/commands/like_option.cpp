@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <filesystem>
 
+#include "effect/controls.h"
 #include "record/picture_record.h"
 #include "record/repetition.h"
 #include "report/output.h"
@@ -48,6 +49,7 @@ void takeScene(const Repetition& made, const std::string& picture, const CLI::Ap
   options.frames = {frame, frame, 1};
 }
 
+// Its controls too, which another workflow may not have.
 void takeWorkflow(const Repetition& made, const Json& record, const std::string& picture, EffectOptions& effect) {
   const std::string itself =
       "give the workflow with --workflow; a PNG that a render has written holds its own: "
@@ -58,6 +60,7 @@ void takeWorkflow(const Repetition& made, const Json& record, const std::string&
     printError("warning: the workflow '" + effect.workflow + "' has changed since '" + picture + "' was made\n  " +
                itself);
   }
+  effect.controls = mergedControls(made.controls, effect.controls);
 }
 
 void takeStyle(const Repetition& made, const std::string& picture, std::optional<std::string>& style) {
@@ -72,13 +75,13 @@ void addLike(CLI::App& command, std::string& picture) {
   command.get_option("SCENE")->required(false);
   command
       .add_option("--like", picture,
-                  "Repeat what made a picture: scene, camera, frame, size, prompts, workflow,\n"
-                  "style image and seed; what else is given goes before it")
+                  "Repeat what made a picture: scene, camera, frame, size, prompts, workflow and\n"
+                  "its controls, style image and seed; what else is given goes before it")
       ->type_name("PICTURE")
       ->excludes("--settings");
 }
 
-std::uint64_t renderLike(const std::string& picture, const CLI::App& command, LikeTarget options) {
+std::optional<std::uint64_t> renderLike(const std::string& picture, const CLI::App& command, LikeTarget options) {
   const Json record = recordOf(picture);
   const Repetition made = repetitionOf(record, picture);
   takeScene(made, picture, command, options);
@@ -87,7 +90,7 @@ std::uint64_t renderLike(const std::string& picture, const CLI::App& command, Li
   auto& assignments = options.effect.assignments;
   // Of two assignments of one parameter the later one counts.
   assignments.insert(assignments.begin(), made.assignments.begin(), made.assignments.end());
-  return needed(made.seed, picture, "seed", "render without --like");
+  return needed(made.seed, picture, "seed", "render without --like").value;
 }
 
 }  // namespace quillmere::app

@@ -6,10 +6,12 @@
 #include <optional>
 
 #include "commands.h"
+#include "effect/controls.h"
 #include "effect/effect_session.h"
 #include "effect/settings.h"
 #include "effect/workflow_catalog.h"
 #include "files/exchange_files.h"
+#include "files/helper_progress.h"
 #include "frame_loop.h"
 #include "like_option.h"
 #include "options.h"
@@ -51,17 +53,18 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
   return {options.frames, output, writeDirectory};
 }
 
-void configure(EffectSession& session, const Options& options) {
+void configure(EffectSession& session, const Options& options, const fs::path& writeDirectory) {
   host::Document& document = session.document();
   document.setFps(options.scene.fps);
   document.setSize(options.scene.size.width, options.scene.size.height);
-  const WorkflowGiven given = setUpNode(session.node(), document, options.effect, options.scene.camera);
-  if (given == WorkflowGiven::No && preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample &&
-      !options.quiet) {
+  const NodeSetUp made = setUpNode(session.node(), document, options.effect, options.scene.camera);
+  if (made.workflow == WorkflowGiven::No &&
+      preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample && !options.quiet) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
-  if (!options.saveSettings.empty()) saveSettings(session.node(), options.saveSettings);
+  if (!options.saveSettings.empty()) saveSettings(session.node(), made.controls, options.saveSettings);
+  setControls(session.node(), made.controls, runtimeFolder(writeDirectory));
 }
 
 ExitStatus run(const Options& options) {
@@ -75,9 +78,10 @@ ExitStatus run(const Options& options) {
   const RuntimeLock lock(writeDirectory);
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
   if (!options.quiet) printWarnings(session.document().warnings());
-  configure(session, options);
+  configure(session, options, writeDirectory);
   tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
+  if (report->wantsPreviews()) askForPreviews();
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
   const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
@@ -88,7 +92,8 @@ ExitStatus run(const Options& options) {
 // What --like leaves to be filled in.
 void complete(Options& options, const CLI::App& command) {
   if (!options.like.empty()) {
-    tellSeed(renderLike(options.like, command, {options.scene, options.frames, options.effect, options.style}));
+    const LikeTarget target{options.scene, options.frames, options.effect, options.style};
+    if (const auto seed = renderLike(options.like, command, target)) tellSeed(*seed);
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
   }
@@ -110,6 +115,19 @@ void addStyle(CLI::App& command, std::optional<std::string>& style) {
       ->type_name("PICTURE");
 }
 
+void addControls(CLI::App& command, Json& controls) {
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--control",
+          [&controls](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) readControl(text, controls);
+          },
+          "Set one of the workflow's controls, which 'quillmere workflows controls' lists;\n"
+          "may be given several times")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+}
+
 void addOutputOptions(CLI::App& command, Options& options) {
   command
       .add_option("--output", options.output,
@@ -125,7 +143,7 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->default_str("0");
   command
       .add_option("--save-settings", options.saveSettings,
-                  "Write the effect's settings to a file, before the first frame is rendered")
+                  "Write the effect's settings, and the controls, to a file, before the first frame is rendered")
       ->type_name("FILE");
   auto* json =
       command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");
@@ -148,6 +166,7 @@ Action addRender(CLI::App& command) {
   addOutputOptions(command, *options);
   headFormerOptions(command, "Output");
   addEffectOptions(command, options->effect);
+  addControls(command, options->effect.controls);
   addStyle(command, options->style);
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
@@ -158,6 +177,7 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
       "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
       "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Quayside --guide final --json\n"
+      "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6 --control Model=soft\n"
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
       "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
       "/tmp/second-render\n"

@@ -9,11 +9,11 @@
 // Settings of the node: those of a command line, and those that last. These are what the node stores, as an
 // application's document keeps it, in a JSON file.
 //
-//   {"format": "quillmere settings", "version": 1, "parameters": {"QUILLMERE_PROMPT": "fog", …}}
+//   {"format": "quillmere settings", "version": 1, "parameters": {"QUILLMERE_PROMPT": "fog", …}, "controls": {…}}
 //
 // Parameters stand by their names: Bools as true or false, numbers, texts and files as texts, the camera by its name or
 // null. The workflow is what QUILLMERE_WORKFLOW_ID names; its number in the catalog is of no meaning without that.
-// A parameter that is left out keeps its value.
+// A parameter that is left out keeps its value. The workflow's controls stand there where any were set.
 namespace quillmere::app {
 
 // What the effect is told.
@@ -21,19 +21,25 @@ struct EffectOptions {
   std::string workflow;                 // empty: the preferred one
   std::string settings;                 // file to begin with; empty: a new node's
   std::vector<Assignment> assignments;  // in the order in which they were written
+  Json controls = Json::object();       // of the workflow, see controls.h
 };
 
 // Whether anything said which workflow to use.
 enum class WorkflowGiven { No, Yes };
 
+struct NodeSetUp {
+  WorkflowGiven workflow = WorkflowGiven::No;
+  Json controls = Json::object();  // those of the settings file, where its workflow is kept, and over them the options'
+};
+
 // Gives the node what the command line says: first the settings file, without what the options say themselves, then
 // the workflow, then the assignments in the order of the panel, so that an unlocked field can be written in the same
 // command; `camera` (may be empty) goes before an assignment of the camera. Throws Failure, also for a file that is
 // damaged, foreign, of another version, or larger than 8 MiB.
-WorkflowGiven setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
-                        const std::string& camera);
+NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
+                    const std::string& camera);
 
 // Replaces `file` at once or not at all. Throws Error.
-void saveSettings(const NodeParameters& node, const std::filesystem::path& file);
+void saveSettings(const NodeParameters& node, const Json& controls, const std::filesystem::path& file);
 
 }  // namespace quillmere::app

@@ -13,8 +13,9 @@ struct Kind {
 };
 
 constexpr Kind kGuide{"guide", "reference_", ".png"};
+constexpr Kind kStatus{"status file", "status_", ".json"};
 constexpr std::array kOfFrame{kGuide, Kind{"request file", "request_", ".json"},
-                              Kind{"response file", "response_", ".json"}, Kind{"status file", "status_", ".json"}};
+                              Kind{"response file", "response_", ".json"}, kStatus};
 
 fs::path fileOf(const Kind& kind, const fs::path& writeDirectory, std::int32_t frame) {
   return runtimeFolder(writeDirectory) / (kind.stem + std::to_string(frame) + kind.extension);
@@ -51,6 +52,10 @@ fs::path runtimeFolder(const fs::path& writeDirectory) {
 
 fs::path guideFile(const fs::path& writeDirectory, std::int32_t frame) {
   return fileOf(kGuide, writeDirectory, frame);
+}
+
+fs::path statusFile(const fs::path& writeDirectory, std::int32_t frame) {
+  return fileOf(kStatus, writeDirectory, frame);
 }
 
 std::optional<Obstacle> obstacleForFrame(const fs::path& writeDirectory, std::int32_t frame) {

@@ -18,6 +18,9 @@ std::filesystem::path runtimeFolder(const std::filesystem::path& writeDirectory)
 // The guide that the effect leaves for its helper.
 std::filesystem::path guideFile(const std::filesystem::path& writeDirectory, std::int32_t frame);
 
+// What the helper tells while it works on the frame.
+std::filesystem::path statusFile(const std::filesystem::path& writeDirectory, std::int32_t frame);
+
 // What keeps a frame from being rendered, since the effect would open it and might wait for it without end: something
 // else than a file in the place of one of the frame's own files. None when all is well.
 std::optional<Obstacle> obstacleForFrame(const std::filesystem::path& writeDirectory, std::int32_t frame);

@@ -17,14 +17,19 @@ struct Repetition {
   std::optional<std::string> scene, camera, workflow, style;  // a path, a name, a path, a path or empty
   std::optional<std::int32_t> frame, fps;
   std::optional<PictureSize> size;
-  std::optional<std::uint64_t> seed;
+  struct Seed {
+    std::optional<std::uint64_t> value;  // none: it was made without a seed
+  };
+  std::optional<Seed> seed;
   std::vector<Assignment> assignments;  // of the prompts and the guide mode
+  Json controls = Json::object();       // of the workflow
 };
 
 // `picture` is for messages. Throws Failure for a value that no render can have had.
 Repetition repetitionOf(const Json& record, const std::filesystem::path& picture);
 
-// Whether the workflow file `now` holds something else than the record's, as far as that can be told.
+// Whether the workflow file `now` holds something else than the record's, apart from the controls that the render has
+// set, as far as that can be told.
 bool workflowChanged(const Json& record, const std::filesystem::path& now);
 
 }  // namespace quillmere::app

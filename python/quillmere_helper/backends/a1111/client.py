@@ -21,9 +21,10 @@ class A1111:
         answer = self.checked(self.site.get("/sdapi/v1/options", None, web.ALIVE))
         options, url = answer.json(), self.site.url
         if answer.status == 404:
-            raise HelperError(f"{url} offers no API; start that server with --api, or correct the URL")
+            raise HelperError(f"{url} offers no API", remedy="start that server with --api, or correct the URL")
         if answer.status != 200 or not isinstance(options, dict):
-            raise HelperError(f"{url} is no A1111-compatible server (status {answer.status}); correct the URL")
+            text = f"{url} is no A1111-compatible server (status {answer.status})"
+            raise HelperError(text, remedy="correct the URL")
         return str(options.get("sd_model_checkpoint") or "")
 
     def names(self, path: str, key: str) -> Optional[list[str]]:

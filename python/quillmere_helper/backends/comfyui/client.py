@@ -66,7 +66,8 @@ class Comfy:
         answer = self._checked(self.site.get("/system_stats", None, web.ALIVE))
         system = answer.object().get("system")
         if answer.status != 200 or not isinstance(system, dict):
-            raise HelperError(f"{self.site.url} is no ComfyUI server (status {answer.status}); correct the URL")
+            text = f"{self.site.url} is no ComfyUI server (status {answer.status})"
+            raise HelperError(text, remedy="correct the URL")
         return str(system.get("comfyui_version") or "")
 
     def class_info(self, name: str) -> Mapping[str, Any]:
