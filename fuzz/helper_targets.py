@@ -13,7 +13,7 @@ import zlib
 from unittest import mock
 
 from comfy_classes import class_info, graph
-from helper_mutation import changed
+from helper_mutation import changed, changed_json
 from scratch_render import png
 
 from quillmere_helper import backends, cancellation, exchange, outputs, pictures, request, servers, web, workflows
@@ -196,8 +196,15 @@ def _prepare(folder, workflow):
 
 def workflow(chance, folder):
     content = changed(chance, chance.choice(workflow_files()))
-    found = _prepare(folder, _summed(content) if content.startswith(png_files.SIGNATURE) else content)
-    _under(PaperServer(chance, folder).instead(), lambda: backends.load(found.backend).check(found))
+    content = _summed(content) if content.startswith(png_files.SIGNATURE) else content
+    if chance.random() < 0.3:
+        (folder / "inner").write_bytes(content)
+        controls = {"seed": 4, "steps": 8, "Paint.steps": 8, "line": 0.5}
+        content = json.dumps({"workflow": str(folder / "inner"), "controls": changed_json(chance, controls)}).encode()
+    found = _prepare(folder, content)
+    backend = backends.load(found.backend)
+    look = getattr(backend, chance.choice(("check", "controls")), backend.check)
+    _under(PaperServer(chance, folder).instead(), lambda: look(found))
 
 
 def answers(chance, folder):
