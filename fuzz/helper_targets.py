@@ -3,6 +3,7 @@
 import base64
 import hashlib
 import http.client
+import importlib.util
 import json
 import os
 import socket
@@ -12,7 +13,7 @@ import zlib
 from unittest import mock
 
 from comfy_classes import class_info, graph
-from helper_mutation import changed
+from helper_mutation import changed, changed_json
 from scratch_render import png
 
 from quillmere_helper import backends, cancellation, exchange, outputs, pictures, request, servers, web, workflows
@@ -174,6 +175,7 @@ class PaperServer:
         """The patches that put this server in the place of the world."""
         stack = mock.patch.multiple(web, Exchange=self), mock.patch.multiple(time, sleep=self.sleep, monotonic=self.clock)
         quiet = {"__init__": lambda *_: None, "receive": lambda *given: self.message(*given), "close": lambda _: None}
+        quiet["send"] = lambda *_: None
         waits = mock.patch.object(cancellation, "stop_if_orphaned")  # which a forked process is in its eyes
         return (*stack, waits, mock.patch.multiple(websocket.WebSocket, **quiet, create=True))
 
@@ -188,14 +190,21 @@ def _under(patches, work):
 def _prepare(folder, workflow):
     (folder / "w").write_bytes(workflow)
     (folder / "guide.png").write_bytes(png(64, 36))
-    os.environ.update(QUILLMERE_SERVER_PATIENCE="5", QUILLMERE_CREDENTIALS=str(folder / "logins"))
+    os.environ.update(QUILLMERE_SERVER_PATIENCE="5", QUILLMERE_PREVIEWS="1", QUILLMERE_CREDENTIALS=str(folder / "logins"))
     return workflows.read_workflow(str(folder / "w"), backends.MODULES)
 
 
 def workflow(chance, folder):
     content = changed(chance, chance.choice(workflow_files()))
-    found = _prepare(folder, _summed(content) if content.startswith(png_files.SIGNATURE) else content)
-    _under(PaperServer(chance, folder).instead(), lambda: backends.load(found.backend).check(found))
+    content = _summed(content) if content.startswith(png_files.SIGNATURE) else content
+    if chance.random() < 0.3:
+        (folder / "inner").write_bytes(content)
+        controls = {"seed": 4, "steps": 8, "Paint.steps": 8, "line": 0.5}
+        content = json.dumps({"workflow": str(folder / "inner"), "controls": changed_json(chance, controls)}).encode()
+    found = _prepare(folder, content)
+    backend = backends.load(found.backend)
+    look = getattr(backend, chance.choice(("check", "controls")), backend.check)
+    _under(PaperServer(chance, folder).instead(), lambda: look(found))
 
 
 def answers(chance, folder):
@@ -236,13 +245,13 @@ def png_file(chance, folder):
 
 def _summed(content):
     """With the sums of its chunks right again, so that more than the first is read."""
-    result, place = content[:8], 8
+    result, place = bytearray(content[:8]), 8
     while place + 12 <= len(content):
         size = int.from_bytes(content[place : place + 4], "big")
         kind, data = content[place + 4 : place + 8], content[place + 8 : min(place + 8 + size, len(content) - 4)]
         result += png_files.chunk(kind, data)
         place += 12 + size
-    return result
+    return bytes(result)
 
 
 def picture_header(chance, folder):
@@ -299,7 +308,5 @@ TARGETS = [
     (each.__name__.replace("_", " "), each)
     for each in (workflow, answers, workflow, answers, request_file, logins, png_file, picture_header, http_answer, frames)
 ]
-try:
-    from PIL import Image  # noqa: F401
-except ImportError:
+if importlib.util.find_spec("PIL") is None:
     TARGETS = [one for one in TARGETS if one[1] is not picture_header]

@@ -16,8 +16,8 @@ namespace {
 // Real progressive files have about ten; a hostile one makes every scan of a huge picture cost a second.
 constexpr int kMaxScans = 100;
 constexpr std::uint64_t kMaxScannedPixels = std::uint64_t{4} << 30U;  // of all scans: some seconds of work
-// A block of 8 x 8 takes a bit at least; the arithmetic codes, which take less, are used by nobody.
-constexpr std::uint64_t kMaxPixelsOfByte = 8 * 64;
+// A block of 64 takes a bit at least; the arithmetic codes, which take less, are used by nobody.
+constexpr std::uint64_t kMaxPixelsOfByte = 512;
 constexpr int kCmykChannels = 4;
 
 // Warnings after which the library would go on with made-up pixels.

@@ -1,5 +1,6 @@
 """The bytes of one exchange with a server: no more of them, and for no longer, than was agreed."""
 
+import contextlib
 import io
 import select
 import socket
@@ -11,6 +12,7 @@ from typing import Any, Union
 SPAN = 30.0  # seconds
 MOVED = 256 << 10  # bytes that have to pass in each span, so that long transfers may take their time but move
 PIECE = 64 << 10  # bytes to take at once
+ALIVE = (("KEEPIDLE", 60), ("KEEPALIVE", 60), ("KEEPINTVL", 20), ("KEEPCNT", 3))  # seconds, seconds, seconds, times
 
 
 @dataclass(frozen=True)
@@ -38,6 +40,7 @@ class Transport:
         self._ahead = b""  # taken from the socket already
         self._taken = self._passed = 0  # bytes: in all, in this span
         self._end = self._span_end = float("inf")
+        _ask_whether_alive(connected)
 
     def sendall(self, data: Any) -> None:
         view = memoryview(data).cast("B")
@@ -116,3 +119,12 @@ class _Reader(io.RawIOBase):
 
     def readinto(self, buffer: Union[bytearray, memoryview]) -> int:  # type: ignore[override]
         return self._transport.read_into(buffer)
+
+
+def _ask_whether_alive(connected: Any) -> None:
+    """So that a machine that has gone without a word is noticed also by who waits for a long job."""
+    with contextlib.suppress(OSError):  # of a system that leaves the times as they are
+        connected.setsockopt(socket.SOL_SOCKET, socket.SO_KEEPALIVE, 1)
+        for name, value in ALIVE:
+            if hasattr(socket, f"TCP_{name}"):
+                connected.setsockopt(socket.IPPROTO_TCP, getattr(socket, f"TCP_{name}"), value)

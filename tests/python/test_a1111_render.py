@@ -10,7 +10,8 @@ from unittest import mock
 from a1111_server import A1111Server, in_base64
 from scratch_render import RenderCase
 
-from quillmere_helper import png
+from quillmere_helper import png, web
+from quillmere_helper.backends.a1111 import rendering
 from quillmere_helper.backends.a1111.payload import received
 
 MEMORY = {"error": "OutOfMemoryError", "detail": "", "errors": "CUDA out of memory"}
@@ -89,6 +90,15 @@ class A1111(RenderCase):
                 self.assertEqual(status, 1)
                 self.assertIn(named, response["error"])
                 self.assertNotIn("unexpectedly", response["error"])
+
+    def test_an_answer_that_an_idle_server_owes_is_lost(self):
+        render, call = rendering.Rendering.__new__(rendering.Rendering), mock.Mock(wait=lambda seconds: None)
+        render._task, render._server, render._interrupted = "t", mock.Mock(), False
+        for progress, ends in (({"current_task": None}, True), ({"current_task": "t"}, False), ({}, False)):
+            render._server.progress.side_effect = [progress] * 3
+            with self.subTest(progress), mock.patch.object(rendering, "IDLE", 0):
+                with self.assertRaises(web.UnreachableServer if ends else StopIteration):
+                    render._followed(call)
 
     def test_of_more_pictures_than_were_asked_for_the_rest_is_left(self):
         content = {"images": [in_base64(1, 2, 3)] * 50, "info": json.dumps({"all_seeds": list(range(50))})}
