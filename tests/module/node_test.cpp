@@ -2,9 +2,14 @@
 
 #include <map>
 
+#include "api/application.h"
 #include "api/parameters.h"
+#include "core/registry.h"
+#include "core/substitutes.h"
+#include "panel.h"
 #include "prompt.h"
 #include "quillmere_videopost.h"
+#include "refusal.h"
 #include "room.h"
 
 namespace quillmere {
@@ -113,6 +118,92 @@ TEST_F(Node, ComposesThePromptFromTheStoredTexts) {
     settings().SetString(QUILLMERE_PROMPT, String(prompt));
     EXPECT_EQ(ToUtf8(ComposePrompt(settings())), composed);
   }
+}
+
+struct Panel : EffectRoom {
+  // The IDs of the parameters that were added before the host refused one; none when there is no description at all.
+  std::vector<int> shownIds() {
+    std::vector<int> ids;
+    BaseContainer unused;
+    for (int id = 2000; id <= 2016; ++id) {
+      if (description->GetParameter(DescID::Create(DescLevel(id)), unused, nullptr)) ids.push_back(id);
+    }
+    return ids;
+  }
+  AutoAlloc<Description> description;
+  DESCFLAGS_DESC flags = DESCFLAGS_DESC::NONE;
+  QuillmereVideoPost effect;
+};
+
+TEST_F(Panel, StopsAtTheFirstParameterThatTheHostRefuses) {
+  const std::vector<int> order{2000, 2002, 2005, 2006, 2001, 2003, 2009, 2010, 2015, 2011, 2012, 2013};
+  for (std::size_t refused = 0; refused < order.size(); ++refused) {
+    SCOPED_TRACE(order[refused]);
+    const auto former = host::operations().describeParameter;
+    const host::Substitute refusing(
+        host::operations().describeParameter,
+        [&](Description& of, const DescID& id, const BaseContainer& properties, const DescID& group) {
+          return id[0].id != order[refused] && former(of, id, properties, group);
+        });
+    EXPECT_FALSE(effect.GetDDescription(node, description, flags));
+    EXPECT_EQ(flags, DESCFLAGS_DESC::NONE);
+    EXPECT_THAT(shownIds(), testing::UnorderedElementsAreArray(order.begin(), order.begin() + long(refused)));
+  }
+}
+
+TEST_F(Panel, DoesNotDependOnTheNodeOrOnWhatWasThereBefore) {
+  EXPECT_FALSE(effect.GetDDescription(node, nullptr, flags));
+  for (GeListNode* const asked : {static_cast<GeListNode*>(nullptr), static_cast<GeListNode*>(node)}) {
+    ASSERT_TRUE(effect.GetDDescription(asked, description, flags));
+    EXPECT_EQ(flags, DESCFLAGS_DESC::LOADED);
+    EXPECT_EQ(shownIds().size(), 12U);
+  }
+}
+
+TEST(Label, FallsBackToTheFieldsOwnWord) {
+  for (const auto& [field, id, label] :
+       std::vector<std::tuple<Field, Int32, std::string>>{{Field::TextArea, 2004, "Refine Prompt"},
+                                                          {Field::TextLine, 2001, "System Prompt"},
+                                                          {Field::Path, 2007, "Workflow"},
+                                                          {Field::StaticText, 2014, "Last History Entry"},
+                                                          {Field::Toggle, 2011, "Toggle"},
+                                                          {Field::TextArea, 2009, "Text"},
+                                                          {Field::Path, 2003, "Path"},
+                                                          {Field::StaticText, 2010, "Status"},
+                                                          {Field::Integer, 2002, "Value"}}) {
+    EXPECT_EQ(LabelOf(field, id), label) << id;
+  }
+}
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Pair;
+
+TEST_F(EffectRoom, TheModuleDeclaresItselfAsTheApplicationsBuildWould) {
+  const auto declared = host::registrationOf(plugin);
+  ASSERT_TRUE(declared);
+  EXPECT_EQ(declared->identifier, "net.quillmere.renderer");
+  EXPECT_THAT(declared->units, ElementsAre("register.cpp", "[reflection registration]"));
+  EXPECT_THAT(declared->entities, ElementsAre(Pair(".reflection", "[reflection registration]")));
+  EXPECT_THAT(
+      declared->frameworks,
+      ElementsAre("net.maxon.asset.framework", "net.maxon.c4d.cinema.framework",
+                  "net.maxon.c4d.cinema_hybrid.framework", "net.maxon.core.framework", "net.maxon.crypt.framework",
+                  "net.maxon.graph.framework", "net.maxon.math.framework", "net.maxon.mesh_misc.framework",
+                  "net.maxon.misc.framework", "net.maxon.modeling_geom.framework", "net.maxon.nodes.framework"));
+}
+
+TEST_F(EffectRoom, TheEffectIsARendererOfOrdinaryPriority) {
+  const cinema::BasePlugin* const effect = cinema::FindPlugin(1060500, cinema::PLUGINTYPE::VIDEOPOST);
+  const auto& registered = cinema::HostSide<cinema::BasePlugin>::parts(*effect);
+  EXPECT_EQ(registered.info, 8);
+  EXPECT_EQ(registered.disklevel, 0);
+  EXPECT_EQ(registered.priority, 0);
+}
+
+TEST_F(Room, TheModuleWithoutItsResourcesRefusesToInitialise) {
+  copyModuleTo(folder / "plugin");
+  EXPECT_THAT(refusalOf<Error>([&] { application.loadPlugin(folder / "plugin"); }), HasSubstr("can't initialise"));
 }
 
 }  // namespace
