@@ -3,6 +3,7 @@
 
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "temporary_folder.h"
@@ -39,13 +40,6 @@ const std::vector<Row> kRows = {
     {"b->Save(f, FILTER_PNG, &cc, SAVEBIT::NONE);", "b->Save(f, FILTER_PNG, &c, SAVEBIT::NONE);"},
     {"RenderDocument(doc, c, nullptr, nullptr, b, 1, nullptr);",
      "RenderDocument(doc, c, nullptr, nullptr, b, RENDERFLAGS::EXTERNAL, nullptr);"},
-    {"BaseBitmap made;", "AutoAlloc<BaseBitmap> made; if (!made || made == nullptr) made->GetBw();"},
-    {"Description made;", "AutoAlloc<Description> made;"},
-    {"VPBuffer made;", "VPBuffer* made = nullptr; (void)made;"},
-    {"Render made;", "Render* made = nullptr; (void)made;"},
-    {"BaseDocument made;", "BaseDocument* made = nullptr; (void)made;"},
-    {"VideoPostStruct made;", "BaseVideoPostStruct made;"},
-    {"VolumeData made;", "AutoAlloc<VolumeData> made;"},
     {"ShowBitmap(cb);", "ShowBitmap(b);"},
     {"buffer->SetLine(0, 0, 1, cdata, 32, false);", "buffer->SetLine(0, 0, 1, data, 32, false);"},
     {"BaseContainer* d = cnode->GetDataInstance(); (void)d;",
@@ -74,13 +68,6 @@ const std::vector<Row> kRows = {
     {"LLONGVALUE kind;", "LLONGVALUETYPE kind = LLONGVALUE; GeData d(Int64(n), kind);"},
     {"BaseContainer* in = value.GetContainer(); (void)in;",
      "const BaseContainer* in = value.GetContainer(); (void)in;"},
-    {"String& t = s += \"x\"; (void)t;", "const String& t = s += \"x\"; (void)t;"},
-    {"Filename& t = name = f; (void)t;", "const Filename& t = name = f; (void)t;"},
-    {"Filename& t = name = Filename(); (void)t;", "const Filename& t = name = Filename(); (void)t;"},
-    {"BaseContainer& t = c = cc; (void)t;", "const BaseContainer& t = c = cc; (void)t;"},
-    {"BaseContainer& t = c = BaseContainer(); (void)t;", "const BaseContainer& t = c = BaseContainer(); (void)t;"},
-    {"GeData& t = value = *&value; (void)t;", "const GeData& t = value = *&value; (void)t;"},
-    {"GeData& t = value = GeData(); (void)t;", "const GeData& t = value = GeData(); (void)t;"},
     {"GeListNode* node = cnodedata->Get(); (void)node;", "GeListNode* node = nodedata->Get(); (void)node;"},
     {"const GeResource& r = g_resource; r.Get();", "GeResource& r = g_resource; r.Get();"},
     {"const AutoAlloc<BaseBitmap> made; ShowBitmap(made.GetPointer());",
@@ -100,6 +87,20 @@ const std::vector<Row> kRows = {
     {"Int32 found = 0; if (n > 0) { Int32 found = n; n = found; } n = found;", "Int32 found = 0; n = found;"},
 };
 
+// What only the application makes.
+constexpr const char* kTypes = "BaseBitmap Description VPBuffer Render BaseDocument VideoPostStruct VolumeData";
+
+// Assignments, whose results are constant.
+constexpr std::pair<const char*, const char*> kAssignments[] = {
+    {"String", "s += \"x\""},
+    {"Filename", "name = f"},
+    {"Filename", "name = Filename()"},
+    {"BaseContainer", "c = cc"},
+    {"BaseContainer", "c = BaseContainer()"},
+    {"GeData", "value = *&value"},
+    {"GeData", "value = GeData()"},
+};
+
 // Enumerators of no namespace, and macros.
 constexpr const char* kOfNoNamespace =
     "RDATA_XRES BASEDRAW_SDISPLAY_QUICK ID_VIDEOPOSTPROPERTIES Ocamera Obase Orscamera FILTER_PNG C4DPL_INIT_SYS "
@@ -115,7 +116,12 @@ constexpr const char* kMacros =
 
 std::vector<Row> allRows() {
   std::vector<Row> rows = kRows;
-  std::istringstream constants(kOfNoNamespace), macros(kMacros);
+  std::istringstream types(kTypes), constants(kOfNoNamespace), macros(kMacros);
+  for (std::string type; types >> type;) rows.push_back({type + " made;", type + "* made = nullptr; (void)made;"});
+  for (const auto& [type, result] : kAssignments) {
+    const std::string line = std::string(type) + "& t = " + result + "; (void)t;";
+    rows.push_back({line, "const " + line});
+  }
   for (std::string name; constants >> name;) rows.push_back({"n = cinema::" + name + ";", "n = " + name + ";"});
   for (std::string name; macros >> name;) rows.push_back({"void " + name + "(Int32);", "void Own" + name + "(Int32);"});
   return rows;

@@ -1,0 +1,179 @@
+#include "base/atomic_file.h"
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <vector>
+
+#include "base/error.h"
+#include "base/file_reading.h"
+#include "base/json.h"
+#include "base/parallel.h"
+#include "image/file_formats.h"
+#include "refusal.h"
+#include "temporary_folder.h"
+
+namespace quillmere {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> namesIn(const TemporaryFolder& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder.path())) names.push_back(entry.path().filename().string());
+  return names;
+}
+
+TEST(AtomicFile, ReadersMeetTheFormerFileUntilTheNewOneIsWhole) {
+  const TemporaryFolder folder;
+  writeFile(folder / "a", "former");
+  {
+    AtomicFile file(folder / "a");
+    std::fputs("half", file.stream());
+    std::fflush(file.stream());
+    EXPECT_EQ(folder.contentOf("a"), "former");
+  }
+  EXPECT_EQ(folder.contentOf("a"), "former");
+  EXPECT_EQ(namesIn(folder), std::vector<std::string>{"a"});
+  writeFile(folder / "a", "new");
+  EXPECT_EQ(folder.contentOf("a"), "new");
+  EXPECT_EQ(namesIn(folder), std::vector<std::string>{"a"});
+}
+
+TEST(AtomicFile, ALinkStaysALink) {
+  const TemporaryFolder folder;
+  writeFile(folder / "a", "former");
+  fs::create_symlink(folder / "a", folder / "link");
+  writeFile(folder / "link", "new");
+  EXPECT_TRUE(fs::is_symlink(folder / "link"));
+  EXPECT_EQ(folder.contentOf("a"), "new");
+}
+
+// Root may write anywhere, so none of these rests on permissions alone.
+TEST(AtomicFile, TargetsThatCannotBeWrittenAreRefusedAndNothingIsLeft) {
+  const TemporaryFolder folder;
+  writeFile(folder / "file", "former");
+  fs::create_directory(folder / "folder");
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  const std::vector<std::string> before = namesIn(folder);
+  const image::Image picture(2, 2, 3, image::Sample::Float);
+  for (const char* name : {"missing/a.png", "file/a.png", "folder", "pipe", "folder/"}) {
+    for (const auto write :
+         {+[](const fs::path&to, const image::Image&from) { image::writePng(to, from); }, &image::writeExr}) {
+      const std::string told = refusalOf<Error>([&] { write(folder / name, picture); });
+      EXPECT_EQ(told.find("cannot write '" + (folder / name).string()), 0U) << name << ": " << told;
+    }
+  }
+  EXPECT_THROW(image::writePng(folder / "a.png", image::Image()), Error);
+  EXPECT_EQ(namesIn(folder), before);
+  EXPECT_TRUE(fs::is_empty(folder / "folder"));
+  EXPECT_EQ(folder.contentOf("file"), "former");
+}
+
+TEST(AtomicFile, AFullDiskIsAnErrorAndLeavesTheFormerFile) {
+  const TemporaryFolder folder;
+  writeFile(folder / "a", "former");
+  AtomicFile file(folder / "a");
+  std::FILE* full = std::freopen("/dev/full", "wb", file.stream());
+  if (full == nullptr) GTEST_SKIP() << "there is no device that is always full here";
+  // More than a stream keeps back fails while it is written, less when the file is completed.
+  for (const std::size_t length : {1U << 20U, 3U}) {
+    const std::string text(length, 'n');
+    std::fwrite(text.data(), 1, text.size(), full);
+    const std::string told = refusalOf<Error>([&] { file.commit(); });
+    EXPECT_NE(told.find("make room on the disk"), std::string::npos) << told;
+  }
+  EXPECT_EQ(folder.contentOf("a"), "former");
+}
+
+constexpr std::uintmax_t kMiB = 1U << 20U;
+
+TEST(FileReading, AFileOfAnyLengthUpToTheLimitIsReadWhole) {
+  const TemporaryFolder folder;
+  for (const std::size_t length : {std::size_t{0}, std::size_t{5}, std::size_t{100'000}, std::size_t{kMiB}}) {
+    std::string content(length, 'a');
+    for (std::size_t i = 0; i < length; ++i) content[i] = static_cast<char>(i * 7 % 251);
+    folder.write("a", content);
+    EXPECT_EQ(readText(folder / "a", kMiB), content);
+    EXPECT_EQ(readBytes(folder / "a", kMiB), std::vector<std::uint8_t>(content.begin(), content.end()));
+  }
+  folder.write("a", std::string(kMiB + 1, 'a'));
+  EXPECT_EQ(refusalOf<Error>([&] { readText(folder / "a", kMiB); }), "it is larger than 1 MiB");
+}
+
+// None of these may keep the reader waiting, or feed it without end.
+TEST(FileReading, OnlyOrdinaryFilesAreRead) {
+  const TemporaryFolder folder;
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  const std::string name = folder / "socket";
+  ASSERT_LT(name.size(), sizeof address.sun_path);
+  name.copy(address.sun_path, name.size());
+  ASSERT_EQ(bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  std::filesystem::create_symlink("/dev/zero", folder / "link");
+  std::filesystem::create_directory(folder / "folder");
+  folder.write("file", "");
+  for (const auto& [file, reason] :
+       std::vector<std::pair<const char*, std::string>>{{"pipe", "it is not a regular file"},
+                                                        {"socket", "it is not a regular file"},
+                                                        {"link", "it is not a regular file"},
+                                                        {"folder", "it is not a regular file"},
+                                                        {"missing", "there is no such file"},
+                                                        {"file/below", "there is no such file"}}) {
+    EXPECT_EQ(refusalOf<Error>([&, at = folder / file] { readText(at, kMiB); }), reason) << file;
+  }
+  close(socket);
+}
+
+TEST(ParsedJson, HostileTextIsRefusedWithTheReason) {
+  EXPECT_EQ(lineOf(parsedJson(R"({"b": [1], "a": "ä"})", 2)), "{\"b\":[1],\"a\":\"ä\"}\n");
+  const std::string deep = std::string(100'000, '[');
+  for (const auto& [text, reason] :
+       std::vector<std::pair<std::string, std::string>>{{R"({"a": [[1]]})", "it is nested more than 2 deep"},
+                                                        {deep, "it is nested more than 2 deep"},
+                                                        {R"({"a": })", "it is damaged at byte 7, where it is not JSON"},
+                                                        {"", "it is damaged at byte 1, where it is not JSON"},
+                                                        {"[1e999]", "it holds a number that is too large"}}) {
+    EXPECT_EQ(refusalOf<Error>([&, given = text] { parsedJson(given, 2); }), reason) << text.substr(0, 40);
+  }
+}
+
+TEST(ForEach, EachIndexIsWorkedOnOnceWhateverTheNumberOfThreads) {
+  for (const int threads : {-1, 1, 2, 64}) {
+    for (const int count : {0, 1, 1000}) {
+      std::vector<std::atomic<int>> calls(static_cast<std::size_t>(count));
+      const Outcome outcome = forEach(count, threads, {}, [&](int i) {
+        forEach(2, threads, {}, [&](int) { ++calls[static_cast<std::size_t>(i)]; });  // a loop within a loop
+      });
+      EXPECT_EQ(outcome, Outcome::Complete);
+      for (const auto& call : calls) EXPECT_EQ(call, 2);
+    }
+  }
+}
+
+TEST(ForEach, AStopAndAFailureEndTheRest) {
+  for (const int threads : {1, 4}) {
+    std::atomic<int> calls = 0;
+    EXPECT_EQ(forEach(
+                  100'000, threads, [&] { return calls >= 10; }, [&](int) { ++calls; }),
+              Outcome::Stopped);
+    EXPECT_GE(calls, 10);
+    EXPECT_LE(calls, 10 + threads);
+    const auto failing = [&] {
+      forEach(100'000, threads, {}, [&](int i) {
+        if (++calls > 100) throw Error("at " + std::to_string(i));
+      });
+    };
+    EXPECT_EQ(refusalOf<Error>(failing).substr(0, 3), "at ");
+    EXPECT_LT(calls, 50'000);
+  }
+}
+
+}  // namespace
+}  // namespace quillmere
