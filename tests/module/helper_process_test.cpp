@@ -12,13 +12,6 @@ namespace {
 
 using cinema::Filename;
 
-TEST(ShellQuote, MakesOneWordOfAnyText) {
-  for (const auto& [text, word] : std::vector<std::pair<const char*, const char*>>{
-           {"it's", R"('it'\''s')"}, {"", "''"}, {"/a b/$(é)`\\\"", "'/a b/$(é)`\\\"'"}}) {
-    EXPECT_EQ(ShellQuote(text), word);
-  }
-}
-
 struct HelperProcess : EffectRoom {
   HelperProcess() { callLog.shellBecomesHelper = true; }
   // Runs the lines as the helper, which gets its two files' names, and waits for it.

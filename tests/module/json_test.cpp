@@ -1,5 +1,3 @@
-#include "bridge/json_text.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -14,11 +12,6 @@ namespace quillmere {
 namespace {
 
 using namespace std::string_literals;
-
-TEST(JsonText, EscapesFiveCharactersAndNoOthers) {
-  EXPECT_EQ(JsonEscape(FromUtf8("\"\\\t\n\r")), R"(\"\\\t\n\r)");
-  EXPECT_EQ(JsonEscape(FromUtf8("\1\f\x7F/é")), "\1\f\x7F/é");
-}
 
 using TextFile = Room;
 

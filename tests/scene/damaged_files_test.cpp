@@ -4,8 +4,8 @@
 #include <cmath>
 #include <random>
 
+#include "gltf_builder.h"
 #include "refusal.h"
-#include "rich_scene.h"
 
 namespace quillmere::scene {
 namespace {

@@ -3,7 +3,6 @@
 
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "temporary_folder.h"
@@ -68,6 +67,13 @@ const std::vector<Row> kRows = {
     {"LLONGVALUE kind;", "LLONGVALUETYPE kind = LLONGVALUE; GeData d(Int64(n), kind);"},
     {"BaseContainer* in = value.GetContainer(); (void)in;",
      "const BaseContainer* in = value.GetContainer(); (void)in;"},
+    {"String& t = s += \"x\"; (void)t;", "const String& t = s += \"x\"; (void)t;"},
+    {"Filename& t = name = f; (void)t;", "const Filename& t = name = f; (void)t;"},
+    {"Filename& t = name = Filename(); (void)t;", "const Filename& t = name = Filename(); (void)t;"},
+    {"BaseContainer& t = c = cc; (void)t;", "const BaseContainer& t = c = cc; (void)t;"},
+    {"BaseContainer& t = c = BaseContainer(); (void)t;", "const BaseContainer& t = c = BaseContainer(); (void)t;"},
+    {"GeData& t = value = *&value; (void)t;", "const GeData& t = value = *&value; (void)t;"},
+    {"GeData& t = value = GeData(); (void)t;", "const GeData& t = value = GeData(); (void)t;"},
     {"GeListNode* node = cnodedata->Get(); (void)node;", "GeListNode* node = nodedata->Get(); (void)node;"},
     {"const GeResource& r = g_resource; r.Get();", "GeResource& r = g_resource; r.Get();"},
     {"const AutoAlloc<BaseBitmap> made; ShowBitmap(made.GetPointer());",
@@ -90,17 +96,6 @@ const std::vector<Row> kRows = {
 // What only the application makes.
 constexpr const char* kTypes = "BaseBitmap Description VPBuffer Render BaseDocument VideoPostStruct VolumeData";
 
-// Assignments, whose results are constant.
-constexpr std::pair<const char*, const char*> kAssignments[] = {
-    {"String", "s += \"x\""},
-    {"Filename", "name = f"},
-    {"Filename", "name = Filename()"},
-    {"BaseContainer", "c = cc"},
-    {"BaseContainer", "c = BaseContainer()"},
-    {"GeData", "value = *&value"},
-    {"GeData", "value = GeData()"},
-};
-
 // Enumerators of no namespace, and macros.
 constexpr const char* kOfNoNamespace =
     "RDATA_XRES BASEDRAW_SDISPLAY_QUICK ID_VIDEOPOSTPROPERTIES Ocamera Obase Orscamera FILTER_PNG C4DPL_INIT_SYS "
@@ -118,10 +113,6 @@ std::vector<Row> allRows() {
   std::vector<Row> rows = kRows;
   std::istringstream types(kTypes), constants(kOfNoNamespace), macros(kMacros);
   for (std::string type; types >> type;) rows.push_back({type + " made;", type + "* made = nullptr; (void)made;"});
-  for (const auto& [type, result] : kAssignments) {
-    const std::string line = std::string(type) + "& t = " + result + "; (void)t;";
-    rows.push_back({line, "const " + line});
-  }
   for (std::string name; constants >> name;) rows.push_back({"n = cinema::" + name + ";", "n = " + name + ";"});
   for (std::string name; macros >> name;) rows.push_back({"void " + name + "(Int32);", "void Own" + name + "(Int32);"});
   return rows;

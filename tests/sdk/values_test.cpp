@@ -187,31 +187,5 @@ TEST(Describing, AParameterNeedsAnAddressAndAGroupThatIsThere) {
   EXPECT_EQ(description->GetParameter(group, unused, nullptr), nullptr);
 }
 
-struct Counted {
-  static Counted* Alloc() { return new Counted; }
-  static void Free(Counted*& one) {
-    delete one;
-    one = nullptr;
-    ++freed;
-  }
-  inline static int freed = 0;
-};
-
-TEST(AutoAlloc, AnAutomaticObjectIsFreedOnceUnlessAnotherIsAssigned) {
-  Counted* former = nullptr;
-  {
-    AutoAlloc<Counted> owner;
-    former = owner;
-    owner.Assign(Counted::Alloc());
-    EXPECT_EQ(Counted::freed, 0);
-    owner = AutoAlloc<Counted>();
-    EXPECT_EQ(Counted::freed, 1);
-    AutoAlloc<Counted> last = std::move(owner);
-    EXPECT_EQ(owner.GetPointer(), nullptr);
-  }
-  EXPECT_EQ(Counted::freed, 2);
-  Counted::Free(former);
-}
-
 }  // namespace
 }  // namespace cinema
