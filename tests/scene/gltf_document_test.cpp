@@ -11,6 +11,7 @@
 namespace quillmere::scene {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 
 TEST(NeighbourFiles, LieBesideTheSceneOrBelow) {
@@ -50,6 +51,61 @@ TEST(NeighbourFiles, HoldBuffersOrTheSceneIsRefused) {
   for (const auto& [uri, length, refusal] : rows) {
     const auto bad = folder.write("bad.gltf", documentWithBuffer(uri, length));
     EXPECT_THAT(refusalOf<Error>([&] { load(bad); }), HasSubstr(refusal)) << uri;
+  }
+}
+
+TEST(Documents, SayWhatTheyLeaveOutAndWhyTheyAreRefused) {
+  struct Row {
+    const char* place;     // in the document
+    nlohmann::json value;  // that is put there; null takes away what is
+    const char* told;
+  };
+  GltfBuilder builder = richScene();
+  const int lone = builder.accessor<float>({0, 0, 1}, "VEC3"), falling = builder.accessor<float>({1, 0}, "SCALAR");
+  const int far = builder.accessor<std::uint16_t>({0, 1, 3}, "SCALAR");
+  const int thirdJoint = builder.accessor<std::uint8_t>({0, 0, 0, 0, 2, 9, 0, 0, 0, 0, 0, 0}, "VEC4");
+  const auto load = [&builder](const Row& row) {
+    GltfBuilder changed = builder;
+    const nlohmann::json::json_pointer place(row.place);
+    changed.json[place] = row.value;
+    if (row.value.is_null()) changed.json[place.parent_pointer()].erase(place.back());
+    return changed.load();
+  };
+  const Row leftOut[] = {
+      {"/animations/2", builder.json["animations"][0], "the first one is played"},
+      {"/animations/0/channels/0/target/path", "pointer", "not played"},
+      {"/nodes/0/matrix", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, "has a matrix"},
+      {"/meshes/0/primitives/0/mode", 1, "points and lines"},
+      {"/meshes/0/primitives/0/attributes/POSITION", nullptr, "without positions"},
+      {"/meshes/0/primitives/0/attributes/COLOR_1", 0, "first set of vertex colours"},
+      {"/extensionsUsed", {"KHR_materials_sheen"}, "KHR_materials_sheen"},
+      {"/cameras/0/perspective/yfov", -1, "the angle of camera 'Camera'"},
+      {"/materials/0/name", "Sail", "'Sail' is shown without its texture"},
+      {"/images/0", {{"uri", "missing.png"}}, "no such file"},
+      {"/images/0", {{"uri", "../outside.png"}}, "own folder"},
+  };
+  for (const Row& row : leftOut) EXPECT_TRUE(warnsOf(*load(row), row.told)) << row.place << " " << row.value;
+  const Row refused[] = {
+      {"/asset/version", "1.0", "only glTF 2 is read"},
+      {"/extensionsRequired", {"KHR_draco_mesh_compression"}, "requires the extension KHR_draco_mesh"},
+      {"/animations/0/samplers/0/output", lone, "its key frames need"},
+      {"/animations/0/samplers/0/input", falling, "back in time"},
+      {"/animations/0/channels/0/sampler", 1, "no animation sampler 1"},
+      {"/animations/0/channels/0/target/node", 99, "no node 99"},
+      {"/meshes/0/primitives/0/indices", far, "go up to 3, but there are only 3 vertices"},
+      {"/meshes/0/primitives/0/indices", falling, "unsigned integers"},
+      {"/meshes/0/primitives/0/attributes/NORMAL", lone, "1 elements where the primitive has 3"},
+      {"/meshes/0/primitives/0/attributes/JOINTS_0", thirdJoint, "joint 2 of a skin with 2"},
+      {"/meshes/0/primitives/0/material", 1, "no material 1"},
+      {"/meshes/0/primitives/0/material", 2147483647, "no material 2147483647"},
+      {"/images/0", {{"bufferView", 55}}, "55"},
+      {"/skins/0/joints", {0, 77}, "no node 77"},
+      {"/skins/0/joints", {0, 0, 0}, "more joints than inverse bind matrices"},
+      {"/nodes/1/extensions/EXT_mesh_gpu_instancing/attributes/SCALE", lone, "unequal numbers"},
+  };
+  for (const Row& row : refused) {
+    const std::string refusal = refusalOf<Error>([&] { load(row); });
+    EXPECT_THAT(refusal, AllOf(HasSubstr("scene.glb': "), HasSubstr(row.told))) << row.place << " " << row.value;
   }
 }
 
