@@ -1,10 +1,7 @@
 #include "base/atomic_file.h"
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <vector>
@@ -109,26 +106,17 @@ TEST(FileReading, AFileOfAnyLengthUpToTheLimitIsReadWhole) {
 TEST(FileReading, OnlyOrdinaryFilesAreRead) {
   const TemporaryFolder folder;
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  const std::string name = folder / "socket";
-  ASSERT_LT(name.size(), sizeof address.sun_path);
-  name.copy(address.sun_path, name.size());
-  ASSERT_EQ(bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   std::filesystem::create_symlink("/dev/zero", folder / "link");
   std::filesystem::create_directory(folder / "folder");
   folder.write("file", "");
   for (const auto& [file, reason] :
        std::vector<std::pair<const char*, std::string>>{{"pipe", "it is not a regular file"},
-                                                        {"socket", "it is not a regular file"},
                                                         {"link", "it is not a regular file"},
                                                         {"folder", "it is not a regular file"},
                                                         {"missing", "there is no such file"},
                                                         {"file/below", "there is no such file"}}) {
     EXPECT_EQ(refusalOf<Error>([&, at = folder / file] { readText(at, kMiB); }), reason) << file;
   }
-  close(socket);
 }
 
 TEST(ParsedJson, HostileTextIsRefusedWithTheReason) {
