@@ -13,7 +13,6 @@
 #include "room.h"
 #include "still_scene.h"
 
-// A host that renders the document for a guide, and with it the effect that has asked for the guide.
 namespace quillmere {
 namespace {
 
@@ -150,6 +149,7 @@ TEST_F(GuideCapture, LooksThroughTheLinkedCameraElseThroughTheScenesOrTheViews) 
   EXPECT_FALSE(capture(0));
 }
 
+// A host that renders the document for a guide, and with it the effect that has asked for the guide.
 struct GuideInProgress : EffectRoom {
   GuideInProgress() {
     const auto picture = (folder / "picture.png").string();

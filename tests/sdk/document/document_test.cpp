@@ -12,6 +12,8 @@
 namespace quillmere::test {
 namespace {
 
+using namespace cinema;
+
 TEST_F(OpenScene, KnowsWhereItsFileLies) {
   folder.write("My Scène.gltf", R"({"asset":{"version":"2.0"}})");
   host::Document saved(folder / "." / "My Scène.gltf");
@@ -48,11 +50,6 @@ TEST_F(OpenScene, LooksThroughItsOwnCamerasOnly) {
   EXPECT_TRUE(api.SetSceneCamera(nullptr));
   EXPECT_EQ(view->GetSceneCamera(&api), nullptr);
 }
-
-using cinema::AutoAlloc;
-using cinema::BaseBitmap;
-using cinema::Int32;
-using cinema::RENDERRESULT;
 
 struct Drawing : OpenScene {
   cinema::BaseDraw* view = api.GetRenderBaseDraw();

@@ -11,10 +11,7 @@
 namespace quillmere::test {
 namespace {
 
-using cinema::BaseVideoPost;
-using cinema::RENDERRESULT;
-using cinema::VIDEOPOSTCALL;
-using cinema::VideoPostStruct;
+using namespace cinema;
 using Log = std::vector<std::string>;
 
 constexpr int kEarly = 1000001, kLate = 1000002, kOther = 1000003, kRefusing = 1000004, kTwin = 1000005;
@@ -176,9 +173,6 @@ TEST_F(FrameCalls, WhatCannotBeUsedOrDrawnSaysWhy) {
   EXPECT_NE(events.told[0].find("no camera"), std::string::npos);
   EXPECT_EQ(script.calls, Log{});
 }
-
-using cinema::Int32;
-using cinema::VPBuffer;
 
 VPBuffer* bufferOf(host::RenderCall& call) {
   return call.at(VIDEOPOSTCALL::RENDER, true).render->GetBuffer(VPBUFFER_RGBA, NOTOK);
