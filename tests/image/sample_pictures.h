@@ -2,12 +2,21 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <vector>
 
 #include "image/image.h"
 #include "temporary_folder.h"
 
 namespace quillmere::image::testing {
+
+using File = std::vector<std::uint8_t>;
+
+inline File contentOf(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 // Where the sample pictures are; their README.md says what they show.
 inline std::filesystem::path samplePictures() {
