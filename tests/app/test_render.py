@@ -83,11 +83,11 @@ class Render(Stage):
         self.assertEqual((self.folder / "a.exr").read_bytes()[:4], b"\x76\x2f\x31\x01")
 
     def test_several_frames_get_files_of_their_own(self) -> None:
-        done = self.render("--frames", "-1-3x2", "--output", "still.png")
+        done = self.render("--frames", "-1-1x2", "--output", "still.png")
         self.assertEqual(done.returncode, 0, done.stderr)
-        self.assertEqual(sorted(file.name for file in self.folder.glob("still*")), ["still_-0001.png", "still_0001.png", "still_0003.png"])
-        self.assertEqual(re.findall(r"output +(\S+)", done.stdout), ["still_-0001.png", "still_0001.png", "still_0003.png"])
-        self.assertRegex(done.stdout, "guide +.*/reference_3.png\n +picture +.*/picture.png")
+        self.assertEqual(sorted(file.name for file in self.folder.glob("still*")), ["still_-0001.png", "still_0001.png"])
+        self.assertEqual(re.findall(r"output +(\S+)", done.stdout), ["still_-0001.png", "still_0001.png"])
+        self.assertRegex(done.stdout, "guide +.*/reference_1.png\n +picture +.*/picture.png")
 
     def test_a_failed_frame_leaves_no_file_and_the_others_go_on(self) -> None:
         self.helper("case $request in *_1.json) printf '{\"ok\": false, \"error\": \"no ink left\"}' > $response; exit 1;; esac; answer")
