@@ -8,8 +8,8 @@
 #include "catalog/catalog_scan.h"
 #include "catalog/manager_files.h"
 #include "catalog/workflow_catalog.h"
+#include "host_case.h"
 #include "random_text.h"
-#include "room.h"
 
 namespace quillmere {
 namespace {
@@ -17,7 +17,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-struct Catalog : Room {
+struct Catalog : HostCase {
   Lines read() const {
     Lines texts;
     for (const WorkflowEntry& entry : LoadManagerWorkflows()) texts.push_back(ToUtf8(entry.id + "=" + entry.name));

@@ -7,10 +7,10 @@
 
 #include "core/atom.h"
 #include "core/substitutes.h"
+#include "host_case.h"
 #include "image/file_formats.h"
 #include "lib_description.h"
 #include "operatingsystem.h"
-#include "room.h"
 #include "still_scene.h"
 
 namespace quillmere {
@@ -38,7 +38,7 @@ std::string stateOf(BaseDocument& document) {
   return ToUtf8(camera + " " + String::IntToString(active.GetInt32()) + " " + String::IntToString(inactive.GetInt32()));
 }
 
-struct GuideCapture : EffectRoom {
+struct GuideCapture : EffectCase {
   GuideCapture() {
     view->SetParameter(modeId(1003), GeData(Int32(0)), DESCFLAGS_SET::NONE);
     view->SetParameter(modeId(1004), GeData(Int32(6)), DESCFLAGS_SET::NONE);
@@ -150,7 +150,7 @@ TEST_F(GuideCapture, LooksThroughTheLinkedCameraElseThroughTheScenesOrTheViews) 
 }
 
 // A host that renders the document for a guide, and with it the effect that has asked for the guide.
-struct GuideInProgress : EffectRoom {
+struct GuideInProgress : EffectCase {
   GuideInProgress() {
     const auto picture = (folder / "picture.png").string();
     image::writePng(picture, image::Image(5, 4, 4, image::Sample::Byte), image::PngDepth::As8Bit);

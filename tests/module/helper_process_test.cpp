@@ -5,14 +5,14 @@
 #include <unistd.h>
 
 #include "call_log.h"
-#include "room.h"
+#include "host_case.h"
 
 namespace quillmere {
 namespace {
 
 using cinema::Filename;
 
-struct HelperProcess : EffectRoom {
+struct HelperProcess : EffectCase {
   HelperProcess() { callLog.shellBecomesHelper = true; }
   // Runs the lines as the helper, which gets its two files' names, and waits for it.
   bool run(const std::string& lines, host::BreakTest userBreak = noBreak) {

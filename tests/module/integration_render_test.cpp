@@ -2,10 +2,10 @@
 
 #include "api/frame.h"
 #include "history/history_snapshots.h"
+#include "host_case.h"
 #include "prompt.h"
 #include "render_driver.h"
 #include "render_status.h"
-#include "room.h"
 
 // Whole frames by the module as it is loaded from disk, with scripts as real processes in the render helper's place.
 namespace quillmere {
@@ -16,7 +16,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-struct IntegrationRender : EffectRoom {
+struct IntegrationRender : EffectCase {
   IntegrationRender() {
     document->setFps(25);
     document->setFrame(12);
@@ -163,7 +163,9 @@ TEST_F(IntegrationRender, EndsEarlyAtEachStageAndKeepsTheFormerResult) {
   EXPECT_FALSE(exists(runtime / "status_12.json"));
 }
 
-TEST_F(Room, AStatusIsStoredAndShownWhereThereIsAPlaceForIt) {
+using RenderStatus = HostCase;
+
+TEST_F(RenderStatus, IsStoredAndShownWhereThereIsAPlaceForIt) {
   host::RenderCall call(nullptr, std::nullopt, noBreak);
   cinema::BaseContainer settings;
   const auto report = [&](cinema::VideoPostStruct* vps, cinema::BaseContainer* stored, const char* text,
@@ -178,7 +180,7 @@ TEST_F(Room, AStatusIsStoredAndShownWhereThereIsAPlaceForIt) {
   EXPECT_EQ(told.lines, (Lines{"text shown", "idle", "bar 0"}));
 }
 
-using HistorySnapshots = Room;
+using HistorySnapshots = HostCase;
 
 TEST_F(HistorySnapshots, StandInAFolderNamedAfterTheSavedDocument) {
   for (const auto& [name, sanitized] : std::vector<std::pair<const char*, const char*>>{

@@ -5,15 +5,15 @@
 
 #include "bridge/json_scan.h"
 #include "bridge/text_file.h"
+#include "host_case.h"
 #include "random_text.h"
-#include "room.h"
 
 namespace quillmere {
 namespace {
 
 using namespace std::string_literals;
 
-using TextFile = Room;
+using TextFile = HostCase;
 
 TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWholeOrElseRefused) {
   const auto named = [&](const char* name) { return host::filenameOf(folder / name); };

@@ -6,18 +6,18 @@
 #include "api/parameters.h"
 #include "core/registry.h"
 #include "core/substitutes.h"
+#include "host_case.h"
 #include "panel.h"
 #include "prompt.h"
 #include "quillmere_videopost.h"
 #include "refusal.h"
-#include "room.h"
 
 namespace quillmere {
 namespace {
 
 using namespace cinema;
 
-struct Node : EffectRoom {
+struct Node : EffectCase {
   void catalog(const std::string& content) { write(home / ".quillmere/state.json", content); }
   static DescID idOf(Int32 id) { return DescID::Create(DescLevel(id)); }
   int selection() { return host::readParameter(*node, idOf(QUILLMERE_WORKFLOW))->GetInt32(); }
@@ -156,7 +156,7 @@ TEST_F(Node, ShowsTheSamePanelForAnyNodeAndAfterAnother) {
   }
 }
 
-TEST_F(EffectRoom, TheModuleDeclaresItselfAsTheApplicationsBuildWould) {
+TEST_F(EffectCase, TheModuleDeclaresItselfAsTheApplicationsBuildWould) {
   const auto declared = host::registrationOf(plugin);
   ASSERT_TRUE(declared);
   EXPECT_EQ(declared->identifier, "net.quillmere.renderer");
@@ -166,14 +166,14 @@ TEST_F(EffectRoom, TheModuleDeclaresItselfAsTheApplicationsBuildWould) {
   EXPECT_EQ(declared->frameworks[1], "net.maxon.c4d.cinema.framework");
 }
 
-TEST_F(EffectRoom, TheEffectIsARendererOfOrdinaryPriority) {
+TEST_F(EffectCase, TheEffectIsARendererOfOrdinaryPriority) {
   const auto& effect = HostSide<BasePlugin>::parts(*FindPlugin(1060500, PLUGINTYPE::VIDEOPOST));
   EXPECT_EQ(effect.info, 8);
   EXPECT_EQ(effect.disklevel, 0);
   EXPECT_EQ(effect.priority, 0);
 }
 
-TEST_F(Room, TheModuleWithoutItsResourcesRefusesToInitialise) {
+TEST_F(HostCase, TheModuleWithoutItsResourcesRefusesToInitialise) {
   copyModuleTo(folder / "plugin");
   const std::string refusal = refusalOf<Error>([&] { application.loadPlugin(folder / "plugin"); });
   EXPECT_THAT(refusal, testing::HasSubstr("can't initialise"));

@@ -5,8 +5,8 @@
 #include <numeric>
 
 #include "call_log.h"
+#include "host_case.h"
 #include "image/file_formats.h"
-#include "room.h"
 
 namespace quillmere {
 namespace {
@@ -17,7 +17,7 @@ using testing::ElementsAre;
 using testing::FloatEq;
 using testing::Pointwise;
 
-struct ResultTransfer : Room {
+struct ResultTransfer : HostCase {
   // A row of two pixels with half an alpha becomes the result.
   void picture() {
     const std::uint8_t samples[] = {255, 0, 51, 127, 0, 255, 85, 127};
