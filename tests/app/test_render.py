@@ -50,12 +50,15 @@ class Render(Stage):
     def test_a_workflow_is_found_by_name_id_or_file(self) -> None:
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
         (self.folder / "own.json").write_text("{}")
+        kept = {"QUILLMERE_WORKFLOW": 7, "QUILLMERE_WORKFLOW_ID": "ink", "QUILLMERE_WORKFLOW_PATH": "/gone/ink.json"}
+        (self.folder / "moved.json").write_text(json.dumps({"format": "quillmere settings", "version": 1, "parameters": kept}))
         home = str(self.folder / "home/.quillmere/workflows")
         rows = [
             (["--workflow", "ink"], 1, "ink", f"{home}/ink.json"),
             (["--workflow", "flux.2 dev"], 2, "flux", f"{home}/flux.json"),
             (["--set", "QUILLMERE_WORKFLOW=Ink"], 1, "ink", f"{home}/ink.json"),
             (["--workflow", "own.json"], 0, "", str(self.folder / "own.json")),
+            (["--settings", "moved.json"], 1, "ink", f"{home}/ink.json"),  # from where it stood elsewhere
             (["--workflow", "None"], 0, "", ""),
             ([], 2, "flux", f"{home}/flux.json"),
         ]
