@@ -4,6 +4,7 @@
 
 #include "files/exchange_files.h"
 #include "image/file_formats.h"
+#include "process/lifeline.h"
 #include "process/process_tree.h"
 #include "record/picture_record.h"
 #include "report/output.h"
@@ -99,6 +100,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
   refuse(obstacleForAll(plan.writeDirectory));
   refuse(obstacleAt("workflow", node.text(QUILLMERE_WORKFLOW_PATH)));
   const Alone alone;
+  const Lifeline lifeline;
   ExitStatus status = ExitStatus::Done;
   for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
     const std::int32_t frame = plan.frames.at(index);
