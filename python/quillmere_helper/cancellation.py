@@ -32,6 +32,11 @@ def listen() -> None:
     threading.Thread(target=_watch, daemon=True).start()
 
 
+def has_host() -> bool:
+    """Whether the stand-alone host has started this process, and is told what the response says."""
+    return _host is not None
+
+
 def stop_if_orphaned() -> None:
     """Raises Cancellation when the host is gone and nobody waits for the picture any more, at once instead of at the
     next look."""

@@ -39,7 +39,8 @@ void settleProcesses(const Outcome& outcome) {
   }
 }
 
-std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
+std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node, const ToldOnce& report) {
+  if (const std::string undrawn = report.undrawn(); !undrawn.empty()) return undrawn;
   if (result == cinema::RENDERRESULT::OUTOFMEMORY) return "there is not enough memory for it; try a smaller --size";
   const std::string told = node.text(QUILLMERE_STATUS);
   return told == kUnexplainedFailure ? told + "; 'quillmere doctor' tells what the helper lacks" : told;
@@ -61,14 +62,14 @@ std::string reasonNotTaken(const std::string& picture) {
 }
 
 Outcome renderOne(host::Document& document, const NodeParameters& node, const FramePlan& plan, std::int32_t number,
-                  const std::function<bool()>& stop) {
+                  const ToldOnce& report, const std::function<bool()>& stop) {
   if (const auto obstacle = obstacleForFrame(plan.writeDirectory, number)) {
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
   }
   const std::filesystem::path file = plan.output.fileFor(number);
   const host::Frame frame = host::renderFrame(document, stop);
   const int result = static_cast<int>(frame.result);
-  if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
+  if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node, report)};
   const std::string generated = generatedPicture(node);
   if (!generated.empty() && frame.lines == host::Frame::Lines::OfHost) {
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
@@ -95,7 +96,7 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
 
 }  // namespace
 
-ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
+ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop) {
   refuse(obstacleForAll(plan.writeDirectory));
   refuse(obstacleAt("workflow", node.text(QUILLMERE_WORKFLOW_PATH)));
@@ -107,7 +108,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     report.frameBegins(frame, index, plan.frames.count());
     document.setFrame(frame);
     const Clock::time_point begun = Clock::now();
-    const Outcome outcome = renderOne(document, node, plan, frame, stop);
+    const Outcome outcome = renderOne(document, node, plan, frame, report, stop);
     settleProcesses(outcome);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
     if (outcome.trouble.empty()) continue;

@@ -145,6 +145,14 @@ void watch(int pipe, const std::function<void()>& lastWords) {
   ::_exit(static_cast<int>(ExitStatus::Broken));
 }
 
+std::thread started(std::function<void()> work) {
+  try {
+    return std::thread(std::move(work));
+  } catch (const std::system_error& error) {
+    throw std::system_error(error.code(), "cannot start a thread");
+  }
+}
+
 }  // namespace
 
 void resetInheritedSignals() {
@@ -155,7 +163,7 @@ void resetInheritedSignals() {
 
 struct UserBreak::Parts {
   explicit Parts(std::function<void()> lastWords)
-      : watcher([this, words = std::move(lastWords)] { watch(pipe.reading(), words); }) {
+      : watcher(started([this, words = std::move(lastWords)] { watch(pipe.reading(), words); })) {
     broken = false;
     wakeUp = pipe.writing();
     handlers.emplace();
