@@ -11,7 +11,7 @@
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;
   quillmere::app::openMissingStandardStreams();
-  quillmere::app::resetInheritedSignals();
+  quillmere::app::settleSignals();
   try {
     return static_cast<int>(quillmere::app::run(argc, argv));
   } catch (const quillmere::app::Failure& failure) {

@@ -2,7 +2,10 @@
 
 #include <chrono>
 
+#include "files/disk_room.h"
 #include "files/exchange_files.h"
+#include "files/leftovers.h"
+#include "files/view_state.h"
 #include "image/file_formats.h"
 #include "process/lifeline.h"
 #include "process/process_tree.h"
@@ -39,6 +42,24 @@ void settleProcesses(const Outcome& outcome) {
   }
 }
 
+// A frame at its largest: what PNG can't pack, and the texts beside it.
+std::optional<Obstacle> lackOfRoomFor(const FramePlan& plan) {
+  constexpr std::uintmax_t kTexts = std::uintmax_t{1} << 20U;
+  const auto pixels = static_cast<std::uintmax_t>(plan.size.width) * static_cast<std::uintmax_t>(plan.size.height);
+  const int bytes = plan.output.format() == FileFormat::Exr ? 12 : plan.output.format() == FileFormat::Png16 ? 6 : 3;
+  if (auto lack = lackOfRoom("write directory", plan.writeDirectory, 3 * pixels + kTexts)) return lack;
+  return lackOfRoom("output folder", plan.output.folder(), static_cast<std::uintmax_t>(bytes) * pixels + kTexts);
+}
+
+// What a full disk has left of the frame's files, for the end of its error; empty when all are whole.
+std::string incomplete(const FramePlan& plan, std::int32_t frame) {
+  std::string names;
+  for (const auto& file : incompleteFiles(plan.writeDirectory, frame)) {
+    names += (names.empty() ? "" : ", ") + ("'" + file.string() + "'");
+  }
+  return names.empty() ? "" : "incomplete on disk: " + names;
+}
+
 std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node, const ToldOnce& report) {
   if (const std::string undrawn = report.undrawn(); !undrawn.empty()) return undrawn;
   if (result == cinema::RENDERRESULT::OUTOFMEMORY) return "there is not enough memory for it; try a smaller --size";
@@ -63,9 +84,10 @@ std::string reasonNotTaken(const std::string& picture) {
 
 Outcome renderOne(host::Document& document, const NodeParameters& node, const FramePlan& plan, std::int32_t number,
                   const ToldOnce& report, const std::function<bool()>& stop) {
-  if (const auto obstacle = obstacleForFrame(plan.writeDirectory, number)) {
-    return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
-  }
+  auto obstacle = obstacleForFrame(plan.writeDirectory, number);
+  if (!obstacle) obstacle = lackOfRoomFor(plan);
+  if (obstacle) return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
+  setFormerResponseAside(plan.writeDirectory, number);
   const std::filesystem::path file = plan.output.fileFor(number);
   const host::Frame frame = host::renderFrame(document, stop);
   const int result = static_cast<int>(frame.result);
@@ -94,12 +116,28 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
           .picture = generated ? generatedPicture(node) : ""};
 }
 
+// The picture of a frame without trouble is whole, whatever was lost beside it.
+void tellTrouble(std::int32_t frame, const std::string& trouble, const std::string& lost,
+                 const std::function<bool()>& stop) {
+  if ((trouble.empty() && lost.empty()) || stop()) return;
+  const std::string name = (trouble.empty() ? "warning: frame " : "frame ") + std::to_string(frame) + ": ";
+  printError(name + trouble + (trouble.empty() || lost.empty() ? "" : "; ") + lost);
+}
+
+// What dead processes have left where this render writes.
+void sweep(const NodeParameters& node, const FramePlan& plan) {
+  sweepLeftovers(runtimeFolder(plan.writeDirectory));
+  sweepLeftovers(plan.output.folder());
+  if (const std::string pictures = node.text(QUILLMERE_OUTPUT_DIRECTORY); !pictures.empty()) sweepLeftovers(pictures);
+}
+
 }  // namespace
 
 ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop) {
-  refuse(obstacleForAll(plan.writeDirectory));
   refuse(obstacleAt("workflow", node.text(QUILLMERE_WORKFLOW_PATH)));
+  sweep(node, plan);
+  keepViewState(plan.writeDirectory);
   const Alone alone;
   const Lifeline lifeline;
   ExitStatus status = ExitStatus::Done;
@@ -110,10 +148,10 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     const Clock::time_point begun = Clock::now();
     const Outcome outcome = renderOne(document, node, plan, frame, report, stop);
     settleProcesses(outcome);
+    keepViewState(plan.writeDirectory);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
-    if (outcome.trouble.empty()) continue;
-    status = ExitStatus::Failed;
-    if (!stop()) printError("frame " + std::to_string(frame) + ": " + outcome.trouble);
+    tellTrouble(frame, outcome.trouble, incomplete(plan, frame), stop);
+    if (!outcome.trouble.empty()) status = ExitStatus::Failed;
   }
   return status;
 }

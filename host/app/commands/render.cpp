@@ -48,7 +48,7 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
     throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
                   "give --output a folder that you may write to");
   }
-  return {options.frames, output, writeDirectory};
+  return {options.frames, output, options.scene.size, writeDirectory};
 }
 
 void configure(EffectSession& session, const Options& options) {

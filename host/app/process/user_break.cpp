@@ -24,7 +24,7 @@ namespace {
 sigset_t ofRenders() {
   sigset_t set;
   sigemptyset(&set);
-  for (const int signal : {SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&set, signal);
+  for (const int signal : {SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ}) sigaddset(&set, signal);
   return set;
 }
 
@@ -100,15 +100,14 @@ void onSignal(int /*signal*/) {
   errno = error;
 }
 
-// Where standard output's reader has gone, writing fails instead of ending the process before its children. A handler,
-// because children would inherit an ignored signal.
-void onBrokenPipe(int /*signal*/) {}
+// Where standard output's reader has gone or a file may grow no further, writing fails instead of ending the process in
+// the middle. A handler, because children would inherit an ignored signal.
+void onFailedWrite(int /*signal*/) {}
 
 struct Handlers {
   SignalHandler interrupt{SIGINT, onSignal, SignalHandler::IfIgnored::Replace};
   SignalHandler terminate{SIGTERM, onSignal, SignalHandler::IfIgnored::Replace};
   SignalHandler hangUp{SIGHUP, onSignal, SignalHandler::IfIgnored::Keep};
-  SignalHandler brokenPipe{SIGPIPE, onBrokenPipe, SignalHandler::IfIgnored::Keep};
 };
 
 class Pipe {
@@ -155,10 +154,12 @@ std::thread started(std::function<void()> work) {
 
 }  // namespace
 
-void resetInheritedSignals() {
+void settleSignals() {
   ::signal(SIGCHLD, SIG_DFL);
   const sigset_t all = ofRenders();
   ::pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
+  static const SignalHandler brokenPipe(SIGPIPE, onFailedWrite, SignalHandler::IfIgnored::Keep);
+  static const SignalHandler fileTooLarge(SIGXFSZ, onFailedWrite, SignalHandler::IfIgnored::Keep);
 }
 
 struct UserBreak::Parts {
