@@ -3,11 +3,17 @@
 import contextlib
 import json
 import os
+import pathlib
 import resource
 import subprocess
+import sys
 import time
 
 from stage import Stage
+
+sys.path.append(str(pathlib.Path(__file__).parents[2] / "python"))
+
+from quillmere_helper import pictures, request  # noqa: E402
 
 MB = 1 << 20
 
@@ -45,6 +51,21 @@ class Limits(Stage):
                 status, errors = self.limited(limited((resource.RLIMIT_FSIZE, bytes_)), "--size", size)
                 self.assertEqual((status, errors.count(reason)), (1, 1), errors)
                 self.assertEqual(list(self.folder.glob("render_*")), [])
+
+    def test_a_size_that_the_helper_refuses_is_refused_before_the_guide_is_drawn(self) -> None:
+        side, area = request.LARGEST_SIDE, request.LARGEST_AREA
+        self.assertEqual(pictures.LARGEST_PIXELS, area)
+        no_room = limited((resource.RLIMIT_FSIZE, MB))  # is told next, still before the guide
+        for size, status, reason in [
+            (f"{side + 1}x1", 2, f"1 to {side}"),
+            (f"{side}x{area // side}", 1, "ulimit -f"),
+            (f"{side}x{area // side + 1}", 2, f"{area // 1_000_000} megapixels"),
+        ]:
+            with self.subTest(size):
+                ended, errors = self.limited(no_room, "--size", size)
+                self.assertEqual(ended, status)
+                self.assertIn(reason, errors)
+                self.assertFalse((self.runtime / "reference_0.png").exists())
 
     def test_closed_outputs_are_told(self) -> None:
         for command in (["cameras", "scene.glb"], ["panel", "--plugin", "plugin"]):

@@ -124,6 +124,14 @@ void tellTrouble(std::int32_t frame, const std::string& trouble, const std::stri
   printError(name + trouble + (trouble.empty() || lost.empty() ? "" : "; ") + lost);
 }
 
+// Before a guide is drawn for minutes that the helper then refuses.
+void refuseMorePixelsThanMade(PictureSize size) {
+  if (std::int64_t{size.width} * size.height <= kMostPixels) return;
+  throw Failure(ExitStatus::Usage, "size " + std::to_string(size.width) + "x" + std::to_string(size.height),
+                "the helper makes pictures of at most " + std::to_string(kMostPixels / 1'000'000) + " megapixels",
+                "give a smaller --size");
+}
+
 // What dead processes have left where this render writes.
 void sweep(const NodeParameters& node, const FramePlan& plan) {
   sweepLeftovers(runtimeFolder(plan.writeDirectory));
@@ -135,7 +143,9 @@ void sweep(const NodeParameters& node, const FramePlan& plan) {
 
 ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop) {
-  refuse(obstacleAt("workflow", node.text(QUILLMERE_WORKFLOW_PATH)));
+  const std::string workflow = node.text(QUILLMERE_WORKFLOW_PATH);
+  if (!workflow.empty()) refuseMorePixelsThanMade(plan.size);
+  refuse(obstacleAt("workflow", workflow));
   sweep(node, plan);
   keepViewState(plan.writeDirectory);
   const Alone alone;

@@ -21,7 +21,8 @@ struct FramePlan {
 // Renders and writes one frame after the other until `stop` says true; a frame that fails doesn't keep the others from
 // being rendered. What a helper leaves running goes on through the frames that follow, until one fails or is broken
 // off; when this returns no process runs below this one. Failed when any frame failed. Throws Failure when no frame can
-// be rendered, because something else lies in the place of the workflow.
+// be rendered, because something else lies in the place of the workflow or the
+// helper would refuse the size.
 ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop);
 
