@@ -68,7 +68,10 @@ Outcome forEach(int count, int threads, const std::function<bool()>& stop, const
 
 int allCores() {
   static const int cores = startable(tbb::this_task_arena::max_concurrency());
-  static const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(cores));
+  // Never taken back: at the end of the process the pool would try to start what it could not before.
+  static const auto* const limit =
+      new tbb::global_control(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(cores));
+  static_cast<void>(limit);
   return cores;
 }
 

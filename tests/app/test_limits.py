@@ -40,10 +40,24 @@ class Limits(Stage):
             with self.subTest(megabytes=megabytes):
                 status, errors = self.limited(limited((resource.RLIMIT_AS, megabytes * MB)))
                 self.assertEqual(len(errors.splitlines()), status, errors)
-                self.assertRegex(errors, "memory|ulimit -v" if status else "^$")
+                self.assertRegex(errors, r"about \d+ MiB of memory|raise the limits" if status else "^$")
                 self.assertEqual((self.folder / "render_0000.png").exists(), status == 0)
                 ends.add(status)
         self.assertEqual(ends, {0, 1})
+
+    def test_without_a_further_thread_one_draws(self) -> None:
+        self.folder.chmod(0o777)
+
+        def alone() -> None:
+            resource.setrlimit(resource.RLIMIT_NPROC, (1, 1))
+            if os.getuid() == 0:  # who may start any number
+                os.setgroups([])
+                os.setgid(65534)
+                os.setuid(65534)
+
+        guide = self.command("guide", "scene.glb", "-o", "guide.png")
+        done = subprocess.run(guide, cwd=self.folder, env=self.env, preexec_fn=alone, capture_output=True, timeout=60)
+        self.assertEqual((done.returncode, done.stderr), (0, b""))
 
     def test_a_file_that_may_grow_no_further_fails_its_frame(self) -> None:
         for bytes_, size, reason in [(0, "32x24", "ulimit -f"), (100_000, "32x24", "ulimit -f"), (MB, "900x900", "ulimit -f")]:
