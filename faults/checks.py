@@ -30,7 +30,7 @@ def findings(place: Place, ended: Ended, statuses: "tuple[int, ...]") -> Iterato
 def _texts(ended: Ended) -> Iterator[str]:
     crash = CRASH.search(ended.errors)
     if crash and "KeyboardInterrupt" not in ended.errors:  # a break while Python starts is told so by itself
-        yield f"its errors tell of a crash: {ended.errors[max(0, crash.start() - 100) : crash.end() + 200]}"
+        yield f"its errors tell of a crash: {ended.errors[crash.start() :][-1500:]}"
     errors = [line for line in ended.errors.splitlines() if line.startswith("quillmere: ")]
     if len(errors) != len(set(errors)):
         yield f"an error is told twice: {ended.errors[-300:]}"

@@ -21,8 +21,12 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
     response = Response(response_path)
     try:
         response.begin()
-        cancellation.listen()
-        return _answered(argv, request_path, response)
+        try:
+            cancellation.listen()
+            return _answered(argv, request_path, response)
+        except cancellation.Cancellation as cancelled:  # also at the edges of what is done there
+            response.fail(str(cancelled) or cancellation.TEXT)
+            return CANCELLED
     except OSError as error:
         text = f'cannot write the response "{response_path}": {reason_of(error)}'
         print(f"quillmere_render_helper: {text}", file=sys.stderr)
@@ -40,9 +44,6 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         for note in made.notes:
             print(f"quillmere_render_helper: {note}", file=sys.stderr)
         return DONE
-    except cancellation.Cancellation as cancelled:
-        response.fail(str(cancelled) or cancellation.TEXT)
-        return CANCELLED
     except HelperError as error:
         return _failed(response, str(error), error.details)
     except MemoryError:
