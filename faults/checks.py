@@ -19,7 +19,7 @@ CRASH = re.compile(r"terminate called|Traceback|[Aa]ssertion|failed unexpectedly
 def findings(place: Place, ended: Ended, statuses: "tuple[int, ...]") -> Iterator[str]:
     if ended.status is None:
         yield "it hangs"
-    elif ended.status not in statuses:
+    elif ended.status not in statuses or (place.must_succeed and ended.status != 0):
         yield f"exit status {ended.status}: {ended.errors[-300:]}"
     yield from _texts(ended)
     yield from _processes(place)

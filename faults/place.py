@@ -46,7 +46,7 @@ class Place:
         write_scene(self.folder / "scene.glb")
         (self.folder / "bin").mkdir()
         (self.folder / "render_0000.png").write_bytes(FORMER)
-        self.helper = chance.choice(["quick", "quick", "slow", "slow", "with a child", "failing", "silent", "real"])
+        self.helper = chance.choice(["quick", "quick", "slow", "slow", "with a child", "failing", "silent", "real", "real"])
         self._make_plugin()
         self.frames = chance.randint(1, 3)
         self.environment = dict(
@@ -71,6 +71,10 @@ class Place:
         (plugin / "python" / "quillmere_render_helper.py").write_text(f"{READ_REQUEST}{HELPERS[self.helper]}\n")
         (self.folder / "bin" / "python3").write_text(SHELL_AS_PYTHON)
         (self.folder / "bin" / "python3").chmod(0o755)
+
+    @property
+    def must_succeed(self) -> bool:
+        return self.fault == "no fault" and self.helper in ("quick", "slow", "with a child")
 
     @property
     def runtime(self) -> pathlib.Path:

@@ -61,7 +61,7 @@ std::string incomplete(const FramePlan& plan, std::int32_t frame) {
 }
 
 std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node, const ToldOnce& report) {
-  if (const std::string undrawn = report.undrawn(); !undrawn.empty()) return undrawn;
+  if (!report.undrawn().empty()) return report.undrawn();
   if (result == cinema::RENDERRESULT::OUTOFMEMORY) return "there is not enough memory for it; try a smaller --size";
   const std::string told = node.text(QUILLMERE_STATUS);
   return told == kUnexplainedFailure ? told + "; 'quillmere doctor' tells what the helper lacks" : told;
