@@ -21,8 +21,10 @@ using DeviceHandle = std::unique_ptr<RTCDeviceTy, ReleaseHandle>;
 using SceneHandle = std::unique_ptr<RTCSceneTy, ReleaseHandle>;
 using GeometryHandle = std::unique_ptr<RTCGeometryTy, ReleaseHandle>;
 
-// A device that uses all cores to build. Throws Error.
+// A device that uses all cores to build. Throws Error, which names the need where there is too little memory.
 DeviceHandle makeDevice();
+// Before something is built: Embree may spin or abort where memory runs out. Throws Error.
+void requireMemoryForBuild(std::size_t triangles, std::size_t instances);
 // Throws Error with `doing` in the text when this thread's last calls on the device failed.
 void throwOnError(RTCDevice device, const char* doing);
 

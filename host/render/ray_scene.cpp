@@ -119,6 +119,7 @@ void RayScene::build() {
   std::vector<Shape> shapes;
   std::ranges::transform(instances_, std::back_inserter(shapes), shapeOf);
   shapes_.keep(shapes);
+  requireMemoryForBuild(0, 2 * instances_.size());  // visible and solid
   SceneHandle visible(rtcNewScene(device_.get()));
   solid_.reset(std::ranges::any_of(instances_, isUnlit) ? rtcNewScene(device_.get()) : nullptr);
   for (std::size_t i = 0; i < instances_.size(); ++i) {

@@ -147,10 +147,11 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
     def test_texts_that_the_host_cannot_keep_are_refused(self) -> None:
         (self.folder / "latin").write_bytes(b"caf\xe9")
         (self.folder / "nul").write_bytes(b"a\0b")
+        (self.folder / "long").write_bytes(b"a" * (1 << 20) + b"a")
         for arguments, reason in [
             (["--prompt-file", "latin"], "prompt file 'latin': its text is not UTF-8"),
             (["--prompt-file", "nul"], "prompt file 'nul': .*NUL"),
-            (["--prompt-file", "/dev/zero"], "longer than 1 MiB"),
+            (["--prompt-file", "long"], "prompt file 'long': it is larger than 1 MiB"),
             (["--prompt", "caf\udce9"], "QUILLMERE_PROMPT .2003.: .*UTF-8"),
             (["--output-dir", "caf\udce9"], "QUILLMERE_OUTPUT_DIRECTORY .2009.: .*UTF-8"),
             (["--write-dir", "caf\udce9"], "write directory .*UTF-8"),

@@ -4,7 +4,7 @@
 #include <functional>
 
 #include "effect/node_parameters.h"
-#include "report/report.h"
+#include "report/told_once.h"
 #include "values/failure.h"
 #include "values/frames.h"
 
@@ -14,14 +14,16 @@ namespace quillmere::app {
 struct FramePlan {
   FrameRange frames;
   OutputPattern output;
+  PictureSize size;
   std::filesystem::path writeDirectory;
 };
 
 // Renders and writes one frame after the other until `stop` says true; a frame that fails doesn't keep the others from
 // being rendered. What a helper leaves running goes on through the frames that follow, until one fails or is broken
 // off; when this returns no process runs below this one. Failed when any frame failed. Throws Failure when no frame can
-// be rendered, because something else lies in the place of a file that they share.
-ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
+// be rendered, because something else lies in the place of the workflow or the
+// helper would refuse the size.
+ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop);
 
 }  // namespace quillmere::app

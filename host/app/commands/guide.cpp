@@ -1,6 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 #include "c4d.h"
 #include "commands.h"
@@ -8,6 +9,7 @@
 #include "drendersettings.h"
 #include "options.h"
 #include "report/output.h"
+#include "sdk/api/application.h"
 #include "sdk/api/document.h"
 #include "sdk/core/text.h"
 #include "values/texts.h"
@@ -30,6 +32,14 @@ void refuseOtherFormats(const std::string& output) {
   if (ending == ".png") return;
   throw Failure(ExitStatus::Usage, "-o '" + output + "'", "a guide image is a PNG", "end the file's name in .png");
 }
+
+// Why the host could not draw, which it tells its console alone.
+struct Console : host::Events {
+  void console(const std::string& line) override { last = line.substr(line.rfind(kDrawn, 0) == 0 ? kDrawn.size() : 0); }
+
+  static constexpr std::string_view kDrawn = "quillmere: the scene is not drawn: ";
+  std::string last;
+};
 
 [[noreturn]] void fail(const std::string& why, const std::string& remedy = {}) {
   throw Failure(ExitStatus::Failed, "guide image", why, remedy);
@@ -62,6 +72,8 @@ bool drawFinal(BaseDocument& document, BaseObject& camera, PictureSize size, Bas
 // for its guide, and writes it as a PNG beside `file`, which it then replaces.
 void writeGuide(host::Document& document, BaseObject& camera, GuideMode mode, PictureSize size,
                 const std::filesystem::path& file) {
+  Console console;
+  const host::Application application(".", console);  // for its console alone
   AutoAlloc<BaseBitmap> picture;
   if (!picture || picture->Init(size.width, size.height, 32) != IMAGERESULT::OK) {
     fail("no memory for a picture of that size", "give --size smaller sides");
@@ -69,7 +81,7 @@ void writeGuide(host::Document& document, BaseObject& camera, GuideMode mode, Pi
   BaseDocument& api = document.api();
   const bool drawn =
       mode == GuideMode::FinalRender ? drawFinal(api, camera, size, *picture) : drawQuick(api, camera, *picture);
-  if (!drawn) fail("the scene could not be drawn");
+  if (!drawn) fail(console.last.empty() ? "the scene could not be drawn" : console.last);
   if (picture->Save(host::filenameOf(file), FILTER_PNG, nullptr, SAVEBIT::NONE) != IMAGERESULT::OK) {
     fail("cannot write '" + file.string() + "'", "give -o a file in a folder that is there and that you may write to");
   }

@@ -3,9 +3,9 @@
 #include <CLI/CLI.hpp>
 #include <array>
 #include <charconv>
-#include <fstream>
 #include <string_view>
 
+#include "base/file_reading.h"
 #include "sdk/api/application.h"
 #include "values/failure.h"
 #include "values/texts.h"
@@ -57,15 +57,14 @@ constexpr std::array kSwitchOptions{
 constexpr std::size_t kLongestPrompt = 1U << 20U;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin UTF-8 with it
 
-// Also from a pipe or a device, whose length nothing tells beforehand.
 std::string readPrompt(const std::string& file) {
   const std::string what = "prompt file '" + file + "'";
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw Failure(ExitStatus::Usage, what, "cannot be read");
-  std::string text(kLongestPrompt + 1, '\0');
-  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(stream.gcount()));
-  if (text.size() > kLongestPrompt) throw Failure(ExitStatus::Usage, what, "longer than 1 MiB", "shorten the prompt");
+  std::string text;
+  try {
+    text = readText(file, kLongestPrompt);
+  } catch (const Error& error) {
+    throw Failure(ExitStatus::Usage, what, error.what(), "give a text file of at most 1 MiB");
+  }
   requireUtf8(what, text);
   if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();

@@ -50,7 +50,7 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
     throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
                   "give --output a folder that you may write to");
   }
-  return {options.frames, output, writeDirectory};
+  return {options.frames, output, options.scene.size, writeDirectory};
 }
 
 void configure(EffectSession& session, const Options& options, const fs::path& writeDirectory) {
@@ -70,22 +70,23 @@ void configure(EffectSession& session, const Options& options, const fs::path& w
 ExitStatus run(const Options& options) {
   const OwnStandardOutput own;
   Output results(own.descriptor()), errors(STDERR_FILENO);
-  const auto report = makeReport(styleOf(options), results, errors);
-  const UserBreak userBreak([&report] { report->silence(); });
+  const auto styled = makeReport(styleOf(options), results, errors);
+  ToldOnce report(*styled, options.json ? ToldOnce::Reader::Program : ToldOnce::Reader::Person);
+  const UserBreak userBreak([&report] { report.silence(); });
   adoptOrphans();
   const fs::path writeDirectory = writeDirectoryOf(options.session);
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
-  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), report, options.scene.scene);
   if (!options.quiet) printWarnings(session.document().warnings());
   configure(session, options, writeDirectory);
   tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
   if (options.style) tellStyle(*options.style);
-  if (report->wantsPreviews()) askForPreviews();
-  const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
-  const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
+  if (report.wantsPreviews()) askForPreviews();
+  const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
+  const ExitStatus status = renderFrames(session.document(), session.node(), plan, report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
-  if (!report->outputLost()) return status;
+  if (!report.outputLost()) return status;
   throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
 }
 
@@ -180,7 +181,7 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6 --control Model=soft\n"
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
       "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
-      "/tmp/second-render\n"
+      "~/second-render\n"
       "  quillmere render --like render_0012.png --prompt \"the same at night\" --output night_####.png");
   command.get_help_ptr()->group("Options");
   return [options, &command] {
