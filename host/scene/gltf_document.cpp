@@ -7,6 +7,7 @@
 
 #include "base/file_reading.h"
 #include "scene/document_survey.h"
+#include "scene/foreign_file.h"
 #include "scene/scene.h"
 
 namespace quillmere::scene {
@@ -155,6 +156,7 @@ std::filesystem::path resolveReference(const std::filesystem::path& folder, cons
 
 GltfDocument parseGltf(const std::filesystem::path& file) {
   const std::vector<std::uint8_t> bytes = readBytes(file, kMostFileBytes);
+  if (const std::string foreign = foreignFile(bytes, file); !foreign.empty()) throw Error(foreign);
   DocumentSurvey survey = surveyDocument(bytes);
   checkSurvey(survey);
 

@@ -19,6 +19,7 @@ constexpr std::array kCommands{
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
     Command{"panel", "Show the effect's attribute panel: values, choices, limits", addPanel},
     Command{"cameras", "List the cameras of a scene", addCameras},
+    Command{"info", "Tell what a scene holds: clips, cameras, lights, sizes, what isn't supported", addInfo},
     Command{"workflows", "List the workflows of the catalog, and change the list", addWorkflows},
     Command{"show", "Show what made a picture: prompt, workflow, seed, scene, camera", addShow},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},

@@ -41,6 +41,7 @@ ReportStyle styleOf(const Options& options) {
 
 FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
   OutputPattern output = OutputPattern::parse(options.output);
+  if (options.scene.cameras.size() > 1) output = output.namingCameras();
   if (options.frames.count() > 1) output = output.numberingFrames();
   std::error_code error;
   if (!output.folder().empty()) fs::create_directories(output.folder(), error);
@@ -48,20 +49,45 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
     throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
                   "give --output a folder that you may write to");
   }
-  return {options.frames, output, writeDirectory};
+  return {options.frames, options.scene.clock, output, writeDirectory};
 }
 
-void configure(EffectSession& session, const Options& options) {
+void configure(EffectSession& session, const Options& options, const std::string& camera) {
   host::Document& document = session.document();
-  document.setFps(options.scene.fps);
+  document.setFps(options.scene.clock.rate.whole());
   document.setSize(options.scene.size.width, options.scene.size.height);
-  const WorkflowGiven given = setUpNode(session.node(), document, options.effect, options.scene.camera);
+  const WorkflowGiven given = setUpNode(session.node(), document, options.effect, camera);
   if (given == WorkflowGiven::No && preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample &&
       !options.quiet) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
   if (!options.saveSettings.empty()) saveSettings(session.node(), options.saveSettings);
+}
+
+void tellOf(const OpenedScene& opened) {
+  printWarnings(opened.scene->warnings());
+  for (const std::string& note : opened.notes) printError(note);
+}
+
+// All frames through one camera after the other.
+ExitStatus renderCameras(EffectSession& session, const Options& options, const OpenedScene& opened,
+                         const FramePlan& plan, Report& report, const std::function<bool()>& stop) {
+  std::vector<std::string> cameras = opened.cameras;
+  if (cameras.empty()) cameras.push_back(cameraOf(session));
+  refuseSharedFiles(cameras, plan.output);
+  ExitStatus status = ExitStatus::Done;
+  for (const std::string& camera : cameras) {
+    if (stop()) break;
+    FramePlan through = plan;
+    through.output = plan.output.forCamera(camera);
+    if (cameras.size() > 1) session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
+    tellHelper(session, options.scene.scene, opened.facts, runtimeFolder(plan.writeDirectory));
+    if (renderFrames(session.document(), session.node(), through, report, stop) != ExitStatus::Done) {
+      status = ExitStatus::Failed;
+    }
+  }
+  return status;
 }
 
 ExitStatus run(const Options& options) {
@@ -73,24 +99,29 @@ ExitStatus run(const Options& options) {
   const fs::path writeDirectory = writeDirectoryOf(options.session);
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
-  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
-  if (!options.quiet) printWarnings(session.document().warnings());
-  configure(session, options);
-  tellHelper(session, options.scene.scene, options.scene.fps, runtimeFolder(writeDirectory));
+  const OpenedScene opened = openScene(options.scene, options.frames);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, opened.scene,
+                        options.scene.scene);
+  if (!options.quiet) tellOf(opened);
+  configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front());
   if (options.style) tellStyle(*options.style);
   const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
-  const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
+  const ExitStatus status = renderCameras(session, options, opened, plan, *report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
   if (!report->outputLost()) return status;
   throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
 }
 
-// What --like leaves to be filled in.
+// What --like and --time leave to be filled in.
 void complete(Options& options, const CLI::App& command) {
   if (!options.like.empty()) {
     tellSeed(renderLike(options.like, command, {options.scene, options.frames, options.effect, options.style}));
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
+  }
+  if (command.count("--time") > 0) {
+    const std::int32_t frame = frameAt(*options.scene.clock.time, options.scene.clock.rate);
+    options.frames = {frame, frame, 1};
   }
 }
 
@@ -112,17 +143,19 @@ void addStyle(CLI::App& command, std::optional<std::string>& style) {
 
 void addOutputOptions(CLI::App& command, Options& options) {
   command
-      .add_option("--output", options.output,
-                  "File of each frame; '####' stands for its number, and the ending for\n"
-                  "the format: .png (8 bits), .16.png (16 bits) or .exr (floats)")
+      .add_option("-o,--output", options.output,
+                  "File of each frame; '####' (or %04d, $F4, {frame}) stands for its number,\n"
+                  "{camera} for its camera, and the ending for the format: .png (8 bits),\n"
+                  ".16.png (16 bits) or .exr (floats)")
       ->capture_default_str()
       ->type_name("PATTERN");
   command
       .add_option_function<std::string>(
-          "--frames", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
+          "--frames,--frame", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
           "Frames to render")
       ->type_name("A|A-B|A-BxSTEP")
       ->default_str("0");
+  addTime(command, options.scene, "--frames");
   command
       .add_option("--save-settings", options.saveSettings,
                   "Write the effect's settings to a file, before the first frame is rendered")
