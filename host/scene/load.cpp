@@ -4,6 +4,7 @@
 
 #include "scene/accessor_reader.h"
 #include "scene/animation.h"
+#include "scene/draco_import.h"
 #include "scene/geometry_import.h"
 #include "scene/gltf_document.h"
 #include "scene/gltf_scene.h"
@@ -154,6 +155,7 @@ Contents contentsOf(const tinygltf::Model& model) {
 
 std::shared_ptr<const Scene> import(const std::filesystem::path& file, const LoadSettings& settings) {
   GltfDocument document = parseGltf(file);
+  decompressMeshes(document);
   AccessorReader reader(document.model, document.warnings);
   SceneParts parts;
   parts.graph = importNodes(document);

@@ -71,7 +71,7 @@ TEST(Geometry, NamesWhatItLeavesOutAndRefusesWhatDoesNotFitTogether) {
            {{{"attributes", {{"POSITION", nullptr}}}}, "without positions", ""},
            {{{"attributes", {{"COLOR_1", 0}}}}, "first set of vertex colours", ""},
            {{{"extensionsUsed", {"KHR_materials_sheen"}}}, "KHR_materials_sheen", ""},
-           {{{"extensionsRequired", {"KHR_draco_mesh_compression"}}}, "", "requires the extension KHR_draco_mesh"},
+           {{{"extensionsRequired", {"EXT_meshopt_compression"}}}, "", "requires the extension EXT_meshopt"},
            {{{"asset", {{"version", "1.0"}}}}, "", "only glTF 2 is read"},
            {{{"indices", far}}, "", "go up to 3, but there are only 3 vertices"},
            {{{"indices", floats}}, "", "unsigned integers"},
