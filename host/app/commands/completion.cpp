@@ -125,7 +125,7 @@ Action addCompletion(CLI::App& command) {
   const auto shell = std::make_shared<std::string>();
   command.add_option("SHELL", *shell, "bash, zsh or fish")
       ->required()
-      ->check(CLI::IsMember({"bash", "zsh", "fish"}))
+      ->check(CLI::IsMember({"bash", "zsh", "fish"}, CLI::ignore_case))
       ->type_name("");
   command.footer("Example:\n  source <(quillmere completion bash)");
   return [shell] {

@@ -138,7 +138,7 @@ void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen) {
       .add_option_function<std::string>(
           "--guide", [chosen = std::move(chosen)](const std::string& word) { chosen(guideModeOf(word)); },
           "How the guide image is drawn: quick as a viewport shows it, final as a full rendering")
-      ->check(CLI::IsMember(kGuideModeWords))
+      ->check(CLI::IsMember(kGuideModeWords, CLI::ignore_case))
       ->type_name("quick|final");
 }
 
