@@ -191,6 +191,7 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
       "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
       "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Quayside --guide final --json\n"
+      "  quillmere render model.glb --turntable 96 --frames 0-95 --clip Walk --loop -o turn_####.png\n"
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
       "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
       "/tmp/second-render\n"
