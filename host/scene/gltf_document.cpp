@@ -4,10 +4,13 @@
 #include <array>
 #include <cctype>
 #include <sstream>
+#include <utility>
 
 #include "base/file_reading.h"
 #include "base/memory.h"
 #include "scene/document_survey.h"
+#include "scene/foreign_file.h"
+#include "scene/parser_input.h"
 #include "scene/scene.h"
 
 namespace quillmere::scene {
@@ -34,8 +37,9 @@ bool hasScheme(const std::string& uri) {
   return colon != std::string::npos && colon < uri.find('/');
 }
 
-constexpr std::array kSupportedExtensions{"KHR_lights_punctual",   "KHR_materials_unlit",     "KHR_mesh_quantization",
-                                          "KHR_texture_transform", "EXT_mesh_gpu_instancing", "EXT_texture_webp"};
+constexpr std::array kSupportedExtensions{
+    "KHR_lights_punctual",     "KHR_materials_unlit", "KHR_mesh_quantization",     "KHR_texture_transform",
+    "EXT_mesh_gpu_instancing", "EXT_texture_webp",    "KHR_draco_mesh_compression"};
 
 bool isSupported(const std::string& extension) {
   return std::find(kSupportedExtensions.begin(), kSupportedExtensions.end(), extension) != kSupportedExtensions.end();
@@ -172,10 +176,12 @@ std::filesystem::path resolveReference(const std::filesystem::path& folder, cons
 }
 
 GltfDocument parseGltf(const std::filesystem::path& file) {
-  const std::vector<std::uint8_t> bytes = readBytes(file, kMostFileBytes);
+  std::vector<std::uint8_t> bytes = readBytes(file, kMostFileBytes);
+  if (const std::string foreign = foreignFile(bytes, file); !foreign.empty()) throw Error(foreign);
   DocumentSurvey survey = surveyDocument(bytes);
   checkSurvey(survey);
   requireMemory(memoryToParse(bytes, survey));
+  bytes = forParser(std::move(bytes), survey.binary);
 
   GltfDocument document;
   document.folder = file.parent_path();

@@ -105,6 +105,11 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
         self.assertEqual(sorted(file.name for file in self.folder.glob("still*")), ["still_-0001.png", "still_0001.png"])
         self.assertEqual(re.findall(r"output +(\S+)", done.stdout), ["still_-0001.png", "still_0001.png"])
         self.assertRegex(done.stdout, "guide +.*/reference_1.png\n +picture +.*/picture.png")
+        done = self.render("--frames", "1-2", "--camera", "Chart", "--camera", "1", "--output", "f##/{camera}.png")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        files = [f"f{frame}/{camera}.png" for camera in ("Chart", "Pier") for frame in ("01", "02")]
+        self.assertEqual(re.findall(r"output +(\S+)", done.stdout), files)
+        self.assertEqual(len({(self.folder / file).read_bytes() for file in files}), 4)
 
     def test_a_failed_frame_leaves_no_file_and_the_others_go_on(self) -> None:
         self.helper("case $request in *_1.json) printf '{\"ok\": false, \"error\": \"no ink left\"}' > $response; exit 1;; esac; answer")

@@ -141,6 +141,20 @@ class Like(RealHelper):
         self.assertEqual(self.bytes_of("a.png"), frame)
         self.assertNotEqual(*self.bytes_of(one, again))
 
+    def test_what_is_seen_when_is_repeated(self) -> None:
+        for arguments, told in (
+            (["--view", "90,10", "--clip", "2", "--time", "0.3"], {"camera": "Default", "clip": "Run", "time": 0.3, "frame": 9}),
+            (["--turntable", "8", "--fps", "23.976", "--loop", "--frames", "40"], {"turntable": 8, "fps": "24000/1001", "loop": True}),
+            (["--camera", "2", "--frames", "3"], {"camera": "Chart", "frame": 3}),
+        ):
+            with self.subTest(arguments):
+                made = self.rendered("scene.glb", "--workflow", "ink.json", "--size", "48x32", *arguments)
+                self.assertEqual({key: made.get(key) for key in told}, told)
+                frame = self.bytes_of("a.png")
+                again = self.rendered("--like", "a.png")
+                self.assertEqual(self.bytes_of("a.png"), frame)
+                self.assertEqual({**again, "guide": ""}, {**made, "guide": ""})
+
     def test_a_server_is_given_the_same_graph_again(self) -> None:
         server = ComfyServer()
         self.addCleanup(server.stop)

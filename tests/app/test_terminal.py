@@ -63,7 +63,7 @@ class Terminal(Stage):
 
     def test_the_line_lives_turns_and_leaves_only_results(self) -> None:
         self.helper("say 'Inking (40 %)'; sleep 0.7; answer")
-        status, written = self.on_terminal("--frames", "3-4")
+        status, written = self.on_terminal("--frames", "3-4", "--clip", "Walk")
         self.assertEqual(status, 0)
         turns = set(re.findall(rb"\r([|/\\-]) \[#*\.*\] frame 4 \(2/2\)  Inking \(40 %\)", written))
         self.assertGreaterEqual(len(turns), 3)

@@ -20,6 +20,7 @@ Action addRender(CLI::App& command);
 Action addGuide(CLI::App& command);
 Action addPanel(CLI::App& command);
 Action addCameras(CLI::App& command);
+Action addInfo(CLI::App& command);
 Action addWorkflows(CLI::App& command);
 Action addShow(CLI::App& command);
 Action addDoctor(CLI::App& command);

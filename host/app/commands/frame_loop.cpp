@@ -98,6 +98,8 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
   }
   try {
+    std::error_code error;  // told by the file that can't be written
+    if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), error);
     writeFrame(file, plan.output.format(), frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
   } catch (const Error& error) {
@@ -155,7 +157,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
   for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
     const std::int32_t frame = plan.frames.at(index);
     report.frameBegins(frame, index, plan.frames.count());
-    document.setFrame(frame);
+    document.setFrame(frame, plan.clock.secondsAt(frame));
     const Clock::time_point begun = Clock::now();
     HelperProgress progress(plan.writeDirectory, frame, report);
     const Outcome outcome = renderOne(document, node, plan, frame, report, progress.watchingDuring(stop));

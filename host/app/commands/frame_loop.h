@@ -7,12 +7,14 @@
 #include "report/told_once.h"
 #include "values/failure.h"
 #include "values/frames.h"
+#include "values/output_pattern.h"
 
 namespace quillmere::app {
 
 // Frames to render and where they go.
 struct FramePlan {
   FrameRange frames;
+  FrameClock clock;
   OutputPattern output;
   PictureSize size;
   std::filesystem::path writeDirectory;

@@ -35,16 +35,27 @@ std::string present(const std::string& file, const std::string& picture, const c
   return file;
 }
 
+// One of the host's own is known by its view, another by its name.
+void takeCamera(const Repetition& made, const CLI::App& command, SceneOptions& scene) {
+  if (given(command, "--camera") || given(command, "--view") || given(command, "--turntable")) return;
+  if (made.view) scene.view = parseView(*made.view);
+  scene.turntable = made.turntable.value_or(0);
+  if (!scene.ownCamera() && made.camera && !made.camera->empty()) scene.cameras = {*made.camera};
+}
+
 void takeScene(const Repetition& made, const std::string& picture, const CLI::App& command, LikeTarget& options) {
   SceneOptions& scene = options.scene;
   if (scene.scene.empty()) {
     const std::string remedy = "give the scene: quillmere render SCENE --like '" + picture + "'";
     scene.scene = present(needed(made.scene, picture, "scene", remedy), picture, "scene", remedy);
   }
-  if (!given(command, "--camera")) scene.camera = made.camera.value_or("");
-  if (!given(command, "--fps")) scene.fps = made.fps.value_or(scene.fps);
+  takeCamera(made, command, scene);
+  if (!given(command, "--clip")) scene.clip = made.clip.value_or("");
+  if (!given(command, "--loop")) scene.loop = made.loop;
+  if (!given(command, "--fps")) scene.clock.rate = made.rate.value_or(scene.clock.rate);
   if (!given(command, "--size")) scene.size = needed(made.size, picture, "size", "give it with --size");
-  if (given(command, "--frames")) return;
+  if (given(command, "--frames") || given(command, "--time")) return;
+  scene.clock.time = made.time;
   const std::int32_t frame = needed(made.frame, picture, "frame", "give it with --frames");
   options.frames = {frame, frame, 1};
 }

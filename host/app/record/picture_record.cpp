@@ -7,6 +7,7 @@
 #include "image/conversion.h"
 #include "image/file_formats.h"
 #include "values/failure.h"
+#include "values/frames.h"
 
 namespace quillmere::app {
 namespace {
@@ -24,13 +25,6 @@ constexpr int kDeepest = 100;
 
 constexpr const char* kRemedy = "render the picture again, or give another";
 
-std::string cameraOf(EffectSession& session) {
-  const Json stored = session.node().stored(QUILLMERE_CAMERA);
-  if (stored.is_string() && !stored.empty()) return stored;
-  const auto& cameras = session.document().cameras();
-  return cameras.empty() ? "" : cameras.front().name;
-}
-
 fs::path sideFileOf(const fs::path& picture) {
   return picture.string() + ".json";
 }
@@ -47,16 +41,23 @@ Json checkedRecord(const std::string& content, const std::string& what) {
 
 }  // namespace
 
-void tellHelper(EffectSession& session, const fs::path& scene, int fps, const fs::path& folder) {
+std::string cameraOf(EffectSession& session) {
+  const Json stored = session.node().stored(QUILLMERE_CAMERA);
+  if (stored.is_string() && !stored.empty()) return stored;
+  const auto& cameras = session.document().cameras();
+  return cameras.empty() ? "" : cameras.front().name;
+}
+
+void tellHelper(EffectSession& session, const fs::path& scene, const Json& shown, const fs::path& folder) {
   const NodeParameters& node = session.node();
-  const Json facts{{"scene", fs::absolute(scene).lexically_normal().string()},
-                   {"camera", cameraOf(session)},
-                   {"fps", fps},
-                   {"guide_mode", wordOf(static_cast<GuideMode>(node.number(QUILLMERE_GUIDE_MODE)))},
-                   {"workflow_id", node.text(QUILLMERE_WORKFLOW_ID)},
-                   {"host_version", QUILLMERE_VERSION},
-                   {"system_prompt", node.text(QUILLMERE_SYSTEM_PROMPT)},
-                   {"prompt", node.text(QUILLMERE_PROMPT)}};
+  Json facts{{"scene", fs::absolute(scene).lexically_normal().string()},
+             {"camera", cameraOf(session)},
+             {"guide_mode", wordOf(static_cast<GuideMode>(node.number(QUILLMERE_GUIDE_MODE)))},
+             {"workflow_id", node.text(QUILLMERE_WORKFLOW_ID)},
+             {"host_version", QUILLMERE_VERSION},
+             {"system_prompt", node.text(QUILLMERE_SYSTEM_PROMPT)},
+             {"prompt", node.text(QUILLMERE_PROMPT)}};
+  facts.update(shown);
   std::error_code error;  // a folder that is missing is told by the file that can't be written
   fs::create_directories(folder, error);
   const fs::path file = fs::absolute(folder) / "provenance.json";

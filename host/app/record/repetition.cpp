@@ -42,6 +42,26 @@ class Values {
     return static_cast<std::int32_t>(number);
   }
 
+  // A whole number, or a text where it is none.
+  std::optional<FrameRate> rate() const {
+    const Json* value = find("fps");
+    if (value != nullptr && value->is_string()) return parseFrameRate(*text("fps"));
+    const auto frames = whole("fps", 1, kMostFps);
+    return frames ? std::optional(FrameRate{*frames, 1}) : std::nullopt;
+  }
+
+  std::optional<double> seconds(const char* key) const {
+    const Json* value = find(key);
+    if (value == nullptr) return {};
+    if (!value->is_number()) refuse(key, "is no number");
+    return value->get<double>();
+  }
+
+  bool isTrue(const char* key) const {
+    const Json* value = find(key);
+    return value != nullptr && value->is_boolean() && value->get<bool>();
+  }
+
   std::optional<Repetition::Seed> seed() const {
     const auto value = record_.find("seed");
     if (value == record_.end()) return {};
@@ -126,7 +146,12 @@ Repetition repetitionOf(const Json& record, const fs::path& picture) {
   made.workflow = values.text("workflow_path");
   made.style = values.text("style");
   made.frame = values.whole("frame", Limits::min(), Limits::max());
-  made.fps = values.whole("fps", 1, kMostFps);
+  made.rate = values.rate();
+  made.clip = values.text("clip");
+  made.view = values.text("view");
+  made.turntable = values.whole("turntable", 2, kLongestTurn);
+  made.time = values.seconds("time");
+  made.loop = values.isTrue("loop");
   made.seed = values.seed();
   made.controls = values.controls();
   const auto width = values.whole("width", 1, image::kMaxSide), height = values.whole("height", 1, image::kMaxSide);

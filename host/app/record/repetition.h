@@ -15,7 +15,11 @@ namespace quillmere::app {
 // A render like that of a picture, as far as its record tells.
 struct Repetition {
   std::optional<std::string> scene, camera, workflow, style;  // a path, a name, a path, a path or empty
-  std::optional<std::int32_t> frame, fps;
+  std::optional<std::string> clip, view;                      // a name; what --view takes
+  std::optional<std::int32_t> frame, turntable;
+  std::optional<FrameRate> rate;
+  std::optional<double> time;
+  bool loop = false;
   std::optional<PictureSize> size;
   struct Seed {
     std::optional<std::uint64_t> value;  // none: it was made without a seed

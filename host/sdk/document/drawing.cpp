@@ -23,7 +23,7 @@ Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, D
   }
   return drawOrReport<Drawing>([&]() -> Drawing {
     if (!document.renderer) document.renderer = std::make_unique<render::Renderer>(document.scene);
-    document.renderer->pose(document.time.Get());
+    document.renderer->pose(document.seconds);
     image::Image picture = draw(*document.renderer, document.renderer->snapshot().cameras.at(camera->index));
     if (picture.empty()) return {RENDERRESULT::USERBREAK, {}};
     return {RENDERRESULT::OK, std::move(picture)};
