@@ -1,7 +1,6 @@
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
-#include <string_view>
 
 #include "c4d.h"
 #include "commands.h"
@@ -36,10 +35,11 @@ void refuseOtherFormats(const std::string& output) {
 
 // Why the host could not draw, which it tells its console alone.
 struct Console : host::Events {
-  void console(const std::string& line) override { last = line.substr(line.rfind(kDrawn, 0) == 0 ? kDrawn.size() : 0); }
+  void console(const std::string& line) override {
+    if (line.starts_with(host::kUndrawn)) undrawn = line.substr(host::kUndrawn.size());
+  }
 
-  static constexpr std::string_view kDrawn = "quillmere: the scene is not drawn: ";
-  std::string last;
+  std::string undrawn;
 };
 
 [[noreturn]] void fail(const std::string& why, const std::string& remedy = {}) {
@@ -88,7 +88,7 @@ void writeGuide(host::Document& document, BaseObject& camera, GuideMode mode, Pi
   BaseDocument& api = document.api();
   const bool drawn =
       mode == GuideMode::FinalRender ? drawFinal(api, camera, size, *picture) : drawQuick(api, camera, *picture);
-  if (!drawn) fail(console.last.empty() ? "the scene could not be drawn" : console.last);
+  if (!drawn) fail(console.undrawn.empty() ? "the scene could not be drawn" : console.undrawn);
   if (picture->Save(host::filenameOf(file), FILTER_PNG, nullptr, SAVEBIT::NONE) != IMAGERESULT::OK) {
     fail("cannot write '" + file.string() + "'", "give -o a file in a folder that is there and that you may write to");
   }

@@ -1,14 +1,8 @@
 #include "told_once.h"
 
-#include <string_view>
 #include <utility>
 
 namespace quillmere::app {
-namespace {
-
-constexpr std::string_view kUndrawn = "quillmere: the scene is not drawn: ";  // as the host begins that line
-
-}  // namespace
 
 void ToldOnce::passOn() {
   if (!held_.empty()) report_.statusText(std::exchange(held_, {}));
@@ -27,8 +21,8 @@ void ToldOnce::statusSpin(bool on) {
 }
 
 void ToldOnce::console(const std::string& utf8) {
-  const bool undrawn = utf8.starts_with(kUndrawn);
-  if (undrawn) undrawn_ = utf8.substr(kUndrawn.size());
+  const bool undrawn = utf8.starts_with(host::kUndrawn);
+  if (undrawn) undrawn_ = utf8.substr(host::kUndrawn.size());
   const bool toldAtTheEnd = undrawn || (!held_.empty() && utf8.ends_with("] " + held_));
   if (!toldAtTheEnd || reader_ == Reader::Program) report_.console(utf8);
 }

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "core/events.h"
 #include "core/substitutes.h"
 #include "core/text.h"
 #include "dbasedraw.h"
@@ -46,7 +47,7 @@ Drawing drawFinal(DocumentParts& document, const cinema::BaseObject* object, int
 }
 
 void reportUndrawn(const std::string& why) {
-  cinema::GePrint(fromUtf8("quillmere: the scene is not drawn: " + why));
+  cinema::GePrint(fromUtf8(std::string(kUndrawn) + why));
 }
 
 }  // namespace quillmere::host
