@@ -99,7 +99,8 @@ def _filled(report: dict[str, Any], look: Callable[[backends.Backend, Workflow],
         report["backend"] = workflow.backend
         report.update(look(backends.load(workflow.backend), workflow))
     except HelperError as error:
-        report.update(problem=masked(error.text), remedy=masked(error.remedy))
+        report.update(problem=error.text, remedy=error.remedy)
+    report.update(problem=masked(report["problem"]), remedy=masked(report["remedy"]))
     report["ok"] = not report["problem"]
     return report
 

@@ -59,10 +59,14 @@ class Parameter:
 
 
 Table = Sequence[Parameter]
+EMPTY: Mapping[str, Any] = {}
 
 
-def read_parameters(content: Mapping[str, Any], keys: Sequence[str], table: Table, where: str) -> dict[str, Any]:
-    """Every parameter of `table` with its value in "parameters" of a workflow file, or its default.
+def read_parameters(
+    content: Mapping[str, Any], keys: Sequence[str], table: Table, where: str, controls: Mapping[str, Any] = EMPTY
+) -> dict[str, Any]:
+    """Every parameter of `table` with its value in "parameters" of a workflow file, or its default. Those that the user
+    has set as `controls` are called so.
 
     Raises HelperError for any that is not accepted, and for a key that is none of `keys` (none are told: any will do).
     """
@@ -74,13 +78,14 @@ def read_parameters(content: Mapping[str, Any], keys: Sequence[str], table: Tabl
         raise HelperError(f'"parameters" in {where} must be a JSON object')
     known = {parameter.name: parameter for parameter in table}
     for name, value in given.items():
+        word = "control" if name in controls else "parameter"
         if name not in known:
             close = difflib.get_close_matches(name, known, 1)
             remedy = (f'did you mean "{close[0]}"? ' if close else "") + f"accepted: {', '.join(known)}"
-            raise HelperError(f'Unknown parameter "{name}" in {where}', remedy=remedy)
+            raise HelperError(f'Unknown {word} "{name}" in {where}', remedy=remedy)
         if not known[name].accepts(value):
             must = f"it must be {known[name].accepted()}"
-            raise HelperError(f'Parameter "{name}" in {where} is {value!r}', remedy=must)
+            raise HelperError(f'The {word} "{name}" in {where} is {value!r}', remedy=must)
     return {name: given.get(name, parameter.default) for name, parameter in known.items()}
 
 

@@ -169,6 +169,7 @@ class Like(RealHelper):
         for arguments, controls, same in (
             ([], made["controls"], True),
             (["--control", "line=0"], {**made["controls"], "line": 0}, False),
+            (["--control", "seed=5"], {**made["controls"], "seed": 5}, False),
             (["--workflow", "b.png"], None, True),  # holds them
             (["--workflow", "ink.json"], None, False),
         ):
@@ -234,6 +235,22 @@ class Like(RealHelper):
                 self.assertEqual(done.returncode, status, done.stderr)
                 self.assertRegex(done.stderr, told if content == before else f"{told}(.|\n)*--workflow 'b.png'")
         self.assertEqual(self.rendered("--like", "b.png", "--workflow", "b.png")["workflow"], RANDOM_INK)
+
+    def test_a_workflow_is_compared_without_the_controls_that_were_set(self) -> None:
+        self.env["QUILLMERE_COMFYUI_URL"] = "http://127.0.0.1:1"
+        bare, ran = graph(), {"backend": "comfyui", "graph": graph(), "controls": {"Steps": 3, "Size": 1}}
+        made = {**RECORD, "scene": str(self.folder / "scene.glb"), "workflow_path": str(self.folder / "comfy.json"), "controls": {"Steps": 3}}
+        for workflow, present, changed in (
+            (ran, bare, False),
+            (ran, {**bare, "99": bare["1"]}, True),
+            (ran, {**ran, "controls": {"Steps": 5, "Size": 1}}, False),
+            (ran, {**ran, "url": "http://127.0.0.1:2"}, True),
+            ({"backend": "embedded", "parameters": {"Steps": 3}}, {"backend": "embedded"}, False),
+        ):
+            with self.subTest(present=present):
+                self.write("like.png", png(text(json.dumps({**made, "workflow": workflow}).encode())))
+                self.write("comfy.json", json.dumps(present).encode())
+                self.assertEqual("has changed" in self.repeated("--like", "like.png").stderr, changed)
 
     def test_what_a_picture_lacks_or_lies_about_is_named(self) -> None:
         sound = {**RECORD, "scene": str(self.folder / "scene.glb"), "workflow_path": str(self.folder / "ink.json")}

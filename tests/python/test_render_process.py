@@ -55,7 +55,8 @@ WORKFLOWS = (
     ({"backend": "embedded", "parameters": {"seed": 1 << 64}}, '"frame", "random"'),
     ({"backend": "embedded", "parameters": {"wash": "much"}}, "a number of 0 to 2"),
     # wrappers that set controls
-    ({"workflow": INK, "controls": {"lines": 1}}, 'in the workflow "ink_wash.json"; did you mean "line"?'),
+    ({"workflow": INK, "controls": {"lines": 1}}, 'Unknown control "lines" in the workflow "ink_wash.json"; did you mean "line"?'),
+    ({"workflow": INK, "controls": {"line": "thin"}}, 'The control "line"'),
     ({"workflow": INK, "controls": [1]}, "by its full path"),
     ({"workflow": "ink_wash.json", "controls": {}}, "by its full path"),
     ({"workflow": "/nowhere/w.json", "controls": {}}, '"/nowhere/w.json": No such file'),

@@ -84,13 +84,15 @@ void addLike(CLI::App& command, std::string& picture) {
 std::optional<std::uint64_t> renderLike(const std::string& picture, const CLI::App& command, LikeTarget options) {
   const Json record = recordOf(picture);
   const Repetition made = repetitionOf(record, picture);
+  const bool reseeded = controlCalled("seed", options.effect.controls).has_value();
   takeScene(made, picture, command, options);
   if (options.effect.workflow.empty()) takeWorkflow(made, record, picture, options.effect);
   takeStyle(made, picture, options.style);
   auto& assignments = options.effect.assignments;
   // Of two assignments of one parameter the later one counts.
   assignments.insert(assignments.begin(), made.assignments.begin(), made.assignments.end());
-  return needed(made.seed, picture, "seed", "render without --like").value;
+  const auto& seed = needed(made.seed, picture, "seed", "render without --like").value;
+  return reseeded ? std::nullopt : seed;
 }
 
 }  // namespace quillmere::app

@@ -3,7 +3,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "base/atomic_file.h"
@@ -62,12 +61,17 @@ Json checkedControls(const Json& value) {
   return value;
 }
 
+std::optional<std::string> controlCalled(const std::string& name, const Json& controls) {
+  std::vector<std::string> names;
+  for (const auto& control : controls.items()) names.push_back(control.key());
+  const auto found = indexOfName(names, name);
+  return found ? std::optional(names[*found]) : std::nullopt;
+}
+
 Json mergedControls(const Json& kept, const Json& given) {
   Json merged = kept;
   for (const auto& control : given.items()) {
-    std::vector<std::string> names;
-    for (const auto& other : merged.items()) names.push_back(other.key());
-    if (const auto same = indexOfName(names, control.key())) merged.erase(names[*same]);
+    if (const auto same = controlCalled(control.key(), merged)) merged.erase(*same);
     merged[control.key()] = control.value();
   }
   return merged;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "base/json.h"
@@ -17,7 +18,10 @@ void readControl(const std::string& text, Json& controls);
 // `value` when it is such an object, empty for null. Throws Error, the reason alone.
 Json checkedControls(const Json& value);
 
-// `kept` with `given` over it. A graph's controls have no upper and lower case, so a name replaces the same in another.
+// How `controls` write the name of this one, if it is among them: a graph's controls have no upper and lower case.
+std::optional<std::string> controlCalled(const std::string& name, const Json& controls);
+
+// `kept` with `given` over it.
 Json mergedControls(const Json& kept, const Json& given);
 
 // Sets controls of the workflow that the node has: puts a file in `folder` (made where it is missing) that names the

@@ -42,7 +42,7 @@ class Settings:
 
 
 def read_settings(workflow: Workflow) -> Settings:
-    options = read_parameters(workflow.content, KEYS, PARAMETERS, workflow.name)
+    options = read_parameters(workflow.content, KEYS, PARAMETERS, workflow.name, workflow.controls)
     return Settings(servers.site_for(KIND, workflow.content.get("url"), workflow.name), options, workflow.name)
 
 

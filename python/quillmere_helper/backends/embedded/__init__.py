@@ -29,7 +29,7 @@ PARAMETERS = (
 
 
 def _options_of(workflow: Workflow) -> dict[str, Any]:
-    return read_parameters(workflow.content, (), PARAMETERS, workflow.name)
+    return read_parameters(workflow.content, (), PARAMETERS, workflow.name, workflow.controls)
 
 
 def check(workflow: Workflow) -> dict[str, Any]:
