@@ -139,11 +139,15 @@ class Wiring(unittest.TestCase):
             (graph(), {"style": "s.png"}, "style image is not used"),
             (changed(("7", "ImageInvert", {"image": ["4", 0]})), {}, "prompt is not used"),
             (changed(loop), {}, "prompt is not used"),
-            (changed(("20", "VAEDecode", {}), ("21", "PreviewImage", {"images": ["20", 0]})), {}, "is left out"),
             (changed(*optional), {}, ""),
         ):
             notes = wired(content, **changes)[1].notes
             self.assertEqual([text in note for note in notes], [True] * bool(text), notes)
+        starved = changed(("20", "VAEDecode", {}), ("21", "PreviewImage", {"images": ["20", 0]}))
+        for editor, outputs in ((None, ["9", "21"]), ({"nodes": []}, ["9"])):  # where it may come of a muted node
+            made = read_api(starved, "w.json")
+            made.editor = editor
+            self.assertEqual(wire(made, Classes(class_info), WANTED, "w.json").outputs, outputs)
 
     def test_pictures_come_from_the_marked_node_else_from_the_last_that_saves(self):
         saver = ("10", "SaveImage", {"images": ["8", 0], "filename_prefix": "x"})

@@ -85,7 +85,8 @@ class Placement:
 
     def _look_at_the_graph(self) -> None:
         graph, where = self._graph, self._where
-        self._leave_out(shape.starved(graph, self._classes))
+        if graph.editor is not None:  # whoever exports for a server has muted nothing
+            self._leave_out(shape.starved(graph, self._classes))
         needed = graph.upstream(shape.all_outputs(graph, self._classes))
         self._needed = [node for node in graph.nodes.values() if node.id in needed]
         self._marked = marked_nodes(graph, needed, where)
@@ -102,7 +103,7 @@ class Placement:
                 self._put_fitted("seed", node, name, node.inputs[name])
 
     def _leave_out(self, starved: Mapping[str, str]) -> None:
-        """As the server would do when others can run; when none can, it tells what is wrong with each."""
+        """What comes behind a muted node, as the editor would have it; when nothing can run, the server says why."""
         if len(starved) < len(shape.all_outputs(self._graph, self._classes)):
             for end, reason in starved.items():
                 self.wired.notes.append(f"{self._graph.nodes.pop(end).label} in {self._where} is left out: {reason}")

@@ -3,8 +3,11 @@
 #include <sstream>
 #include <tuple>
 
+#include "api/application.h"
+#include "c4d.h"
 #include "core/atom.h"
 #include "core/text.h"
+#include "vpbase.h"
 
 namespace cinema {
 namespace {
@@ -105,6 +108,83 @@ TEST(Link, LeadsToAnObjectOfItsDocumentAndKindUntilThatIsGone) {
   camera.reset();
   EXPECT_EQ(copy.GetLink(1, document.get()), nullptr);
   EXPECT_EQ(copy.GetData(1).GetLink(nullptr), nullptr);
+}
+
+TEST(Time, FramesAreCutFromAReducedFraction) {
+  const struct {
+    BaseTime time;
+    Float numerator, denominator, fps;
+    Int32 frame;
+  } rows[] = {
+      {BaseTime(), 0, 1, 30, 0},
+      {BaseTime(0.5), 1, 2, 30, 15},
+      {BaseTime(1.0 / 3.0), 333, 1000, 30, 9},  // kept to the millisecond
+      {BaseTime(7, 30), 7, 30, 30, 7},
+      {BaseTime(29, 24), 29, 24, 24, 29},
+      {BaseTime(-3, 30), -1, 10, 30, -3},
+      {BaseTime(3, -30), -1, 10, 25, -2},  // -25 / 10
+      {BaseTime(-0.0), 0, 1, 30, 0},
+      {BaseTime(1, 0), 1, 1, 30, 30},
+      {BaseTime(1e300, 1e-300), 9007199254740992.0, 1, 30, INT32_MAX},
+      {BaseTime(-1e300), -9007199254740992.0 / 8, 125, 1e9, INT32_MIN},
+      {BaseTime(__builtin_nan("")), 0, 1, 30, 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    EXPECT_EQ(row.time, BaseTime(row.numerator, row.denominator));
+    EXPECT_EQ(row.time.GetFrame(row.fps), row.frame);
+  }
+  EXPECT_EQ(BaseTime(2, 4), BaseTime(0.5));
+}
+
+DescID address(Int32 id, Int32 type) {
+  return DescID::Create(DescLevel(id, type, 0));
+}
+
+TEST(Address, LevelsAgreeWhereNeitherLeavesTheTypeOpen) {
+  const struct {
+    DescID a, b;
+    bool equal;
+  } rows[] = {
+      {address(1, 0), address(1, 130), true},
+      {address(1, 15), address(1, 130), false},
+      {address(1, 15), address(2, 15), false},
+      {DescID::Create(DescLevel(1, 0, 5)), DescID::Create(DescLevel(1, 0, 6)), false},
+      {address(1, 0), DescID::Create(DescLevel(1), DescLevel(2)), false},
+      {DescID::Create(DescLevel(1), DescLevel(2)), address(1, 0), false},
+      {DescID(), DescID(), true},
+      {DescID(), address(1, 0), false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(&row - rows);
+    EXPECT_EQ(row.a == row.b, row.equal);
+    EXPECT_EQ(row.a != row.b, !row.equal);
+  }
+  EXPECT_EQ(ConstDescID(DescLevel(1, 2, 3))[0].creator, 3);
+  EXPECT_EQ(address(1, 2)[1].id, 0);
+  EXPECT_EQ(address(1, 2)[-1].id, 0);
+}
+
+TEST(Describing, AParameterNeedsAnAddressAndAGroupThatIsThere) {
+  quillmere::host::Events events;
+  const quillmere::host::Application application("/nowhere", events);
+  AutoAlloc<Description> description;
+  const DescID group = address(ID_VIDEOPOSTPROPERTIES, DTYPE_GROUP), first = address(1, DTYPE_LONG);
+  BaseContainer properties = GetCustomDataTypeDefault(DTYPE_LONG), unused;
+  EXPECT_FALSE(description->SetParameter(first, properties, group));
+  ASSERT_TRUE(description->LoadDescription("VPbase"));
+  EXPECT_FALSE(description->SetParameter(DescID(), properties, group));
+  EXPECT_FALSE(description->SetParameter(group, properties, group));
+  EXPECT_FALSE(description->SetParameter(first, properties, address(5, DTYPE_GROUP)));
+  EXPECT_TRUE(description->SetParameter(first, properties, group));
+  EXPECT_FALSE(description->SetParameter(address(2, DTYPE_LONG), properties, first)) << "into what is no group";
+  EXPECT_TRUE(description->SetParameter(address(2, DTYPE_LONG), properties, DescID()));
+  properties.SetInt32(DESC_MIN, 4);
+  EXPECT_TRUE(description->SetParameter(first, properties, group));
+  EXPECT_EQ(description->GetParameter(first, unused, nullptr)->GetInt32(DESC_MIN), 4);
+  EXPECT_EQ(description->GetParameter(address(1, 0), unused, nullptr)->GetInt32(DESC_MIN), 4);
+  EXPECT_FALSE(description->LoadDescription("VPunknown"));
+  EXPECT_EQ(description->GetParameter(group, unused, nullptr), nullptr);
 }
 
 }  // namespace

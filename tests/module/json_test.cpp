@@ -1,15 +1,41 @@
-#include "bridge/json_scan.h"
-
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <regex>
 
+#include "bridge/json_scan.h"
+#include "bridge/text_file.h"
+#include "host_case.h"
 #include "random_text.h"
 
 namespace quillmere {
 namespace {
 
 using namespace std::string_literals;
+
+using TextFile = HostCase;
+
+TEST_F(TextFile, IsReadUpToItsFirstNulAndWrittenWholeOrElseRefused) {
+  const auto named = [&](const char* name) { return host::filenameOf(folder / name); };
+  write(folder / "file", "before the NUL\0after"s);
+  EXPECT_EQ(ToUtf8(ReadTextFile(named("file"))), "before the NUL");
+  EXPECT_TRUE(WriteTextFile(named("file"), "short\0er"s));
+  EXPECT_EQ(contentOf(folder / "file"), "short\0er"s);
+  for (const cinema::Filename& none : {named("none/file"), named("bin"), cinema::Filename()}) {
+    EXPECT_EQ(ToUtf8(ReadTextFile(none)), "");
+    EXPECT_FALSE(WriteTextFile(none, "x"));
+  }
+  EXPECT_FALSE(exists(folder / "none"));
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_FALSE(WriteTextFile(named("pipe"), "x")) << "nobody reads it";
+  for (const cinema::Filename& endless : {named("pipe"), cinema::Filename("/dev/zero")}) {
+    EXPECT_EQ(ToUtf8(ReadTextFile(endless)), "");
+  }
+  const std::string large(100000, 'x');
+  write(folder / "large", large);
+  EXPECT_EQ(ToUtf8(ReadTextFile(named("large"))), large);
+  EXPECT_FALSE(WriteTextFile(cinema::Filename("/dev/full"), large)) << "or there is no such device";
+}
 
 // Both answers to the same question, "none" where nothing is found.
 template <class Find>

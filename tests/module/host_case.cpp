@@ -1,4 +1,4 @@
-#include "room.h"
+#include "host_case.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -50,7 +50,7 @@ void copyModuleTo(const fs::path& plugin) {
   fs::copy(other ? other : QUILLMERE_MODULE_FILE, plugin);
 }
 
-Room::Room() {
+HostCase::HostCase() {
   callLog = {};
   write(folder / "polls", "");
   write(folder / "bin/python3", "#!/bin/sh\nexec /bin/sh \"$@\"\n");
@@ -63,12 +63,12 @@ Room::Room() {
   setenv("PATH", ((folder / "bin").string() + ":/usr/bin:/bin").c_str(), 1);
 }
 
-bool Room::polls() {
+bool HostCase::polls() {
   std::ofstream(folder / "polls", std::ios::app) << '\n';
   return false;
 }
 
-EffectRoom::EffectRoom() {
+EffectCase::EffectCase() {
   write(script, "exit 0\n");
   fs::create_symlink(QUILLMERE_RES_FOLDER, plugin / "res");
   copyModuleTo(plugin);

@@ -1,16 +1,73 @@
-#include "process/user_break.h"
+#include "process/child_run.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <thread>
+#include <tuple>
+
+#include "process/process_tree.h"
+#include "process/user_break.h"
+
+namespace {
+
+bool processesVanish = false;
+
+}  // namespace
+
+// In place of the system's: a process may end between the opening of its file in /proc and the reading.
+extern "C" ssize_t read(int file, void* buffer, size_t count) {
+  if (!processesVanish) return ::syscall(SYS_read, file, buffer, count);
+  errno = ESRCH;
+  return -1;
+}
 
 namespace quillmere::app {
 namespace {
+
+using namespace std::chrono_literals;
+
+bool nothingIsLeft() {
+  return ::waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD && descendants(::getpid()).empty();
+}
+
+TEST(ChildRun, TellsHowTheChildEnded) {
+  using End = ChildResult::End;
+  const std::tuple<const char*, End, int, const char*> rows[] = {
+      {"echo out; echo err >&2; exit 3", End::Exited, 3, "out\n"},
+      {"kill -9 $$", End::Killed, -1, ""},
+      {"echo a; sleep 60; :", End::TimedOut, -1, "a\n"},
+      {"exec >&- 2>&-; sleep 60; :", End::TimedOut, -1, ""},
+  };
+  for (const auto& [script, end, status, output] : rows) {
+    SCOPED_TRACE(script);
+    const ChildResult result = runChild({"sh", "-c", script}, end == End::TimedOut ? 300ms : 20000ms);
+    EXPECT_EQ(result.end, end);
+    EXPECT_EQ(result.status, status);
+    EXPECT_EQ(result.output, output);
+    EXPECT_TRUE(nothingIsLeft());
+  }
+  const ChildResult missing = runChild({"no-such-program-anywhere"}, 1s);
+  EXPECT_EQ(missing.end, End::NotStarted);
+  EXPECT_NE(missing.errors, "");
+}
+
+TEST(ProcessTree, LeavesOutWhatVanishesWhileItIsRead) {
+  const pid_t child = ::fork();
+  while (child == 0) ::pause();
+  EXPECT_EQ(descendants(::getpid()), std::vector{child});
+  processesVanish = true;
+  EXPECT_NO_THROW(EXPECT_EQ(descendants(::getpid()), std::vector<pid_t>{}));
+  processesVanish = false;
+  endDescendants(std::chrono::seconds(5));
+  EXPECT_EQ(::waitpid(child, nullptr, 0), -1);
+}
 
 TEST(UserBreak, IsSeenFromTheFirstSignalAndForgottenAfterwards) {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {

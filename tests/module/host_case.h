@@ -57,8 +57,8 @@ class OperationsLog {
 // A user's machine in a temporary folder: a home, the host's write directory, and python3 being a plain shell, so that
 // the scripts which take the render helper's place start at once. A script that calls `round` goes on when the
 // supervision has polled at least once more, given `polls` as its break test.
-struct Room : testing::Test {
-  Room();
+struct HostCase : testing::Test {
+  HostCase();
   bool polls();  // never breaks
   void write(const std::filesystem::path& file, const std::string& content) const { folder.write(file, content); }
   std::string contentOf(const std::filesystem::path& file) const { return folder.contentOf(file); }
@@ -71,8 +71,8 @@ struct Room : testing::Test {
 
 // The built module opened from a plug-in folder with its own helper script, and a never-saved document of 8 x 6 pixels
 // with the cameras "Front" and "Side" and the effect among its render settings, with a workflow chosen.
-struct EffectRoom : Room {
-  EffectRoom();
+struct EffectCase : HostCase {
+  EffectCase();
   cinema::BaseContainer& settings() { return *node->GetDataInstance(); }
   std::string text(int id) { return ToUtf8(settings().GetString(id)); }
   cinema::BaseObject* camera(std::size_t index) { return document->cameras().at(index).object; }
