@@ -15,6 +15,7 @@ from unittest import mock
 from comfy_classes import class_info, graph
 from helper_mutation import changed, changed_json
 from scratch_render import png
+from test_comfyui_editor import BOTH, instance, usual, with_instance
 
 from quillmere_helper import backends, cancellation, exchange, outputs, pictures, request, servers, web, workflows
 from quillmere_helper import png as png_files
@@ -42,6 +43,8 @@ EDITOR = {"nodes": NODES, "links": [[1, 1, 0, 2, 0, "IMAGE"], [2, 2, 0, 3, 0, "I
 WORKFLOWS = [
     graph(),
     EDITOR,
+    usual(),
+    with_instance(instance(20, [30, "outer words"], BOTH, [["3", "steps"], ["2", "text"]])),
     {"backend": "comfyui", "url": "http://127.0.0.1:8188", "graph": graph(), "parameters": {"seed": "frame"}},
     {"backend": "a1111", "parameters": {"seed": 4, "steps": 9, "pictures": 2, "controlnet": "required"}},
     {"backend": "embedded", "parameters": {"seed": "random", "layers": 3, "line": 0.5}},
@@ -62,7 +65,7 @@ def packed(keyword, text):
 
 
 def pictures_of_all_kinds():
-    plain, record = png(20, 10), json.dumps({"workflow": WORKFLOWS[4]})
+    plain, record = png(20, 10), json.dumps({"workflow": WORKFLOWS[-1]})
     webp = b"RIFF\x1a\0\0\0WEBPVP8L\x0d\0\0\0\x2f\0\0\0\x10\x07\x10\x11\x11\x88\x88\xfe\x07\0"
     return [plain, png(5, 5, depth=16), TEXT(plain, "quillmere", record), TEXT(plain, "prompt", json.dumps(graph())),
             plain[:33] + packed(b"workflow", json.dumps(EDITOR).encode()) + plain[33:], jpeg(), webp]
@@ -208,7 +211,7 @@ def workflow(chance, folder):
 
 
 def answers(chance, folder):
-    found = _prepare(folder, json.dumps(chance.choice(WORKFLOWS[:4])).encode())
+    found = _prepare(folder, json.dumps(chance.choice(WORKFLOWS[:-1])).encode())
     paths = {"output_dir": "out", "status_path": "status", "reference_image": "guide.png"}
     wanted = request.RenderRequest(**{**REQUEST, **{key: str(folder / name) for key, name in paths.items()}})
     status, made = exchange.Status(str(folder / "status")), outputs.Outputs(str(folder / "out"), "shot", 3)
