@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # run.sh BUILD SECONDS READER...: feeds each reader what libFuzzer makes of its seeds, for so long. What is found stays in
-# BUILD/corpus, where the next run starts from; an input on which a reader fails stays in BUILD/failures.
+# BUILD/corpus, where the next run starts from; an input on which a reader fails stays in BUILD/failures. The readers of
+# the render helper are fed by a Python program, which keeps no corpus.
 set -euo pipefail
 build=$1
 seconds=$2
@@ -31,6 +32,11 @@ seeds_of() {
 
 export UBSAN_OPTIONS=print_stacktrace=1
 for reader in "$@"; do
+  if [ "$reader" = helper ]; then  # Debian's interpreter has Pillow
+    mkdir -p "$build/failures"
+    /usr/bin/python3 "$tree/fuzz/helper_fuzz.py" "$build/failures" "$seconds"
+    continue
+  fi
   corpus=$build/corpus/$reader seeds=$build/seeds/$reader failures=$build/failures
   rm -rf "$seeds"
   mkdir -p "$corpus" "$seeds" "$failures"

@@ -3,7 +3,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "scene/rich_scene.h"
+#include "scene/gltf_builder.h"
 
 namespace quillmere::scene {
 namespace {

@@ -4,6 +4,7 @@ This file and the modules that it imports first also run on interpreters that ar
 interpreter can hand over to a newer one.
 """
 
+import _signal  # what `signal` is made of: in the interpreter itself, where nothing can take its place
 import os
 import sys
 
@@ -13,6 +14,8 @@ from quillmere_helper import interpreter  # noqa: E402
 
 
 def main() -> int:
+    if _signal.getsignal(_signal.SIGINT) is _signal.default_int_handler:
+        _signal.signal(_signal.SIGINT, _signal.SIG_DFL)  # until a render listens: a break is no traceback
     interpreter.settle(sys.argv)
     interpreter.leave_if_too_old(sys.argv)
     from quillmere_helper.command_line import run

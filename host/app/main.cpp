@@ -1,5 +1,7 @@
 #include <exception>
 #include <new>
+#include <string>
+#include <system_error>
 
 #include "commands/commands.h"
 #include "process/user_break.h"
@@ -9,7 +11,7 @@
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;
   quillmere::app::openMissingStandardStreams();
-  quillmere::app::resetInheritedSignals();
+  quillmere::app::settleSignals();
   try {
     return static_cast<int>(quillmere::app::run(argc, argv));
   } catch (const quillmere::app::Failure& failure) {
@@ -17,6 +19,10 @@ int main(int argc, char** argv) {
     return static_cast<int>(failure.status());
   } catch (const std::bad_alloc&) {
     quillmere::app::printError("memory: there is not enough of it for this; try a smaller --size or scene");
+  } catch (const std::system_error& error) {
+    const bool limit =
+        error.code() == std::errc::resource_unavailable_try_again || error.code() == std::errc::not_enough_memory;
+    quillmere::app::printError(error.what() + std::string(limit ? "; raise the limits (ulimit -v, ulimit -u)" : ""));
   } catch (const std::exception& error) {
     quillmere::app::printError(error.what());
   }

@@ -33,6 +33,8 @@ std::string remedy(int error) {
     case ENOSPC:
     case EDQUOT:
       return "make room on the disk";
+    case EFBIG:
+      return "raise the limit of file sizes (ulimit -f)";
     default:
       return "choose another name";
   }
@@ -60,6 +62,15 @@ int reasonOfEarlierFailure(std::FILE* stream) {
   std::fwrite(more.data(), 1, more.size(), stream);
   std::fflush(stream);
   return errno != 0 ? errno : EIO;
+}
+
+// The new name, too, is to outlast a power failure. Where that can't be had the file is there all the same.
+void syncFolderOf(const fs::path& file) {
+  const int folder =
+      open(file.has_parent_path() ? file.parent_path().c_str() : ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  fsync(folder);
+  close(folder);
 }
 
 }  // namespace
@@ -93,9 +104,11 @@ void AtomicFile::commit() {
   errno = 0;
   if (std::fflush(stream_.get()) != 0) fail(errno);
   if (std::ferror(stream_.get()) != 0) fail(reasonOfEarlierFailure(stream_.get()));
+  if (fsync(fileno(stream_.get())) != 0 && errno != EINVAL && errno != EROFS) fail(errno);  // of some file systems
   if (std::fclose(stream_.release()) != 0) fail(errno);
   if (std::rename(place_.c_str(), target_.c_str()) != 0) fail(errno);
   place_.clear();
+  syncFolderOf(target_);
 }
 
 void AtomicFile::fail(int error) const {

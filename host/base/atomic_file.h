@@ -22,7 +22,8 @@ class AtomicFile {
   // Open for writing in binary from the start; closed by commit(). What fails on it is found by commit() too.
   std::FILE* stream() const { return stream_.get(); }
 
-  // The file is complete: it takes the target's place. Throws Error, the target is then as it was.
+  // The file is complete: it takes the target's place, and is on the disk by then. Throws Error, the target is then as
+  // it was.
   void commit();
 
  private:

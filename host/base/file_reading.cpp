@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <system_error>
 
 #include "base/error.h"
@@ -60,10 +62,10 @@ class OpenFile {
 
 // A file that grows meanwhile is read as long as it was when it was opened.
 template <class Bytes>
-Bytes contentOf(const std::filesystem::path& path, std::uintmax_t most) {
+Bytes contentOf(const std::filesystem::path& path, std::uintmax_t largest, std::uintmax_t most) {
   const OpenFile file(path);
   Bytes content;
-  content.resize(file.size(most));
+  content.resize(std::min<std::uintmax_t>(file.size(largest), most));
   std::size_t filled = 0;
   while (filled < content.size()) {
     const std::size_t got = file.read(content.data() + filled, content.size() - filled);
@@ -76,11 +78,15 @@ Bytes contentOf(const std::filesystem::path& path, std::uintmax_t most) {
 }  // namespace
 
 std::vector<std::uint8_t> readBytes(const std::filesystem::path& file, std::uintmax_t most) {
-  return contentOf<std::vector<std::uint8_t>>(file, most);
+  return contentOf<std::vector<std::uint8_t>>(file, most, most);
+}
+
+std::vector<std::uint8_t> readStart(const std::filesystem::path& file, std::uintmax_t most) {
+  return contentOf<std::vector<std::uint8_t>>(file, std::numeric_limits<std::uintmax_t>::max(), most);
 }
 
 std::string readText(const std::filesystem::path& file, std::uintmax_t most) {
-  return contentOf<std::string>(file, most);
+  return contentOf<std::string>(file, most, most);
 }
 
 }  // namespace quillmere

@@ -1,13 +1,47 @@
 #include "base/parallel.h"
 
+#include <pthread.h>
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 #include <tbb/task_group.h>
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
+#include <vector>
 
 namespace quillmere {
+namespace {
+
+constexpr std::size_t kStackOfWorker = std::size_t{4} << 20U;  // oneTBB's default
+
+void* waitForOthers(void* gate) {
+  const std::lock_guard passed(*static_cast<std::mutex*>(gate));
+  return nullptr;
+}
+
+// How many of `wanted` threads can run at once, the calling one among them: memory and processes may be limited.
+int startable(int wanted) {
+  std::mutex gate;
+  std::vector<pthread_t> started;
+  pthread_attr_t attributes;
+  ::pthread_attr_init(&attributes);
+  ::pthread_attr_setstacksize(&attributes, kStackOfWorker);
+  {
+    const std::lock_guard closed(gate);
+    pthread_t thread;
+    while (static_cast<int>(started.size()) + 1 < wanted &&
+           ::pthread_create(&thread, &attributes, waitForOthers, &gate) == 0) {
+      started.push_back(thread);
+    }
+  }
+  for (const pthread_t thread : started) ::pthread_join(thread, nullptr);
+  ::pthread_attr_destroy(&attributes);
+  return static_cast<int>(started.size()) + 1;
+}
+
+}  // namespace
 
 Outcome forEach(int count, int threads, const std::function<bool()>& stop, const std::function<void(int)>& work) {
   std::atomic<bool> stopped{false};
@@ -33,7 +67,12 @@ Outcome forEach(int count, int threads, const std::function<bool()>& stop, const
 }
 
 int allCores() {
-  return tbb::this_task_arena::max_concurrency();
+  static const int cores = startable(tbb::this_task_arena::max_concurrency());
+  // Never taken back: at the end of the process the pool would try to start what it could not before.
+  static const auto* const limit =
+      new tbb::global_control(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(cores));
+  static_cast<void>(limit);
+  return cores;
 }
 
 }  // namespace quillmere

@@ -12,7 +12,9 @@ enum class Outcome { Complete, Stopped };
 // the rest as well and is thrown again here (the first of several).
 Outcome forEach(int count, int threads, const std::function<bool()>& stop, const std::function<void(int)>& work);
 
-// One per core that this process may use, at least 1.
+// One per core that this process may use, or as many as can be started now where there are limits; at least 1. What
+// is told first holds for the whole process: the pool never tries to start more, because it ends the process where it
+// can't.
 int allCores();
 
 }  // namespace quillmere

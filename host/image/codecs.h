@@ -30,7 +30,8 @@ Image decodeExr(Bytes file);
 bool looksLikeHdr(Bytes file);
 Image decodeHdr(Bytes file);
 
-// The first text under `keyword` before the pixels of a PNG.
+// The first text under `keyword` before the pixels of a PNG, of which the first kMaxHeadBytes are enough.
+inline constexpr std::size_t kMaxHeadBytes = std::size_t{64} << 20U;
 std::optional<std::string> textOfPng(Bytes file, const std::string& keyword);
 
 // Write to a stream, whose own failures are left to be found there. `depth` is Byte or Word; no text is written without

@@ -31,9 +31,11 @@ Image decodeAny(Bytes file) {
   throw Error("it is neither PNG, JPEG, WebP, TIFF, EXR nor HDR; convert it to PNG");
 }
 
-std::vector<std::uint8_t> contentOf(const fs::path& file) {
+enum class Part { Whole, Head };
+
+std::vector<std::uint8_t> contentOf(const fs::path& file, Part part = Part::Whole) {
   try {
-    return readBytes(file, kMaxPictureBytes);
+    return part == Part::Head ? readStart(file, kMaxHeadBytes) : readBytes(file, kMaxPictureBytes);
   } catch (const Error& error) {
     throw Error(std::string(error.what()) + "; name another picture");
   }
@@ -79,7 +81,7 @@ Image decode(std::span<const std::uint8_t> bytes, const std::string& name) {
 }
 
 std::optional<std::string> pngText(const fs::path& file, const std::string& keyword) {
-  return reading(file.string(), [&] { return textOfPng(contentOf(file), keyword); });
+  return reading(file.string(), [&] { return textOfPng(contentOf(file, Part::Head), keyword); });
 }
 
 void writePng(const fs::path& file, const Image& picture, PngDepth depth, const PngText& text) {

@@ -3,6 +3,7 @@
 #include <jerror.h>
 #include <jpeglib.h>
 
+#include <algorithm>
 #include <csetjmp>
 #include <vector>
 
@@ -14,6 +15,9 @@ namespace {
 
 // Real progressive files have about ten; a hostile one makes every scan of a huge picture cost a second.
 constexpr int kMaxScans = 100;
+constexpr std::uint64_t kMaxScannedPixels = std::uint64_t{4} << 30U;  // of all scans: some seconds of work
+// A block of 64 takes a bit at least; the arithmetic codes, which take less, are used by nobody.
+constexpr std::uint64_t kMaxPixelsOfByte = 512;
 constexpr int kCmykChannels = 4;
 
 // Warnings after which the library would go on with made-up pixels.
@@ -52,6 +56,7 @@ class JpegReader {
   bool inksInverted() const { return info_.saw_Adobe_marker != 0; }
   std::uint64_t width() const { return info_.image_width; }
   std::uint64_t height() const { return info_.image_height; }
+  std::uint64_t pixels() const { return width() * height(); }
   // After start().
   int channels() const { return info_.output_components; }
 
@@ -73,8 +78,10 @@ class JpegReader {
   }
   static void print(j_common_ptr) {}
   static void watchScans(j_common_ptr info) {
-    if (reinterpret_cast<j_decompress_ptr>(info)->input_scan_number <= kMaxScans) return;
-    std::snprintf(of(info).message_, sizeof(message_), "it has more than %d scans", kMaxScans);
+    const int scans = reinterpret_cast<j_decompress_ptr>(info)->input_scan_number;
+    const std::uint64_t most = std::min<std::uint64_t>(kMaxScans, kMaxScannedPixels / (of(info).pixels() + 1));
+    if (scans <= static_cast<int>(std::max<std::uint64_t>(most, 1))) return;
+    std::snprintf(of(info).message_, sizeof(message_), "it has more than %d scans", static_cast<int>(most));
     std::longjmp(of(info).escape_, 1);
   }
 
@@ -133,6 +140,7 @@ Image decodeJpeg(Bytes file) {
   JpegReader reader;
   reader.readHeader(file);
   checkClaimedSize(reader.width(), reader.height());
+  if (reader.pixels() > file.size() * kMaxPixelsOfByte) throwDamaged("it is too short for the size that it claims");
   reader.start();
   const bool inks = reader.channels() == kCmykChannels;
   Image picture = pictureOfClaimedSize(reader.width(), reader.height(), inks ? 3 : reader.channels(), Sample::Byte);

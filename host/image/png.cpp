@@ -62,7 +62,6 @@ constexpr png_byte kOtherChunks[] = "iCCP\0sPLT\0eXIf\0hIST";
 constexpr int kNameBytes = 5;
 constexpr png_alloc_size_t kMaxChunkBytes = 64U << 20U;
 constexpr png_alloc_size_t kMaxTextBytes = 32U << 20U;
-constexpr png_uint_32 kMaxTexts = 16;
 // What deflate can make of a byte at most.
 constexpr std::uint64_t kMaxDeflateRatio = 1032;
 
@@ -73,7 +72,7 @@ class PngReader : PngCalls {
 
   // What stands before the pixels, with or without the texts.
   void readHeader();
-  void readTexts();
+  void readText();
   // Palettes, packed bits and transparent colours become whole samples.
   void expand();
   void readPixels(png_bytep* rows);
@@ -82,8 +81,8 @@ class PngReader : PngCalls {
   png_uint_32 height() const { return png_get_image_height(png_, info_); }
   int channels() const { return png_get_channels(png_, info_); }
   Sample sample() const { return png_get_bit_depth(png_, info_) == 16 ? Sample::Word : Sample::Byte; }
-  // Valid as long as this lives.
-  std::span<const png_text> texts() const;
+  // The first one; valid as long as this lives, null when there is none.
+  const char* text() const;
 
  private:
   static void feed(png_structp png, png_bytep to, std::size_t count) {
@@ -119,10 +118,9 @@ void PngReader::readHeader() {
   });
 }
 
-void PngReader::readTexts() {
+void PngReader::readText() {
   call([this] {
     open(kMaxTextBytes);
-    png_set_chunk_cache_max(png_, kMaxTexts + 1);  // the library counts down to 1
     png_read_info(png_, info_);
   });
 }
@@ -144,11 +142,33 @@ void PngReader::readPixels(png_bytep* rows) {
   });
 }
 
-std::span<const png_text> PngReader::texts() const {
+const char* PngReader::text() const {
   png_textp first = nullptr;
   int count = 0;
   png_get_text(png_, info_, &first, &count);
-  return {first, static_cast<std::size_t>(count)};
+  return count > 0 ? first->text : nullptr;
+}
+
+// The header and the first text under `keyword`, up to where the pixels begin: of the other texts, which the library
+// would all unpack, nothing is wanted.
+std::vector<std::uint8_t> headWith(Bytes file, const std::string& keyword) {
+  constexpr std::size_t kFrame = 12, kStart = 8;
+  const std::string wanted = keyword + '\0';
+  std::vector<std::uint8_t> head(file.begin(), file.begin() + kStart);
+  const auto append = [&head](Bytes part) { head.insert(head.end(), part.begin(), part.end()); };
+  bool found = false;
+  for (Bytes rest = file.subspan(kStart);;) {
+    if (rest.size() < kFrame) throwDamaged("it ends too early");
+    const std::size_t size = png_get_uint_32(rest.data());
+    const std::string type(rest.begin() + 4, rest.begin() + 8);
+    if (type == "IDAT" || type == "IEND") return append(rest.first(8)), head;
+    if (rest.size() - kFrame < size) throwDamaged("it ends too early");
+    const bool isText = type == "tEXt" || type == "zTXt" || type == "iTXt";
+    const bool isWanted = !found && isText && startsWith(rest.subspan(8, size), wanted);
+    if (isWanted || type == "IHDR") append(rest.first(kFrame + size));
+    found |= isWanted;
+    rest = rest.subspan(kFrame + size);
+  }
 }
 
 // Level 1 with the one filter writes rendered pictures 4 to 8 times faster than the library's own choice, 15 to 50 %
@@ -251,12 +271,11 @@ Image decodePng(Bytes file) {
 
 std::optional<std::string> textOfPng(Bytes file, const std::string& keyword) {
   if (!looksLikePng(file)) return {};
-  PngReader reader(file);
-  reader.readTexts();
-  for (const png_text& text : reader.texts()) {
-    if (keyword == text.key && text.text != nullptr) return text.text;
-  }
-  return {};
+  const std::vector<std::uint8_t> head = headWith(file, keyword);
+  PngReader reader(head);
+  reader.readText();
+  const char* text = reader.text();
+  return text == nullptr ? std::nullopt : std::optional<std::string>(text);
 }
 
 void encodePng(std::FILE* stream, const Image& picture, Sample depth, const std::string& keyword,

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/memory.h"
 #include "base/parallel.h"
 
 namespace quillmere::render {
@@ -36,10 +37,24 @@ void setIndices(RTCGeometry mesh, const std::vector<std::uint32_t>& indices) {
 
 }  // namespace
 
+// Measured with Embree 3.13 and oneTBB 2021, rounded up: what a device takes by itself, what each thread takes for its
+// stack and its share of the heap, what building a structure takes at its peak.
+constexpr std::uintmax_t kMiB = 1U << 20U;
+constexpr std::uintmax_t kOfDevice = 152 * kMiB, kOfThread = 8 * kMiB, kOfTriangle = 144, kOfInstance = 2048;
+
 DeviceHandle makeDevice() {
-  DeviceHandle device(rtcNewDevice(nullptr));
-  if (!device) throw Error("cannot start ray tracing: Embree gives no device on this processor; it needs SSE2 or NEON");
-  return device;
+  const auto threads = static_cast<std::uintmax_t>(allCores());
+  requireMemory(kOfDevice + threads * kOfThread, "cannot start ray tracing: ");
+  DeviceHandle device(rtcNewDevice(("threads=" + std::to_string(threads)).c_str()));
+  if (device) return device;
+  const RTCError error = rtcGetDeviceError(nullptr);
+  throw Error("cannot start ray tracing: Embree gives no device (its error " + std::to_string(static_cast<int>(error)) +
+              "); it needs a processor with SSE2 or NEON, and memory");
+}
+
+void requireMemoryForBuild(std::size_t triangles, std::size_t instances) {
+  requireMemory(4 * kMiB + triangles * kOfTriangle + instances * kOfInstance,
+                "cannot prepare the scene for ray tracing: ");
 }
 
 SceneHandle newScene(RTCDevice device, TraceFilters filters) {
@@ -51,9 +66,9 @@ SceneHandle newScene(RTCDevice device, TraceFilters filters) {
 void throwOnError(RTCDevice device, const char* doing) {
   const RTCError error = rtcGetDeviceError(device);
   if (error == RTC_ERROR_NONE) return;
-  const std::string reason = error == RTC_ERROR_OUT_OF_MEMORY
-                                 ? "not enough memory; use a smaller scene or free some"
-                                 : "Embree reports error " + std::to_string(static_cast<int>(error));
+  const bool memory = error == RTC_ERROR_OUT_OF_MEMORY || error == RTC_ERROR_UNKNOWN;  // it also folds bad_alloc so
+  const std::string reason = memory ? "not enough memory; use a smaller scene or free some"
+                                    : "Embree reports error " + std::to_string(static_cast<int>(error));
   throw Error(std::string("cannot ") + doing + ": " + reason);
 }
 
@@ -82,6 +97,9 @@ void GeometryCache::keep(std::span<const Shape> shapes) {
   for (auto& entry : wanted) {
     if (!built_.contains(entry.first)) missing.push_back(&entry);
   }
+  std::size_t triangles = 0;
+  for (const auto* entry : missing) triangles += entry->first.geometry->indices.size() / 3;
+  requireMemoryForBuild(triangles, missing.size());
   forEach(static_cast<int>(missing.size()), allCores(), {}, [&](int i) {
     auto& [shape, built] = *missing[static_cast<std::size_t>(i)];
     built = build(shape);

@@ -21,12 +21,14 @@ using DeviceHandle = std::unique_ptr<RTCDeviceTy, ReleaseHandle>;
 using SceneHandle = std::unique_ptr<RTCSceneTy, ReleaseHandle>;
 using GeometryHandle = std::unique_ptr<RTCGeometryTy, ReleaseHandle>;
 
-// A device that uses all cores to build. Throws Error.
+// A device that uses all cores to build. Throws Error, which names the need where there is too little memory.
 DeviceHandle makeDevice();
 // Whether traces may ask a filter of their own about each hit, which slows all of them a little.
 enum class TraceFilters { No, Yes };
 // An empty scene.
 SceneHandle newScene(RTCDevice device, TraceFilters filters);
+// Before something is built: Embree may spin or abort where memory runs out. Throws Error.
+void requireMemoryForBuild(std::size_t triangles, std::size_t instances);
 // Throws Error with `doing` in the text when this thread's last calls on the device failed.
 void throwOnError(RTCDevice device, const char* doing);
 

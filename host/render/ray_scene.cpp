@@ -130,6 +130,7 @@ void RayScene::build() {
   std::vector<Shape> shapes;
   std::ranges::transform(instances_, std::back_inserter(shapes), shapeOf);
   shapes_.keep(shapes);
+  requireMemoryForBuild(0, 3 * instances_.size());  // visible, solid and skies
   findSkies();
   SceneHandle visible(newScene(device_.get(), filters_));
   const bool allSolid = std::ranges::all_of(instances_, stopsLight);

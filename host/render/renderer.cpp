@@ -24,6 +24,7 @@ image::Image blankPicture(int width, int height, image::Sample sample) {
   } catch (const std::bad_alloc&) {
     throw Error(what + "not enough memory; ask for a smaller one");
   } catch (const Error&) {
+    if (std::max(width, height) <= image::kMaxSide && std::min(width, height) > 0) throw;
     throw Error(what + "each side must be 1 to " + std::to_string(image::kMaxSide) + " pixels");
   }
 }

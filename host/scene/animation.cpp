@@ -2,12 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
-#include <set>
-#include <string_view>
-#include <utility>
-
-#include "base/error.h"
 
 namespace quillmere::scene {
 namespace {
@@ -74,84 +68,6 @@ void cubicSpline(const Track& track, const KeyInterval& keys, std::span<float> o
   }
 }
 
-constexpr std::pair<std::string_view, Property> kProperties[] = {{"translation", Property::Translation},
-                                                                 {"rotation", Property::Rotation},
-                                                                 {"scale", Property::Scale},
-                                                                 {"weights", Property::Weights}};
-constexpr std::pair<std::string_view, Interpolation> kInterpolations[] = {{"", Interpolation::Linear},
-                                                                          {"STEP", Interpolation::Step},
-                                                                          {"LINEAR", Interpolation::Linear},
-                                                                          {"CUBICSPLINE", Interpolation::CubicSpline}};
-
-template <class Value>
-std::optional<Value> valueNamed(std::string_view name, std::span<const std::pair<std::string_view, Value>> names) {
-  for (const auto& [known, value] : names) {
-    if (known == name) return value;
-  }
-  return std::nullopt;
-}
-
-class Importer {
- public:
-  Importer(GltfDocument& document, AccessorReader& reader, const NodeGraph& graph)
-      : document_(document), reader_(reader), graph_(graph) {}
-
-  void add(const tinygltf::Animation& animation, const tinygltf::AnimationChannel& channel) {
-    if (channel.target_node < 0) return;  // allowed, and moves nothing
-    itemAt(graph_.nodes, channel.target_node, "node");
-    const auto property = valueNamed<Property>(channel.target_path, kProperties);
-    const auto& sampler = itemAt(animation.samplers, channel.sampler, "animation sampler");
-    const auto interpolation = valueNamed<Interpolation>(sampler.interpolation, kInterpolations);
-    const std::string what = "the animation '" + animation.name + "' of node " + std::to_string(channel.target_node);
-    if (!property || !interpolation) {
-      document_.warnings.add(what + " is not played: its target or interpolation is unknown");
-    } else if (graph_.nodes[static_cast<std::size_t>(channel.target_node)].matrix && *property != Property::Weights) {
-      document_.warnings.add(what + " is not played: the node has a matrix");
-    } else if (!taken_.insert({channel.target_node, *property}).second) {
-      document_.warnings.add("several animations move the same nodes; of each node the first one is played");
-    } else {
-      addTrack(read({channel.target_node, *property, *interpolation, {}, {}, widthOf(channel.target_node, *property)},
-                    sampler, what));
-    }
-  }
-
-  std::vector<Track> tracks;
-
- private:
-  void addTrack(Track track) {
-    if (track.width > 0 && !track.times.empty()) tracks.push_back(std::move(track));
-  }
-
-  std::size_t widthOf(int node, Property property) const {
-    if (property == Property::Rotation) return 4;
-    if (property != Property::Weights) return 3;
-    const int mesh = document_.model.nodes[static_cast<std::size_t>(node)].mesh;
-    if (mesh < 0) return 0;
-    const auto& primitives = itemAt(document_.model.meshes, mesh, "mesh").primitives;
-    return primitives.empty() ? 0 : primitives.front().targets.size();
-  }
-
-  Track read(Track track, const tinygltf::AnimationSampler& sampler, const std::string& what) {
-    track.times = reader_.scalars(sampler.input);
-    track.values = reader_.floats(sampler.output);
-    if (!std::is_sorted(track.times.begin(), track.times.end())) {
-      throw Error(what + " has key frames that go back in time");
-    }
-    const std::size_t parts = track.interpolation == Interpolation::CubicSpline ? 3 : 1;
-    const std::size_t needed = track.times.size() * parts * track.width;
-    if (track.values.size() != needed) {
-      throw Error(what + " has " + std::to_string(track.values.size()) + " numbers where its key frames need " +
-                  std::to_string(needed));
-    }
-    return track;
-  }
-
-  GltfDocument& document_;
-  AccessorReader& reader_;
-  const NodeGraph& graph_;
-  std::set<std::pair<int, Property>> taken_;
-};
-
 }  // namespace
 
 void sample(const Track& track, double seconds, std::span<float> out) {
@@ -186,14 +102,6 @@ void applyTrack(const Track& track, double seconds, Pose& pose) {
       pose.rotation = {value[3], value[0], value[1], value[2]};
       break;
   }
-}
-
-std::vector<Track> importAnimations(GltfDocument& document, AccessorReader& reader, const NodeGraph& graph) {
-  Importer importer(document, reader, graph);
-  for (const auto& animation : document.model.animations) {
-    for (const auto& channel : animation.channels) importer.add(animation, channel);
-  }
-  return std::move(importer.tracks);
 }
 
 }  // namespace quillmere::scene

@@ -6,6 +6,7 @@
 
 #include "scene/accessor_reader.h"
 #include "scene/node_graph.h"
+#include "scene/scene.h"
 
 namespace quillmere::scene {
 
@@ -29,8 +30,15 @@ void sample(const Track& track, double seconds, std::span<float> out);
 // Samples the track into the property that it moves.
 void applyTrack(const Track& track, double seconds, Pose& pose);
 
-// The tracks of all animations, which play together, at most one for each property of a node: where several animations
-// move the same, the first one does, with a warning. Throws Error (the reason alone).
-std::vector<Track> importAnimations(GltfDocument& document, AccessorReader& reader, const NodeGraph& graph);
+// What plays of a document's animations.
+struct Playback {
+  std::vector<Clip> clips;    // all there are, in document order
+  std::vector<Track> tracks;  // of those played, at most one for each property of a node
+};
+
+// Plays the clip that `choose` names, or without a choice the first one and each later one that moves nothing that one
+// before it moves. Throws Error (the reason alone).
+Playback importAnimations(GltfDocument& document, AccessorReader& reader, const NodeGraph& graph,
+                          const ClipChoice& choose);
 
 }  // namespace quillmere::scene

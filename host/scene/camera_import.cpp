@@ -1,8 +1,8 @@
 #include "scene/camera_import.h"
 
 #include <cmath>
-#include <map>
-#include <set>
+
+#include "scene/unique_names.h"
 
 namespace quillmere::scene {
 namespace {
@@ -31,20 +31,6 @@ void setOrthographic(const tinygltf::OrthographicCamera& from, const std::string
   camera.znear = std::max(toFloat(from.znear), 0.0F);
   if (from.zfar > from.znear) camera.zfar = toFloat(from.zfar);
 }
-
-class UniqueNames {
- public:
-  std::string make(const std::string& wanted) {
-    std::string name = wanted;
-    // Goes on where it ended: a file may want the same name for all of its cameras.
-    for (int& last = lastNumbers_[wanted]; !taken_.insert(name).second;) name = wanted + "." + std::to_string(++last);
-    return name;
-  }
-
- private:
-  std::set<std::string> taken_;
-  std::map<std::string, int> lastNumbers_;
-};
 
 }  // namespace
 

@@ -4,9 +4,13 @@
 #include <array>
 #include <cctype>
 #include <sstream>
+#include <utility>
 
 #include "base/file_reading.h"
+#include "base/memory.h"
 #include "scene/document_survey.h"
+#include "scene/foreign_file.h"
+#include "scene/parser_input.h"
 #include "scene/scene.h"
 
 namespace quillmere::scene {
@@ -35,7 +39,7 @@ bool hasScheme(const std::string& uri) {
 
 constexpr std::array kSupportedExtensions{
     "KHR_lights_punctual",   "KHR_materials_emissive_strength", "KHR_materials_unlit", "KHR_mesh_quantization",
-    "KHR_texture_transform", "EXT_mesh_gpu_instancing",         "EXT_texture_webp"};
+    "KHR_texture_transform", "EXT_mesh_gpu_instancing",         "EXT_texture_webp",    "KHR_draco_mesh_compression"};
 
 bool isSupported(const std::string& extension) {
   return std::find(kSupportedExtensions.begin(), kSupportedExtensions.end(), extension) != kSupportedExtensions.end();
@@ -52,6 +56,19 @@ void checkSurvey(const DocumentSurvey& survey) {
                   ", which is not supported; export it without that extension");
     }
   }
+}
+
+// What the parser takes at least, for each byte of a document, and for each of its JSON; it ends the process where it
+// finds too little.
+constexpr std::uintmax_t kLeast = std::uintmax_t{8} << 20U, kForByte = 2, kForJson = 12;
+
+std::uintmax_t memoryToParse(const std::vector<std::uint8_t>& bytes, const DocumentSurvey& survey) {
+  std::uintmax_t json = bytes.size();
+  if (survey.binary) {
+    json = std::min<std::uintmax_t>(json,
+                                    bytes[12] | bytes[13] << 8U | bytes[14] << 16U | std::uintmax_t{bytes[15]} << 24U);
+  }
+  return kLeast + kForByte * bytes.size() + kForJson * json;
 }
 
 // The parser asks for its files in the order in which the document lists its buffers, under names that it has already
@@ -151,13 +168,23 @@ std::filesystem::path resolveReference(const std::filesystem::path& folder, cons
     throw Error("it names '" + excerpt(uri) +
                 "'; only files in the scene's own folder and below are read, so put it there");
   }
+  std::error_code error;  // in what can't be looked at there is nothing to read either
+  const auto inside = std::filesystem::weakly_canonical(folder.empty() ? "." : folder, error);
+  const auto meant = std::filesystem::weakly_canonical(inside / relative, error);
+  if (error || std::mismatch(inside.begin(), inside.end(), meant.begin(), meant.end()).first != inside.end()) {
+    throw Error("it names '" + excerpt(uri) +
+                "', a link that leads out of the scene's folder; put the file itself there");
+  }
   return folder / relative;
 }
 
 GltfDocument parseGltf(const std::filesystem::path& file) {
-  const std::vector<std::uint8_t> bytes = readBytes(file, kMostFileBytes);
+  std::vector<std::uint8_t> bytes = readBytes(file, kMostFileBytes);
+  if (const std::string foreign = foreignFile(bytes, file); !foreign.empty()) throw Error(foreign);
   DocumentSurvey survey = surveyDocument(bytes);
   checkSurvey(survey);
+  requireMemory(memoryToParse(bytes, survey));
+  bytes = forParser(std::move(bytes), survey.binary);
 
   GltfDocument document;
   document.folder = file.parent_path();

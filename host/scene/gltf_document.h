@@ -27,8 +27,8 @@ struct GltfDocument {
 GltfDocument parseGltf(const std::filesystem::path& file);
 
 // The file that a relative reference of a scene in `folder` means; percent escapes are decoded. A scene may come from
-// anywhere, so it may name files beside itself and in folders below, and nothing else: schemes, absolute paths and
-// ".." that leaves the folder throw Error (the reason alone).
+// anywhere, so it may name files beside itself and in folders below, and nothing else: schemes, absolute paths, ".."
+// and links that leave the folder throw Error (the reason alone).
 std::filesystem::path resolveReference(const std::filesystem::path& folder, const std::string& uri);
 
 // The bytes of a buffer view, known to lie inside its buffer; borrowed from `model`. Throws Error (the reason alone).

@@ -32,7 +32,10 @@ class GltfScene : public Scene {
   explicit GltfScene(SceneParts parts) : parts_(std::move(parts)) {
     for (const Node& node : parts_.graph.nodes) rest_.push_back(node.rest);
     for (const CameraNode& camera : parts_.cameras) cameras_.push_back(camera.info);
-    for (const Track& track : parts_.tracks) duration_ = std::max(duration_, static_cast<double>(track.times.back()));
+    for (const Track& track : parts_.playback.tracks) {
+      begin_ = std::min(begin_, static_cast<double>(track.times.front()));
+      duration_ = std::max(duration_, static_cast<double>(track.times.back()));
+    }
     freezeRigidGeometry();
   }
 
@@ -40,9 +43,11 @@ class GltfScene : public Scene {
   const std::vector<Material>& materials() const override { return parts_.materials; }
   const std::vector<std::string>& warnings() const override { return parts_.warnings; }
   double duration() const override { return duration_; }
+  std::vector<Clip> clips() const override { return parts_.playback.clips; }
+  Contents contents() const override { return parts_.contents; }
 
   Snapshot at(double seconds) const override {
-    const NodePoses nodes = posesAt(seconds);
+    const NodePoses nodes = posesAt(onClock(seconds));
     const auto worldOf = [&](int node) -> const glm::mat4& { return nodes.world[static_cast<std::size_t>(node)]; };
     Snapshot snapshot;
     snapshot.surfaces.reserve(parts_.instances.size());
@@ -68,9 +73,17 @@ class GltfScene : public Scene {
   }
 
  private:
+  // The second of the clips that is shown at one of the scene.
+  double onClock(double seconds) const {
+    const double length = duration_ - begin_;
+    if (!parts_.loop || !(length > 0.0) || (seconds >= begin_ && seconds < duration_)) return seconds;
+    const double within = std::fmod(seconds - begin_, length);
+    return begin_ + (within < 0.0 ? within + length : within);
+  }
+
   NodePoses posesAt(double seconds) const {
     NodePoses nodes{rest_, {}};
-    for (const Track& track : parts_.tracks) {
+    for (const Track& track : parts_.playback.tracks) {
       applyTrack(track, seconds, nodes.poses[static_cast<std::size_t>(track.node)]);
     }
     nodes.world = worldMatrices(parts_.graph, nodes.poses);
@@ -86,7 +99,7 @@ class GltfScene : public Scene {
   // Instances that show the same part in the same shape share one geometry.
   void freezeRigidGeometry() {
     std::vector<bool> morphs(rest_.size());
-    for (const Track& track : parts_.tracks) {
+    for (const Track& track : parts_.playback.tracks) {
       if (track.property == Property::Weights) morphs[static_cast<std::size_t>(track.node)] = true;
     }
     const NodePoses nodes = posesAt(0.0);
@@ -118,7 +131,8 @@ class GltfScene : public Scene {
   SceneParts parts_;
   std::vector<CameraInfo> cameras_;
   std::vector<Pose> rest_;  // of every node
-  double duration_ = 0.0;
+  // Of the first and the last key frame played; while none is known the one is late and the other early.
+  double begin_ = static_cast<double>(kLargestNumber), duration_ = 0.0;
 };
 
 }  // namespace

@@ -25,7 +25,8 @@ struct Instance {
 // Everything that a scene is posed from; free of the document that it came from.
 struct SceneParts {
   NodeGraph graph;
-  std::vector<Track> tracks;
+  Playback playback;
+  bool loop = false;
   std::vector<bool> moved;  // of each node, whether animation moves it or one above it
   std::vector<Skin> skins;
   std::vector<Instance> instances;
@@ -33,6 +34,7 @@ struct SceneParts {
   std::vector<LightNode> lights;
   std::vector<Material> materials;
   std::vector<std::string> warnings;
+  Contents contents;
 };
 
 // The scene that is posed from them, at any second.

@@ -4,6 +4,7 @@
 
 #include "scene/accessor_reader.h"
 #include "scene/animation.h"
+#include "scene/draco_import.h"
 #include "scene/geometry_import.h"
 #include "scene/gltf_document.h"
 #include "scene/gltf_scene.h"
@@ -147,13 +148,20 @@ std::vector<bool> movedNodes(const NodeGraph& graph, const std::vector<Track>& t
   return spreadDown(graph, std::move(moved));
 }
 
-std::shared_ptr<const Scene> import(const std::filesystem::path& file) {
+Contents contentsOf(const tinygltf::Model& model) {
+  return {excerpt(model.asset.generator), model.nodes.size(), model.meshes.size(), model.images.size(),
+          model.skins.size()};
+}
+
+std::shared_ptr<const Scene> import(const std::filesystem::path& file, const LoadSettings& settings) {
   GltfDocument document = parseGltf(file);
+  decompressMeshes(document);
   AccessorReader reader(document.model, document.warnings);
   SceneParts parts;
   parts.graph = importNodes(document);
-  parts.tracks = importAnimations(document, reader, parts.graph);
-  parts.moved = movedNodes(parts.graph, parts.tracks);
+  parts.playback = importAnimations(document, reader, parts.graph, settings.clip);
+  parts.loop = settings.loop;
+  parts.moved = movedNodes(parts.graph, parts.playback.tracks);
   parts.skins = importSkins(document, reader);
   MaterialSet materials = importMaterials(document);
   parts.instances = importInstances(document, reader, materials, parts);
@@ -162,15 +170,16 @@ std::shared_ptr<const Scene> import(const std::filesystem::path& file) {
   loadTextures(document, materials);
   parts.materials = std::move(materials.materials);
   parts.warnings = document.warnings.sentences();
+  parts.contents = contentsOf(document.model);
   return makeScene(std::move(parts));
 }
 
 }  // namespace
 
-std::shared_ptr<const Scene> load(const std::filesystem::path& file) {
+std::shared_ptr<const Scene> load(const std::filesystem::path& file, const LoadSettings& settings) {
   const std::string refusal = "cannot read scene '" + excerpt(file.string()) + "': ";
   try {
-    return import(file);
+    return import(file, settings);
   } catch (const std::bad_alloc&) {
     throw Error(refusal + "there is not enough memory");
   } catch (const std::exception& error) {

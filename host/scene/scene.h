@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <glm/glm.hpp>
 #include <memory>
 #include <optional>
@@ -93,7 +95,21 @@ struct Snapshot {
 struct CameraInfo {
   std::string name;  // unique within the scene: node name, else camera name, else "Camera"; ".1", ".2" … are appended
   bool orthographic = false;
-  bool animated = false;  // any animation moves its node or one above it
+  bool animated = false;  // any animation that is played moves its node or one above it
+  bool ofHost = false;    // stands in no file: made by this program (view_camera.h)
+};
+
+// An animation of the scene's file. Played clips run together, on one clock.
+struct Clip {
+  std::string name;             // unique within the scene: its own, else "Clip"; ".1", ".2" … are appended
+  double begin = 0.0, end = 0;  // seconds, of its first and last key frame
+  bool played = false;
+};
+
+// How much a file holds, of what the scene doesn't tell otherwise.
+struct Contents {
+  std::string generator;  // the program that wrote it; may be empty
+  std::size_t nodes = 0, meshes = 0, images = 0, skins = 0;
 };
 
 class Scene {
@@ -102,12 +118,23 @@ class Scene {
   virtual const std::vector<CameraInfo>& cameras() const = 0;    // in document order, one per node that holds a camera
   virtual const std::vector<Material>& materials() const = 0;    // at least one
   virtual const std::vector<std::string>& warnings() const = 0;  // what was not honoured, one sentence each
-  virtual double duration() const = 0;                           // seconds to the last key frame, 0 when nothing moves
-  // Everything posed at `seconds` (held at the first and last key outside the key frames). Deterministic; any thread.
+  virtual double duration() const = 0;  // seconds to the last key frame of what is played, 0 when nothing moves
+  virtual std::vector<Clip> clips() const { return {}; }  // in document order
+  virtual Contents contents() const { return {}; }
+  // Everything posed at `seconds` (outside the key frames held at the first and last key, or begun anew where the clips
+  // are looped). Deterministic; any thread.
   virtual Snapshot at(double seconds) const = 0;
 };
 
+// Picks one of the clips that have these names; none: the first, with all that don't collide with those before them.
+using ClipChoice = std::function<std::optional<std::size_t>(const std::vector<std::string>& names)>;
+
+struct LoadSettings {
+  ClipChoice clip;    // may be empty
+  bool loop = false;  // what is played begins anew after its last key frame
+};
+
 // Loads glTF 2.0 (.gltf with its buffers and images beside it or embedded, .glb). Throws Error.
-std::shared_ptr<const Scene> load(const std::filesystem::path& file);
+std::shared_ptr<const Scene> load(const std::filesystem::path& file, const LoadSettings& settings = {});
 
 }  // namespace quillmere::scene

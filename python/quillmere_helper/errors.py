@@ -1,15 +1,18 @@
 """What can go wrong in a way that a user can do something about."""
 
+from .readable import cut
+
 
 class HelperError(Exception):
     """A failure whose text names the thing, the reason and the remedy, in one or two lines.
 
+    `text` names the first two, `remedy` what to do about it; where that stands in the text itself, it is empty.
     `details` (a server's answer, say) goes to the log file beside the response, never to the user's status bar.
     """
 
-    def __init__(self, text: str, details: str = "") -> None:
-        super().__init__(text)
-        self.details = details
+    def __init__(self, text: str, details: str = "", remedy: str = "") -> None:
+        self.text, self.details, self.remedy = cut(text), details, remedy  # names in the text may be of any length
+        super().__init__(f"{self.text}; {remedy}" if remedy else self.text)
 
 
 def reason_of(error: BaseException) -> str:

@@ -6,31 +6,39 @@ than the rest of the package supports.
 
 import json
 import os
-from typing import Any, Dict, List, Optional
+from typing import Any, Dict, List, Mapping, Optional
 
+from .readable import readable, readable_lines
+
+LONGEST_LOG = 1 << 20  # characters
 STOPPED = "The render was stopped before its picture was finished; render the frame again"
+ALMOST = 0.99  # the most that is told of a render before its picture is on disk
 
 
 class Status:
     """Keeps one status file up to date. One that cannot be written costs the user a progress line, not the picture."""
 
     def __init__(self, path: str) -> None:
-        self._path = path
-        self._last = ("", "")
+        self.path = path
+        self._last = {}  # type: Dict[str, Any]
 
-    def tell(self, phase: str, message: str, progress: Optional[float] = None) -> None:
-        """`progress` is the share of the whole job that is done, 0 to 1; it is added to the message as a percentage."""
-        if progress is not None:
-            message = "{} ({} %)".format(message, int(100 * min(max(progress, 0.0), 1.0)))
-        told = (phase, readable(message))
-        if told == self._last or not self._path:
+    def tell(
+        self, phase: str, message: str, progress: Optional[float] = None, more: Optional[Mapping[str, Any]] = None
+    ) -> None:
+        """`progress` is the share of the whole job that is done, 0 to 1; it is added to the message as a percentage,
+        never as 100: the job is done when the response says so. `more` are further members of the file."""
+        share = None if progress is None else min(max(progress, 0.0), ALMOST)
+        if share is not None:
+            message = "{} ({} %)".format(message, int(100 * share))
+        members = {"phase": phase, "message": _shown(message)}  # type: Dict[str, Any]
+        members.update(more or {})
+        if not self.path or (members == self._last and "preview" not in members):  # which has the same name again
             return
-        self._last = told
-        members = {"phase": told[0], "message": told[1]}  # type: Dict[str, Any]
-        if progress is not None:
-            members["progress"] = round(progress, 3)
+        self._last = dict(members)
+        if share is not None:
+            members["progress"] = round(share, 3)
         try:
-            write_whole(self._path, to_json(members))
+            write_whole(self.path, to_json(members))
         except OSError:
             pass
 
@@ -53,23 +61,26 @@ class Response:
             os.unlink(self.log_path)
 
     def fail(self, error: str, details: str = "") -> None:
-        members = {"ok": False, "error": readable(error)}
+        members = {"ok": False, "error": _shown(error)}
         if details:
             members["log"] = self.log_path
             try:
-                write_whole(self.log_path, "{}\n\n{}\n".format(error, details).encode("utf-8", "replace"))
+                log = "{}\n\n{}\n".format(readable(error), readable_lines(details, LONGEST_LOG))
+                write_whole(self.log_path, log.encode("utf-8"))
             except OSError:
                 pass  # the answer itself matters more than its details
-        write_whole(self._path, to_json(members))
+        write_whole(self._path, to_json(members), lasting=True)
 
     def succeed(self, outputs: List[str], facts: Dict[str, Any]) -> None:
         """`outputs` are full paths, the first picture first; `facts` may hold no key that the effect reads."""
         first = outputs[0] if outputs else ""
-        write_whole(self._path, to_json(dict({"ok": True, "first_output": first, "outputs": outputs}, **facts)))
+        members = dict({"ok": True, "first_output": first, "outputs": outputs}, **facts)
+        write_whole(self._path, to_json(members), lasting=True)
 
 
-def write_whole(path: str, content: bytes) -> None:
+def write_whole(path: str, content: bytes, lasting: bool = False) -> None:
     """Writes `content` to `path`: beside it first, then renamed over it, so that no reader ever sees half of it.
+    `lasting`: a machine that loses its power right after this has the whole file too.
 
     Raises OSError; what was at `path` before is then still there, and nothing is left beside it.
     """
@@ -78,7 +89,12 @@ def write_whole(path: str, content: bytes) -> None:
     try:
         with open(beside, "wb") as file:
             file.write(content)
+            if lasting:
+                file.flush()
+                os.fsync(file.fileno())
         os.replace(beside, path)
+        if lasting:
+            sync_folder(folder)
     except BaseException:
         try:
             os.unlink(beside)
@@ -96,10 +112,21 @@ def to_json(members: Dict[str, Any]) -> bytes:
         return text.encode("utf-8", "replace")
 
 
-def readable(text: str) -> str:
-    """`text` as a status line: on one line, and without characters that the effect would show as escapes."""
-    flat = " ".join(text.replace("\\", "/").split())
-    return "".join(letter for letter in flat if letter >= " " and letter != "\x7f")
+def sync_folder(folder: str) -> None:
+    """Makes the names in `folder` last, where its file system can."""
+    try:
+        descriptor = os.open(folder or ".", os.O_RDONLY)
+        try:
+            os.fsync(descriptor)
+        finally:
+            os.close(descriptor)
+    except OSError:
+        pass
+
+
+def _shown(text: str) -> str:
+    """`text` on one line, and without what the effect would show as escapes."""
+    return readable(text).replace("\\", "/")
 
 
 def reads_back(text: str) -> bool:

@@ -44,11 +44,13 @@ def leave_if_too_old(argv: "list[str]") -> None:
     if sys.version_info >= OLDEST:
         return
     problem = hand_over(argv, "")
+    from .readable import complain
+
     if len(argv) == 3 and not argv[1].startswith("-"):
         from .exchange import Response
 
         Response(argv[2]).fail(problem)
-    sys.stderr.write("quillmere_render_helper: {}\n".format(problem))
+    complain(problem)
     sys.exit(1)
 
 

@@ -7,7 +7,7 @@ import json
 import os
 import re
 from pathlib import Path
-from typing import Any, Mapping
+from typing import Any, Mapping, Optional
 
 from . import VERSION, exchange, png, untrusted
 from .errors import HelperError, reason_of
@@ -21,9 +21,11 @@ FILE_FROM_HOST = "QUILLMERE_PROVENANCE_FILE"  # environment: a JSON file of what
 LARGEST_FROM_HOST = 16 << 20  # bytes
 
 
-def record_of(request: RenderRequest, workflow: Workflow, seed: int, more: Mapping[str, Any]) -> dict[str, Any]:
-    """What made a picture, enough to make it again. `more` comes from the back end and goes before the rest; what the
-    host tells never hides what is known here."""
+def record_of(
+    request: RenderRequest, workflow: Workflow, seed: Optional[int], more: Mapping[str, Any]
+) -> dict[str, Any]:
+    """What made a picture, enough to make it again; `seed` None: it has none. `more` comes from the back end and goes
+    before the rest; what the host tells never hides what is known here."""
     try:
         told = untrusted.read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
     except (KeyError, HelperError):  # without it a record lacks a little, but costs no picture
@@ -31,7 +33,9 @@ def record_of(request: RenderRequest, workflow: Workflow, seed: int, more: Mappi
     told.update(helper_version=VERSION, effective_prompt=request.effective_prompt)
     told.update(frame=request.frame, width=request.width, height=request.height, seed=seed)
     told.update(guide=request.reference_image, style=request.locked_style_image)
-    told.update(workflow_path=request.workflow_path, workflow=workflow.content)
+    told.update(workflow_path=workflow.path, workflow=workflow.content)
+    if workflow.controls:
+        told.update(controls=workflow.controls)
     return {**told, **more, "backend": workflow.backend}
 
 
@@ -49,6 +53,7 @@ class Outputs:
         if len(os.fsencode(self._stem)) > LONGEST_STEM:
             raise HelperError(f'The Filename Prefix "{prefix[:40]}..." is too long for a file name; use a shorter one')
         self.paths: list[str] = []  # of the pictures written so far, in order
+        self.notes: list[str] = []  # what the user should know of them
 
     def prepare(self) -> None:
         """Makes the directory and sees that it can be written to, before any long work is done for it."""
@@ -61,27 +66,34 @@ class Outputs:
             raise HelperError(f'The Output Directory "{self._folder}" is read-only for you; {CHOOSE}')
 
     def write(self, picture: bytes, kind: str, record: Mapping[str, Any]) -> None:
-        """Writes one picture with its record, each whole, under the next free name. Raises HelperError."""
+        """Writes one picture with its record, each whole, under the next free name. Raises HelperError.
+
+        A picture whose side file cannot be written is a picture all the same; `notes` says so.
+        """
         if kind == "png":  # with ASCII only, so that a reader without UTF-8 reads it too
             picture = png.with_text(picture, RECORD, json.dumps(record))
         path = self._write_picture(picture, kind)
         self.paths.append(path)
         try:
             side_file = json.dumps(record, ensure_ascii=False, indent=2) + "\n"
-            exchange.write_whole(path + SIDE_FILE, side_file.encode("utf-8", "replace"))
+            exchange.write_whole(path + SIDE_FILE, side_file.encode("utf-8", "replace"), lasting=True)
         except OSError as error:
-            text = f'Cannot write "{path + SIDE_FILE}": {reason_of(error)}; check the Output Directory'
-            raise HelperError(text) from error
+            kept = "the picture itself tells what made it" if kind == "png" else "nothing tells what made the picture"
+            self.notes.append(f'Cannot write "{path + SIDE_FILE}": {reason_of(error)}; {kept}')
 
     def _write_picture(self, picture: bytes, extension: str) -> str:
         """Returns the path; on failure nothing is left behind."""
         beside = self._folder / f".{self._stem}{os.getpid()}.part"
         try:
-            beside.write_bytes(picture)
+            with open(beside, "wb") as file:
+                file.write(picture)
+                file.flush()
+                os.fsync(file.fileno())
             for number in itertools.count(self._highest() + 1):
                 path = self._folder / f"{self._stem}{number}.{extension}"
                 if _take_name(beside, path):
                     break
+            exchange.sync_folder(str(self._folder))
             return str(path)
         except OSError as error:
             remedy = "free some space" if error.errno in (errno.ENOSPC, errno.EDQUOT) else "check the Output Directory"

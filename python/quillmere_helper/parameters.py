@@ -42,30 +42,56 @@ class Parameter:
         whole = isinstance(self.default, int)
         return type(value) in ((int,) if whole else (int, float)) and self.least <= value <= self.most
 
+    def control(self, value: Any) -> dict[str, Any]:
+        """What a control panel has to know of it; `value` is that of the workflow file."""
+        told: dict[str, Any] = {"name": self.name, "node": "", "title": "", "kind": "", "input": self.name}
+        told.update(type=self._type(), default=value)
+        if self.name == "seed":
+            told.update(least=0, most=LARGEST_SEED)
+        elif not isinstance(self.default, str):
+            told.update(least=self.least, most=self.most)
+        return {**told, "choices": list(self.words)} if self.words else told
+
+    def _type(self) -> str:
+        if isinstance(self.default, str) and self.name != "seed":
+            return "choice" if self.words else "text"
+        return "number" if isinstance(self.default, float) else "whole"
+
 
 Table = Sequence[Parameter]
+EMPTY: Mapping[str, Any] = {}
 
 
-def read_parameters(content: Mapping[str, Any], keys: Sequence[str], table: Table, where: str) -> dict[str, Any]:
-    """Every parameter of `table` with its value in "parameters" of a workflow file, or its default.
+def read_parameters(
+    content: Mapping[str, Any], keys: Sequence[str], table: Table, where: str, controls: Mapping[str, Any] = EMPTY
+) -> dict[str, Any]:
+    """Every parameter of `table` with its value in "parameters" of a workflow file, or its default. Those that the user
+    has set as `controls` are called so.
 
     Raises HelperError for any that is not accepted, and for a key that is none of `keys` (none are told: any will do).
     """
     unknown = [key for key in content if keys and key not in keys]
     if unknown:
-        raise HelperError(f'Unknown key "{unknown[0]}" in {where}. Accepted: {", ".join(keys)}')
+        raise HelperError(f'Unknown key "{unknown[0]}" in {where}', remedy=f"accepted: {', '.join(keys)}")
     given = content.get("parameters", {})
     if not isinstance(given, Mapping):
         raise HelperError(f'"parameters" in {where} must be a JSON object')
     known = {parameter.name: parameter for parameter in table}
     for name, value in given.items():
+        word = "control" if name in controls else "parameter"
         if name not in known:
             close = difflib.get_close_matches(name, known, 1)
-            hint = f'; did you mean "{close[0]}"?' if close else ""
-            raise HelperError(f'Unknown parameter "{name}" in {where}{hint} Accepted: {", ".join(known)}')
+            remedy = (f'did you mean "{close[0]}"? ' if close else "") + f"accepted: {', '.join(known)}"
+            raise HelperError(f'Unknown {word} "{name}" in {where}', remedy=remedy)
         if not known[name].accepts(value):
-            raise HelperError(f'Parameter "{name}" in {where} is {value!r}; it must be {known[name].accepted()}')
+            must = f"it must be {known[name].accepted()}"
+            raise HelperError(f'The {word} "{name}" in {where} is {value!r}', remedy=must)
     return {name: given.get(name, parameter.default) for name, parameter in known.items()}
+
+
+def controls_of(values: Mapping[str, Any], table: Table) -> list[dict[str, Any]]:
+    """The parameters of `table` as controls, with the `values` that `read_parameters` has found."""
+    return [parameter.control(values[parameter.name]) for parameter in table]
 
 
 def seed_for(choice: Union[int, str], frame: int) -> int:

@@ -11,7 +11,6 @@ from .errors import HelperError
 Picture = tuple[bytes, str]  # a whole file and its kind: "png", "jpg" or "webp"
 
 CHANNELS = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}  # by colour type
-LARGEST_PICTURE = 512 << 20  # bytes
 LARGEST_PIXELS = 64_000_000
 
 
@@ -33,7 +32,7 @@ def given_picture(path: str, role: str) -> Picture:
     Raises HelperError.
     """
     remedy = "render the frame again" if role == "guide" else "choose another one, or none"
-    content = untrusted.read_file(path, f"{role} image", LARGEST_PICTURE, remedy)
+    content = untrusted.read_file(path, f"{role} image", untrusted.LARGEST_PICTURE, remedy)
     kind = kind_of(content)
     if kind is None:
         raise HelperError(f'The {role} image "{path}" is no whole PNG, JPEG or WebP picture; {remedy}')
@@ -47,7 +46,7 @@ def kind_of(content: bytes) -> Optional[str]:
     """ "png", "jpg" or "webp" when `content` is a whole picture file of that kind, else None."""
     if content.startswith(png.SIGNATURE):
         try:
-            return "png" if b"IDAT" in [kind for kind, _ in png.chunks(content)] else None
+            return "png" if b"IDAT" in {kind for kind, _ in png.chunks(content)} else None
         except png.BadPng:
             return None
     if content.startswith(b"\xff\xd8\xff"):

@@ -1,10 +1,13 @@
 """PNG files as the chunks that they are made of, and the texts in them. The format is that of RFC 2083 and its iTXt."""
 
 import zlib
-from typing import Iterator
+from typing import Collection, Iterator
 
 SIGNATURE = b"\x89PNG\r\n\x1a\n"
-LARGEST_TEXT = 64 << 20  # bytes of one text when it is unpacked
+MOST_CHUNKS = 200_000  # encoders put a few kilobytes into each
+LONGEST_KEYWORD = 79  # bytes
+DEFLATE_RATIO = 1032  # what deflate can make of a byte at most
+LARGEST_TEXT = 32 << 20  # bytes of one text, and of all that are unpacked together
 
 
 class BadPng(ValueError):
@@ -16,7 +19,7 @@ def chunks(png: bytes) -> Iterator[tuple[bytes, memoryview]]:
     if not png.startswith(SIGNATURE):
         raise BadPng("no PNG signature")
     view, place = memoryview(png), len(SIGNATURE)
-    while True:
+    for _ in range(MOST_CHUNKS):
         end = place + 12 + int.from_bytes(view[place : place + 4], "big")
         if end > len(view):
             raise BadPng("it is cut off")
@@ -27,6 +30,7 @@ def chunks(png: bytes) -> Iterator[tuple[bytes, memoryview]]:
         if kind == b"IEND":
             return
         place = end
+    raise BadPng(f"it has more than {MOST_CHUNKS} parts")
 
 
 def chunk(kind: bytes, data: bytes) -> bytes:
@@ -38,37 +42,47 @@ def file_of(*parts: tuple[bytes, bytes]) -> bytes:
     return SIGNATURE + b"".join(chunk(kind, data) for kind, data in (*parts, (b"IEND", b"")))
 
 
-def texts(png: bytes) -> dict[str, str]:
-    """The texts of the file by keyword; of several under one keyword the first counts. Damaged texts are left out."""
+def texts(png: bytes, wanted: Collection[str]) -> dict[str, str]:
+    """The texts of the file under the `wanted` keywords; of several under one the first counts. No other is unpacked.
+    Damaged texts, and those that are too large together, are left out."""
     found: dict[str, str] = {}
+    inflater = _Inflater()
     for kind, data in chunks(png):
-        if kind in (b"tEXt", b"zTXt", b"iTXt"):
+        keyword, separator, _ = bytes(data[: LONGEST_KEYWORD + 1]).partition(b"\0")
+        name = keyword.decode("latin-1")
+        if kind in (b"tEXt", b"zTXt", b"iTXt") and separator and name in wanted and name not in found:
             try:
-                keyword, text = _text(kind, bytes(data))
+                found[name] = _text(kind, bytes(data[len(keyword) + 1 :]), inflater)
             except (ValueError, zlib.error):
                 continue
-            found.setdefault(keyword, text)
     return found
 
 
 def with_text(png: bytes, keyword: str, text: str) -> bytes:
     """`png` with one more text (iTXt, UTF-8, not compressed) right after its header; `png` must be a PNG file."""
-    data = keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace")
+    return _with_chunk(png, b"iTXt", keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace"))
+
+
+def with_ascii_text(png: bytes, keyword: str, text: str) -> bytes:
+    """The same with a tEXt, the only kind that some readers know; `text` must be ASCII."""
+    return _with_chunk(png, b"tEXt", f"{keyword}\0{text}".encode("ascii"))
+
+
+def _with_chunk(png: bytes, kind: bytes, data: bytes) -> bytes:
     header_end = len(SIGNATURE) + 12 + int.from_bytes(png[len(SIGNATURE) : len(SIGNATURE) + 4], "big")
-    return png[:header_end] + chunk(b"iTXt", data) + png[header_end:]
+    return png[:header_end] + chunk(kind, data) + png[header_end:]
 
 
-def _text(kind: bytes, data: bytes) -> tuple[str, str]:
-    keyword, separator, rest = data.partition(b"\0")
-    if not separator:
-        raise ValueError("no keyword")
-    name = keyword.decode("latin-1")
+def _text(kind: bytes, content: bytes, inflater: "_Inflater") -> str:
+    """`content`: what follows the keyword."""
     if kind == b"tEXt":
-        return name, _as_text(rest)
+        return _as_text(content)
     if kind == b"zTXt":
-        return name, _as_text(_unpacked(rest[1:]))
-    compressed, content = rest[:1] != b"\0", rest[2:].split(b"\0", 2)[2]
-    return name, (_unpacked(content) if compressed else content).decode("utf-8")
+        return _as_text(inflater.inflated(content[1:]))
+    parts = content[2:].split(b"\0", 2)
+    if len(parts) < 3:
+        raise ValueError("a text without its language")
+    return (inflater.inflated(parts[2]) if content[:1] != b"\0" else parts[2]).decode("utf-8")
 
 
 def _as_text(data: bytes) -> str:
@@ -79,9 +93,20 @@ def _as_text(data: bytes) -> str:
         return data.decode("latin-1")
 
 
-def _unpacked(data: bytes) -> bytes:
-    decompressor = zlib.decompressobj()
-    text = decompressor.decompress(data, LARGEST_TEXT)
-    if decompressor.unconsumed_tail:
-        raise ValueError("a text without end")
-    return text
+class _Inflater:
+    """Takes no more time and memory for all texts of a file than one of them may take."""
+
+    def __init__(self) -> None:
+        self._room = LARGEST_TEXT
+
+    def inflated(self, data: bytes) -> bytes:
+        """Raises ValueError for a text that is too large or cut off, zlib.error for a damaged one."""
+        if self._room <= 0:
+            raise ValueError("texts without end")
+        before, self._room = self._room, max(self._room - DEFLATE_RATIO * len(data), 0)
+        decompressor = zlib.decompressobj()
+        text = decompressor.decompress(data, before)
+        if not decompressor.eof:
+            raise ValueError("a text without end")
+        self._room = before - len(text)
+        return text

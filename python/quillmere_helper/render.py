@@ -1,6 +1,5 @@
 """One run of the helper: from a request to a response, also when something fails in between."""
 
-import sys
 import time
 import traceback
 
@@ -9,6 +8,7 @@ from .backends import Job
 from .errors import HelperError, reason_of
 from .exchange import Response, Status
 from .outputs import Outputs
+from .readable import complain
 from .request import read_request
 from .workflows import read_workflow
 
@@ -16,15 +16,20 @@ DONE, FAILED, CANCELLED = 0, 1, 143
 
 
 def run(argv: list[str], request_path: str, response_path: str) -> int:
-    """Returns the exit status of the process. The response says the same; failures go to standard error too."""
+    """Returns the exit status of the process. The response says the same; without the stand-alone host, failures go to
+    standard error too."""
     response = Response(response_path)
     try:
         response.begin()
-        cancellation.listen()
-        return _answered(argv, request_path, response)
+        try:
+            cancellation.listen()
+            return _answered(argv, request_path, response)
+        except cancellation.Cancellation as cancelled:  # also at the edges of what is done there
+            response.fail(str(cancelled) or cancellation.TEXT)
+            return CANCELLED
     except OSError as error:
         text = f'cannot write the response "{response_path}": {reason_of(error)}'
-        print(f"quillmere_render_helper: {text}", file=sys.stderr)
+        complain(text)
         return FAILED
 
 
@@ -35,15 +40,15 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         backend = job.workflow.backend
         made = backends.load(backend).make(job)
         facts = {"backend": backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
-        response.succeed(job.outputs.paths, {**facts, "notes": made.notes})
-        for note in made.notes:
-            print(f"quillmere_render_helper: {note}", file=sys.stderr)
+        notes = made.notes + job.outputs.notes
+        response.succeed(job.outputs.paths, {**facts, "notes": notes})
+        for note in notes:
+            complain(note)
         return DONE
-    except cancellation.Cancellation as cancelled:
-        response.fail(str(cancelled) or cancellation.TEXT)
-        return CANCELLED
     except HelperError as error:
         return _failed(response, str(error), error.details)
+    except MemoryError:
+        return _failed(response, "The render helper had too little memory; free some, or render a smaller picture", "")
     except Exception as error:  # the last resort: a fault of ours, or a system at its limits
         what = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
         text = f'The render helper failed unexpectedly ({what}); details are in "{response.log_path}"'
@@ -64,6 +69,7 @@ def _prepare(argv: list[str], request_path: str) -> Job:
 
 
 def _failed(response: Response, text: str, details: str) -> int:
-    print(f"quillmere_render_helper: {text}", file=sys.stderr)
+    if not cancellation.has_host():  # which tells it itself
+        complain(text)
     response.fail(text, details)
     return FAILED

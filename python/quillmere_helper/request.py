@@ -8,7 +8,7 @@ from .errors import HelperError
 from .untrusted import read_object
 
 LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
-LARGEST_SIDE = 16384  # pixels
+LARGEST_SIDE = 16000  # pixels; of the host's pictures, the guide among them
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"
 STYLE_FROM_HOST = "QUILLMERE_STYLE"  # environment: a style image in place of the request's; empty: none

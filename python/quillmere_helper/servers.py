@@ -1,6 +1,7 @@
 """Where the servers are, what the user lets each of them know about who is asking, and how long to wait for them."""
 
 import os
+import re
 import stat
 import time
 import urllib.parse
@@ -8,7 +9,7 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Any, Callable, Mapping, Optional, TypeVar
 
-from . import cancellation, web
+from . import cancellation, readable, web
 from .errors import HelperError
 from .untrusted import read_object
 
@@ -16,7 +17,6 @@ CREDENTIALS = "QUILLMERE_CREDENTIALS"  # environment: another place for the file
 CREDENTIALS_FILE = "~/.quillmere/credentials.json"
 LARGEST_CREDENTIALS = 1 << 20  # bytes
 LOGINS = (("TOKEN", "token", web.bearer), ("AUTH", "basic", web.basic))  # variable's end, key in the file, header
-LOOPBACK = ("127.0.0.1", "localhost", "::1")
 PATIENCE = "QUILLMERE_SERVER_PATIENCE"  # environment: seconds to wait for a server that has gone
 USUAL_PATIENCE = 300.0
 PAUSE = 1.0  # seconds between two tries
@@ -57,7 +57,7 @@ def patience() -> float:
     """Seconds that the user wants to wait for a server that has gone."""
     text = os.environ.get(PATIENCE, "")
     try:
-        return max(float(text), 0.0) if text else USUAL_PATIENCE
+        return max(0.0, float(text)) if text else USUAL_PATIENCE  # NaN is in no order
     except ValueError as error:
         raise HelperError(f'{PATIENCE} is "{text}"; it must be a number of seconds') from error
 
@@ -84,7 +84,7 @@ def _checked_url(url: str, where: str, kind: Kind) -> str:
     except ValueError:
         usable = False
     if not usable or any(letter <= " " for letter in url) or parts.query or parts.fragment:
-        raise HelperError(f'{where} is "{url}"; it must be like {kind.default_url}')
+        raise HelperError(f'{where} is "{_without_secrets(url)}"; it must be like {kind.default_url}')
     if "@" in parts.netloc:
         raise HelperError(
             f"{where} holds a login; take it out and put it into {kind.variable('AUTH')} or {CREDENTIALS_FILE}"
@@ -92,22 +92,40 @@ def _checked_url(url: str, where: str, kind: Kind) -> str:
     return url.rstrip("/")
 
 
+def _without_secrets(url: str) -> str:
+    """`url` as it may be shown: what stands before the host and after the path is a login at times."""
+    return re.sub(r"[?#].*", "?...", re.sub(r"//[^/]*@", "//...@", url), flags=re.S)
+
+
 def _origin(url: str) -> str:
-    """What has to be the same for a login to be meant for a server: scheme, host and port."""
-    parts = urllib.parse.urlsplit(url)
-    port = parts.port or (443 if parts.scheme == "https" else 80)
+    """What has to be the same for a login to be meant for a server: scheme, host and port. Empty for what is no URL."""
+    try:
+        parts = urllib.parse.urlsplit(url)
+        port = parts.port or (443 if parts.scheme == "https" else 80)
+    except ValueError:
+        return ""
     return f"{parts.scheme}://{(parts.hostname or '').lower()}:{port}"
 
 
 def _login(kind: Kind, url: str, own_url: str) -> Mapping[str, str]:
-    """Logins of the environment go only to the server named there or to this machine: a workflow file may come from
-    anybody, and must not be able to have them sent to its own address."""
-    trusted = urllib.parse.urlsplit(url).hostname in LOOPBACK or (own_url and _origin(own_url) == _origin(url))
+    """Logins of the environment go only to the server named there, or to the usual one when none is: a workflow file
+    may come from anybody, and must not be able to have them sent to its own address, on this machine or elsewhere."""
+    trusted = _origin(own_url or kind.default_url) == _origin(url)
     for ending, _, header in LOGINS if trusted else ():
         variable = kind.variable(ending)
         if os.environ.get(variable):
-            return header(_one_line(os.environ[variable], variable))
+            return _headers(header, os.environ[variable], variable)
     return _login_from_file(url)
+
+
+def _headers(header: Callable[[str], dict[str, str]], secret: str, where: str) -> Mapping[str, str]:
+    """The headers with `secret`, which from now on is shown nowhere, nor are its parts: servers may repeat them."""
+    for part in (secret, secret.partition(":")[2]):
+        readable.hide(part)
+    headers = header(_one_line(secret, where))
+    for value in headers.values():
+        readable.hide(value.partition(" ")[2])
+    return headers
 
 
 def _login_from_file(url: str) -> Mapping[str, str]:
@@ -126,7 +144,7 @@ def _login_from_file(url: str) -> Mapping[str, str]:
         if _origin(known) == _origin(url):
             for _, key, header in LOGINS:
                 if isinstance(login.get(key), str):
-                    return header(_one_line(login[key], str(path)))
+                    return _headers(header, login[key], str(path))
             raise wrong
     return {}
 

@@ -1,21 +1,27 @@
 """Files and JSON that others wrote: files whole and up to a size, values of the kind that is asked for or empty."""
 
 import json
+import math
 import os
 import stat
 from typing import Any, Union
 
+from . import png
 from .errors import HelperError, reason_of
 
+LARGEST_PICTURE = 256 << 20  # bytes of a file; 64 megapixels of 8-bit RGB take three quarters of that at most
 LONGEST_INTEGER = 20  # digits; 64-bit seeds have that many, and converting a million digits takes minutes
 
 
-def read_file(path: str, what: str, largest: int, remedy: str) -> bytes:
-    """The file at `path`, of at most `largest` bytes. Raises HelperError that calls it `what` and ends in `remedy`."""
+def read_file(path: str, what: str, largest: int, remedy: str, largest_png: int = 0) -> bytes:
+    """The file at `path`, of at most `largest` bytes, or `largest_png` for a PNG. Raises HelperError that calls it
+    `what` and ends in `remedy`."""
     name = f'the {what} "{path}"'
     try:
         with open(path, "rb", opener=_regular) as file:
-            raw = file.read(largest + 1)
+            raw = file.read(len(png.SIGNATURE))
+            largest = max(largest, largest_png) if raw == png.SIGNATURE else largest
+            raw += file.read(max(largest + 1 - len(raw), 0))
     except (OSError, ValueError) as error:
         raise HelperError(f"Cannot read {name}: {reason_of(error)}; {remedy}") from error
     if len(raw) > largest:
@@ -34,9 +40,11 @@ def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
 
     Raises HelperError that begins with `name` and ends in `remedy`.
     """
+    if not raw.strip():
+        raise HelperError(f"{name} is empty: the disk may be full; {remedy}")
     try:
         text = raw.decode("utf-8-sig", "surrogateescape")
-        value = json.loads(text, strict=False, parse_int=_integer, parse_constant=lambda word: None)
+        value = _parsed(text, strict=False)
     except (ValueError, RecursionError) as error:
         raise HelperError(f"{name} is not JSON: {reason_of(error)}; {remedy}") from error
     if not isinstance(value, dict):
@@ -47,7 +55,7 @@ def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
 def json_of(sent: Union[bytes, str]) -> Any:
     """The JSON value that a server sent, or None when it is none."""
     try:
-        return json.loads(sent)
+        return _parsed(sent if isinstance(sent, str) else sent.decode("utf-8-sig"))
     except (ValueError, RecursionError):
         return None
 
@@ -77,6 +85,18 @@ def _regular(path: str, flags: int) -> int:
         os.close(descriptor)
         raise OSError("not a file")
     return descriptor
+
+
+def _parsed(text: str, strict: bool = True) -> Any:
+    """Numbers are finite, and whole ones have few digits; NaN and its like become null."""
+    return json.loads(text, strict=strict, parse_int=_integer, parse_float=_finite, parse_constant=lambda word: None)
+
+
+def _finite(digits: str) -> float:
+    number = float(digits)
+    if not math.isfinite(number):
+        raise ValueError("a number that is too large")
+    return number
 
 
 def _integer(digits: str) -> int:

@@ -6,18 +6,23 @@ was named and to no other. No `Origin` is sent, since servers take one for a for
 
 import base64
 import http.client
+import io
 import json
+import socket
 import ssl
 import urllib.parse
-from dataclasses import dataclass, field
-from typing import Any, Mapping, Optional, Union
+from dataclasses import dataclass, field, replace
+from typing import Any, Mapping, Optional, Union, cast
 
 from .errors import HelperError, reason_of
+from .transport import PIECE, Limits, TooMuch, Transport
 from .untrusted import as_object, json_of
 
 CONNECT_TIME = 10.0  # seconds
 ANSWER_TIME = 30.0  # seconds without a byte
-LARGEST_ANSWER = 1 << 30  # bytes
+ALIVE = Limits(2 << 20, 15.0)  # for what a server is and how far it is
+ANSWER = Limits(64 << 20, 60.0)  # a queue or a history holds whole graphs
+PICTURES = Limits(256 << 20, 3600.0)  # which have to move meanwhile, see transport.py
 LONGEST_REASON = 200  # characters
 MEMORY = ("OutOfMemory", "out of memory", "Allocation on device")  # a server's words for too little of it
 
@@ -52,7 +57,7 @@ class Site:
 
     url: str
     login: Mapping[str, str] = field(default_factory=dict, repr=False)
-    timeout: float = ANSWER_TIME  # seconds without a byte until an exchange counts as failed
+    timeout: float = ANSWER_TIME  # seconds without a byte until an exchange counts as failed; less: of all of it
 
     @property
     def parts(self) -> urllib.parse.SplitResult:
@@ -67,56 +72,91 @@ class Site:
 
     def target(self, path: str, query: Optional[Mapping[str, str]] = None) -> str:
         """`path` below the server's own path, as it stands in a request line."""
-        suffix = "?" + urllib.parse.urlencode(query) if query else ""
+        suffix = "?" + urllib.parse.urlencode(query, errors="replace") if query else ""
         return self.parts.path.rstrip("/") + path + suffix
 
-    def get(self, path: str, query: Optional[Mapping[str, str]] = None) -> Answer:
-        return self.exchange("GET", self.target(path, query), None, {})
+    def get(self, path: str, query: Optional[Mapping[str, str]] = None, limits: Limits = ANSWER) -> Answer:
+        return self.exchange("GET", self.target(path, query), None, {}, limits)
 
     def post(self, path: str, content: Any) -> Answer:
         body, headers = json_body(content)
         return self.exchange("POST", self.target(path), body, headers)
 
-    def exchange(self, method: str, target: str, body: Optional[bytes], headers: Mapping[str, str]) -> Answer:
+    def exchange(
+        self, method: str, target: str, body: Optional[bytes], headers: Mapping[str, str], limits: Limits = ANSWER
+    ) -> Answer:
         """Raises UnreachableServer. The caller looks at the status."""
-        connection = self.connect(min(self.timeout, CONNECT_TIME))
+        exchange = Exchange(self, method, target, body, headers, limits)
         try:
-            self.send(connection, method, target, body, headers)
-            return self.receive(connection)
+            return exchange.answer()
         finally:
-            connection.close()
+            exchange.close()
 
-    def send(
-        self, connection: Connection, method: str, target: str, body: Optional[bytes], headers: Mapping[str, str]
+
+class Exchange:
+    """One request, sent, and its answer. Both raise UnreachableServer, or HelperError for what trying again won't
+    help against."""
+
+    def __init__(
+        self, site: Site, method: str, target: str, body: Optional[bytes], headers: Mapping[str, str], limits: Limits
     ) -> None:
+        hurried = site.timeout < ANSWER_TIME
+        self._limits = replace(limits, time=min(limits.time, site.timeout)) if hurried else limits
+        self._site = site
+        self._transport: Optional[Transport] = None
         try:
-            connection.request(method, target, body, {**headers, **self.login})
-            if connection.sock is not None:
-                connection.sock.settimeout(self.timeout)
+            self._connection = site.connect(min(site.timeout, CONNECT_TIME))
+            self._connection.connect()
+            self._transport = Transport(self._connection.sock, self._limits, site.timeout)
+            self._connection.sock = cast(socket.socket, self._transport)
+            self._connection.request(method, target, body, {**headers, **site.login})
+            self._transport.start_clock()
         except ssl.SSLCertVerificationError as error:
             raise HelperError(
-                f"{self.url} shows a certificate that cannot be trusted ({error.verify_message}); "
+                f"{site.url} shows a certificate that cannot be trusted ({error.verify_message}); "
                 "correct its certificate, or name its authority in SSL_CERT_FILE"
             ) from error
         except (OSError, http.client.HTTPException, UnicodeError) as error:
+            self.close()
             raise self._unreachable(error) from error
 
-    def receive(self, connection: Connection) -> Answer:
+    def begins_within(self, seconds: float) -> bool:
+        """Whether the answer has begun; as long as it has not, its time does not run."""
+        assert self._transport is not None
+        begins = self._transport.begins_within(seconds)
+        self._transport.start_clock()
+        return begins
+
+    def answer(self) -> Answer:
         try:
-            response = connection.getresponse()
-            body = response.read(LARGEST_ANSWER + 1)
-            if len(body) > LARGEST_ANSWER:
-                raise HelperError(f"{self.url} sends more than {LARGEST_ANSWER >> 30} GB in one answer; check the URL")
-            if response.length:  # what a whole body would still have to bring
-                raise http.client.IncompleteRead(body, response.length)
+            response = self._connection.getresponse()
+            body = _whole(response)
             kind = response.headers.get_content_type() if "Content-Type" in response.headers else ""
             return Answer(response.status, kind, body)
-        except (OSError, http.client.HTTPException) as error:
+        except TooMuch as error:
+            size = self._limits.size >> 20
+            raise HelperError(f"{self._site.url} sends more than {size} MB in one answer; check the URL") from error
+        except (OSError, http.client.HTTPException, ValueError) as error:
             raise self._unreachable(error) from error
+
+    def close(self) -> None:
+        if self._transport is not None:
+            self._transport.hang_up()
 
     def _unreachable(self, error: BaseException) -> UnreachableServer:
         why = reason_of(error)
-        return UnreachableServer(f"{self.url} does not answer ({why}); start the server there or correct the URL")
+        url = self._site.url
+        return UnreachableServer(f"{url} does not answer ({why})", remedy="start the server there or correct the URL")
+
+
+def _whole(response: http.client.HTTPResponse) -> bytes:
+    """Piece by piece: the module takes memory for as much as it is asked for, or told, at once."""
+    body = io.BytesIO()
+    while piece := response.read(PIECE):
+        body.write(piece)
+    if response.length:  # what a whole body would still have to bring
+        raise http.client.IncompleteRead(b"", response.length)
+    return body.getvalue()
 
 
 def json_body(content: Any) -> tuple[bytes, dict[str, str]]:
@@ -148,4 +188,4 @@ def basic(user_and_password: str) -> dict[str, str]:
 
 def quoted(part: str) -> str:
     """`part` as one step of a path."""
-    return urllib.parse.quote(part, safe="")
+    return urllib.parse.quote(part, safe="", errors="replace")

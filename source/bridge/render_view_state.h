@@ -11,7 +11,7 @@ constexpr char kLockedStyleImageKey[] = "locked_style_image";
 cinema::String ReadLockedStyleImage(const cinema::Filename& stateFile);
 
 // Rewrites the file. The viewer's locked style image stays, its selection becomes the new image. A file that can't be
-// written stays as it was.
+// opened stays as it was; one that can't be written to its end, as on a full disk, is cut off and has lost that image.
 void WriteRenderViewState(const cinema::Filename& stateFile, const cinema::Filename& historyDirectory,
                           const cinema::String& lastImage, const cinema::String& statusText,
                           const cinema::String& referenceImage);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "values/failure.h"
+#include "values/output_pattern.h"
 
 namespace quillmere::app {
 namespace {
@@ -44,6 +45,31 @@ TEST(FrameRange, RefusesWhatItWouldHaveToGuess) {
   }
 }
 
+TEST(FrameRate, ReadsWholeNumbersRatiosAndTheRatesOfVideo) {
+  const std::tuple<const char*, const char*, int, double> rows[] = {{"24", "24", 24, 24},
+                                                                    {"23.976", "24000/1001", 24, 24000 / 1001.0},
+                                                                    {"23.98", "24000/1001", 24, 24000 / 1001.0},
+                                                                    {"29.97", "30000/1001", 30, 30000 / 1001.0},
+                                                                    {"12.5", "25/2", 13, 12.5},
+                                                                    {"30000/1001", "30000/1001", 30, 30000 / 1001.0},
+                                                                    {"25.0", "25", 25, 25},
+                                                                    {"23.9", "239/10", 24, 23.9},
+                                                                    {"100000", "100000", 100000, 100000},
+                                                                    {"1", "1", 1, 1}};
+  for (const auto& [given, text, whole, perSecond] : rows) {
+    SCOPED_TRACE(given);
+    const FrameRate rate = parseFrameRate(given);
+    EXPECT_EQ(rate.text(), text);
+    EXPECT_EQ(rate.whole(), whole);
+    EXPECT_NEAR(rate.secondsAt(1000), 1000 / perSecond, 1e-9);
+    EXPECT_EQ(frameAt(rate.secondsAt(-7), rate), -7);
+  }
+  for (const char* given :
+       {"", "0", "-24", "0.5", "1/2", "24/0", "/", "24/", "24.", ".5", "1e3", "100001", "24.97601", "24 "}) {
+    EXPECT_THROW(parseFrameRate(given), Failure) << "'" << given << "'";
+  }
+}
+
 TEST(PictureSize, ReadsTwoSidesAndNothingElse) {
   const PictureSize size = parsePictureSize("1920x1080");
   EXPECT_EQ(size.width, 1920);
@@ -55,22 +81,40 @@ TEST(PictureSize, ReadsTwoSidesAndNothingElse) {
 }
 
 TEST(OutputPattern, PutsThePaddedFrameWhereTheMarksStand) {
-  const std::tuple<const char*, std::int32_t, const char*> rows[] = {{"a_####.png", 7, "a_0007.png"},
-                                                                     {"a_####.png", -7, "a_-0007.png"},
-                                                                     {"a_##.exr", 12345, "a_12345.exr"},
-                                                                     {"#/b#c##.PNG", 4, "#/b4c04.PNG"},
-                                                                     {"/x/still.png", 4, "/x/still.png"},
-                                                                     {"a.16.png", 4, "a.16.png"},
-                                                                     {"####.png", -2147483647 - 1, "-2147483648.png"}};
+  const std::tuple<const char*, std::int32_t, const char*> rows[] = {
+      {"a_####.png", 7, "a_0007.png"},
+      {"a_####.png", -7, "a_-0007.png"},
+      {"a_##.exr", 12345, "a_12345.exr"},
+      {"#/b#c##.PNG", 4, "#/b4c04.PNG"},
+      {"/x/still.png", 4, "/x/still.png"},
+      {"a.16.png", 4, "a.16.png"},
+      {"####.png", -2147483647 - 1, "-2147483648.png"},
+      {"a.%04d.png", 7, "a.0007.png"},
+      {"a%d.exr", 12, "a12.exr"},
+      {"a.$F4.16.png", 7, "a.0007.16.png"},
+      {"$F_x.png", 7, "7_x.png"},
+      {"s_{frame}.png", 7, "s_0007.png"},
+      {"f####/%02d/{frame}.png", 7, "f0007/07/0007.png"},
+      {"c#/100%%_5%.png", 7, "c#/100%_5%.png"},
+      {"{camera}/{camera}_##.png", 7, "Left__ eye/Left__ eye_07.png"}};
   for (const auto& [given, frame, file] : rows) {
     SCOPED_TRACE(given);
-    EXPECT_EQ(OutputPattern::parse(given).fileFor(frame), file);
+    EXPECT_EQ(OutputPattern::parse(given).forCamera("Left:/ eye").fileFor(frame), file);
+  }
+  for (const char* given :
+       {"%s.png", "%4d.png", "$F4x.png", "$RENDER/a.png", "${F}.png", "{frames}.png", "a{}/b.png"}) {
+    EXPECT_THROW(OutputPattern::parse(given), Failure) << given;
   }
 }
 
 TEST(OutputPattern, NumbersFramesThatWouldShareAFile) {
   EXPECT_EQ(OutputPattern::parse("d/a.16.png").numberingFrames().fileFor(3), "d/a_0003.16.png");
   EXPECT_EQ(OutputPattern::parse("d/a##.png").numberingFrames().fileFor(3), "d/a03.png");
+  EXPECT_EQ(OutputPattern::parse("d/##/a.png").folder(), "d");
+  const OutputPattern plain = OutputPattern::parse("a.png"), naming = plain.namingCameras();
+  EXPECT_EQ(naming.forCamera("..").fileFor(3), "a__...png");
+  EXPECT_THROW(refuseSharedFiles({"a/b", "a:b"}, naming), Failure);
+  EXPECT_NO_THROW(refuseSharedFiles({"a", "b"}, naming));
 }
 
 TEST(OutputPattern, TakesTheFormatFromTheEnding) {

@@ -24,7 +24,8 @@ PLUGIN = pathlib.Path(os.environ["QUILLMERE_PLUGIN"])
 SHELL_AS_PYTHON = '#!/bin/sh\n[ "$1" = -c ] && echo "$0 3.11" && exit\nexec /bin/sh "$@"\n'
 READ_REQUEST = """request=$1 response=$2
 field() { sed -n "s/^  \\"$1\\": \\"\\(.*\\)\\",*$/\\1/p" "$request"; }
-say() { printf '{"message": "%s"}' "$1" > "$(field status_path).new" && mv "$(field status_path).new" "$(field status_path)"; }
+tell() { printf '{%s}' "$1" > "$(field status_path).new" && mv "$(field status_path).new" "$(field status_path)"; }
+say() { tell "\\"message\\": \\"$1\\""; }
 answer() {
   mkdir -p "$(field output_dir)"
   cp "$(field reference_image)" "$(field output_dir)/picture.png"
@@ -34,11 +35,15 @@ answer() {
 
 
 def write_scene(file: pathlib.Path) -> None:
-    """A triangle that moves to the right within a second, a perspective and an orthographic camera."""
+    """A triangle that moves to the right within a second or up within two, a perspective and an orthographic camera."""
     glb, depth = GlbWriter(), {"znear": 0.1, "zfar": 100}
     corners = glb.add_positions([(-1, -1, 0), (1, -1, 0), (0, 1, 0)])
     sail = glb.add("meshes", {"primitives": [{"attributes": {"POSITION": corners}}]})
-    glb.animate(glb.add_node("Sail", mesh=sail), "translation", [0, 1], [(0, 0, 0), (0.5, 0, 0)])
+    node = glb.add_node("Sail", mesh=sail)
+    clips = glb.document.setdefault("animations", [])
+    for name, seconds, end in (("Run", 2, (0, 1, 0)), ("Walk", 1, (0.5, 0, 0))):
+        clips.insert(0, {"name": name, "channels": [], "samplers": []})  # keys go to the first
+        glb.animate(node, "translation", [0, seconds], [(0, 0, 0), end])
     for name, x, kind, lens in (("Pier", 0, "perspective", {"yfov": 0.8}), ("Chart", 0.3, "orthographic", {"xmag": 2, "ymag": 2})):
         camera = glb.add("cameras", {"type": kind, kind: {**lens, **depth}})
         glb.add_node(name, camera=camera, translation=[x, 0, 4])

@@ -1,11 +1,22 @@
 """The user stops a render: at every stage it ends with 130, and nothing runs on."""
 
 import json
+import os
+import pathlib
+import resource
+import shlex
+import shutil
 import signal
 import subprocess
+import sys
 import time
 
-from stage import Stage
+from stage import PLUGIN, Stage, processes_with
+
+sys.path.append(str(pathlib.Path(__file__).parents[1] / "python"))
+
+from comfy_classes import graph  # noqa: E402
+from comfy_server import ComfyServer  # noqa: E402
 
 POLITE = "say Waiting; trap 'echo > \"$(field output_dir)/told\"; exit 143' TERM; while :; do sleep 0.05; done"
 STUBBORN = "say Waiting; trap '' TERM INT HUP; (setsid sleep 60 &); (sleep 60; :) & while :; do sleep 0.05; done"
@@ -106,3 +117,50 @@ class Break(Stage):
                 self.helper("answer")
                 whole = self.start("--quiet", "--output", "whole.png", preexec_fn=inherited, stderr=subprocess.PIPE)
                 self.assertEqual((whole.communicate(timeout=30)[1], whole.returncode), (b"", 0))
+
+
+class KilledHost(Stage):
+    """The real helper with a job on a server, and a host that has no time to tell it anything."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.server = ComfyServer()
+        self.addCleanup(self.server.stop)
+        self.env["QUILLMERE_COMFYUI_URL"] = self.server.url
+        (self.folder / "graph.json").write_text(json.dumps(graph()))
+        shutil.rmtree(self.folder / "plugin/python")
+        (self.folder / "plugin/python").symlink_to(PLUGIN / "python")
+
+    def begin(self, shell: str, **popen) -> subprocess.Popen:
+        """A render whose job runs on the server; `shell` is how python3 is started below /bin/sh."""
+        self.server.go_on.clear()
+        (self.folder / "bin/python3").write_text("#!/bin/sh\n" + shell.replace("python3", shlex.quote(sys.executable)) + "\n")
+        process = self.start("--workflow", "graph.json", "--quiet", stderr=subprocess.DEVNULL, **popen)
+        self.wait_until(lambda: self.server.running, "the job runs")
+        return process
+
+    def wait_until(self, met, what: str) -> None:
+        end = time.monotonic() + 20
+        while not met():
+            self.assertLess(time.monotonic(), end, what)
+            time.sleep(0.01)
+
+    def test_the_helper_stops_its_job_and_ends_however_the_host_died(self) -> None:
+        becomes, stays = 'exec python3 "$@"', 'python3 "$@"; exit $?'
+        rows = [(stays, number) for number in ("KILL", "QUIT", "USR1", "ABRT", "XCPU", "ALRM")]
+        without_pipe = "exec 3<&- 4<&- 5<&- 6<&- 7<&- 8<&- 9<&-; "
+        for shell, number in [*rows, (becomes, "KILL"), (without_pipe + becomes, "KILL")]:
+            with self.subTest(shell=shell, signal=number):
+                cores = lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0))  # noqa: E731
+                self.begin(shell, preexec_fn=cores).send_signal(getattr(signal, "SIG" + number))
+                self.wait_until(lambda: not self.server.running, "the job is stopped")
+                self.wait_until(lambda: not processes_with(self.folder.name), "nothing runs any more")
+
+    def test_a_hang_up_under_nohup_stops_neither_host_nor_helper(self) -> None:
+        ignoring = lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN)  # noqa: E731
+        process = self.begin('exec python3 "$@"', preexec_fn=ignoring, start_new_session=True)
+        os.killpg(process.pid, signal.SIGHUP)
+        time.sleep(0.3)
+        self.server.go_on.set()
+        self.assertEqual(process.wait(timeout=30), 0)
+        self.assertEqual(self.server.interrupted, [])

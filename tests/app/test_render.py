@@ -34,6 +34,20 @@ class Render(Stage):
         self.assertEqual((frame["frame"], frame["result"], frame["output"]), (7, 0, "a_0007.png"))
         self.assertGreater(frame["seconds"], 0.3)
 
+    def test_json_tells_how_far_the_helper_is(self) -> None:
+        folder = self.folder / "write/quillmere/c4d/runtime"
+        told = {"phase": "render", "message": "Sampling (40 %)", "progress": 0.4, "step": 8, "steps": 20, "seconds_left": 30.5, "ahead": 0}
+        told["preview"] = str(folder / "preview_3.jpg")
+        (self.folder / "told.json").write_text(json.dumps(told))
+        self.helper(f"""[ "$QUILLMERE_PREVIEWS" = 1 ] || exit 1
+echo > {folder}/preview_3.jpg; ln -s /etc/passwd {folder}/preview_3.png; echo > {folder}/preview_4.jpg
+cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new $(field status_path); sleep 0.4; exit 1""")
+        progress = [event for event in self.events("--frames", "3") if event["event"] == "progress"]
+        self.assertEqual(progress[-1], {"event": "progress", "frame": 3, **told})
+        self.assertEqual([file.name for file in folder.glob("preview*")], ["preview_4.jpg"], "what a frame's helper has left goes")
+        self.helper('[ -z "$QUILLMERE_PREVIEWS" ] && answer')
+        self.assertEqual(self.render("--quiet").returncode, 0)
+
     def test_the_frame_event_holds_every_parameter_in_its_type(self) -> None:
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
         more = ["--camera", "Chart", "--no-history", "--no-preview", "--guide", "final", "--set", "2004=later", "--set", "QUILLMERE_HISTORY_LIMIT=5"]
@@ -50,12 +64,15 @@ class Render(Stage):
     def test_a_workflow_is_found_by_name_id_or_file(self) -> None:
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
         (self.folder / "own.json").write_text("{}")
+        kept = {"QUILLMERE_WORKFLOW": 7, "QUILLMERE_WORKFLOW_ID": "ink", "QUILLMERE_WORKFLOW_PATH": "/gone/ink.json"}
+        (self.folder / "moved.json").write_text(json.dumps({"format": "quillmere settings", "version": 1, "parameters": kept}))
         home = str(self.folder / "home/.quillmere/workflows")
         rows = [
             (["--workflow", "ink"], 1, "ink", f"{home}/ink.json"),
             (["--workflow", "flux.2 dev"], 2, "flux", f"{home}/flux.json"),
             (["--set", "QUILLMERE_WORKFLOW=Ink"], 1, "ink", f"{home}/ink.json"),
             (["--workflow", "own.json"], 0, "", str(self.folder / "own.json")),
+            (["--settings", "moved.json"], 1, "ink", f"{home}/ink.json"),  # from where it stood elsewhere
             (["--workflow", "None"], 0, "", ""),
             ([], 2, "flux", f"{home}/flux.json"),
         ]
@@ -83,11 +100,16 @@ class Render(Stage):
         self.assertEqual((self.folder / "a.exr").read_bytes()[:4], b"\x76\x2f\x31\x01")
 
     def test_several_frames_get_files_of_their_own(self) -> None:
-        done = self.render("--frames", "-1-3x2", "--output", "still.png")
+        done = self.render("--frames", "-1-1x2", "--output", "still.png")
         self.assertEqual(done.returncode, 0, done.stderr)
-        self.assertEqual(sorted(file.name for file in self.folder.glob("still*")), ["still_-0001.png", "still_0001.png", "still_0003.png"])
-        self.assertEqual(re.findall(r"output +(\S+)", done.stdout), ["still_-0001.png", "still_0001.png", "still_0003.png"])
-        self.assertRegex(done.stdout, "guide +.*/reference_3.png\n +picture +.*/picture.png")
+        self.assertEqual(sorted(file.name for file in self.folder.glob("still*")), ["still_-0001.png", "still_0001.png"])
+        self.assertEqual(re.findall(r"output +(\S+)", done.stdout), ["still_-0001.png", "still_0001.png"])
+        self.assertRegex(done.stdout, "guide +.*/reference_1.png\n +picture +.*/picture.png")
+        done = self.render("--frames", "1-2", "--camera", "Chart", "--camera", "1", "--output", "f##/{camera}.png")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        files = [f"f{frame}/{camera}.png" for camera in ("Chart", "Pier") for frame in ("01", "02")]
+        self.assertEqual(re.findall(r"output +(\S+)", done.stdout), files)
+        self.assertEqual(len({(self.folder / file).read_bytes() for file in files}), 4)
 
     def test_a_failed_frame_leaves_no_file_and_the_others_go_on(self) -> None:
         self.helper("case $request in *_1.json) printf '{\"ok\": false, \"error\": \"no ink left\"}' > $response; exit 1;; esac; answer")
@@ -130,10 +152,11 @@ class Render(Stage):
     def test_texts_that_the_host_cannot_keep_are_refused(self) -> None:
         (self.folder / "latin").write_bytes(b"caf\xe9")
         (self.folder / "nul").write_bytes(b"a\0b")
+        (self.folder / "long").write_bytes(b"a" * (1 << 20) + b"a")
         for arguments, reason in [
             (["--prompt-file", "latin"], "prompt file 'latin': its text is not UTF-8"),
             (["--prompt-file", "nul"], "prompt file 'nul': .*NUL"),
-            (["--prompt-file", "/dev/zero"], "longer than 1 MiB"),
+            (["--prompt-file", "long"], "prompt file 'long': it is larger than 1 MiB"),
             (["--prompt", "caf\udce9"], "QUILLMERE_PROMPT .2003.: .*UTF-8"),
             (["--output-dir", "caf\udce9"], "QUILLMERE_OUTPUT_DIRECTORY .2009.: .*UTF-8"),
             (["--write-dir", "caf\udce9"], "write directory .*UTF-8"),

@@ -55,6 +55,41 @@ class Settings(Stage):
                 stored = self.parameters("--settings", "kept.json")
                 self.assertEqual((stored["2008"], stored["2007"]), ("ink", kept))
 
+    def wrapper(self) -> dict:
+        """What the helper is given for the workflow, in a file of ours."""
+        self.assertEqual(self.request()["workflow_path"], str(self.folder / "write/quillmere/c4d/runtime/controls.json"))
+        return json.loads((self.folder / "write/quillmere/c4d/runtime/controls.json").read_text())
+
+    def test_controls_reach_the_helper_each_in_its_type_beside_the_workflow(self) -> None:
+        given = [("a", "0.60", 0.6), ("b", ".5", 0.5), ("c", "-7", -7), ("d", str(2**64 - 1), 2**64 - 1), ("e", "true", True), ("f", "nan", "nan"),
+                 ("g", "1 2", "1 2"), ("h", '"12"', "12"), ("i", "", ""), ("Ärger x", "a=b", "a=b"), ("a", "1", 1)]  # fmt: skip
+        arguments = [word for name, text, _ in given for word in ("--control", f"{name}={text}")]
+        self.assertEqual(self.parameters("--workflow", "ink", *arguments)["2008"], "ink")
+        ink = str(self.folder / "home/.quillmere/workflows/ink.json")
+        expected = {name: value for name, _, value in given}
+        self.assertEqual(self.wrapper(), {"workflow": ink, "controls": expected})
+        self.assertEqual([type(value) for value in self.wrapper()["controls"].values()], [type(value) for value in expected.values()])
+        for arguments, why in (
+            (["--control", "a"], "no value for a control\n.*workflows controls lists"),
+            (["--control", "=1"], "no value for a control"),
+            (["--control", "a=\udcff"], "not UTF-8"),
+            (["--workflow", "None", "--control", "a=1"], "control 'a': no workflow is chosen"),
+        ):
+            with self.subTest(arguments):
+                done = self.render(*arguments)
+                self.assertEqual((done.returncode, done.stdout), (2, ""))
+                self.assertRegex(done.stderr, why)
+
+    def test_controls_are_kept_with_the_workflow_that_has_them(self) -> None:
+        saved = self.save("--workflow", "ink", "--control", "a=1", "--control", "b=x")
+        ink = str(self.folder / "home/.quillmere/workflows/ink.json")
+        self.assertEqual((saved["controls"], saved["parameters"]["QUILLMERE_WORKFLOW_PATH"]), ({"a": 1, "b": "x"}, ink))
+        self.parameters("--settings", "kept.json", "--control", "A=2")
+        self.assertEqual(self.wrapper(), {"workflow": ink, "controls": {"b": "x", "A": 2}})
+        for other in (["--workflow", "flux"], ["--set", "QUILLMERE_WORKFLOW=2"]):
+            self.parameters("--settings", "kept.json", *other)
+            self.assertEqual(self.request()["workflow_path"], str(self.folder / "home/.quillmere/workflows/flux.json"))
+
     def test_explicit_options_win_over_the_file(self) -> None:
         self.write({"QUILLMERE_CAMERA": "Gone", "QUILLMERE_PROMPT": "old", "QUILLMERE_WORKFLOW_ID": "ink", "QUILLMERE_HISTORY_LIMIT": 9})
         stored = self.parameters("--settings", "kept.json", "--camera", "Chart", "--prompt", "new", "--workflow", "flux")
@@ -72,6 +107,8 @@ class Settings(Stage):
             (json.dumps({"format": "quillmere settings", "parameters": {}}), "has version unknown"),
             (json.dumps(HEAD), 'no "parameters"'),
             (" " * (8 * 1024 * 1024 + 1), "larger than 8 MiB"),
+            (json.dumps({**HEAD, "parameters": {}, "controls": [1]}), 'its "controls" is no object'),
+            (json.dumps({**HEAD, "parameters": {}, "controls": {"a": None}}), "no text, number or switch for 'a'"),
         ]
         rows += [
             (json.dumps({**HEAD, "parameters": {name: value}}), why)

@@ -13,6 +13,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "python"))
 
 import scratch_render  # noqa: E402
 from comfy_classes import graph  # noqa: E402
+from a1111_server import A1111Server  # noqa: E402
 from comfy_server import ComfyServer  # noqa: E402
 from quillmere_helper.png import chunk  # noqa: E402
 
@@ -85,12 +86,14 @@ class Show(RealHelper):
         self.write("a.jpg.json", json.dumps({**RECORD, "prompt": "side"}).encode())
         self.write("a.png.json", json.dumps({**RECORD, "prompt": "side"}).encode())
         inside = text(json.dumps({**RECORD, "prompt": "inside"}).encode())
+        strange = chunk(b"zTXt", b"Comment\0\0" + zlib.compress(bytes(30 << 20)))
         for name, content, prompt in (
             ("a.jpg", b"\xff\xd8\xff", "side"),
             ("a.png", png(), "side"),
             ("a.png", png(inside), "inside"),
             ("a.png", png(text(b"{}", b"prompt"), inside, text(b"{}")), "inside"),
             ("a.png", png(packed(json.dumps({**RECORD, "prompt": "inside"}).encode())), "inside"),
+            ("a.png", png(strange * 500, inside), "inside"),  # 15 GB, if it were unpacked
         ):
             with self.subTest(name, content=content[:99]):
                 self.assertRegex(self.run_command("show", self.write(name, content)).stdout, f"prompt +{prompt}\n")
@@ -109,7 +112,6 @@ class Show(RealHelper):
             ("a.png", b"\x89PNG\r\n\x1a\n" + struct.pack(">I", 0x7FFFFFFF) + b"iTXtquillmere", "cannot read picture"),
             ("a.png", png(struct.pack(">I", 0x7FFFFFF0) + b"iTXtquillmere\0\0\0\0\0{"), "nothing tells|cannot read picture"),
             ("a.png", png(packed(b" " * (100 << 20))), "nothing tells|cannot read picture|not JSON"),
-            ("a.png", png(text(b"x", b"a") * 100_000, sound), "nothing tells"),
             ("a.png", png(text(b"{}")), "not written by"),
             ("a.png", png(text(b'{"helper_version": 1}')), "not written by"),
             ("a.png", png(text(b"[]")), "no JSON object"),
@@ -139,6 +141,20 @@ class Like(RealHelper):
         self.assertEqual(self.bytes_of("a.png"), frame)
         self.assertNotEqual(*self.bytes_of(one, again))
 
+    def test_what_is_seen_when_is_repeated(self) -> None:
+        for arguments, told in (
+            (["--view", "90,10", "--clip", "2", "--time", "0.3"], {"camera": "Default", "clip": "Run", "time": 0.3, "frame": 9}),
+            (["--turntable", "8", "--fps", "23.976", "--loop", "--frames", "40"], {"turntable": 8, "fps": "24000/1001", "loop": True}),
+            (["--camera", "2", "--frames", "3"], {"camera": "Chart", "frame": 3}),
+        ):
+            with self.subTest(arguments):
+                made = self.rendered("scene.glb", "--workflow", "ink.json", "--size", "48x32", *arguments)
+                self.assertEqual({key: made.get(key) for key in told}, told)
+                frame = self.bytes_of("a.png")
+                again = self.rendered("--like", "a.png")
+                self.assertEqual(self.bytes_of("a.png"), frame)
+                self.assertEqual({**again, "guide": ""}, {**made, "guide": ""})
+
     def test_a_server_is_given_the_same_graph_again(self) -> None:
         server = ComfyServer()
         self.addCleanup(server.stop)
@@ -157,6 +173,29 @@ class Like(RealHelper):
                 for node in ("4", "9"):  # the guide and the result have names of their own in each job
                     del first[node]["inputs"], second[node]["inputs"]
                 self.assertEqual(first, second)
+
+    def test_the_workflows_controls_are_kept_and_repeated(self) -> None:
+        made = self.first("--control", "line=2.5", "--control", "seed=frame")
+        self.assertEqual((made["controls"], made["workflow_path"]), ({"line": 2.5, "seed": "frame"}, str(self.folder / "ink.json")))
+        self.assertEqual(made["workflow"], {"backend": "embedded", "parameters": {"seed": "frame", "line": 2.5}})
+        self.assertRegex(self.run_command("show", "a.png").stdout, "\ncontrols +line=2.5, seed=frame\n")
+        os.rename(self.folder / "a.png", self.folder / "b.png")
+        for arguments, controls, same in (
+            ([], made["controls"], True),
+            (["--control", "line=0"], {**made["controls"], "line": 0}, False),
+            (["--control", "seed=5"], {**made["controls"], "seed": 5}, False),
+            (["--workflow", "b.png"], None, True),  # holds them
+            (["--workflow", "ink.json"], None, False),
+        ):
+            with self.subTest(arguments):
+                done = self.repeated("--like", "b.png", *arguments)
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                again = json.loads(self.run_command("show", "a.png", "--json").stdout)
+                self.assertEqual(again.get("controls"), controls)
+                self.assertEqual(self.bytes_of(self.generated()[0])[0][-500:] == self.bytes_of(self.generated()[-1])[0][-500:], same)
+        self.write("ink.json", b'{"backend": "embedded", "parameters": {"wash": 2}}')
+        self.assertIn("has changed", self.repeated("--like", "b.png").stderr)
+        self.assertRegex(self.repeated("--like", "b.png", "--control", "lime=1").stderr, '"lime" in the workflow "ink.json"; did you mean "line"')
 
     def test_what_is_given_goes_before_what_the_picture_tells(self) -> None:
         made = self.first("--prompt", "fog", "--system-prompt", "Draw.")
@@ -211,11 +250,33 @@ class Like(RealHelper):
                 self.assertRegex(done.stderr, told if content == before else f"{told}(.|\n)*--workflow 'b.png'")
         self.assertEqual(self.rendered("--like", "b.png", "--workflow", "b.png")["workflow"], RANDOM_INK)
 
+    def test_a_workflow_is_compared_without_the_controls_that_were_set(self) -> None:
+        self.env["QUILLMERE_COMFYUI_URL"] = "http://127.0.0.1:1"
+        bare, ran = graph(), {"backend": "comfyui", "graph": graph(), "controls": {"Steps": 3, "Size": 1}}
+        made = {**RECORD, "scene": str(self.folder / "scene.glb"), "workflow_path": str(self.folder / "comfy.json"), "controls": {"Steps": 3}}
+        for workflow, present, changed in (
+            (ran, bare, False),
+            (ran, {**bare, "99": bare["1"]}, True),
+            (ran, {**ran, "controls": {"Steps": 5, "Size": 1}}, False),
+            (ran, {**ran, "url": "http://127.0.0.1:2"}, True),
+            ({"backend": "embedded", "parameters": {"Steps": 3}}, {"backend": "embedded"}, False),
+        ):
+            with self.subTest(present=present):
+                self.write("like.png", png(text(json.dumps({**made, "workflow": workflow}).encode())))
+                self.write("comfy.json", json.dumps(present).encode())
+                self.assertEqual("has changed" in self.repeated("--like", "like.png").stderr, changed)
+
     def test_what_a_picture_lacks_or_lies_about_is_named(self) -> None:
         sound = {**RECORD, "scene": str(self.folder / "scene.glb"), "workflow_path": str(self.folder / "ink.json")}
         self.write("like.png", png(text(json.dumps(sound).encode())))
         self.assertEqual(self.repeated("--like", "like.png").returncode, 0)
+        self.write("like.png", png(text(json.dumps({**sound, "seed": None}).encode())))
+        self.assertRegex(self.run_command("show", "like.png").stdout, "seed +none\n")
+        made = [self.rendered("--like", "like.png")["seed"] for _ in range(2)]
+        self.assertEqual(len({5, *made}), 3)  # the workflow's own choice, which is random
         (self.folder / "a.png").unlink()
+        self.write("like.png", png(text(json.dumps({key: sound[key] for key in sound if key != "seed"}).encode())))
+        self.assertRegex(self.repeated("--like", "like.png").stderr, "does not tell its seed")
         for changes, why in (
             ({"scene": None}, "does not tell its scene\n.*render SCENE --like"),
             ({"scene": "/dev/zero"}, "'/dev/zero', is gone"),
@@ -227,7 +288,8 @@ class Like(RealHelper):
             ({"frame": 1 << 63}, '"frame" .* no whole number'),
             ({"width": 0}, '"width" .* no whole number from 1'),
             ({"height": 1.5}, '"height" .* no whole number'),
-            ({"seed": None}, "does not tell its seed"),
+            ({"controls": ["a"]}, '"controls" .* is no object'),
+            ({"controls": {"a": {}}}, "no text, number or switch for 'a'"),
             ({"seed": -1}, '"seed" .* no whole number'),
             ({"seed": 1 << 64}, '"seed" .* no whole number'),
         ):
@@ -239,10 +301,21 @@ class Like(RealHelper):
                 self.assertFalse((self.folder / "a.png").exists())
 
 
+class Check(RealHelper):
+    def test_a_name_that_is_no_utf8_keeps_no_workflow_from_being_checked(self) -> None:
+        os.link(self.folder / "ink.json", os.fsencode(self.folder) + b"/caf\xe9.json")
+        for environment in ({}, {"LC_ALL": "C", "PYTHONUTF8": "0", "PYTHONCOERCECLOCALE": "0"}):
+            self.env.update(environment)
+            done = self.run_command("workflows", "check", "caf\udce9.json", "--plugin", str(PLUGIN), "--json")
+            told = json.loads(done.stdout)
+            self.assertEqual((done.returncode, told["workflow"], told["backend"]), (0, "caf?.json", "embedded"), done.stderr)
+
+
 class Doctor(RealHelper):
     def test_servers_and_the_workflows_that_they_can_run(self) -> None:
-        server = ComfyServer()
+        server, other = ComfyServer(), A1111Server()
         self.addCleanup(server.stop)
+        self.addCleanup(other.stop)
         self.catalog(("good", "Good"), ("model", "No Model"), ("node", "No Node"), ("guide", "Wrong Guide"))
         for name, node, changes in (
             ("good", "1", {}),
@@ -258,7 +331,8 @@ class Doctor(RealHelper):
         names = ["server ComfyUI", "server A1111-compatible", *workflows]
         for url, states in (
             (server.url, ["ok", "note", "ok", "broken", "broken", "broken"]),
-            ("http://127.0.0.1:1", ["note", "note"] + ["broken"] * 4),
+            (other.url, ["broken", "note"] + ["note"] * 4),  # one server is the wrong one, not four workflows
+            ("http://127.0.0.1:1", ["broken", "note"] + ["note"] * 4),
         ):
             self.env["QUILLMERE_COMFYUI_URL"] = url
             done = self.run_command("doctor", "--plugin", str(PLUGIN), "--write-dir", "write", "--json")
@@ -266,7 +340,9 @@ class Doctor(RealHelper):
             self.assertEqual([found[name]["state"] for name in names], states, found)
             self.assertEqual(done.returncode, 1)
             for name, state in zip(names, states):
-                self.assertEqual(found[name]["remedy"] != "", state != "ok", found[name])
+                needs = url != server.url and name in workflows
+                self.assertEqual(found[name]["detail"] == "needs the server ComfyUI", needs)
+                self.assertTrue(state == "ok" or needs or found[name]["remedy"] or "; " in found[name]["detail"], found[name])
             if url == server.url:
                 for name, told in zip(names, ("0.3.64", "does not answer", url, "lost.safetensors", "LostNode", "loads no picture")):
                     self.assertIn(told, found[name]["detail"])

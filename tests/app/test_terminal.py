@@ -63,13 +63,20 @@ class Terminal(Stage):
 
     def test_the_line_lives_turns_and_leaves_only_results(self) -> None:
         self.helper("say 'Inking (40 %)'; sleep 0.7; answer")
-        status, written = self.on_terminal("--frames", "3-4")
+        status, written = self.on_terminal("--frames", "3-4", "--clip", "Walk")
         self.assertEqual(status, 0)
         turns = set(re.findall(rb"\r([|/\\-]) \[#*\.*\] frame 4 \(2/2\)  Inking \(40 %\)", written))
         self.assertGreaterEqual(len(turns), 3)
         results = [line.split()[:2] for line in shown(written) if line and "catalog is empty" not in line]
         self.assertEqual([row[0] for row in results], ["frame", "guide", "picture", "output"] * 2)
         self.assertNotIn(b"\x1b[?25l", written)
+
+    def test_what_is_left_is_told_and_counted_down(self) -> None:
+        self.helper("tell '\"message\": \"Inking\", \"progress\": 0.5, \"seconds_left\": 31'; sleep 1.6; answer")
+        _, written = self.on_terminal()
+        left = re.findall(rb"\[##########\.{10}\] frame 0  Inking  \d s, about (\d+) s left", written)
+        self.assertIn(b"31", left)
+        self.assertIn(b"30", left)
 
     def test_a_long_and_hostile_message_stays_on_its_line(self) -> None:
         message = "a\\033[2J\\033]0;b\\007" + "x" * 300

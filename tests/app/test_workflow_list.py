@@ -88,12 +88,13 @@ class WorkflowList(Stage):
 
     def test_only_workflows_are_added_and_what_keeps_one_from_running_is_told(self) -> None:
         def answer(**told: object) -> str:
-            return "echo '" + json.dumps({"ok": False, "backend": "", "problem": "It is bad; mend it", **told}) + "'; exit 1"
+            problem = {"ok": False, "backend": "", "problem": "It is bad; really", "remedy": "mend it"}
+            return "echo '" + json.dumps({**problem, **told}) + "'; exit 1"
 
         for script, arguments, status, errors in [
             (SOUND, [], 0, "^$"),
-            (answer(backend="comfyui"), [], 0, "warning: 'sea' can be chosen, but not be rendered yet: It is bad\n  mend it"),
-            (answer(), [], 1, "not added: It is bad\n  mend it"),
+            (answer(backend="comfyui"), [], 0, "warning: 'sea' can be chosen, but not be rendered yet: It is bad; really\n  mend it"),
+            (answer(), [], 1, "not added: It is bad; really\n  mend it"),
             ("echo oops >&2; exit 1", [], 1, "'sea.json': it cannot be checked: oops\n  add it all the same with --no-check"),
             ("", [], 1, "it cannot be checked: the helper ended without an answer"),
             ("echo oops >&2; exit 1", ["--no-check"], 0, "^$"),
@@ -208,3 +209,90 @@ class WorkflowList(Stage):
         self.assertEqual(process.returncode, 1)
         self.assertIn(b"another program has just changed it", errors)
         self.assertEqual(self.state.read_text(), FOREIGN + "\n")
+
+
+PLACES = [
+    {"part": "guide", "node": "4", "title": "Load Image", "kind": "LoadImage", "input": "image", "how": "shape", "marker": "Quillmere Guide"},
+    {"part": "prompt", "node": "6:2", "title": "Quillmere Prompt", "kind": "CLIPTextEncode", "input": "text", "how": "marker"},
+    {"part": "seed\x1b[2J", "node": 7, "title": None, "how": "by chance"},
+    "nothing",
+]
+RESULTS = [{"node": "9", "title": "Save", "kind": "Save", "frame": True}, {"node": "10", "title": "Depth", "frame": "true"}]
+MISSING = {"nodes": ["LostNode", 1], "files": [{"node": "1", "title": "Model", "input": "ckpt_name", "value": "lost.safetensors"}]}
+CHECKED = """guide     to image of node 4 "Load Image" (LoadImage)              found by the graph itself; the title "Quillmere Guide" would go before that
+prompt    to text of node 6:2 "Quillmere Prompt" (CLIPTextEncode)  found by its title
+seed\ufffd[2J  to                                                       by chance
+result    from node 9 "Save"                                       becomes the frame
+result    from node 10 "Depth"                                     kept beside it
+missing   node LostNode
+missing   file "lost.safetensors"                                  ckpt_name of node 1 "Model"
+note: title it
+"""
+CONTROLS = [
+    {"name": "Strength", "type": "number", "default": 0.6, "least": 0, "most": 1.5, "step": 0.05, "node": "3", "title": "Sampler", "input": "denoise"},
+    {"name": "Seed", "type": "whole", "default": "frame", "least": 0, "most": 2**64 - 1, "choices": ["frame", "random"]},
+    {"name": "Model", "type": "choice", "default": "m0", "choices": [f"m{number}" for number in range(300)]},
+    {"name": "Tiled", "type": "switch", "default": True},
+    {"name": "Extra", "type": "text", "default": "a\nb" + "c" * 60, "note": "no server"},
+    {"name": "More", "type": "text", "default": "", "note": "no server"},
+]
+LISTED = """Strength  0.6                       a number from 0 to 1.5 in steps of 0.05                          denoise of node 3 "Sampler"
+Seed      frame                     a whole number from 0 to 18446744073709551615, or frame, random
+Model     m0                        one of m0, m1, m2, m3, m4, m5, m6, m7 and 292 more
+Tiled     true                      true or false
+Extra     a bcccccccccccccccccc...  a text
+More                                a text
+note: no server
+"""
+
+
+class WorkflowLooks(Stage):
+    def look(self, what: str, answer: object, *more: str, status: int = 0) -> subprocess.CompletedProcess[str]:
+        """What the command makes of that answer; the helper sees to being asked for the right thing."""
+        (self.folder / "answer.json").write_text(json.dumps(answer))
+        self.helper(f'[ "$1" = --{what} ] && [ "$3" = --json ] && cat {self.folder}/answer.json; exit {status}')
+        return self.run_command("workflows", what, "--plugin", "plugin", "--write-dir", "write", *(more or ["scene.glb"]))
+
+    def test_where_everything_goes_is_told_before_a_job_is_sent(self) -> None:
+        facts = {"places": PLACES, "results": RESULTS, "missing": MISSING, "notes": ["title\nit", {}]}
+        good = {"ok": True, "backend": "comfyui", "server": "http://a", "version": "1", **facts}
+        done = self.look("check", good)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertEqual(done.stdout, "workflow scene.glb: runs on comfyui at http://a, version 1\n" + CHECKED)
+        bad = {**good, "ok": False, "problem": "It lacks nodes; many", "remedy": "install them"}
+        done = self.look("check", bad, status=1)
+        self.assertEqual((done.returncode, done.stdout), (1, CHECKED))
+        self.assertEqual(done.stderr, "quillmere: workflow scene.glb: It lacks nodes; many\n  install them\n")
+        for answer, status in ((good, 0), (bad, 1)):
+            done = self.look("check", answer, "scene.glb", "--json", status=status)
+            self.assertEqual((done.returncode, json.loads(done.stdout), done.stderr), (status, answer, ""))
+
+    def test_controls_are_listed_with_what_they_take(self) -> None:
+        head = {"ok": True, "backend": "comfyui", "controls": CONTROLS}
+        self.assertEqual(self.look("controls", head).stdout, "workflow scene.glb: runs on comfyui\n" + LISTED)
+        two = self.look("check", {"ok": True, "results": [{"node": "1"}, {"node": "2"}]}).stdout
+        self.assertIn("from node 2  may become the frame", two)
+        self.assertEqual(json.loads(self.look("controls", head, "scene.glb", "--json").stdout), head)
+        done = self.look("controls", {**head, "controls": []})
+        self.assertEqual((done.returncode, done.stdout.count("\n")), (0, 2))
+        self.assertIn("no controls; docs/workflows.md", done.stdout)
+        done = self.look("controls", {"ok": False, "problem": "It is bad", "remedy": "mend it", "controls": []}, status=1)
+        self.assertEqual((done.stdout, done.stderr), ("", "quillmere: workflow scene.glb: It is bad\n  mend it\n"))
+
+    def test_an_answer_that_is_none_and_a_workflow_that_is_none_are_told(self) -> None:
+        self.catalog(("ink", "Ink"))
+        for answer, workflow, status, why in (
+            ([1], "scene.glb", 1, "workflow scene.glb: the helper ended without an answer"),
+            ({"ok": False, "missing": 1, "places": {}, "notes": "x", "results": [1]}, "scene.glb", 1, "without an answer"),
+            ({"ok": True, "controls": {}, "places": None, "missing": {"files": [[]], "nodes": {}}}, "Ink", 0, "^$"),
+            ({}, "oil", 2, "workflow 'oil': neither in the catalog nor a file"),
+            ({}, "None", 2, "it means no workflow"),
+            ({}, "home", 1, "it is a folder, not a file"),
+        ):
+            with self.subTest(answer=answer, workflow=workflow):
+                done = self.look("check", answer, workflow, status=status)
+                self.assertEqual(done.returncode, status)
+                self.assertRegex(done.stderr, why)
+                for ended in (0, 1) if "without" in why else (1,) if status == 1 else ():
+                    done = self.look("check", answer, workflow, "--json", status=ended if answer == [1] else 1)
+                    self.assertEqual((done.returncode, json.loads(done.stdout)["ok"]), (1, False))

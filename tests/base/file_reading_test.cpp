@@ -1,12 +1,14 @@
 #include "base/file_reading.h"
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
+
+#include <atomic>
+#include <vector>
 
 #include "base/error.h"
+#include "base/json.h"
+#include "base/parallel.h"
 #include "refusal.h"
 #include "temporary_folder.h"
 
@@ -32,26 +34,61 @@ TEST(FileReading, AFileOfAnyLengthUpToTheLimitIsReadWhole) {
 TEST(FileReading, OnlyOrdinaryFilesAreRead) {
   const TemporaryFolder folder;
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-  const int socket = ::socket(AF_UNIX, SOCK_STREAM, 0);
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  const std::string name = folder / "socket";
-  ASSERT_LT(name.size(), sizeof address.sun_path);
-  name.copy(address.sun_path, name.size());
-  ASSERT_EQ(bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   std::filesystem::create_symlink("/dev/zero", folder / "link");
   std::filesystem::create_directory(folder / "folder");
   folder.write("file", "");
   for (const auto& [file, reason] :
        std::vector<std::pair<const char*, std::string>>{{"pipe", "it is not a regular file"},
-                                                        {"socket", "it is not a regular file"},
                                                         {"link", "it is not a regular file"},
                                                         {"folder", "it is not a regular file"},
                                                         {"missing", "there is no such file"},
                                                         {"file/below", "there is no such file"}}) {
     EXPECT_EQ(refusalOf<Error>([&, at = folder / file] { readText(at, kMiB); }), reason) << file;
   }
-  close(socket);
+}
+
+TEST(ParsedJson, HostileTextIsRefusedWithTheReason) {
+  EXPECT_EQ(lineOf(parsedJson(R"({"b": [1], "a": "ä"})", 2)), "{\"b\":[1],\"a\":\"ä\"}\n");
+  const std::string deep = std::string(100'000, '[');
+  for (const auto& [text, reason] :
+       std::vector<std::pair<std::string, std::string>>{{R"({"a": [[1]]})", "it is nested more than 2 deep"},
+                                                        {deep, "it is nested more than 2 deep"},
+                                                        {R"({"a": })", "it is damaged at byte 7, where it is not JSON"},
+                                                        {"", "it is damaged at byte 1, where it is not JSON"},
+                                                        {"[1e999]", "it holds a number that is too large"}}) {
+    EXPECT_EQ(refusalOf<Error>([&, given = text] { parsedJson(given, 2); }), reason) << text.substr(0, 40);
+  }
+}
+
+TEST(ForEach, EachIndexIsWorkedOnOnceWhateverTheNumberOfThreads) {
+  for (const int threads : {-1, 1, 2, 64}) {
+    for (const int count : {0, 1, 1000}) {
+      std::vector<std::atomic<int>> calls(static_cast<std::size_t>(count));
+      const Outcome outcome = forEach(count, threads, {}, [&](int i) {
+        forEach(2, threads, {}, [&](int) { ++calls[static_cast<std::size_t>(i)]; });  // a loop within a loop
+      });
+      EXPECT_EQ(outcome, Outcome::Complete);
+      for (const auto& call : calls) EXPECT_EQ(call, 2);
+    }
+  }
+}
+
+TEST(ForEach, AStopAndAFailureEndTheRest) {
+  for (const int threads : {1, 4}) {
+    std::atomic<int> calls = 0;
+    EXPECT_EQ(forEach(
+                  100'000, threads, [&] { return calls >= 10; }, [&](int) { ++calls; }),
+              Outcome::Stopped);
+    EXPECT_GE(calls, 10);
+    EXPECT_LE(calls, 10 + threads);
+    const auto failing = [&] {
+      forEach(100'000, threads, {}, [&](int i) {
+        if (++calls > 100) throw Error("at " + std::to_string(i));
+      });
+    };
+    EXPECT_EQ(refusalOf<Error>(failing).substr(0, 3), "at ");
+    EXPECT_LT(calls, 50'000);
+  }
 }
 
 }  // namespace

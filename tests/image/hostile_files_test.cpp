@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -72,6 +72,12 @@ TEST(HostileFiles, FlippedBytesGiveAnErrorOrAPicture) {
   }
 }
 
+TEST(HostileFiles, AHugePictureMayHaveFewScans) {
+  File file = contentOf(samplePictures() / "refused" / "jpeg-many-scans-of-many-pixels.jpg");
+  file.resize(250'000);  // enough for its size
+  EXPECT_THAT(refusalOf<Error>([&file] { decode(file, "huge"); }), ::testing::HasSubstr("it has more than 42 scans"));
+}
+
 TEST(HostileFiles, WhatIsNoPictureIsNamedWithItsReason) {
   const TemporaryFolder folder;
   ASSERT_EQ(mkfifo((folder / "pipe.png").c_str(), 0600), 0);
@@ -87,6 +93,7 @@ TEST(HostileFiles, WhatIsNoPictureIsNamedWithItsReason) {
       {refused / "png-huge.png", "it has 2147483647 x 2147483647 pixels"},
       {refused / "png-bomb.png", "it is too short for the size that it claims"},
       {refused / "jpeg-endless-scans.jpg", "it has more than 100 scans"},
+      {refused / "jpeg-too-short.jpg", "it is too short for the size that it claims"},
       {refused / "exr-no-colours.exr", "it has neither R, G, B nor Y among its channels (P.x, P.y, P.z)"},
       {refused / "exr-data-outside.exr", "its data lies outside"},
   };

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <vector>
 
 #include "image/image.h"
@@ -11,12 +13,24 @@ namespace quillmere::image::testing {
 
 using File = std::vector<std::uint8_t>;
 
-File contentOf(const std::filesystem::path& file);
+inline File contentOf(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 // Where the sample pictures are; their README.md says what they show.
-std::filesystem::path samplePictures();
+inline std::filesystem::path samplePictures() {
+  return QUILLMERE_TEST_PICTURES;
+}
 
 // All samples of a picture, as numbers.
-std::vector<double> samplesOf(const Image& picture);
+inline std::vector<double> samplesOf(const Image& picture) {
+  const auto all = [&](auto type) {
+    const auto* first = picture.row<decltype(type)>(0);
+    return std::vector<double>(first, first + picture.width() * picture.height() * picture.channels());
+  };
+  if (picture.sample() == Sample::Byte) return all(std::uint8_t{});
+  return picture.sample() == Sample::Word ? all(std::uint16_t{}) : all(float{});
+}
 
 }  // namespace quillmere::image::testing

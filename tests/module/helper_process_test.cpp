@@ -5,21 +5,14 @@
 #include <unistd.h>
 
 #include "call_log.h"
-#include "room.h"
+#include "host_case.h"
 
 namespace quillmere {
 namespace {
 
 using cinema::Filename;
 
-TEST(ShellQuote, MakesOneWordOfAnyText) {
-  for (const auto& [text, word] : std::vector<std::pair<const char*, const char*>>{
-           {"it's", R"('it'\''s')"}, {"", "''"}, {"/a b/$(é)`\\\"", "'/a b/$(é)`\\\"'"}}) {
-    EXPECT_EQ(ShellQuote(text), word);
-  }
-}
-
-struct HelperProcess : EffectRoom {
+struct HelperProcess : EffectCase {
   HelperProcess() { callLog.shellBecomesHelper = true; }
   // Runs the lines as the helper, which gets its two files' names, and waits for it.
   bool run(const std::string& lines, host::BreakTest userBreak = noBreak) {

@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 
 #include "api/frame.h"
+#include "history/history_snapshots.h"
+#include "host_case.h"
 #include "prompt.h"
 #include "render_driver.h"
-#include "room.h"
+#include "render_status.h"
 
 // Whole frames by the module as it is loaded from disk, with scripts as real processes in the render helper's place.
 namespace quillmere {
@@ -14,7 +16,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
-struct IntegrationRender : EffectRoom {
+struct IntegrationRender : EffectCase {
   IntegrationRender() {
     document->setFps(25);
     document->setFrame(12);
@@ -159,6 +161,38 @@ TEST_F(IntegrationRender, EndsEarlyAtEachStageAndKeepsTheFormerResult) {
   settings().SetString(QUILLMERE_WORKFLOW_PATH, String());
   endsEarly(RENDERRESULT::OK, "No workflow selected", {});
   EXPECT_FALSE(exists(runtime / "status_12.json"));
+}
+
+using RenderStatus = HostCase;
+
+TEST_F(RenderStatus, IsStoredAndShownWhereThereIsAPlaceForIt) {
+  host::RenderCall call(nullptr, std::nullopt, noBreak);
+  cinema::BaseContainer settings;
+  const auto report = [&](cinema::VideoPostStruct* vps, cinema::BaseContainer* stored, const char* text,
+                          double progress) {
+    UpdateRenderStatus(vps, stored, cinema::String(text), BusyIndicator::Off, progress);
+    return ToUtf8(settings.GetString(QUILLMERE_STATUS));
+  };
+  EXPECT_EQ(report(nullptr, &settings, "no call", 1), "no call");
+  EXPECT_EQ(report(&call.at(cinema::VIDEOPOSTCALL::RENDER, false), &settings, "no volume data", 1), "no volume data");
+  EXPECT_EQ(told.lines, Lines());
+  EXPECT_EQ(report(&call.at(cinema::VIDEOPOSTCALL::RENDER, true), nullptr, "shown", 0), "no volume data");
+  EXPECT_EQ(told.lines, (Lines{"text shown", "idle", "bar 0"}));
+}
+
+using HistorySnapshots = HostCase;
+
+TEST_F(HistorySnapshots, StandInAFolderNamedAfterTheSavedDocument) {
+  for (const auto& [name, sanitized] : std::vector<std::pair<const char*, const char*>>{
+           {"My Scene.gltf", "My_Scene.gltf"}, {"a:b\\c é.gltf", "a-b-c_é.gltf"}}) {
+    write(folder / name, R"({"asset":{"version":"2.0"}})");
+    host::Document saved(folder / name);
+    const auto entry = QuillmereHistory::BuildSnapshotPath(&saved.api(), "a", -3, "json");
+    EXPECT_EQ(host::pathOf(entry), data / "history" / sanitized / "a_f-3.json");
+    EXPECT_TRUE(is_directory(data / "history" / sanitized));
+  }
+  EXPECT_EQ(ToUtf8(QuillmereSanitizeName("/ /")), "-_-");
+  EXPECT_EQ(host::pathOf(QuillmereHistory::GetDocumentHistoryRoot(nullptr)), data / "history");
 }
 
 }  // namespace

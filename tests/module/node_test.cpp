@@ -2,23 +2,39 @@
 
 #include <map>
 
+#include "api/application.h"
 #include "api/parameters.h"
+#include "core/registry.h"
+#include "core/substitutes.h"
+#include "host_case.h"
+#include "panel.h"
 #include "prompt.h"
 #include "quillmere_videopost.h"
-#include "room.h"
+#include "refusal.h"
 
 namespace quillmere {
 namespace {
 
 using namespace cinema;
 
-struct Node : EffectRoom {
+struct Node : EffectCase {
   void catalog(const std::string& content) { write(home / ".quillmere/state.json", content); }
   static DescID idOf(Int32 id) { return DescID::Create(DescLevel(id)); }
   int selection() { return host::readParameter(*node, idOf(QUILLMERE_WORKFLOW))->GetInt32(); }
   std::string selected() { return text(QUILLMERE_WORKFLOW_ID) + " " + text(QUILLMERE_WORKFLOW_PATH); }
   void select(Int32 n) { EXPECT_TRUE(host::writeParameter(*node, idOf(QUILLMERE_WORKFLOW), GeData(n))); }
+  // The IDs of the parameters that were added before the host refused one; none when there is no description at all.
+  std::vector<int> shownIds() {
+    std::vector<int> ids;
+    BaseContainer unused;
+    for (int id = 2000; id <= 2016; ++id) {
+      if (description->GetParameter(idOf(id), unused, nullptr)) ids.push_back(id);
+    }
+    return ids;
+  }
   QuillmereVideoPost effect;
+  AutoAlloc<Description> description;
+  DESCFLAGS_DESC flags = DESCFLAGS_DESC::NONE;
 };
 
 TEST_F(Node, StartsWithItsDefaultsUnlessItIsACopy) {
@@ -113,6 +129,54 @@ TEST_F(Node, ComposesThePromptFromTheStoredTexts) {
     settings().SetString(QUILLMERE_PROMPT, String(prompt));
     EXPECT_EQ(ToUtf8(ComposePrompt(settings())), composed);
   }
+}
+
+TEST_F(Node, StopsItsPanelAtTheFirstParameterThatTheHostRefuses) {
+  const std::vector<int> order{2000, 2002, 2005, 2006, 2001, 2003, 2009, 2010, 2015, 2011, 2012, 2013};
+  for (std::size_t refused = 0; refused < order.size(); ++refused) {
+    SCOPED_TRACE(order[refused]);
+    const auto former = host::operations().describeParameter;
+    const host::Substitute refusing(
+        host::operations().describeParameter,
+        [&](Description& of, const DescID& id, const BaseContainer& properties, const DescID& group) {
+          return id[0].id != order[refused] && former(of, id, properties, group);
+        });
+    EXPECT_FALSE(effect.GetDDescription(node, description, flags));
+    EXPECT_EQ(flags, DESCFLAGS_DESC::NONE);
+    EXPECT_THAT(shownIds(), testing::UnorderedElementsAreArray(order.begin(), order.begin() + long(refused)));
+  }
+}
+
+TEST_F(Node, ShowsTheSamePanelForAnyNodeAndAfterAnother) {
+  EXPECT_FALSE(effect.GetDDescription(node, nullptr, flags));
+  for (GeListNode* const asked : {static_cast<GeListNode*>(nullptr), static_cast<GeListNode*>(node)}) {
+    ASSERT_TRUE(effect.GetDDescription(asked, description, flags));
+    EXPECT_EQ(flags, DESCFLAGS_DESC::LOADED);
+    EXPECT_EQ(shownIds().size(), 12U);
+  }
+}
+
+TEST_F(EffectCase, TheModuleDeclaresItselfAsTheApplicationsBuildWould) {
+  const auto declared = host::registrationOf(plugin);
+  ASSERT_TRUE(declared);
+  EXPECT_EQ(declared->identifier, "net.quillmere.renderer");
+  EXPECT_EQ(declared->units, (Lines{"register.cpp", "[reflection registration]"}));
+  EXPECT_THAT(declared->entities, testing::ElementsAre(testing::Pair(".reflection", "[reflection registration]")));
+  EXPECT_EQ(declared->frameworks.size(), 11U);
+  EXPECT_EQ(declared->frameworks[1], "net.maxon.c4d.cinema.framework");
+}
+
+TEST_F(EffectCase, TheEffectIsARendererOfOrdinaryPriority) {
+  const auto& effect = HostSide<BasePlugin>::parts(*FindPlugin(1060500, PLUGINTYPE::VIDEOPOST));
+  EXPECT_EQ(effect.info, 8);
+  EXPECT_EQ(effect.disklevel, 0);
+  EXPECT_EQ(effect.priority, 0);
+}
+
+TEST_F(HostCase, TheModuleWithoutItsResourcesRefusesToInitialise) {
+  copyModuleTo(folder / "plugin");
+  const std::string refusal = refusalOf<Error>([&] { application.loadPlugin(folder / "plugin"); });
+  EXPECT_THAT(refusal, testing::HasSubstr("can't initialise"));
 }
 
 }  // namespace

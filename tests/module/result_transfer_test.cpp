@@ -5,8 +5,8 @@
 #include <numeric>
 
 #include "call_log.h"
+#include "host_case.h"
 #include "image/file_formats.h"
-#include "room.h"
 
 namespace quillmere {
 namespace {
@@ -17,15 +17,13 @@ using testing::ElementsAre;
 using testing::FloatEq;
 using testing::Pointwise;
 
-struct ResultTransfer : Room {
+struct ResultTransfer : HostCase {
   // A row of two pixels with half an alpha becomes the result.
-  template <class T = std::uint8_t>
-  void picture(image::Sample sample = image::Sample::Byte, image::PngDepth depth = image::PngDepth::As8Bit) {
-    constexpr T most = std::numeric_limits<T>::max();
-    const T samples[] = {most, 0, most / 5, most / 2, 0, most, most / 3, most / 2};
-    image::Image row(2, 1, 4, sample);
-    std::copy(std::begin(samples), std::end(samples), row.row<T>(0));
-    image::writePng(file, row, depth);
+  void picture() {
+    const std::uint8_t samples[] = {255, 0, 51, 127, 0, 255, 85, 127};
+    image::Image row(2, 1, 4, image::Sample::Byte);
+    std::copy(std::begin(samples), std::end(samples), row.row<std::uint8_t>(0));
+    image::writePng(file, row, image::PngDepth::As8Bit);
     result = host::filenameOf(file);
   }
   // The buffer after the transfer.
@@ -45,12 +43,9 @@ struct ResultTransfer : Room {
 };
 
 TEST_F(ResultTransfer, DividesTheStoredValuesAndIsOpaque) {
-  const Pixels expected = {1, 0, 0.2f, 1, 0, 1, 1.0f / 3, 1};
   picture();
-  EXPECT_THAT(transferred(2), Pointwise(FloatEq(), expected));
+  EXPECT_THAT(transferred(2), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 1, 0, 1, 1.0f / 3, 1}));
   EXPECT_FALSE(result.IsPopulated());
-  picture<std::uint16_t>(image::Sample::Word, image::PngDepth::As16Bit);
-  EXPECT_THAT(transferred(2), Pointwise(FloatEq(), expected));
   picture();
   EXPECT_THAT(transferred(2, 1, 3), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 0, 1, 1.0f / 3})) << "no room for an alpha";
 }

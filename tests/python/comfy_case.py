@@ -1,4 +1,4 @@
-"""A render on a ComfyUI server of its own."""
+"""A render on a ComfyUI server: on any, and on one of its own."""
 
 import json
 import time
@@ -8,26 +8,19 @@ from comfy_server import ComfyServer
 from scratch_render import RenderCase
 
 
-class ComfyCase(RenderCase):
+class AnyComfyCase(RenderCase):
     def setUp(self):
         super().setUp()
-        self.server = ComfyServer()
-        self.addCleanup(self.server.stop)
-        self.use(graph())
-        self.environment.update(QUILLMERE_COMFYUI_URL=self.server.url, QUILLMERE_SERVER_PATIENCE="8")
-        self.members.update(width=1000, height=500)
         self.shown = []
 
     def use(self, content):
         self.members["workflow_path"] = self.write("workflow.json", content)
 
-    def render(self, **start):
+    def render(self, seconds=30, **start):
         """Runs the helper and keeps the messages that it shows in `shown`."""
         process = self.start(**start)
-        self.watch(process)
+        self.watch(process, seconds)
         self.errors = process.stderr.read()
-        for _, path, headers, _ in self.server.log:
-            self.assertNotIn("Origin", headers, path)
         return process.wait(), self.response()
 
     def watch(self, process, seconds=30):
@@ -48,6 +41,22 @@ class ComfyCase(RenderCase):
         self.assertEqual((status, response["ok"]), (0, True), (response, self.errors))
         self.assert_no_leftovers()
         return response
+
+
+class ComfyCase(AnyComfyCase):
+    def setUp(self):
+        super().setUp()
+        self.server = ComfyServer()
+        self.addCleanup(self.server.stop)
+        self.use(graph())
+        self.environment.update(QUILLMERE_COMFYUI_URL=self.server.url, QUILLMERE_SERVER_PATIENCE="8")
+        self.members.update(width=1000, height=500)
+
+    def render(self, **start):
+        rendered = super().render(**start)
+        for _, path, headers, _ in self.server.log:
+            self.assertNotIn("Origin", headers, path)
+        return rendered
 
     def posted(self):
         return [json.loads(body)["prompt"] for _, path, _, body in self.server.log if path == "/prompt"]

@@ -1,4 +1,7 @@
-"""A small server that speaks ComfyUI's protocol over real sockets on loopback, with the faults of such servers."""
+"""A small server that speaks ComfyUI's protocol over real sockets on loopback, with the faults of such servers.
+
+Somebody else uses it too: their messages come by its own clock, whatever happens to our jobs.
+"""
 
 import base64
 import contextlib
@@ -12,9 +15,28 @@ import time
 import urllib.parse
 import uuid
 
-from comfy_classes import CLASSES, class_info
+from comfy_validation import problems_of
 from loopback_server import Answering, LoopbackServer
 from scratch_render import png
+
+import comfy_classes
+from quillmere_helper.png import with_ascii_text
+
+IMAGE, NUMBER = {"image": ["IMAGE"]}, ["INT", {"default": 8, "min": 1, "max": 4096}]
+SHOWN = {"images": ["IMAGE"]}
+MORE = {  # classes without a model, of every real server
+    "EmptyImage": ({"width": NUMBER, "height": NUMBER, "batch_size": NUMBER, "color": ["INT", {}]}, ["IMAGE"], False),
+    "ImageInvert": (IMAGE, ["IMAGE"], False),
+    "ImageCrop": ({**IMAGE, "width": NUMBER, "height": NUMBER, "x": ["INT", {}], "y": ["INT", {}]}, ["IMAGE"], False),
+    "SaveImageWebsocket": (SHOWN, [], True),
+}
+
+
+def class_info(name):
+    if name not in MORE:
+        return comfy_classes.class_info(name)
+    inputs, outputs, is_output = MORE[name]
+    return {name: {"input": {"required": inputs}, "output": outputs, "output_node": is_output}}
 
 
 class ComfyServer:
@@ -25,6 +47,12 @@ class ComfyServer:
         self.invents_ids = False  # servers of before 2025-07
         self.has_sockets = True
         self.forgets_new_sockets = False  # the newer of two connections with one ID goes silent
+        self.writes_metadata = True
+        self.hides_jobs = False  # as some that stand before a server do with the jobs of others
+        self.previews = None  # picture to send with each step
+        self.clock = 0.1  # seconds between two messages about the others
+        self.upload_limit = 100 << 20
+        self.has_features = True  # servers since 2025
         self.login = None  # the Authorization header to insist on
         self.go_on = threading.Event()  # jobs wait for it in their sampler
         self.go_on.set()
@@ -32,14 +60,13 @@ class ComfyServer:
         self.node_time = 0.0  # seconds that each node takes
         self.failure = None  # (exception type, message) for every job
         self.submit_answer = None  # (status, content type, content) in place of taking a job
-        self.submit_errors = {}  # node_errors beside a job that is taken all the same
         self.hangs_up_on_submit = 0  # so many jobs are taken, but the connection ends without an answer
         self.view_answers = []  # functions of the handler and the picture, each answering one download in its own way
         self.submit_delay = self.view_delay = 0.0
         self.picture = None  # what jobs make; None: a small one in the colour of the guide
         self.log = []  # (method, path, headers, body) of every request
         self.submitted, self.deleted, self.interrupted = [], [], []
-        self.uploads, self.files, self.known_clients = {}, {}, set()
+        self.uploads, self.files, self.known_clients, self.flags = {}, {}, set(), {}
         self._lock = threading.RLock()
         self._forget()
         self.port = 0
@@ -50,7 +77,8 @@ class ComfyServer:
         self._http = LoopbackServer(self, _Handler, self.port)
         self.port = self._http.server_address[1]
         self.url = f"http://127.0.0.1:{self.port}"
-        threading.Thread(target=self._work, args=(self._ended,), daemon=True).start()
+        for work in (self._work, self._chatter):
+            threading.Thread(target=work, args=(self._ended,), daemon=True).start()
 
     def encrypt(self, certificate, key):
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
@@ -68,8 +96,8 @@ class ComfyServer:
             self._forget()
 
     def _forget(self):
-        self.pending, self.running, self.history, self.sockets = [], None, {}, {}
-        self.number, self._interrupt = 0, None
+        self.pending, self.running, self.history, self.sockets, self.cache = [], None, {}, {}, {}
+        self.number, self._interrupt, self._node = 0, None, None
 
     def drop_sockets(self):
         for handler in list(self.sockets.values()):
@@ -77,46 +105,57 @@ class ComfyServer:
 
     def add_foreign(self, behind=False):
         """A job of somebody else, which runs until `foreign_done`; in front of everything else unless `behind`."""
-        return self._queue(f"foreign-{uuid.uuid4()}", {"foreign": {}}, "foreign", 1 if behind else -1)
+        return self._queue(f"foreign-{uuid.uuid4()}", {"foreign": {}}, None, 1 if behind else -1, {})
 
-    def _queue(self, job, posted, client, sign=1):
+    def delete(self, jobs):
+        with self._lock:
+            self.pending = [item for item in self.pending if item[1] not in jobs]
+        self.tell_queue()
+
+    def interrupt(self, job):
+        with self._lock:
+            if self.running and job in (None, self.running[1]):
+                self._interrupt = self.running[1]
+                self.interrupted.append(self.running[1])
+
+    def _queue(self, job, posted, client, sign, extra, outputs=()):
         with self._lock:
             self.number += 1
-            self.pending.append([sign * self.number, job, posted, {"client_id": client}, ["9"]])
+            self.pending.append([sign * self.number, job, posted, {**extra, "client_id": client}, list(outputs)])
+        self.tell_queue()
         return job
 
     def take(self, body):
         """Puts a posted graph into the queue and returns status, content type and body of the answer."""
         if self.submit_answer:
             return self.submit_answer
-        errors = self._errors(body["prompt"])
-        if errors:
-            error = {"type": "prompt_outputs_failed_validation", "message": "Prompt outputs failed validation"}
-            return 400, "application/json", {"error": error, "node_errors": errors}
-        job = str(uuid.uuid4()) if self.invents_ids else body["prompt_id"]
-        self.submitted.append(self._queue(job, body["prompt"], body["client_id"]))
-        self.send("", "status", {"status": {"exec_info": {"queue_remaining": 1}}})
-        return 200, "application/json", {"prompt_id": job, "number": 1, "node_errors": self.submit_errors}
-
-    def _errors(self, posted):
-        errors = {}
-        for identifier, node in posted.items():
-            choices = {name: spec[0] for name, spec in CLASSES[node["class_type"]][0].items()}
-            if node["class_type"] == "LoadImage":
-                choices["image"] = list(self.uploads)
-            for name, value in node["inputs"].items():
-                if isinstance(choices.get(name), list) and value not in choices[name]:
-                    extra = {"input_name": name, "received_value": value, "input_config": [choices[name], {}]}
-                    problem = {"type": "value_not_in_list", "details": "", "extra_info": extra}
-                    errors[identifier] = {"errors": [problem], "class_type": node["class_type"]}
-        return errors
+        error, node_errors, outputs = problems_of(body.get("prompt"), class_info, self.uploads)
+        if error:
+            return 400, "application/json", {"error": error, "node_errors": node_errors}
+        job = None if self.invents_ids else body.get("prompt_id")
+        job, extra = job or str(uuid.uuid4()), body.get("extra_data", {})
+        self._queue(job, body["prompt"], body.get("client_id"), 1, extra, outputs)
+        self.submitted.append(job)
+        return 200, "application/json", {"prompt_id": job, "number": self.number, "node_errors": node_errors}
 
     def send(self, client, kind, data):
         """To one client, or to all when `client` is empty."""
-        text = json.dumps({"type": kind, "data": data}).encode()
+        self.send_frame(client, 1, json.dumps({"type": kind, "data": data}).encode())
+
+    def send_frame(self, client, code, content):
         for name, handler in list(self.sockets.items()):
             if not client or name == client:
-                handler.send(1, text)
+                handler.send(code, content)
+
+    def tell_queue(self):
+        remaining = len(self.pending) + (1 if self.running else 0)
+        self.send("", "status", {"status": {"exec_info": {"queue_remaining": remaining}}})
+
+    def _chatter(self, ended):
+        while not ended.wait(self.clock):
+            self.tell_queue()
+            self.send("", "crystools.monitor", {"cpu": 3})
+            self.send("", "progress", {"value": 9, "max": 9, "node": "7", "prompt_id": "foreign"})
 
     def _work(self, ended):
         while not ended.wait(0.005):
@@ -127,7 +166,7 @@ class ComfyServer:
                 self._run(self.running, ended)
 
     def _run(self, item, ended):
-        _, job, posted, extra, _ = item
+        job, extra = item[1], item[3]
         messages, outputs = [], {}
 
         def tell(kind, **data):
@@ -139,51 +178,113 @@ class ComfyServer:
                 pass
             return self._interrupt != job and not ended.is_set()
 
-        if "foreign" in posted:
+        if "foreign" in item[2]:
             done = goes_on_after(self.foreign_done)
         else:
-            done = self._made(posted, tell, outputs, goes_on_after)
+            done = _Run(self, item, tell, outputs).done(goes_on_after)
         if ended.is_set():
             return
         messages = [message for message in messages if message[0].startswith("execution")]
         status = {"status_str": "success" if done else "error", "completed": done, "messages": messages}
+        meta = {name: {"node_id": name, "display_node": name} for name in outputs}
         with self._lock:
-            self.history[job] = {"prompt": item, "outputs": outputs, "status": status, "meta": {}}
-            self.running = None
+            self.history[job] = {"prompt": item, "outputs": outputs, "status": status, "meta": meta}
+            self.running = self._node = None
+        self.tell_queue()
         self.send(extra["client_id"], "executing", {"node": None, "prompt_id": job})
 
-    def _made(self, posted, tell, outputs, goes_on_after):
-        """Runs the nodes of a graph; whether all of them ended well."""
-        tell("execution_start")
-        tell("execution_cached", nodes=["1"])
-        for identifier, node in posted.items():
-            kind = node["class_type"]
-            tell("executing", node=identifier, display_node=identifier)
-            self.send("", "crystools.monitor", {"cpu": 3})
-            time.sleep(self.node_time)
-            for step in (1, 2, 3, 4, 1) if kind == "KSampler" else ():  # some begin anew
-                tell("progress", value=step, max=4, node=identifier)
-                time.sleep(self.node_time / 5)
-            if kind == "KSampler" and not goes_on_after(self.go_on):
-                tell("execution_interrupted", node_id=identifier, node_type=kind)
-                return False
-            if kind == "KSampler" and self.failure:
-                reason = dict(zip(("exception_type", "exception_message"), self.failure))
-                tell("execution_error", node_id=identifier, node_type=kind, **reason)
-                return False
-            if kind in ("SaveImage", "PreviewImage"):
-                outputs[identifier] = {"images": [self._save(node, posted)]}
-                tell("executed", node=identifier, display_node=identifier, output=outputs[identifier])
-        tell("execution_success")
+
+class _Run:
+    """One job's way through its graph: only what the outputs need, and of that only what is not known from before."""
+
+    def __init__(self, server, item, tell, outputs):
+        self.server, self.tell, self.outputs, self.states = server, tell, outputs, {}
+        _, self.job, self.posted, self.extra, self.ends = item
+
+    def order(self, names=None):
+        """Sources before those that need them."""
+        found = {}
+        for name in self.ends if names is None else names:
+            links = [value[0] for value in self.posted[name]["inputs"].values() if isinstance(value, list)]
+            found.update(dict.fromkeys([*self.order(links), name]))
+        return list(found)
+
+    def signature(self, name):
+        node = self.posted[name]
+        inputs = [self.signature(value[0]) if isinstance(value, list) else value for value in node["inputs"].values()]
+        picture = self.server.uploads.get(str(node["inputs"].get("image")), b"")
+        return json.dumps([node["class_type"], inputs, hashlib.sha256(picture).hexdigest()])
+
+    def done(self, goes_on_after):
+        server, cache = self.server, self.server.cache
+        self.tell("execution_start", timestamp=1)
+        cached = [name for name in self.order() if self.signature(name) in cache]
+        self.tell("execution_cached", nodes=cached)
+        for name in self.order():
+            made = cache.get(self.signature(name))
+            if name not in cached:
+                if not self.run(name, goes_on_after):
+                    return False
+                made = cache[self.signature(name)] = self.save(name)
+            if made:
+                self.outputs[name] = made
+                self.tell("executed", node=name, display_node=name, output=made)
+        self.tell("execution_success", timestamp=2)
+        return not server._ended.is_set()
+
+    def run(self, name, goes_on_after):
+        server, kind, always = self.server, self.posted[name]["class_type"], threading.Event()
+        always.set()
+        server._node = name
+        self.tell("executing", node=name, display_node=name)
+        self.state(name, "running", 0, 1)
+        time.sleep(server.node_time)
+        for step in (1, 2, 3, 4, 1) if kind == "KSampler" else ():  # some begin anew
+            self.tell("progress", value=step, max=4, node=name)
+            self.state(name, "running", step, 4)
+            self.preview(name, server.previews)
+            time.sleep(server.node_time / 5)
+        if not goes_on_after(server.go_on if kind == "KSampler" else always):
+            self.tell("execution_interrupted", node_id=name, node_type=kind, executed=[])
+            return False
+        if kind == "KSampler" and server.failure:
+            reason = dict(zip(("exception_type", "exception_message"), server.failure))
+            self.tell("execution_error", node_id=name, node_type=kind, **reason)
+            return False
+        if kind == "SaveImageWebsocket":
+            self.preview(name, png(8, 8))
+            time.sleep(0.3)
+        self.state(name, "finished", 1, 1)
         return True
 
-    def _save(self, node, posted):
-        guide = self.uploads[next(n["inputs"]["image"] for n in posted.values() if n["class_type"] == "LoadImage")]
-        subfolder, _, name = node["inputs"].get("filename_prefix", "temp").rpartition("/")
-        picture = {"filename": f"{name}_00001_.png", "subfolder": subfolder, "type": "output"}
-        content = self.picture or png(16, 9, hashlib.sha256(guide).digest()[:3])
-        self.files[(subfolder, picture["filename"])] = content
-        return picture
+    def state(self, name, state, value, most):
+        told = {"state": state, "value": value, "max": most, "prompt_id": self.job, "parent_node_id": None}
+        self.states[name] = {**told, "node_id": name, "display_node_id": name, "real_node_id": name}
+        self.tell("progress_state", nodes=dict(self.states))
+
+    def preview(self, name, picture):
+        client = self.extra["client_id"]
+        if picture and self.server.flags.get(client):
+            told = json.dumps({"node_id": name, "prompt_id": self.job, "image_type": "image/png"}).encode()
+            self.server.send_frame(client, 2, struct.pack(">II", 4, len(told)) + told + picture)
+        elif picture:
+            self.server.send_frame(client, 2, struct.pack(">II", 1, 2) + picture)
+
+    def save(self, name):
+        node, server = self.posted[name], self.server
+        if node["class_type"] not in ("SaveImage", "PreviewImage"):
+            return {}
+        guides = [n["inputs"]["image"] for n in self.posted.values() if n["class_type"] == "LoadImage"]
+        subfolder, _, stem = node["inputs"].get("filename_prefix", "temp").rpartition("/")
+        kind = "output" if "filename_prefix" in node["inputs"] else "temp"
+        told = {"filename": f"{stem}_{name}_.png", "subfolder": subfolder, "type": kind}
+        seen = server.uploads[guides[0]] if guides else b""
+        content = server.picture or png(16, 9, hashlib.sha256(seen).digest()[:3])
+        if server.writes_metadata:
+            for keyword, value in {"prompt": self.posted, **self.extra.get("extra_pnginfo", {})}.items():
+                content = with_ascii_text(content, keyword, json.dumps(value))
+        server.files[(kind, subfolder, told["filename"])] = content
+        return {"images": [told]}
 
 
 class _Handler(Answering):
@@ -192,44 +293,53 @@ class _Handler(Answering):
             return
         comfy, url = self.server.owner, urllib.parse.urlsplit(self.path)
         query = dict(urllib.parse.parse_qsl(url.query))
-        step, _, rest = urllib.parse.unquote(url.path[1:]).partition("/")
+        step, _, rest = urllib.parse.unquote(re.sub("^/api/", "/", url.path)[1:]).partition("/")
         if step == "ws" and comfy.has_sockets:
             self.listen(query["clientId"])
         elif step == "system_stats":
             self.reply({"system": {"comfyui_version": comfy.version} if comfy.version else {}, "devices": []})
+        elif step == "features" and comfy.has_features:
+            self.reply({"supports_preview_metadata": True, "max_upload_size": comfy.upload_limit})
         elif step == "object_info":
             self.reply(class_info(rest))
+        elif step == "prompt":
+            self.reply({"exec_info": {"queue_remaining": len(comfy.pending) + (1 if comfy.running else 0)}})
         elif step == "queue":
             with comfy._lock:
-                self.reply({"queue_running": [comfy.running] if comfy.running else [], "queue_pending": comfy.pending[::-1]})
+                running, pending = [comfy.running] if comfy.running else [], comfy.pending[::-1]
+                hidden = [{}] if comfy.hides_jobs else None
+                self.reply({"queue_running": hidden or running, "queue_pending": hidden or pending})
         elif step == "history":
-            self.reply({job: entry for job, entry in comfy.history.items() if rest in ("", job)})
+            entries = list(comfy.history.items())[-int(query.get("max_items", 0)) :]
+            self.reply({job: entry for job, entry in entries if rest in ("", job)})
         elif step == "view":
-            self.view((query["subfolder"], query["filename"]))
+            self.view(query)
         else:
             self.reply(b"404: Not Found", 404, "text/plain")
 
     def do_POST(self):
-        body = self.rfile.read(int(self.headers["Content-Length"]))
+        comfy, length, path = self.server.owner, int(self.headers["Content-Length"]), re.sub("^/api/", "/", self.path)
+        if length > comfy.upload_limit:
+            self.rfile.read(1024)
+            self.reply(b"Maximum request body size exceeded", 413, "text/plain")
+            return self.hang_up()
+        body = self.rfile.read(length)
         if not self.admitted(body):
             return
-        comfy = self.server.owner
-        if self.path == "/upload/image":
-            self.upload(body)
-        elif self.path == "/prompt":
-            self.submit(json.loads(body))
-        elif self.path == "/queue":
-            deleted = json.loads(body)["delete"]
-            comfy.deleted += deleted
-            with comfy._lock:
-                comfy.pending = [item for item in comfy.pending if item[1] not in deleted]
-            self.reply(b"")
-        elif self.path == "/interrupt":
-            job = json.loads(body).get("prompt_id") if comfy.version >= "0.3.57" else None
-            if comfy.running and job in (None, comfy.running[1]):
-                comfy._interrupt = comfy.running[1]
-                comfy.interrupted.append(comfy.running[1])
-            self.reply(b"")
+        if path == "/upload/image":
+            return self.upload(body)
+        try:
+            content = json.loads(body)
+        except ValueError:
+            return self.reply(b"500 Internal Server Error\n\nServer got itself in trouble", 500, "text/plain")
+        if path == "/prompt":
+            return self.submit(content)
+        if path == "/queue":
+            comfy.deleted += content["delete"]
+            comfy.delete(content["delete"])
+        elif path == "/interrupt":
+            comfy.interrupt(content.get("prompt_id") if comfy.version >= "0.3.57" else None)
+        self.reply(b"", kind="application/octet-stream")
 
     def submit(self, body):
         comfy = self.server.owner
@@ -242,16 +352,25 @@ class _Handler(Answering):
             self.reply(answer, status, kind)
 
     def upload(self, body):
-        fields = dict(re.findall(rb'name="(type|subfolder|overwrite)"\r\n\r\n(.*?)\r\n', body))
+        uploads = self.server.owner.uploads
+        fields = dict(re.findall(r'name="(type|subfolder|overwrite)"\r\n\r\n(.*?)\r\n', body.decode("latin-1")))
         match = re.search(rb'name="image"; filename="([^"]+)"\r\nContent-Type: \S+\r\n\r\n(.*)\r\n--', body, re.S)
-        name, subfolder = match.group(1).decode(), fields[b"subfolder"].decode()
-        self.server.owner.uploads[f"{subfolder}/{name}"] = match.group(2)
-        self.reply({"name": name, "subfolder": subfolder, "type": fields[b"type"].decode()})
+        if not match or ".." in fields["subfolder"] + match.group(1).decode():
+            return self.reply(b"", 400, "application/octet-stream")
+        if fields["type"] not in ("input", "temp", "output"):
+            return self.reply(b"500 Internal Server Error", 500, "text/plain")
+        name, subfolder, content = match.group(1).decode(), fields["subfolder"], match.group(2)
+        while fields.get("overwrite") != "true" and uploads.get(f"{subfolder}/{name}", content) != content:
+            name = name.replace(".", " (1).", 1)
+        uploads[f"{subfolder}/{name}"] = content
+        self.reply({"name": name, "subfolder": subfolder, "type": fields["type"]})
 
-    def view(self, place):
-        comfy = self.server.owner
+    def view(self, query):
+        comfy, kind, subfolder = self.server.owner, query.get("type", "output"), query.get("subfolder", "")
         time.sleep(comfy.view_delay)
-        content = comfy.files.get(place)
+        if ".." in subfolder + query.get("filename", "") or kind not in ("output", "temp", "input"):
+            return self.reply(b"", 400, "application/octet-stream")
+        content = comfy.files.get((kind, subfolder, query.get("filename")))
         if comfy.view_answers:
             comfy.view_answers.pop(0)(self, content)
         else:
@@ -273,17 +392,30 @@ class _Handler(Answering):
             comfy.sockets[client] = self
         comfy.forgets_new_sockets = comfy.forgets_new_sockets and not renewed
         self.send(1, json.dumps({"type": "status", "data": {"status": {}, "sid": client}}).encode())
+        if comfy._node and comfy.running and comfy.running[3]["client_id"] == client:
+            comfy.send(client, "executing", {"node": comfy._node})
         try:
-            while self.rfile.read(1) not in (b"\x88", b""):
-                pass
-            self.send(8, b"")
+            self.hear(client)
         finally:
             if comfy.sockets.get(client) is self:
                 del comfy.sockets[client]
 
+    def hear(self, client):
+        """Frames of a client are short and masked."""
+        while (head := self.rfile.read(2)) and head[0] != 0x88:
+            mask, data = self.rfile.read(4), self.rfile.read(head[1] & 0x7F)
+            data = bytes(byte ^ mask[place % 4] for place, byte in enumerate(data))
+            if head[0] == 0x89:
+                self.send(10, data)
+            elif head[0] == 0x81:
+                told = json.loads(data)
+                flags = told["data"] if told["type"] == "feature_flags" else {}
+                self.server.owner.flags[client] = flags.get("supports_preview_metadata")
+        self.send(8, b"")
+
     def send(self, code, data):
         """One WebSocket frame; nothing when the client has gone."""
         size = len(data)
-        head = bytes((0x80 | code, size)) if size < 126 else bytes((0x80 | code, 126)) + struct.pack(">H", size)
+        short = bytes((size,)) if size < 126 else b"\x7e" + struct.pack(">H", size) if size < 1 << 16 else b""
         with self.server.owner._lock, contextlib.suppress(OSError):
-            self.connection.sendall(head + data)
+            self.connection.sendall(bytes((0x80 | code,)) + (short or b"\x7f" + struct.pack(">Q", size)) + data)

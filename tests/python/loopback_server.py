@@ -2,9 +2,11 @@
 
 import contextlib
 import json
+import socket
 import ssl
 import sys
 import threading
+import time
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 
 
@@ -50,3 +52,33 @@ class Answering(BaseHTTPRequestHandler):
         self.close_connection = True
         with contextlib.suppress(OSError):
             self.connection.shutdown(2)
+
+
+class ScriptedServer:
+    """Answers each connection, once something has come over it, with `start` and then with `more` again and again, a
+    `pause` in seconds in between and before; `times` as often (for ever when None), then it hangs up. `tls`: a context
+    to encrypt with."""
+
+    def __init__(self, start, more=b"", pause=0.0, times=None, tls=None):
+        self._script, self._tls = (start, more, pause, times), tls
+        self._listener = socket.create_server(("127.0.0.1", 0))
+        self.url = f"http{'s' if tls else ''}://127.0.0.1:{self._listener.getsockname()[1]}"
+        threading.Thread(target=self._serve, daemon=True).start()
+
+    def stop(self):
+        self._listener.close()
+
+    def _serve(self):
+        start, more, pause, times = self._script
+        with contextlib.suppress(OSError):
+            while True:
+                connection = self._listener.accept()[0]
+                if self._tls:
+                    connection = self._tls.wrap_socket(connection, server_side=True)
+                with connection, contextlib.suppress(OSError):
+                    connection.recv(1 << 16)
+                    connection.sendall(start)
+                    while times is None or times > 0:
+                        time.sleep(pause)
+                        connection.sendall(more)
+                        times = times and times - 1

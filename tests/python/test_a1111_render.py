@@ -7,10 +7,12 @@ import time
 from pathlib import Path
 from unittest import mock
 
-from a1111_server import A1111Server
+from a1111_server import A1111Server, in_base64
 from scratch_render import RenderCase
 
-from quillmere_helper import png
+from quillmere_helper import png, web
+from quillmere_helper.backends.a1111 import rendering
+from quillmere_helper.backends.a1111.payload import received
 
 MEMORY = {"error": "OutOfMemoryError", "detail": "", "errors": "CUDA out of memory"}
 SCHEMA = {"detail": [{"loc": ["body", "steps"], "msg": "value is not a valid integer", "type": "type_error"}]}
@@ -88,6 +90,30 @@ class A1111(RenderCase):
                 self.assertEqual(status, 1)
                 self.assertIn(named, response["error"])
                 self.assertNotIn("unexpectedly", response["error"])
+
+    def test_an_answer_that_an_idle_server_owes_is_lost(self):
+        render, call = rendering.Rendering.__new__(rendering.Rendering), mock.Mock(wait=lambda seconds: None)
+        render._task, render._server, render._interrupted = "t", mock.Mock(), False
+        for progress, ends in (({"current_task": None}, True), ({"current_task": "t"}, False), ({}, False)):
+            render._server.progress.side_effect = [progress] * 3
+            with self.subTest(progress), mock.patch.object(rendering, "IDLE", 0):
+                with self.assertRaises(web.UnreachableServer if ends else StopIteration):
+                    render._followed(call)
+
+    def test_of_more_pictures_than_were_asked_for_the_rest_is_left(self):
+        content = {"images": [in_base64(1, 2, 3)] * 50, "info": json.dumps({"all_seeds": list(range(50))})}
+        pictures, seeds = received(content, 7, 2)
+        self.assertEqual((len(pictures), seeds), (2, [0, 1]))
+
+    def test_a_login_that_the_server_repeats_is_shown_nowhere_and_nothing_steers_the_terminal(self):
+        self.environment.update(QUILLMERE_A1111_URL=self.server.url, QUILLMERE_A1111_TOKEN="open-sesame")
+        self.server.answer = 500, "You sent open-sesame\x1b]0;x\x07 \x9b2J \u202e".encode()
+        self.assertEqual(self.run_helper()[0], 1)
+        log = Path(self.response()["log"]).read_text()
+        for shown in (self.errors, self.response()["error"], log):
+            self.assertIn("You sent ***", shown)
+            self.assertNotIn("sesame", shown)
+            self.assertNotRegex(shown, "[\x00-\x09\x0b-\x1f\x7f-\x9f\u202e]")
 
     def test_a_lost_connection_asks_again_for_the_very_same_picture(self):
         self.use(seed="random")

@@ -24,13 +24,6 @@ class Failures(ComfyCase):
                 self.assert_rendered()
                 self.assertEqual(len(self.server.submitted), count + 1)
 
-    def test_a_foreign_job_in_front_is_waited_for(self):
-        self.server.add_foreign()
-        self.server.add_foreign()
-        process = self.start()
-        self.wait_for(lambda: "2 jobs ahead" in self.message(), "the place in the queue")
-        self.finish(process)
-
     def test_downloads_are_begun_again_until_they_are_whole(self):
         def cut_off(handler, content):
             handler.reply(content[:50], length=len(content))
@@ -57,6 +50,7 @@ class Failures(ComfyCase):
     def hold(self):
         """Starts a render and returns when its sampler runs and waits for `go_on`."""
         self.server.go_on.clear()
+        self.server.cache.clear()
         process = self.start()
         self.wait_for(lambda: "Paint" in self.message(), "the sampler")
         return process
@@ -79,17 +73,14 @@ class Failures(ComfyCase):
                 self.finish(process)
                 self.assertEqual(len(self.server.submitted), count)
 
-    def test_a_restarted_server_gets_the_job_again(self):
-        for away in (0.0, 2.0):
-            with self.subTest(away=away):
-                process = self.hold()
-                count = len(self.server.submitted)
-                self.server.stop()
-                time.sleep(away)
-                self.server.go_on.set()
-                self.server.start()
-                self.finish(process)
-                self.assertEqual(len(self.server.submitted), count + 1)
+    def test_a_job_that_is_gone_after_a_break_of_the_connection_is_sent_again(self):
+        self.server.add_foreign()
+        process = self.start()
+        self.wait_for(lambda: "ahead" in self.message(), "the place in the queue")
+        self.server.drop_sockets()  # as a restart does
+        self.server.delete(self.server.submitted)
+        self.wait_for(lambda: len(self.server.submitted) == 2, "the second one")
+        self.finish(process)
 
     def test_a_server_that_stays_away_is_given_up(self):
         self.environment["QUILLMERE_SERVER_PATIENCE"] = "1"
@@ -116,29 +107,6 @@ class Cancelling(ComfyCase):
         jobs = [*self.server.pending, *([self.server.running] if self.server.running else [])]
         return [job[1] for job in jobs if job[1] in self.server.submitted]
 
-    def test_a_waiting_job_is_taken_out_of_the_queue(self):
-        for self.server.version in ("0.3.64", "0.3.0"):
-            with self.subTest(self.server.version):
-                foreign = self.server.add_foreign()
-                process = self.start()
-                self.wait_for(lambda: "ahead" in self.message(), "the queue")
-                self.assert_only_ours_stopped(process, foreign)
-                self.assertEqual(self.server.interrupted, [])
-                self.server.foreign_done.set()
-                self.wait_for(lambda: foreign in self.server.history, "the end of the foreign job")
-                self.server.foreign_done.clear()
-
-    def test_a_running_job_is_interrupted(self):
-        self.server.foreign_done.set()
-        for self.server.version in ("0.3.64", "0.3.0"):
-            with self.subTest(self.server.version):
-                process = self.start()
-                self.wait_for(lambda: "Paint" in self.message(), "the sampler")
-                foreign = self.server.add_foreign(behind=True)
-                self.assert_only_ours_stopped(process, foreign)
-                self.assertEqual(self.server.interrupted[-1], self.server.submitted[-1])
-                self.assertIn("was stopped", self.response()["error"])
-
     def test_a_job_that_is_just_being_submitted_is_found(self):
         self.server.submit_delay = 0.3
         foreign = self.server.add_foreign()
@@ -153,13 +121,32 @@ class Cancelling(ComfyCase):
         process = self.start()
         self.wait_for(lambda: "Fetching" in self.message(), "the download")
         self.assert_only_ours_stopped(process, "")
+        self.assertIn("had ended before, and its pictures stay there", self.response()["error"])
         self.assertEqual((list(self.outputs.iterdir()), self.server.interrupted), ([], []))
+
+    def test_a_job_that_goes_on_for_a_while_is_not_said_to_be_stopped(self):
+        self.server.node_time = 3.0  # which nothing interrupts
+        process = self.start()
+        self.wait_for(lambda: "CheckpointLoaderSimple" in self.message(), "the first node")
+        self.assert_cancelled(process)
+        self.assertIn("was told to stop and does so after its present step", self.response()["error"])
+
+    def test_a_job_is_left_alone_where_the_server_does_not_tell_whose_it_is(self):
+        process = self.start()
+        self.wait_for(lambda: "Paint" in self.message(), "the sampler")
+        self.server.hides_jobs = True
+        self.server.drop_sockets()
+        time.sleep(2.5)  # which makes for two questions; nothing is submitted again
+        self.assert_cancelled(process)
+        self.assertIn("does not tell which of its jobs", self.response()["error"])
+        self.assertEqual((self.server.deleted, self.server.interrupted, len(self.server.submitted)), ([], [], 1))
 
     def test_a_server_that_does_not_answer_delays_no_end(self):
         process = self.start()
         self.wait_for(lambda: "Paint" in self.message(), "the sampler")
         with self.server._lock:  # which the queue's answer needs
             self.assert_cancelled(process)
+        self.assertRegex(self.response()["error"], "may still run there|stopped before")
 
     def test_nobody_waiting_any_more_counts_as_a_cancellation(self):
         request = self.write("request_3.json", self.members)

@@ -10,10 +10,10 @@ from unittest import mock
 
 from comfy_case import ComfyCase
 from comfy_classes import graph
-from scratch_render import RenderCase, png
+from scratch_render import png
 
 from quillmere_helper.outputs import record_of
-from quillmere_helper.png import chunks, texts
+from quillmere_helper.png import chunks, texts, with_ascii_text
 from quillmere_helper.request import RenderRequest
 from quillmere_helper.workflows import Workflow
 
@@ -31,7 +31,7 @@ class Renders(ComfyCase):
         response = self.assert_rendered()
         picture = (self.outputs / "shot_f3_1.png").read_bytes()
         self.assertEqual((response["first_output"], response["seed"]), (str(self.outputs / "shot_f3_1.png"), 5))
-        facts = json.loads(texts(picture)["quillmere"])
+        facts = json.loads(texts(picture, ("quillmere",))["quillmere"])
         self.assertEqual(facts, json.loads((self.outputs / "shot_f3_1.png.json").read_text()))
         wanted = {**told, "seed": 5, "frame": 3, "width": 1000, "server_version": "0.3.64"}
         self.assertEqual({key: facts[key] for key in wanted}, wanted)
@@ -57,12 +57,62 @@ class Renders(ComfyCase):
 
     def test_percent_never_falls_and_is_never_whole(self):
         self.server.node_time = 0.05
-        self.assert_rendered()
+        self.server.add_foreign()
+        process = self.start()
+        self.wait_for(lambda: "ahead" in self.message(), "the place in the queue")
+        self.assertEqual(json.loads(self.status_file.read_text())["ahead"], 1)
+        self.server.foreign_done.set()
+        self.watch(process)
         shares = [status["progress"] for status in self.shown if "progress" in status]
         self.assertGreater(len(set(shares)), 3)
         self.assertEqual(shares, sorted(shares))
         self.assertLess(shares[-1], 1)
-        self.assertTrue(any('"Paint"' in message for message in self.messages()))
+        third = [status for status in self.shown if '"Paint", step 3 of 4' in status["message"]]
+        self.assertEqual((third[0]["step"], third[0]["steps"]), (3, 4))
+
+    def test_of_several_outputs_the_last_that_saves_is_the_frame_and_all_are_kept(self):
+        def saver(source, kind="SaveImage", title="", **prefix):
+            return {"class_type": kind, "inputs": {"images": [source, 0], **prefix}, "_meta": {"title": title}}
+
+        prefix = {"filename_prefix": "x"}
+        nodes = {"13": ("4", "PreviewImage"), "20": ("4", "SaveImage"), "30": ("8", "PreviewImage")}
+        for title, place, frame in (("", "", "9"), ("Quillmere Result", "13", "13"), ("quillmere result ", "20", "20")):
+            with self.subTest(title):
+                content = graph()
+                for name, (source, kind) in nodes.items():
+                    more = prefix if kind == "SaveImage" else {}
+                    content[name] = saver(source, kind, title if name == place else "", **more)
+                self.use(content)
+                response = self.assert_rendered()
+                self.assertEqual(response["first_output"], response["outputs"][0])
+                records = [json.loads(Path(f"{path}.json").read_text()) for path in response["outputs"]]
+                named = [record["node"].split("node ")[1].rstrip(")") for record in records]
+                self.assertEqual((named[0], sorted(named)), (frame, ["13", "20", "30", "9"]))
+                self.assertEqual(records[0]["others"], [record["node"] for record in records[1:]])
+                self.assertNotIn("others", records[1])
+
+    def test_a_picture_beside_the_frame_that_cannot_be_had_costs_only_itself(self):
+        self.use({**graph(), "10": {"class_type": "PreviewImage", "inputs": {"images": ["8", 0]}}})
+        there, gone = (lambda handler, content: handler.reply(content)), (lambda handler, _: handler.reply(b"", 404))
+        self.server.view_answers = [there, gone]
+        response = self.assert_rendered()
+        self.assertEqual((len(response["outputs"]), len(self.server.submitted)), (1, 1))
+        self.assertIn("Not fetched", response["notes"][0])
+
+    def test_what_made_a_picture_is_in_it_also_where_the_server_leaves_it_out(self):
+        for self.server.writes_metadata in (True, False):
+            with self.subTest(self.server.writes_metadata):
+                picture = Path(self.assert_rendered()["first_output"]).read_bytes()
+                self.assertEqual(json.loads(texts(picture, ("prompt",))["prompt"]), self.posted()[-1])
+                self.assertEqual(picture.count(b"tEXtprompt"), 1)
+
+    def test_a_style_without_a_place_is_told_before_the_job_is_sent(self):
+        self.members["locked_style_image"] = self.write("style.png", png(8, 8))
+        response = self.assert_rendered()
+        told = [place for place, message in enumerate(self.messages()) if "style image is not used" in message]
+        self.assertLess(told[0], self.messages().index("Submitting the job"))
+        record = json.loads(Path(response["first_output"] + ".json").read_text())
+        self.assertEqual(response["notes"], record["notes"])
 
     def test_the_same_render_again_gets_no_cached_picture(self):
         for number in (1, 2):
@@ -109,7 +159,7 @@ UNTOLD = {"type": "prompt_outputs_failed_validation", "message": "", "details": 
 REFUSALS = (
     # what the server does, what the error has to name
     (refusal(500, b"500 Internal Server Error\n\nServer got itself in trouble", "text/plain"), "status 500"),
-    (refusal(400, {"error": UNTOLD, "node_errors": {}}), "no reason"),
+    (refusal(400, {"error": UNTOLD, "node_errors": {}}), "run in a circle"),
     (refusal(400, {"error": UNKNOWN, "node_errors": {}}), "node pack"),
     (refusal(400, {"error": "text", "node_errors": []}), "text"),
     (refusal(200, []), "status 200"),
@@ -117,7 +167,8 @@ REFUSALS = (
     ({"failure": ("OSError", "[Errno 28] No space left on device")}, "disk of the server is full"),
     ({"failure": ("ValueError", "bad\n shape " + "x" * 5000)}, "bad shape"),
     ({"login": "Basic YTpi"}, "QUILLMERE_COMFYUI_TOKEN"),
-    ({"submit_errors": {"7": {"errors": [{"type": "x", "details": "part of it"}]}}}, "part of it"),
+    ({"upload_limit": 2 << 20}, "guide image, 2.4 MB, is too large for"),
+    ({"upload_limit": 2 << 20, "has_features": False}, "guide image, 2.4 MB, is too large for"),
 )
 
 
@@ -130,14 +181,15 @@ class Refusals(ComfyCase):
         self.assertLess(len(response["error"]), 500)
 
     def test_what_a_server_refuses_is_told_with_the_node_and_the_remedy(self):
+        self.write("reference_3.png", with_ascii_text(png(64, 36), "Comment", "x" * 2_500_000))
         for attributes, named in REFUSALS:
             with self.subTest(named), mock.patch.multiple(self.server, **attributes):
                 self.assert_refused(named)
 
     def test_half_a_graph_that_would_run_is_taken_back(self):
-        self.server.submit_errors = {"7": {"errors": []}}
+        self.use({**graph(), "10": {"class_type": "SaveImage", "inputs": {"filename_prefix": "x"}}})
         self.server.add_foreign()
-        self.assert_refused('"Paint"')
+        self.assert_refused("SaveImage (node 10): nothing is linked to images")
         self.assertEqual(self.server.deleted, self.server.submitted)
 
     def test_models_and_nodes_that_are_not_there_are_named(self):
@@ -161,18 +213,3 @@ class Refusals(ComfyCase):
         self.server._interrupt = self.server.submitted[0]
         self.watch(process)
         self.assertIn("was interrupted on the server", self.response()["error"])
-
-
-@unittest.skipUnless(os.environ.get("QUILLMERE_TEST_COMFYUI_URL"), "QUILLMERE_TEST_COMFYUI_URL names no real server")
-class RealServer(RenderCase):
-    def test_a_graph_without_models_makes_a_picture(self):
-        nodes = (
-            ("LoadImage", {"image": "x"}),
-            ("ImageInvert", {"image": ["1", 0]}),
-            ("SaveImage", {"images": ["2", 0], "filename_prefix": "x"}),
-        )
-        content = {str(number): {"class_type": kind, "inputs": given} for number, (kind, given) in enumerate(nodes, 1)}
-        self.members.update(workflow_path=self.write("w.json", content), effective_prompt="")
-        self.environment["QUILLMERE_COMFYUI_URL"] = os.environ["QUILLMERE_TEST_COMFYUI_URL"]
-        status, response = self.run_helper()
-        self.assertEqual((status, response["ok"]), (0, True), response)

@@ -7,6 +7,8 @@ from pathlib import Path
 
 from scratch_render import RenderCase, with_pillow
 
+from quillmere_helper.png import file_of
+
 try:
     from PIL import Image, ImageDraw, ImageStat
 except ImportError:
@@ -121,9 +123,20 @@ class GivenPictures(RenderCase):
 
     def test_a_picture_that_is_none_is_an_error_that_names_it(self):
         good = (self.folder / "reference_3.png").read_bytes()
-        bomb = good[:16] + (30000).to_bytes(4, "big") * 2 + good[24:]
-        rows = (("missing", None), ("empty", b""), ("text", b"GIF? no"), ("cut off", good[:90]), ("a bomb", bomb))
-        for what, content in rows:
+        bomb = file_of((b"IHDR", (30000).to_bytes(4, "big") * 2 + good[24:29]), (b"IDAT", b""))
+        small, scans = io.BytesIO(), io.BytesIO()
+        Image.new("RGB", (64, 36)).save(small, "JPEG")
+        a_guide((64, 36)).save(scans, "JPEG", progressive=True)
+        size, last = small.getvalue().index(b"\xff\xc0") + 5, scans.getvalue().rindex(b"\xff\xda")
+        claiming = small.getvalue()[:size] + (8000).to_bytes(2, "big") * 2 + small.getvalue()[size + 4 :]
+        endless = scans.getvalue()[:-2] + scans.getvalue()[last:-2] * 20_000 + b"\xff\xd9"
+        rows = (
+            *(("missing", None, ""), ("empty", b"", ""), ("cut off", good[:90], "")),
+            ("text", b"GIF? no", "no picture that can be read"),
+            *(("a bomb", bomb, "larger than 64 megapixels"), ("too small a JPEG", claiming, "it is too short")),
+            ("a JPEG of many scans", endless, "scans"),
+        )
+        for what, content, named in rows:
             for key in ("reference_image", "locked_style_image"):
                 with self.subTest(what, key=key):
                     path = str(self.folder / "absent.png") if content is None else self.write("given.png", content)
@@ -131,7 +144,9 @@ class GivenPictures(RenderCase):
                     status, response = self.run_helper()
                     self.assertEqual(status, 1)
                     self.assertIn(self.members[key], response["error"])
+                    self.assertIn(named, response["error"])
                     self.assertNotIn("unexpectedly", response["error"])
+                    self.assertEqual(self.errors.count("\n"), 1)
                     self.members.update(reference_image=str(self.folder / "reference_3.png"), locked_style_image="")
 
 

@@ -40,7 +40,7 @@ class Interpreter(RenderCase):
                     self.assertEqual(int((self.folder / "ran").read_text()), process.pid)
 
     def test_what_comes_first_can_be_read_by_the_oldest_interpreters(self):
-        for module in ("../quillmere_render_helper", "__init__", "interpreter", "exchange"):
+        for module in ("../quillmere_render_helper", "__init__", "interpreter", "exchange", "readable"):
             source = (HELPER.parent / "quillmere_helper" / f"{module}.py").read_text()
             ast.parse(source, module, feature_version=(3, 5))
 

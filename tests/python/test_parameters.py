@@ -2,17 +2,20 @@
 
 import json
 import os
+import tempfile
 import unittest
+from pathlib import Path
 from unittest import mock
 
 from scratch_render import ROOT
 
-from quillmere_helper import backends
+from quillmere_helper import backends, readable, transport, untrusted, web
 from quillmere_helper.backends import embedded
 from quillmere_helper.backends.a1111 import payload
-from quillmere_helper.backends.comfyui import source, wiring
+from quillmere_helper.backends.comfyui import classes, graph, source, websocket, wiring
 from quillmere_helper.errors import HelperError
 from quillmere_helper.parameters import seed_for
+from quillmere_helper.workflows import LARGEST_WORKFLOW, Workflow, read_workflow
 
 LARGEST = (1 << 64) - 1
 PAGE = (ROOT / "docs" / "workflows.md").read_text()
@@ -38,6 +41,57 @@ class WorkflowPage(unittest.TestCase):
         words += [f"`{kind.variable(end)}`" for kind in kinds for end in ("URL", "TOKEN", "AUTH")]
         for word in [*words, *(f"`{kind.default_url}`" for kind in kinds)]:
             self.assertIn(word, PAGE)
+
+
+class SecurityPage(unittest.TestCase):
+    def test_the_limits_are_those_that_hold(self):
+        page = (ROOT / "docs" / "security.md").read_text()
+        for name, limits in (("a server's state", web.ALIVE), ("in JSON", web.ANSWER)):
+            self.assertIn(f"{name} | {limits.size >> 20} MB, {limits.time:g} seconds |", page)
+        moving = f"{transport.MOVED >> 10} KB in each {transport.SPAN:g} seconds"
+        for row in (
+            f"a graph | {LARGEST_WORKFLOW >> 20} MB; {source.MOST_NODES:,} nodes of {classes.MOST_CLASSES:,} classes |",
+            f"reads or gets | {untrusted.LARGEST_PICTURE >> 20} MB |",
+            f"become | {graph.LARGEST_FILLING >> 20} million characters |",
+            f"with pictures | {web.PICTURES.size >> 20} MB, an hour |",
+            f"a ComfyUI server | {websocket.LARGEST_MESSAGE >> 20} MB |",
+            f"exchange | {web.CONNECT_TIME:g} seconds to connect, {web.ANSWER_TIME:g} without a byte, and {moving} |",
+            f"a line that is shown; a log | {readable.LONGEST_LINE:,} characters; a million |",
+        ):
+            self.assertIn(row, page)
+
+
+class Controls(unittest.TestCase):
+    def test_a_control_accepts_its_limits_and_choices_and_nothing_beyond(self):
+        for name, module in (("embedded", embedded), ("a1111", payload)):
+            listed = backends.load(name).controls(Workflow("w.json", name, {"backend": name}))
+            self.assertEqual(len(listed), len(module.PARAMETERS))
+            for parameter, told in zip(module.PARAMETERS, listed):
+                with self.subTest(told["name"]):
+                    inside = [told["default"], *told.get("choices", []), *(told[end] for end in ("least", "most") if end in told)]
+                    self.assertTrue(all(parameter.accepts(value) for value in inside), told)
+                    beyond = [told["least"] - 1, told["most"] + 1] if "least" in told else [0]
+                    beyond += ["other"] if "choices" in told else []
+                    self.assertFalse(any(parameter.accepts(value) for value in beyond), told)
+                    kinds = {float: "number", int: "whole", str: "choice" if parameter.words else "text"}
+                    self.assertEqual(told["type"], "whole" if told["name"] == "seed" else kinds[type(parameter.default)])
+
+    def test_a_wrapper_sets_controls_of_any_kind_of_workflow(self):
+        graph, ours = {"1": {"class_type": "A", "inputs": {}}}, {"backend": "comfyui", "graph": "a.json", "controls": {"b": 1}}
+        editors, drawing = {"nodes": []}, {"backend": "embedded", "parameters": {"line": 1, "wash": 2}}
+        given = {"backend": "comfyui", "controls": {"line": 2}}
+        for content, expected in (
+            (graph, {**given, "graph": graph}),
+            (editors, {**given, "graph": editors}),
+            (ours, {**ours, "controls": {"b": 1, "line": 2}}),
+            (drawing, {"backend": "embedded", "parameters": {"line": 2, "wash": 2}}),
+        ):
+            with self.subTest(content), tempfile.TemporaryDirectory() as folder:
+                inner, outer = Path(folder, "inner.json"), Path(folder, "outer.json")
+                inner.write_text(json.dumps(content))
+                outer.write_text(json.dumps({"workflow": str(inner), "controls": {"line": 2}}))
+                read = read_workflow(str(outer), backends.MODULES)
+                self.assertEqual((read.content, read.path, read.name), (expected, str(inner), 'the workflow "inner.json"'))
 
 
 class Seeds(unittest.TestCase):

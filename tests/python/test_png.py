@@ -1,6 +1,7 @@
 """PNG files without a picture library: their texts, damaged ones, their conversion to 8-bit RGB."""
 
 import struct
+import time
 import unittest
 import zlib
 
@@ -69,14 +70,31 @@ class Png(unittest.TestCase):
 
     def test_a_text_is_read_back_and_leaves_the_picture_whole(self):
         picture = with_text(png(3, 2), "quillmere", "Zürich")
-        self.assertEqual(texts(picture), {"quillmere": "Zürich"})
+        wanted = ("quillmere", "k", "b")
+        self.assertEqual(texts(picture, wanted), {"quillmere": "Zürich"})
         self.assertEqual(kind_of(picture), "png")
         packed = b"k\0\1\0\0\0" + zlib.compress(b"packed")
-        bomb = b"b\0\0" + zlib.compress(bytes(80 << 20), 9)
-        body = chunk(b"zTXt", bomb) + chunk(b"iTXt", packed) + chunk(b"tEXt", b"none")
+        body = chunk(b"iTXt", packed) + chunk(b"tEXt", b"none") + chunk(b"iTXt", b"b\0\0")
         body += chunk(b"tEXt", b"k\0a later one")
         more = picture[:-12] + body + picture[-12:]
-        self.assertEqual(texts(more), {"quillmere": "Zürich", "k": "packed"})
+        self.assertEqual(texts(more, wanted), {"quillmere": "Zürich", "k": "packed"})
+
+    def test_only_wanted_texts_are_unpacked_and_all_together_no_more_than_one_may_take(self):
+        bomb, large = b"\0\0" + zlib.compress(bytes(80 << 20), 9), b"\0\0" + zlib.compress(bytes(20 << 20), 9)
+        cut_off = large[:-9]
+        for before, expected in (
+            (((b"other", bomb),) * 500, {"k": "text"}),
+            (((b"b", bomb),) * 500, {}),
+            (((b"b", cut_off),) * 500, {}),
+            (((b"b", large), (b"c", large)), {"b": "\0" * (20 << 20)}),
+        ):
+            parts = (*before, (b"k", b"\0\0" + zlib.compress(b"text")))
+            body = b"".join(chunk(b"zTXt", keyword + data) for keyword, data in parts)
+            started = time.process_time()
+            found = texts(png(3, 2)[:-12] + body + chunk(b"IEND", b""), ("k", "b", "c"))
+            self.assertEqual({name: found.get(name) for name in expected}, expected)
+            self.assertNotIn("c", found)
+            self.assertLess(time.process_time() - started, 3)
 
     def test_only_whole_pictures_count(self):
         whole = png(30, 20)

@@ -7,6 +7,7 @@ import resource
 import subprocess
 import sys
 import unittest
+from pathlib import Path
 from unittest import mock
 
 from scratch_render import HELPER, RenderCase, png, with_pillow
@@ -16,7 +17,7 @@ from quillmere_helper.png import with_text
 
 GARBAGE = (
     # what the request is, what the error has to name
-    ("nothing", b"", "not JSON"),
+    ("nothing", b"", "disk may be full"),
     ("bytes of a picture", png(2, 2), "not JSON"),
     ("an array", b"[1]", "not a JSON object"),
     ("deep nesting", b'{"a":' + b"[" * 100_000, "not JSON"),
@@ -39,7 +40,9 @@ GARBAGE = (
     ("a workflow that is a folder", {"workflow_path": "/"}, "not a file"),
 )
 
+INK = str(HELPER.parent / "workflows" / "ink_wash.json")
 KEPT = json.dumps({"workflow": {"backend": "paintbox"}})
+FOREIGN_NAME = json.dumps({"workflow": {"workflow": INK, "controls": {}}})
 WORKFLOWS = (
     # content of the workflow file, what the error has to name
     (png(2, 2), "holds no workflow"),
@@ -51,6 +54,14 @@ WORKFLOWS = (
     ({"backend": "embedded", "parameters": {"layers": 99}}, "a whole number of 2 to 9"),
     ({"backend": "embedded", "parameters": {"seed": 1 << 64}}, '"frame", "random"'),
     ({"backend": "embedded", "parameters": {"wash": "much"}}, "a number of 0 to 2"),
+    # wrappers that set controls
+    ({"workflow": INK, "controls": {"lines": 1}}, 'Unknown control "lines" in the workflow "ink_wash.json"; did you mean "line"?'),
+    ({"workflow": INK, "controls": {"line": "thin"}}, 'The control "line"'),
+    ({"workflow": INK, "controls": [1]}, "by its full path"),
+    ({"workflow": "ink_wash.json", "controls": {}}, "by its full path"),
+    ({"workflow": "/nowhere/w.json", "controls": {}}, '"/nowhere/w.json": No such file'),
+    ({"workflow": INK, "controls": {}, "backend": ""}, 'names the back end ""'),
+    (with_text(png(2, 2), "quillmere", FOREIGN_NAME), "holds no workflow"),
 )
 
 
@@ -76,6 +87,11 @@ class RenderProcess(RenderCase):
                 self.members["workflow_path"] = self.write("workflow.json", content)
                 self.assert_fails_naming(named)
                 self.assertFalse(self.outputs.exists() and any(self.outputs.iterdir()))
+
+    def test_a_wrapper_names_no_other_wrapper(self):
+        inner = self.write("inner.json", {"workflow": INK, "controls": {}})
+        self.members["workflow_path"] = self.write("outer.json", {"workflow": inner, "controls": {}})
+        self.assert_fails_naming('inner.json" only names another one')
 
     def test_wrong_use_is_told_apart_from_failure(self):
         for arguments in ([], ["one"], ["--check"], ["a", "b", "c"], ["a", "b", "--check", "c"]):
@@ -103,6 +119,14 @@ class Names(RenderCase):
                 contents = {path.name: path.read_bytes() for path in self.outputs.iterdir() if path.suffix == ".jpg"}
                 self.assertEqual(contents, {"shot_f3_1.jpg": b"theirs", "shot_f3_2.jpg": b"mine"})
                 (self.outputs / "shot_f3_2.jpg").unlink()
+
+    def test_a_picture_whose_side_file_does_not_fit_is_a_picture(self):
+        mine = outputs.Outputs(str(self.outputs), "shot", 3)
+        mine.prepare()
+        with mock.patch.object(outputs.exchange, "write_whole", side_effect=OSError(28, "No space left on device")):
+            mine.write(b"mine", "jpg", {})
+        self.assertEqual(Path(mine.paths[0]).read_bytes(), b"mine")
+        self.assertIn("No space left", mine.notes[0])
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: pictures are not tested")

@@ -1,18 +1,22 @@
 """The WebSocket client against frames of every shape, right and wrong."""
 
 import base64
+import contextlib
 import hashlib
 import socket
 import struct
 import sys
 import threading
+import time
 import unittest
+from unittest import mock
 
 from scratch_render import ROOT
 
 sys.path.insert(0, str(ROOT / "python"))
 
 from quillmere_helper import web
+from quillmere_helper.backends.comfyui import websocket
 from quillmere_helper.backends.comfyui.websocket import ClosedConnection, WebSocket
 
 
@@ -26,20 +30,21 @@ def frame(code, data, final=True):
 
 
 class WebSockets(unittest.TestCase):
-    def connect(self, content, accept=None, pieces=1 << 20):
+    def connect(self, content, accept=None, pieces=1 << 20, pause=0.0):
         """A client of a server that sends `content` after its hand shake and then hangs up."""
         listener = socket.create_server(("127.0.0.1", 0))
         self.addCleanup(listener.close)
         self.received = b""
 
         def serve():
-            with listener.accept()[0] as connection:
+            with contextlib.suppress(OSError), listener.accept()[0] as connection:
                 head = connection.recv(4096).decode()
                 key = next(line.split(": ")[1] for line in head.split("\r\n") if line.startswith("Sec-WebSocket-Key"))
                 right = hashlib.sha1(key.encode() + b"258EAFA5-E914-47DA-95CA-C5AB0DC85B11").digest()
                 answer = accept or b"HTTP/1.1 101 x\r\nsec-websocket-accept: " + base64.b64encode(right) + b"\r\n\r\n"
                 for start in range(0, len(answer + content), pieces):
                     connection.sendall((answer + content)[start : start + pieces])
+                    time.sleep(pause)
                 connection.shutdown(socket.SHUT_WR)
                 while data := connection.recv(4096):
                     self.received += data
@@ -75,3 +80,16 @@ class WebSockets(unittest.TestCase):
         for accept in (b"HTTP/1.1 404 Not Found\r\n\r\n", b"HTTP/1.1 101 x\r\n\r\n", b"\r\n\r\n", b"x" * 100_000):
             with self.subTest(accept[:20]), self.assertRaises(ClosedConnection):
                 self.connect(b"", accept)
+
+    def test_a_hand_shake_byte_by_byte_is_not_waited_for(self):
+        started = time.monotonic()
+        with mock.patch.object(websocket, "HANDSHAKE_TIME", 0.5), self.assertRaises(ClosedConnection):
+            self.connect(b"", b"HTTP/1.1 101 x\r\nX: " + b"x" * 5000, pieces=1, pause=0.01)
+        self.assertLess(time.monotonic() - started, 5)
+
+    def test_what_is_no_message_keeps_nobody_waiting(self):
+        for content in (frame(10, b"x") * 3_000_000, frame(1, b"", False) + frame(0, b"", False) * 3_000_000):
+            with self.subTest(content[:3]):
+                client, started = self.connect(content), time.monotonic()
+                self.assertIsNone(client.receive(0.3))
+                self.assertLess(time.monotonic() - started, 5)

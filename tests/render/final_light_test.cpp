@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <glm/gtc/matrix_transform.hpp>
 
 #include "small_picture.h"
 
@@ -16,15 +15,6 @@ std::shared_ptr<HandMadeScene> greyGround() {
 
 image::Image plan(const std::shared_ptr<HandMadeScene>& scene) {
   return picture(scene, fromAbove(), kPlanSide, kPlanSide, Kind::Final);
-}
-
-glm::mat4 standing() {
-  return glm::translate(glm::mat4(1.0F), glm::vec3(0, 0.5F, 0));
-}
-
-std::shared_ptr<scene::Geometry> insideOut(std::shared_ptr<scene::Geometry> geometry) {
-  std::reverse(geometry->indices.begin(), geometry->indices.end());
-  return geometry;
 }
 
 scene::Light lamp(scene::Light::Kind kind, glm::vec3 position, glm::vec3 direction) {
@@ -42,7 +32,7 @@ TEST(FinalLight, CornersAreDarkerThanOpenGround) {
   scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, -1, 0}));
   scene->now.lights[0].color = glm::vec3(0.0F);  // the sky alone
   const float open = brightness(lightAt(plan(scene), 0.7F, 0));
-  scene->add(cube(1), scene->addMaterial(colored({0, 0, 0})), standing());
+  scene->add(cube(1), scene->addMaterial(colored({0, 0, 0})), moved(0, 0.5F, 0));
   EXPECT_LT(brightness(lightAt(plan(scene), 0.6F, 0)), 0.75F * open);
 }
 
@@ -52,7 +42,7 @@ TEST(FinalLight, UnlitSurfacesTakeNoLightAway) {
   scene::Material sky = unlit({0.2F, 0.4F, 0.9F});
   sky.doubleSided = true;
   const int kind = domed->addMaterial(sky);
-  domed->add(cube(1), kind, glm::translate(glm::mat4(1.0F), glm::vec3(1.2F, 6, 1.2F)));  // between sun and ground
+  domed->add(cube(1), kind, moved(1.2F, 6, 1.2F));  // between sun and ground
   const image::Image covered = plan(domed);
   for (const glm::vec2 place : {glm::vec2(-1.5F, -1.5F), glm::vec2(-1.5F, 1), glm::vec2(0, -1)}) {
     EXPECT_NEAR(brightness(lightAt(covered, place.x, place.y)), brightness(lightAt(bare, place.x, place.y)), 0.01F);
@@ -62,7 +52,9 @@ TEST(FinalLight, UnlitSurfacesTakeNoLightAway) {
 TEST(FinalLight, AnInvertedUnlitHullDrawsAnOutlineOnly) {
   auto scene = std::make_shared<HandMadeScene>();
   scene->add(cube(1), scene->addMaterial(colored({0.9F, 0.9F, 0.9F})));
-  scene->add(insideOut(cube(1.3F)), scene->addMaterial(unlit({0, 0, 0})));
+  const auto hull = cube(1.3F);
+  std::reverse(hull->indices.begin(), hull->indices.end());
+  scene->add(hull, scene->addMaterial(unlit({0, 0, 0})));
   for (const Kind kind : {Kind::Quick, Kind::Final}) {
     const image::Image drawn = picture(scene, orthographic({0, 0, 5}, {0, 0, 0}, 1.0F), 32, 32, kind);
     EXPECT_GT(brightness(pixel(drawn, 16, 16)), 0.3F);

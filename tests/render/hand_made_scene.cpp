@@ -45,6 +45,17 @@ scene::Material unlit(glm::vec3 color) {
   return material;
 }
 
+scene::Material glass(glm::vec3 color, float alpha) {
+  scene::Material material = colored(color);
+  material.alpha = scene::Material::Alpha::Blend;
+  material.baseColor.a = alpha;
+  return material;
+}
+
+glm::mat4 moved(float x, float y, float z) {
+  return glm::translate(glm::mat4(1.0F), glm::vec3(x, y, z));
+}
+
 std::shared_ptr<scene::Geometry> rectangle(float left, float bottom, float right, float top) {
   auto geometry = std::make_shared<scene::Geometry>();
   addQuad(*geometry, {left, bottom, 0}, {right - left, 0, 0}, {0, top - bottom, 0});

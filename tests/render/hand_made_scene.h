@@ -29,6 +29,8 @@ struct HandMadeScene : scene::Scene {
 
 scene::Material colored(glm::vec3 color);
 scene::Material unlit(glm::vec3 color);
+scene::Material glass(glm::vec3 color, float alpha);  // which blends
+glm::mat4 moved(float x, float y, float z);
 
 // A rectangle in the plane z = 0 that faces +Z, its texture coordinates 0-1 from its top left corner.
 std::shared_ptr<scene::Geometry> rectangle(float left, float bottom, float right, float top);

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
-#include <glm/gtc/matrix_transform.hpp>
 #include <stdexcept>
 
+#include "render/geometry_cache.h"
 #include "render/layer_loop.h"
 #include "render/shaders.h"
 #include "small_picture.h"
@@ -25,18 +25,15 @@ bool samePixels(const image::Image& a, const image::Image& b) {
 // Cubes on the ground, one of them see-through, under a dome.
 std::shared_ptr<HandMadeScene> village() {
   auto scene = std::make_shared<HandMadeScene>();
-  scene::Material glass = colored({0.3F, 0.8F, 0.4F});
-  glass.alpha = scene::Material::Alpha::Blend;
-  glass.baseColor.a = 0.4F;
   scene::Material sky = unlit({0.3F, 0.5F, 0.9F});
   sky.doubleSided = true;
   scene->add(ground(20), 0);
   scene->add(cube(30), scene->addMaterial(sky));
-  const int see = scene->addMaterial(glass), red = scene->addMaterial(colored({0.7F, 0.2F, 0.1F}));
+  const int see = scene->addMaterial(glass({0.3F, 0.8F, 0.4F}, 0.4F)),
+            red = scene->addMaterial(colored({0.7F, 0.2F, 0.1F}));
   const auto house = cube(1);
   for (int i = 0; i < 9; ++i) {
-    scene->add(house, i == 4 ? see : red,
-               glm::translate(glm::mat4(1.0F), glm::vec3(2 * (i % 3) - 2, 0.5F, 2 * (i / 3) - 2)));
+    scene->add(house, i == 4 ? see : red, moved(float(2 * (i % 3) - 2), 0.5F, float(2 * (i / 3) - 2)));
   }
   return scene;
 }
@@ -44,7 +41,7 @@ std::shared_ptr<HandMadeScene> village() {
 const scene::Camera kView = perspective({3, 4, 7}, {0, 0, 0}, 0.8F);
 constexpr int kWidth = 101, kHeight = 67;
 
-TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
+TEST(Repeatability, ThePictureDependsOnTheSeedButNotOnTheNumberOfThreads) {
   RayScene scene(village());
   scene.pose(0.0);
   const LightSources sources(scene, {}, 1.0F);
@@ -68,6 +65,10 @@ TEST(Repeatability, ThePictureDoesNotDependOnTheNumberOfThreads) {
     EXPECT_TRUE(samePixels<std::uint8_t>(drawn(1, Kind::Quick), drawn(threads, Kind::Quick))) << threads;
     EXPECT_TRUE(samePixels<float>(drawn(1, Kind::Final), drawn(threads, Kind::Final))) << threads;
   }
+  Renderer renderer(village());
+  renderer.pose(0.0);
+  const auto seeded = [&](std::uint32_t seed) { return renderer.drawFinal(kView, kWidth, kHeight, {1, seed}); };
+  EXPECT_FALSE(samePixels<float>(seeded(1), seeded(2)));
 }
 
 TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
@@ -95,6 +96,19 @@ TEST(Repeatability, PosesAreIndependentOfThoseBefore) {
     EXPECT_FALSE(samePixels<std::uint8_t>(after, before));
     before = after;
   }
+}
+
+TEST(Repeatability, PosesBuildWhatIsNewKeepWhatStaysAndForgetTheRest) {
+  const DeviceHandle device = makeDevice();
+  GeometryCache cache(device.get(), nullptr);
+  const Shape box{cube(1)}, sheet{ground(2)}, leaf{sheet.geometry, true};
+  cache.keep(std::vector{box, sheet, box});
+  const RTCScene built = cache.find(box);
+  cache.keep(std::vector{leaf, box});
+  EXPECT_EQ(cache.find(box), built);
+  EXPECT_NE(cache.find(leaf), nullptr);
+  EXPECT_THROW(cache.find(sheet), std::out_of_range);
+  EXPECT_EQ(sheet.geometry.use_count(), 3) << "held by sheet, leaf and the cache's leaf only";
 }
 
 TEST(Repeatability, AStoppedDrawingIsEmptyAndTheNextOneWhole) {

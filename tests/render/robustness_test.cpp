@@ -51,7 +51,7 @@ TEST(Robustness, OneBadSurfaceSpoilsNoOther) {
     SCOPED_TRACE(row.name);
     auto scene = sceneWithASafeCorner();
     const std::shared_ptr<scene::Geometry> bad = rectangle(-0.4F, -1, 1, 1);
-    glm::mat4 place = glm::translate(glm::mat4(1.0F), glm::vec3(0, 0, -0.5F));
+    glm::mat4 place = moved(0, 0, -0.5F);
     row.spoil(*bad, place);
     scene->add(bad, 0, place);
     for (const Kind kind : {Kind::Quick, Kind::Final}) {

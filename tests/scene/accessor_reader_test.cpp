@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <limits>
+#include <tuple>
 
 #include "refusal.h"
 #include "scene/scene.h"
@@ -47,28 +48,20 @@ std::vector<unsigned char> bytesOf(const std::vector<T>& values) {
 }
 
 TEST(AccessorReader, ConvertsEveryNumberTypeToFloat) {
-  constexpr int kUnsignedByte = 5121, kByte = 5120, kShort = 5122, kUnsignedShort = 5123, kFloat = 5126;
-  struct Row {
-    const char* name;
-    std::vector<unsigned char> bytes;
-    int type;
-    bool normalized;
-    std::vector<float> expected;
+  // Bytes, component type, whether they are normalized, and the numbers.
+  const std::tuple<std::vector<unsigned char>, int, bool, std::vector<float>> rows[] = {
+      {{0, 51, 255}, TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, true, {0, 0.2F, 1}},
+      {bytesOf<std::int8_t>({-128, -127, 127}), TINYGLTF_COMPONENT_TYPE_BYTE, true, {-1, -1, 1}},
+      {bytesOf<std::int16_t>({-32768, 0, 32767}), TINYGLTF_COMPONENT_TYPE_SHORT, true, {-1, 0, 1}},
+      {bytesOf<std::uint16_t>({0, 13107, 65535}), TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT, true, {0, 0.2F, 1}},
+      {bytesOf<std::int16_t>({-300, 0, 7}), TINYGLTF_COMPONENT_TYPE_SHORT, false, {-300, 0, 7}},
+      {bytesOf<float>({-1.5F, 0, 7}), TINYGLTF_COMPONENT_TYPE_FLOAT, false, {-1.5F, 0, 7}},
   };
-  const std::vector<Row> rows{
-      {"unsigned byte", {0, 51, 255}, kUnsignedByte, true, {0, 0.2F, 1}},
-      {"byte", bytesOf<std::int8_t>({-128, -127, 127}), kByte, true, {-1, -1, 1}},
-      {"short", bytesOf<std::int16_t>({-32768, 0, 32767}), kShort, true, {-1, 0, 1}},
-      {"unsigned short", bytesOf<std::uint16_t>({0, 13107, 65535}), kUnsignedShort, true, {0, 0.2F, 1}},
-      {"plain short", bytesOf<std::int16_t>({-300, 0, 7}), kShort, false, {-300, 0, 7}},
-      {"float", bytesOf<float>({-1.5F, 0, 7}), kFloat, false, {-1.5F, 0, 7}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    auto model = modelOf(row.bytes, row.type, TINYGLTF_TYPE_SCALAR, 3);
-    model.accessors[0].normalized = row.normalized;
+  for (const auto& [bytes, type, normalized, expected] : rows) {
+    auto model = modelOf(bytes, type, TINYGLTF_TYPE_SCALAR, 3);
+    model.accessors[0].normalized = normalized;
     Warnings warnings;
-    EXPECT_THAT(AccessorReader(model, warnings).scalars(0), Pointwise(FloatNear(1e-6F), row.expected));
+    EXPECT_THAT(AccessorReader(model, warnings).scalars(0), Pointwise(FloatNear(1e-6F), expected)) << type;
   }
 }
 

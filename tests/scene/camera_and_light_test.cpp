@@ -59,15 +59,6 @@ TEST(Cameras, KeepTheirLensAndFollowTheirNodeWithoutItsScale) {
   for (const Camera& view : snapshot.cameras) EXPECT_NEAR(glm::determinant(glm::mat3(view.toWorld)), 1.0F, 1e-5F);
 }
 
-TEST(Cameras, OutOfRangeLensesAreReplacedWithAWarning) {
-  GltfBuilder builder;
-  builder.addNode({{"name", "Odd"}, {"camera", perspective(builder, "")}});
-  builder.json["cameras"][0]["perspective"]["yfov"] = -1;
-  const auto scene = builder.load();
-  EXPECT_GT(scene->at(0).cameras[0].yfov, 0.1F);
-  EXPECT_TRUE(warnsOf(*scene, "the angle of camera 'Odd'"));
-}
-
 TEST(Lights, ShineInTheWorldWithTheirIntensity) {
   GltfBuilder builder;
   builder.json["extensionsUsed"] = {"KHR_lights_punctual"};

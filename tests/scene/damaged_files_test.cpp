@@ -4,8 +4,8 @@
 #include <cmath>
 #include <random>
 
+#include "gltf_builder.h"
 #include "refusal.h"
-#include "rich_scene.h"
 
 namespace quillmere::scene {
 namespace {
@@ -37,9 +37,10 @@ void expectSound(const Scene& scene, double seconds) {
 }
 
 // Loads what may be damaged: an Error is as good as a scene that can be drawn.
-bool loadsOrRefuses(const std::filesystem::path& file) {
+bool loadsOrRefuses(const std::string& glb) {
+  static const TemporaryFolder folder;
   try {
-    const auto scene = load(file);
+    const auto scene = load(folder.write("damaged.glb", glb));
     for (const double seconds : {0.0, 0.4, 5.0}) expectSound(*scene, seconds);
     return true;
   } catch (const Error&) {
@@ -48,9 +49,8 @@ bool loadsOrRefuses(const std::filesystem::path& file) {
 }
 
 TEST(DamagedFiles, AreRefusedOrStillDrawable) {
-  const TemporaryFolder folder;
   const std::string whole = richScene().glb();
-  ASSERT_TRUE(loadsOrRefuses(folder.write("whole.glb", whole)));
+  ASSERT_TRUE(loadsOrRefuses(whole));
   std::mt19937 random(20240607);
   const auto upTo = [&](std::size_t most) { return std::uniform_int_distribution<std::size_t>(0, most)(random); };
   const std::string favourites = "0129-\"{}[]:,e\x7F\x80\xFF";
@@ -61,7 +61,7 @@ TEST(DamagedFiles, AreRefusedOrStillDrawable) {
       char& victim = bytes[upTo(bytes.size() - 1)];
       victim = upTo(1) == 0 ? favourites[upTo(favourites.size() - 1)] : static_cast<char>(upTo(255));
     }
-    if (loadsOrRefuses(folder.write("mutated.glb", bytes))) ++drawable;
+    if (loadsOrRefuses(bytes)) ++drawable;
     ASSERT_FALSE(HasFatalFailure()) << "round " << round;
   }
   EXPECT_GT(drawable, 25) << "the mutations should reach beyond the parser";
@@ -86,24 +86,16 @@ TEST(DamagedFiles, WithNumbersBeyondMeasureAreStillDrawable) {
   expectSound(*builder.load(), 0.0);
 }
 
-TEST(DamagedFiles, AreRefusedWhereverTheyAreCutOff) {
-  const TemporaryFolder folder;
+TEST(DamagedFiles, AreRefusedWhereLengthsDoNotHold) {
   const std::string whole = richScene().glb();
   for (std::size_t length = 0; length < whole.size(); length += length < 32 ? 1 : 61) {
-    EXPECT_FALSE(loadsOrRefuses(folder.write("cut.glb", whole.substr(0, length)))) << length;
+    EXPECT_FALSE(loadsOrRefuses(whole.substr(0, length))) << length;
   }
-}
-
-TEST(DamagedFiles, WithLengthsThatDoNotHoldAreRefused) {
-  const TemporaryFolder folder;
-  GltfBuilder builder;
-  builder.show(builder.triangle());
-  const std::string whole = builder.glb();
   for (const std::size_t at : {std::size_t{8}, std::size_t{12}, whole.rfind(std::string("BIN\0", 4)) - 4}) {
     for (const auto& [byte, more] : {std::pair(0U, 4), {0U, 8}, {2U, 1}, {3U, 0x7F}}) {
       std::string lying = whole;
       lying[at + byte] = static_cast<char>(lying[at + byte] + more);
-      EXPECT_FALSE(loadsOrRefuses(folder.write("lie.glb", lying))) << "byte " << at + byte << " plus " << more;
+      EXPECT_FALSE(loadsOrRefuses(lying)) << "byte " << at + byte << " plus " << more;
     }
   }
 }

@@ -56,6 +56,9 @@ class GltfBuilder {
   std::string data_;
 };
 
+// Everything that a file can hold, at once: skin, morph targets, animation, sparse data, texture, light, instances.
+GltfBuilder richScene();
+
 // Whether any of the scene's warnings contains `text`.
 bool warnsOf(const Scene& scene, const std::string& text);
 

@@ -51,5 +51,28 @@ TEST(NeighbourFiles, HoldBuffersOrTheSceneIsRefused) {
   }
 }
 
+TEST(FilesOfOtherKinds, AreCalledByTheirNameWithAWayToGltf) {
+  const TemporaryFolder folder;
+  const std::tuple<const char*, std::string, const char*> rows[] = {
+      {"a.fbx", "Kaydara FBX Binary  ", "an FBX file; only glTF 2.0 is read: import it"},
+      {"b.gltf", "; FBX 7.4.0 project file", "an FBX file"},
+      {"c.usdz", "PK\x03\x04 etc", "a USD file"},
+      {"d.blend", "\x28\xB5\x2F\xFD",
+       "a Blender file; only glTF 2.0 is read: open it in Blender and use File > Export"},
+      {"e.C4D", "QC4DC4D6",
+       "a Cinema 4D file; only glTF 2.0 is read: open it in Cinema 4D and use File > Export > glTF"},
+      {"f.obj", "# a comment\nv 0 0 0", "a Wavefront OBJ file"},
+      {"g.xml", "<?xml version=\"1.0\"?>\n<COLLADA xmlns", "a COLLADA file"},
+      {"h.glb", "version https://git-lfs.github.com/spec/v1", "git lfs pull"},
+      {"i.glb", "\n<!DOCTYPE html><html>", "a web page"},
+      {"j.abc", "Ogawa\xFF", "an Alembic file"},
+      {"k.fbx", "{\"asset\": 5", "JSON text is damaged"},
+      {"l.glb", "PK\x03\x04", "an archive; unpack it"}};
+  for (const auto& [name, content, refusal] : rows) {
+    const auto file = folder.write(name, content);
+    EXPECT_THAT(refusalOf<Error>([&] { load(file); }), HasSubstr(refusal)) << name;
+  }
+}
+
 }  // namespace
 }  // namespace quillmere::scene

@@ -47,10 +47,10 @@ void install(const TemporaryFolder& folder, const std::string& module) {
   folder.write("res/c4d_symbols.h", "enum\n{\nIDS_PROBE = 10000, _DUMMY_ };");
   folder.write("res/strings_en-US/c4d_strings.str", "STRINGTABLE { IDS_PROBE \"Probe\"; }");
   folder.write("res/strings_de-DE/c4d_strings.str", "STRINGTABLE { IDS_PROBE \"F\xC3\xBChler\"; }");
-  folder.write("res/description/vpprobe.h", "enum\n{\nPROBE_PLAIN = 3001, PROBE_BEFORE };");
+  folder.write("res/description/vpprobe.h", "enum\n{\nPROBE_PLAIN = 3001, PROBE_BEFORE, PROBE_NAMELESS };");
   folder.write("res/description/vpprobe.res",
                "CONTAINER VPprobe { NAME VPprobe; INCLUDE VPbase;\n"
-               "  GROUP PROBE_BEFORE { }\n"
+               "  GROUP PROBE_BEFORE { COLUMNS 2; DEFAULT 1; SCALE_H; GROUP PROBE_NAMELESS { } }\n"
                "  GROUP ID_VIDEOPOSTPROPERTIES { GROUP PROBE_PLAIN { DEFAULT 1; } } }");
   folder.write("res/strings_en-US/description/vpprobe.str",
                "STRINGTABLE VPprobe { VPprobe \"Probe\"; PROBE_PLAIN \"Plain\"; PROBE_BEFORE \"Before\"; }");
@@ -68,9 +68,9 @@ TEST(Application, AModuleOfEitherStandardLibraryIsToldInOrderAndEnded) {
     EXPECT_FALSE(registrationOf(folder.path())) << "it declares nothing";
     Console console;
     {
-      Application application(folder / "written", console);
+      Application application(folder / "written", console, "de-DE");
       application.loadPlugin(folder.path());
-      EXPECT_THAT(console.lines, ElementsAre("message 0", "message 1", "start Probe"));
+      EXPECT_THAT(console.lines, ElementsAre("message 0", "message 1", "start F\xC3\xBChler"));
       BasePlugin* plugin = FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST);
       ASSERT_NE(plugin, nullptr);
       EXPECT_EQ(pathOf(plugin->GetFilename()), folder / "probe.xso64");
@@ -117,27 +117,19 @@ TEST(Module, AnswersItsEntryAsTheApplicationsModulesDo) {
   }
 }
 
-TEST(Application, TextsComeInTheChosenLanguageOrElseInEnglish) {
-  for (const auto& [language, expected] : std::vector<std::pair<std::string, std::string>>{
-           {"de-DE", "start F\xC3\xBChler"}, {"en-US", "start Probe"}, {"fr-FR", "start Probe"}}) {
-    SCOPED_TRACE(language);
-    TemporaryFolder folder;
-    install(folder, firstProbe());
-    Console console;
-    Application application(folder.path(), console, language);
-    application.loadPlugin(folder.path());
-    EXPECT_EQ(console.lines.back(), expected);
-  }
-  Console console;
-  EXPECT_THROW(Application("/tmp", console, "../en"), Error);
-}
-
 TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
+  const auto text = [](const std::string& name) { return "STRINGTABLE { IDS_PROBE \"" + name + "\"; }"; };
+  const auto description = [](const std::string& content) { return "CONTAINER VPprobe {\n" + content + "\n}"; };
   std::ifstream entryless(QM_ENTRYLESS_MODULE, std::ios::binary);
-  const std::string symbols = "enum\n{\n A = ,\n};", description = "CONTAINER VPprobe\n{\n GROUP X {}\n}";
-  const std::string refusing = "STRINGTABLE { IDS_PROBE \"Refusing\"; }";  // to start, after it has registered
+  std::string ids = "enum\n{\nPROBE_PLAIN = 3001, PROBE_BEFORE, PROBE_NAMELESS, A", crowd;
+  for (int i = 0; i < 10002; ++i) {
+    ids += ", P" + std::to_string(i);
+    crowd += "GROUP P" + std::to_string(i) + " { }";
+  }
+  const char *const init = "can't initialise", *const start = "can't start";
+  const fs::path strings = "res/strings_en-US/c4d_strings.str", described = "res/description/vpprobe.res";
   const struct {
-    const char* file;
+    fs::path file;
     std::optional<std::string> content;  // what it is damaged with; without any, the file is removed
     const char *expected, *reason;
   } rows[] = {
@@ -145,27 +137,41 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
       {"another.xso64", "", "more than one *.xso64", ""},
       {"probe.xso64", "text", "cannot open module", ""},
       {"probe.xso64", std::string(std::istreambuf_iterator(entryless), {}), "c4d_main", ""},
-      {"res", {}, "can't initialise", "/res: there is no such folder"},
-      {"res/strings_en-US", {}, "can't initialise", "strings_en-US/c4d_strings.str: there is no such file"},
-      {"res/c4d_symbols.h", symbols, "can't initialise", "c4d_symbols.h:3: "},
-      {"res/description/vpprobe.res", description, "can't start", "vpprobe.res:3: 'X'"},
-      {"res/description/vpprobe.res", {}, "can't start", "vpprobe.res: there is no such file"},
-      {"res/strings_en-US/c4d_strings.str", refusing, "can't start", "it gives no reason"},
+      {"res", {}, init, "/res: there is no such folder"},
+      {"res/strings_en-US", {}, init, "strings_en-US/c4d_strings.str: there is no such file"},
+      {"res/c4d_symbols.h", "enum\n{\n A = ,\n};", init, "c4d_symbols.h:3: "},
+      {strings, text("Refusing"), start, "it gives no reason"},  // to start, after it has registered
+      {described, {}, start, "vpprobe.res: there is no such file"},
+      {described, "CONTAINER VPother { }", start, "describes 'VPother'"},
+      {described, description("INCLUDE VPnone;"), start, ":2: 'VPnone': no description of this name"},
+      {described, description("NAME VPprobe;\nGROUP ID_VIDEOPOSTPROPERTIES { }"), start,
+       "vpprobe.res:3: 'ID_VIDEOPOSTPROPERTIES': a group of VPbase, which isn't included; write INCLUDE VPbase; above"},
+      {described, description("GROUP A { }"), start, "vpprobe.res: has no group ID_VIDEOPOSTPROPERTIES"},
+      {described, description("COLOR A { }"), start, ":2: 'COLOR': this host does not model"},
+      {described, description("GROUP { }"), start, ":2: expected the group's ID"},
+      {described, description("GROUP Z { }"), start, ":2: 'Z': the header"},
+      {described, description("GROUP A {\nLONG P1 { MIN 5; } }"), start, ":3: 'LONG': this host does not model"},
+      {described, description("GROUP A {\nHIDDEN; }"), start, ":3: 'HIDDEN': this host does not model"},
+      {described, description("GROUP A { INCLUDE VPbase; }"), start, "'INCLUDE': this host does not model"},
+      {described, description("DEFAULT 1;"), start, "'DEFAULT': this host does not model"},
+      {described, description(crowd), start, "at most 10000 parameters"},
   };
   Console console;
   TemporaryFolder written;
+  EXPECT_THROW(Application(written.path(), console, "../en"), Error);
   Application application(written.path(), console);
   EXPECT_THAT(refusalOf(application, written / "none"), HasSubstr("no such folder"));
   for (const auto& row : rows) {
     SCOPED_TRACE(row.expected + std::string(" ") + row.reason);
     TemporaryFolder folder;
     install(folder, firstProbe());
+    folder.write("res/description/vpprobe.h", ids + "};");
     fs::remove_all(folder / row.file);
     if (row.content) folder.write(row.file, *row.content);
     EXPECT_THAT(refusalOf(application, folder.path()), AllOf(HasSubstr(row.expected), HasSubstr(row.reason)));
     EXPECT_EQ(FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST), nullptr);
-    AutoAlloc<Description> description;
-    EXPECT_FALSE(description->LoadDescription("VPprobe"));
+    AutoAlloc<Description> loaded;
+    EXPECT_FALSE(loaded->LoadDescription("VPprobe"));
   }
   TemporaryFolder folder, twin;
   install(folder, firstProbe());
@@ -175,62 +181,46 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
   EXPECT_NE(FindPlugin(kEffect, PLUGINTYPE::VIDEOPOST), nullptr);
 }
 
+// What of the API a module has within itself.
+bool add(
+    const maxon::String& description, DataAllocator* allocate = [] { return static_cast<NodeData*>(nullptr); }) {
+  return RegisterVideoPostPlugin(1, "Name"_s, 8, allocate, description, 0, 0);
+}
+
+TEST(EffectRegistration, IsOfAnEffectWithItsDescriptionOrOfNothing) {
+  const TemporaryFolder folder;
+  install(folder, firstProbe());
+  EXPECT_FALSE(add(String())) << "without an application";
+  Events events;
+  const Application application(folder.path(), events);
+  EXPECT_FALSE(add("VPprobe"_s)) << "before the resources are read";
+  ASSERT_TRUE(g_resource.Init(filenameOf(folder / "res")));
+  EXPECT_FALSE(add("../description/vpprobe"_s));
+  EXPECT_FALSE(add(String(), nullptr));
+  EXPECT_EQ(FindPlugin(1, PLUGINTYPE::VIDEOPOST), nullptr);
+  EXPECT_TRUE(add("VPprobe"_s));
+  EXPECT_FALSE(add(String())) << "a second effect of the same ID";
+  g_resource.Free();
+  EXPECT_FALSE(g_resource.Init(filenameOf(folder / "res"))) << "what was freed isn't read again";
+}
+
 TEST(DescriptionFile, AddsItsGroupsToThoseThatItIncludes) {
   TemporaryFolder folder;
   install(folder, firstProbe());
-  folder.write("res/description/vpprobe.h", "enum\n{\nA = 1, B };");
-  folder.write("res/description/vpprobe.res",
-               "CONTAINER VPprobe { INCLUDE VPbase; GROUP A { COLUMNS 2; DEFAULT 1; SCALE_H; GROUP B { } }\n"
-               "GROUP ID_VIDEOPOSTPROPERTIES { } }");
-  folder.write("res/strings_en-US/description/vpprobe.str", "STRINGTABLE { A \"First\"; }");
   Console console;
   Application application(folder.path(), console);
   application.loadPlugin(folder.path());
   AutoAlloc<Description> description;
   ASSERT_TRUE(description->LoadDescription("VPprobe"));
   BaseContainer unused;
-  for (const auto& [id, name] :
-       std::vector<std::pair<Int32, std::string>>{{1, "First"}, {2, "B"}, {ID_VIDEOPOSTPROPERTIES, "Properties"}}) {
+  for (const auto& [id, name] : std::vector<std::pair<Int32, std::string>>{
+           {3001, "Plain"}, {3002, "Before"}, {3003, "PROBE_NAMELESS"}, {ID_VIDEOPOSTPROPERTIES, "Properties"}}) {
     const DescID address = DescID::Create(DescLevel(id, DTYPE_GROUP, 0));
     const BaseContainer* group = description->GetParameter(address, unused, nullptr);
     ASSERT_NE(group, nullptr) << name;
     EXPECT_EQ(toUtf8(group->GetString(DESC_NAME)), name);
     EXPECT_EQ(group->GetInt32(DESC_ANIMATE, NOTOK), DESC_ANIMATE_OFF) << name;
   }
-}
-
-TEST(DescriptionFile, WhatItLeavesOpenOrThisHostDoesNotModelIsRefusedWithItsLine) {
-  std::string ids = "enum\n{\nA = 1", crowd;
-  for (int i = 0; i < 10002; ++i) {
-    ids += ", P" + std::to_string(i);
-    crowd += "GROUP P" + std::to_string(i) + " { }";
-  }
-  const std::pair<std::string, std::string> rows[] = {
-      {"INCLUDE VPnone;", ":2: 'VPnone': no description of this name"},
-      {"NAME VPprobe;\nGROUP ID_VIDEOPOSTPROPERTIES { }",
-       "vpprobe.res:3: 'ID_VIDEOPOSTPROPERTIES': a group of VPbase, which isn't included; write INCLUDE VPbase; above"},
-      {"GROUP A { }", "vpprobe.res: has no group ID_VIDEOPOSTPROPERTIES"},
-      {"COLOR A { }", ":2: 'COLOR': this host does not model"},
-      {"GROUP { }", ":2: expected the group's ID"},
-      {"GROUP Z { }", ":2: 'Z': the header"},
-      {"GROUP A {\nLONG P1 { MIN 5; } }", ":3: 'LONG': this host does not model"},
-      {"GROUP A {\nHIDDEN; }", ":3: 'HIDDEN': this host does not model"},
-      {"GROUP A { INCLUDE VPbase; }", "'INCLUDE': this host does not model"},
-      {"DEFAULT 1;", "'DEFAULT': this host does not model"},
-      {crowd, "at most 10000 parameters"},
-  };
-  Console console;
-  TemporaryFolder folder;
-  install(folder, firstProbe());
-  folder.write("res/description/vpprobe.h", ids + "};");
-  Application application(folder.path(), console);
-  for (const auto& [content, expected] : rows) {
-    SCOPED_TRACE(content.substr(0, 60));
-    folder.write("res/description/vpprobe.res", "CONTAINER VPprobe {\n" + content + "\n}");
-    EXPECT_THAT(refusalOf(application, folder.path()), HasSubstr(expected));
-  }
-  folder.write("res/description/vpprobe.res", "CONTAINER VPother { }");
-  EXPECT_THAT(refusalOf(application, folder.path()), HasSubstr("describes 'VPother'"));
 }
 
 }  // namespace

@@ -39,13 +39,6 @@ const std::vector<Row> kRows = {
     {"b->Save(f, FILTER_PNG, &cc, SAVEBIT::NONE);", "b->Save(f, FILTER_PNG, &c, SAVEBIT::NONE);"},
     {"RenderDocument(doc, c, nullptr, nullptr, b, 1, nullptr);",
      "RenderDocument(doc, c, nullptr, nullptr, b, RENDERFLAGS::EXTERNAL, nullptr);"},
-    {"BaseBitmap made;", "AutoAlloc<BaseBitmap> made; if (!made || made == nullptr) made->GetBw();"},
-    {"Description made;", "AutoAlloc<Description> made;"},
-    {"VPBuffer made;", "VPBuffer* made = nullptr; (void)made;"},
-    {"Render made;", "Render* made = nullptr; (void)made;"},
-    {"BaseDocument made;", "BaseDocument* made = nullptr; (void)made;"},
-    {"VideoPostStruct made;", "BaseVideoPostStruct made;"},
-    {"VolumeData made;", "AutoAlloc<VolumeData> made;"},
     {"ShowBitmap(cb);", "ShowBitmap(b);"},
     {"buffer->SetLine(0, 0, 1, cdata, 32, false);", "buffer->SetLine(0, 0, 1, data, 32, false);"},
     {"BaseContainer* d = cnode->GetDataInstance(); (void)d;",
@@ -100,6 +93,9 @@ const std::vector<Row> kRows = {
     {"Int32 found = 0; if (n > 0) { Int32 found = n; n = found; } n = found;", "Int32 found = 0; n = found;"},
 };
 
+// What only the application makes.
+constexpr const char* kTypes = "BaseBitmap Description VPBuffer Render BaseDocument VideoPostStruct VolumeData";
+
 // Enumerators of no namespace, and macros.
 constexpr const char* kOfNoNamespace =
     "RDATA_XRES BASEDRAW_SDISPLAY_QUICK ID_VIDEOPOSTPROPERTIES Ocamera Obase Orscamera FILTER_PNG C4DPL_INIT_SYS "
@@ -115,7 +111,8 @@ constexpr const char* kMacros =
 
 std::vector<Row> allRows() {
   std::vector<Row> rows = kRows;
-  std::istringstream constants(kOfNoNamespace), macros(kMacros);
+  std::istringstream types(kTypes), constants(kOfNoNamespace), macros(kMacros);
+  for (std::string type; types >> type;) rows.push_back({type + " made;", type + "* made = nullptr; (void)made;"});
   for (std::string name; constants >> name;) rows.push_back({"n = cinema::" + name + ";", "n = " + name + ";"});
   for (std::string name; macros >> name;) rows.push_back({"void " + name + "(Int32);", "void Own" + name + "(Int32);"});
   return rows;

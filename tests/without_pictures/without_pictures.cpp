@@ -34,7 +34,7 @@ void writePng(const std::filesystem::path& file, const Image&, PngDepth, const P
 
 }  // namespace image
 
-std::shared_ptr<const scene::Scene> scene::load(const std::filesystem::path&) {
+std::shared_ptr<const scene::Scene> scene::load(const std::filesystem::path&, const scene::LoadSettings&) {
   return std::make_shared<StillScene>();
 }
 

@@ -33,8 +33,7 @@ void check(const Addition& addition, const PluginFolder& plugin) {
   const WorkflowCheck checked = checkWorkflow(plugin, addition.as.name, addition.file, kPatience);
   const Finding& finding = checked.finding;
   if (!checked.answered) {
-    const std::string why = finding.state == Finding::State::Ok ? "the helper ended without an answer" : finding.detail;
-    refuse(addition.file, "it cannot be checked: " + why, "add it all the same with --no-check");
+    refuse(addition.file, "it cannot be checked: " + finding.detail, "add it all the same with --no-check");
   }
   if (!checked.known) throw Failure(ExitStatus::Failed, "not added", finding.detail, finding.remedy);
   if (finding.state == Finding::State::Ok) return;

@@ -23,7 +23,8 @@ const char* kindOf(const scene::CameraInfo& camera) {
 std::string listing(const scene::Scene& scene) {
   std::string lines;
   for (const scene::CameraInfo& camera : scene.cameras()) {
-    lines += printable(camera.name) + "\t" + kindOf(camera) + (camera.animated ? "\tanimated" : "") + "\n";
+    lines += printable(camera.name) + "\t" + kindOf(camera) + (camera.animated ? "\tanimated" : "") +
+             (camera.ofHost ? "\tmade by the host" : "") + "\n";
   }
   return lines;
 }
@@ -31,15 +32,17 @@ std::string listing(const scene::Scene& scene) {
 Json listed(const scene::Scene& scene) {
   Json list = Json::array();
   for (const scene::CameraInfo& camera : scene.cameras()) {
-    list.push_back({{"name", camera.name}, {"kind", kindOf(camera)}, {"animated", camera.animated}});
+    list.push_back(
+        {{"name", camera.name}, {"kind", kindOf(camera)}, {"animated", camera.animated}, {"of_host", camera.ofHost}});
   }
   return list;
 }
 
 ExitStatus run(const Options& options) {
-  const auto scene = scene::load(options.scene);
+  SceneOptions shown;
+  shown.scene = options.scene;
+  const auto scene = openScene(shown, {}).scene;
   printWarnings(scene->warnings());
-  if (scene->cameras().empty()) throw Failure(ExitStatus::Failed, "scene '" + options.scene + "'", "it has no camera");
   printResult(options.json ? lineOf(listed(*scene)) : listing(*scene));
   return ExitStatus::Done;
 }

@@ -4,6 +4,11 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <string_view>
+
+#include "values/texts.h"
+
+#include "help_text.h"
 
 namespace quillmere::app {
 namespace {
@@ -19,33 +24,12 @@ constexpr std::array kCommands{
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
     Command{"panel", "Show the effect's attribute panel: values, choices, limits", addPanel},
     Command{"cameras", "List the cameras of a scene", addCameras},
+    Command{"info", "Tell what a scene holds: clips, cameras, lights, sizes, what isn't supported", addInfo},
     Command{"workflows", "List the workflows of the catalog, and change the list", addWorkflows},
     Command{"show", "Show what made a picture: prompt, workflow, seed, scene, camera", addShow},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},
     Command{"completion", "Print a script that completes this command in a shell", addCompletion},
-};
-
-// Help without what the parser adds for its own sake: the checks of a value behind its type, and "{false}" behind a
-// flag that switches something off.
-class HelpFormatter : public CLI::Formatter {
- public:
-  HelpFormatter() { column_width(34); }
-
-  std::string make_option_name(const CLI::Option* option, bool positional) const override {
-    return without("{false}", CLI::Formatter::make_option_name(option, positional));
-  }
-  std::string make_option_opts(const CLI::Option* option) const override {
-    if (option->get_type_name().empty()) return CLI::Formatter::make_option_opts(option);
-    const std::string type = " " + option->get_type_name();  // " TYPE:CHECK", " TYPE" or " :CHECK"
-    const std::size_t colon = std::min(type.find(':'), type.size());
-    return without(type.substr(colon == 1 ? 0 : colon), CLI::Formatter::make_option_opts(option));
-  }
-
- private:
-  static std::string without(const std::string& part, std::string text) {
-    const std::size_t found = text.find(part);
-    return found == std::string::npos ? text : text.erase(found, part.size());
-  }
+    Command{"help", "Tell about a command, or print the manual page", addHelp},
 };
 
 // The sub-command whose arguments were being read when the parser gave up, with those above it.
@@ -63,12 +47,15 @@ void refuseUnknownCommand(const CLI::App& parent, int argc, const char* const* a
   const auto below = parent.get_subcommands({});
   const std::string word = argc > at ? argv[at] : "";
   if (below.empty() || word.empty() || word.front() == '-') return;
+  std::vector<std::string> names;
   std::string known;
   for (const CLI::App* command : below) {
     if (command->check_name(word)) return refuseUnknownCommand(*command, argc, argv, at + 1);
+    names.push_back(command->get_name());
     known += (known.empty() ? "" : ", ") + command->get_name();
   }
-  throw Failure(ExitStatus::Usage, "command '" + word + "'", "there is none of that name", "the commands: " + known);
+  throw Failure(ExitStatus::Usage, "command '" + word + "'", "there is none of that name",
+                suggestion(names, word) + "the commands: " + known);
 }
 
 bool takesValue(const CLI::App& root, int argc, const char* const* argv, const std::string& option) {
@@ -102,10 +89,28 @@ std::vector<std::string> argumentsFor(const CLI::App& root, int argc, const char
   return arguments;
 }
 
-[[noreturn]] void refuse(const CLI::App& root, const CLI::ParseError& error) {
+// For the first argument that looks like an option and is none of the command that was called; mostly empty.
+std::string suggestedOption(const CLI::App& root, int argc, const char* const* argv) {
+  const CLI::App* command = &root;
+  while (!command->get_subcommands().empty()) command = command->get_subcommands().back();
+  std::vector<std::string> names;
+  for (const CLI::Option* option : command->get_options()) {
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  }
+  for (int at = 1; at < argc; ++at) {
+    const std::string_view argument = argv[at];
+    const std::string_view name = argument.substr(0, argument.find('='));
+    if (name.starts_with("--") && name.size() > 2 && std::find(names.begin(), names.end(), name) == names.end()) {
+      return suggestion(names, name);
+    }
+  }
+  return {};
+}
+
+[[noreturn]] void refuse(const CLI::App& root, const CLI::ParseError& error, const std::string& suggested) {
   const std::string command = calledCommand(root);
   throw Failure(ExitStatus::Usage, command.empty() ? "arguments" : command, error.what(),
-                "see quillmere " + command + (command.empty() ? "" : " ") + "--help");
+                suggested + "see quillmere " + command + (command.empty() ? "" : " ") + "--help");
 }
 
 ExitStatus runChosen(const std::vector<std::pair<CLI::App*, Action>>& actions) {
@@ -144,7 +149,8 @@ ExitStatus run(int argc, const char* const* argv) {
     tree.root().exit(answer);
     return ExitStatus::Done;
   } catch (const CLI::ParseError& error) {
-    refuse(tree.root(), error);
+    const bool unknown = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    refuse(tree.root(), error, unknown ? suggestedOption(tree.root(), argc, argv) : "");
   }
   return runChosen(tree.actions());
 }

@@ -20,10 +20,12 @@ Action addRender(CLI::App& command);
 Action addGuide(CLI::App& command);
 Action addPanel(CLI::App& command);
 Action addCameras(CLI::App& command);
+Action addInfo(CLI::App& command);
 Action addWorkflows(CLI::App& command);
 Action addShow(CLI::App& command);
 Action addDoctor(CLI::App& command);
 Action addCompletion(CLI::App& command);
+Action addHelp(CLI::App& command);
 
 // The parser of the whole command line.
 class CommandTree {

@@ -1,135 +1,92 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "base/utf8.h"
+#include "candidates.h"
 #include "commands.h"
 #include "report/output.h"
 
 namespace quillmere::app {
 namespace {
 
-struct Word {
-  std::string text, meaning;
+struct Shell {
+  const char *name, *script;
 };
 
-struct Node {
-  std::vector<std::string> path;  // of names; none for the root
-  std::vector<Word> options;      // and sub-commands
+// Each asks the command itself, so that what it offers is true of its version, and of the scene and the catalog at
+// hand. Where nothing is offered, the shell completes files.
+constexpr Shell kShells[] = {
+    {"bash", R"sh(_quillmere() {
+  local line
+  COMPREPLY=()
+  while IFS= read -r line; do
+    COMPREPLY+=("$(printf '%q' "${line%%$'\t'*}")")
+  done < <("${COMP_WORDS[0]/#\~/$HOME}" completion --offer -- "${COMP_WORDS[@]:1:COMP_CWORD}" 2>/dev/null)
+  if [[ ${COMPREPLY[0]-} == *= ]]; then compopt -o nospace 2>/dev/null; fi
+}
+complete -o default -F _quillmere quillmere
+)sh"},
+    {"zsh", R"sh(#compdef quillmere
+_quillmere() {
+  local -a offered
+  offered=("${(@f)$(quillmere completion --offer -- "${words[@]:1:$((CURRENT - 1))}" 2>/dev/null)}")
+  offered=("${(@)offered%%$'\t'*}")
+  if [[ -n ${offered[1]} ]]; then compadd -a offered; else _files; fi
+}
+if [[ ${funcstack[1]} == _quillmere ]]; then _quillmere "$@"; else compdef _quillmere quillmere; fi
+)sh"},
+    {"fish", R"sh(function __quillmere_offer
+  set -l before (commandline -opc)
+  set -l offered (quillmere completion --offer -- $before[2..-1] (commandline -ct) 2>/dev/null)
+  if test (count $offered) -gt 0
+    printf '%s\n' $offered
+  else
+    __fish_complete_path (commandline -ct)
+  end
+end
+complete -c quillmere -f -a '(__quillmere_offer)'
+)sh"},
 };
 
-std::vector<Word> optionsOf(const CLI::App& command) {
-  std::vector<Word> words;
-  for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) words.push_back({"--" + name, option->get_description()});
-  }
-  return words;
-}
+struct Options {
+  std::vector<std::string> words;  // the shell's name, or the words of an unfinished command line
+  bool offer = false;
+};
 
-// The command, then those below it.
-void addNodes(const CLI::App& command, const std::vector<std::string>& path, std::vector<Node>& nodes) {
-  nodes.push_back({path, optionsOf(command)});
-  const std::size_t self = nodes.size() - 1;
-  for (const CLI::App* below : command.get_subcommands({})) {
-    nodes[self].options.push_back({below->get_name(), below->get_description()});
-    std::vector<std::string> name = path;
-    name.push_back(below->get_name());
-    addNodes(*below, name, nodes);
-  }
-}
-
-// The root first.
-std::vector<Node> allNodes() {
+// A line each: the text, and behind a tab its meaning.
+std::string offered(const std::vector<std::string>& words) {
   CommandTree tree;
-  std::vector<Node> nodes;
-  addNodes(tree.root(), {}, nodes);
-  return nodes;
-}
-
-bool isOption(const Word& word) {
-  return word.text.starts_with("--");
-}
-
-// fish's word for one of the names standing before.
-std::string seen(const std::string& names) {
-  return "__fish_seen_subcommand_from " + names;
-}
-
-std::string joined(const std::vector<Word>& words) {
-  std::string text;
-  for (const Word& word : words) text += (text.empty() ? "" : " ") + word.text;
-  return text;
-}
-
-// For a text between single quotes.
-std::string quoted(const std::string& text) {
-  std::string safe;
-  for (const char letter : text) safe += letter == '\'' ? std::string("'\\''") : std::string(1, letter);
-  return safe;
-}
-
-std::string forBash() {
-  std::string cases, nested;
-  for (const Node& node : allNodes()) {
-    std::string name;
-    for (const std::string& word : node.path) name += (name.empty() ? "" : " ") + word;
-    cases += "    '" + name + "') words='" + joined(node.options) + "' ;;\n";
-    if (node.path.size() > 1) nested += (nested.empty() ? "'" : "|'") + name + "'";
+  std::string lines;
+  for (const Candidate& one : candidatesFor(words, tree.root())) {
+    const std::string meaning = one.meaning.substr(0, one.meaning.find('\n'));
+    lines += printable(one.text) + (meaning.empty() ? "" : "\t" + printable(meaning)) + "\n";
   }
-  return "_quillmere() {\n"
-         "  local current=${COMP_WORDS[COMP_CWORD]} command='' words=''\n"
-         "  [ \"$COMP_CWORD\" -gt 1 ] && command=${COMP_WORDS[1]}\n"
-         "  [ \"$COMP_CWORD\" -gt 2 ] && case \"$command ${COMP_WORDS[2]}\" in\n"
-         "    " +
-         nested +
-         ") command=\"$command ${COMP_WORDS[2]}\" ;;\n"
-         "  esac\n"
-         "  case $command in\n" +
-         cases +
-         "  esac\n"
-         "  COMPREPLY=($(compgen -W \"$words\" -- \"$current\"))\n"
-         "}\n"
-         "complete -o default -F _quillmere quillmere\n";
+  return lines;
 }
 
-// zsh reads what bash does, once it is told to.
-std::string forZsh() {
-  return "autoload -U +X bashcompinit && bashcompinit\n" + forBash();
-}
-
-// Where fish is to offer what belongs to the node.
-std::string fishCondition(const Node& node) {
-  if (node.path.empty()) return "__fish_use_subcommand";
-  std::string when, below;
-  for (const std::string& name : node.path) when += (when.empty() ? "" : "; and ") + seen(name);
-  for (const Word& word : node.options) below += isOption(word) ? "" : " " + word.text;
-  return below.empty() ? when : when + "; and not " + seen(below.substr(1));
-}
-
-std::string forFish() {
-  std::string script;
-  for (const Node& node : allNodes()) {
-    const std::string when = fishCondition(node);
-    for (const Word& word : node.options) {
-      script += "complete -c quillmere -n '" + when + "' " +
-                (isOption(word) ? "-l " + word.text.substr(2) : "-a " + word.text) + " -d '" + quoted(word.meaning) +
-                "'\n";
-    }
-  }
-  return script;
+std::string scriptFor(const std::vector<std::string>& words) {
+  const std::string name = words.size() == 1 ? words.front() : "";
+  const auto* const found =
+      std::find_if(std::begin(kShells), std::end(kShells), [&](const Shell& shell) { return name == shell.name; });
+  if (found != std::end(kShells)) return found->script;
+  throw Failure(ExitStatus::Usage, "completion",
+                name.empty() ? "no shell is named" : "'" + name + "' is no shell that it is for",
+                "name bash, zsh or fish");
 }
 
 }  // namespace
 
 Action addCompletion(CLI::App& command) {
-  const auto shell = std::make_shared<std::string>();
-  command.add_option("SHELL", *shell, "bash, zsh or fish")
-      ->required()
-      ->check(CLI::IsMember({"bash", "zsh", "fish"}))
-      ->type_name("");
+  const auto options = std::make_shared<Options>();
+  command.add_option("SHELL", options->words, "The shell to complete in")->type_name("bash|zsh|fish");
+  command.add_flag("--offer", options->offer,
+                   "Print what may stand at the end of a command line, whose words come behind '--'");
   command.footer("Example:\n  source <(quillmere completion bash)");
-  return [shell] {
-    printResult(*shell == "bash" ? forBash() : *shell == "zsh" ? forZsh() : forFish());
+  return [options] {
+    printResult(options->offer ? offered(options->words) : scriptFor(options->words));
     return ExitStatus::Done;
   };
 }

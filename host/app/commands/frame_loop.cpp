@@ -2,8 +2,13 @@
 
 #include <chrono>
 
+#include "files/disk_room.h"
 #include "files/exchange_files.h"
+#include "files/helper_progress.h"
+#include "files/leftovers.h"
+#include "files/view_state.h"
 #include "image/file_formats.h"
+#include "process/lifeline.h"
 #include "process/process_tree.h"
 #include "record/picture_record.h"
 #include "report/output.h"
@@ -38,7 +43,26 @@ void settleProcesses(const Outcome& outcome) {
   }
 }
 
-std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node) {
+// A frame at its largest: what PNG can't pack, and the texts beside it.
+std::optional<Obstacle> lackOfRoomFor(const FramePlan& plan) {
+  constexpr std::uintmax_t kTexts = std::uintmax_t{1} << 20U;
+  const auto pixels = static_cast<std::uintmax_t>(plan.size.width) * static_cast<std::uintmax_t>(plan.size.height);
+  const int bytes = plan.output.format() == FileFormat::Exr ? 12 : plan.output.format() == FileFormat::Png16 ? 6 : 3;
+  if (auto lack = lackOfRoom("write directory", plan.writeDirectory, 3 * pixels + kTexts)) return lack;
+  return lackOfRoom("output folder", plan.output.folder(), static_cast<std::uintmax_t>(bytes) * pixels + kTexts);
+}
+
+// What a full disk has left of the frame's files, for the end of its error; empty when all are whole.
+std::string incomplete(const FramePlan& plan, std::int32_t frame) {
+  std::string names;
+  for (const auto& file : incompleteFiles(plan.writeDirectory, frame)) {
+    names += (names.empty() ? "" : ", ") + ("'" + file.string() + "'");
+  }
+  return names.empty() ? "" : "incomplete on disk: " + names;
+}
+
+std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node, const ToldOnce& report) {
+  if (!report.undrawn().empty()) return report.undrawn();
   if (result == cinema::RENDERRESULT::OUTOFMEMORY) return "there is not enough memory for it; try a smaller --size";
   const std::string told = node.text(QUILLMERE_STATUS);
   return told == kUnexplainedFailure ? told + "; 'quillmere doctor' tells what the helper lacks" : told;
@@ -60,19 +84,22 @@ std::string reasonNotTaken(const std::string& picture) {
 }
 
 Outcome renderOne(host::Document& document, const NodeParameters& node, const FramePlan& plan, std::int32_t number,
-                  const std::function<bool()>& stop) {
-  if (const auto obstacle = obstacleForFrame(plan.writeDirectory, number)) {
-    return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
-  }
+                  const ToldOnce& report, const std::function<bool()>& stop) {
+  auto obstacle = obstacleForFrame(plan.writeDirectory, number);
+  if (!obstacle) obstacle = lackOfRoomFor(plan);
+  if (obstacle) return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
+  setFormerResponseAside(plan.writeDirectory, number);
   const std::filesystem::path file = plan.output.fileFor(number);
   const host::Frame frame = host::renderFrame(document, stop, document.finalSettings());
   const int result = static_cast<int>(frame.result);
-  if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node)};
+  if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node, report)};
   const std::string generated = generatedPicture(node);
   if (!generated.empty() && frame.lines == host::Frame::Lines::OfHost) {
     return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
   }
   try {
+    std::error_code error;  // told by the file that can't be written
+    if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), error);
     writeFrame(file, {plan.output.format(), plan.exr}, frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
   } catch (const Error& error) {
@@ -92,25 +119,54 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
           .picture = generated ? generatedPicture(node) : ""};
 }
 
+// The picture of a frame without trouble is whole, whatever was lost beside it.
+void tellTrouble(std::int32_t frame, const std::string& trouble, const std::string& lost,
+                 const std::function<bool()>& stop) {
+  if ((trouble.empty() && lost.empty()) || stop()) return;
+  const std::string name = (trouble.empty() ? "warning: frame " : "frame ") + std::to_string(frame) + ": ";
+  printError(name + trouble + (trouble.empty() || lost.empty() ? "" : "; ") + lost);
+}
+
+// Before a guide is drawn for minutes that the helper then refuses.
+void refuseMorePixelsThanMade(PictureSize size) {
+  if (std::int64_t{size.width} * size.height <= kMostPixels) return;
+  throw Failure(ExitStatus::Usage, "size " + std::to_string(size.width) + "x" + std::to_string(size.height),
+                "the helper makes pictures of at most " + std::to_string(kMostPixels / 1'000'000) + " megapixels",
+                "give a smaller --size");
+}
+
+// What dead processes have left where this render writes.
+void sweep(const NodeParameters& node, const FramePlan& plan) {
+  sweepLeftovers(runtimeFolder(plan.writeDirectory));
+  sweepLeftovers(plan.output.folder());
+  if (const std::string pictures = node.text(QUILLMERE_OUTPUT_DIRECTORY); !pictures.empty()) sweepLeftovers(pictures);
+}
+
 }  // namespace
 
-ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
+ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop) {
-  refuse(obstacleForAll(plan.writeDirectory));
-  refuse(obstacleAt("workflow", node.text(QUILLMERE_WORKFLOW_PATH)));
+  const std::string workflow = node.text(QUILLMERE_WORKFLOW_PATH);
+  if (!workflow.empty()) refuseMorePixelsThanMade(plan.size);
+  refuse(obstacleAt("workflow", workflow));
+  sweep(node, plan);
+  keepViewState(plan.writeDirectory);
   const Alone alone;
+  const Lifeline lifeline;
   ExitStatus status = ExitStatus::Done;
   for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
     const std::int32_t frame = plan.frames.at(index);
     report.frameBegins(frame, index, plan.frames.count());
-    document.setFrame(frame);
+    document.setFrame(frame, plan.clock.secondsAt(frame));
     const Clock::time_point begun = Clock::now();
-    const Outcome outcome = renderOne(document, node, plan, frame, stop);
+    HelperProgress progress(plan.writeDirectory, frame, report);
+    const Outcome outcome = renderOne(document, node, plan, frame, report, progress.watchingDuring(stop));
     settleProcesses(outcome);
+    removePreviews(plan.writeDirectory, frame);
+    keepViewState(plan.writeDirectory);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
-    if (outcome.trouble.empty()) continue;
-    status = ExitStatus::Failed;
-    if (!stop()) printError("frame " + std::to_string(frame) + ": " + outcome.trouble);
+    tellTrouble(frame, outcome.trouble, incomplete(plan, frame), stop);
+    if (!outcome.trouble.empty()) status = ExitStatus::Failed;
   }
   return status;
 }

@@ -5,16 +5,19 @@
 
 #include "effect/node_parameters.h"
 #include "image/file_formats.h"
-#include "report/report.h"
+#include "report/told_once.h"
 #include "values/failure.h"
 #include "values/frames.h"
+#include "values/output_pattern.h"
 
 namespace quillmere::app {
 
 // Frames to render and where they go.
 struct FramePlan {
   FrameRange frames;
+  FrameClock clock;
   OutputPattern output;
+  PictureSize size;
   std::filesystem::path writeDirectory;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
 };
@@ -22,8 +25,9 @@ struct FramePlan {
 // Renders and writes one frame after the other until `stop` says true; a frame that fails doesn't keep the others from
 // being rendered. What a helper leaves running goes on through the frames that follow, until one fails or is broken
 // off; when this returns no process runs below this one. Failed when any frame failed. Throws Failure when no frame can
-// be rendered, because something else lies in the place of a file that they share.
-ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, Report& report,
+// be rendered, because something else lies in the place of the workflow or the
+// helper would refuse the size.
+ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop);
 
 }  // namespace quillmere::app

@@ -8,8 +8,10 @@
 #include "drendersettings.h"
 #include "options.h"
 #include "report/output.h"
+#include "sdk/api/application.h"
 #include "sdk/api/document.h"
 #include "sdk/core/text.h"
+#include "values/output_pattern.h"
 #include "values/texts.h"
 
 namespace quillmere::app {
@@ -20,7 +22,7 @@ using namespace cinema;
 struct Options {
   SceneOptions scene;
   std::string output;
-  std::int32_t frame = 0;
+  FrameRange frame;
   GuideMode mode = GuideMode::QuickShading;
   DrawingOptions drawing;
 };
@@ -32,8 +34,23 @@ void refuseOtherFormats(const std::string& output) {
   throw Failure(ExitStatus::Usage, "-o '" + output + "'", "a guide image is a PNG", "end the file's name in .png");
 }
 
+// Why the host could not draw, which it tells its console alone.
+struct Console : host::Events {
+  void console(const std::string& line) override {
+    if (line.starts_with(host::kUndrawn)) undrawn = line.substr(host::kUndrawn.size());
+  }
+
+  std::string undrawn;
+};
+
 [[noreturn]] void fail(const std::string& why, const std::string& remedy = {}) {
   throw Failure(ExitStatus::Failed, "guide image", why, remedy);
+}
+
+FrameRange oneFrame(const std::string& text) {
+  const FrameRange frames = parseFrameRange(text);
+  if (frames.count() == 1) return frames;
+  throw Failure(ExitStatus::Usage, "--frame '" + text + "'", "a guide is drawn of one frame", "write one number");
 }
 
 bool drawQuick(BaseDocument& document, BaseObject& camera, BaseBitmap& picture) {
@@ -63,6 +80,8 @@ bool drawFinal(BaseDocument& document, BaseObject& camera, PictureSize size, Bas
 // for its guide, and writes it as a PNG beside `file`, which it then replaces.
 void writeGuide(host::Document& document, BaseObject& camera, GuideMode mode, PictureSize size,
                 const std::filesystem::path& file) {
+  Console console;
+  const host::Application application(".", console);  // for its console alone
   AutoAlloc<BaseBitmap> picture;
   if (!picture || picture->Init(size.width, size.height, 32) != IMAGERESULT::OK) {
     fail("no memory for a picture of that size", "give --size smaller sides");
@@ -70,7 +89,7 @@ void writeGuide(host::Document& document, BaseObject& camera, GuideMode mode, Pi
   BaseDocument& api = document.api();
   const bool drawn =
       mode == GuideMode::FinalRender ? drawFinal(api, camera, size, *picture) : drawQuick(api, camera, *picture);
-  if (!drawn) fail("the scene could not be drawn");
+  if (!drawn) fail(console.undrawn.empty() ? "the scene could not be drawn" : console.undrawn);
   if (picture->Save(host::filenameOf(file), FILTER_PNG, nullptr, SAVEBIT::NONE) != IMAGERESULT::OK) {
     fail("cannot write '" + file.string() + "'", "give -o a file in a folder that is there and that you may write to");
   }
@@ -79,18 +98,23 @@ void writeGuide(host::Document& document, BaseObject& camera, GuideMode mode, Pi
 ExitStatus run(const Options& options) {
   refuseOtherFormats(options.output);
   requireUtf8("-o '" + options.output + "'", options.output);
-  host::Document document(options.scene.scene);
+  OutputPattern output = OutputPattern::parse(options.output);
+  if (options.scene.cameras.size() > 1) output = output.namingCameras();
+  const OpenedScene opened = openScene(options.scene, options.frame);
+  host::Document document(opened.scene, options.scene.scene);
   printWarnings(document.warnings());
-  document.setFps(options.scene.fps);
-  document.setFrame(options.frame);
+  for (const std::string& note : opened.notes) printError(note);
+  const FrameClock& clock = options.scene.clock;
+  document.setFps(clock.rate.whole());
+  document.setFrame(options.frame.first, clock.secondsAt(options.frame.first));
   applyTo(document, options.drawing);
-  if (document.cameras().empty()) {
-    throw Failure(ExitStatus::Failed, "scene '" + options.scene.scene + "'", "it has no camera to look through",
-                  "add a camera to it");
+  std::vector<std::string> cameras = opened.cameras;
+  if (cameras.empty()) cameras.push_back(document.cameras().front().name);
+  refuseSharedFiles(cameras, output);
+  for (const std::string& camera : cameras) {
+    writeGuide(document, *cameraCalled(camera, document).object, options.mode, options.scene.size,
+               output.forCamera(camera).fileFor(options.frame.first));
   }
-  const host::Document::Camera& camera =
-      options.scene.camera.empty() ? document.cameras().front() : cameraCalled(options.scene.camera, document);
-  writeGuide(document, *camera.object, options.mode, options.scene.size, options.output);
   if (!document.drawingNote().empty()) printError("warning: " + document.drawingNote());
   return ExitStatus::Done;
 }
@@ -100,12 +124,25 @@ ExitStatus run(const Options& options) {
 Action addGuide(CLI::App& command) {
   const auto options = std::make_shared<Options>();
   addSceneOptions(command, options->scene);
-  command.add_option("-o,--output", options->output, "The PNG to write")->required()->type_name("FILE.png");
-  command.add_option("--frame", options->frame, "The frame to draw")->capture_default_str()->type_name("N");
+  command.add_option("-o,--output", options->output, "The PNG to write; placeholders as in render")
+      ->required()
+      ->type_name("FILE.png");
+  command
+      .add_option_function<std::string>(
+          "--frame", [options = options.get()](const std::string& text) { options->frame = oneFrame(text); },
+          "The frame to draw")
+      ->type_name("N")
+      ->default_str("0");
+  addTime(command, options->scene, "--frame");
   addGuideMode(command, [options = options.get()](GuideMode mode) { options->mode = mode; });
   addDrawingOptions(command, options->drawing);
   command.footer("Example:\n  quillmere guide harbour.glb -o guide.png --camera Quayside --size 1920x1080");
-  return [options] { return run(*options); };
+  return [options] {
+    if (options->scene.clock.time) {
+      options->frame.first = options->frame.last = frameAt(*options->scene.clock.time, options->scene.clock.rate);
+    }
+    return run(*options);
+  };
 }
 
 }  // namespace quillmere::app

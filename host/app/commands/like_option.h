@@ -25,8 +25,9 @@ struct LikeTarget {
   std::optional<std::string>& style;  // empty: no style image
 };
 
-// Takes over how `picture` was made, but for what was written on the parsed `command`. Returns the seed to render with.
-// Throws Failure when the picture doesn't tell, or its scene, workflow or style image is gone.
-std::uint64_t renderLike(const std::string& picture, const CLI::App& command, LikeTarget options);
+// Takes over how `picture` was made, but for what was written on the parsed `command`. Returns the seed to render with,
+// none for a picture that was made without one and for a control of that name on the command line. Throws Failure when
+// the picture doesn't tell, or its scene, workflow or style image is gone.
+std::optional<std::uint64_t> renderLike(const std::string& picture, const CLI::App& command, LikeTarget options);
 
 }  // namespace quillmere::app

@@ -2,25 +2,15 @@
 
 #include <CLI/CLI.hpp>
 #include <array>
-#include <charconv>
-#include <fstream>
 #include <string_view>
 
+#include "base/file_reading.h"
 #include "sdk/api/application.h"
 #include "values/failure.h"
 #include "values/texts.h"
 
 namespace quillmere::app {
 namespace {
-
-// Empty, or what is wrong with it: the parser's own range calls 23.976 out of it.
-std::string wholeFps(const std::string& text) {
-  int fps = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, fps);
-  if (read.ec == std::errc{} && read.ptr == end && fps >= 1 && fps <= kMostFps) return {};
-  return "'" + text + "' is no whole number from 1 to " + std::to_string(kMostFps);
-}
 
 std::filesystem::path usersFolder() {
   try {
@@ -57,15 +47,14 @@ constexpr std::array kSwitchOptions{
 constexpr std::size_t kLongestPrompt = 1U << 20U;
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin UTF-8 with it
 
-// Also from a pipe or a device, whose length nothing tells beforehand.
 std::string readPrompt(const std::string& file) {
   const std::string what = "prompt file '" + file + "'";
-  std::ifstream stream(file, std::ios::binary);
-  if (!stream) throw Failure(ExitStatus::Usage, what, "cannot be read");
-  std::string text(kLongestPrompt + 1, '\0');
-  stream.read(text.data(), static_cast<std::streamsize>(text.size()));
-  text.resize(static_cast<std::size_t>(stream.gcount()));
-  if (text.size() > kLongestPrompt) throw Failure(ExitStatus::Usage, what, "longer than 1 MiB", "shorten the prompt");
+  std::string text;
+  try {
+    text = readText(file, kLongestPrompt);
+  } catch (const Error& error) {
+    throw Failure(ExitStatus::Usage, what, error.what(), "give a text file of at most 1 MiB");
+  }
   requireUtf8(what, text);
   if (text.starts_with(kByteOrderMark)) text.erase(0, kByteOrderMark.size());
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.pop_back();
@@ -122,29 +111,6 @@ void addSwitches(CLI::App& command, EffectOptions& options) {
 
 }  // namespace
 
-void addSceneFile(CLI::App& command, std::string& scene) {
-  command.add_option("SCENE", scene, "The scene: a glTF 2.0 file (.gltf or .glb)")
-      ->required()
-      ->check(CLI::ExistingFile)
-      ->type_name("");
-}
-
-void addSceneOptions(CLI::App& command, SceneOptions& options) {
-  addSceneFile(command, options.scene);
-  command.add_option("--camera", options.camera, "The camera to look through (default: the scene's first)")
-      ->type_name("NAME");
-  command.add_option("--fps", options.fps, "Frames per second of the scene's animation, 1 to 100000")
-      ->capture_default_str()
-      ->check(CLI::Validator(wholeFps, "1 to " + std::to_string(kMostFps)))
-      ->type_name("N");
-  command
-      .add_option_function<std::string>(
-          "--size", [&options](const std::string& text) { options.size = parsePictureSize(text); },
-          "Size of the picture in pixels")
-      ->type_name("WxH")
-      ->default_str("1024x576");
-}
-
 void addPluginOption(CLI::App& command, SessionOptions& options) {
   command.add_option("--plugin", options.plugin, "Folder of the plug-in (default: the one beside this program)")
       ->check(CLI::ExistingDirectory)
@@ -171,7 +137,7 @@ void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen) {
       .add_option_function<std::string>(
           "--guide", [chosen = std::move(chosen)](const std::string& word) { chosen(guideModeOf(word)); },
           "How the guide image is drawn: quick as a viewport shows it, final as a full rendering")
-      ->check(CLI::IsMember(kGuideModeWords))
+      ->check(CLI::IsMember(kGuideModeWords, CLI::ignore_case))
       ->type_name("quick|final");
 }
 

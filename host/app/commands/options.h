@@ -6,6 +6,7 @@
 
 #include "effect/drawing_options.h"
 #include "effect/settings.h"
+#include "scene_options.h"
 #include "values/frames.h"
 
 namespace CLI {
@@ -14,17 +15,6 @@ class App;
 
 // Options that several commands have.
 namespace quillmere::app {
-
-// Which scene is looked at, through what and how large.
-struct SceneOptions {
-  std::string scene;
-  std::string camera;  // empty: the scene's first
-  int fps = 30;
-  PictureSize size;
-};
-
-void addSceneFile(CLI::App& command, std::string& scene);
-void addSceneOptions(CLI::App& command, SceneOptions& options);
 
 // Where the host writes and where the plug-in lies.
 struct SessionOptions {

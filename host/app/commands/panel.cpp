@@ -16,7 +16,7 @@ namespace {
 using Kind = Parameter::Kind;
 
 struct Options {
-  std::string scene, camera;
+  SceneOptions scene;
   EffectOptions effect;
   SessionOptions session;
   bool json = false;
@@ -168,9 +168,12 @@ Json panelJson(const std::vector<PanelRow>& rows) {
 
 ExitStatus run(const Options& options) {
   host::Events nobody;
-  EffectSession session(writeDirectoryOf(options.session), pluginFolder(options.session.plugin), nobody, options.scene);
+  OpenedScene opened;
+  if (!options.scene.scene.empty()) opened = openScene(options.scene, {});
+  EffectSession session(writeDirectoryOf(options.session), pluginFolder(options.session.plugin), nobody, opened.scene,
+                        options.scene.scene);
   printWarnings(session.document().warnings());
-  setUpNode(session.node(), session.document(), options.effect, options.camera);
+  setUpNode(session.node(), session.document(), options.effect, opened.cameras.empty() ? "" : opened.cameras.front());
   const auto rows = panelRows(session.node(), session.document());
   printResult(options.json ? lineOf(panelJson(rows)) : panelTable(rows));
   return ExitStatus::Done;
@@ -180,10 +183,12 @@ ExitStatus run(const Options& options) {
 
 Action addPanel(CLI::App& command) {
   const auto options = std::make_shared<Options>();
-  addSceneFile(command, options->scene);
+  addSceneFile(command, options->scene.scene);
   command.get_option("SCENE")->required(false);
   command.add_flag("--json", options->json, "Print a JSON array of objects instead of a table");
-  command.add_option("--camera", options->camera, "The camera of the scene to choose")->type_name("NAME");
+  command.add_option("--camera", options->scene.cameras, "The camera of the scene to choose")
+      ->type_name("NAME|N")
+      ->expected(1);
   addEffectOptions(command, options->effect);
   addSessionOptions(command, options->session);
   command.footer(

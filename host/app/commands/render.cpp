@@ -6,10 +6,12 @@
 #include <optional>
 
 #include "commands.h"
+#include "effect/controls.h"
 #include "effect/effect_session.h"
 #include "effect/settings.h"
 #include "effect/workflow_catalog.h"
 #include "files/exchange_files.h"
+#include "files/helper_progress.h"
 #include "frame_loop.h"
 #include "like_option.h"
 #include "options.h"
@@ -43,6 +45,7 @@ ReportStyle styleOf(const Options& options) {
 
 FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
   OutputPattern output = OutputPattern::parse(options.output);
+  if (options.scene.cameras.size() > 1) output = output.namingCameras();
   if (options.frames.count() > 1) output = output.numberingFrames();
   std::error_code error;
   if (!output.folder().empty()) fs::create_directories(output.folder(), error);
@@ -50,53 +53,96 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
     throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
                   "give --output a folder that you may write to");
   }
-  return {options.frames, output, writeDirectory, options.exr};
+  return {options.frames, options.scene.clock, output, options.scene.size, writeDirectory, options.exr};
 }
 
-void configure(EffectSession& session, const Options& options) {
+void configure(EffectSession& session, const Options& options, const std::string& camera,
+               const fs::path& writeDirectory) {
   host::Document& document = session.document();
-  document.setFps(options.scene.fps);
+  document.setFps(options.scene.clock.rate.whole());
   document.setSize(options.scene.size.width, options.scene.size.height);
   applyTo(document, options.drawing);
-  const WorkflowGiven given = setUpNode(session.node(), document, options.effect, options.scene.camera);
-  if (given == WorkflowGiven::No && preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample &&
-      !options.quiet) {
+  const NodeSetUp made = setUpNode(session.node(), document, options.effect, camera);
+  if (made.workflow == WorkflowGiven::No &&
+      preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample && !options.quiet) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
-  if (!options.saveSettings.empty()) saveSettings(session.node(), options.drawing, options.saveSettings);
+  if (!options.saveSettings.empty()) {
+    saveSettings(session.node(), made.controls, options.drawing, options.saveSettings);
+  }
+  setControls(session.node(), made.controls, runtimeFolder(writeDirectory));
+}
+
+void tellOf(const OpenedScene& opened) {
+  printWarnings(opened.scene->warnings());
+  for (const std::string& note : opened.notes) printError(note);
+}
+
+// What a picture's record keeps of how the scene is shown.
+Json shownAs(const OpenedScene& opened, const Options& options) {
+  Json facts = opened.facts;
+  facts["drawing"] = jsonOf(options.drawing);
+  return facts;
+}
+
+// All frames through one camera after the other.
+ExitStatus renderCameras(EffectSession& session, const Options& options, const OpenedScene& opened,
+                         const FramePlan& plan, ToldOnce& report, const std::function<bool()>& stop) {
+  std::vector<std::string> cameras = opened.cameras;
+  if (cameras.empty()) cameras.push_back(cameraOf(session));
+  refuseSharedFiles(cameras, plan.output);
+  ExitStatus status = ExitStatus::Done;
+  for (const std::string& camera : cameras) {
+    if (stop()) break;
+    FramePlan through = plan;
+    through.output = plan.output.forCamera(camera);
+    if (cameras.size() > 1) session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
+    tellHelper(session, options.scene.scene, shownAs(opened, options), runtimeFolder(plan.writeDirectory));
+    if (renderFrames(session.document(), session.node(), through, report, stop) != ExitStatus::Done) {
+      status = ExitStatus::Failed;
+    }
+  }
+  return status;
 }
 
 ExitStatus run(const Options& options) {
   const OwnStandardOutput own;
   Output results(own.descriptor()), errors(STDERR_FILENO);
-  const auto report = makeReport(styleOf(options), results, errors);
-  const UserBreak userBreak([&report] { report->silence(); });
+  const auto styled = makeReport(styleOf(options), results, errors);
+  ToldOnce report(*styled, options.json ? ToldOnce::Reader::Program : ToldOnce::Reader::Person);
+  const UserBreak userBreak([&report] { report.silence(); });
   adoptOrphans();
   const fs::path writeDirectory = writeDirectoryOf(options.session);
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
-  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), *report, options.scene.scene);
-  if (!options.quiet) printWarnings(session.document().warnings());
-  configure(session, options);
-  tellHelper(session, {options.scene.scene, options.scene.fps, options.drawing}, runtimeFolder(writeDirectory));
+  const OpenedScene opened = openScene(options.scene, options.frames);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), report, opened.scene,
+                        options.scene.scene);
+  if (!options.quiet) tellOf(opened);
+  configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
   if (options.style) tellStyle(*options.style);
-  const auto stop = [&] { return userBreak.seen() || report->outputLost(); };
-  const ExitStatus status = renderFrames(session.document(), session.node(), plan, *report, stop);
+  if (report.wantsPreviews()) askForPreviews();
+  const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
+  const ExitStatus status = renderCameras(session, options, opened, plan, report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
-  if (!report->outputLost()) return status;
+  if (!report.outputLost()) return status;
   throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
 }
 
-// What --like leaves to be filled in.
+// What --like and --time leave to be filled in.
 void complete(Options& options, const CLI::App& command) {
   if (!options.like.empty()) {
-    tellSeed(renderLike(options.like, command,
-                        {options.scene, options.frames, options.effect, options.drawing, options.style}));
+    const LikeTarget target{options.scene, options.frames, options.effect, options.drawing, options.style};
+    if (const auto seed = renderLike(options.like, command, target)) tellSeed(*seed);
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
   }
   if (!options.effect.settings.empty()) options.drawing.complete(drawingIn(options.effect.settings));
+  if (command.count("--time") > 0) {
+    const std::int32_t frame = frameAt(*options.scene.clock.time, options.scene.clock.rate);
+    options.frames = {frame, frame, 1};
+  }
 }
 
 std::string styleImage(const std::string& given) {
@@ -115,11 +161,25 @@ void addStyle(CLI::App& command, std::optional<std::string>& style) {
       ->type_name("PICTURE");
 }
 
+void addControls(CLI::App& command, Json& controls) {
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--control",
+          [&controls](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) readControl(text, controls);
+          },
+          "Set one of the workflow's controls, which 'quillmere workflows controls' lists;\n"
+          "may be given several times")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+}
+
 void addOutputOptions(CLI::App& command, Options& options) {
   command
-      .add_option("--output", options.output,
-                  "File of each frame; '####' stands for its number, and the ending for\n"
-                  "the format: .png (8 bits), .16.png (16 bits) or .exr (floats)")
+      .add_option("-o,--output", options.output,
+                  "File of each frame; '####' (or %04d, $F4, {frame}) stands for its number,\n"
+                  "{camera} for its camera, and the ending for the format: .png (8 bits),\n"
+                  ".16.png (16 bits) or .exr (floats)")
       ->capture_default_str()
       ->type_name("PATTERN");
   command
@@ -134,13 +194,14 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->default_str("linear");
   command
       .add_option_function<std::string>(
-          "--frames", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
+          "--frames,--frame", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
           "Frames to render")
       ->type_name("A|A-B|A-BxSTEP")
       ->default_str("0");
+  addTime(command, options.scene, "--frames");
   command
       .add_option("--save-settings", options.saveSettings,
-                  "Write the effect's settings to a file, before the first frame is rendered")
+                  "Write the effect's settings, and the controls, to a file, before the first frame is rendered")
       ->type_name("FILE");
   auto* json =
       command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");
@@ -163,6 +224,7 @@ Action addRender(CLI::App& command) {
   addOutputOptions(command, *options);
   headFormerOptions(command, "Output");
   addEffectOptions(command, options->effect);
+  addControls(command, options->effect.controls);
   addStyle(command, options->style);
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
@@ -175,9 +237,11 @@ Action addRender(CLI::App& command) {
       "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
       "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
       "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Quayside --guide final --json\n"
+      "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6 --control Model=soft\n"
+      "  quillmere render model.glb --turntable 96 --frames 0-95 --clip Walk --loop -o turn_####.png\n"
       "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
       "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
-      "/tmp/second-render\n"
+      "~/second-render\n"
       "  quillmere render --like render_0012.png --prompt \"the same at night\" --output night_####.png");
   command.get_help_ptr()->group("Options");
   return [options, &command] {

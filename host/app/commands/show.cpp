@@ -19,18 +19,23 @@ struct Options {
 struct Row {
   const char *key, *label;
 };
-// In the order in which they are shown; numbers and texts alike.
+// In the order in which they are shown; numbers, texts and objects of these alike.
 constexpr std::array kRows{
     Row{"effective_prompt", "prompt"},
     Row{"system_prompt", "system prompt"},
     Row{"prompt", "prompt"},
     Row{"workflow_path", "workflow"},
     Row{"workflow_id", "workflow ID"},
+    Row{"controls", "controls"},
     Row{"backend", "back end"},
     Row{"seed", "seed"},
     Row{"scene", "scene"},
     Row{"camera", "camera"},
+    Row{"view", "view"},
+    Row{"turntable", "turntable"},
+    Row{"clip", "clip"},
     Row{"frame", "frame"},
+    Row{"time", "time"},
     Row{"fps", "frames per second"},
     Row{"width", "width"},
     Row{"height", "height"},
@@ -46,13 +51,24 @@ constexpr std::array kRows{
 };
 constexpr std::size_t kLabelWidth = 20;
 
+std::string textOf(const Json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  if (!value.is_object()) return value.dump();
+  std::string text;
+  for (const auto& member : value.items()) {
+    text += (text.empty() ? "" : ", ") + member.key() + "=" + textOf(member.value());
+  }
+  return text;
+}
+
 std::string rowsOf(const Json& record) {
   std::string rows;
   for (const auto& [key, label] : kRows) {
     const auto value = record.find(key);
-    if (value == record.end() || value->is_null() || value->is_structured()) continue;
+    if (value == record.end() || value->is_array()) continue;
     if (key == std::string_view("effective_prompt") && record.contains("prompt")) continue;  // made of those below
-    const std::string text = value->is_string() ? value->get<std::string>() : value->dump();
+    const bool unseeded = key == std::string_view("seed") && value->is_null();
+    const std::string text = unseeded ? "none" : value->is_null() ? "" : textOf(*value);
     std::string head = label;
     head.resize(kLabelWidth, ' ');
     if (!text.empty()) rows += head + printable(text) + "\n";

@@ -118,11 +118,28 @@ std::optional<std::vector<Workflow>> module(const PluginFolder& plugin, const fs
   }
 }
 
+// What keeps several workflows from being run is told once, with its remedy: by the server that they need, or by the
+// first of them.
+Finding toldOnce(Finding workflow, std::vector<Finding>& before) {
+  if (workflow.state != State::Broken) return workflow;
+  const auto same = std::find_if(before.begin(), before.end(), [&](const Finding& other) {
+    return other.state != State::Ok && other.detail == workflow.detail && other.remedy == workflow.remedy;
+  });
+  if (same == before.end()) return workflow;
+  same->state = State::Broken;  // a server that nothing needs is a note
+  const bool server = same->subject.starts_with(kServer);
+  return {workflow.subject,
+          server ? State::Note : State::Broken,
+          (server ? "needs the " : "as for the ") + same->subject,
+          {}};
+}
+
 void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& plugin, std::vector<Finding>& findings) {
   const Clock::time_point end = Clock::now() + kPatience;
   const auto check = [&](const std::string& name, const fs::path& file) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-    findings.push_back(checkWorkflow(plugin, name, file, std::min(left, kPatienceEach)).finding);
+    const Finding found = checkWorkflow(plugin, name, file, std::min(left, kPatienceEach)).finding;
+    findings.push_back(toldOnce(found, findings));
   };
   for (const Workflow& workflow : catalog) check(workflow.name, workflow.file);
   if (catalog.empty()) check("example", plugin.exampleWorkflow());

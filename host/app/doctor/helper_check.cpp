@@ -1,6 +1,5 @@
 #include "helper_check.h"
 
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
 
@@ -11,13 +10,22 @@ namespace {
 
 namespace fs = std::filesystem;
 using State = Finding::State;
-using nlohmann::json;
 
 constexpr std::chrono::seconds kServersPatience{15};  // the helper gives each kind of server 3 s for an answer
+constexpr int kDeepest = 20;
 
-std::string textAt(const json& answer, const char* key) {
-  const auto found = answer.is_object() ? answer.find(key) : answer.end();
-  return answer.is_object() && found != answer.end() && found->is_string() ? found->get<std::string>() : "";
+// An empty object for what is none.
+Json answerIn(const std::string& text) {
+  try {
+    Json answer = parsedJson(text, kDeepest);
+    return answer.is_object() ? answer : Json::object();
+  } catch (const Error&) {
+    return Json::object();
+  }
+}
+
+bool isTrue(const Json& answer, const char* key) {
+  return answer.value(key, Json()) == Json(true);
 }
 
 // The last line that isn't blank: a failing interpreter ends its report with the reason.
@@ -29,7 +37,7 @@ std::string lastLine(const std::string& text) {
                      end - (begin == std::string::npos ? 0 : begin + 1) + 1);
 }
 
-std::string reasonOf(const ChildResult& result, const json& answer) {
+std::string reasonOf(const ChildResult& result, const Json& answer) {
   if (result.end == ChildResult::End::TimedOut) return "the helper did not answer in time";
   std::string told = textAt(answer, "problem");
   if (!told.empty()) return told;
@@ -37,21 +45,13 @@ std::string reasonOf(const ChildResult& result, const json& answer) {
   return said.empty() ? "the helper ended without an answer" : said;
 }
 
-// The helper's problems end in what to do about them.
-Finding problem(const std::string& subject, State state, const std::string& told) {
-  const std::size_t cut = told.rfind("; ");
-  if (cut == std::string::npos) return {subject, state, told, {}};
-  return {subject, state, told.substr(0, cut), told.substr(cut + 2)};
-}
-
-Finding serverFinding(const json& answer) {
-  const std::string subject = "server " + textAt(answer, "kind"), url = textAt(answer, "url");
-  const auto ok = answer.find("ok");
-  if (ok != answer.end() && *ok == true) {
+Finding serverFinding(const Json& answer) {
+  const std::string subject = std::string(kServer) + textAt(answer, "kind"), url = textAt(answer, "url");
+  if (isTrue(answer, "ok")) {
     const std::string version = textAt(answer, "version");
     return {subject, State::Ok, url + (version.empty() ? " answers" : " answers: " + version), {}};
   }
-  return problem(subject, State::Note, textAt(answer, "problem"));
+  return {subject, State::Note, textAt(answer, "problem"), textAt(answer, "remedy")};
 }
 
 // Why the file need not be shown to the helper.
@@ -63,7 +63,7 @@ std::optional<Finding> unreadable(const std::string& subject, const fs::path& fi
                  "export the workflow there, or choose another"};
 }
 
-std::string whereItRuns(const json& answer) {
+std::string whereItRuns(const Json& answer) {
   const std::string backEnd = textAt(answer, "backend");
   const std::string server = textAt(answer, "server"), version = textAt(answer, "version");
   std::string where = backEnd.empty() ? "can be run" : "runs on " + backEnd;
@@ -72,14 +72,55 @@ std::string whereItRuns(const json& answer) {
   return where;
 }
 
+WorkflowCheck unanswered(const fs::path& file, const Finding& finding) {
+  Json answer{{"workflow", file.string()}, {"ok", false}, {"backend", ""}};
+  answer.update(Json{{"problem", finding.detail}, {"remedy", finding.remedy}});
+  return {false, false, finding, std::move(answer)};
+}
+
+// What the helper answers to `option`.
+WorkflowCheck ask(const PluginFolder& plugin, const char* option, const std::string& subject, const fs::path& file,
+                  std::chrono::milliseconds patience) {
+  if (const auto finding = unreadable(subject, file)) return unanswered(file, *finding);
+  const std::vector<std::string> command{"python3", plugin.helper().string(), option, file.string(), "--json"};
+  if (patience <= std::chrono::milliseconds(0)) {
+    return unanswered(file, {subject, State::Note, "not checked: the checks before took too long",
+                             "run: quillmere workflows check '" + file.string() + "'"});
+  }
+  const ChildResult result = runChild(command, patience);
+  const Json answer = answerIn(result.output);
+  const bool ended = result.end == ChildResult::End::Exited && result.status == 0;
+  if (!answer.contains("ok")) {  // a helper of another make may know nothing of such questions
+    return unanswered(file, {subject, ended ? State::Note : State::Broken, reasonOf(result, answer), {}});
+  }
+  const Finding finding = ended ? Finding{subject, State::Ok, whereItRuns(answer), {}}
+                                : Finding{subject, State::Broken, reasonOf(result, answer), textAt(answer, "remedy")};
+  return {true, !textAt(answer, "backend").empty(), finding, answer};
+}
+
 }  // namespace
+
+std::string textAt(const Json& object, const char* key) {
+  const auto found = object.is_object() ? object.find(key) : object.end();
+  return object.is_object() && found != object.end() && found->is_string() ? found->get<std::string>() : "";
+}
+
+std::vector<Json> objectsAt(const Json& object, const char* key) {
+  std::vector<Json> objects;
+  const auto found = object.is_object() ? object.find(key) : object.end();
+  if (!object.is_object() || found == object.end() || !found->is_array()) return objects;
+  for (const Json& member : *found) {
+    if (member.is_object()) objects.push_back(member);
+  }
+  return objects;
+}
 
 std::vector<Finding> checkServers(const PluginFolder& plugin) {
   const ChildResult result = runChild({"python3", plugin.helper().string(), "--servers", "--json"}, kServersPatience);
   std::vector<Finding> findings;
   std::istringstream lines(result.output);
   for (std::string line; std::getline(lines, line);) {
-    const json answer = json::parse(line, nullptr, false);
+    const Json answer = answerIn(line);
     if (!textAt(answer, "kind").empty()) findings.push_back(serverFinding(answer));
   }
   if (findings.empty()) findings.push_back({"servers", State::Note, reasonOf(result, {}), {}});
@@ -88,22 +129,11 @@ std::vector<Finding> checkServers(const PluginFolder& plugin) {
 
 WorkflowCheck checkWorkflow(const PluginFolder& plugin, const std::string& name, const fs::path& file,
                             std::chrono::milliseconds patience) {
-  const std::string subject = "workflow " + name;
-  if (auto finding = unreadable(subject, file)) return {false, false, *finding};
-  const std::vector<std::string> check{"python3", plugin.helper().string(), "--check", file.string(), "--json"};
-  if (patience <= std::chrono::milliseconds(0)) {
-    return {false,
-            false,
-            {subject, State::Note, "not checked: the checks before took too long",
-             "run: " + check[0] + " '" + check[1] + "' --check '" + check[3] + "'"}};
-  }
-  const ChildResult result = runChild(check, patience);
-  const json answer = json::parse(result.output, nullptr, false);
-  const bool answered = answer.is_object() && answer.contains("ok"), known = !textAt(answer, "backend").empty();
-  if (result.end == ChildResult::End::Exited && result.status == 0) {
-    return {answered, known, {subject, State::Ok, whereItRuns(answer), {}}};
-  }
-  return {answered, known, problem(subject, State::Broken, reasonOf(result, answer))};
+  return ask(plugin, "--check", "workflow " + name, file, patience);
+}
+
+WorkflowCheck askForControls(const PluginFolder& plugin, const fs::path& file, std::chrono::milliseconds patience) {
+  return ask(plugin, "--controls", "workflow " + file.string(), file, patience);
 }
 
 }  // namespace quillmere::app

@@ -49,9 +49,9 @@ class EmptyScene : public scene::Scene {
   std::vector<std::string> warnings_;
 };
 
-host::Document documentOf(const fs::path& scene) {
-  if (scene.empty()) return host::Document(std::make_shared<EmptyScene>());
-  return host::Document(scene);
+std::shared_ptr<const scene::Scene> sceneOf(const fs::path& file) {
+  if (file.empty()) return std::make_shared<EmptyScene>();
+  return scene::load(file);
 }
 
 }  // namespace
@@ -84,9 +84,13 @@ EffectSession::Application::Application(const fs::path& writeDirectory, const Pl
 
 EffectSession::EffectSession(const fs::path& writeDirectory, PluginFolder plugin, host::Events& events,
                              const fs::path& scene)
+    : EffectSession(writeDirectory, std::move(plugin), events, sceneOf(scene), scene) {}
+
+EffectSession::EffectSession(const fs::path& writeDirectory, PluginFolder plugin, host::Events& events,
+                             std::shared_ptr<const scene::Scene> scene, const fs::path& file)
     : plugin_(std::move(plugin)),
       application_(writeDirectory, plugin_, events),
-      document_(documentOf(scene)),
+      document_(scene ? std::move(scene) : sceneOf({}), file),
       node_(document_, document_.addVideoPost(kEffectId), parameterNames(plugin_.path)) {}
 
 }  // namespace quillmere::app

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 
 #include "node_parameters.h"
+#include "scene/scene.h"
 #include "sdk/api/application.h"
 #include "sdk/api/document.h"
 
@@ -27,6 +29,9 @@ class EffectSession {
   // Failure when the effect could not read its catalog.
   EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, host::Events& events,
                 const std::filesystem::path& scene = {});
+  // With a scene that was loaded from `file`; null is none.
+  EffectSession(const std::filesystem::path& writeDirectory, PluginFolder plugin, host::Events& events,
+                std::shared_ptr<const scene::Scene> scene, const std::filesystem::path& file);
 
   host::Document& document() { return document_; }
   NodeParameters& node() { return node_; }

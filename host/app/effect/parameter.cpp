@@ -104,7 +104,7 @@ const host::Document::Camera& cameraCalled(const std::string& name, const host::
   for (const host::Document::Camera& camera : document.cameras()) names.push_back(camera.name);
   if (const auto index = indexOfName(names, name)) return document.cameras()[*index];
   throw Failure(ExitStatus::Usage, "camera '" + name + "'", "the scene has none of that name",
-                "its cameras: " + listed(names));
+                suggestion(names, name) + "its cameras: " + listed(names));
 }
 
 GeData acceptedValue(const Parameter& parameter, const Value& value, const host::Document& document) {

@@ -6,6 +6,7 @@
 
 #include "base/atomic_file.h"
 #include "base/file_reading.h"
+#include "controls.h"
 #include "sdk/core/text.h"
 #include "values/failure.h"
 #include "values/texts.h"
@@ -51,7 +52,7 @@ void checkHead(const fs::path& file, const Json& document) {
   }
 }
 
-// The file's "parameters", each of them one of the node's.
+// The file, with "parameters" that are the node's.
 Json readSettings(const NodeParameters& node, const fs::path& file) {
   const Json document = parsed(file);
   checkHead(file, document);
@@ -61,7 +62,7 @@ Json readSettings(const NodeParameters& node, const fs::path& file) {
         std::any_of(node.all().begin(), node.all().end(), [&](const Parameter& one) { return one.name == name; });
     if (!known) refuse(file, "holds '" + name + "', which the effect doesn't have", "remove it from the file");
   }
-  return document["parameters"];
+  return document;
 }
 
 Value valueOf(const Parameter& parameter, const Json& value) {
@@ -126,13 +127,17 @@ WorkflowGiven restore(NodeParameters& node, const host::Document& document, cons
   return given;
 }
 
-WorkflowGiven restoreFile(NodeParameters& node, const host::Document& document, const std::string& file,
-                          const std::set<int>& overridden) {
+NodeSetUp restoreFile(NodeParameters& node, const host::Document& document, const std::string& file,
+                      const std::set<int>& overridden) {
   const Json settings = readSettings(node, file);
   try {
-    return restore(node, document, settings, overridden);
+    const WorkflowGiven given = restore(node, document, settings["parameters"], overridden);
+    const bool kept = overridden.count(QUILLMERE_WORKFLOW) == 0;
+    return {given, kept ? checkedControls(settings.value("controls", Json())) : Json::object()};
   } catch (const Failure& failure) {
     refuse(file, failure.what(), failure.remedy());
+  } catch (const Error& error) {
+    refuse(file, std::string("its \"controls\" ") + error.what(), "correct it, or remove it from the file");
   }
 }
 
@@ -156,19 +161,19 @@ std::vector<Setting> inPanelOrder(const NodeParameters& node, const EffectOption
 
 }  // namespace
 
-WorkflowGiven setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
-                        const std::string& camera) {
+NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
+                    const std::string& camera) {
   const std::vector<Setting> settings = inPanelOrder(node, options, camera);
   std::set<int> given;
   for (const Setting& setting : settings) given.insert(setting.parameter->id);
   if (!options.workflow.empty()) given.insert(QUILLMERE_WORKFLOW);
-  bool workflow = given.count(QUILLMERE_WORKFLOW) > 0;
-  if (!options.settings.empty()) {
-    workflow |= restoreFile(node, document, options.settings, given) == WorkflowGiven::Yes;
-  }
+  NodeSetUp made;
+  if (!options.settings.empty()) made = restoreFile(node, document, options.settings, given);
+  if (given.count(QUILLMERE_WORKFLOW) > 0) made.workflow = WorkflowGiven::Yes;
   if (!options.workflow.empty()) chooseWorkflow(node, options.workflow);
   for (const auto& [parameter, value] : settings) node.set(*parameter, value);
-  return workflow ? WorkflowGiven::Yes : WorkflowGiven::No;
+  made.controls = mergedControls(made.controls, options.controls);
+  return made;
 }
 
 DrawingOptions drawingIn(const fs::path& file) {
@@ -177,11 +182,12 @@ DrawingOptions drawingIn(const fs::path& file) {
   return drawingOptionsOf(document.value("drawing", Json::object()), titleOf(file));
 }
 
-void saveSettings(const NodeParameters& node, const DrawingOptions& drawing, const fs::path& file) {
+void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
+                  const fs::path& file) {
   Json parameters = Json::object();
   for (const Parameter& parameter : node.all()) parameters[parameter.name] = node.stored(parameter.id);
-  const Json document{
-      {"format", kFormat}, {"version", kVersion}, {"parameters", parameters}, {"drawing", jsonOf(drawing)}};
+  Json document{{"format", kFormat}, {"version", kVersion}, {"parameters", parameters}, {"drawing", jsonOf(drawing)}};
+  if (!controls.empty()) document["controls"] = controls;
   writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 

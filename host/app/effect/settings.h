@@ -11,11 +11,12 @@
 // application's document keeps it, in a JSON file.
 //
 //   {"format": "quillmere settings", "version": 1, "parameters": {"QUILLMERE_PROMPT": "fog", …},
-//    "drawing": {"exposure": 1.5, …}}
+//    "drawing": {"exposure": 1.5, …}, "controls": {…}}
 //
 // Parameters stand by their names: Bools as true or false, numbers, texts and files as texts, the camera by its name or
 // null. The workflow is what QUILLMERE_WORKFLOW_ID names; its number in the catalog is of no meaning without that.
-// A parameter that is left out keeps its value. "drawing", which may be left out, is how the host draws.
+// A parameter that is left out keeps its value. "drawing", which may be left out, is how the host draws; the workflow's
+// controls stand there where any were set.
 namespace quillmere::app {
 
 // What the effect is told.
@@ -23,22 +24,29 @@ struct EffectOptions {
   std::string workflow;                 // empty: the preferred one
   std::string settings;                 // file to begin with; empty: a new node's
   std::vector<Assignment> assignments;  // in the order in which they were written
+  Json controls = Json::object();       // of the workflow, see controls.h
 };
 
 // Whether anything said which workflow to use.
 enum class WorkflowGiven { No, Yes };
 
+struct NodeSetUp {
+  WorkflowGiven workflow = WorkflowGiven::No;
+  Json controls = Json::object();  // those of the settings file, where its workflow is kept, and over them the options'
+};
+
 // Gives the node what the command line says: first the settings file, without what the options say themselves, then
 // the workflow, then the assignments in the order of the panel, so that an unlocked field can be written in the same
 // command; `camera` (may be empty) goes before an assignment of the camera. Throws Failure, also for a file that is
 // damaged, foreign, of another version, or larger than 8 MiB.
-WorkflowGiven setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
-                        const std::string& camera);
+NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
+                    const std::string& camera);
 
 // How a settings file says that the host draws. Throws Failure as setUpNode does.
 DrawingOptions drawingIn(const std::filesystem::path& file);
 
 // Replaces `file` at once or not at all. Throws Error.
-void saveSettings(const NodeParameters& node, const DrawingOptions& drawing, const std::filesystem::path& file);
+void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
+                  const std::filesystem::path& file);
 
 }  // namespace quillmere::app

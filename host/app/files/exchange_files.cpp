@@ -1,7 +1,15 @@
 #include "exchange_files.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <span>
+
+#include "base/error.h"
+#include "base/file_reading.h"
 
 namespace quillmere::app {
 namespace {
@@ -12,12 +20,53 @@ struct Kind {
   const char *what, *stem, *extension;
 };
 
+constexpr std::uintmax_t kMostLookedAt = std::uintmax_t{64} << 20U;  // bytes
+
 constexpr Kind kGuide{"guide", "reference_", ".png"};
-constexpr std::array kOfFrame{kGuide, Kind{"request file", "request_", ".json"},
-                              Kind{"response file", "response_", ".json"}, Kind{"status file", "status_", ".json"}};
+constexpr Kind kResponse{"response file", "response_", ".json"};
+constexpr Kind kStatus{"status file", "status_", ".json"};
+constexpr std::array kOfFrame{kGuide, Kind{"request file", "request_", ".json"}, kResponse, kStatus};
 
 fs::path fileOf(const Kind& kind, const fs::path& writeDirectory, std::int32_t frame) {
   return runtimeFolder(writeDirectory) / (kind.stem + std::to_string(frame) + kind.extension);
+}
+
+// Where others may write, a link that they have put there would lead the effect's writing elsewhere.
+std::optional<Obstacle> obstacleAtLink(const char* what, const fs::path& file) {
+  if (auto found = obstacleAt(what, file)) return found;
+  std::error_code error;
+  if (!fs::is_symlink(file, error)) return {};
+  return Obstacle{std::string(what) + " '" + file.string() + "'", "it is a link, not a file", "move it away"};
+}
+
+constexpr mode_t kOwnFolder = 0755;  // whatever the user's mask lets others do elsewhere
+
+// Each below the one before it, but for the last, which the effect makes when there is a history.
+std::array<fs::path, 4> foldersBelow(const fs::path& writeDirectory) {
+  const fs::path exchange = exchangeFolder(writeDirectory);
+  return {exchange.parent_path(), exchange, exchange / "runtime", exchange / "history"};
+}
+
+bool isOwnLink(const fs::path& file) {
+  struct stat facts {};
+  return ::lstat(file.c_str(), &facts) == 0 && S_ISLNK(facts.st_mode) && facts.st_uid == ::geteuid();
+}
+
+// Whatever lies at `folder` must be one, the user's own, and nobody else's to write to.
+std::optional<Obstacle> obstacleToOwning(const fs::path& folder) {
+  struct stat facts {};
+  if (::lstat(folder.c_str(), &facts) != 0) return {};
+  const bool own = facts.st_uid == ::geteuid();
+  const char* why = nullptr;
+  if (!own) {
+    why = "it belongs to another user";
+  } else if (!S_ISDIR(facts.st_mode)) {
+    why = "it is no folder";
+  } else if ((facts.st_mode & S_IWOTH) != 0) {
+    why = "every user may write to it";
+  }
+  if (why == nullptr) return {};
+  return Obstacle{"write directory '" + folder.string() + "'", why, "give --write-dir a folder of your own"};
 }
 
 // The first of a folder's entries that `check` finds something about.
@@ -34,8 +83,16 @@ std::optional<Obstacle> firstIn(const fs::path& folder, const Check& check) {
 std::optional<Obstacle> obstacleInHistory(const fs::directory_entry& document) {
   return firstIn(document.path(), [](const fs::directory_entry& entry) {
     std::error_code error;
-    const bool harmless = entry.is_regular_file(error) || entry.is_directory(error);
-    return harmless ? std::nullopt : obstacleAt("history entry", entry.path());
+    const bool harmless = !entry.is_symlink(error) && (entry.is_regular_file(error) || entry.is_directory(error));
+    return harmless ? std::nullopt : obstacleAtLink("history entry", entry.path());
+  });
+}
+
+std::optional<Obstacle> obstacleInHistories(const fs::path& folder) {
+  return firstIn(folder, [](const fs::directory_entry& document) {
+    std::error_code error;
+    if (document.is_symlink(error)) return obstacleAtLink("history", document.path());
+    return obstacleInHistory(document);
   });
 }
 
@@ -49,21 +106,91 @@ fs::path runtimeFolder(const fs::path& writeDirectory) {
   return exchangeFolder(writeDirectory) / "runtime";
 }
 
+fs::path viewStateFile(const fs::path& writeDirectory) {
+  return runtimeFolder(writeDirectory) / "render_view_state.json";
+}
+
+fs::path viewStateCopy(const fs::path& writeDirectory) {
+  return runtimeFolder(writeDirectory) / "former_render_view_state.json";
+}
+
 fs::path guideFile(const fs::path& writeDirectory, std::int32_t frame) {
   return fileOf(kGuide, writeDirectory, frame);
+}
+
+fs::path statusFile(const fs::path& writeDirectory, std::int32_t frame) {
+  return fileOf(kStatus, writeDirectory, frame);
+}
+
+void setFormerResponseAside(const fs::path& writeDirectory, std::int32_t frame) {
+  const fs::path response = fileOf(kResponse, writeDirectory, frame);
+  std::error_code error;
+  fs::rename(response, response.parent_path() / ("former_" + response.filename().string()), error);
+}
+
+bool isCutOff(const fs::path& file) {
+  std::error_code error;
+  if (!fs::is_regular_file(fs::symlink_status(file, error))) return false;
+  try {
+    const std::string text = readText(file, kMostLookedAt);
+    const std::size_t end = text.find_last_not_of(" \n");
+    return end == std::string::npos || (file.extension() == ".json" && text[end] != '}');
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+std::vector<fs::path> incompleteFiles(const fs::path& writeDirectory, std::int32_t frame) {
+  std::vector<fs::path> incomplete;
+  const auto look = [&incomplete](const fs::path& file) {
+    if (isCutOff(file)) incomplete.push_back(file);
+  };
+  for (const Kind& kind : kOfFrame) look(fileOf(kind, writeDirectory, frame));
+  look(viewStateFile(writeDirectory));
+  std::error_code error;
+  for (fs::recursive_directory_iterator entry(exchangeFolder(writeDirectory) / "history", error), end;
+       !error && entry != end; entry.increment(error)) {
+    if (entry->path().filename().string().ends_with("_f" + std::to_string(frame) + ".json")) look(entry->path());
+  }
+  return incomplete;
 }
 
 std::optional<Obstacle> obstacleForFrame(const fs::path& writeDirectory, std::int32_t frame) {
   std::optional<Obstacle> found;
   for (const Kind& kind : kOfFrame) {
-    if (!found) found = obstacleAt(kind.what, fileOf(kind, writeDirectory, frame));
+    if (!found) found = obstacleAtLink(kind.what, fileOf(kind, writeDirectory, frame));
   }
   return found;
 }
 
 std::optional<Obstacle> obstacleForAll(const fs::path& writeDirectory) {
-  if (auto found = obstacleAt("view state", runtimeFolder(writeDirectory) / "render_view_state.json")) return found;
-  return firstIn(exchangeFolder(writeDirectory) / "history", obstacleInHistory);
+  if (auto found = obstacleToWriting(writeDirectory)) return found;
+  const fs::path runtime = runtimeFolder(writeDirectory);
+  if (auto found = obstacleAtLink("view state", viewStateFile(writeDirectory))) return found;
+  if (auto found = obstacleAtLink("view state's copy", viewStateCopy(writeDirectory))) return found;
+  if (auto found = obstacleAtLink("provenance", runtime / "provenance.json")) return found;
+  return obstacleInHistories(exchangeFolder(writeDirectory) / "history");
+}
+
+std::optional<Obstacle> obstacleToWriting(const fs::path& writeDirectory) {
+  std::error_code error;  // a link of the user's own may lead to it
+  const fs::path own = isOwnLink(writeDirectory) ? fs::weakly_canonical(writeDirectory, error) : writeDirectory;
+  std::optional<Obstacle> found = obstacleToOwning(own);
+  for (const fs::path& folder : foldersBelow(own)) {
+    if (!found) found = obstacleToOwning(folder);
+  }
+  return found;
+}
+
+std::error_code makeFolders(const fs::path& writeDirectory) {
+  std::error_code error;
+  fs::create_directories(writeDirectory.parent_path(), error);
+  ::mkdir(writeDirectory.c_str(), kOwnFolder);
+  const auto folders = foldersBelow(writeDirectory);
+  for (const fs::path& folder : std::span(folders).first(3)) {
+    if (::mkdir(folder.c_str(), kOwnFolder) != 0 && errno != EEXIST) return {errno, std::generic_category()};
+  }
+  return {};
 }
 
 std::optional<Obstacle> obstacleForAny(const fs::path& writeDirectory) {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <charconv>
 #include <memory>
+#include <new>
 #include <string>
 #include <thread>
 
@@ -105,7 +106,9 @@ std::vector<pid_t> descendants(pid_t root) {
   return found;
 }
 
-void killDescendants() {
+namespace {
+
+void killAll() {
   for (int round = 0; round < kKillRounds; ++round) {
     const std::vector<pid_t> left = descendants(::getpid());
     if (left.empty()) return;
@@ -116,13 +119,35 @@ void killDescendants() {
   }
 }
 
+void tellAll(int signal) {
+  for (const pid_t process : descendants(::getpid())) ::kill(process, signal);
+}
+
+// Without memory the processes below can't be listed; it may come back while one waits.
+template <class Act>
+void withMemory(const Act& act) noexcept {
+  for (int round = 0; round < kKillRounds; ++round) {
+    try {
+      return act();
+    } catch (const std::bad_alloc&) {
+      std::this_thread::sleep_for(kPause);
+    }
+  }
+}
+
+}  // namespace
+
+void killDescendants() noexcept {
+  withMemory(killAll);
+}
+
 void reapEnded() {
   reap();
 }
 
-void endDescendants(std::chrono::milliseconds grace) {
+void endDescendants(std::chrono::milliseconds grace) noexcept {
   if (reap() == Children::None) return;
-  for (const pid_t process : descendants(::getpid())) ::kill(process, SIGTERM);
+  withMemory([] { tellAll(SIGTERM); });
   const auto patience = std::chrono::steady_clock::now() + grace;
   while (reap() == Children::Some && std::chrono::steady_clock::now() < patience) std::this_thread::sleep_for(kPause);
   killDescendants();

@@ -16,7 +16,7 @@ std::vector<pid_t> descendants(pid_t root);
 
 // SIGKILL to everything below this process, again and again until nothing is left. Leaves the zombies to the caller.
 // Any thread.
-void killDescendants();
+void killDescendants() noexcept;
 
 // Reaps the children that have ended, and those that have become children of this process since their parent ended.
 // Not while another part of this process waits for a child of its own.
@@ -24,6 +24,6 @@ void reapEnded();
 
 // Ends what still runs below this process: SIGTERM, SIGKILL after `grace`, everything reaped. Returns at once when
 // there are no children. Not while another part of this process waits for a child of its own.
-void endDescendants(std::chrono::milliseconds grace);
+void endDescendants(std::chrono::milliseconds grace) noexcept;
 
 }  // namespace quillmere::app

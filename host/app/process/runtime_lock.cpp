@@ -33,10 +33,10 @@ std::string holder(int descriptor) {
 
 RuntimeLock::RuntimeLock(const std::filesystem::path& writeDirectory) {
   const std::filesystem::path folder = exchangeFolder(writeDirectory);
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  if (error) refuseUnwritable(writeDirectory, error);
-  descriptor_ = ::open((folder / "render.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
+  app::refuse(obstacleToWriting(writeDirectory));
+  if (const std::error_code error = makeFolders(writeDirectory)) refuseUnwritable(writeDirectory, error);
+  app::refuse(obstacleForAll(writeDirectory));  // also of the folders: somebody may have been faster
+  descriptor_ = ::open((folder / "render.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0644);
   if (descriptor_ < 0) refuseUnwritable(writeDirectory, {errno, std::generic_category()});
   if (::flock(descriptor_, LOCK_EX | LOCK_NB) != 0) {
     const std::string other = holder(descriptor_);

@@ -8,7 +8,8 @@ namespace quillmere::app {
 // the file that carries it stays.
 class RuntimeLock {
  public:
-  // Makes the directory where it is missing. Throws Failure when another render holds it or it can't be written.
+  // Makes the directory where it is missing. Throws Failure when another render holds it, it can't be written, or
+  // something lies in the way of a file that all frames share.
   explicit RuntimeLock(const std::filesystem::path& writeDirectory);
   ~RuntimeLock();
   RuntimeLock(const RuntimeLock&) = delete;

@@ -24,7 +24,7 @@ namespace {
 sigset_t ofRenders() {
   sigset_t set;
   sigemptyset(&set);
-  for (const int signal : {SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGPIPE}) sigaddset(&set, signal);
+  for (const int signal : {SIGCHLD, SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGXFSZ}) sigaddset(&set, signal);
   return set;
 }
 
@@ -100,15 +100,14 @@ void onSignal(int /*signal*/) {
   errno = error;
 }
 
-// Where standard output's reader has gone, writing fails instead of ending the process before its children. A handler,
-// because children would inherit an ignored signal.
-void onBrokenPipe(int /*signal*/) {}
+// Where standard output's reader has gone or a file may grow no further, writing fails instead of ending the process in
+// the middle. A handler, because children would inherit an ignored signal.
+void onFailedWrite(int /*signal*/) {}
 
 struct Handlers {
   SignalHandler interrupt{SIGINT, onSignal, SignalHandler::IfIgnored::Replace};
   SignalHandler terminate{SIGTERM, onSignal, SignalHandler::IfIgnored::Replace};
   SignalHandler hangUp{SIGHUP, onSignal, SignalHandler::IfIgnored::Keep};
-  SignalHandler brokenPipe{SIGPIPE, onBrokenPipe, SignalHandler::IfIgnored::Keep};
 };
 
 class Pipe {
@@ -145,17 +144,27 @@ void watch(int pipe, const std::function<void()>& lastWords) {
   ::_exit(static_cast<int>(ExitStatus::Broken));
 }
 
+std::thread started(std::function<void()> work) {
+  try {
+    return std::thread(std::move(work));
+  } catch (const std::system_error& error) {
+    throw std::system_error(error.code(), "cannot start a thread");
+  }
+}
+
 }  // namespace
 
-void resetInheritedSignals() {
+void settleSignals() {
   ::signal(SIGCHLD, SIG_DFL);
   const sigset_t all = ofRenders();
   ::pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
+  static const SignalHandler brokenPipe(SIGPIPE, onFailedWrite, SignalHandler::IfIgnored::Keep);
+  static const SignalHandler fileTooLarge(SIGXFSZ, onFailedWrite, SignalHandler::IfIgnored::Keep);
 }
 
 struct UserBreak::Parts {
   explicit Parts(std::function<void()> lastWords)
-      : watcher([this, words = std::move(lastWords)] { watch(pipe.reading(), words); }) {
+      : watcher(started([this, words = std::move(lastWords)] { watch(pipe.reading(), words); })) {
     broken = false;
     wakeUp = pipe.writing();
     handlers.emplace();

@@ -7,6 +7,7 @@
 #include "image/conversion.h"
 #include "image/file_formats.h"
 #include "values/failure.h"
+#include "values/frames.h"
 
 namespace quillmere::app {
 namespace {
@@ -23,13 +24,6 @@ constexpr std::size_t kLargest = 32U << 20U;  // bytes; as long as a text in a P
 constexpr int kDeepest = 100;
 
 constexpr const char* kRemedy = "render the picture again, or give another";
-
-std::string cameraOf(EffectSession& session) {
-  const Json stored = session.node().stored(QUILLMERE_CAMERA);
-  if (stored.is_string() && !stored.empty()) return stored;
-  const auto& cameras = session.document().cameras();
-  return cameras.empty() ? "" : cameras.front().name;
-}
 
 fs::path sideFileOf(const fs::path& picture) {
   return picture.string() + ".json";
@@ -57,17 +51,23 @@ bool isOpaque(const image::Image& frame) {
 
 }  // namespace
 
-void tellHelper(EffectSession& session, const HostFacts& told, const fs::path& folder) {
+std::string cameraOf(EffectSession& session) {
+  const Json stored = session.node().stored(QUILLMERE_CAMERA);
+  if (stored.is_string() && !stored.empty()) return stored;
+  const auto& cameras = session.document().cameras();
+  return cameras.empty() ? "" : cameras.front().name;
+}
+
+void tellHelper(EffectSession& session, const fs::path& scene, const Json& shown, const fs::path& folder) {
   const NodeParameters& node = session.node();
-  const Json facts{{"scene", fs::absolute(told.scene).lexically_normal().string()},
-                   {"camera", cameraOf(session)},
-                   {"fps", told.fps},
-                   {"guide_mode", wordOf(static_cast<GuideMode>(node.number(QUILLMERE_GUIDE_MODE)))},
-                   {"drawing", jsonOf(told.drawing)},
-                   {"workflow_id", node.text(QUILLMERE_WORKFLOW_ID)},
-                   {"host_version", QUILLMERE_VERSION},
-                   {"system_prompt", node.text(QUILLMERE_SYSTEM_PROMPT)},
-                   {"prompt", node.text(QUILLMERE_PROMPT)}};
+  Json facts{{"scene", fs::absolute(scene).lexically_normal().string()},
+             {"camera", cameraOf(session)},
+             {"guide_mode", wordOf(static_cast<GuideMode>(node.number(QUILLMERE_GUIDE_MODE)))},
+             {"workflow_id", node.text(QUILLMERE_WORKFLOW_ID)},
+             {"host_version", QUILLMERE_VERSION},
+             {"system_prompt", node.text(QUILLMERE_SYSTEM_PROMPT)},
+             {"prompt", node.text(QUILLMERE_PROMPT)}};
+  facts.update(shown);
   std::error_code error;  // a folder that is missing is told by the file that can't be written
   fs::create_directories(folder, error);
   const fs::path file = fs::absolute(folder) / "provenance.json";

@@ -9,22 +9,21 @@
 #include "effect/effect_session.h"
 #include "image/file_formats.h"
 #include "image/image.h"
-#include "values/frames.h"
+#include "values/output_pattern.h"
 
 // What made a picture, as the render helper keeps it in the picture itself (PNG text "quillmere") and in a side file
 // `<picture>.json`; docs/workflows.md lists the keys.
 namespace quillmere::app {
 
 // Lets every helper that this process starts from now on keep in its pictures what only the host knows: scene, camera,
-// prompts, guide mode, frame rate, how the host draws, workflow ID, version. They stand in a file of `folder` (made
-// where it is missing) that an environment variable names: set only while no other thread reads the environment. Throws
-// Error.
-struct HostFacts {
-  const std::filesystem::path scene;
-  int fps;
-  const DrawingOptions& drawing;
-};
-void tellHelper(EffectSession& session, const HostFacts& facts, const std::filesystem::path& folder);
+// prompts, guide mode, workflow ID, version, and what `shown` says of how the scene is shown. They stand in a file of
+// `folder` (made where it is missing) that an environment variable names: set only while no other thread reads the
+// environment. Throws Error.
+void tellHelper(EffectSession& session, const std::filesystem::path& scene, const Json& shown,
+                const std::filesystem::path& folder);
+
+// The name of the camera that the effect's node looks through.
+std::string cameraOf(EffectSession& session);
 
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);

@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "base/file_reading.h"
+#include "effect/controls.h"
 #include "image/image.h"
 #include "picture_record.h"
 #include "values/failure.h"
@@ -41,11 +42,40 @@ class Values {
     return static_cast<std::int32_t>(number);
   }
 
-  std::optional<std::uint64_t> seed() const {
-    const Json* value = find("seed");
+  // A whole number, or a text where it is none.
+  std::optional<FrameRate> rate() const {
+    const Json* value = find("fps");
+    if (value != nullptr && value->is_string()) return parseFrameRate(*text("fps"));
+    const auto frames = whole("fps", 1, kMostFps);
+    return frames ? std::optional(FrameRate{*frames, 1}) : std::nullopt;
+  }
+
+  std::optional<double> seconds(const char* key) const {
+    const Json* value = find(key);
     if (value == nullptr) return {};
+    if (!value->is_number()) refuse(key, "is no number");
+    return value->get<double>();
+  }
+
+  bool isTrue(const char* key) const {
+    const Json* value = find(key);
+    return value != nullptr && value->is_boolean() && value->get<bool>();
+  }
+
+  std::optional<Repetition::Seed> seed() const {
+    const auto value = record_.find("seed");
+    if (value == record_.end()) return {};
+    if (value->is_null()) return Repetition::Seed{};
     if (!value->is_number_unsigned()) refuse("seed", "is no whole number from 0 to 2^64 - 1");
-    return value->get<std::uint64_t>();
+    return Repetition::Seed{value->get<std::uint64_t>()};
+  }
+
+  Json controls() const {
+    try {
+      return checkedControls(record_.value("controls", Json()));
+    } catch (const Error& error) {
+      refuse("controls", error.what());
+    }
   }
 
  private:
@@ -86,6 +116,25 @@ void addGuideMode(const Values& values, std::vector<Assignment>& assignments) {
   if (word) assignments.push_back({QUILLMERE_GUIDE_MODE, static_cast<int>(guideModeOf(*word))});
 }
 
+// What a workflow was before the helper wrote `controls` into it.
+Json withoutControls(Json workflow, const Json& controls) {
+  workflow.erase("controls");
+  const auto parameters = workflow.find("parameters");
+  if (parameters == workflow.end() || !parameters->is_object()) return workflow;
+  for (const auto& control : controls.items()) parameters->erase(control.key());
+  if (parameters->empty()) workflow.erase("parameters");
+  return workflow;
+}
+
+// Whether the record's workflow `made` can have come from what its file holds now.
+bool alike(const Json& made, const Json& present, const Json& controls) {
+  if (controls.empty()) return nlohmann::json(present) == nlohmann::json(made);
+  // A graph alone has been put into an object of ours.
+  const bool wrapped = !present.contains("backend") && made.contains("graph");
+  const Json before = wrapped ? made["graph"] : withoutControls(made, controls);
+  return nlohmann::json(wrapped ? present : withoutControls(present, controls)) == nlohmann::json(before);
+}
+
 }  // namespace
 
 Repetition repetitionOf(const Json& record, const fs::path& picture) {
@@ -97,8 +146,14 @@ Repetition repetitionOf(const Json& record, const fs::path& picture) {
   made.workflow = values.text("workflow_path");
   made.style = values.text("style");
   made.frame = values.whole("frame", Limits::min(), Limits::max());
-  made.fps = values.whole("fps", 1, kMostFps);
+  made.rate = values.rate();
+  made.clip = values.text("clip");
+  made.view = values.text("view");
+  made.turntable = values.whole("turntable", 2, kLongestTurn);
+  made.time = values.seconds("time");
+  made.loop = values.isTrue("loop");
   made.seed = values.seed();
+  made.controls = values.controls();
   const auto width = values.whole("width", 1, image::kMaxSide), height = values.whole("height", 1, image::kMaxSide);
   if (width && height) made.size = PictureSize{*width, *height};
   if (const auto drawing = record.find("drawing"); drawing != record.end()) {
@@ -118,8 +173,8 @@ bool workflowChanged(const Json& record, const fs::path& now) {
     const Json present = parsedRecord(content, now.string());
     // The record has the graph itself in place of its file's name.
     const bool elsewhere = present.contains("graph") && present["graph"].is_string();
-    return !elsewhere && nlohmann::json(present) != nlohmann::json(*made);
-  } catch (const Failure&) {
+    return !elsewhere && !alike(*made, present, checkedControls(record.value("controls", Json())));
+  } catch (const Error&) {
     return true;
   }
 }

@@ -18,6 +18,16 @@
 namespace quillmere::app {
 namespace {
 
+Json eventOf(const Progress& told) {
+  Json event{{"event", "progress"}, {"frame", told.frame}, {"phase", told.phase}, {"message", told.message}};
+  if (told.fraction) event["progress"] = *told.fraction;
+  if (told.steps) event.update(Json{{"step", told.steps->done}, {"steps", told.steps->all}});
+  if (told.secondsLeft) event["seconds_left"] = *told.secondsLeft;
+  if (told.ahead) event["ahead"] = *told.ahead;
+  if (!told.preview.empty()) event["preview"] = told.preview;
+  return event;
+}
+
 class JsonReport : public Report {
  public:
   explicit JsonReport(Output& results) : results_(results) {}
@@ -30,6 +40,8 @@ class JsonReport : public Report {
   void pictureViewer(const image::Image& shown) override {
     tell({{"event", "picture-viewer"}, {"width", shown.width()}, {"height", shown.height()}});
   }
+  void progress(const Progress& progress) override { tell(eventOf(progress)); }
+  bool wantsPreviews() const override { return true; }
   void frameEnds(const FrameReport& report) override {
     tell({{"event", "frame"},
           {"frame", report.frame},
@@ -133,6 +145,8 @@ class LiveReport : public Report {
     change([&] { line_.fraction = fraction; });
   }
   void console(const std::string& utf8) override { above(errors_, printable(utf8) + "\n"); }
+  void progress(const Progress& progress) override;
+  bool wantsPreviews() const override { return true; }
   void frameEnds(const FrameReport& report) override;
   bool outputLost() const override { return results_.lost(); }
   void silence() override;
@@ -159,7 +173,8 @@ class LiveReport : public Report {
   std::condition_variable changed_;
   bool ended_ = false, active_ = false;
   StatusLine line_;
-  Clock::time_point begun_;
+  Clock::time_point begun_, told_;
+  std::optional<double> left_;  // seconds, when it was told
   unsigned tick_ = 0;
 
   std::thread thread_;  // last, so that it starts with everything above made
@@ -172,8 +187,16 @@ void LiveReport::frameBegins(std::int32_t frame, std::int64_t index, std::int64_
   line_.index = index;
   line_.count = count;
   begun_ = Clock::now();
+  left_.reset();
   active_ = true;
   draw();
+}
+
+void LiveReport::progress(const Progress& progress) {
+  const std::lock_guard lock(mutex_);
+  if (progress.fraction) line_.fraction = *progress.fraction;
+  left_ = progress.secondsLeft;
+  told_ = Clock::now();
 }
 
 void LiveReport::frameEnds(const FrameReport& report) {
@@ -199,7 +222,9 @@ void LiveReport::above(Output& output, const std::string& text) {
 
 void LiveReport::draw() {
   if (!active_ || silent_) return;
-  line_.seconds = std::chrono::duration<double>(Clock::now() - begun_).count();
+  const auto since = [](Clock::time_point then) { return std::chrono::duration<double>(Clock::now() - then).count(); };
+  line_.seconds = since(begun_);
+  line_.secondsLeft = left_ ? *left_ - since(told_) : 0;
   // The last column stays free, because some terminals wrap as soon as it is written.
   const std::string text = textOf(line_, tick_, columnsOf(errors_.descriptor()) - 1, glyphs_);
   errors_.write("\r" + text + "\x1b[K");

@@ -49,6 +49,13 @@ std::string bar(double fraction, Glyphs glyphs) {
   return drawn + (unicode ? " " : "] ");
 }
 
+std::string duration(double seconds) {
+  constexpr int kMinute = 60, kHour = 3600;
+  const auto whole = [](double of) { return std::to_string(std::lround(of)); };
+  if (seconds < 2 * kMinute) return whole(seconds) + " s";
+  return seconds < 2 * kHour ? whole(seconds / kMinute) + " min" : whole(seconds / kHour) + " h";
+}
+
 }  // namespace
 
 int cellsOf(std::string_view printableText) {
@@ -91,7 +98,8 @@ std::string textOf(const StatusLine& line, unsigned tick, int width, Glyphs glyp
   std::string head = spinner(line.spinning, tick, glyphs) + " ";
   if (width >= kRoomForBar) head += bar((double(line.index) + line.fraction) / double(line.count), glyphs);
   head += frameName(line.frame, line.index, line.count);
-  const std::string tail = "  " + std::to_string(static_cast<long>(line.seconds)) + " s";
+  std::string tail = "  " + std::to_string(static_cast<long>(line.seconds)) + " s";
+  if (line.secondsLeft >= 1 && width >= kRoomForBar) tail += ", about " + duration(line.secondsLeft) + " left";
   const std::string_view ellipsis = glyphs == Glyphs::Unicode ? "…" : "...";
   const int room = width - cellsOf(head) - cellsOf(tail) - 2;
   if (room < cellsOf(ellipsis) + 1) return fitted(head, width, "");

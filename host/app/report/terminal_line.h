@@ -24,8 +24,9 @@ struct StatusLine {
   std::int64_t index = 0, count = 1;  // of this frame, from 0
   double fraction = 0;                // of this frame, 0 to 1
   bool spinning = false;
-  std::string text;    // may be anything
-  double seconds = 0;  // since the frame began
+  std::string text;        // may be anything
+  double seconds = 0;      // since the frame began
+  double secondsLeft = 0;  // an estimate; less than 1: there is none
 };
 
 // "frame 12" or, of several frames, "frame 12 (3/48)".

@@ -1,14 +1,18 @@
 #include "frames.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
+#include <cmath>
+#include <numeric>
+#include <string_view>
 
 #include "failure.h"
 #include "image/image.h"
 
 namespace quillmere::app {
 namespace {
+
+constexpr double kMostSeconds = 1e7;  // four months
 
 [[noreturn]] void refuseRange(const std::string& text, const std::string& why) {
   throw Failure(ExitStatus::Usage, "--frames '" + text + "'", why,
@@ -31,26 +35,47 @@ bool take(char wanted, std::string_view& rest) {
   return true;
 }
 
-struct Ending {
-  const char* text;
-  FileFormat format;
-};
-// The longer ending of two that fit comes first.
-constexpr std::array kEndings{Ending{".16.png", FileFormat::Png16}, Ending{".png", FileFormat::Png8},
-                              Ending{".exr", FileFormat::Exr}};
-
-std::string lowered(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
-  return text;
+[[noreturn]] void refuseRate(const std::string& text) {
+  throw Failure(ExitStatus::Usage, "--fps '" + text + "'", "no rate from 1 to " + std::to_string(kMostFps),
+                "write a number or a ratio of whole numbers, for example 24, 23.976 or 24000/1001");
 }
 
-std::string padded(std::int32_t frame, std::size_t digits) {
-  std::string number = std::to_string(frame);
-  const bool negative = number.front() == '-';
-  if (negative) number.erase(0, 1);
-  if (number.size() < digits) number.insert(0, digits - number.size(), '0');
-  return (negative ? "-" : "") + number;
+// A whole number of at most nine digits; none for anything else.
+std::optional<std::int32_t> wholeNumber(std::string_view text) {
+  std::int32_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool read = error == std::errc{} && end == text.data() + text.size() && text.front() != '-';
+  return read && text.size() <= 9 ? std::optional(number) : std::nullopt;
+}
+
+// The rates of video that are 1000/1001 of a whole one, which nobody writes in full.
+std::optional<FrameRate> videoRate(double value, double tolerance) {
+  for (const std::int32_t whole : {24, 30, 48, 60, 120}) {
+    if (std::abs(value - whole * 1000.0 / 1001.0) <= tolerance) return FrameRate{whole * 1000, 1001};
+  }
+  return {};
+}
+
+std::optional<FrameRate> decimalRate(std::string_view text) {
+  const std::size_t point = text.find('.');
+  const std::string_view digits = text.substr(point + 1);
+  const auto whole = wholeNumber(text.substr(0, point)), part = wholeNumber(digits);
+  if (!whole || *whole > kMostFps || !part || digits.size() > 4) return {};
+  std::int32_t unit = 1;
+  for (std::size_t digit = 0; digit < digits.size(); ++digit) unit *= 10;
+  const double value = *whole + static_cast<double>(*part) / unit;
+  if (const auto video = digits.size() < 2 ? std::nullopt : videoRate(value, 0.5 / unit)) return video;
+  const std::int32_t frames = *whole * unit + *part, common = std::gcd(frames, unit);
+  return FrameRate{frames / common, unit / common};
+}
+
+std::optional<FrameRate> rateIn(const std::string& text) {
+  const std::size_t slash = text.find('/');
+  if (slash == std::string::npos && text.find('.') != std::string::npos) return decimalRate(text);
+  const auto frames = wholeNumber(std::string_view(text).substr(0, slash));
+  const auto seconds = slash == std::string::npos ? 1 : wholeNumber(std::string_view(text).substr(slash + 1));
+  if (!frames || !seconds || *seconds == 0) return {};
+  return FrameRate{*frames, *seconds};
 }
 
 }  // namespace
@@ -67,6 +92,34 @@ FrameRange parseFrameRange(const std::string& text) {
   if (range.last < range.first) refuseRange(text, "the last frame comes before the first");
   if (range.step < 1) refuseRange(text, "the step must be at least 1");
   return range;
+}
+
+std::string FrameRate::text() const {
+  return std::to_string(frames) + (seconds == 1 ? "" : "/" + std::to_string(seconds));
+}
+
+FrameRate parseFrameRate(const std::string& text) {
+  const auto rate = rateIn(text);
+  if (!rate || rate->frames < rate->seconds || rate->frames / kMostFps > rate->seconds ||
+      (rate->frames / kMostFps == rate->seconds && rate->frames % kMostFps > 0)) {
+    refuseRate(text);
+  }
+  return *rate;
+}
+
+double parseSeconds(const std::string& text) {
+  double seconds = 0.0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, seconds);
+  if (read.ec == std::errc{} && read.ptr == end && std::abs(seconds) <= kMostSeconds) return seconds;
+  throw Failure(ExitStatus::Usage, "--time '" + text + "'", "no time that can be shown",
+                "write a number of seconds, for example 1.5");
+}
+
+std::int32_t frameAt(double seconds, const FrameRate& rate) {
+  constexpr double kRounding = 1e-6;  // 0.1 s at 30 frames a second is frame 3
+  const double frame = std::floor(seconds * rate.frames / rate.seconds + kRounding);
+  return static_cast<std::int32_t>(std::clamp<double>(frame, INT32_MIN, INT32_MAX));
 }
 
 PictureSize parsePictureSize(const std::string& text) {
@@ -90,43 +143,6 @@ const char* wordOf(GuideMode mode) {
 
 GuideMode guideModeOf(std::string_view word) {
   return word == wordOf(GuideMode::FinalRender) ? GuideMode::FinalRender : GuideMode::QuickShading;
-}
-
-OutputPattern OutputPattern::parse(const std::string& text) {
-  const std::filesystem::path path(text);
-  const std::string name = path.filename().string();
-  for (const Ending& ending : kEndings) {
-    const std::string_view end = ending.text;
-    if (name.size() <= end.size() || lowered(name.substr(name.size() - end.size())) != end) continue;
-    OutputPattern pattern;
-    pattern.folder_ = path.parent_path();
-    pattern.name_ = name.substr(0, name.size() - end.size());
-    pattern.ending_ = name.substr(name.size() - end.size());
-    pattern.format_ = ending.format;
-    return pattern;
-  }
-  throw Failure(ExitStatus::Usage, "--output '" + text + "'", "its end names no format",
-                "end it in .png (8 bits), .16.png (16 bits) or .exr (floats), for example shots/harbour_####.png");
-}
-
-OutputPattern OutputPattern::numberingFrames() const {
-  OutputPattern numbering = *this;
-  if (!numbersFrames()) numbering.name_ += "_####";
-  return numbering;
-}
-
-std::filesystem::path OutputPattern::fileFor(std::int32_t frame) const {
-  std::string name;
-  for (std::size_t at = 0; at < name_.size();) {
-    const std::size_t end = std::min(name_.find_first_not_of('#', at), name_.size());
-    if (end > at) {
-      name += padded(frame, end - at);
-      at = end;
-    } else {
-      name += name_[at++];
-    }
-  }
-  return folder_ / (name + ending_);
 }
 
 }  // namespace quillmere::app

@@ -2,11 +2,11 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
-// The frames of a render as a command line says them: which ones, how large, drawn how, written where.
+// The frames of a render as a command line says them: which ones, at what time, how large, drawn how.
 namespace quillmere::app {
 
 // Frames first, first + step, … up to last. `last` is at least `first`, `step` at least 1.
@@ -22,6 +22,34 @@ struct FrameRange {
 FrameRange parseFrameRange(const std::string& text);
 
 inline constexpr int kMostFps = 100000;  // frames per second of a scene's animation, from 1
+
+// Frames per second as a ratio of whole numbers, from 1 to kMostFps. Frame N shows the scene at N divided by it.
+struct FrameRate {
+  std::int32_t frames = 30, seconds = 1;  // so many frames in so many seconds
+
+  // The nearest whole number: the host's documents count with that.
+  int whole() const { return (frames + seconds / 2) / seconds; }
+  double secondsAt(std::int32_t frame) const { return static_cast<double>(frame) * seconds / frames; }
+  std::string text() const;  // "30" or "24000/1001"
+};
+
+// Reads "24", "23.976", "12.5" or "24000/1001". 23.976, 29.97 and the like, rounded to at least two digits, mean the
+// rates of video that they stand for: 24000/1001, 30000/1001. Throws Failure (usage).
+FrameRate parseFrameRate(const std::string& text);
+
+inline constexpr int kLongestTurn = 1000000;  // frames of a turntable, from 2
+
+// When frames are.
+struct FrameClock {
+  FrameRate rate;
+  std::optional<double> time;  // a second to be shown whatever the frame's number is
+
+  double secondsAt(std::int32_t frame) const { return time ? *time : rate.secondsAt(frame); }
+};
+
+// Reads a number of seconds and the frame at that time. Throws Failure (usage).
+double parseSeconds(const std::string& text);
+std::int32_t frameAt(double seconds, const FrameRate& rate);
 
 struct PictureSize {
   int width = 1024, height = 576;  // pixels, 1 to image::kMaxSide
@@ -39,28 +67,5 @@ inline constexpr std::array<const char*, 2> kGuideModeWords{"quick", "final"};
 const char* wordOf(GuideMode mode);
 // Quick for a word that is none of them.
 GuideMode guideModeOf(std::string_view word);
-
-enum class FileFormat { Png8, Png16, Exr };
-
-// Where the frames go and as what: '#'s in the file's name stand for the frame number, padded with zeros to as many
-// digits (frame -7 as "####" is "-0007"). The name's end chooses the format: .png has 8 bits a channel, .16.png has
-// 16, .exr has floats; upper and lower case are alike.
-class OutputPattern {
- public:
-  // Throws Failure (usage) for any other ending and for a pattern without a file name.
-  static OutputPattern parse(const std::string& text);
-
-  FileFormat format() const { return format_; }
-  std::filesystem::path folder() const { return folder_; }  // may be empty: the working directory
-  bool numbersFrames() const { return name_.find('#') != std::string::npos; }
-  // With a "_####" put before the ending when there is no '#', so that several frames don't share one file.
-  OutputPattern numberingFrames() const;
-  std::filesystem::path fileFor(std::int32_t frame) const;
-
- private:
-  std::filesystem::path folder_;
-  std::string name_, ending_;  // the file's name in two pieces
-  FileFormat format_ = FileFormat::Png8;
-};
 
 }  // namespace quillmere::app

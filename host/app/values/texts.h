@@ -18,4 +18,11 @@ std::string listed(const std::vector<std::string>& names);
 // letters alone. None when there is no such one, or more than one.
 std::optional<std::size_t> indexOfName(const std::vector<std::string>& names, std::string_view wanted);
 
+// The name that `wanted` may be a slip of: the nearest by letters put in, left out, replaced or swapped, in either
+// case; empty when none is near.
+std::string nearestName(const std::vector<std::string>& names, std::string_view wanted);
+
+// "did you mean 'Pier'? " or nothing, to go before a list of the names.
+std::string suggestion(const std::vector<std::string>& names, std::string_view wanted);
+
 }  // namespace quillmere::app

@@ -46,14 +46,15 @@ Document::Parts::Parts(std::shared_ptr<const scene::Scene> scene)
   }
 }
 
-Document::Document(const std::filesystem::path& scene) : parts_(std::make_unique<Parts>(scene::load(scene))) {
-  const std::filesystem::path file = std::filesystem::absolute(scene).lexically_normal();
-  parts_->document().name = filenameOf(file.filename());
-  parts_->document().folder = filenameOf(file.parent_path());
-}
+Document::Document(const std::filesystem::path& scene) : Document(scene::load(scene), scene) {}
 
-Document::Document(std::shared_ptr<const scene::Scene> scene) : parts_(std::make_unique<Parts>(std::move(scene))) {
-  parts_->document().name = cinema::Filename("Untitled 1");
+Document::Document(std::shared_ptr<const scene::Scene> scene) : Document(std::move(scene), {}) {}
+
+Document::Document(std::shared_ptr<const scene::Scene> scene, const std::filesystem::path& file)
+    : parts_(std::make_unique<Parts>(std::move(scene))) {
+  const std::filesystem::path whole = file.empty() ? "Untitled 1" : std::filesystem::absolute(file).lexically_normal();
+  parts_->document().name = filenameOf(whole.filename());
+  parts_->document().folder = filenameOf(whole.parent_path());
 }
 
 Document::~Document() = default;
@@ -77,7 +78,12 @@ void Document::setFps(int fps) {
 }
 
 void Document::setFrame(int frame) {
+  setFrame(frame, cinema::BaseTime(frame, parts_->document().fps).Get());
+}
+
+void Document::setFrame(int frame, double seconds) {
   parts_->document().time = cinema::BaseTime(frame, parts_->document().fps);
+  parts_->document().seconds = seconds;
 }
 
 void Document::setSize(int width, int height) {

@@ -20,6 +20,8 @@ class QM_HOST_API Document {
   explicit Document(const std::filesystem::path& scene);
   // A scene made in memory: a document that was never saved, so it has no path.
   explicit Document(std::shared_ptr<const scene::Scene> scene);
+  // A scene that was loaded from `file`; an empty one says the same as none.
+  Document(std::shared_ptr<const scene::Scene> scene, const std::filesystem::path& file);
   ~Document();
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
@@ -37,6 +39,8 @@ class QM_HOST_API Document {
 
   void setFps(int fps);      // 1 and up, else Error; 30 when never set; the time stays
   void setFrame(int frame);  // moves the document's time, at the present rate
+  // The same, with the scene at a second of its own: for rates that are no whole number, which the API can't tell.
+  void setFrame(int frame, double seconds);
   void setSize(int width,
                int height);  // of the render data, 1 to image::kMaxSide, else Error; 1024 x 576 when never set
 

@@ -1,11 +1,15 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "ge_prepass.h"
 #include "image/image.h"
 
 namespace quillmere::host {
+
+// How a line on the console begins that says why the host has drawn nothing.
+inline constexpr std::string_view kUndrawn = "quillmere: the scene is not drawn: ";
 
 // What the host is told while it works, in the order in which it is told. Called on the thread that renders.
 class QM_HOST_API Events {

@@ -39,6 +39,7 @@ struct DocumentParts : cinema::AtomParts {
   render::Sides sides = render::Sides::AsMaterialsSay;
   cinema::BaseTime time;
   cinema::Int32 fps = 30;
+  double seconds = 0.0;  // of the scene; `time` counts frames of a whole rate, which the scene need not have
   cinema::Filename name, folder;
   render::StopTest userBreak;  // of the frame that is being rendered, empty otherwise
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "core/events.h"
 #include "core/substitutes.h"
 #include "core/text.h"
 #include "dbasedraw.h"
@@ -58,7 +59,7 @@ Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, D
   }
   return drawOrReport<Drawing>([&]() -> Drawing {
     if (!document.renderer) document.renderer = std::make_unique<render::Renderer>(document.scene, document.sides);
-    document.renderer->pose(document.time.Get());
+    document.renderer->pose(document.seconds);
     image::Image picture = draw(*document.renderer, document.renderer->snapshot().cameras.at(camera->index));
     if (picture.empty()) return {RENDERRESULT::USERBREAK, {}};
     reportPlain(document, picture);
@@ -82,7 +83,7 @@ Drawing drawFinal(DocumentParts& document, const cinema::BaseObject* object, int
 }
 
 void reportUndrawn(const std::string& why) {
-  cinema::GePrint(fromUtf8("quillmere: the scene is not drawn: " + why));
+  cinema::GePrint(fromUtf8(std::string(kUndrawn) + why));
 }
 
 }  // namespace quillmere::host

@@ -5,7 +5,7 @@ import importlib
 from dataclasses import dataclass, field
 from typing import Any, Mapping, Optional, Protocol, Sequence, cast
 
-from ..exchange import Status
+from ..exchange import ALMOST, Status
 from ..outputs import Outputs, record_of
 from ..pictures import Picture
 from ..request import RenderRequest
@@ -24,18 +24,26 @@ class Job:
     status: Status
     outputs: Outputs
 
-    def deliver(self, pictures: Sequence[Picture], seeds: Sequence[int], facts: Mapping[str, Any]) -> None:
-        """Writes the pictures, each with its seed and what else made it: the request, and `facts` that go before it."""
-        self.status.tell("write", "Writing the picture", 0.99)
-        for (content, kind), seed in zip(pictures, seeds):
-            self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, facts))
+    def deliver(
+        self,
+        pictures: Sequence[Picture],
+        seeds: Sequence[Optional[int]],
+        facts: Mapping[str, Any],
+        own: Sequence[Mapping[str, Any]] = (),
+    ) -> None:
+        """Writes the pictures, each with its seed and what else made it: the request, and before that `facts`, and
+        before those what is its `own`, where there is any."""
+        self.status.tell("write", "Writing the picture", ALMOST)
+        for (content, kind), seed, more in zip(pictures, seeds, own or [{}] * len(pictures)):
+            self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, {**facts, **more}))
 
 
 @dataclass(frozen=True)
 class Result:
-    """How the pictures came about: the seed that they were made with, and remarks that the user should see."""
+    """How the pictures came about: the seed that they were made with, None when the workflow has none, and remarks that
+    the user should see."""
 
-    seed: int
+    seed: Optional[int]
     notes: list[str] = field(default_factory=list)
 
 
@@ -43,12 +51,17 @@ class Backend(Protocol):
     """`REQUIRES` names a module beyond the standard library that `make` needs, or is empty; `SERVER` is the kind of
     server that it works with, if any.
 
-    `check` raises HelperError when the workflow cannot be run, and returns facts about it; `make` does the render.
+    `check` returns facts about the workflow, as `command_line` lists them; when something is missing, a "problem" and
+    its "remedy" are among them. `controls` are what a user may set without changing the file: objects with "name",
+    "node", "title", "kind", "input", "type" (number, whole, text, choice or switch), "default" and, where there are any,
+    "least", "most", "step" and "choices". Both raise HelperError for a workflow that cannot be read so far. `make` does
+    the render.
     """
 
     REQUIRES: str
     SERVER: Optional[Kind]
     def check(self, workflow: Workflow) -> dict[str, Any]: ...
+    def controls(self, workflow: Workflow) -> list[dict[str, Any]]: ...
     def make(self, job: Job) -> Result: ...
 
 

@@ -14,12 +14,7 @@
 namespace quillmere::test {
 namespace {
 
-using cinema::AutoAlloc;
-using cinema::BaseBitmap;
-using cinema::IMAGERESULT;
-using cinema::Int32;
-using cinema::SAVEBIT;
-using cinema::UInt16;
+using namespace cinema;
 using Rgb = std::array<int, 3>;
 
 Rgb pixel(const BaseBitmap* bitmap, int x, int y) {

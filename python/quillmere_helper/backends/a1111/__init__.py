@@ -3,10 +3,11 @@
 from typing import Any
 
 from ...errors import HelperError
+from ...parameters import controls_of
 from ...workflows import Workflow
 from .. import Job, Result
 from .client import A1111, KIND
-from .payload import control_model, read_settings
+from .payload import PARAMETERS, control_model, read_settings
 from .rendering import Rendering
 
 REQUIRES = ""
@@ -21,10 +22,13 @@ def check(workflow: Workflow) -> dict[str, Any]:
     for name, path, key in (("sampler", "/sdapi/v1/samplers", "name"), ("checkpoint", "/sdapi/v1/sd-models", "title")):
         wanted, there = settings.options[name], server.names(path, key)
         if wanted and there is not None and not any(wanted in known for known in there):
-            raise HelperError(
-                f'{settings.where} wants the {name} "{wanted}"; {settings.site.url} has {", ".join(there[:8])}'
-            )
+            remedy = f"choose one that {settings.site.url} has: {', '.join(there[:8])}"
+            raise HelperError(f'{settings.where} wants the {name} "{wanted}"', remedy=remedy)
     return {"server": settings.site.url, "version": "", "model": checkpoint}
+
+
+def controls(workflow: Workflow) -> list[dict[str, Any]]:
+    return controls_of(read_settings(workflow).options, PARAMETERS)
 
 
 def make(job: Job) -> Result:

@@ -1,7 +1,6 @@
 """The calls of an A1111-compatible server that the helper uses, each with the errors that it may give."""
 
 import json
-import select
 from typing import Any, Mapping, Optional
 
 from ... import web
@@ -19,12 +18,13 @@ class A1111:
     def checkpoint(self) -> str:
         """The model that is loaded; in place of a version, which these servers do not tell. Asked for first, since the
         answer tells whether there is such a server at all."""
-        answer = self.checked(self.site.get("/sdapi/v1/options"))
+        answer = self.checked(self.site.get("/sdapi/v1/options", None, web.ALIVE))
         options, url = answer.json(), self.site.url
         if answer.status == 404:
-            raise HelperError(f"{url} offers no API; start that server with --api, or correct the URL")
+            raise HelperError(f"{url} offers no API", remedy="start that server with --api, or correct the URL")
         if answer.status != 200 or not isinstance(options, dict):
-            raise HelperError(f"{url} is no A1111-compatible server (status {answer.status}); correct the URL")
+            text = f"{url} is no A1111-compatible server (status {answer.status})"
+            raise HelperError(text, remedy="correct the URL")
         return str(options.get("sd_model_checkpoint") or "")
 
     def names(self, path: str, key: str) -> Optional[list[str]]:
@@ -38,7 +38,8 @@ class A1111:
         return [str(entry.get(key)) if isinstance(entry, dict) else str(entry) for entry in listed]
 
     def progress(self) -> Mapping[str, Any]:
-        return self.checked(self.site.get("/sdapi/v1/progress", {"skip_current_image": "true"})).object()
+        query = {"skip_current_image": "true"}
+        return self.checked(self.site.get("/sdapi/v1/progress", query, web.ALIVE)).object()
 
     def interrupt(self) -> None:
         """Stops whatever the server runs: only for a task that is known to be ours."""
@@ -58,19 +59,17 @@ class Call:
     """A request that the server answers when the picture is done. Meanwhile other requests can be sent beside it."""
 
     def __init__(self, site: web.Site, path: str, content: Any) -> None:
-        self._site = site
-        self._connection = site.connect()
         body, headers = web.json_body(content)
-        site.send(self._connection, "POST", site.target(path), body, headers)
+        self._exchange = web.Exchange(site, "POST", site.target(path), body, headers, web.PICTURES)
 
     def wait(self, seconds: float) -> Optional[web.Answer]:
         """The answer when it begins within `seconds`, else None. Raises web.UnreachableServer on a lost connection."""
-        if not select.select([self._connection.sock], [], [], seconds)[0]:
+        if not self._exchange.begins_within(seconds):
             return None
         try:
-            return self._site.receive(self._connection)
+            return self._exchange.answer()
         finally:
-            self._connection.close()
+            self._exchange.close()
 
 
 def refused(answer: web.Answer, site: web.Site, where: str) -> HelperError:

@@ -42,7 +42,7 @@ class Settings:
 
 
 def read_settings(workflow: Workflow) -> Settings:
-    options = read_parameters(workflow.content, KEYS, PARAMETERS, workflow.name)
+    options = read_parameters(workflow.content, KEYS, PARAMETERS, workflow.name, workflow.controls)
     return Settings(servers.site_for(KIND, workflow.content.get("url"), workflow.name), options, workflow.name)
 
 
@@ -85,19 +85,20 @@ def control_model(server: A1111, settings: Settings) -> Optional[str]:
     return found
 
 
-def received(content: Mapping[str, Any], asked: int) -> tuple[list[pictures.Picture], list[int]]:
-    """The pictures of an answer, without the overview that may come first and the maps that may come last, and the
-    seed of each: the one `asked` for where the server doesn't tell."""
+def received(content: Mapping[str, Any], asked: int, most: int) -> tuple[list[pictures.Picture], list[int]]:
+    """At most `most` pictures of an answer, without the overview that may come first and the maps that may come last,
+    and the seed of each: the one `asked` for where the server doesn't tell."""
     info = content.get("info")
     info = as_object(json_of(info) if isinstance(info, str) else None)  # JSON within JSON
     seeds = info.get("all_seeds")
     seeds = seeds if isinstance(seeds, list) else [info.get("seed")]
     first = info.get("index_of_first_image")
     first = first if type(first) is int and first >= 0 else 0
-    made = [_picture(encoded) for encoded in as_list(content.get("images"))[first : first + max(len(seeds), 1)]]
+    count = min(max(len(seeds), 1), most)
+    made = [_picture(encoded) for encoded in as_list(content.get("images"))[first : first + count]]
     if not made:
         raise HelperError("The server has sent no picture; see its console")
-    told = [told if type(told) is int else asked for told in seeds]
+    told = [told if type(told) is int else asked for told in seeds[:count]]
     return made, (told + [asked] * len(made))[: len(made)]
 
 

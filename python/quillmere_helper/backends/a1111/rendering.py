@@ -18,6 +18,7 @@ from .payload import Settings, control_model, payload, received
 POLL = 0.7  # seconds between two looks at the progress
 LARGEST_SEED = (1 << 32) - 1  # of these servers
 MOST_CALLS = 3
+IDLE = 60.0  # seconds without any task on the server, after which an answer that has not come is lost
 STOP_TIMEOUT = 0.4  # seconds for an answer while the user waits for the end
 
 
@@ -44,7 +45,7 @@ class Rendering:
             content = self._called(guide, seed, control)
         except cancellation.Cancellation:
             raise cancellation.Cancellation(self._withdraw()) from None
-        pictures, seeds = received(content, seed)
+        pictures, seeds = received(content, seed, settings.options["pictures"])
         model = settings.options["checkpoint"] or checkpoint
         facts = {"server": settings.site.url, "checkpoint": model, "controlnet": control}
         self._job.deliver(pictures, seeds, facts)
@@ -74,6 +75,7 @@ class Rendering:
         )
 
     def _followed(self, call: Call) -> web.Answer:
+        busy = time.monotonic()
         while True:
             cancellation.stop_if_orphaned()
             answer = call.wait(POLL)
@@ -82,6 +84,10 @@ class Rendering:
             except web.UnreachableServer:
                 progress = {}  # some servers answer nothing else while they work
             if answer is None:
+                if progress.get("current_task") or "current_task" not in progress:
+                    busy = time.monotonic()
+                elif time.monotonic() - busy > IDLE:
+                    raise web.UnreachableServer("The server has nothing to do, and has not answered")
                 self._tell_progress(progress)
             else:
                 # An interrupted job ends in an answer like any other, with half a picture; the mark outlasts the job.

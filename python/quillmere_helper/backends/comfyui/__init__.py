@@ -2,19 +2,15 @@
 
 from typing import Any
 
-from ...errors import HelperError
 from ...workflows import Workflow
 from .. import Job, Result
-from .classes import Classes
-from .client import KIND, Comfy
-from .graph import Graph
+from . import inspection
+from .client import KIND
 from .rendering import Rendering
-from .source import read_source, some
-from .wiring import GraphValues, wire
+from .source import read_source
 
 REQUIRES = ""
 SERVER = KIND
-TRIAL = GraphValues("prompt", "guide.png", "", 512, 512, 0, 0, "quillmere/check/picture")
 
 
 def make(job: Job) -> Result:
@@ -22,27 +18,11 @@ def make(job: Job) -> Result:
 
 
 def check(workflow: Workflow) -> dict[str, Any]:
-    """Names what is missing on the server, or unclear in the workflow."""
-    source = read_source(workflow)
-    comfy = Comfy(source.site)
-    facts = {"server": source.site.url, "version": comfy.version()}
-    classes = Classes(comfy.class_info)
-    source.refuse_missing_classes(classes)
-    graph = source.graph(classes)
-    absent = _missing_files(graph, classes)
-    if absent:
-        raise HelperError(f"Not on the server, for {source.where}: {some(absent)}; put the files there")
-    wire(graph, classes, TRIAL, source.where)
-    return facts
+    """What it would do on its server, with a "problem" when it cannot run there. Raises HelperError for a workflow that
+    cannot be read and for a server that does not answer."""
+    return inspection.report(workflow)
 
 
-def _missing_files(graph: Graph, classes: Classes) -> list[str]:
-    """Choices of the graph that the server does not offer: models, mostly. Pictures are sent with each render."""
-    absent = []
-    for node in graph.nodes.values():
-        for name, spec in classes.of(node.kind).inputs.items():
-            value = node.inputs.get(name)
-            choices = None if spec.loads_pictures else spec.choices
-            if choices is not None and isinstance(value, str) and value not in choices:
-                absent.append(f'"{value}" ({name} of {node.label})')
-    return absent
+def controls(workflow: Workflow) -> list[dict[str, Any]]:
+    """What can be set in its graph. Raises HelperError."""
+    return inspection.controls(workflow)

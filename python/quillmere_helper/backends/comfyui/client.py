@@ -2,34 +2,56 @@
 
 import uuid
 from dataclasses import dataclass
+from enum import Enum
 from typing import Any, Mapping, Optional
 
 from ... import web
 from ...errors import HelperError
+from ...pictures import Picture
 from ...servers import Kind
 from ...untrusted import as_list, as_object
+from . import refusals
 
 RECENT = "64"  # entries of the history to look through for a job that is not there under its own ID
+TYPES = {"png": "image/png", "jpg": "image/jpeg", "webp": "image/webp"}
+SMALL_UPLOAD = 1 << 20  # bytes that no server refuses, so that none has to be asked
+MOST_CUT_OFF = 3  # uploads, until they count as too large
 Entry = Mapping[str, Any]  # a job's entry in the history
+
+
+class Place(Enum):
+    """Where a job was when it was to be taken back."""
+
+    NOWHERE = "not there"
+    WAITED = "in the queue, which it was taken out of"
+    RAN = "running, and told to stop"
+    ENDED = "in the history"
+    HIDDEN = "perhaps among jobs that the server does not tell apart, so left alone"
 
 
 @dataclass(frozen=True)
 class State:
-    """Where a job is. The server knows nothing of it when it neither waits nor runs nor has ended."""
+    """Where a job is. The server knows nothing of it when all of these are false."""
 
     waits: bool = False
     ahead: int = 0  # jobs that come before one that waits, the running one included
     runs: bool = False
+    hidden: bool = False  # perhaps among jobs that the server does not tell apart
     ended: Optional[Entry] = None
+
+    @property
+    def known(self) -> bool:
+        return self.waits or self.runs or self.hidden or self.ended is not None
 
 
 @dataclass
 class Ticket:
     """How one job of ours is known. `job` is the ID that we ask for until the server tells which one it gave; `client`
-    is our own and in no other job."""
+    is our own and in no other job. `taken`: the server has said that it took the job."""
 
     job: str
     client: str
+    taken: bool = False
 
 
 class Comfy:
@@ -37,13 +59,15 @@ class Comfy:
 
     def __init__(self, site: web.Site) -> None:
         self.site = site
+        self._cut_off = 0  # uploads that were
 
     def version(self) -> str:
         """Of the server, "" when it does not tell. Raises HelperError when something else answers there."""
-        answer = self._checked(self.site.get("/system_stats"))
+        answer = self._checked(self.site.get("/system_stats", None, web.ALIVE))
         system = answer.object().get("system")
         if answer.status != 200 or not isinstance(system, dict):
-            raise HelperError(f"{self.site.url} is no ComfyUI server (status {answer.status}); correct the URL")
+            text = f"{self.site.url} is no ComfyUI server (status {answer.status})"
+            raise HelperError(text, remedy="correct the URL")
         return str(system.get("comfyui_version") or "")
 
     def class_info(self, name: str) -> Mapping[str, Any]:
@@ -51,19 +75,34 @@ class Comfy:
         answer = self._checked(self.site.get("/object_info/" + web.quoted(name)))
         return answer.object() if answer.status == 200 else {}
 
-    def upload(self, name: str, subfolder: str, content: bytes, kind: str) -> str:
-        """Puts a picture into the server's input folder; returns what to write into a loader's "image"."""
+    def upload(self, role: str, name: str, subfolder: str, picture: Picture) -> str:
+        """Puts the `role` image into the server's input folder; returns what to write into a loader's "image"."""
         fields = {"type": "input", "subfolder": subfolder, "overwrite": "true"}
-        body, headers = _form(fields, name, content, kind)
-        answer = self._checked(self.site.exchange("POST", self.site.target("/upload/image"), body, headers))
+        body, headers = _form(fields, name, picture)
+        limit = self._largest_upload() if len(body) > SMALL_UPLOAD else None
+        if limit is not None and len(body) > limit:  # it would hang up in the middle
+            raise refusals.too_large(self.site.url, role, len(body), limit)
+        try:
+            answer = self._checked(self.site.exchange("POST", self.site.target("/upload/image"), body, headers))
+        except web.UnreachableServer:
+            self._cut_off += 1
+            if self._cut_off < MOST_CUT_OFF or len(body) <= SMALL_UPLOAD:
+                raise
+            self.version()  # it answers all the same: something does not want that much, and hangs up in the middle
+            raise refusals.too_large(self.site.url, role, len(body), limit) from None
         stored = answer.object()
         if answer.status == 413:
-            size = len(body) >> 20
-            raise HelperError(f"{self.site.url} takes no picture of {size} MB; start it with --max-upload-size")
+            raise refusals.too_large(self.site.url, role, len(body), limit)
         if answer.status != 200 or not isinstance(stored.get("name"), str):
-            raise HelperError(f"{self.site.url} does not take the guide image (status {answer.status})", answer.text())
+            text = f"{self.site.url} does not take the {role} image (status {answer.status}); see the server's console"
+            raise HelperError(text, answer.text())
         folder = stored.get("subfolder")
         return f"{folder}/{stored['name']}" if folder else str(stored["name"])
+
+    def _largest_upload(self) -> Optional[int]:
+        """In bytes; None when the server does not tell."""
+        limit = self._checked(self.site.get("/features")).object().get("max_upload_size")
+        return limit if type(limit) is int else None
 
     def submit(self, graph: Mapping[str, Any], ticket: Ticket, extra: Mapping[str, Any]) -> web.Answer:
         content = {"prompt": graph, "client_id": ticket.client, "prompt_id": ticket.job, "extra_data": extra}
@@ -76,7 +115,7 @@ class Comfy:
             if is_ours(item, ticket):
                 ticket.job = str(item[1])
                 return State(runs=True) if ahead < len(running) else State(waits=True, ahead=ahead)
-        return State(ended=self._history(ticket))
+        return State(ended=self._history(ticket), hidden=not all(map(_is_told, running + pending)))
 
     def queue(self) -> tuple[list[Any], list[Any]]:
         """The running and the waiting jobs."""
@@ -96,23 +135,29 @@ class Comfy:
 
     def view(self, picture: Mapping[str, Any]) -> web.Answer:
         query = {"filename": str(picture.get("filename", "")), "subfolder": str(picture.get("subfolder", ""))}
-        return self._checked(self.site.get("/view", {**query, "type": str(picture.get("type", "output"))}))
+        query["type"] = str(picture.get("type", "output"))
+        return self._checked(self.site.get("/view", query, web.PICTURES))
 
-    def cancel(self, ticket: Ticket) -> bool:
-        """Takes our job out of the queue or interrupts it; returns whether it was there.
+    def cancel(self, ticket: Ticket) -> Place:
+        """Takes our job out of the queue or interrupts it; returns where it was.
 
         No other job is touched: servers that do not know targeted interrupts stop whatever runs, so one is sent only
-        while ours does.
+        while ours does, alone.
         """
         running, pending = self.queue()
         waiting = [item[1] for item in pending if is_ours(item, ticket)]
         if waiting:
             self.site.post("/queue", {"delete": waiting})
             running, _ = self.queue()  # it may have begun in between
-        if running and is_ours(running[0], ticket):
-            self.site.post("/interrupt", {"prompt_id": running[0][1]})
-            return True
-        return bool(waiting)
+        ours = [item[1] for item in running if is_ours(item, ticket)]
+        if ours and len(running) == 1:
+            self.site.post("/interrupt", {"prompt_id": ours[0]})
+            return Place.RAN
+        if waiting:
+            return Place.WAITED
+        if ours or not all(map(_is_told, running + pending)):
+            return Place.HIDDEN
+        return Place.ENDED if self._history(ticket) else Place.NOWHERE
 
     def _checked(self, answer: web.Answer) -> web.Answer:
         if answer.status in (401, 403, 407):
@@ -125,10 +170,14 @@ class Comfy:
 
 
 def is_ours(item: Any, ticket: Ticket) -> bool:
-    if not isinstance(item, list) or len(item) < 2:
+    if not _is_told(item):
         return False
     extra = as_object(item[3]) if len(item) > 3 else {}
     return bool(item[1] == ticket.job or extra.get("client_id") == ticket.client)
+
+
+def _is_told(item: Any) -> bool:
+    return isinstance(item, list) and len(item) > 1
 
 
 def _turn(item: Any) -> float:
@@ -136,13 +185,14 @@ def _turn(item: Any) -> float:
     return float(number) if isinstance(number, (int, float)) else 0.0
 
 
-def _form(fields: Mapping[str, str], name: str, picture: bytes, kind: str) -> tuple[bytes, dict[str, str]]:
+def _form(fields: Mapping[str, str], name: str, picture: Picture) -> tuple[bytes, dict[str, str]]:
     """The body that sends `fields` and a picture file, and its headers."""
+    content, kind = picture
     boundary = uuid.uuid4().hex
     start = f'--{boundary}\r\nContent-Disposition: form-data; name="'
     head = "".join(f'{start}{field}"\r\n\r\n{value}\r\n' for field, value in fields.items())
-    head += f'{start}image"; filename="{name}"\r\nContent-Type: {kind}\r\n\r\n'
-    body = head.encode() + picture + f"\r\n--{boundary}--\r\n".encode()
+    head += f'{start}image"; filename="{name}"\r\nContent-Type: {TYPES[kind]}\r\n\r\n'
+    body = head.encode() + content + f"\r\n--{boundary}--\r\n".encode()
     return body, {"Content-Type": f"multipart/form-data; boundary={boundary}"}
 
 

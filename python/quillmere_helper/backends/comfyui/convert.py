@@ -1,127 +1,186 @@
 """From the format in which the graph editor saves to the one that the server runs.
 
-The editor does this in the browser and no server offers it. The plain cases are handled here; what would need the
-editor's own code is refused by name.
+The editor does this in the browser and no server offers it. What the file and the server's own words about its nodes
+decide is converted; the rest is refused by node and input.
 """
 
-from typing import Any, Mapping
+from typing import Any, Mapping, Optional
 
 from ...errors import HelperError
-from ...untrusted import as_list, as_object, as_text, objects_in
-from .classes import Classes, Input, NodeClass
+from .classes import Classes, Input, NodeClass, shown
+from .editor import ADVICE, NOTES, PRIMITIVE, REROUTE, Document, EditorNode, Slot
 from .graph import Graph, Node
+from .links import Links, Origin
+from .subgraphs import Instances, Kept, Scope, shown_around, uses_in
+from .widgets import align, first_misfit
 
-ADVICE = "in ComfyUI, use File > Export (API) and choose that file"
-MUTED, BYPASSED = 2, 4  # node modes
-NOTES = ("Note", "MarkdownNote")
-REROUTE, PRIMITIVE = "Reroute", "PrimitiveNode"
-SEED_HABITS = ("fixed", "increment", "decrement", "randomize")  # what the editor does with a seed after a run
+LINKING = (REROUTE, PRIMITIVE)
+OF_EDITOR = (*NOTES, *LINKING)
+
+
+def kinds_in(content: Mapping[str, Any], classes: Classes, where: str) -> set[str]:
+    """The classes of the nodes that would go to the server. Raises HelperError for a damaged file."""
+    return {node.kind for scope in uses_in(Document(content, where)) for node in _to_send(scope, classes, [])}
 
 
 def to_graph(content: Mapping[str, Any], classes: Classes, where: str) -> Graph:
-    """Raises HelperError that names the node which cannot be converted."""
-    return _Conversion(content, classes, where).run()
+    """Raises HelperError that names the node and the input which cannot be converted."""
+    return _Conversion(Document(content, where), classes).run(content)
+
+
+def _to_send(scope: Scope, classes: Classes, left_out: list[EditorNode]) -> list[EditorNode]:
+    """The nodes of one use of a graph, but for those that are off or that only the editor knows. `left_out` gets those
+    that the server does not know and nothing is linked to: labels and tools of node packs, mostly."""
+    active = [node for node in scope.graph.nodes.values() if node.is_active and node.id not in scope.uses]
+    origins = {link.origin for link in scope.graph.links.values()}
+    sent: list[EditorNode] = []
+    for node in active:
+        linked = node.id in origins or any(slot.link is not None for slot in node.inputs)
+        if node.kind not in OF_EDITOR:
+            (sent if linked or classes.get(node.kind) else left_out).append(node)
+    return sent
 
 
 class _Conversion:
-    def __init__(self, content: Mapping[str, Any], classes: Classes, where: str) -> None:
-        self._where = where
-        self._classes = classes
-        self._nodes = {str(node.get("id")): node for node in objects_in(content["nodes"])}
-        self._links = _links(content.get("links"))
-        subgraphs = objects_in(as_object(content.get("definitions")).get("subgraphs"))
-        self._subgraphs = {str(graph.get("id")): str(graph.get("name")) for graph in subgraphs}
-        self._content = content
+    def __init__(self, document: Document, classes: Classes) -> None:
+        self._where, self._classes, self._document = document.where, classes, document
+        self._notes: list[str] = []
+        self._links = Links(Instances(document, classes), document.where)
 
-    def run(self) -> Graph:
-        nodes = {}
-        for identifier, node in self._nodes.items():
-            if node.get("mode") in (MUTED, BYPASSED) or node.get("type") in (*NOTES, REROUTE, PRIMITIVE):
-                continue
-            kind, title = str(node.get("type")), as_text(node.get("title"))
-            nodes[identifier] = Node(identifier, kind, self._inputs(node), title)
-        return Graph(nodes, self._content)
+    def run(self, content: Mapping[str, Any]) -> Graph:
+        graph = Graph({}, content)
+        left_out: list[EditorNode] = []
+        for scope in uses_in(self._document):
+            for node in _to_send(scope, self._classes, left_out):
+                made = self._node(scope, node)
+                if made.id in graph.nodes:
+                    raise HelperError(f"Two nodes in {self._where} get the number {made.id}; {ADVICE}")
+                graph.nodes[made.id] = made
+            alone = [node for node in scope.graph.nodes.values() if node.id in scope.uses or node.kind in LINKING]
+            graph.of_editor.update((scope.path + node.id, node.title) for node in alone if node.is_active)
+        unknown = "is left out: the server does not know it, and nothing is linked to it"
+        graph.notes += [*self._notes, *(f"{node.label} in {self._where} {unknown}" for node in left_out)]
+        return graph
 
-    def _inputs(self, node: Mapping[str, Any]) -> dict[str, Any]:
-        inputs = self._values(node, self._class_of(node))
-        for slot in objects_in(node.get("inputs")):
-            source = self._source(slot.get("link"))
-            if source is not None:
-                inputs[str(slot.get("name"))] = source
-        return inputs
-
-    def _class_of(self, node: Mapping[str, Any]) -> NodeClass:
-        kind = str(node.get("type"))
-        if kind in self._subgraphs:
-            raise HelperError(f'The subgraph "{self._subgraphs[kind]}" in {self._where} cannot be converted; {ADVICE}')
-        described = self._classes.get(kind)
+    def _node(self, scope: Scope, node: EditorNode) -> Node:
+        described = self._classes.get(node.kind)
         if described is None:
             raise HelperError(
-                f'The ComfyUI server does not know the node "{kind}" (node {node.get("id")}) in {self._where}; '
+                f"The ComfyUI server does not know {node.label} in {self._where}; "
                 f"install the node pack that it belongs to, or {ADVICE}"
             )
-        return described
+        made = Node(scope.path + node.id, node.kind, {}, node.title)
+        for name, kept in self._values(scope, node, described).items():
+            self._put(made, described.inputs.get(name), name, kept)
+        for slot in node.inputs:
+            source = None if slot.link is None else self._links.of(scope, slot.link, f'"{slot.name}" of {node.label}')
+            if source is None:
+                continue
+            name = self._name_today(node, slot, described)
+            if isinstance(source, Origin):
+                made.inputs[name] = [source.id, source.slot]
+            elif source.value is not None:
+                self._put(made, described.inputs.get(name), name, source)
+        return made
 
-    def _values(self, node: Mapping[str, Any], described: NodeClass) -> dict[str, Any]:
-        """The values that the editor keeps for the inputs of `node`: by name, or one after the other."""
-        kept = node.get("widgets_values")
-        widgets = [widget for widget in described.inputs.values() if widget.is_widget]
-        if isinstance(kept, dict):
-            return {widget.name: kept[widget.name] for widget in widgets if widget.name in kept}
-        rest = list(as_list(kept))
-        values: dict[str, Any] = {}
-        for widget in widgets:
-            if not rest:
-                break
-            values[widget.name] = rest.pop(0)
-            if rest and _belongs_to_editor(widget, rest[0]):
-                rest.pop(0)
+    def _put(self, made: Node, spec: Optional[Input], name: str, kept: Kept) -> None:
+        """A value that comes from elsewhere than the node itself can be of any kind."""
+        value = spec.standard() if spec is not None and kept.value is None else kept.value
+        if value is None:
+            return
+        if isinstance(value, (dict, list)) and spec is None or spec is not None and spec.misfit(value) == 2:
+            kind = f" ({spec.kind})" if spec else ""
+            raise HelperError(f'{made.label} in {self._where}: "{name}"{kind} cannot be {shown(value)}; {ADVICE}')
+        whole = spec is not None and spec.kind == "INT"
+        made.inputs[name] = {"__value__": value} if isinstance(value, list) else int(value) if whole else value
+        made.places[name] = kept.place
+
+    def _values(self, scope: Scope, node: EditorNode, described: NodeClass) -> dict[str, Kept]:
+        """What is kept for the widgets of `node`, by itself or by an instance around it; nothing for those that the
+        node has gained since."""
+        places = self._places(node, described)
+        self._refuse_lost(node, described, places)
+        values: dict[str, Kept] = {}
+        known = [name for name, spec in described.inputs.items() if spec.is_widget]
+        linked = [slot.name for slot in node.inputs if slot.link is not None]
+        for name in [*known, *(name for name in places if name not in known and _is_known(name, described))]:
+            own = Kept(None, ())
+            if name in places:
+                own = Kept(node.values[places[name]], (*node.place, places[name]))
+                if name in linked and name in known and described.inputs[name].misfit(own.value) == 2:
+                    own = Kept(None, own.place)  # of no meaning any more
+            values[name] = shown_around(scope, node, name) or own
         return values
 
-    def _source(self, link: Any, depth: int = 0) -> Any:
-        """What a link brings, through everything that only the editor knows: a node's ID and the number of one of its
-        outputs, or the value of a primitive; None when it comes from nowhere."""
-        if not isinstance(link, (int, str)) or link not in self._links or depth > len(self._nodes):
-            return None
-        origin, slot = self._links[link]
-        node = self._nodes.get(origin)
-        if node is None:
-            raise HelperError(f"A link in {self._where} comes from node {origin}, which is not there; {ADVICE}")
-        if node.get("type") == PRIMITIVE:
-            return (as_list(node.get("widgets_values")) or [None])[0]
-        if node.get("type") == REROUTE:
-            return self._source(next((slot.get("link") for slot in objects_in(node.get("inputs"))), None), depth + 1)
-        if node.get("mode") == MUTED:
-            return None
-        if node.get("mode") == BYPASSED:
-            return self._source(_bypass(node, slot), depth + 1)
-        return [origin, slot]
+    def _places(self, node: EditorNode, described: NodeClass) -> dict[str, Any]:
+        """Where in the values of `node` that of each input is, by the names of the inputs when it was saved."""
+        values = node.values
+        if isinstance(values, dict):
+            return {name: name for name in described.inputs if name in values}
+        linked = [slot.name for slot in node.inputs if slot.link is not None]
+        named = [described.inputs.get(slot.widget) or Input(slot.widget, slot.kind, {}) for slot in _widgets_of(node)]
+        order = list(described.inputs)
+        ranks = [order.index(widget.name) for widget in named if widget.name in described.inputs]
+        if named and ranks == sorted(ranks):  # editors since 2025 list them all, so that gained inputs don't matter
+            alignment = align(named, values, linked)
+            if alignment is not None and len(alignment.places) == len(named) and alignment.count == len(values):
+                return dict(alignment.places)
+        slots = {slot.name for slot in node.inputs}
+        specs = described.inputs.values()
+        widgets = [spec for spec in specs if spec.is_widget or (spec.may_be_widget and spec.name not in slots)]
+        alignment = align(widgets, values, linked)
+        if alignment is None:
+            spec, value = first_misfit(widgets, values)
+            raise HelperError(
+                f"The values of {node.label} in {self._where} do not fit its inputs any more: {shown(value)} cannot be "
+                f'"{spec.name}" ({spec.kind}); set the values of the node again and {ADVICE}'
+            )
+        if any(isinstance(value, dict) and value for value in values[alignment.count :]):
+            self._notes.append(f"Values of {node.label} in {self._where} that only the editor understands are left out")
+        return dict(alignment.places)
+
+    def _refuse_lost(self, node: EditorNode, described: NodeClass, places: Mapping[str, Any]) -> None:
+        """Values of inputs that the node has no longer, when another input may have taken their place; without any
+        that may, they are left out."""
+        for slot in _widgets_of(node):
+            if slot.link is None and slot.widget in places and not _is_known(slot.widget, described):
+                value = node.values[places[slot.widget]]
+                gained = [spec for name, spec in described.inputs.items() if spec.is_widget and name not in places]
+                self._refuse_renamed(node, slot.widget, [spec.name for spec in gained if spec.misfit(value) < 2])
+                text = f'has no input "{slot.widget}" any more: it is left out'
+                self._notes.append(f"{node.label} in {self._where} {text}")
+
+    def _name_today(self, node: EditorNode, slot: Slot, described: NodeClass) -> str:
+        """The name of the input that a linked slot belongs to. Names that the server does not tell may be those of a
+        node that takes any, as long as the node lacks none that it needs."""
+        names = [name for name in (slot.name, slot.widget) if name and _is_known(name, described)]
+        if names:
+            return names[0]
+        taken = {other.name for other in node.inputs}
+        free = [spec for spec in described.inputs.values() if spec.name not in taken]
+        alike = [spec for spec in free if spec.kind == slot.kind or "*" in (spec.kind, slot.kind)]
+        fits = [spec for spec in alike if (spec.is_widget if slot.widget else spec.required and not spec.is_widget)]
+        gained = [spec.name for spec in fits]
+        lost = [other for other in node.inputs if other.link is not None and other.kind == slot.kind]
+        lost = [other for other in lost if not _is_known(other.name, described)]
+        if len(gained) == 1 and len(lost) == 1 and not slot.widget:
+            return gained[0]
+        self._refuse_renamed(node, slot.name, gained)
+        return slot.name
+
+    def _refuse_renamed(self, node: EditorNode, name: str, gained: list[str]) -> None:
+        if gained:
+            names = ", ".join(f'"{gain}"' for gain in gained)
+            raise HelperError(
+                f'{node.label} in {self._where} has no input "{name}" on this server, and it is not clear whether it '
+                f"is {names} now; put a new node of this kind in its place and {ADVICE}"
+            )
 
 
-def _belongs_to_editor(widget: Input, value: Any) -> bool:
-    """Whether `value`, kept after that of `widget`, is one that the server never sees."""
-    if widget.kind == "INT" and isinstance(value, str):
-        return value in SEED_HABITS
-    return widget.loads_pictures and value == "image"
+def _widgets_of(node: EditorNode) -> list[Slot]:
+    return [slot for slot in node.inputs if slot.widget]
 
 
-def _links(listed: Any) -> dict[Any, tuple[str, int]]:
-    """Origin node and slot of each link by its ID, from either of the two ways in which links are saved."""
-    links: dict[Any, tuple[str, int]] = {}
-    for link in as_list(listed):
-        if isinstance(link, dict):
-            link = [link.get("id"), link.get("origin_id"), link.get("origin_slot")]
-        if isinstance(link, list) and len(link) >= 3 and isinstance(link[0], (int, str)) and type(link[2]) is int:
-            links[link[0]] = (str(link[1]), link[2])
-    return links
-
-
-def _bypass(node: Mapping[str, Any], slot: int) -> Any:
-    """The link that takes the place of output `slot` of a bypassed node: of an input of the same type, if possible
-    the one at the same place."""
-    outputs, inputs = objects_in(node.get("outputs")), objects_in(node.get("inputs"))
-    kind = outputs[slot].get("type") if slot < len(outputs) else None
-    alike = [place for place, candidate in enumerate(inputs) if candidate.get("type") == kind]
-    if not alike:
-        return None
-    return inputs[slot if slot in alike else alike[0]].get("link")
+def _is_known(name: str, described: NodeClass) -> bool:
+    """Inputs that appear with a choice of another one have its name before a dot."""
+    return name in described.inputs or name.split(".")[0] in described.inputs

@@ -2,10 +2,16 @@
 
 import re
 from dataclasses import dataclass, field
-from typing import Any, Iterable, Mapping, Optional
+from typing import Any, Iterable, Mapping, Optional, Union
 
 from ...errors import HelperError
 from ...untrusted import as_object, as_text
+
+LARGEST_FILLING = 16 << 20  # characters that placeholders become
+
+
+LINK_AGAIN = "link it again in ComfyUI and save the workflow anew"
+Place = tuple[Union[str, int], ...]  # of a value in a JSON file: keys and positions, from the outside inwards
 
 
 @dataclass
@@ -16,6 +22,7 @@ class Node:
     kind: str
     inputs: dict[str, Any]
     title: str = ""
+    places: dict[str, Place] = field(default_factory=dict, repr=False)  # of literals in the editor's graph
 
     @property
     def label(self) -> str:
@@ -36,12 +43,35 @@ class Graph:
     nodes: dict[str, Node]
     # The editor's own format of the same graph, when that is what the file held; goes into the server's pictures.
     editor: Optional[Mapping[str, Any]] = field(default=None, repr=False)
+    of_editor: dict[str, str] = field(default_factory=dict)  # titles of its subgraphs, reroutes and primitives
+    controls: dict[str, Any] = field(default_factory=dict)  # by name, as they were set
+    controlled: set[tuple[str, str]] = field(default_factory=set)  # their nodes and inputs
+    notes: list[str] = field(default_factory=list)
 
     def to_api(self) -> dict[str, Any]:
         return {
             node.id: {"class_type": node.kind, "inputs": node.inputs, "_meta": {"title": node.title or node.kind}}
             for node in self.nodes.values()
         }
+
+    def to_editor(self) -> Optional[dict[str, Any]]:
+        """The editor's graph with the values that the nodes have now, None when there is none. Nodes that share their
+        values, as those of a subgraph that is used twice do, keep them where they have come to differ."""
+        if self.editor is None:
+            return None
+        wanted: dict[Place, list[Any]] = {}
+        for node in self.nodes.values():
+            for name, place in node.places.items():
+                if place and isinstance(node.inputs.get(name), (str, int, float)):
+                    wanted.setdefault(place, []).append(node.inputs[name])
+        changed: dict[str, Any] = dict(self.editor)
+        for place, values in wanted.items():
+            stands: Any = self.editor
+            for key in place:
+                stands = stands[key]
+            if values[0] != stands and all(value == values[0] for value in values):
+                changed = _with(changed, place, values[0])
+        return changed
 
     def sources(self, node: Node) -> Iterable[tuple[str, Node]]:
         """The name of each linked input of `node` with the node that it comes from."""
@@ -61,28 +91,32 @@ class Graph:
                 waiting += [source.id for _, source in self.sources(self.nodes[node])]
         return found
 
-    def fill(self, values: Mapping[str, Any], where: str) -> set[str]:
-        """Replaces the names of `values` that stand in braces in texts; returns those that did. Other braces stay.
+    def fill(self, values: Mapping[str, Any], where: str) -> list[tuple[str, Node, str]]:
+        """Replaces the names of `values` that stand in braces in texts; returns them with their places: node and input.
+        Other braces stay.
 
         A text that is nothing but one placeholder becomes the value itself, so that "{width}" works where a number is
         due. Raises HelperError for a value that is None, that is to say not known.
         """
         pattern = re.compile("{(" + "|".join(values) + ")}")
-        filled: set[str] = set()
-
-        def value_of(match: "re.Match[str]") -> Any:
-            name = match.group(1)
-            if values[name] is None:
-                lacks = f'set "{name}" in the parameters of the workflow'
-                raise HelperError(f"A text in {where} asks for {{{name}}}; {lacks}")
-            filled.add(name)
-            return values[name]
-
+        filled: list[tuple[str, Node, str]] = []
+        size = 0
         for node in self.nodes.values():
             for name, text in [(name, text) for name, text in node.inputs.items() if isinstance(text, str)]:
+                found = pattern.findall(text)
+                size += sum(len(str(values[asked])) for asked in found)
+                if size > LARGEST_FILLING:
+                    least = f"more than {LARGEST_FILLING >> 20} MB of text"
+                    raise HelperError(f"The placeholders in {where} become {least}; use fewer, or a shorter prompt")
+                for asked in dict.fromkeys(found):
+                    if values[asked] is None:
+                        lacks = f'set "{asked}" in the parameters of the workflow'
+                        raise HelperError(f"A text in {where} asks for {{{asked}}}; {lacks}")
+                    filled.append((asked, node, name))
                 whole = pattern.fullmatch(text)
                 # In one pass: what is put in may itself hold braces.
-                node.inputs[name] = value_of(whole) if whole else pattern.sub(lambda match: str(value_of(match)), text)
+                filling = pattern.sub(lambda match: str(values[match.group(1)]), text)
+                node.inputs[name] = values[whole.group(1)] if whole else filling
         return filled
 
 
@@ -101,3 +135,14 @@ def read_api(content: Mapping[str, Any], where: str) -> Graph:
             raise HelperError(f"Node {identifier} in {where} is damaged; export the workflow again (Export (API))")
         nodes[identifier] = Node(identifier, kind, dict(inputs), as_text(as_object(given.get("_meta")).get("title")))
     return Graph(nodes)
+
+
+def _with(content: dict[str, Any], place: Place, value: Any) -> dict[str, Any]:
+    """A copy of `content` with `value` at `place`, as far as there is one; what lies beside the way is shared."""
+    copied = dict(content)
+    inner: Any = copied
+    for key in place[:-1]:
+        inner[key] = inner[key].copy()
+        inner = inner[key]
+    inner[place[-1]] = value
+    return copied

@@ -1,14 +1,17 @@
 """What a ComfyUI server says when it does not do what it was asked, in words that a user can act on."""
 
 import json
-from typing import Any, Mapping
+from typing import Any, Mapping, Optional
 
 from ... import web
 from ...errors import HelperError
 from ...untrusted import as_list, as_object, objects_in
-from .graph import Graph
+from .graph import Graph, Node, link_of
 
 LONGEST_LIST = 3  # choices that are named
+FAILED_OUTPUTS = "prompt_outputs_failed_validation"
+UNTOLD_LINKS = ("bad_linked_input", "exception_during_inner_validation", "exception_during_validation")
+LACKING_LINKS = ("bad_linked_input", "KeyError", "IndexError")  # what servers find of a link to nowhere
 
 
 def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperError:
@@ -30,11 +33,21 @@ def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperE
         return HelperError(text, details)
     if kind == "prompt_no_outputs":
         return HelperError(no_output(where), details)
+    if not message and error.get("type") == FAILED_OUTPUTS:
+        message = "its links may run in a circle"
     return HelperError(f"{url} does not take {where}: {message or 'no reason given'}; correct the workflow", details)
 
 
 def no_output(where: str) -> str:
     return f'No node in {where} gives a picture out; add a "Save Image" node'
+
+
+def too_large(url: str, role: str, size: int, limit: Optional[int]) -> HelperError:
+    """`size` and `limit` in bytes."""
+    most = "" if limit is None else f"; it takes {limit / (1 << 20):.1f} MB"
+    remedy = "lower the resolution" if role == "guide" else "choose a smaller one"
+    text = f"The {role} image, {size / (1 << 20):.1f} MB, is too large for {url}{most}"
+    return HelperError(f"{text}: {remedy}, or start the server with a larger --max-upload-size")
 
 
 def node_problems(node_errors: Any, graph: Graph) -> list[str]:
@@ -43,12 +56,14 @@ def node_problems(node_errors: Any, graph: Graph) -> list[str]:
     for identifier, told in as_object(node_errors).items():
         told, node = as_object(told), graph.nodes.get(str(identifier))
         label = node.label if node else f"node {identifier} ({told.get('class_type')})"
-        errors = [_node_problem(label, error) for error in objects_in(told.get("errors"))]
-        problems += errors or [f"{label} cannot run"]
+        errors = objects_in(told.get("errors"))
+        texts = [_node_problem(label, error) or _link_problem(label, node, graph) for error in errors]
+        problems += texts or [f"{label} cannot run"]
     return problems
 
 
 def _node_problem(label: str, error: Mapping[str, Any]) -> str:
+    """Empty for a link to what is not there."""
     extra = as_object(error.get("extra_info"))
     name, value = extra.get("input_name"), extra.get("received_value")
     details = web.shortened(str(error.get("details") or error.get("message") or "no reason given"))
@@ -64,7 +79,25 @@ def _node_problem(label: str, error: Mapping[str, Any]) -> str:
         return f"{label}: {details}; upload the file to the server or choose another one"
     if kind == "required_input_missing":
         return f"{label}: nothing is linked to {name}; link it"
+    if kind == "return_type_mismatch":
+        told = f"takes {_kind_of(extra)} and is linked to {extra.get('received_type')}"
+        return f"{label}: {name} {told}; link it to another output"
+    if kind in UNTOLD_LINKS and extra.get("exception_type", kind) in LACKING_LINKS:
+        return ""
     return f"{label}: {details}"
+
+
+def _kind_of(extra: Mapping[str, Any]) -> Any:
+    return (as_list(extra.get("input_config")) or ["something else"])[0]
+
+
+def _link_problem(label: str, node: Optional[Node], graph: Graph) -> str:
+    """Servers tell only what they have not found; which link it is stands in the graph."""
+    for name, value in node.inputs.items() if node else ():
+        link = link_of(value)
+        if link is not None and link[0] not in graph.nodes:
+            return f"{label}: {name} is linked to node {link[0]}, which is not in the workflow; link it again"
+    return f"{label}: one of its links is to an output that the other node does not have; link it again"
 
 
 def run_failed(data: Mapping[str, Any], graph: Graph, where: str) -> HelperError:

@@ -3,28 +3,39 @@
 import hashlib
 import time
 import uuid
-from dataclasses import replace
+from dataclasses import dataclass
 from functools import partial
-from typing import Optional
+from typing import Any, Mapping, Optional
 
 from ... import cancellation, web
 from ...errors import HelperError
+from ...exchange import ALMOST
 from ...parameters import seed_for
 from ...pictures import Picture, given_picture
 from ...servers import until_answered
 from .. import Job, Result
 from . import refusals, results
 from .classes import Classes
-from .client import Comfy, Entry, Ticket
+from .client import Comfy, Ticket
 from .follow import Follower, LostJob
 from .graph import Graph
+from .previews import Previews
 from .source import Source
 from .wiring import GraphValues, Wiring, wire
+from .withdrawal import withdraw
 
 MOST_SUBMISSIONS = 4  # a server that loses a job more often has a fault of its own
-TYPES = {"png": "image/png", "jpg": "image/jpeg", "webp": "image/webp"}
-WITHDRAWAL = 0.6  # seconds for all of it: a stopped render has to end within one
-STOP_TIMEOUT = 0.4  # seconds for one answer of the server meanwhile
+MOST_PICTURES = 64  # of one job
+LARGEST_TOGETHER = 256 << 20  # bytes of them, after which no further one is fetched
+NOTE_TIME = 0.3  # seconds that a remark stays in the status, which the effect reads every 0.12
+
+
+@dataclass
+class Made:
+    """What has come of a job: its pictures, the frame first, each with the name of its node; and how its graph was."""
+
+    pictures: list[tuple[str, Picture]]
+    wired: Wiring
 
 
 class Rendering:
@@ -37,24 +48,38 @@ class Rendering:
         self._client = uuid.uuid4().hex
         self._ticket: Optional[Ticket] = None
         self._guide = self._style = ""
+        self._previews = Previews(job.status.path, job.request.frame)
 
     def run(self) -> Result:
         self._tell(f"Connecting to {self._source.site.url}")
         version = self._comfy.version()
         self._source.refuse_missing_classes(self._classes)
-        self._wired("")  # whether the request fits the graph, before anything is sent
+        for note in self._wired("")[1].notes:  # whether the request fits the graph, before anything is sent
+            self._tell(note)
+            time.sleep(NOTE_TIME)
         try:
-            pictures, wired = self._pictures()
+            made = self._made()
         except cancellation.Cancellation:
-            raise cancellation.Cancellation(_withdraw(self._comfy, self._ticket)) from None
-        seed = wired.seed if wired.seed is not None else 0
-        facts = {"server": self._source.site.url, "server_version": version, "workflow": self._source.self_contained}
-        self._job.deliver(pictures, [seed] * len(pictures), facts)
-        return Result(seed, wired.notes)
+            raise cancellation.Cancellation(withdraw(self._comfy, self._ticket)) from None
+        finally:
+            self._previews.remove()
+        self._deliver(made, version)
+        return Result(made.wired.seed, made.wired.notes)
 
-    def _pictures(self) -> tuple[list[Picture], Wiring]:
+    def _deliver(self, made: Made, version: str) -> None:
+        wired, nodes = made.wired, [node for node, _ in made.pictures]
+        facts = {"server": self._source.site.url, "server_version": version, "workflow": self._source.self_contained}
+        facts.update(wired.facts)
+        if wired.notes:
+            facts["notes"] = wired.notes
+        own: list[dict[str, Any]] = [{"node": node} for node in nodes]
+        if nodes[1:]:
+            own[0]["others"] = nodes[1:]
+        self._job.deliver([picture for _, picture in made.pictures], [wired.seed] * len(nodes), facts, own)
+
+    def _made(self) -> Made:
         """Submits as often as it takes: a restarted server has forgotten its jobs, and files may vanish."""
-        follower = Follower(self._comfy, self._client, self._tell)
+        follower = Follower(self._comfy, self._client, self._tell, self._previews)
         for _ in range(MOST_SUBMISSIONS):
             self._guide = self._sent(self._job.request.reference_image, "guide")
             self._style = self._sent(self._job.request.locked_style_image, "style")
@@ -77,16 +102,23 @@ class Rendering:
         series = f"{self._job.request.output_dir}\n{self._job.request.output_prefix}".encode("utf-8", "surrogateescape")
         name = f"{role}_{hashlib.sha256(content).hexdigest()[:24]}.{kind}"
         folder = f"quillmere/{hashlib.sha256(series).hexdigest()[:12]}"
-        return until_answered(lambda: self._comfy.upload(name, folder, content, TYPES[kind]), self._tell)
+        return until_answered(lambda: self._comfy.upload(role, name, folder, (content, kind)), self._tell)
 
-    def _once(self, follower: Follower) -> tuple[list[Picture], Wiring]:
+    def _once(self, follower: Follower) -> Made:
         job = str(uuid.uuid4())
         graph, wired = self._wired(job)
+        ends = results.latest_first(graph, wired.outputs)
         self._tell("Submitting the job")
         self._submit(graph, Ticket(job, self._client))
         assert self._ticket is not None
-        entry = follower.until_ended(self._ticket, graph, wired.outputs, self._source.where)
-        return self._fetch(entry, wired), wired
+        entry = follower.until_ended(self._ticket, graph, ends, self._source.where)
+        named = results.named_in(entry, ends, wired.result)
+        if not named:
+            raise HelperError(f'{self._source.where} has made no picture; end it in a "Save Image" node')
+        if wired.result and named[0].node != wired.result:
+            label, node = graph.nodes[wired.result].label, named[0].node
+            wired.notes.append(f"{label} has made no picture: the frame is that of node {node}")
+        return Made(self._fetched(named, graph, wired.notes), wired)
 
     def _wired(self, job: str) -> tuple[Graph, Wiring]:
         request = self._job.request
@@ -100,8 +132,8 @@ class Rendering:
 
     def _submit(self, graph: Graph, ticket: Ticket) -> None:
         """Whether a server that goes away in the middle has taken the job is found out by following it."""
-        self._ticket = ticket
-        extra = {"extra_pnginfo": {"workflow": graph.editor}} if graph.editor else {}
+        self._ticket, editor = ticket, graph.to_editor()
+        extra = {"extra_pnginfo": {"workflow": editor}} if editor else {}
         try:
             answer = self._comfy.submit(graph.to_api(), ticket, extra)
         except web.UnreachableServer:
@@ -109,37 +141,34 @@ class Rendering:
         content = answer.object()
         taken = answer.status == 200 and isinstance(content.get("prompt_id"), str)
         if taken:
-            ticket.job = content["prompt_id"]
+            ticket.job, ticket.taken = content["prompt_id"], True
         if not taken or content.get("node_errors"):
             if taken:  # the server would run the part of the graph that it finds right
-                _withdraw(self._comfy, ticket)
+                withdraw(self._comfy, ticket)
             raise refusals.not_taken(self._source.site.url, answer, graph, self._source.where)
 
-    def _fetch(self, entry: Entry, wired: Wiring) -> list[Picture]:
-        named = results.named_in(entry, wired.outputs)
-        if not named:
-            raise HelperError(f'{self._source.where} has made no picture; end it in a "Save Image" node')
-        self._tell("Fetching the picture", 0.99)
-        return [until_answered(partial(results.fetch, self._comfy, told), self._tell) for told in named]
+    def _fetched(self, named: list[results.Named], graph: Graph, notes: list[str]) -> list[tuple[str, Picture]]:
+        """The picture of the frame, and of the others those that can be had; what is wrong with one becomes a note."""
+        self._tell("Fetching the picture", ALMOST)
+        fetched, size = [], 0
+        for number, one in enumerate(named[:MOST_PICTURES]):
+            if size > LARGEST_TOGETHER:
+                notes.append(f"Left on the server, for the pictures take too much together: {one.told.get('filename')}")
+                continue
+            try:
+                picture = until_answered(partial(results.fetch, self._comfy, one.told), self._tell)
+            except HelperError as error:
+                if number == 0:
+                    raise
+                notes.append(f"Not fetched: {error}")
+                continue
+            size += len(picture[0])
+            node = graph.nodes.get(one.node)
+            content = results.with_graphs(picture, graph.to_api(), graph.to_editor())
+            fetched.append((node.label if node else f"node {one.node}", (content, picture[1])))
+        if len(named) > MOST_PICTURES:
+            notes.append(f"{len(named) - MOST_PICTURES} more pictures of the job stay on {self._source.site.url}")
+        return fetched
 
-    def _tell(self, message: str, share: Optional[float] = None) -> None:
-        self._job.status.tell("render", message, share)
-
-
-def _withdraw(comfy: Comfy, ticket: Optional[Ticket]) -> str:
-    """Stops the job of `ticket`, queued or running, and no other; tells in words what has become of it.
-
-    A job that is not to be seen may just be on its way into the queue, so it is looked for until the time is over.
-    """
-    if ticket is None:
-        return cancellation.TEXT
-    quick = Comfy(replace(comfy.site, timeout=STOP_TIMEOUT))
-    end = time.monotonic() + WITHDRAWAL
-    try:
-        while time.monotonic() < end:
-            if quick.cancel(ticket):
-                return f"{cancellation.TEXT}; its job on the server was stopped"
-            time.sleep(0.1)
-    except HelperError:
-        return f"{cancellation.TEXT}, but {comfy.site.url} could not be told: its job may still run there"
-    return cancellation.TEXT
+    def _tell(self, message: str, share: Optional[float] = None, more: Optional[Mapping[str, Any]] = None) -> None:
+        self._job.status.tell("render", message, share, more)

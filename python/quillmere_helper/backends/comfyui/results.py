@@ -1,12 +1,16 @@
 """The pictures that a job has left on a ComfyUI server."""
 
+import json
 import time
-from typing import Any, Mapping
+from dataclasses import dataclass
+from typing import Any, Mapping, Optional
 
-from ... import pictures, web
+from ... import pictures, png, web
 from ...errors import HelperError
 from ...untrusted import as_object, objects_in
-from .client import Comfy
+from ...workflows import GRAPHS
+from .client import Comfy, Entry
+from .graph import Graph
 
 TRIES = 4  # downloads, when the one before was cut off
 PAUSE = 0.5  # seconds before the next try
@@ -16,16 +20,33 @@ class MissingPicture(HelperError):
     """The server names a picture that is not there any more."""
 
 
-def named_in(entry: Mapping[str, Any], ends: list[str]) -> list[Mapping[str, Any]]:
-    """The pictures of the first of the nodes `ends` that has any, or else of any node; saved ones before those that are
-    only shown. They are as the server tells them: nothing in them is a path of ours."""
+@dataclass(frozen=True)
+class Named:
+    """A picture as the server tells it: nothing in `told` is a path of ours."""
+
+    node: str  # the ID of the node that made it
+    told: Mapping[str, Any]
+
+
+def latest_first(graph: Graph, outputs: list[str]) -> list[str]:
+    """The nodes `outputs`, the last one that runs first. That is the one that needs the most other nodes, of equals the
+    one with the highest number: which of two that don't need each other a server runs first changes from frame to frame
+    with what it still has."""
+
+    def place(name: str) -> tuple[int, list[int]]:
+        return len(graph.upstream([name])), [int(part[:9]) for part in name.split(":") if part.isdecimal()]
+
+    return sorted(outputs, key=place, reverse=True)
+
+
+def named_in(entry: Entry, ends: list[str], marked: Optional[str]) -> list[Named]:
+    """All pictures of the job, the frame first: that of the node `marked`, else of the first of `ends` that has saved
+    any, else of the first that has shown any. Nodes that are not among `ends` come last."""
     outputs = as_object(entry.get("outputs"))
-    for end in [*ends, *(str(node) for node in outputs)]:
-        images = objects_in(as_object(outputs.get(end)).get("images"))
-        named = [image for image in images if isinstance(image.get("filename"), str)]
-        if named:
-            return sorted(named, key=lambda image: image.get("type") != "output")
-    return []
+    order = dict.fromkeys([*ends, *map(str, outputs)])
+    told = [Named(node, image) for node in order for image in objects_in(as_object(outputs.get(node)).get("images"))]
+    usable = [one for one in told if isinstance(one.told.get("filename"), str)]
+    return sorted(usable, key=lambda one: (one.node != marked, one.told.get("type") != "output"))
 
 
 def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> pictures.Picture:
@@ -49,3 +70,14 @@ def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> pictures.Picture:
         f'"{name}" from the server is no whole PNG, JPEG or WebP picture (status {answer.status}); '
         'end the workflow in a "Save Image" node'
     )
+
+
+def with_graphs(picture: pictures.Picture, prompt: Mapping[str, Any], editor: Optional[Mapping[str, Any]]) -> bytes:
+    """The content of `picture` with the graph that made it in both its formats, as servers write them unless they are
+    told not to: whoever drops it into the editor sees what made it."""
+    content, kind = picture
+    there = png.texts(content, GRAPHS) if kind == "png" else GRAPHS
+    for keyword, graph in zip(GRAPHS, (prompt, editor)):
+        if keyword not in there and graph:
+            content = png.with_ascii_text(content, keyword, json.dumps(graph))
+    return content

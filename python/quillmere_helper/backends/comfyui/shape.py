@@ -1,13 +1,11 @@
 """What the nodes of a graph are for, judged by how they are linked and by what the server says about their classes."""
 
-from typing import Optional, Sequence
+from typing import Iterable, Optional, Sequence
 
 from ...errors import HelperError
 from .classes import Classes, NodeClass
-from .graph import Graph, Node, link_of
+from .graph import LINK_AGAIN, Graph, Node, link_of
 from .refusals import no_output
-
-TEXT_NAMES = ("text", "prompt", "string", "value", "clip_l", "t5xxl", "text_g", "text_l")
 
 
 def all_outputs(graph: Graph, classes: Classes) -> list[str]:
@@ -15,16 +13,48 @@ def all_outputs(graph: Graph, classes: Classes) -> list[str]:
     return [node.id for node in graph.nodes.values() if classes.of(node.kind).is_output]
 
 
+def saves(node: Node) -> bool:
+    """Whether an output node writes files, rather than only showing what it gets."""
+    return "filename_prefix" in node.inputs
+
+
 def outputs(graph: Graph, classes: Classes, marked: Optional[Node], where: str) -> list[str]:
-    """The IDs of the nodes whose pictures count, the most important first: the marked one, else those that save
-    pictures, else those that only show them."""
-    if marked is not None:
-        return [marked.id]
+    """The IDs of all output nodes, the most important first: the marked one, then those that save pictures, then those
+    that only show them."""
     ends = all_outputs(graph, classes)
+    if marked is not None and marked.id not in ends:
+        raise HelperError(f'{marked.label} in {where} gives no picture out; title a "Save Image" node so')
     if not ends:
         raise HelperError(no_output(where))
-    saving = [end for end in ends if "filename_prefix" in graph.nodes[end].inputs]
-    return sorted(saving or ends, key=lambda end: int(end) if end.isdigit() else -1, reverse=True)
+
+    def rank(end: str) -> tuple[bool, bool, bool, list[int]]:
+        node = graph.nodes[end]
+        numbers = [int(step) if step.isdecimal() and len(step) < 20 else -1 for step in end.split(":")]
+        pictures = any(spec.kind == "IMAGE" for spec in classes.of(node.kind).inputs.values())
+        return marked is not None and end == marked.id, saves(node) and pictures, saves(node), numbers
+
+    return sorted(ends, key=rank, reverse=True)
+
+
+def starved(graph: Graph, classes: Classes) -> dict[str, str]:
+    """The output nodes that cannot run, with the reason: some node before them lacks a link, mostly to a muted one."""
+    reasons: dict[str, str] = {}
+    fed: dict[str, list[str]] = {}  # the nodes that each node is linked to
+    for node in graph.nodes.values():
+        for _, source in graph.sources(node):
+            fed.setdefault(source.id, []).append(node.id)
+        specs = classes.of(node.kind).inputs.values()
+        given = {name.split(".")[0] for name in node.inputs}  # an input of many links has them behind a dot
+        lacks = [spec.name for spec in specs if spec.required and not spec.is_widget and spec.name not in given]
+        if lacks:
+            reasons[node.id] = f'nothing is linked to "{lacks[0]}" of {node.label}'
+    waiting = list(reasons)
+    for starved_node in waiting:  # which grows meanwhile
+        for after in fed.get(starved_node, ()):
+            if after not in reasons:
+                reasons[after] = reasons[starved_node]
+                waiting.append(after)
+    return {end: reasons[end] for end in all_outputs(graph, classes) if end in reasons}
 
 
 def picture_loaders(nodes: Sequence[Node], classes: Classes) -> list[Node]:
@@ -41,47 +71,15 @@ def empty_latents(nodes: Sequence[Node], classes: Classes) -> list[Node]:
     return [node for node in making if not any(link_of(value) for value in node.inputs.values())]
 
 
-def positive_texts(graph: Graph, nodes: Sequence[Node]) -> list[Node]:
-    """The nodes whose text tells the samplers among `nodes` what to show, found upstream from their positive inputs."""
-    found: list[Node] = []
+def dangling(graph: Graph, nodes: Iterable[Node], where: str) -> Optional[str]:
+    """What is wrong with the first link of `nodes` that leads nowhere, with the remedy."""
     for node in nodes:
-        if "positive" in node.inputs and ("latent_image" in node.inputs or "model" in node.inputs):
-            _follow(graph, node, "positive", found, set())
-        elif "conditioning" in node.inputs and "model" in node.inputs:
-            _follow(graph, node, "conditioning", found, set())
-    return found
-
-
-def text_inputs(node: Node, classes: Classes) -> list[str]:
-    """The literal texts of `node` that take a prompt: those of several lines, else one with a usual name."""
-    literal = [name for name, value in node.inputs.items() if isinstance(value, str)]
-    specs = classes.of(node.kind).inputs
-    long = [name for name in specs if specs[name].kind == "STRING" and specs[name].options.get("multiline")]
-    return [name for name in long if name in literal] or [name for name in TEXT_NAMES if name in literal][:1]
-
-
-def _follow(graph: Graph, node: Node, name: str, found: list[Node], seen: set[tuple[str, str]]) -> None:
-    """Goes up from input `name` of `node` to the text encoders that it depends on, past nodes that only change what
-    passes through them: of their inputs, the one that belongs to the output taken."""
-    link = link_of(node.inputs.get(name))
-    source = graph.nodes.get(link[0]) if link else None
-    if link is None or source is None or (source.id, name) in seen:
-        return
-    seen.add((source.id, name))
-    if "clip" in source.inputs or "TextEncode" in source.kind:
-        encoder = _where_its_text_is(graph, source)
-        if encoder not in found:
-            found.append(encoder)
-    elif "positive" in source.inputs and "negative" in source.inputs:
-        _follow(graph, source, "negative" if link[1] == 1 else "positive", found, seen)
-    else:
-        for candidate in [key for key in source.inputs if key.startswith("conditioning")]:
-            _follow(graph, source, candidate, found, seen)
-
-
-def _where_its_text_is(graph: Graph, encoder: Node) -> Node:
-    """The node that an encoder gets its text from, when its text is linked; else the encoder."""
-    for name, source in graph.sources(encoder):
-        if name in TEXT_NAMES and any(isinstance(value, str) for value in source.inputs.values()):
-            return source
-    return encoder
+        for name, value in node.inputs.items():
+            link = link_of(value)
+            if link is None:
+                continue
+            source = graph.nodes.get(link[0])
+            end = f"node {link[0]}, which is not there" if source is None else f"output {link[1]} of {source.label}"
+            if source is None or link[1] < 0:
+                return f'"{name}" of {node.label} in {where} is linked to {end}; {LINK_AGAIN}'
+    return None

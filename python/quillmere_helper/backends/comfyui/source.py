@@ -6,18 +6,20 @@ from typing import Any, Mapping
 
 from ... import servers, web
 from ...errors import HelperError
-from ...untrusted import read_object
+from ...untrusted import as_list, read_object
 from ...parameters import Parameter, read_parameters
 from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph, is_graph
 from . import convert
 from .classes import Classes
 from .client import KIND
+from .control import set_controls
 from .graph import Graph, read_api
 
 SEEDS = ("workflow", "frame", "random")
 PARAMETERS = (Parameter("seed", "workflow", 'of the samplers; "workflow": those of the graph', words=SEEDS),)
-KEYS = ("backend", "url", "graph", "parameters")
+KEYS = ("backend", "url", "graph", "parameters", "controls")
 MOST_NAMED = 5
+MOST_NODES = 10_000
 
 
 @dataclass(frozen=True)
@@ -26,22 +28,35 @@ class Source:
     self_contained: Mapping[str, Any]  # the workflow file with the graph in it, wherever that came from
     site: web.Site
     options: Mapping[str, Any]
+    controls: Mapping[str, Any]  # values by name
     where: str  # for messages
 
     def graph(self, classes: Classes) -> Graph:
-        """A fresh graph each time. Raises HelperError."""
+        """A fresh graph each time, with its controls set. Raises HelperError."""
+        graph = self.graph_as_saved(classes)
+        set_controls(graph, classes, self.controls, self.where)
+        return graph
+
+    def graph_as_saved(self, classes: Classes) -> Graph:
         if is_api_graph(self.content):
             return read_api(self.content, self.where)
         return convert.to_graph(self.content, classes, self.where)
 
+    def missing_classes(self, classes: Classes) -> list[str]:
+        if is_editor_graph(self.content):
+            return classes.missing(convert.kinds_in(self.content, classes, self.where))
+        return classes.missing(node.kind for node in self.graph_as_saved(classes).nodes.values())
+
     def refuse_missing_classes(self, classes: Classes) -> None:
         """Before any work: the server itself would name only one of them."""
-        if is_editor_graph(self.content):
-            return  # the conversion names them
-        missing = classes.missing(node.kind for node in self.graph(classes).nodes.values())
+        missing = self.missing_classes(classes)
         if missing:
-            text = f"The server does not know these nodes of {self.where}: {some(missing)}; install their node packs"
-            raise HelperError(text)
+            raise HelperError(unknown_nodes(missing, self.where))
+
+
+def unknown_nodes(missing: list[str], where: str) -> str:
+    advice = "install their node packs there; when they are the editor's own, use File > Export (API)"
+    return f"The server does not know these nodes of {where}: {some(missing)}; {advice}"
 
 
 def read_source(workflow: Workflow) -> Source:
@@ -50,8 +65,13 @@ def read_source(workflow: Workflow) -> Source:
     given: Mapping[str, Any] = {} if is_graph(content) else content
     options = read_parameters(given, KEYS, PARAMETERS, workflow.name)
     graph = _graph_of(given, workflow) if given else content
+    if max(len(graph), len(as_list(graph.get("nodes")))) > MOST_NODES:
+        raise HelperError(f"{workflow.name} has more than {MOST_NODES} nodes; divide it")
     site = servers.site_for(KIND, given.get("url"), workflow.name)
-    return Source(graph, {**given, "graph": graph} if given else graph, site, options, workflow.name)
+    controls = given.get("controls", {})
+    if not isinstance(controls, dict):
+        raise HelperError(f'"controls" in {workflow.name} must be a JSON object of names and values')
+    return Source(graph, {**given, "graph": graph} if given else graph, site, options, controls, workflow.name)
 
 
 def some(names: list[str]) -> str:

@@ -13,8 +13,10 @@ from ...errors import reason_of
 
 KEY_SUFFIX = b"258EAFA5-E914-47DA-95CA-C5AB0DC85B11"  # section 1.3 of the RFC
 CONTINUED, TEXT, BINARY, CLOSE, PING, PONG = 0, 1, 2, 8, 9, 10
-LARGEST_MESSAGE = 256 << 20  # bytes; previews and the states of big graphs
-LONGEST_HANDSHAKE = 64 << 10  # bytes
+LARGEST_MESSAGE = 32 << 20  # bytes; previews and the states of big graphs
+LARGEST_HANDSHAKE = 64 << 10  # bytes
+HANDSHAKE_TIME = 10.0  # seconds for all of it
+STEP_TIME = 5.0  # seconds to connect, to send a frame, for the rest of a TLS record
 PING_EVERY = 20.0  # seconds; the server never pings, and what sits in between forgets quiet connections
 CLOSE_TIME = 0.5  # seconds to wait for the other side's close frame
 
@@ -37,10 +39,10 @@ class WebSocket:
     def __init__(self, site: web.Site, path: str, query: Mapping[str, str]) -> None:
         """Connects. Raises ClosedConnection, also when the server answers with something else than a WebSocket."""
         self._buffer = bytearray()
-        self._parts: list[bytes] = []
+        self._parts = bytearray()
         self._code = 0
         self._pinged = time.monotonic()
-        connection = site.connect(5.0)
+        connection = site.connect(STEP_TIME)
         try:
             connection.connect()
             self._socket = connection.sock
@@ -53,19 +55,19 @@ class WebSocket:
     def receive(self, seconds: float) -> Optional[Message]:
         """The next message, or None when none has come within `seconds`. Raises ClosedConnection."""
         end = time.monotonic() + seconds
+        if time.monotonic() - self._pinged > PING_EVERY:
+            self._pinged = time.monotonic()
+            self._send(PING)
         while True:
             frame = self._next_frame()
             if frame is not None:
                 message = self._message(frame)
                 if message is not None:
                     return message
-                continue
-            if time.monotonic() - self._pinged > PING_EVERY:
-                self._pinged = time.monotonic()
-                self._send(PING)
-            if not self._readable(max(end - time.monotonic(), 0.0)):
-                return None
-            self._read_some()
+            elif self._readable(max(end - time.monotonic(), 0.0)):
+                self._read_some()
+            if time.monotonic() >= end:
+                return None  # whatever has come: pings and fragments without end are no message
 
     def close(self) -> None:
         """Sends a close frame and waits for the other side's, so that the server has forgotten this connection before
@@ -90,10 +92,14 @@ class WebSocket:
         lines += [f"Sec-WebSocket-Key: {key.decode()}", "Sec-WebSocket-Version: 13"]
         lines += [f"{name}: {value}" for name, value in site.login.items()]
         self._socket.sendall("\r\n".join([*lines, "", ""]).encode("ascii"))
+        end = time.monotonic() + HANDSHAKE_TIME
         while b"\r\n\r\n" not in self._buffer:
-            if len(self._buffer) > LONGEST_HANDSHAKE:
+            left = end - time.monotonic()
+            if len(self._buffer) > LARGEST_HANDSHAKE or left <= 0:
                 raise ClosedConnection("an answer without end")
+            self._socket.settimeout(min(STEP_TIME, left))
             self._read_some()
+        self._socket.settimeout(STEP_TIME)
         head, _, rest = bytes(self._buffer).partition(b"\r\n\r\n")
         self._buffer = bytearray(rest)
         status, *fields = head.decode("latin-1").split("\r\n")
@@ -111,13 +117,13 @@ class WebSocket:
         if frame.code > BINARY:
             return None
         if frame.code != CONTINUED:
-            self._parts, self._code = [], frame.code
-        self._parts.append(frame.data)
-        if sum(map(len, self._parts)) > LARGEST_MESSAGE:
+            self._parts, self._code = bytearray(), frame.code
+        self._parts += frame.data
+        if len(self._parts) > LARGEST_MESSAGE:
             raise ClosedConnection("a message without end")
         if not frame.final:
             return None
-        data, self._parts = b"".join(self._parts), []
+        data, self._parts = bytes(self._parts), bytearray()
         return data.decode("utf-8", "replace") if self._code == TEXT else data
 
     def _next_frame(self) -> Optional[_Frame]:
@@ -138,18 +144,28 @@ class WebSocket:
         del self._buffer[: start + length]
         return _Frame(bool(head & 0x80), head & 0x0F, data)
 
+    def send(self, text: str) -> None:
+        """A short message, of at most 125 bytes. Raises OSError."""
+        self._send(TEXT, text.encode())
+
     def _send(self, code: int, data: bytes = b"") -> None:
-        """One control frame, masked as a client has to; at most 125 bytes of data."""
+        """One frame, masked as a client has to; at most 125 bytes of data."""
         mask = os.urandom(4)
         masked = bytes(byte ^ mask[place % 4] for place, byte in enumerate(data[:125]))
-        self._socket.sendall(bytes((0x80 | code, 0x80 | len(masked))) + mask + masked)
+        try:
+            self._socket.sendall(bytes((0x80 | code, 0x80 | len(masked))) + mask + masked)
+        except OSError as error:
+            raise ClosedConnection(reason_of(error)) from error
 
     def _readable(self, seconds: float) -> bool:
         pending = getattr(self._socket, "pending", None)  # what TLS has unpacked already
         return bool(pending and pending()) or bool(select.select([self._socket], [], [], seconds)[0])
 
     def _read_some(self) -> None:
-        data = self._socket.recv(1 << 16)
+        try:
+            data = self._socket.recv(1 << 16)
+        except OSError as error:
+            raise ClosedConnection(reason_of(error)) from error
         if not data:
             raise ClosedConnection("the server went away")
         self._buffer += data

@@ -7,7 +7,7 @@ light, weather and mood only. It needs no service and no model, only Pillow.
 from typing import Any
 
 from ... import cancellation
-from ...parameters import Parameter, read_parameters, seed_for
+from ...parameters import Parameter, controls_of, read_parameters, seed_for
 from ...workflows import Workflow
 from .. import Job, Result
 
@@ -29,12 +29,16 @@ PARAMETERS = (
 
 
 def _options_of(workflow: Workflow) -> dict[str, Any]:
-    return read_parameters(workflow.content, (), PARAMETERS, workflow.name)
+    return read_parameters(workflow.content, (), PARAMETERS, workflow.name, workflow.controls)
 
 
 def check(workflow: Workflow) -> dict[str, Any]:
     _options_of(workflow)
     return {}
+
+
+def controls(workflow: Workflow) -> list[dict[str, Any]]:
+    return controls_of(_options_of(workflow), PARAMETERS)
 
 
 def make(job: Job) -> Result:

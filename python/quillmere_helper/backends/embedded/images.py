@@ -1,14 +1,19 @@
 """What every step of a drawing is made with: pictures read as 8-bit RGB, tone curves, seeded noise."""
 
-import os
+import io
 import random
 from typing import Any, Callable
 
-from PIL import Image
+from PIL import Image, UnidentifiedImageError
 
 from ...errors import HelperError, reason_of
 from ...request import LARGEST_AREA
+from ...untrusted import LARGEST_PICTURE, read_file
 
+MOST_SCANS = 100  # real progressive files have about ten
+MOST_SCANNED = 1 << 30  # pixels of all scans
+MOST_PIXELS_OF_A_BYTE = 8 * 64  # a block of 8 x 8 takes a bit at least
+Image.MAX_IMAGE_PIXELS = None  # ours is smaller, and no warning
 FORMATS = ("PNG", "JPEG", "WEBP", "TIFF", "BMP")
 
 
@@ -42,18 +47,31 @@ class Noise:
 
 def read_picture(path: str, what: str, remedy: str) -> Image.Image:
     """Raises HelperError that calls the picture `what` and ends in `remedy`. Transparency is ignored."""
+    content = read_file(path, what, LARGEST_PICTURE, remedy)
     name = f'the {what} "{path}"'
-    if os.path.exists(path) and not os.path.isfile(path):
-        raise HelperError(f"Cannot read {name}: not a file; {remedy}")
     try:
-        with Image.open(path, formats=FORMATS) as file:
-            if file.width * file.height > LARGEST_AREA:
-                raise HelperError(f"{name} is larger than {LARGEST_AREA // 1_000_000} megapixels; {remedy}")
+        with Image.open(io.BytesIO(content), formats=FORMATS) as file:
+            area = file.width * file.height
+            if area > LARGEST_AREA:
+                raise HelperError(f"T{name[1:]} is larger than {LARGEST_AREA // 1_000_000} megapixels; {remedy}")
+            if content.startswith(b"\xff\xd8"):
+                _check_jpeg(content, area)
             return _as_rgb(file)
     except HelperError:
         raise
+    except UnidentifiedImageError as error:
+        raise HelperError(f"T{name[1:]} is no picture that can be read ({', '.join(FORMATS)}); {remedy}") from error
     except Exception as error:  # a damaged file makes the decoders raise almost anything
         raise HelperError(f"Cannot read {name}: {reason_of(error)}; {remedy}") from error
+
+
+def _check_jpeg(content: bytes, area: int) -> None:
+    """Raises ValueError for a file that takes work out of all proportion to what it shows."""
+    scans = content.count(b"\xff\xda")  # those of a thumbnail included
+    if scans > MOST_SCANS or scans * area > MOST_SCANNED:
+        raise ValueError(f"it has {scans} scans")
+    if area > MOST_PIXELS_OF_A_BYTE * len(content):
+        raise ValueError("it is too short for the size that it claims")
 
 
 def _as_rgb(file: Image.Image) -> Image.Image:

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace quillmere::app {
+
+// How help lists an option: its names with what they take, and what they mean. Also what the manual says.
+std::string optionSyntax(const CLI::Option& option);
+std::string optionMeaning(const CLI::Option& option);
+
+// Help with its examples first, and without what the parser adds for its own sake: the checks of a value behind its
+// type, "{false}" behind a flag that switches something off, and options that exclude each other within the syntax.
+class HelpFormatter : public CLI::Formatter {
+ public:
+  HelpFormatter();
+
+  std::string make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const override;
+  std::string make_option_name(const CLI::Option* option, bool positional) const override;
+  std::string make_option_opts(const CLI::Option* option) const override;
+  std::string make_option_desc(const CLI::Option* option) const override;
+};
+
+}  // namespace quillmere::app

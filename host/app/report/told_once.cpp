@@ -1,0 +1,49 @@
+#include "told_once.h"
+
+#include <utility>
+
+namespace quillmere::app {
+
+void ToldOnce::passOn() {
+  if (!held_.empty()) report_.statusText(std::exchange(held_, {}));
+}
+
+void ToldOnce::statusText(const std::string& utf8) {
+  passOn();
+  held_ = utf8;
+  if (reader_ == Reader::Program) passOn();
+}
+
+// Work goes on after a text that comes with a busy indicator: it was no error.
+void ToldOnce::statusSpin(bool on) {
+  if (on) passOn();
+  report_.statusSpin(on);
+}
+
+void ToldOnce::console(const std::string& utf8) {
+  const bool undrawn = utf8.starts_with(host::kUndrawn);
+  if (undrawn) undrawn_ = utf8.substr(host::kUndrawn.size());
+  const bool toldAtTheEnd = undrawn || (!held_.empty() && utf8.ends_with("] " + held_));
+  if (!toldAtTheEnd || reader_ == Reader::Program) report_.console(utf8);
+}
+
+void ToldOnce::frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) {
+  held_.clear();
+  undrawn_.clear();
+  report_.frameBegins(frame, index, count);
+}
+
+// Who tells how far he is has not failed.
+void ToldOnce::progress(const Progress& progress) {
+  passOn();
+  report_.progress(progress);
+}
+
+void ToldOnce::frameEnds(const FrameReport& report) {
+  const bool failed = report.output.empty() && report.result != static_cast<int>(cinema::RENDERRESULT::USERBREAK);
+  if (!failed) passOn();
+  held_.clear();
+  report_.frameEnds(report);
+}
+
+}  // namespace quillmere::app

@@ -1,0 +1,113 @@
+"""What a workflow would do on its server, told before a job is ever sent."""
+
+from dataclasses import replace
+from typing import Any
+
+from ...errors import HelperError
+from ...parameters import seed_for
+from ...web import UnreachableServer
+from ...workflows import Workflow, is_api_graph
+from . import shape
+from .classes import Classes, Input
+from .client import Comfy
+from .control import controls_of
+from .graph import Graph
+from .markers import title_of
+from .results import latest_first
+from .source import Source, read_source, some, unknown_nodes
+from .wiring import SHAPE, GraphValues, Placement, Wiring
+
+TRIAL = GraphValues("prompt", "guide.png", "style.png", 512, 512, 0, None, "quillmere/check/picture")
+
+
+def report(workflow: Workflow) -> dict[str, Any]:
+    """Where each part of a request would go, what comes back, and what is missing on the server; with a "problem" when
+    the workflow cannot run as it is. Raises HelperError for one that cannot be read."""
+    source = read_source(workflow)
+    comfy = Comfy(source.site)
+    classes = Classes(comfy.class_info)
+    facts: dict[str, Any] = {"server": source.site.url, "version": comfy.version()}
+    facts.update(places=[], results=[], notes=[], missing={"nodes": source.missing_classes(classes), "files": []})
+    if facts["missing"]["nodes"]:
+        return {**facts, "problem": unknown_nodes(facts["missing"]["nodes"], source.where)}
+    problems = []
+    try:
+        _try(source, classes, facts)
+    except HelperError as error:
+        problems.append(str(error))
+    absent = facts["missing"]["files"]
+    if absent:
+        names = [f'"{file["value"]}" ({file["input"]} of {file["kind"]}, node {file["node"]})' for file in absent]
+        problems.append(f"Not on the server, for {source.where}: {some(names)}; put the files there")
+    return {**facts, "problem": ". ".join(problems)}
+
+
+def controls(workflow: Workflow) -> list[dict[str, Any]]:
+    """What can be set in the graph of a workflow. Without its server only what the graph itself tells, with a note; a
+    graph in the editor's format then tells nothing. Raises HelperError."""
+    source = read_source(workflow)
+    try:
+        classes = Classes(Comfy(source.site).class_info)
+        return [control.told() for control in controls_of(source.graph_as_saved(classes), classes, source.where)]
+    except UnreachableServer as error:
+        if not is_api_graph(source.content):
+            raise
+        classes, note = Classes(lambda name: {}), f"without limits and choices: {error}"
+        graph = source.graph_as_saved(classes)
+        return [{**control.told(), "note": note} for control in controls_of(graph, classes, source.where)]
+
+
+def _try(source: Source, classes: Classes, facts: dict[str, Any]) -> None:
+    choice = source.options["seed"]
+    wanted = replace(TRIAL, seed=None if choice == "workflow" else seed_for(choice, TRIAL.frame))
+    graph = source.graph(classes)
+    placement = Placement(graph, classes, wanted, source.where)
+    wired = placement.wired
+    try:
+        placement.run()
+    finally:
+        facts["places"] = [_with_marker(place) for place in wired.places]
+        facts["notes"] = wired.notes
+        facts["results"] = _results(graph, wired)
+        facts["missing"]["files"] = _missing_files(graph, classes, wired)
+
+
+def _with_marker(place: dict[str, str]) -> dict[str, str]:
+    """Where the shape of the graph has decided, the title that would do so instead."""
+    return {**place, "marker": title_of(place["part"])} if place["how"] == SHAPE else place
+
+
+def _results(graph: Graph, wired: Wiring) -> list[dict[str, Any]]:
+    """The nodes whose pictures come back, that of the frame first; of several that save, it says how it was chosen."""
+    ends = latest_first(graph, wired.outputs)
+    nodes = sorted((graph.nodes[end] for end in ends), key=lambda node: (node.id != wired.result, not shape.saves(node)))
+    saving = [node for node in nodes if shape.saves(node)] or nodes
+    if not wired.result and len(saving) > 1:
+        others = ", ".join(node.label for node in saving[1:])
+        text = f'{saving[0].label} gives the frame, since it runs later than {others}; title one "{title_of("result")}" to choose'
+        wired.notes.append(text)
+    return [
+        {"node": node.id, "title": node.title, "kind": node.kind, "frame": place == 0} for place, node in enumerate(nodes)
+    ]
+
+
+def _missing_files(graph: Graph, classes: Classes, wired: Wiring) -> list[dict[str, str]]:
+    """Choices of the graph that the server does not offer: models, mostly. Ours are sent with each render."""
+    placed = {(place["node"], place["input"]) for place in wired.places}
+    parts = {place["part"] for place in wired.places}
+    absent = []
+    for identifier in sorted(graph.upstream(wired.outputs)):
+        node = graph.nodes[identifier]
+        for name, spec in classes.of(node.kind).inputs.items():
+            value = node.inputs.get(name)
+            if not isinstance(value, str) or (identifier, name) in placed or _offers(spec, value):
+                continue
+            if "guide" in parts or not spec.loads_pictures:  # else it may be the one that is to load the guide
+                told = {"node": identifier, "title": node.title, "kind": node.kind}
+                absent.append({**told, "input": name, "value": value})
+    return absent
+
+
+def _offers(spec: Input, value: str) -> bool:
+    """Servers list no pictures in folders."""
+    return spec.choices is None or value in spec.choices or (spec.loads_pictures and ("/" in value or "[" in value))

@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "gltf_builder.h"
+#include "refusal.h"
+
+namespace quillmere::scene {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+
+TEST(Documents, SayWhatTheyLeaveOutAndWhyTheyAreRefused) {
+  struct Row {
+    const char* place;     // in the document
+    nlohmann::json value;  // that is put there; null takes away what is
+    const char* told;
+  };
+  GltfBuilder builder = richScene();
+  const int lone = builder.accessor<float>({0, 0, 1}, "VEC3"), falling = builder.accessor<float>({1, 0}, "SCALAR");
+  const int far = builder.accessor<std::uint16_t>({0, 1, 3}, "SCALAR");
+  const int thirdJoint = builder.accessor<std::uint8_t>({0, 0, 0, 0, 2, 9, 0, 0, 0, 0, 0, 0}, "VEC4");
+  const auto load = [&builder](const Row& row) {
+    GltfBuilder changed = builder;
+    const nlohmann::json::json_pointer place(row.place);
+    changed.json[place] = row.value;
+    if (row.value.is_null()) changed.json[place.parent_pointer()].erase(place.back());
+    return changed.load();
+  };
+  const Row leftOut[] = {
+      {"/animations/2", builder.json["animations"][0], "the first one is played"},
+      {"/animations/0/channels/0/target/path", "pointer", "not played"},
+      {"/nodes/0/matrix", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, "has a matrix"},
+      {"/meshes/0/primitives/0/mode", 1, "points and lines"},
+      {"/meshes/0/primitives/0/attributes/POSITION", nullptr, "without positions"},
+      {"/meshes/0/primitives/0/attributes/COLOR_1", 0, "first set of vertex colours"},
+      {"/extensionsUsed", {"KHR_materials_sheen"}, "KHR_materials_sheen"},
+      {"/cameras/0/perspective/yfov", -1, "the angle of camera 'Camera'"},
+      {"/materials/0/name", "Sail", "'Sail' is shown without its texture"},
+      {"/images/0", {{"uri", "missing.png"}}, "no such file"},
+      {"/images/0", {{"uri", "../outside.png"}}, "own folder"},
+  };
+  for (const Row& row : leftOut) EXPECT_TRUE(warnsOf(*load(row), row.told)) << row.place << " " << row.value;
+  const Row refused[] = {
+      {"/asset/version", "1.0", "only glTF 2 is read"},
+      {"/extensionsRequired", {"KHR_draco_mesh_compression"}, "requires the extension KHR_draco_mesh"},
+      {"/animations/0/samplers/0/output", lone, "its key frames need"},
+      {"/animations/0/samplers/0/input", falling, "back in time"},
+      {"/animations/0/channels/0/sampler", 1, "no animation sampler 1"},
+      {"/animations/0/channels/0/target/node", 99, "no node 99"},
+      {"/meshes/0/primitives/0/indices", far, "go up to 3, but there are only 3 vertices"},
+      {"/meshes/0/primitives/0/indices", falling, "unsigned integers"},
+      {"/meshes/0/primitives/0/attributes/NORMAL", lone, "1 elements where the primitive has 3"},
+      {"/meshes/0/primitives/0/attributes/JOINTS_0", thirdJoint, "joint 2 of a skin with 2"},
+      {"/meshes/0/primitives/0/material", 1, "no material 1"},
+      {"/meshes/0/primitives/0/material", 2147483647, "no material 2147483647"},
+      {"/images/0", {{"bufferView", 55}}, "55"},
+      {"/skins/0/joints", {0, 77}, "no node 77"},
+      {"/skins/0/joints", {0, 0, 0}, "more joints than inverse bind matrices"},
+      {"/nodes/1/extensions/EXT_mesh_gpu_instancing/attributes/SCALE", lone, "unequal numbers"},
+  };
+  for (const Row& row : refused) {
+    const std::string refusal = refusalOf<Error>([&] { load(row); });
+    EXPECT_THAT(refusal, AllOf(HasSubstr("scene.glb': "), HasSubstr(row.told))) << row.place << " " << row.value;
+  }
+}
+
+TEST(NodeGraph, RefusesWhatIsNoForest) {
+  // The children of each node, and why they are refused.
+  const std::pair<std::vector<std::vector<int>>, const char*> rows[] = {
+      {{{0}}, "cycle"},          {{{1}, {2}, {1}}, "more than one parent"},
+      {{{}, {2}, {1}}, "cycle"}, {{{2}, {2}, {}}, "more than one parent"},
+      {{{5}}, "no node 5"},      {{{-1}}, "no node -1"}};
+  for (const auto& [children, refusal] : rows) {
+    GltfBuilder builder;
+    for (const auto& list : children) builder.add("nodes", {{"children", list}});
+    builder.json["scenes"][0]["nodes"] = {0};
+    EXPECT_THAT(builder.refusal(), HasSubstr(refusal)) << testing::PrintToString(children);
+  }
+}
+
+TEST(NodeGraph, MayBeDeeperThanTheStack) {
+  GltfBuilder builder;
+  constexpr int kDepth = 50000;
+  const int mesh = builder.add("meshes", {{"primitives", {builder.triangle()}}});
+  auto nodes = nlohmann::json::array();
+  for (int i = 0; i < kDepth; ++i) nodes.push_back({{"translation", {0, 0.5, 0}}, {"children", {i + 1}}});
+  nodes.push_back({{"mesh", mesh}});
+  builder.json["nodes"] = std::move(nodes);
+  builder.json["scenes"][0]["nodes"] = {0};
+  EXPECT_EQ(builder.load()->at(0).surfaces.at(0).toWorld[3].y, 0.5F * kDepth);
+}
+
+TEST(NodeGraph, ShowsOneScene) {
+  // What is changed by a merge patch of the document, how many surfaces are shown, and the warning.
+  const std::tuple<const char*, nlohmann::json, std::size_t, const char*> rows[] = {
+      {"the default one", {{"scene", 1}}, 2, ""},
+      {"the first of several", {{"scene", nullptr}}, 1, "no default scene"},
+      {"everything", {{"scene", nullptr}, {"scenes", nullptr}}, 3, "no scene"}};
+  for (const auto& [name, changes, surfaces, warning] : rows) {
+    SCOPED_TRACE(name);
+    GltfBuilder builder;
+    builder.show(builder.triangle());
+    builder.add("nodes", {{"mesh", 0}, {"children", {2}}});
+    builder.add("nodes", {{"mesh", 0}});
+    builder.add("scenes", {{"nodes", {1}}});
+    builder.json.merge_patch(changes);
+    const auto scene = builder.load();
+    EXPECT_EQ(scene->at(0).surfaces.size(), surfaces);
+    EXPECT_TRUE(*warning == '\0' ? scene->warnings().empty() : warnsOf(*scene, warning));
+  }
+}
+
+TEST(ExampleScene, IsTheSameEveryTimeAndFullyUnderstood) {
+  const TemporaryFolder folder;
+  for (const std::string name : {"first.glb", "second.glb"}) {
+    const std::string command = "'" PYTHON "' '" HARBOUR_SCRIPT "' '" + (folder / name).string() + "'";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+  }
+  const std::string bytes = folder.contentOf("first.glb");
+  EXPECT_EQ(bytes, folder.contentOf("second.glb"));
+  EXPECT_LT(bytes.size(), 1000000U);
+
+  const auto scene = load(folder / "first.glb");
+  EXPECT_TRUE(scene->warnings().empty()) << testing::PrintToString(scene->warnings());
+  EXPECT_EQ(scene->cameras().size(), 5U);
+  EXPECT_EQ(scene->duration(), 8.0);
+  EXPECT_FALSE(scene->at(3).lights.empty());
+}
+
+}  // namespace
+}  // namespace quillmere::scene
