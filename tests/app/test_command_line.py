@@ -15,7 +15,7 @@ CASES = [
     ([], 2, "", "quillmere: arguments: A subcommand is required"),
     (["--help"], 0, "render.*guide.*cameras.*workflows.*show.*doctor", "^$"),
     (["--version"], 0, r"^quillmere \d+\.\d+\.\d+\n$", "^$"),
-    (["render", "--help"], 0, r"Examples.*\n  SCENE  .*--frames,--frame A\|A-B\|A-BxSTEP=0 .*--no-history  .*--plugin DIR  ", "^$"),
+    (["render", "--help"], 0, r"Examples.*\n  SCENE  .*--frames,--frame A\|A-B\|A-BxSTEP=0\s.*--no-history  .*--plugin DIR  ", "^$"),
     (["render", "--help"], 0, r"--json   .*; not with --quiet\n", "^$"),
     (["doctor", "--help"], 0, "Exit status 1", "^$"),
     (["paint"], 2, "", "command .paint.: there is none.*\n  the commands: render, guide"),
@@ -90,7 +90,7 @@ CASES = [
     (["doctor", "--plugin", "home", "--module"], 1, "^$", "holds no module"),
     (["help", "workflows", "add"], 0, r"^Copy.*Usage: quillmere workflows add .*\nExample:.*\n  FILE  .*--no-check", "^$"),
     (["help", "paint"], 2, "", "command 'paint': there is none"),
-    (["help", "--man"], 0, r"^\.TH QUILLMERE 1 .*\n\.SS render\n.*\n\.B \\-\\-frames .*\n\.SS workflows add\n", "^$"),
+    (["help", "--man"], 0, r"^\.TH QUILLMERE 1 .*\n\.SS render\n.*\n\.B \\-\\-frames,.*\n\.SS workflows add\n", "^$"),
     (["completion", "fish"], 0, "complete -c quillmere", "^$"),
     (["completion", "tcsh"], 2, "", "bash"),
 ]

@@ -55,7 +55,7 @@ class Limits(Stage):
                 os.setgid(65534)
                 os.setuid(65534)
 
-        guide = self.command("guide", "scene.glb", "-o", "guide.png")
+        guide = self.command("guide", "scene.glb", "-o", "guide.png", "--clip", "Walk")
         done = subprocess.run(guide, cwd=self.folder, env=self.env, preexec_fn=alone, capture_output=True, timeout=60)
         self.assertEqual((done.returncode, done.stderr), (0, b""))
 
