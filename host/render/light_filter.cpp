@@ -175,6 +175,10 @@ class GrainFilter {
 
 }  // namespace
 
+std::uintmax_t memoryToLight(std::size_t pixels) {
+  return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(Feature) + 2 * sizeof(Light));
+}
+
 Outcome smoothGrain(LitPicture& picture, int threads, const std::function<bool()>& stop) {
   return GrainFilter(picture, threads, stop).run();
 }

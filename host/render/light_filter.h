@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <glm/glm.hpp>
 #include <vector>
@@ -34,6 +35,9 @@ struct LitPicture {
   int width, height;
   std::vector<LitPixel> pixels;
 };
+
+// Bytes that a picture of so many pixels takes while it is lit and smoothed.
+std::uintmax_t memoryToLight(std::size_t pixels);
 
 // Smooths the grain of chalk and mirror over pixels that show the same surface: alike in normal and depth, and in light
 // as far as its error tells. What textures hold stays sharp. Runs on `threads`; the outcome doesn't depend on their

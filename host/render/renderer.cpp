@@ -6,10 +6,12 @@
 #include <string>
 #include <utility>
 
+#include "base/memory.h"
 #include "base/parallel.h"
 #include "color_encoding.h"
 #include "exposure.h"
 #include "layer_loop.h"
+#include "light_filter.h"
 #include "light_sources.h"
 #include "ray_scene.h"
 #include "shaders.h"
@@ -17,8 +19,12 @@
 namespace quillmere::render {
 namespace {
 
+std::string refusalOf(int width, int height) {
+  return "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
+}
+
 image::Image blankPicture(int width, int height, image::Sample sample) {
-  const std::string what = "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
+  const std::string what = refusalOf(width, height);
   try {
     return {width, height, 3, sample};
   } catch (const std::bad_alloc&) {
@@ -91,6 +97,8 @@ image::Image Renderer::drawQuick(const scene::Camera& camera, int width, int hei
 image::Image Renderer::drawFinal(const scene::Camera& through, int width, int height, const FinalSettings& settings,
                                  const StopTest& stop) {
   image::Image picture = blankPicture(width, height, image::Sample::Float);
+  requireMemory(memoryToLight(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)),
+                refusalOf(width, height));
   const scene::Camera camera = through;  // which may be one of the snapshot's, and that goes while light is measured
   const LightSources sources(*scene_, settings, exposure());
   LitPicture lit(width, height);
