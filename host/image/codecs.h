@@ -27,6 +27,8 @@ bool looksLikeTiff(Bytes file);
 Image decodeTiff(Bytes file);
 bool looksLikeExr(Bytes file);
 Image decodeExr(Bytes file);
+bool looksLikeHdr(Bytes file);
+Image decodeHdr(Bytes file);
 
 // The first text under `keyword` before the pixels of a PNG, of which the first kMaxHeadBytes are enough.
 inline constexpr std::size_t kMaxHeadBytes = std::size_t{64} << 20U;
@@ -36,7 +38,9 @@ std::optional<std::string> textOfPng(Bytes file, const std::string& keyword);
 // a keyword.
 void encodePng(std::FILE* stream, const Image& picture, Sample depth, const std::string& keyword,
                const std::string& text);
-void encodeExr(std::FILE* stream, const Image& picture);
+// `colorSpace` is an ID of the Color Interop Forum (https://github.com/AcademySoftwareFoundation/ColorInterop) for
+// values of Rec. 709 primaries.
+void encodeExr(std::FILE* stream, const Image& picture, const char* colorSpace);
 
 // What the readers share from here on.
 

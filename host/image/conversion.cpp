@@ -1,6 +1,7 @@
 #include "image/conversion.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace quillmere::image {
 
@@ -54,6 +55,12 @@ void withChannelCount(int channels, Work&& work) {
   }
 }
 
+float lightOf(float stored) {
+  const float size = std::abs(stored);
+  const float light = size <= 0.04045F ? size / 12.92F : std::pow((size + 0.055F) / 1.055F, 2.4F);
+  return std::copysign(light, stored);
+}
+
 }  // namespace
 
 Image convert(const Image& picture, Sample sample) {
@@ -88,6 +95,19 @@ Image withChannels(const Image& picture, int channels) {
 Image withChannels(Image&& picture, int channels) {
   if (picture.channels() == channels) return std::move(picture);
   return withChannels(static_cast<const Image&>(picture), channels);
+}
+
+Image premultipliedLight(const Image& picture) {
+  Image light = convert(picture, Sample::Float);
+  const int channels = light.channels(), colors = channels - (channels % 2 == 0 ? 1 : 0);
+  for (int y = 0; y < light.height(); ++y) {
+    float* values = light.row<float>(y);
+    for (int x = 0; x < light.width(); ++x, values += channels) {
+      const float alpha = colors < channels ? values[colors] : 1.0F;
+      for (int c = 0; c < colors; ++c) values[c] = lightOf(values[c]) * alpha;
+    }
+  }
+  return light;
 }
 
 }  // namespace quillmere::image

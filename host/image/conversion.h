@@ -48,4 +48,8 @@ Image convert(const Image& picture, Sample sample);
 Image withChannels(const Image& picture, int channels);
 Image withChannels(Image&& picture, int channels);  // copies nothing where nothing changes
 
+// Light from sRGB's values (IEC 61966-2-1), as Float, with colours multiplied with alpha. Values beyond 0-1 follow the
+// curve, negative ones mirrored.
+Image premultipliedLight(const Image& picture);
+
 }  // namespace quillmere::image

@@ -3,6 +3,8 @@
 #include <OpenEXR/ImfHeader.h>
 #include <OpenEXR/ImfIO.h>
 #include <OpenEXR/ImfOutputFile.h>
+#include <OpenEXR/ImfStandardAttributes.h>
+#include <OpenEXR/ImfStringAttribute.h>
 
 #include "image/codecs.h"
 #include "image/conversion.h"
@@ -29,11 +31,13 @@ class StreamWriter : public Imf::OStream {
 
 }  // namespace
 
-void encodeExr(std::FILE* stream, const Image& picture) {
-  if (picture.sample() != Sample::Float) return encodeExr(stream, convert(picture, Sample::Float));
+void encodeExr(std::FILE* stream, const Image& picture, const char* colorSpace) {
+  if (picture.sample() != Sample::Float) return encodeExr(stream, convert(picture, Sample::Float), colorSpace);
   const int channels = picture.channels();
   const bool color = channels >= 3, alpha = channels % 2 == 0;
   Imf::Header header(picture.width(), picture.height());
+  Imf::addChromaticities(header, Imf::Chromaticities());  // those of Rec. 709
+  header.insert("colorInteropID", Imf::StringAttribute(colorSpace));
   header.compression() = Imf::ZIP_COMPRESSION;
   header.zipCompressionLevel() = kCompressionLevel;
   Imf::FrameBuffer buffer;

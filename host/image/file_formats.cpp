@@ -5,6 +5,7 @@
 #include "base/atomic_file.h"
 #include "base/file_reading.h"
 #include "image/codecs.h"
+#include "image/conversion.h"
 
 namespace quillmere::image {
 
@@ -19,7 +20,7 @@ struct Format {
 
 constexpr Format kFormats[] = {
     {looksLikePng, decodePng},   {looksLikeJpeg, decodeJpeg}, {looksLikeWebp, decodeWebp},
-    {looksLikeTiff, decodeTiff}, {looksLikeExr, decodeExr},
+    {looksLikeTiff, decodeTiff}, {looksLikeExr, decodeExr},   {looksLikeHdr, decodeHdr},
 };
 
 Image decodeAny(Bytes file) {
@@ -27,7 +28,7 @@ Image decodeAny(Bytes file) {
   for (const Format& format : kFormats) {
     if (format.matches(file)) return format.decode(file);
   }
-  throw Error("it is neither PNG, JPEG, WebP, TIFF nor EXR; convert it to PNG");
+  throw Error("it is neither PNG, JPEG, WebP, TIFF, EXR nor HDR; convert it to PNG");
 }
 
 enum class Part { Whole, Head };
@@ -88,8 +89,11 @@ void writePng(const fs::path& file, const Image& picture, PngDepth depth, const 
   write(file, picture, [&](std::FILE* to) { encodePng(to, picture, sample, text.keyword, text.text); });
 }
 
-void writeExr(const fs::path& file, const Image& picture) {
-  write(file, picture, [&](std::FILE* to) { encodeExr(to, picture); });
+void writeExr(const fs::path& file, const Image& picture, ExrEncoding encoding) {
+  const bool linear = encoding == ExrEncoding::Linear;
+  write(file, picture, [&](std::FILE* to) {
+    encodeExr(to, linear ? premultipliedLight(picture) : picture, linear ? "lin_rec709_scene" : "srgb_rec709_display");
+  });
 }
 
 }  // namespace quillmere::image

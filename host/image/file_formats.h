@@ -11,10 +11,10 @@
 // Pictures in files. All of these throw Error, which names the file.
 namespace quillmere::image {
 
-// Reads a PNG, JPEG, WebP, TIFF or EXR file, told apart by its content, never by its name. Palettes and packed
-// bits are expanded; 16-bit sources give Word, EXR and float TIFF give Float, everything else Byte.
-// Nothing is turned as a camera's metadata asks, since the textures of a scene must stay as they are stored. The values
-// of EXR files are given as they stand: linear light where they hold that, colours multiplied by alpha where they are.
+// Reads a PNG, JPEG, WebP, TIFF, EXR or HDR (Radiance) file, told apart by its content, never by its name. Palettes and
+// packed bits are expanded; 16-bit sources give Word, EXR, HDR and float TIFF give Float, everything else Byte. Nothing
+// is turned as a camera's metadata asks, since the textures of a scene must stay as they are stored. The values of EXR
+// and HDR files are given as they stand: linear light where they hold that, colours multiplied by alpha where they are.
 // Of an animation or a file of several pictures the first is taken. A file that ends early is refused.
 // Hostile input gives an Error, never a crash and never more than about 2 GiB.
 Image read(const std::filesystem::path& file);
@@ -35,11 +35,16 @@ struct PngText {
   std::string text;
 };
 
+enum class ExrEncoding { Linear, Srgb };
+
 // Both write beside the target and rename, so that a reader meets the old file or the whole new one, and leave
-// nothing behind on failure. PNG takes any picture and converts its samples; Float is clamped to 0-1.
+// nothing behind on failure. PNG takes any picture and converts its samples; Float is clamped to 0-1. It says that the
+// values are sRGB's (sRGB, gAMA, cHRM).
 void writePng(const std::filesystem::path& file, const Image& picture, PngDepth depth = PngDepth::As8Bit,
               const PngText& text = {});
-// 32-bit float scan-line EXR with the channels R, G, B (and A when there are 2 or 4); values are stored as they stand.
-void writeExr(const std::filesystem::path& file, const Image& picture);
+// 32-bit float scan-line EXR with the channels R, G, B (and A when there are 2 or 4), which says what its values are
+// (chromaticities, colorInteropID). Linear: sRGB's values are decoded to light, and colours multiplied with alpha, as
+// compositors expect; what is beyond 0-1 follows the same curve. Srgb: values are stored as they stand.
+void writeExr(const std::filesystem::path& file, const Image& picture, ExrEncoding encoding = ExrEncoding::Linear);
 
 }  // namespace quillmere::image

@@ -209,6 +209,8 @@ void PngWriter::writeHeader(const Image& picture, int bits, const std::string& k
     png_set_IHDR(png_, info_, static_cast<png_uint_32>(picture.width()), static_cast<png_uint_32>(picture.height()),
                  bits, kColorTypes[picture.channels() - 1], PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                  PNG_FILTER_TYPE_DEFAULT);
+    // All that a reader may go by says the same: the values are sRGB's.
+    png_set_sRGB_gAMA_and_cHRM(png_, info_, PNG_sRGB_INTENT_PERCEPTUAL);
     if (!keyword.empty()) addText(keyword, text);
     png_write_info(png_, info_);
     if (bits == 16 && std::endian::native == std::endian::little) png_set_swap(png_);

@@ -1,5 +1,6 @@
 #include "color_encoding.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -32,9 +33,9 @@ std::array<std::uint8_t, kSteps + 1> makeBytes() {
 
 }  // namespace
 
-float lightOf(std::uint8_t stored) {
-  static const std::array<float, 256> lights = makeLights();
-  return lights[stored];
+const std::array<float, 256>& lights() {
+  static const std::array<float, 256> all = makeLights();
+  return all;
 }
 
 float stored(float light) {
@@ -48,9 +49,17 @@ std::uint8_t storedByte(float light) {
   return bytes[static_cast<std::size_t>(std::lround(clamped(light) * kSteps))];
 }
 
-glm::vec3 filmic(glm::vec3 radiance) {
-  const glm::vec3 x = glm::min(radiance, glm::vec3(1e6F));  // the squares below stay finite
-  return (x * (2.51F * x + 0.03F)) / (x * (2.43F * x + 0.59F) + 0.14F);
+glm::vec3 viewed(glm::vec3 radiance) {
+  constexpr float kCompressed = 0.8F - 0.04F, kDesaturation = 0.15F, kMost = 1e6F;
+  glm::vec3 color = glm::clamp(radiance, 0.0F, kMost);
+  const float least = std::min({color.x, color.y, color.z});
+  color -= least < 0.08F ? least - 6.25F * least * least : 0.04F;
+  const float peak = std::max({color.x, color.y, color.z});
+  if (!(peak >= kCompressed)) return color;
+  constexpr float kRoom = 1.0F - kCompressed;
+  const float newPeak = 1.0F - kRoom * kRoom / (peak + kRoom - kCompressed);
+  const float fading = 1.0F - 1.0F / (kDesaturation * (peak - newPeak) + 1.0F);
+  return glm::mix(color * (newPeak / peak), glm::vec3(newPeak), fading);
 }
 
 }  // namespace quillmere::render

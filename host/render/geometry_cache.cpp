@@ -57,6 +57,12 @@ void requireMemoryForBuild(std::size_t triangles, std::size_t instances) {
                 "cannot prepare the scene for ray tracing: ");
 }
 
+SceneHandle newScene(RTCDevice device, TraceFilters filters) {
+  SceneHandle scene(rtcNewScene(device));
+  if (filters == TraceFilters::Yes) rtcSetSceneFlags(scene.get(), RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION);
+  return scene;
+}
+
 void throwOnError(RTCDevice device, const char* doing) {
   const RTCError error = rtcGetDeviceError(device);
   if (error == RTC_ERROR_NONE) return;
@@ -77,7 +83,7 @@ SceneHandle GeometryCache::build(const Shape& shape) const {
     rtcSetGeometryOccludedFilterFunction(mesh.get(), filter_);
   }
   rtcCommitGeometry(mesh.get());
-  SceneHandle built(rtcNewScene(device_));
+  SceneHandle built = newScene(device_, filters_);
   rtcAttachGeometryByID(built.get(), mesh.get(), 0);
   rtcCommitScene(built.get());
   throwOnError(device_, "prepare a mesh for ray tracing");

@@ -23,6 +23,10 @@ using GeometryHandle = std::unique_ptr<RTCGeometryTy, ReleaseHandle>;
 
 // A device that uses all cores to build. Throws Error, which names the need where there is too little memory.
 DeviceHandle makeDevice();
+// Whether traces may ask a filter of their own about each hit, which slows all of them a little.
+enum class TraceFilters { No, Yes };
+// An empty scene.
+SceneHandle newScene(RTCDevice device, TraceFilters filters);
 // Before something is built: Embree may spin or abort where memory runs out. Throws Error.
 void requireMemoryForBuild(std::size_t triangles, std::size_t instances);
 // Throws Error with `doing` in the text when this thread's last calls on the device failed.
@@ -42,7 +46,8 @@ struct Shape {
 class GeometryCache {
  public:
   // `filter` decides about the hits of filtered shapes, on any thread. The device must outlive the cache.
-  GeometryCache(RTCDevice device, RTCFilterFunctionN filter) : device_(device), filter_(filter) {}
+  GeometryCache(RTCDevice device, RTCFilterFunctionN filter, TraceFilters filters = TraceFilters::No)
+      : device_(device), filter_(filter), filters_(filters) {}
 
   // Builds those of `shapes` that are not there yet on all cores, and forgets all that are not among them. The shared
   // vertex arrays are traced in place: std::vector's spare room holds the 4 bytes that Embree reads past the last
@@ -57,6 +62,7 @@ class GeometryCache {
 
   RTCDevice device_;
   RTCFilterFunctionN filter_;
+  TraceFilters filters_;
   std::map<Shape, SceneHandle> built_;
 };
 

@@ -15,6 +15,20 @@ constexpr float kSpent = 1.0F / 512.0F;  // of a sample: what lies behind is not
 // A rotated grid: four different columns and four different rows of the pixel.
 constexpr std::array<glm::vec2, 4> kGrid{{{0.375F, 0.125F}, {0.875F, 0.375F}, {0.125F, 0.625F}, {0.625F, 0.875F}}};
 
+// Every second bit, from the lowest.
+std::uint32_t spread(std::uint32_t bits) {
+  bits &= 0xFFFFU;
+  bits = (bits | bits << 8U) & 0x00FF00FFU;
+  bits = (bits | bits << 4U) & 0x0F0F0F0FU;
+  bits = (bits | bits << 2U) & 0x33333333U;
+  return (bits | bits << 1U) & 0x55555555U;
+}
+
+// The place of a pixel on Morton's curve, which fills squares of two by two, of four by four and so on.
+std::uint32_t alongCurve(glm::uvec2 pixel) {
+  return spread(pixel.x) | spread(pixel.y) << 1U;
+}
+
 }  // namespace
 
 RaySet PixelBlock::raysBeside(int ray) const {
@@ -26,28 +40,31 @@ PixelSampling PixelSampling::scattered(int samples, std::uint32_t seed) {
   return {PixelBlock::Side::Four, std::max(1, samples), 0.5F, mixed(seed)};
 }
 
-PerRay<std::uint32_t> PixelSampling::seedsOf(const PixelBlock& pixels) const {
-  PerRay<std::uint32_t> seeds{};
+// What is too far along the curve for a number of 32 bits has the samples of pixels at least 1024 away.
+PerRay<std::uint32_t> PixelSampling::firstSamples(const PixelBlock& pixels) const {
+  PerRay<std::uint32_t> firsts{};
+  const int bits = std::bit_width(static_cast<std::uint32_t>(passes - 1));
   for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
     const glm::uvec2 pixel(pixels.pixelOf(ray));
-    seeds[ray] = mixed(seed ^ mixed(pixel.x ^ mixed(pixel.y)));
+    firsts[ray] = alongCurve(pixel) << bits;
   }
-  return seeds;
+  return firsts;
 }
 
-glm::vec2 PixelSampling::placeOf(int ray, int pass, std::uint32_t pixelSeed) const {
+glm::vec2 PixelSampling::placeOf(int ray, std::uint32_t number) const {
   if (isGrid()) return kGrid[static_cast<std::size_t>(ray) % kGrid.size()];
-  return samplePoint(static_cast<std::uint32_t>(pass), pixelSeed);
+  return samplePoint(number, seed);
 }
 
 LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-                       const PixelBlock& block, const PerRay<std::uint32_t>& seeds, int pass)
-    : request_(request), camera_(camera), layer_(rays_, block, seeds, pass), footprint_(sampling.footprint) {
+                       const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass)
+    : request_(request), camera_(camera), layer_(rays_, block, sampling.seed), footprint_(sampling.footprint) {
+  for (int ray = 0; ray < kRays; ++ray) layer_.numbers[ray] = firsts[ray] + static_cast<std::uint32_t>(pass);
   for (int first = 0; first < kRays; first += block.raysPerPixel()) {
     const glm::ivec2 pixel = block.pixelOf(first);
     if (pixel.x >= request.width || pixel.y >= request.height) continue;
     for (int ray = first; ray < first + block.raysPerPixel(); ++ray) {
-      const Ray seen = camera.through(glm::vec2(pixel) + sampling.placeOf(ray, pass, seeds[ray]));
+      const Ray seen = camera.through(glm::vec2(pixel) + sampling.placeOf(ray, layer_.numbers[ray]));
       rays_.start(ray, seen.origin, seen.direction, camera.nearest(), camera.farthest(), 0);
       layer_.reaching[ray] = 1.0F;
     }

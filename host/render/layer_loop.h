@@ -45,20 +45,23 @@ struct PixelSampling {
   // the same triangle share one surface point in their middle.
   static PixelSampling grid() { return {PixelBlock::Side::Two, 1, 1.0F, 0}; }
   // At least one sample of each pixel, one in a pass over blocks of four by four. Their places look random, but
-  // depend on the seed, the pixel and the number of the pass only.
+  // depend on the seed, the pixel and the number of the pass only. All samples of a picture are one sequence that is
+  // stratified in each of its parts, dealt out along a curve that keeps neighbours together: so what is wrong with a
+  // pixel is made up for by those beside it (A. Ahmed, P. Wonka, Screen-Space Blue-Noise Diffusion of Monte Carlo
+  // Sampling Error via Hierarchical Ordering of Pixels, 2020).
   static PixelSampling scattered(int samples, std::uint32_t seed);
 
   PixelBlock::Side block;
   int passes;
-  float footprint;     // side of the square that textures are averaged over for a surface point, in pixels
-  std::uint32_t seed;  // mixed
+  float footprint;  // side of the square that textures are averaged over for a surface point, in pixels
+  std::uint32_t seed;
 
   bool isGrid() const { return block == PixelBlock::Side::Two; }
   int tileSide() const { return isGrid() ? 32 : 16; }  // pixels; whoever stops the drawing waits for one tile
-  // For each ray what tells its pixel apart in all that looks random; on a grid, where nothing does, 0.
-  PerRay<std::uint32_t> seedsOf(const PixelBlock& pixels) const;
-  // Within the pixel, 0-1.
-  glm::vec2 placeOf(int ray, int pass, std::uint32_t pixelSeed) const;
+  // For each ray the place of its pixel's first sample in the sequence; on a grid, where nothing is random, 0.
+  PerRay<std::uint32_t> firstSamples(const PixelBlock& pixels) const;
+  // Within the pixel, 0-1. `number` is the sample's in the sequence.
+  glm::vec2 placeOf(int ray, std::uint32_t number) const;
 };
 
 // What the rays of a packet meet next on their way from the camera. Only the entries of rays and points that are in
@@ -66,13 +69,13 @@ struct PixelSampling {
 struct Layer {
   // Filling what no set names would cost every packet.
   // cppcheck-suppress uninitMemberVar
-  Layer(const RayPacket& traced, const PixelBlock& pixels, const PerRay<std::uint32_t>& pixelSeeds, int sample)
-      : rays(traced), block(pixels), seeds(pixelSeeds), pass(sample) {}
+  Layer(const RayPacket& traced, const PixelBlock& pixels, std::uint32_t sequenceSeed)
+      : rays(traced), block(pixels), seed(sequenceSeed) {}
 
   const RayPacket& rays;  // directions, as long as one metre of depth; distances, so metres along the view axis
   const PixelBlock& block;
-  const PerRay<std::uint32_t>& seeds;  // of the rays' pixels
-  int pass;                            // number of this sample of each pixel
+  PerRay<std::uint32_t> numbers;  // of the samples in the sequence of the picture
+  std::uint32_t seed;             // of that sequence
 
   RaySet missed = 0;       // rays that meet nothing any more
   RaySet met = 0;          // rays that meet a surface
@@ -87,7 +90,7 @@ struct Layer {
 class LayerTrace {
  public:
   LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-             const PixelBlock& block, const PerRay<std::uint32_t>& seeds, int pass);
+             const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass);
   LayerTrace(const LayerTrace&) = delete;
   LayerTrace& operator=(const LayerTrace&) = delete;
 
@@ -132,10 +135,10 @@ Outcome drawTiles(const PictureRequest& request, int side, const std::function<v
 template <Shader Shading>
 void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
                const PixelBlock& block, const Shading& shader) {
-  const PerRay<std::uint32_t> seeds = sampling.seedsOf(block);
+  const PerRay<std::uint32_t> firsts = sampling.firstSamples(block);
   PerRay<typename Shading::Sum> sums{};
   for (int pass = 0; pass < sampling.passes; ++pass) {
-    LayerTrace trace(request, camera, sampling, block, seeds, pass);
+    LayerTrace trace(request, camera, sampling, block, firsts, pass);
     while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
   }
   const int perPixel = block.raysPerPixel();

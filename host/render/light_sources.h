@@ -1,10 +1,13 @@
 #pragma once
 
 #include <glm/glm.hpp>
+#include <optional>
 #include <vector>
 
+#include "panorama.h"
 #include "ray_scene.h"
 #include "scene/scene.h"
+#include "settings.h"
 
 namespace quillmere::render {
 
@@ -15,11 +18,20 @@ struct LightSample {
   glm::vec3 arriving;   // what a white surface that faces it sends back (irradiance by pi)
 };
 
-// What lights a scene: its own lights, or a sun when it has none, and a clear sky over pale ground. Directions are of
-// unit length.
+// What is seen where the camera meets nothing.
+struct Backdrop {
+  enum class Holds { Display, Radiance };  // light of the display, or of the scene
+
+  Holds holds;
+  glm::vec3 light;
+};
+
+// What lights a scene besides itself: its own lights, or a sun when it has none, and a clear sky over pale ground or a
+// panorama, as the settings say. Directions are of unit length.
 class LightSources {
  public:
-  explicit LightSources(const RayScene& scene);
+  // The scene's own lights are multiplied with `exposure`. The panorama of the settings is borrowed.
+  LightSources(const RayScene& scene, const FinalSettings& settings, float exposure);
 
   int count() const { return static_cast<int>(lights_.size()); }
 
@@ -31,13 +43,17 @@ class LightSources {
   glm::vec3 sky(glm::vec3 direction) const;
   // A stand-in for light that has bounced around more often than rays are followed.
   glm::vec3 ambient() const;
-  // Light of the display where the camera sees nothing else.
-  glm::vec3 backdrop(glm::vec3 direction) const;
+  Backdrop backdrop(glm::vec3 direction) const;
+  // What all light is multiplied with for the exposure asked for.
+  float stops() const { return stops_; }
 
  private:
   std::vector<scene::Light> lights_;  // with their colours exposed
-  float skyStrength_;                 // times that of a clear day
-  float bulbRadius_ = 0.05F;          // of point and spot lights, metres
+  std::optional<Panorama> panorama_;
+  std::optional<glm::vec3> background_;
+  float stops_;
+  float skyStrength_ = 0.0F;  // times that of a clear day
+  float bulbRadius_ = 0.05F;  // of point and spot lights, metres
 };
 
 }  // namespace quillmere::render

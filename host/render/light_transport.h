@@ -2,14 +2,35 @@
 
 #include <cstdint>
 
+#include "emitters.h"
 #include "light_sources.h"
 #include "ray_packet.h"
 
 namespace quillmere::render {
 
-// What white surfaces at those `points` would send back, estimated by tracing: light that comes straight from the
-// sources, and once bounced. `sample` counts the samples of a pixel, `seeds` tell the pixels apart.
-VectorPerRay lightAt(const RayScene& scene, const LightSources& sources, const SurfacePoints& points, RaySet which,
-                     std::uint32_t sample, const PerRay<std::uint32_t>& seeds);
+// What is sent to the viewer by points, but for what they emit.
+struct SentLight {
+  VectorPerRay chalk;   // by white chalk in their place: to be multiplied with Reflection::chalk
+  VectorPerRay mirror;  // by the coat that mirrors
+};
+
+// Estimates the light of points by tracing: what comes straight from lamps and from what the scene emits, and once
+// bounced.
+class LightEstimate {
+ public:
+  // Borrows both.
+  LightEstimate(const RayScene& scene, const LightSources& sources)
+      : scene_(scene), sources_(sources), emitters_(scene) {}
+
+  // `directions` lead from the viewer to the points, of any length. `numbers` are those of the samples in a sequence
+  // for the whole picture.
+  SentLight at(const SurfacePoints& points, RaySet which, const VectorPerRay& directions,
+               const PerRay<std::uint32_t>& numbers, std::uint32_t seed) const;
+
+ private:
+  const RayScene& scene_;
+  const LightSources& sources_;
+  Emitters emitters_;
+};
 
 }  // namespace quillmere::render

@@ -1,39 +1,72 @@
 #include "material.h"
 
+#include <cmath>
 #include <map>
+#include <utility>
 
 namespace quillmere::render {
 namespace {
 
 using Alpha = scene::Material::Alpha;
 
-glm::vec4 rawColor(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point,
-                   float level) {
+glm::vec4 rawColor(const ShadingMaterial& material, const SurfacePlace& place) {
   glm::vec4 color = material.definition->baseColor;
-  const glm::uvec3 corners = cornersOf(geometry, point.triangle);
-  if (material.texture) {
-    const glm::vec2 uv = geometry.uvs.empty() ? glm::vec2(0.0F) : interpolated(geometry.uvs, corners, point);
-    color *= material.texture->read(uv, level, *material.definition);
-  }
-  if (!geometry.colors.empty()) color *= interpolated(geometry.colors, corners, point);
+  const scene::Geometry& geometry = place.geometry;
+  if (material.texture) color *= read(material.texture, place);
+  if (!geometry.colors.empty()) color *= interpolated(geometry.colors, place.corners, place.point);
   return color;
 }
 
+const std::vector<glm::vec2>& uvsOf(const scene::Geometry& geometry, std::uint32_t index) {
+  static const std::vector<glm::vec2> none;
+  if (index == 0) return geometry.uvs;
+  return index <= geometry.otherUvs.size() ? geometry.otherUvs[index - 1] : none;
+}
+
+// Binary logarithm of a pixel's width in texels.
+float levelOf(const SurfacePlace& place, const std::vector<glm::vec2>& uvs, glm::vec2 size) {
+  if (place.share <= 0.0F) return 0.0F;
+  const glm::vec2 a = (uvs[place.corners.y] - uvs[place.corners.x]) * size;
+  const glm::vec2 b = (uvs[place.corners.z] - uvs[place.corners.x]) * size;
+  const float squared = std::abs(a.x * b.y - a.y * b.x) * place.share;
+  return squared > 1.0F ? 0.5F * std::log2(squared) : 0.0F;
+}
+
+// Prepares each picture once, however many materials use it.
+class TextureSet {
+ public:
+  LaidTexture lay(const scene::TextureMap& map, Texture::Holds holds) {
+    if (!map.picture || map.picture->empty()) return {};
+    std::shared_ptr<const Texture>& known = textures_[{map.picture.get(), holds}];
+    if (!known) known = std::make_shared<const Texture>(map.picture, holds);
+    return {known, &map};
+  }
+
+ private:
+  std::map<std::pair<const image::Image*, Texture::Holds>, std::shared_ptr<const Texture>> textures_;
+};
+
 }  // namespace
 
-std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>& materials) {
-  std::map<const image::Image*, std::shared_ptr<const Texture>> textures;
+std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>& materials, SingleSided singleSided) {
+  TextureSet textures;
   std::vector<ShadingMaterial> prepared;
   prepared.reserve(materials.size());
   for (const scene::Material& material : materials) {
-    std::shared_ptr<const Texture> texture;
-    if (material.texture && !material.texture->empty()) {
-      std::shared_ptr<const Texture>& known = textures[material.texture.get()];
-      if (!known) known = std::make_shared<const Texture>(material.texture);
-      texture = known;
+    ShadingMaterial& made = prepared.emplace_back();
+    made.definition = &material;
+    made.texture = textures.lay(material.texture, Texture::Holds::Colors);
+    made.emits = !material.unlit && material.emission != glm::vec3(0.0F);
+    if (made.emits) made.emissionMap = textures.lay(material.emissionMap, Texture::Holds::Colors);
+    made.glossy = !material.unlit && (material.metallic > 0.0F || material.roughness < 1.0F);
+    if (!material.unlit) {
+      made.metalRoughnessMap = textures.lay(material.metalRoughnessMap, Texture::Holds::Numbers);
+      made.normalMap = textures.lay(material.normalMap, Texture::Holds::Numbers);
+      made.occlusionMap = textures.lay(material.occlusionMap, Texture::Holds::Numbers);
+      made.glossy = made.glossy || static_cast<bool>(made.metalRoughnessMap);
     }
-    const bool frontOnly = material.unlit && !material.doubleSided;
-    prepared.push_back({&material, std::move(texture), material.alpha != Alpha::Opaque || frontOnly, frontOnly});
+    made.frontOnly = !material.doubleSided && (material.unlit || singleSided == SingleSided::All);
+    made.filtered = material.alpha != Alpha::Opaque;
   }
   return prepared;
 }
@@ -43,15 +76,46 @@ glm::uvec3 cornersOf(const scene::Geometry& geometry, std::uint32_t triangle) {
   return {indices[0], indices[1], indices[2]};
 }
 
-glm::vec4 colorOf(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point,
-                  float level) {
-  glm::vec4 color = rawColor(material, geometry, point, level);
+glm::vec4 read(const LaidTexture& texture, const SurfacePlace& place) {
+  const std::vector<glm::vec2>& uvs = uvsOf(place.geometry, texture.map->uvs);
+  if (uvs.empty()) return texture.texture->read(glm::vec2(0.0F), 0.0F, *texture.map);
+  const float level = levelOf(place, uvs, texture.texture->size());
+  return texture.texture->read(interpolated(uvs, place.corners, place.point), level, *texture.map);
+}
+
+std::optional<CornerUvs> uvsAt(const LaidTexture& texture, const SurfacePlace& place) {
+  const std::vector<glm::vec2>& uvs = uvsOf(place.geometry, texture.map->uvs);
+  if (uvs.empty()) return {};
+  return CornerUvs{uvs[place.corners.x], uvs[place.corners.y], uvs[place.corners.z]};
+}
+
+glm::vec4 colorOf(const ShadingMaterial& material, const SurfacePlace& place) {
+  glm::vec4 color = rawColor(material, place);
   if (material.definition->alpha != Alpha::Blend) color.a = 1.0F;
   return color;
 }
 
+Finish finishOf(const ShadingMaterial& material, const SurfacePlace& place) {
+  Finish finish{material.definition->metallic, material.definition->roughness, 1.0F};
+  if (material.metalRoughnessMap) {
+    const glm::vec4 numbers = read(material.metalRoughnessMap, place);
+    finish.metallic *= numbers.b;
+    finish.roughness *= numbers.g;
+  }
+  if (material.occlusionMap) {
+    finish.occlusion += material.definition->occlusionStrength * (read(material.occlusionMap, place).r - 1.0F);
+  }
+  return finish;
+}
+
+glm::vec3 emissionOf(const ShadingMaterial& material, const SurfacePlace& place) {
+  if (!material.emits) return glm::vec3(0.0F);
+  const glm::vec3 factor = material.definition->emission;
+  return material.emissionMap ? factor * glm::vec3(read(material.emissionMap, place)) : factor;
+}
+
 float alphaOf(const ShadingMaterial& material, const scene::Geometry& geometry, const TrianglePoint& point) {
-  return rawColor(material, geometry, point, 0.0F).a;
+  return rawColor(material, {geometry, point}).a;
 }
 
 }  // namespace quillmere::render

@@ -32,29 +32,25 @@ glm::vec3 towards(glm::vec3 normal, glm::vec3 viewer) {
   return glm::dot(normal, viewer) < 0.0F ? -normal : normal;
 }
 
-struct Triangle {  // in the world
-  glm::vec3 corner, edge1, edge2;
-};
-
-Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
-  const std::vector<glm::vec3>& positions = surface.geometry->positions;
-  const glm::mat3 turned(surface.toWorld);
-  const glm::vec3 corner = positions[corners.x];
-  return {glm::vec3(surface.toWorld * glm::vec4(corner, 1.0F)), turned * (positions[corners.y] - corner),
-          turned * (positions[corners.z] - corner)};
+// Of a triangle's area what a pixel covers; one that looks along the surface covers more of it, of which the geometric
+// mean of both directions is taken.
+float shareOf(float doubleArea, float pixelHeight, float cosine) {
+  return pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
 }
 
-// Binary logarithm of a pixel's width in texels; a pixel that looks along the surface covers more of them, of which
-// the geometric mean of both directions is taken.
-float textureLevel(const Instance& instance, glm::uvec3 corners, float doubleArea, float pixelHeight, float cosine) {
-  const std::vector<glm::vec2>& uvs = instance.surface->geometry->uvs;
-  if (!instance.material->texture || uvs.empty()) return 0.0F;
-  const glm::vec2 size = instance.material->texture->size();
-  const glm::vec2 a = (uvs[corners.y] - uvs[corners.x]) * size;
-  const glm::vec2 b = (uvs[corners.z] - uvs[corners.x]) * size;
-  const float texels = std::abs(a.x * b.y - a.y * b.x);
-  const float squared = texels * pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
-  return squared > 1.0F ? 0.5F * std::log2(squared) : 0.0F;
+// `normal` turned as a normal map says: its red along growing u, its green against growing v (glTF 2.0, 3.9.3).
+glm::vec3 bent(glm::vec3 normal, const ShadingMaterial& material, const SurfacePlace& place, const Triangle& triangle) {
+  const auto uvs = uvsAt(material.normalMap, place);
+  if (!uvs) return normal;
+  const glm::vec2 a = uvs->second - uvs->first, b = uvs->third - uvs->first;
+  const float area = a.x * b.y - a.y * b.x;
+  const glm::vec3 alongU = (triangle.edge1 * b.y - triangle.edge2 * a.y) * (area < 0.0F ? -1.0F : 1.0F);
+  const glm::vec3 alongV = (triangle.edge2 * a.x - triangle.edge1 * b.x) * (area < 0.0F ? -1.0F : 1.0F);
+  const glm::vec3 u = unit(alongU - normal * glm::dot(normal, alongU), glm::vec3(0.0F));
+  const glm::vec3 v = unit(alongV - normal * glm::dot(normal, alongV), glm::vec3(0.0F));
+  const glm::vec3 told = 2.0F * glm::vec3(read(material.normalMap, place)) - 1.0F;
+  const float scale = material.definition->normalScale;
+  return unit(u * (told.x * scale) - v * (told.y * scale) + normal * told.z, normal);
 }
 
 }  // namespace
@@ -100,26 +96,41 @@ RaySet RayPacket::findUnblocked(const RayScene& scene) {
   return active_ & raysThat([&](int ray) { return !(rays_.ray.tfar[ray] < 0.0F); });
 }
 
+Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
+  const std::vector<glm::vec3>& positions = surface.geometry->positions;
+  const glm::mat3 turned(surface.toWorld);
+  const glm::vec3 corner = positions[corners.x];
+  return {glm::vec3(surface.toWorld * glm::vec4(corner, 1.0F)), turned * (positions[corners.y] - corner),
+          turned * (positions[corners.z] - corner)};
+}
+
 void SurfacePoints::resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight) {
   const Instance& met = scene.instances()[hit.instance];
   const scene::Geometry& geometry = *met.surface->geometry;
-  const glm::uvec3 corners = cornersOf(geometry, hit.point.triangle);
-  const Triangle triangle = triangleOf(*met.surface, corners);
+  SurfacePlace place(geometry, hit.point);
+  const Triangle triangle = triangleOf(*met.surface, place.corners);
   const glm::vec3 viewer = unit(-direction, {0.0F, 0.0F, 1.0F});
   const glm::vec3 cross = glm::cross(triangle.edge1, triangle.edge2);
   const glm::vec3 flat = towards(unit(cross, viewer), viewer);
-  const float level = textureLevel(met, corners, glm::length(cross), pixelHeight, glm::dot(flat, viewer));
-  const glm::vec4 rgba = colorOf(*met.material, geometry, hit.point, level);
+  place.share = shareOf(glm::length(cross), pixelHeight, glm::dot(flat, viewer));
+  const glm::vec4 rgba = colorOf(*met.material, place);
 
   position.set(at, triangle.corner + hit.point.u * triangle.edge1 + hit.point.v * triangle.edge2);
   faceNormal.set(at, flat);
   normal.set(at, flat);
   if (!geometry.normals.empty()) {
     // A smoothed normal belongs to the side that its triangle shows, also where it already leans over the edge.
-    const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, corners, hit.point);
+    const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, place.corners, hit.point);
     normal.set(at, towards(unit(smooth, flat), flat));
   }
+  if (met.material->normalMap) {
+    // The map belongs to the side that the geometry's normals are on.
+    const float side = glm::dot(cross, flat) * met.mirroring < 0.0F ? -1.0F : 1.0F;
+    normal.set(at, side * bent(side * normal[at], *met.material, place, triangle));
+  }
   color.set(at, rgba);
+  emission.set(at, emissionOf(*met.material, place));
+  finish[at] = finishOf(*met.material, place);
   alpha[at] = rgba.a;
   instance[at] = hit.instance;
   material[at] = met.material;

@@ -69,6 +69,7 @@ class RayPacket {
   // The active rays that nothing stops, for light. Ends no ray, but their hits and ends are lost.
   RaySet findUnblocked(const RayScene& scene);
 
+  glm::vec3 origin(int ray) const { return {rays_.ray.org_x[ray], rays_.ray.org_y[ray], rays_.ray.org_z[ray]}; }
   glm::vec3 direction(int ray) const { return {rays_.ray.dir_x[ray], rays_.ray.dir_y[ray], rays_.ray.dir_z[ray]}; }
 
  private:
@@ -76,13 +77,21 @@ class RayPacket {
   RTCRayHit16 rays_;
 };
 
+// A triangle in the world.
+struct Triangle {
+  glm::vec3 corner, edge1, edge2;
+};
+Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners);
+
 // What is to be shaded where rays met surfaces, in the world: structure of arrays, of which only those entries hold
 // anything that were resolved. The two normals are of unit length and on the side that the ray came from.
 struct SurfacePoints {
   VectorPerRay position;
   VectorPerRay faceNormal;  // of the flat triangle
-  VectorPerRay normal;      // smoothed as the geometry says
+  VectorPerRay normal;      // smoothed as the geometry says, bent as the material's normal map says
   VectorPerRay color;       // linear RGB of the surface itself
+  VectorPerRay emission;    // what it gives off
+  PerRay<Finish> finish;
   PerRay<float> alpha;
   PerRay<std::uint32_t> instance;  // index into RayScene::instances
   PerRay<const ShadingMaterial*> material;

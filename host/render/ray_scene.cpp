@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "sampling.h"
+#include "sky_search.h"
 
 namespace quillmere::render {
 namespace {
@@ -20,6 +21,7 @@ struct TraceContext : RTCIntersectContext {
   RayUse use;
 };
 
+constexpr unsigned int kPacket = 16;         // rays
 constexpr float kInvisible = 1.0F / 512.0F;  // of a surface that blends: alphas up to here are taken for 0
 
 bool facesAway(const RTCFilterFunctionNArguments& question, unsigned int ray) {
@@ -36,7 +38,7 @@ bool isSeen(const RTCFilterFunctionNArguments& question, unsigned int ray) {
   const std::uint32_t id = RTCHitN_instID(question.hit, count, ray, 0);
   const Instance& instance = context.scene.instances()[id];
   const ShadingMaterial& material = *instance.material;
-  if (material.frontOnly && facesAway(question, ray)) return false;
+  if (material.frontOnly && facesAway(question, ray) == (context.use != RayUse::Shadow)) return false;
   const scene::Material::Alpha kind = material.definition->alpha;
   if (kind == scene::Material::Alpha::Opaque) return true;
 
@@ -75,8 +77,8 @@ Shape shapeOf(const Instance& instance) {
   return {instance.surface->geometry, instance.material->filtered};
 }
 
-bool isUnlit(const Instance& instance) {
-  return instance.material->definition->unlit;
+bool stopsLight(const Instance& instance) {
+  return !instance.sky && !instance.material->definition->unlit;
 }
 
 void attach(RTCDevice device, RTCScene into, RTCScene shape, const glm::mat4& toWorld, unsigned int id) {
@@ -89,11 +91,12 @@ void attach(RTCDevice device, RTCScene into, RTCScene shape, const glm::mat4& to
 
 }  // namespace
 
-RayScene::RayScene(std::shared_ptr<const scene::Scene> scene)
+RayScene::RayScene(std::shared_ptr<const scene::Scene> scene, SingleSided singleSided)
     : scene_(std::move(scene)),
-      materials_(shadingMaterials(scene_->materials())),
+      materials_(shadingMaterials(scene_->materials(), singleSided)),
       device_(makeDevice()),
-      shapes_(device_.get(), filterByMaterial) {
+      filters_(std::ranges::any_of(materials_, &ShadingMaterial::frontOnly) ? TraceFilters::Yes : TraceFilters::No),
+      shapes_(device_.get(), filterByMaterial, filters_) {
   build();
 }
 
@@ -102,15 +105,23 @@ void RayScene::pose(double seconds) {
   const bool rebuild = !visible_ || !sameSurfaces(snapshot_, next);
   snapshot_ = std::move(next);
   placeInstances();
-  if (rebuild) build();
+  if (rebuild) {
+    build();
+  } else {
+    findSkies();
+  }
 }
 
 void RayScene::placeInstances() {
   instances_.clear();
+  hasFronts_ = false;
   for (const scene::Surface& surface : snapshot_.surfaces) {
     if (!surface.geometry || !isPlace(surface.toWorld)) continue;
     const ShadingMaterial& material = materials_[static_cast<std::size_t>(surface.material)];
-    instances_.push_back({&surface, &material, glm::transpose(glm::inverse(glm::mat3(surface.toWorld)))});
+    hasFronts_ = hasFronts_ || material.frontOnly;
+    const glm::mat3 turned(surface.toWorld);
+    instances_.push_back({&surface, &material, glm::transpose(glm::inverse(turned)),
+                          glm::determinant(turned) < 0.0F ? -1.0F : 1.0F, false});
   }
 }
 
@@ -119,31 +130,98 @@ void RayScene::build() {
   std::vector<Shape> shapes;
   std::ranges::transform(instances_, std::back_inserter(shapes), shapeOf);
   shapes_.keep(shapes);
-  requireMemoryForBuild(0, 2 * instances_.size());  // visible and solid
-  SceneHandle visible(rtcNewScene(device_.get()));
-  solid_.reset(std::ranges::any_of(instances_, isUnlit) ? rtcNewScene(device_.get()) : nullptr);
+  requireMemoryForBuild(0, 3 * instances_.size());  // visible, solid and skies
+  findSkies();
+  SceneHandle visible(newScene(device_.get(), filters_));
+  const bool allSolid = std::ranges::all_of(instances_, stopsLight);
+  const bool anySky = std::ranges::any_of(instances_, [](const Instance& instance) { return instance.sky; });
+  solid_.reset(allSolid ? nullptr : newScene(device_.get(), filters_).release());
+  skies_.reset(anySky ? newScene(device_.get(), filters_).release() : nullptr);
   for (std::size_t i = 0; i < instances_.size(); ++i) {
     const RTCScene shape = shapes_.find(shapes[i]);
     const glm::mat4& toWorld = instances_[i].surface->toWorld;
     const auto id = static_cast<unsigned int>(i);
     attach(device_.get(), visible.get(), shape, toWorld, id);
-    if (solid_ && !isUnlit(instances_[i])) attach(device_.get(), solid_.get(), shape, toWorld, id);
+    if (solid_ && stopsLight(instances_[i])) attach(device_.get(), solid_.get(), shape, toWorld, id);
+    if (instances_[i].sky) attach(device_.get(), skies_.get(), shape, toWorld, id);
   }
+  if (skies_) rtcCommitScene(skies_.get());
   rtcCommitScene(visible.get());
   if (solid_) rtcCommitScene(solid_.get());
   throwOnError(device_.get(), "prepare the scene for ray tracing");
   visible_ = std::move(visible);
 }
 
+// Up to a few, the largest first: clouds before a sky.
+void RayScene::findSkies() {
+  constexpr int kMost = 4;
+  std::vector<Bounds> bounds;
+  bounds.reserve(instances_.size());
+  for (const Instance& instance : instances_) {
+    RTCBounds local;
+    rtcGetSceneBounds(shapes_.find(shapeOf(instance)), &local);
+    bounds.push_back(boundsInWorld(local, instance.surface->toWorld));
+  }
+  for (int i = 0; i < kMost; ++i) {
+    std::size_t largest = instances_.size();
+    for (std::size_t k = 0; k < bounds.size(); ++k) {
+      if (!instances_[k].sky && (largest == bounds.size() || bounds[k].size() > bounds[largest].size())) largest = k;
+    }
+    Bounds rest;
+    for (std::size_t k = 0; k < bounds.size(); ++k) {
+      if (k != largest && !instances_[k].sky) rest.add(bounds[k]);
+    }
+    if (largest == bounds.size() || rest.empty() || !bounds[largest].encloses(rest)) return;
+    const bool unlit = instances_[largest].material->definition->unlit;
+    if (!unlit && !isLitSky(snapshot_, *instances_[largest].surface, bounds[largest], rest)) return;
+    instances_[largest].sky = true;
+  }
+}
+
+RTCScene RayScene::sceneFor(RayUse use) const {
+  return use == RayUse::Camera ? visible_.get() : use == RayUse::Sky ? skies_.get() : solid();
+}
+
 void RayScene::intersect(const int* valid, RTCRayHit16& rays, RayUse use) const {
   TraceContext context(*this, use);
-  rtcIntersect16(valid, use == RayUse::Camera ? visible_.get() : solid(), &context, &rays);
+  if (!hasFronts_) return rtcIntersect16(valid, sceneFor(use), &context, &rays);
+  const RTCRayHit16 begun = rays;
+  rtcIntersect16(valid, sceneFor(use), &context, &rays);
+  findFronts(valid, begun, rays, use);
+}
+
+// Few rays meet a back before any front, so only those pay for being asked about each hit.
+void RayScene::findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit16& rays, RayUse use) const {
+  alignas(64) int again[kPacket];
+  bool any = false;
+  for (unsigned int ray = 0; ray < kPacket; ++ray) {
+    again[ray] = valid[ray] != 0 && isBack(rays, ray) ? -1 : 0;
+    if (again[ray] == 0) continue;
+    any = true;
+    rays.ray.tfar[ray] = begun.ray.tfar[ray];
+    rays.hit.geomID[ray] = RTC_INVALID_GEOMETRY_ID;
+    rays.hit.instID[0][ray] = RTC_INVALID_GEOMETRY_ID;
+  }
+  if (!any) return;
+  TraceContext context(*this, use);
+  context.filter = filterByMaterial;
+  rtcIntersect16(again, sceneFor(use), &context, &rays);
+}
+
+bool RayScene::isBack(const RTCRayHit16& rays, unsigned int ray) const {
+  if (rays.hit.geomID[ray] == RTC_INVALID_GEOMETRY_ID) return false;
+  const Instance& met = instances_[rays.hit.instID[0][ray]];
+  if (!met.material->frontOnly) return false;
+  const glm::vec3 normal(rays.hit.Ng_x[ray], rays.hit.Ng_y[ray], rays.hit.Ng_z[ray]);  // in object space
+  const glm::vec3 direction(rays.ray.dir_x[ray], rays.ray.dir_y[ray], rays.ray.dir_z[ray]);
+  return glm::dot(met.normalToWorld * normal, direction) > 0.0F;
 }
 
 void RayScene::occlude(const int* valid, RTCRay16& rays) const {
   // Never coherent: Embree 3.13.5 then decides from an unset variable on its stack when a packet is done with being
   // blocked, and may never return.
-  TraceContext context(*this, RayUse::Light);
+  TraceContext context(*this, RayUse::Shadow);
+  if (hasFronts_) context.filter = filterByMaterial;
   rtcOccluded16(valid, solid(), &context, &rays);
 }
 

@@ -16,20 +16,25 @@ struct Instance {
   const scene::Surface* surface;
   const ShadingMaterial* material;
   glm::mat3 normalToWorld;  // not normalised
+  float mirroring;          // -1 where its place mirrors it, else 1
+  bool sky = false;         // encloses the scene: it lets light through and gives its own colour as light
 };
 
 // What rays are traced for.
 enum class RayUse {
   Camera,  // run close together, see everything; a surface that blends is met unless invisible: the caller goes on
            // behind
-  Light  // run anywhere, pass through unlit surfaces; one that blends is met as often as it is opaque: the ray's ID is
-         // its random number
+  // These run anywhere and pass through unlit surfaces and skies; one that blends is met as often as it is opaque: the
+  // ray's ID is its random number.
+  Bounce,
+  Sky,    // meets skies alone
+  Shadow  // towards a light, so against the light's way: a single-sided surface lets through what comes from behind
 };
 
 // A snapshot of a scene with what Embree needs to trace it. Any thread may read between two calls of pose.
 class RayScene {
  public:
-  explicit RayScene(std::shared_ptr<const scene::Scene> scene);
+  explicit RayScene(std::shared_ptr<const scene::Scene> scene, SingleSided singleSided = SingleSided::All);
   RayScene(const RayScene&) = delete;
   RayScene& operator=(const RayScene&) = delete;
 
@@ -45,21 +50,29 @@ class RayScene {
   void intersect(const int* valid, RTCRayHit16& rays, RayUse use) const;
   // Sets the end of light rays that anything stops to minus infinity.
   void occlude(const int* valid, RTCRay16& rays) const;
+  bool hasSkies() const { return skies_ != nullptr; }
   // Half the diagonal of what stands in the way of light, metres.
   float solidRadius() const;
 
  private:
   void placeInstances();
+  void findSkies();
+  RTCScene sceneFor(RayUse use) const;
   void build();
+  bool isBack(const RTCRayHit16& rays, unsigned int ray) const;
+  void findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit16& rays, RayUse use) const;
   RTCScene solid() const { return solid_ ? solid_.get() : visible_.get(); }
 
   std::shared_ptr<const scene::Scene> scene_;
   std::vector<ShadingMaterial> materials_;
   DeviceHandle device_;
+  TraceFilters filters_;  // as any material needs
   GeometryCache shapes_;
   scene::Snapshot snapshot_;
   std::vector<Instance> instances_;  // points into snapshot_ and materials_
-  SceneHandle visible_, solid_;      // all surfaces; all but the unlit ones, null when there are none of those
+  bool hasFronts_ = false;           // whether any of them is there from its front only
+  // All surfaces; all but skies and the unlit ones, null when there are none of those; skies, null without any.
+  SceneHandle visible_, solid_, skies_;
 };
 
 }  // namespace quillmere::render

@@ -1,20 +1,30 @@
 #include "renderer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <new>
 #include <string>
 #include <utility>
 
+#include "base/memory.h"
 #include "base/parallel.h"
+#include "color_encoding.h"
+#include "exposure.h"
 #include "layer_loop.h"
+#include "light_filter.h"
+#include "light_sources.h"
 #include "ray_scene.h"
 #include "shaders.h"
 
 namespace quillmere::render {
 namespace {
 
+std::string refusalOf(int width, int height) {
+  return "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
+}
+
 image::Image blankPicture(int width, int height, image::Sample sample) {
-  const std::string what = "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
+  const std::string what = refusalOf(width, height);
   try {
     return {width, height, 3, sample};
   } catch (const std::bad_alloc&) {
@@ -25,13 +35,27 @@ image::Image blankPicture(int width, int height, image::Sample sample) {
   }
 }
 
+constexpr int kMoments = 5;
+
+void develop(const LitPicture& lit, image::Image& picture) {
+  forEach(lit.height, allCores(), {}, [&](int y) {
+    float* rgb = picture.row<float>(y);
+    for (int x = 0; x < lit.width; ++x, rgb += 3) {
+      const glm::vec3 light = displayLight(lit.at(x, y));
+      for (int c = 0; c < 3; ++c) rgb[c] = stored(light[c]);
+    }
+  });
+}
+
 image::Image ifComplete(Outcome outcome, image::Image picture) {
   return outcome == Outcome::Complete ? std::move(picture) : image::Image();
 }
 
 }  // namespace
 
-Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : scene_(new RayScene(std::move(scene))) {}
+Renderer::Renderer(std::shared_ptr<const scene::Scene> scene, Sides sides)
+    : scene_(new RayScene(scene, sides == Sides::Both ? SingleSided::Unlit : SingleSided::All)),
+      duration_(scene->duration()) {}
 
 Renderer::~Renderer() = default;
 
@@ -40,6 +64,22 @@ void Renderer::pose(double seconds) {
   seconds_.reset();
   scene_->pose(seconds);
   seconds_ = seconds;
+}
+
+// Measured at moments spread over the whole scene, whichever of them is drawn, so that nothing that moves changes it.
+float Renderer::exposure() {
+  if (exposure_) return *exposure_;
+  const std::optional<double> now = seconds_;
+  const int moments = now && duration_ > 0.0 && hasLamps(snapshot()) ? kMoments : 1;
+  float sum = 0.0F;
+  for (int i = 0; i < moments; ++i) {
+    if (now) pose(duration_ * i / std::max(1, moments - 1));
+    sum += measuredLight(*scene_);
+  }
+  if (now) pose(*now);
+  const float mean = sum / static_cast<float>(moments);
+  exposure_ = std::isnormal(mean) ? 1.0F / mean : 1.0F;
+  return *exposure_;
 }
 
 const scene::Snapshot& Renderer::snapshot() const {
@@ -54,12 +94,19 @@ image::Image Renderer::drawQuick(const scene::Camera& camera, int width, int hei
   return ifComplete(outcome, std::move(picture));
 }
 
-image::Image Renderer::drawFinal(const scene::Camera& camera, int width, int height, const FinalSettings& settings,
+image::Image Renderer::drawFinal(const scene::Camera& through, int width, int height, const FinalSettings& settings,
                                  const StopTest& stop) {
   image::Image picture = blankPicture(width, height, image::Sample::Float);
-  const FinalShader shader(*scene_, picture);
+  requireMemory(memoryToLight(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)),
+                refusalOf(width, height));
+  const scene::Camera camera = through;  // which may be one of the snapshot's, and that goes while light is measured
+  const LightSources sources(*scene_, settings, exposure());
+  LitPicture lit(width, height);
   const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
-  const Outcome outcome = drawPicture(request, PixelSampling::scattered(settings.samples, settings.seed), shader);
+  const PixelSampling sampling = PixelSampling::scattered(settings.samples, settings.seed);
+  Outcome outcome = drawPicture(request, sampling, FinalShader(*scene_, sources, lit));
+  if (outcome == Outcome::Complete) outcome = smoothGrain(lit, request.threads, stop);
+  if (outcome == Outcome::Complete) develop(lit, picture);
   return ifComplete(outcome, std::move(picture));
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -8,6 +7,7 @@
 #include "base/error.h"
 #include "image/image.h"
 #include "scene/scene.h"
+#include "settings.h"
 
 namespace quillmere::render {
 
@@ -16,17 +16,15 @@ class RayScene;
 // Asked between tiles, from any thread; true stops the drawing.
 using StopTest = std::function<bool()>;
 
-struct FinalSettings {
-  int samples = 16;        // per pixel, at least 1
-  std::uint32_t seed = 1;  // the same seed, scene and size give the same picture, whatever the number of threads
-};
+// Whether materials that are single-sided are seen from their front only. Lit ones may be shown from both sides.
+enum class Sides { AsMaterialsSay, Both };
 
 // Ray-traced pictures of a scene's snapshots through any camera, on all cores. Acceleration structures of geometry that
 // does not deform are kept from one snapshot to the next. One thread at a time.
 class Renderer {
  public:
   // Throws Error when this machine can't trace rays.
-  explicit Renderer(std::shared_ptr<const scene::Scene> scene);
+  explicit Renderer(std::shared_ptr<const scene::Scene> scene, Sides sides = Sides::AsMaterialsSay);
   ~Renderer();
   Renderer(const Renderer&) = delete;
   Renderer& operator=(const Renderer&) = delete;
@@ -40,14 +38,19 @@ class Renderer {
   // Byte RGB. Empty when stopped. Throws Error.
   image::Image drawQuick(const scene::Camera& camera, int width, int height, const StopTest& stop = {});
 
-  // With the scene's lights, or a default sun and sky when it has none: soft shadows, ambient occlusion.
-  // Float RGB, display-referred (tone-mapped and sRGB-encoded), 0-1. Empty when stopped. Throws Error.
+  // With the scene's lights, or a default sun and sky when it has none: soft shadows, light that bounces once. The
+  // exposure is the same at all times of the scene.
+  // Float RGB, display-referred (through the view transform and sRGB-encoded), 0-1. Empty when stopped. Throws Error.
   image::Image drawFinal(const scene::Camera& camera, int width, int height, const FinalSettings& settings = {},
                          const StopTest& stop = {});
 
  private:
   std::unique_ptr<RayScene> scene_;
+  float exposure();
+
+  double duration_;
   std::optional<double> seconds_;  // of the snapshot; none before the first pose
+  std::optional<float> exposure_;  // of the scene's lights, once it was asked for
 };
 
 }  // namespace quillmere::render

@@ -1,20 +1,31 @@
 #include "shaders.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "color_encoding.h"
 #include "light_transport.h"
+#include "reflection.h"
 
 namespace quillmere::render {
 namespace {
 
 // The points of a layer where light is to be estimated.
-RaySet litPoints(const Layer& layer) {
+RaySet litPoints(const RayScene& scene, const Layer& layer) {
   RaySet lit = 0;
   forEachRay(layer.points, [&](int at) {
-    if (!layer.surface.isUnlit(at)) lit |= setOf(at);
+    if (!layer.surface.isUnlit(at) && !scene.instances()[layer.surface.instance[at]].sky) lit |= setOf(at);
   });
   return lit;
+}
+
+float luminance(glm::vec3 color) {
+  return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
+}
+
+// As much of a light as the display can show, in its own hue.
+glm::vec3 displayed(glm::vec3 light) {
+  return light / std::max({1.0F, light.x, light.y, light.z});
 }
 
 }  // namespace
@@ -28,7 +39,11 @@ RaySet QuickShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   VectorPerRay light;
   forEachRay(layer.points, [&](int at) {
     const glm::vec3 color = layer.surface.color[at];
-    light.set(at, layer.surface.isUnlit(at) ? color : color * lightOn(layer.surface.normal[at]));
+    if (layer.surface.isUnlit(at)) return light.set(at, color);
+    const glm::vec3 lit = layer.surface.material[at]->glossy
+                              ? reflected(layer.surface, at, -glm::normalize(layer.rays.direction(at)))
+                              : color * lightOn(layer.surface.normal[at], layer.surface.finish[at].occlusion);
+    light.set(at, lit + displayed(layer.surface.emission[at]));
   });
   forEachRay(layer.met, [&](int ray) { sums[ray] += layer.weight[ray] * light[layer.pointOf[ray]]; });
   forEachRay(layer.missed, [&](int ray) { sums[ray] += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
@@ -41,11 +56,29 @@ void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
   for (int c = 0; c < 3; ++c) rgb[c] = storedByte(light[c]);
 }
 
-glm::vec3 QuickShader::lightOn(glm::vec3 normal) const {
+glm::vec3 QuickShader::lightOn(glm::vec3 normal, float occlusion) const {
   constexpr glm::vec3 kAbove(0.40F, 0.42F, 0.45F), kBelow(0.17F, 0.165F, 0.16F);
   constexpr float kHeadlight = 0.62F;
   const float facing = std::max(0.0F, glm::dot(normal, headlight_));
-  return glm::mix(kBelow, kAbove, 0.5F + 0.5F * normal.y) + kHeadlight * facing;
+  return glm::mix(kBelow, kAbove, 0.5F + 0.5F * normal.y) * occlusion + kHeadlight * facing;
+}
+
+// Metal mirrors a studio, dark below and bright above, the more blurred the rougher it is, and the headlight; anything
+// else shows the headlight's gloss over its colour.
+glm::vec3 QuickShader::reflected(const SurfacePoints& points, int at, glm::vec3 viewer) const {
+  const glm::vec3 color = points.color[at], normal = points.normal[at];
+  const Finish finish = points.finish[at];
+  const float facing = std::max(0.0F, glm::dot(normal, viewer)), rough = finish.roughness;
+  const glm::vec3 mirrored = 2.0F * glm::dot(normal, viewer) * normal - viewer;
+  const glm::vec3 light = lightOn(normal, finish.occlusion);
+  const float studio = glm::mix(0.10F, 0.85F, glm::smoothstep(-0.15F - rough, 0.45F + rough, mirrored.y));
+  const float squared = std::max(0.02F, rough * rough), power = 2.0F / (squared * squared);
+  const float near = std::max(0.0F, glm::dot(mirrored, headlight_));
+  const float highlight = std::min(2.0F, 0.1F / squared) * std::pow(near, power);
+  const glm::vec3 metal = color * (glm::mix(glm::vec3(studio), light, rough) * finish.occlusion + highlight);
+  const float grazing = 1.0F - facing, gloss = 0.04F + 0.5F * grazing * grazing * grazing * grazing * grazing;
+  const glm::vec3 other = color * light + (1.0F - rough) * gloss * (studio + 4.0F * highlight);
+  return glm::mix(other, metal, finish.metallic);
 }
 
 glm::vec3 QuickShader::background(int row) const {
@@ -54,40 +87,75 @@ glm::vec3 QuickShader::background(int row) const {
 }
 
 FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
-  radiance += other.radiance;
-  lit += other.lit;
+  chalk += other.chalk;
+  albedo += other.albedo;
+  mirror += other.mirror;
+  emission += other.emission;
   own += other.own;
+  normal += other.normal;
+  lit += other.lit;
+  depth += other.depth;
+  chalkLight += other.chalkLight;
+  mirrorLight += other.mirrorLight;
   return *this;
 }
 
-FinalShader::FinalShader(const RayScene& scene, image::Image& picture)
-    : scene_(scene), picture_(picture), sources_(scene) {}
+FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture)
+    : scene_(scene), sources_(sources), light_(scene, sources), picture_(picture) {}
 
 RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   forEachRay(layer.missed, [&](int ray) {
-    sums[ray].own += layer.weight[ray] * sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
-  });
-  const RaySet lit = litPoints(layer);
-  const VectorPerRay received =
-      lightAt(scene_, sources_, layer.surface, lit, static_cast<std::uint32_t>(layer.pass), layer.seeds);
-  forEachRay(layer.met, [&](int ray) {
-    const int at = layer.pointOf[ray];
-    const glm::vec3 color = layer.weight[ray] * layer.surface.color[at];
-    if ((lit & setOf(at)) == 0) {
-      sums[ray].own += color;
+    const Backdrop backdrop = sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
+    if (backdrop.holds == Backdrop::Holds::Display) {
+      sums[ray].own += layer.weight[ray] * backdrop.light;
       return;
     }
-    sums[ray].radiance += color * received[at];
+    sums[ray].emission += layer.weight[ray] * backdrop.light;
     sums[ray].lit += layer.weight[ray];
+  });
+  const RaySet lit = litPoints(scene_, layer);
+  VectorPerRay directions;
+  forEachRay(lit, [&](int at) { directions.set(at, layer.rays.direction(at)); });
+  const SentLight sent = light_.at(layer.surface, lit, directions, layer.numbers, layer.seed);
+  forEachRay(layer.met, [&](int ray) {
+    const int at = layer.pointOf[ray];
+    const float weight = layer.weight[ray];
+    if ((lit & setOf(at)) == 0) {
+      sums[ray].own += weight * displayed(layer.surface.color[at] + layer.surface.emission[at]);
+      return;
+    }
+    Sum& sum = sums[ray];
+    const glm::vec3 albedo = weight * Reflection::chalk(layer.surface, at);
+    sum.chalk += albedo * sent.chalk[at];
+    sum.albedo += albedo;
+    sum.mirror += weight * sent.mirror[at];
+    sum.emission += weight * sources_.stops() * layer.surface.emission[at];
+    sum.lit += weight;
+    sum.normal += weight * layer.surface.normal[at];
+    sum.depth += weight * layer.rays.hit(ray).distance;
+    sum.chalkLight.add(weight * luminance(sent.chalk[at]));
+    sum.mirrorLight.add(weight * luminance(sent.mirror[at]));
   });
   return 0;
 }
 
 void FinalShader::store(const Sum& sum, float samples, int x, int y) const {
-  const glm::vec3 exposed = sum.lit > 0.0F ? sum.lit * filmic(sum.radiance / sum.lit) : glm::vec3(0.0F);
-  const glm::vec3 light = (exposed + sum.own) / samples;
-  float* rgb = picture_.row<float>(y) + std::ptrdiff_t{3} * x;
-  for (int c = 0; c < 3; ++c) rgb[c] = stored(light[c]);
+  LitPixel& pixel = picture_.at(x, y);
+  pixel.chalk = sum.chalk / samples;
+  pixel.albedo = sum.albedo / samples;
+  pixel.mirror = sum.mirror / samples;
+  pixel.emission = sum.emission / samples;
+  pixel.own = sum.own / samples;
+  pixel.lit = sum.lit / samples;
+  pixel.normal = sum.normal;
+  pixel.depth = sum.lit > 0.0F ? sum.depth / sum.lit : 0.0F;
+  pixel.chalkError = sum.chalkLight.error(samples);
+  pixel.mirrorError = sum.mirrorLight.error(samples);
+}
+
+glm::vec3 displayLight(const LitPixel& pixel) {
+  const glm::vec3 light = pixel.chalk + pixel.mirror + pixel.emission;
+  return pixel.own + (pixel.lit > 0.0F ? pixel.lit * viewed(light / pixel.lit) : glm::vec3(0.0F));
 }
 
 }  // namespace quillmere::render

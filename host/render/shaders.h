@@ -4,7 +4,9 @@
 
 #include "image/image.h"
 #include "layer_loop.h"
+#include "light_filter.h"
 #include "light_sources.h"
+#include "light_transport.h"
 
 namespace quillmere::render {
 
@@ -19,36 +21,60 @@ class QuickShader {
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
-  glm::vec3 lightOn(glm::vec3 normal) const;
+  glm::vec3 lightOn(glm::vec3 normal, float occlusion) const;
+  glm::vec3 reflected(const SurfacePoints& points, int at, glm::vec3 viewer) const;
   glm::vec3 background(int row) const;
 
   image::Image& picture_;
   glm::vec3 headlight_;  // towards it: over the left shoulder, so that faces at different angles differ
 };
 
-// Surfaces under the scene's lights (or a sun and a sky) with soft shadows and light that bounces once, film-like
-// tones; unlit surfaces and the backdrop in their own colours. Writes display-referred values of 0-1 to a Float RGB
-// picture. Wants scattered samples.
+// Surfaces under the scene's lights (or a sun and a sky) with soft shadows and light that bounces once; unlit surfaces
+// and the backdrop in their own colours. Wants scattered samples.
 class FinalShader {
  public:
-  // Lit surfaces and those in colours of their own are kept apart, as only the former go through the film curve; the
-  // two mix as light of the display, which also keeps bright edges smooth.
+  // Lit surfaces and those in colours of their own are kept apart, as only the former go through the view transform;
+  // the two mix as light of the display, which also keeps bright edges smooth.
   struct Sum {
-    glm::vec3 radiance{0.0F};
-    float lit = 0.0F;  // share of what was seen that radiance stands for
-    glm::vec3 own{0.0F};
+    // Of some numbers, one a sample.
+    struct Moments {
+      float first = 0.0F, second = 0.0F;
+
+      void add(float value) {
+        first += value;
+        second += value * value;
+      }
+      Moments& operator+=(const Moments& other) {
+        first += other.first;
+        second += other.second;
+        return *this;
+      }
+      // The variance of their mean; of one number alone as if it might as well be nothing.
+      float error(float samples) const {
+        const float mean = first / samples, spread = second / samples - mean * mean;
+        return samples > 1.0F ? (spread > 0.0F ? spread : 0.0F) / (samples - 1.0F) : mean * mean;
+      }
+    };
+
+    glm::vec3 chalk{0.0F}, albedo{0.0F}, mirror{0.0F}, emission{0.0F}, own{0.0F}, normal{0.0F};
+    float lit = 0.0F, depth = 0.0F;
+    Moments chalkLight, mirrorLight;
 
     Sum& operator+=(const Sum& other);
   };
 
-  FinalShader(const RayScene& scene, image::Image& picture);
+  FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture);
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
   const RayScene& scene_;
-  image::Image& picture_;
-  LightSources sources_;
+  const LightSources& sources_;
+  LightEstimate light_;
+  LitPicture& picture_;
 };
+
+// What the display shows of a pixel: its light through the view transform over its own colours.
+glm::vec3 displayLight(const LitPixel& pixel);
 
 }  // namespace quillmere::render

@@ -10,8 +10,13 @@
 namespace quillmere::render {
 namespace {
 
-glm::vec4 texel(const std::uint8_t* rgba) {
-  return {lightOf(rgba[0]), lightOf(rgba[1]), lightOf(rgba[2]), static_cast<float>(rgba[3]) / 255.0F};
+const std::array<float, 256>& numbers() {
+  static const std::array<float, 256> all = [] {
+    std::array<float, 256> values{};
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<float>(i) / 255.0F;
+    return values;
+  }();
+  return all;
 }
 
 struct Wrapping {
@@ -36,8 +41,20 @@ int wrapped(int index, int size, Wrapping wrapping) {
   return std::clamp(index, 0, size - 1);
 }
 
+}  // namespace
+
+Texture::Texture(std::shared_ptr<const image::Image> picture, Holds holds)
+    : picture_(std::move(picture)), holds_(holds), values_(holds == Holds::Colors ? lights() : numbers()) {
+  levels_.push_back({picture_->width(), picture_->height(), picture_->row<std::uint8_t>(0)});
+  while (levels_.back().width > 1 || levels_.back().height > 1) addHalved();
+}
+
+glm::vec4 Texture::texel(const std::uint8_t* rgba) const {
+  return {values_[rgba[0]], values_[rgba[1]], values_[rgba[2]], static_cast<float>(rgba[3]) / 255.0F};
+}
+
 // Mean colour of four texels weighted by opacity, so that what is invisible does not tint what is not.
-void average(const std::array<const std::uint8_t*, 4>& from, std::uint8_t* to) {
+void Texture::average(const std::array<const std::uint8_t*, 4>& from, std::uint8_t* to) const {
   glm::vec3 color(0.0F);
   float alpha = 0.0F, weights = 0.0F;
   for (const std::uint8_t* rgba : from) {
@@ -47,15 +64,11 @@ void average(const std::array<const std::uint8_t*, 4>& from, std::uint8_t* to) {
     weights += weight;
     alpha += value.a;
   }
-  for (int c = 0; c < 3; ++c) to[c] = storedByte(color[c] / weights);
+  for (int c = 0; c < 3; ++c) {
+    const float mean = color[c] / weights;
+    to[c] = holds_ == Holds::Colors ? storedByte(mean) : static_cast<std::uint8_t>(std::lround(mean * 255.0F));
+  }
   to[3] = static_cast<std::uint8_t>(std::lround(alpha * (255.0F / 4.0F)));
-}
-
-}  // namespace
-
-Texture::Texture(std::shared_ptr<const image::Image> picture) : picture_(std::move(picture)) {
-  levels_.push_back({picture_->width(), picture_->height(), picture_->row<std::uint8_t>(0)});
-  while (levels_.back().width > 1 || levels_.back().height > 1) addHalved();
 }
 
 void Texture::addHalved() {
@@ -77,15 +90,15 @@ void Texture::addHalved() {
   levels_.push_back({size.width, size.height, halved_.back().data()});
 }
 
-glm::vec4 Texture::nearest(glm::vec2 uv, const Level& level, const scene::Material& material) const {
-  const Wrapping u{material.repeatU, material.mirrorU}, v{material.repeatV, material.mirrorV};
+glm::vec4 Texture::nearest(glm::vec2 uv, const Level& level, const scene::TextureMap& map) const {
+  const Wrapping u{map.repeatU, map.mirrorU}, v{map.repeatV, map.mirrorV};
   const int x = wrapped(static_cast<int>(reduced(uv.x, u) * static_cast<float>(level.width)), level.width, u);
   const int y = wrapped(static_cast<int>(reduced(uv.y, v) * static_cast<float>(level.height)), level.height, v);
   return texel(level.texels + 4 * (static_cast<std::ptrdiff_t>(y) * level.width + x));
 }
 
-glm::vec4 Texture::bilinear(glm::vec2 uv, const Level& level, const scene::Material& material) const {
-  const Wrapping u{material.repeatU, material.mirrorU}, v{material.repeatV, material.mirrorV};
+glm::vec4 Texture::bilinear(glm::vec2 uv, const Level& level, const scene::TextureMap& map) const {
+  const Wrapping u{map.repeatU, map.mirrorU}, v{map.repeatV, map.mirrorV};
   const float x = reduced(uv.x, u) * static_cast<float>(level.width) - 0.5F;
   const float y = reduced(uv.y, v) * static_cast<float>(level.height) - 0.5F;
   const float left = std::floor(x), top = std::floor(y);
@@ -99,15 +112,15 @@ glm::vec4 Texture::bilinear(glm::vec2 uv, const Level& level, const scene::Mater
   return glm::mix(row(static_cast<int>(top)), row(static_cast<int>(top) + 1), y - top);
 }
 
-glm::vec4 Texture::read(glm::vec2 uv, float level, const scene::Material& material) const {
+glm::vec4 Texture::read(glm::vec2 uv, float level, const scene::TextureMap& map) const {
   if (!(level > 0.0F)) {
-    return material.nearest ? nearest(uv, levels_[0], material) : bilinear(uv, levels_[0], material);
+    return map.nearest ? nearest(uv, levels_[0], map) : bilinear(uv, levels_[0], map);
   }
   const float last = static_cast<float>(levels_.size() - 1);
   const float finer = std::floor(std::min(level, last));
-  const glm::vec4 fine = bilinear(uv, levels_[static_cast<std::size_t>(finer)], material);
+  const glm::vec4 fine = bilinear(uv, levels_[static_cast<std::size_t>(finer)], map);
   if (finer >= last) return fine;
-  return glm::mix(fine, bilinear(uv, levels_[static_cast<std::size_t>(finer) + 1], material), level - finer);
+  return glm::mix(fine, bilinear(uv, levels_[static_cast<std::size_t>(finer) + 1], map), level - finer);
 }
 
 }  // namespace quillmere::render

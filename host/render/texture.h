@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <glm/glm.hpp>
 #include <memory>
@@ -13,13 +14,15 @@ namespace quillmere::render {
 // A picture with its halved versions, read at any coordinates. Any thread may read.
 class Texture {
  public:
-  // `picture` must be Byte RGBA. Its pixels are used in place, not copied.
-  explicit Texture(std::shared_ptr<const image::Image> picture);
+  enum class Holds { Colors, Numbers };  // sRGB-encoded, or values as they stand
 
-  // Linear RGBA at `uv` (0, 0 is the top left corner), wrapped and filtered as `material` says. `level` is the binary
+  // `picture` must be Byte RGBA. Its pixels are used in place, not copied.
+  explicit Texture(std::shared_ptr<const image::Image> picture, Holds holds = Holds::Colors);
+
+  // Linear RGBA at `uv` (0, 0 is the top left corner), wrapped and filtered as `map` says. `level` is the binary
   // logarithm of the pixel's width in texels; 0 and below is the picture itself. Coordinates that are not finite give
   // those of the corner.
-  glm::vec4 read(glm::vec2 uv, float level, const scene::Material& material) const;
+  glm::vec4 read(glm::vec2 uv, float level, const scene::TextureMap& map) const;
 
   glm::vec2 size() const { return {levels_[0].width, levels_[0].height}; }
 
@@ -28,11 +31,15 @@ class Texture {
     int width, height;
     const std::uint8_t* texels;
   };
-  glm::vec4 nearest(glm::vec2 uv, const Level& level, const scene::Material& material) const;
-  glm::vec4 bilinear(glm::vec2 uv, const Level& level, const scene::Material& material) const;
+  glm::vec4 nearest(glm::vec2 uv, const Level& level, const scene::TextureMap& map) const;
+  glm::vec4 bilinear(glm::vec2 uv, const Level& level, const scene::TextureMap& map) const;
+  glm::vec4 texel(const std::uint8_t* rgba) const;
+  void average(const std::array<const std::uint8_t*, 4>& from, std::uint8_t* to) const;
   void addHalved();
 
   std::shared_ptr<const image::Image> picture_;
+  Holds holds_;
+  const std::array<float, 256>& values_;           // of the 8-bit values
   std::vector<std::vector<std::uint8_t>> halved_;  // what levels_[1] and up point into
   std::vector<Level> levels_;                      // never empty
 };

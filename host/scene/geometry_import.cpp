@@ -70,7 +70,7 @@ class PartImporter {
     return accessor < 0 ? std::vector<glm::vec3>() : checkedLength(reader_.vec3s(accessor), accessor);
   }
 
-  void readShading(Geometry& geometry, const UvMapping& mapping) {
+  void readShading(Geometry& geometry, const std::vector<UvMapping>& mappings) {
     const auto& attributes = primitive_.attributes;
     geometry.normals = vec3s(attributes, "NORMAL");
     for (glm::vec3& normal : geometry.normals) normal = unitOr(normal, {0.0F, 1.0F, 0.0F});
@@ -78,17 +78,23 @@ class PartImporter {
       geometry.colors = checkedLength(reader_.colors(colors), colors);
     }
     if (attributes.count("COLOR_1") != 0) document_.warnings.add("only the first set of vertex colours is shown");
-    if (mapping.set < 0) return;
+    if (mappings.empty()) return;
+    geometry.uvs = uvsOf(mappings.front());
+    for (std::size_t i = 1; i < mappings.size(); ++i) geometry.otherUvs.push_back(uvsOf(mappings[i]));
+  }
+
+  std::vector<glm::vec2> uvsOf(const UvMapping& mapping) {
     const std::string name = "TEXCOORD_" + std::to_string(mapping.set);
-    const int uvs = accessorOf(attributes, name);
-    if (uvs < 0) {
+    const int accessor = accessorOf(primitive_.attributes, name);
+    if (accessor < 0) {
       document_.warnings.add("mesh '" + mesh_.name + "' is shown without its texture: it has no " + name);
-      return;
+      return {};
     }
-    geometry.uvs = checkedLength(reader_.vec2s(uvs), uvs);
-    for (glm::vec2& uv : geometry.uvs) {
+    std::vector<glm::vec2> uvs = checkedLength(reader_.vec2s(accessor), accessor);
+    for (glm::vec2& uv : uvs) {
       uv = glm::clamp(glm::vec2(mapping.transform * glm::vec3(uv, 1.0F)), -kLargestNumber, kLargestNumber);
     }
+    return uvs;
   }
 
   std::vector<MorphTarget> targets() {

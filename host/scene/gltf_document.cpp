@@ -38,8 +38,8 @@ bool hasScheme(const std::string& uri) {
 }
 
 constexpr std::array kSupportedExtensions{
-    "KHR_lights_punctual",     "KHR_materials_unlit", "KHR_mesh_quantization",     "KHR_texture_transform",
-    "EXT_mesh_gpu_instancing", "EXT_texture_webp",    "KHR_draco_mesh_compression"};
+    "KHR_lights_punctual",   "KHR_materials_emissive_strength", "KHR_materials_unlit", "KHR_mesh_quantization",
+    "KHR_texture_transform", "EXT_mesh_gpu_instancing",         "EXT_texture_webp",    "KHR_draco_mesh_compression"};
 
 bool isSupported(const std::string& extension) {
   return std::find(kSupportedExtensions.begin(), kSupportedExtensions.end(), extension) != kSupportedExtensions.end();
@@ -64,7 +64,10 @@ constexpr std::uintmax_t kLeast = std::uintmax_t{8} << 20U, kForByte = 2, kForJs
 
 std::uintmax_t memoryToParse(const std::vector<std::uint8_t>& bytes, const DocumentSurvey& survey) {
   std::uintmax_t json = bytes.size();
-  if (survey.binary) json = std::min<std::uintmax_t>(json, bytes[12] | bytes[13] << 8U | bytes[14] << 16U);
+  if (survey.binary) {
+    json = std::min<std::uintmax_t>(json,
+                                    bytes[12] | bytes[13] << 8U | bytes[14] << 16U | std::uintmax_t{bytes[15]} << 24U);
+  }
   return kLeast + kForByte * bytes.size() + kForJson * json;
 }
 

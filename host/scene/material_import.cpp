@@ -33,14 +33,78 @@ glm::mat3 transformOf(const tinygltf::Value& extension) {
   return {{c * scale.x, -s * scale.x, 0.0F}, {s * scale.y, c * scale.y, 0.0F}, {offset, 1.0F}};
 }
 
-UvMapping uvMappingOf(const tinygltf::TextureInfo& texture) {
+bool isUnlit(const tinygltf::Material& material) {
+  return material.extensions.count("KHR_materials_unlit") != 0;
+}
+
+template <class TextureInfo>
+UvMapping uvMappingOf(const TextureInfo& texture) {
   UvMapping mapping;
-  if (texture.index < 0) return mapping;
   mapping.set = extensionIndex(texture.extensions, kTextureTransform, "texCoord").value_or(texture.texCoord);
   const auto extension = texture.extensions.find(kTextureTransform);
   if (extension == texture.extensions.end()) return mapping;
   mapping.transform = transformOf(extension->second);
   return mapping;
+}
+
+// What a material says about one of its pictures: the index of the texture, -1 for none, and how it is laid.
+struct PictureUse {
+  TextureMap Material::*map;
+  int texture;
+  UvMapping mapping;
+};
+
+template <class TextureInfo>
+PictureUse pictureUse(TextureMap Material::*map, const TextureInfo& info) {
+  return {map, info.index, uvMappingOf(info)};
+}
+
+std::vector<PictureUse> picturesOf(const tinygltf::Material& from) {
+  std::vector<PictureUse> uses;
+  uses.push_back(pictureUse(&Material::texture, from.pbrMetallicRoughness.baseColorTexture));
+  if (!isUnlit(from)) {
+    uses.push_back(pictureUse(&Material::emissionMap, from.emissiveTexture));
+    uses.push_back(pictureUse(&Material::metalRoughnessMap, from.pbrMetallicRoughness.metallicRoughnessTexture));
+    uses.push_back(pictureUse(&Material::normalMap, from.normalTexture));
+    uses.push_back(pictureUse(&Material::occlusionMap, from.occlusionTexture));
+  }
+  std::erase_if(uses, [](const PictureUse& use) { return use.texture < 0; });
+  return uses;
+}
+
+// Tells the material which of the mappings, all of them different, its pictures are laid by.
+std::vector<UvMapping> layPictures(Material& material, const std::vector<PictureUse>& uses) {
+  std::vector<UvMapping> mappings;
+  for (const PictureUse& use : uses) {
+    const auto same = [&](const UvMapping& known) {
+      return known.set == use.mapping.set && known.transform == use.mapping.transform;
+    };
+    auto found = std::find_if(mappings.begin(), mappings.end(), same);
+    if (found == mappings.end()) found = mappings.insert(found, use.mapping);
+    (material.*use.map).uvs = static_cast<std::uint32_t>(found - mappings.begin());
+  }
+  return mappings;
+}
+
+// KHR_materials_emissive_strength.
+float emissiveStrength(const tinygltf::Material& from) {
+  const auto extension = from.extensions.find("KHR_materials_emissive_strength");
+  if (extension == from.extensions.end()) return 1.0F;
+  const tinygltf::Value& strength = extension->second.Get("emissiveStrength");
+  return strength.IsNumber() ? std::max(toFloat(strength.GetNumberAsDouble()), 0.0F) : 1.0F;
+}
+
+glm::vec3 emissionOf(const tinygltf::Material& from) {
+  if (isUnlit(from) || from.emissiveFactor.size() != 3) return glm::vec3(0.0F);
+  glm::vec3 factor;
+  for (glm::length_t i = 0; i < 3; ++i) {
+    factor[i] = std::clamp(toFloat(from.emissiveFactor[static_cast<std::size_t>(i)]), 0.0F, 1.0F);
+  }
+  return factor * emissiveStrength(from);
+}
+
+float unit(double number) {
+  return std::clamp(toFloat(number), 0.0F, 1.0F);
 }
 
 Material importMaterial(const tinygltf::Material& from) {
@@ -54,19 +118,13 @@ Material importMaterial(const tinygltf::Material& from) {
   if (from.alphaMode == "BLEND") material.alpha = Material::Alpha::Blend;
   material.alphaCutoff = toFloat(from.alphaCutoff);
   material.doubleSided = from.doubleSided;
-  material.unlit = from.extensions.count("KHR_materials_unlit") != 0;
+  material.unlit = isUnlit(from);
+  material.emission = emissionOf(from);
+  material.metallic = unit(from.pbrMetallicRoughness.metallicFactor);
+  material.roughness = unit(from.pbrMetallicRoughness.roughnessFactor);
+  material.normalScale = toFloat(from.normalTexture.scale);
+  material.occlusionStrength = unit(from.occlusionTexture.strength);
   return material;
-}
-
-void warnOfTheRest(const tinygltf::Material& material, Warnings& warnings) {
-  if (material.normalTexture.index >= 0) warnings.add("normal maps are not shown");
-  if (material.occlusionTexture.index >= 0) warnings.add("occlusion maps are not shown");
-  if (material.pbrMetallicRoughness.metallicRoughnessTexture.index >= 0) {
-    warnings.add("metal and roughness are not shown");
-  }
-  for (const double emitted : material.emissiveFactor) {
-    if (emitted > 0.0) warnings.add("glowing materials are shown without their glow");
-  }
 }
 
 std::string_view asText(std::span<const std::uint8_t> bytes) {
@@ -78,12 +136,12 @@ int sourceOf(const tinygltf::Texture& texture) {
   return extensionIndex(texture.extensions, "EXT_texture_webp", "source").value_or(texture.source);
 }
 
-void setWrapping(Material& material, const tinygltf::Sampler& sampler) {
-  material.repeatU = sampler.wrapS != TINYGLTF_TEXTURE_WRAP_CLAMP_TO_EDGE;
-  material.repeatV = sampler.wrapT != TINYGLTF_TEXTURE_WRAP_CLAMP_TO_EDGE;
-  material.mirrorU = sampler.wrapS == TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT;
-  material.mirrorV = sampler.wrapT == TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT;
-  material.nearest = sampler.magFilter == TINYGLTF_TEXTURE_FILTER_NEAREST;
+void setWrapping(TextureMap& map, const tinygltf::Sampler& sampler) {
+  map.repeatU = sampler.wrapS != TINYGLTF_TEXTURE_WRAP_CLAMP_TO_EDGE;
+  map.repeatV = sampler.wrapT != TINYGLTF_TEXTURE_WRAP_CLAMP_TO_EDGE;
+  map.mirrorU = sampler.wrapS == TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT;
+  map.mirrorV = sampler.wrapT == TINYGLTF_TEXTURE_WRAP_MIRRORED_REPEAT;
+  map.nearest = sampler.magFilter == TINYGLTF_TEXTURE_FILTER_NEAREST;
 }
 
 // Decodes the images of a document, each file once even when several images repeat its bytes.
@@ -91,11 +149,11 @@ class TextureLoader {
  public:
   explicit TextureLoader(GltfDocument& document) : document_(document) {}  // borrowed
 
-  // Sets the image, wrapping and filter of `texture`. What can't be decoded leaves the material without an image and
-  // adds a warning. Throws Error (the reason alone) for indices that do not exist.
-  void loadInto(Material& material, int index) {
+  // Sets the picture, wrapping and filter of a map of `material` from the texture `index`. What can't be decoded leaves
+  // the map without a picture and adds a warning. Throws Error (the reason alone) for indices that do not exist.
+  void loadInto(Material& material, TextureMap& map, int index) {
     const tinygltf::Texture& texture = itemAt(document_.model.textures, index, "texture");
-    if (texture.sampler >= 0) setWrapping(material, itemAt(document_.model.samplers, texture.sampler, "sampler"));
+    if (texture.sampler >= 0) setWrapping(map, itemAt(document_.model.samplers, texture.sampler, "sampler"));
     const int source = sourceOf(texture);
     if (source < 0) {
       document_.warnings.add("material '" + material.name +
@@ -103,7 +161,7 @@ class TextureLoader {
       return;
     }
     try {
-      material.texture = picture(source);
+      map.picture = picture(source);
     } catch (const Error& error) {
       document_.warnings.add("material '" + material.name + "' is shown without its texture: " + error.what());
     }
@@ -175,10 +233,9 @@ MaterialSet importMaterials(GltfDocument& document) {
   MaterialSet set;
   for (const auto& material : document.model.materials) {
     set.materials.push_back(importMaterial(material));
-    set.uvMappings.push_back(uvMappingOf(material.pbrMetallicRoughness.baseColorTexture));
-    warnOfTheRest(material, document.warnings);
+    set.uvMappings.push_back(layPictures(set.materials.back(), picturesOf(material)));
   }
-  set.materials.emplace_back();
+  set.materials.push_back(importMaterial({}));
   set.uvMappings.emplace_back();
   set.used.resize(set.materials.size());
   return set;
@@ -187,8 +244,11 @@ MaterialSet importMaterials(GltfDocument& document) {
 void loadTextures(GltfDocument& document, MaterialSet& set) {
   TextureLoader loader(document);
   for (std::size_t i = 0; i < document.model.materials.size(); ++i) {
-    const int texture = document.model.materials[i].pbrMetallicRoughness.baseColorTexture.index;
-    if (set.used[i] && texture >= 0) loader.loadInto(set.materials[i], texture);
+    if (!set.used[i]) continue;
+    Material& material = set.materials[i];
+    for (const PictureUse& use : picturesOf(document.model.materials[i])) {
+      loader.loadInto(material, material.*use.map, use.texture);
+    }
   }
 }
 

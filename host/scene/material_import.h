@@ -8,17 +8,16 @@
 
 namespace quillmere::scene {
 
-// How the texture of a material is laid onto a geometry; done once on import, so that a Material needs no more than
-// uvs.
+// How pictures of a material are laid onto a geometry; done once on import, so that a Material needs no more than uvs.
 struct UvMapping {
-  int set = -1;  // of texture coordinates; -1 without a texture
+  int set = 0;  // of texture coordinates
   glm::mat3 transform{1.0F};
 };
 
 // The materials of a document, plus one for geometry that has none (the last one). The vectors are parallel.
 struct MaterialSet {
-  std::vector<Material> materials;  // without textures until loadTextures
-  std::vector<UvMapping> uvMappings;
+  std::vector<Material> materials;                 // without textures until loadTextures
+  std::vector<std::vector<UvMapping>> uvMappings;  // of each material all that differ, as TextureMap::uvs counts them
   std::vector<bool> used;
 
   // The index to store for a primitive that names `material` (-1 = none). Throws Error (the reason alone).
@@ -27,7 +26,7 @@ struct MaterialSet {
 
 MaterialSet importMaterials(GltfDocument& document);
 
-// Decodes the base colour images of the materials that are used. What can't be decoded is left out with a warning.
+// Decodes the images of the materials that are used. What can't be decoded is left out with a warning.
 void loadTextures(GltfDocument& document, MaterialSet& set);
 
 }  // namespace quillmere::scene

@@ -20,17 +20,31 @@ namespace quillmere::scene {
 // The largest size of a coordinate: two of them may still be multiplied and squared in a float.
 inline constexpr float kLargestNumber = 1e9F;
 
-struct Material {
-  std::string name;
-  glm::vec4 baseColor{1.0F};                    // linear RGBA factor
-  std::shared_ptr<const image::Image> texture;  // base colour, Byte RGBA, sRGB-encoded; may be null
+// A picture laid onto a surface.
+struct TextureMap {
+  std::shared_ptr<const image::Image> picture;  // Byte RGBA; null without one
+  std::uint32_t uvs = 0;                        // which of Geometry's texture coordinates it is laid by
   bool repeatU = true, repeatV = true;          // otherwise clamped to the edge
   bool mirrorU = false, mirrorV = false;
   bool nearest = false;  // otherwise filtered linearly
+};
+
+struct Material {
+  std::string name;
+  glm::vec4 baseColor{1.0F};  // linear RGBA factor
+  TextureMap texture;         // base colour, sRGB-encoded
   enum class Alpha { Opaque, Mask, Blend } alpha = Alpha::Opaque;
   float alphaCutoff = 0.5F;
   bool doubleSided = false;
-  bool unlit = false;  // KHR_materials_unlit: shown in its own colour, neither lit nor casting shadows
+  bool unlit = false;        // KHR_materials_unlit: shown in its own colour, neither lit nor casting shadows
+  glm::vec3 emission{0.0F};  // linear factor times strength: 1 is as bright as white under the light exposed for
+  TextureMap emissionMap;    // sRGB-encoded, multiplied with it
+  float metallic = 0.0F, roughness = 1.0F;  // 0-1
+  TextureMap metalRoughnessMap;             // numbers, multiplied with them: blue is metallic, green roughness
+  TextureMap normalMap;                     // numbers: directions in the frame of the texture coordinates, green up
+  float normalScale = 1.0F;
+  TextureMap occlusionMap;  // numbers: red is the share of light from all around that arrives
+  float occlusionStrength = 1.0F;
 };
 
 // Triangles in object space. `indices` holds three per triangle, each below positions.size(); every other array is
@@ -38,8 +52,9 @@ struct Material {
 struct Geometry {
   std::vector<glm::vec3> positions;
   std::vector<glm::vec3> normals;  // unit length; empty: each triangle is flat, with the normal of its own plane
-  std::vector<glm::vec2> uvs;
-  std::vector<glm::vec4> colors;  // linear RGBA, multiplied with the material's base colour
+  std::vector<glm::vec2> uvs;      // those that TextureMap::uvs calls 0
+  std::vector<std::vector<glm::vec2>> otherUvs;  // 1 and up, of materials that lay pictures in several ways
+  std::vector<glm::vec4> colors;                 // linear RGBA, multiplied with the material's base colour
   std::vector<std::uint32_t> indices;
 };
 

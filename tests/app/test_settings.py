@@ -137,5 +137,18 @@ class Settings(Stage):
         self.assertIn("none/kept.json", done.stderr)
         self.assertEqual(self.render("--settings", "none.json").returncode, 2)
 
+    def test_how_the_host_draws_is_kept_and_overridden(self) -> None:
+        saved = self.save("--exposure", "1.5", "--samples", "3", "--background", "#123", "--light", "scene", "--two-sided")
+        drawing = {"exposure": 1.5, "samples": 3, "background": "#123", "light": "scene", "two_sided": True}
+        self.assertEqual(saved["drawing"], drawing)
+        done = self.render("--settings", "kept.json", "--save-settings", "again.json", "--light", "none", "--no-two-sided")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        again = json.loads((self.folder / "again.json").read_text())["drawing"]
+        self.assertEqual(again, {**drawing, "light": "none", "two_sided": False})
+        for wrong in ({"exposure": 1e9}, {"samples": 0}, {"light": "moon"}, {"two_sided": 1}, {"fog": 1}, []):
+            with self.subTest(wrong):
+                (self.folder / "kept.json").write_text(json.dumps({**HEAD, "parameters": {}, "drawing": wrong}))
+                self.assertEqual(self.render("--settings", "kept.json").returncode, 1)
+
     def write(self, parameters: dict) -> None:
         (self.folder / "kept.json").write_text(json.dumps({**HEAD, "parameters": parameters}))

@@ -53,7 +53,8 @@ TEST(AtomicFile, TargetsThatCannotBeWrittenAreRefusedAndNothingIsLeft) {
   const std::vector<std::string> before = namesIn(folder);
   const Image picture(2, 2, 3, Sample::Float);
   for (const char* name : {"missing/a.png", "file/a.png", "folder", "pipe", "folder/"}) {
-    for (const auto write : {+[](const fs::path&to, const Image&from) { writePng(to, from); }, &writeExr}) {
+    for (const auto write : {+[](const fs::path&to, const Image&from) { writePng(to, from); },
+                             +[](const fs::path&to, const Image&from) { writeExr(to, from); }}) {
       const std::string told = refusalOf<Error>([&] { write(folder / name, picture); });
       EXPECT_EQ(told.find("cannot write '" + (folder / name).string()), 0U) << name << ": " << told;
     }

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
+#include <string>
+#include <utility>
 
 #include "image/conversion.h"
 #include "image/file_formats.h"
@@ -38,10 +41,63 @@ TEST(Writing, ExrValuesReadBackAsTheyStand) {
     SCOPED_TRACE(channels);
     Image picture = ramp(channels, 1.7F, -50);
     picture.row<float>(0)[5] = std::numeric_limits<float>::infinity();
-    writeExr(folder / "a.exr", picture);
+    writeExr(folder / "a.exr", picture, ExrEncoding::Srgb);
     // Grey is spread over R, G and B.
     const Image expected = channels <= 2 ? withChannels(picture, channels + 2) : picture;
     EXPECT_EQ(samplesOf(read(folder / "a.exr")), samplesOf(expected));
+  }
+}
+
+TEST(Writing, LinearExrHoldsTheLightOfStoredValues) {
+  struct Row {
+    float stored, light;  // of IEC 61966-2-1
+  };
+  const TemporaryFolder folder;
+  for (const Row& row : {Row{0, 0}, {0.04F, 0.0030960F}, {0.5F, 0.2140411F}, {1, 1}, {-0.5F, -0.2140411F}}) {
+    for (const float alpha : {1.0F, 0.25F}) {
+      Image picture(1, 1, 4, Sample::Float);
+      std::fill_n(picture.row<float>(0), 3, row.stored);
+      picture.row<float>(0)[3] = alpha;
+      writeExr(folder / "a.exr", picture);
+      const Image written = read(folder / "a.exr");
+      EXPECT_NEAR(written.row<float>(0)[1], row.light * alpha, 1e-6F) << row.stored;
+      EXPECT_EQ(written.row<float>(0)[3], alpha);
+    }
+  }
+}
+
+TEST(Writing, FilesTellTheColourSpaceOfTheirValues) {
+  const TemporaryFolder folder;
+  const Image picture = ramp(3, 0.0004F, 0);
+  writePng(folder / "a.png", picture);
+  writeExr(folder / "linear.exr", picture);
+  writeExr(folder / "srgb.exr", picture, ExrEncoding::Srgb);
+  const std::pair<const char*, const char*> rows[] = {{"a.png", "sRGB"},
+                                                      {"a.png", "gAMA"},
+                                                      {"a.png", "cHRM"},
+                                                      {"linear.exr", "chromaticities"},
+                                                      {"srgb.exr", "chromaticities"},
+                                                      {"linear.exr", "lin_rec709_scene"},
+                                                      {"srgb.exr", "srgb_rec709_display"}};
+  for (const auto& [file, word] : rows) EXPECT_NE(folder.contentOf(file).find(word), std::string::npos) << file << word;
+}
+
+// Two pixels of 2 x 1 as they stand, and ten equal ones in four runs.
+TEST(Reading, HdrPicturesGiveTheirLight) {
+  const TemporaryFolder folder;
+  const std::string head = "#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n-Y 1 +X ";
+  const std::string pixel("\x40\x80\x00\x82", 4);
+  const std::string run("\x02\x02\x00\x0A\x8A\x40\x8A\x80\x8A\x00\x8A\x82", 12);
+  for (const auto& [width, content] : {std::pair(2, head + "2\n" + pixel + pixel), {10, head + "10\n" + run}}) {
+    const Image picture = read(folder.write("a.hdr", content));
+    ASSERT_EQ(picture.width(), width);
+    const float* last = picture.pixel<float>(width - 1, 0);
+    EXPECT_NEAR(last[0], 1.0F, 0.02F);
+    EXPECT_NEAR(last[1], 2.0F, 0.02F);
+    EXPECT_LT(last[2], 0.02F);
+    for (const std::string& damaged : {content.substr(0, content.size() - 1), head + "16000\n" + pixel}) {
+      EXPECT_THROW(read(folder.write("b.hdr", damaged)), Error);
+    }
   }
 }
 

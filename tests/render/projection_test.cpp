@@ -76,7 +76,7 @@ TEST(Projection, StripesOfFourPixelsStaySharp) {
   for (int i = 0; i < 32 * 32 * 4; ++i) stripes->row<std::uint8_t>(0)[i] = i % 4 == 3 || i / 16 % 2 == 0 ? 255 : 0;
   auto scene = std::make_shared<HandMadeScene>();
   scene::Material material = unlit({1, 1, 1});
-  material.texture = stripes;
+  material.texture.picture = stripes;
   scene->add(rectangle(-1, -1, 1, 1), scene->addMaterial(material));
   for (const Kind kind : {Kind::Quick, Kind::Final}) {
     const image::Image drawn = picture(scene, orthographic({0, 0, 3}, {0, 0, 0}, 1.0F), 32, 32, kind);

@@ -44,13 +44,20 @@ constexpr int kWidth = 101, kHeight = 67;
 TEST(Repeatability, ThePictureDependsOnTheSeedButNotOnTheNumberOfThreads) {
   RayScene scene(village());
   scene.pose(0.0);
+  const LightSources sources(scene, {}, 1.0F);
   const auto drawn = [&](int threads, Kind kind) {
     const PictureRequest request{scene, kView, kWidth, kHeight, {}, threads};
     image::Image picture(kWidth, kHeight, 3, kind == Kind::Quick ? image::Sample::Byte : image::Sample::Float);
     if (kind == Kind::Quick) {
       drawPicture(request, PixelSampling::grid(), QuickShader(kView, picture));
     } else {
-      drawPicture(request, PixelSampling::scattered(5, 7), FinalShader(scene, picture));
+      LitPicture lit(kWidth, kHeight);
+      drawPicture(request, PixelSampling::scattered(5, 7), FinalShader(scene, sources, lit));
+      smoothGrain(lit, threads, {});
+      for (int i = 0; i < kWidth * kHeight; ++i) {
+        const glm::vec3 light = displayLight(lit.pixels[static_cast<std::size_t>(i)]);
+        for (int c = 0; c < 3; ++c) picture.row<float>(0)[3 * i + c] = light[c];
+      }
     }
     return picture;
   };

@@ -91,7 +91,7 @@ TEST(Robustness, ScenesOfAnySizeThrowTheSameShadow) {
     const image::Image drawn = picture(scene, view, kPlanSide, kPlanSide, Kind::Final);
     const float open = brightness(lightAt(drawn, 1.4F, 1.4F));
     SCOPED_TRACE(scale);
-    EXPECT_GT(open, 0.3F);
+    EXPECT_GT(open, 0.2F);
     EXPECT_LT(brightness(lightAt(drawn, -0.8F, -0.8F)), 0.6F * open) << "the sun stands at +X +Z";
     EXPECT_GT(brightness(lightAt(drawn, -0.8F, -0.8F)), 0.02F) << "the sky lights shadows";
     EXPECT_GT(brightness(lightAt(drawn, 0.8F, 0.8F)), 0.8F * open);

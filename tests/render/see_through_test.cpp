@@ -26,8 +26,8 @@ scene::Material halfVisible(Alpha alpha) {
   auto texture = std::make_shared<image::Image>(2, 1, 4, image::Sample::Byte);
   for (int i = 0; i < 8; ++i) texture->row<std::uint8_t>(0)[i] = i == 3 ? 0 : 255;
   scene::Material material;
-  material.texture = texture;
-  material.nearest = true;
+  material.texture.picture = texture;
+  material.texture.nearest = true;
   material.alpha = alpha;
   return material;
 }

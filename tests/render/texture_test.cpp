@@ -34,14 +34,14 @@ TEST(Texture, CoordinatesOutsideWrapAsTheMaterialSays) {
   const Texture texture(fourColors());
   for (const auto& [repeat, mirror, expected] : rows) {
     for (const bool nearest : {true, false}) {
-      scene::Material material;
-      material.repeatU = repeat;
-      material.mirrorU = mirror;
-      material.nearest = nearest;
+      scene::TextureMap map;
+      map.repeatU = repeat;
+      map.mirrorU = mirror;
+      map.nearest = nearest;
       std::string seen;
       for (int i = 0; i < 12; ++i) {
         const float u = -0.875F + 0.25F * static_cast<float>(i);
-        seen += nameOf(texture.read({u, 0.5F}, 0.0F, material));
+        seen += nameOf(texture.read({u, 0.5F}, 0.0F, map));
       }
       EXPECT_EQ(seen, expected) << (nearest ? " nearest" : " linear");
     }
@@ -55,18 +55,18 @@ TEST(Texture, FarAwayPatternsBecomeTheirMeanLight) {
   }
   const Texture texture(checks);
   for (const float level : {1.0F, 2.5F, 6.0F, 40.0F}) {
-    EXPECT_NEAR(texture.read({0.3F, 0.3F}, level, scene::Material{}).r, 0.5F, 0.02F) << level;
+    EXPECT_NEAR(texture.read({0.3F, 0.3F}, level, scene::TextureMap{}).r, 0.5F, 0.02F) << level;
   }
 }
 
 TEST(Texture, AnyCoordinatesCanBeRead) {
   const Texture texture(fourColors());
   for (const bool mirror : {false, true}) {
-    scene::Material material;
-    material.mirrorU = material.mirrorV = mirror;
+    scene::TextureMap map;
+    map.mirrorU = map.mirrorV = mirror;
     for (const float wild : {kNan, -std::numeric_limits<float>::infinity(), 1e30F, -3e9F, -1e-9F, 0.99999997F}) {
       for (const float level : {kNan, 0.0F, 1.5F, std::numeric_limits<float>::infinity()}) {
-        const glm::vec4 color = texture.read({wild, wild}, level, material);
+        const glm::vec4 color = texture.read({wild, wild}, level, map);
         EXPECT_TRUE(color.r >= 0.0F && color.r <= 1.0F && color.a > 0.99F) << wild << " " << level;
       }
     }

@@ -49,10 +49,47 @@ TEST(Materials, KeepFactorsModesAndSides) {
   EXPECT_EQ(lamp.baseColor, glm::vec4(0.1F, 0.2F, 1, 0.5F));
   EXPECT_EQ(lamp.alpha, Material::Alpha::Mask);
   EXPECT_TRUE(lamp.unlit && lamp.doubleSided);
-  EXPECT_TRUE(warnsOf(*scene, "without their glow"));
+  EXPECT_EQ(lamp.emission, glm::vec3(0.0F));  // which what is unlit doesn't have
   const Material& none = scene->materials().at(static_cast<std::size_t>(snapshot.surfaces[1].material));
   EXPECT_EQ(none.baseColor, glm::vec4(1.0F));
   EXPECT_FALSE(none.unlit);
+}
+
+TEST(Materials, EmitTheirFactorTimesItsStrengthThroughAMapOfTheirOwn) {
+  GltfBuilder builder;
+  builder.json["extensionsUsed"] = {"KHR_materials_emissive_strength"};
+  showTextured(builder, {{"bufferView", builder.view(pngFile(1))}});
+  nlohmann::json& material = builder.json["materials"][0];
+  material["emissiveFactor"] = {0.5, 9, 0.25};
+  material["emissiveTexture"] = {{"index", 0}, {"texCoord", 1}};
+  material["extensions"] = {{"KHR_materials_emissive_strength", {{"emissiveStrength", 4}}}};
+  const auto scene = builder.load();
+  const Material& sail = scene->materials().at(0);
+  EXPECT_EQ(sail.emission, glm::vec3(2, 4, 1));
+  EXPECT_EQ(sail.emissionMap.picture, sail.texture.picture);
+  const auto geometry = scene->at(0).surfaces.at(0).geometry;
+  EXPECT_EQ(geometry->uvs.at(1), glm::vec2(1, 0));
+  EXPECT_EQ(geometry->otherUvs.at(sail.emissionMap.uvs - 1).at(1), glm::vec2(5, 5));
+  EXPECT_THAT(scene->warnings(), testing::IsEmpty());
+}
+
+TEST(Materials, AreMetalAndRoughAsTheFileSays) {
+  GltfBuilder builder;
+  showTextured(builder, {{"bufferView", builder.view(pngFile(1))}});
+  nlohmann::json& material = builder.json["materials"][0];
+  const nlohmann::json map = {{"index", 0}};
+  material["pbrMetallicRoughness"]["roughnessFactor"] = 0.25;
+  material["pbrMetallicRoughness"]["metallicRoughnessTexture"] = map;
+  material["normalTexture"] = {{"index", 0}, {"scale", 0.5}};
+  material["occlusionTexture"] = {{"index", 0}, {"strength", 0.75}};
+  const Material sail = builder.load()->materials().at(0);
+  EXPECT_EQ(sail.metallic, 1.0F);  // where nothing is said
+  EXPECT_EQ(sail.roughness, 0.25F);
+  EXPECT_EQ(sail.normalScale, 0.5F);
+  EXPECT_EQ(sail.occlusionStrength, 0.75F);
+  for (const TextureMap& one : {sail.metalRoughnessMap, sail.normalMap, sail.occlusionMap}) {
+    EXPECT_EQ(one.picture, sail.texture.picture);
+  }
 }
 
 TEST(Textures, ComeFromBufferViewsDataUrisAndFiles) {
@@ -71,11 +108,12 @@ TEST(Textures, ComeFromBufferViewsDataUrisAndFiles) {
     const auto scene = load(folder.write("scene.glb", builder->glb()));
     EXPECT_THAT(scene->warnings(), testing::IsEmpty());
     const Material& material = scene->materials().at(0);
-    ASSERT_NE(material.texture, nullptr);
-    EXPECT_EQ(material.texture->channels(), 4);
-    EXPECT_EQ(material.texture->row<std::uint8_t>(0)[0], first);
-    EXPECT_EQ(material.texture->row<std::uint8_t>(0)[3], 0xFF);
-    EXPECT_TRUE(!material.repeatU && material.repeatV && material.mirrorV && material.nearest);
+    ASSERT_NE(material.texture.picture, nullptr);
+    EXPECT_EQ(material.texture.picture->channels(), 4);
+    EXPECT_EQ(material.texture.picture->row<std::uint8_t>(0)[0], first);
+    EXPECT_EQ(material.texture.picture->row<std::uint8_t>(0)[3], 0xFF);
+    const TextureMap& map = material.texture;
+    EXPECT_TRUE(!map.repeatU && map.repeatV && map.mirrorV && map.nearest);
   }
 }
 
@@ -90,7 +128,7 @@ TEST(Textures, ThatRepeatTheSameBytesAreDecodedOnceAndUnusedOnesNever) {
   builder.add("textures", {{"source", 2}});
   builder.add("materials", {{"pbrMetallicRoughness", {{"baseColorTexture", {{"index", 2}}}}}});
   const auto scene = builder.load();
-  EXPECT_EQ(scene->materials().at(0).texture, scene->materials().at(1).texture);
+  EXPECT_EQ(scene->materials().at(0).texture.picture, scene->materials().at(1).texture.picture);
   EXPECT_TRUE(scene->warnings().empty());
 }
 

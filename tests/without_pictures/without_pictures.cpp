@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <fstream>
 
 #include "base/parallel.h"
@@ -6,7 +7,7 @@
 #include "render/renderer.h"
 
 // What the host's API needs of pictures, where their libraries aren't: no picture can be read, those written are empty
-// files, every scene is the same still one, and all that is drawn is black. Loops have one thread: the library of
+// files, every scene is the same still one, and all that is drawn is grey. Loops have one thread: the library of
 // theirs isn't there, either.
 namespace quillmere {
 
@@ -45,7 +46,7 @@ class RayScene {
   const scene::Snapshot snapshot;
 };
 
-Renderer::Renderer(std::shared_ptr<const scene::Scene> scene) : scene_(new RayScene{scene->at(0)}) {}
+Renderer::Renderer(std::shared_ptr<const scene::Scene> scene, Sides) : scene_(new RayScene{scene->at(0)}) {}
 Renderer::~Renderer() = default;
 void Renderer::pose(double) {}
 const scene::Snapshot& Renderer::snapshot() const {
@@ -53,11 +54,15 @@ const scene::Snapshot& Renderer::snapshot() const {
 }
 
 image::Image Renderer::drawQuick(const scene::Camera&, int width, int height, const StopTest&) {
-  return {width, height, 3, image::Sample::Byte};
+  image::Image drawn(width, height, 3, image::Sample::Byte);
+  for (int y = 0; y < height; ++y) std::fill_n(drawn.row<std::uint8_t>(y), 3 * width, std::uint8_t{128});
+  return drawn;
 }
 
 image::Image Renderer::drawFinal(const scene::Camera&, int width, int height, const FinalSettings&, const StopTest&) {
-  return {width, height, 3, image::Sample::Float};
+  image::Image drawn(width, height, 3, image::Sample::Float);
+  for (int y = 0; y < height; ++y) std::fill_n(drawn.row<float>(y), 3 * width, 0.5F);
+  return drawn;
 }
 
 }  // namespace render

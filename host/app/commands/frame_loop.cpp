@@ -90,7 +90,7 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
   if (obstacle) return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, obstacle->text()};
   setFormerResponseAside(plan.writeDirectory, number);
   const std::filesystem::path file = plan.output.fileFor(number);
-  const host::Frame frame = host::renderFrame(document, stop);
+  const host::Frame frame = host::renderFrame(document, stop, document.finalSettings());
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node, report)};
   const std::string generated = generatedPicture(node);
@@ -100,7 +100,7 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
   try {
     std::error_code error;  // told by the file that can't be written
     if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), error);
-    writeFrame(file, plan.output.format(), frame.picture, generated.empty() ? "" : recordTextOf(generated));
+    writeFrame(file, {plan.output.format(), plan.exr}, frame.picture, generated.empty() ? "" : recordTextOf(generated));
     return {result, file, {}};
   } catch (const Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};

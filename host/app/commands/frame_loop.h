@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "effect/node_parameters.h"
+#include "image/file_formats.h"
 #include "report/told_once.h"
 #include "values/failure.h"
 #include "values/frames.h"
@@ -18,6 +19,7 @@ struct FramePlan {
   OutputPattern output;
   PictureSize size;
   std::filesystem::path writeDirectory;
+  image::ExrEncoding exr = image::ExrEncoding::Linear;
 };
 
 // Renders and writes one frame after the other until `stop` says true; a frame that fails doesn't keep the others from

@@ -24,6 +24,7 @@ struct Options {
   std::string output;
   FrameRange frame;
   GuideMode mode = GuideMode::QuickShading;
+  DrawingOptions drawing;
 };
 
 void refuseOtherFormats(const std::string& output) {
@@ -106,6 +107,7 @@ ExitStatus run(const Options& options) {
   const FrameClock& clock = options.scene.clock;
   document.setFps(clock.rate.whole());
   document.setFrame(options.frame.first, clock.secondsAt(options.frame.first));
+  applyTo(document, options.drawing);
   std::vector<std::string> cameras = opened.cameras;
   if (cameras.empty()) cameras.push_back(document.cameras().front().name);
   refuseSharedFiles(cameras, output);
@@ -113,6 +115,7 @@ ExitStatus run(const Options& options) {
     writeGuide(document, *cameraCalled(camera, document).object, options.mode, options.scene.size,
                output.forCamera(camera).fileFor(options.frame.first));
   }
+  if (!document.drawingNote().empty()) printError("warning: " + document.drawingNote());
   return ExitStatus::Done;
 }
 
@@ -132,6 +135,7 @@ Action addGuide(CLI::App& command) {
       ->default_str("0");
   addTime(command, options->scene, "--frame");
   addGuideMode(command, [options = options.get()](GuideMode mode) { options->mode = mode; });
+  addDrawingOptions(command, options->drawing);
   command.footer("Example:\n  quillmere guide harbour.glb -o guide.png --camera Quayside --size 1920x1080");
   return [options] {
     if (options->scene.clock.time) {

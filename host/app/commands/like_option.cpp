@@ -87,7 +87,8 @@ void addLike(CLI::App& command, std::string& picture) {
   command
       .add_option("--like", picture,
                   "Repeat what made a picture: scene, camera, frame, size, prompts, workflow and\n"
-                  "its controls, style image and seed; what else is given goes before it")
+                  "its controls, style image, how the host draws, and seed; what else is given\n"
+                  "goes before it")
       ->type_name("PICTURE")
       ->excludes("--settings");
 }
@@ -99,6 +100,7 @@ std::optional<std::uint64_t> renderLike(const std::string& picture, const CLI::A
   takeScene(made, picture, command, options);
   if (options.effect.workflow.empty()) takeWorkflow(made, record, picture, options.effect);
   takeStyle(made, picture, options.style);
+  options.drawing.complete(made.drawing);
   auto& assignments = options.effect.assignments;
   // Of two assignments of one parameter the later one counts.
   assignments.insert(assignments.begin(), made.assignments.begin(), made.assignments.end());

@@ -21,6 +21,7 @@ struct LikeTarget {
   SceneOptions& scene;
   FrameRange& frames;
   EffectOptions& effect;
+  DrawingOptions& drawing;
   std::optional<std::string>& style;  // empty: no style image
 };
 

@@ -141,6 +141,31 @@ void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen) {
       ->type_name("quick|final");
 }
 
+void addDrawingOptions(CLI::App& command, DrawingOptions& options) {
+  command
+      .add_option("--exposure", options.exposure, "Stops by which the final guide is brighter than the scene asks for")
+      ->check(CLI::Range(-kMostStops, kMostStops))
+      ->type_name("EV");
+  command.add_option("--samples", options.samples, "Samples of each pixel of the final guide (default: 16)")
+      ->check(CLI::Range(1, kMostSamples))
+      ->type_name("N");
+  command
+      .add_option_function<std::string>(
+          "--background", [&options](const std::string& text) { options.background = backgroundOf(text); },
+          "What the final guide shows behind the scene: the sky (default), a colour, or a\n"
+          "panorama, which also lights the scene")
+      ->type_name("COLOUR|sky|FILE.hdr|exr");
+  command
+      .add_option("--light", options.light,
+                  "What lights the final guide: default, the scene's lights or else a sun, and the\n"
+                  "sky; scene, its lights alone; none, the sky alone")
+      ->check(CLI::IsMember(std::vector<std::string>(std::begin(kLightWords), std::end(kLightWords))))
+      ->type_name("default|scene|none");
+  command.add_flag_function(
+      "--two-sided,!--no-two-sided", [&options](std::int64_t on) { options.twoSided = on > 0; },
+      "Show materials that are single-sided from both sides");
+}
+
 void addEffectOptions(CLI::App& command, EffectOptions& options) {
   command.add_option("--workflow", options.workflow, "The workflow: its name or ID in the catalog, or its file")
       ->type_name("NAME|ID|FILE");

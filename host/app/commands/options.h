@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "effect/drawing_options.h"
 #include "effect/settings.h"
 #include "scene_options.h"
 #include "values/frames.h"
@@ -30,6 +31,9 @@ std::filesystem::path writeDirectoryOf(const SessionOptions& options);
 
 // Adds --guide; `chosen` is called when it was given.
 void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen);
+
+// Adds how the host draws: --exposure, --samples, --background, --light, --two-sided.
+void addDrawingOptions(CLI::App& command, DrawingOptions& options);
 
 // The values that `options` points to are complete once the command line has been parsed.
 void addEffectOptions(CLI::App& command, EffectOptions& options);

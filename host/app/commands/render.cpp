@@ -30,10 +30,12 @@ namespace fs = std::filesystem;
 struct Options {
   SceneOptions scene;
   EffectOptions effect;
+  DrawingOptions drawing;
   SessionOptions session;
   FrameRange frames;
   std::string output = "render_####.png", saveSettings, like;
   std::optional<std::string> style;
+  image::ExrEncoding exr = image::ExrEncoding::Linear;
   bool json = false, quiet = false;
 };
 
@@ -51,7 +53,7 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
     throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
                   "give --output a folder that you may write to");
   }
-  return {options.frames, options.scene.clock, output, options.scene.size, writeDirectory};
+  return {options.frames, options.scene.clock, output, options.scene.size, writeDirectory, options.exr};
 }
 
 void configure(EffectSession& session, const Options& options, const std::string& camera,
@@ -59,19 +61,29 @@ void configure(EffectSession& session, const Options& options, const std::string
   host::Document& document = session.document();
   document.setFps(options.scene.clock.rate.whole());
   document.setSize(options.scene.size.width, options.scene.size.height);
+  applyTo(document, options.drawing);
   const NodeSetUp made = setUpNode(session.node(), document, options.effect, camera);
   if (made.workflow == WorkflowGiven::No &&
       preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample && !options.quiet) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
-  if (!options.saveSettings.empty()) saveSettings(session.node(), made.controls, options.saveSettings);
+  if (!options.saveSettings.empty()) {
+    saveSettings(session.node(), made.controls, options.drawing, options.saveSettings);
+  }
   setControls(session.node(), made.controls, runtimeFolder(writeDirectory));
 }
 
 void tellOf(const OpenedScene& opened) {
   printWarnings(opened.scene->warnings());
   for (const std::string& note : opened.notes) printError(note);
+}
+
+// What a picture's record keeps of how the scene is shown.
+Json shownAs(const OpenedScene& opened, const Options& options) {
+  Json facts = opened.facts;
+  facts["drawing"] = jsonOf(options.drawing);
+  return facts;
 }
 
 // All frames through one camera after the other.
@@ -86,7 +98,7 @@ ExitStatus renderCameras(EffectSession& session, const Options& options, const O
     FramePlan through = plan;
     through.output = plan.output.forCamera(camera);
     if (cameras.size() > 1) session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
-    tellHelper(session, options.scene.scene, opened.facts, runtimeFolder(plan.writeDirectory));
+    tellHelper(session, options.scene.scene, shownAs(opened, options), runtimeFolder(plan.writeDirectory));
     if (renderFrames(session.document(), session.node(), through, report, stop) != ExitStatus::Done) {
       status = ExitStatus::Failed;
     }
@@ -121,11 +133,12 @@ ExitStatus run(const Options& options) {
 // What --like and --time leave to be filled in.
 void complete(Options& options, const CLI::App& command) {
   if (!options.like.empty()) {
-    const LikeTarget target{options.scene, options.frames, options.effect, options.style};
+    const LikeTarget target{options.scene, options.frames, options.effect, options.drawing, options.style};
     if (const auto seed = renderLike(options.like, command, target)) tellSeed(*seed);
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
   }
+  if (!options.effect.settings.empty()) options.drawing.complete(drawingIn(options.effect.settings));
   if (command.count("--time") > 0) {
     const std::int32_t frame = frameAt(*options.scene.clock.time, options.scene.clock.rate);
     options.frames = {frame, frame, 1};
@@ -171,6 +184,16 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->type_name("PATTERN");
   command
       .add_option_function<std::string>(
+          "--exr-encoding",
+          [&options](const std::string& word) {
+            options.exr = word == "srgb" ? image::ExrEncoding::Srgb : image::ExrEncoding::Linear;
+          },
+          "What an .exr holds: linear light, or the values of a PNG (srgb)")
+      ->check(CLI::IsMember({"linear", "srgb"}))
+      ->type_name("linear|srgb")
+      ->default_str("linear");
+  command
+      .add_option_function<std::string>(
           "--frames,--frame", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
           "Frames to render")
       ->type_name("A|A-B|A-BxSTEP")
@@ -205,6 +228,8 @@ Action addRender(CLI::App& command) {
   addStyle(command, options->style);
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
+  addDrawingOptions(command, options->drawing);
+  headFormerOptions(command, "Drawing");
   addSessionOptions(command, options->session);
   headFormerOptions(command, "Host");
   command.footer(

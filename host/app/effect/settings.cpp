@@ -176,10 +176,17 @@ NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const Effect
   return made;
 }
 
-void saveSettings(const NodeParameters& node, const Json& controls, const fs::path& file) {
+DrawingOptions drawingIn(const fs::path& file) {
+  const Json document = parsed(file);
+  checkHead(file, document);
+  return drawingOptionsOf(document.value("drawing", Json::object()), titleOf(file));
+}
+
+void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
+                  const fs::path& file) {
   Json parameters = Json::object();
   for (const Parameter& parameter : node.all()) parameters[parameter.name] = node.stored(parameter.id);
-  Json document{{"format", kFormat}, {"version", kVersion}, {"parameters", parameters}};
+  Json document{{"format", kFormat}, {"version", kVersion}, {"parameters", parameters}, {"drawing", jsonOf(drawing)}};
   if (!controls.empty()) document["controls"] = controls;
   writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }

@@ -4,16 +4,19 @@
 #include <string>
 #include <vector>
 
+#include "drawing_options.h"
 #include "node_parameters.h"
 
 // Settings of the node: those of a command line, and those that last. These are what the node stores, as an
 // application's document keeps it, in a JSON file.
 //
-//   {"format": "quillmere settings", "version": 1, "parameters": {"QUILLMERE_PROMPT": "fog", …}, "controls": {…}}
+//   {"format": "quillmere settings", "version": 1, "parameters": {"QUILLMERE_PROMPT": "fog", …},
+//    "drawing": {"exposure": 1.5, …}, "controls": {…}}
 //
 // Parameters stand by their names: Bools as true or false, numbers, texts and files as texts, the camera by its name or
 // null. The workflow is what QUILLMERE_WORKFLOW_ID names; its number in the catalog is of no meaning without that.
-// A parameter that is left out keeps its value. The workflow's controls stand there where any were set.
+// A parameter that is left out keeps its value. "drawing", which may be left out, is how the host draws; the workflow's
+// controls stand there where any were set.
 namespace quillmere::app {
 
 // What the effect is told.
@@ -39,7 +42,11 @@ struct NodeSetUp {
 NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
                     const std::string& camera);
 
+// How a settings file says that the host draws. Throws Failure as setUpNode does.
+DrawingOptions drawingIn(const std::filesystem::path& file);
+
 // Replaces `file` at once or not at all. Throws Error.
-void saveSettings(const NodeParameters& node, const Json& controls, const std::filesystem::path& file);
+void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
+                  const std::filesystem::path& file);
 
 }  // namespace quillmere::app

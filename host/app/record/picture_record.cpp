@@ -39,6 +39,16 @@ Json checkedRecord(const std::string& content, const std::string& what) {
   return record;
 }
 
+bool isOpaque(const image::Image& frame) {
+  for (int y = 0; y < frame.height(); ++y) {
+    const float* rgba = frame.row<float>(y);
+    for (int x = 0; x < frame.width(); ++x, rgba += 4) {
+      if (rgba[3] < 1.0F) return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 std::string cameraOf(EffectSession& session) {
@@ -105,16 +115,16 @@ std::string recordTextOf(const fs::path& picture) {
   }
 }
 
-void writeFrame(const fs::path& file, FileFormat format, const image::Image& frame, const std::string& record) {
-  const image::Image picture = image::withChannels(frame, 3);
+void writeFrame(const fs::path& file, FrameFormat format, const image::Image& frame, const std::string& record) {
+  const image::Image picture = isOpaque(frame) ? image::withChannels(frame, 3) : frame;
   const image::PngText text{record.empty() ? "" : kKeyword, record};
-  switch (format) {
+  switch (format.file) {
     case FileFormat::Png8:
       return image::writePng(file, picture, image::PngDepth::As8Bit, text);
     case FileFormat::Png16:
       return image::writePng(file, picture, image::PngDepth::As16Bit, text);
     case FileFormat::Exr:
-      image::writeExr(file, picture);
+      image::writeExr(file, picture, format.exr);
       if (!record.empty()) writeFile(sideFileOf(file), record + "\n");
   }
 }

@@ -5,7 +5,9 @@
 #include <string>
 
 #include "base/json.h"
+#include "effect/drawing_options.h"
 #include "effect/effect_session.h"
+#include "image/file_formats.h"
 #include "image/image.h"
 #include "values/output_pattern.h"
 
@@ -41,9 +43,14 @@ Json recordOf(const std::filesystem::path& picture);
 // The same as a text in ASCII to be kept in another picture; empty when there is none.
 std::string recordTextOf(const std::filesystem::path& picture);
 
-// Writes a frame (Float RGBA, opaque) beside `file`, which it then replaces, without its alpha channel. `record` tells
-// what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Throws Error.
-void writeFrame(const std::filesystem::path& file, FileFormat format, const image::Image& frame,
+struct FrameFormat {
+  FileFormat file;
+  image::ExrEncoding exr = image::ExrEncoding::Linear;
+};
+
+// Writes a frame (Float RGBA) beside `file`, which it then replaces, without its alpha channel where that is opaque.
+// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Throws Error.
+void writeFrame(const std::filesystem::path& file, FrameFormat format, const image::Image& frame,
                 const std::string& record);
 
 }  // namespace quillmere::app

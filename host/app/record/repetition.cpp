@@ -156,6 +156,9 @@ Repetition repetitionOf(const Json& record, const fs::path& picture) {
   made.controls = values.controls();
   const auto width = values.whole("width", 1, image::kMaxSide), height = values.whole("height", 1, image::kMaxSide);
   if (width && height) made.size = PictureSize{*width, *height};
+  if (const auto drawing = record.find("drawing"); drawing != record.end()) {
+    made.drawing = drawingOptionsOf(*drawing, "picture '" + picture.string() + "'");
+  }
   addPrompts(values, made.assignments);
   addGuideMode(values, made.assignments);
   return made;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/json.h"
+#include "effect/drawing_options.h"
 #include "effect/parameter.h"
 #include "values/frames.h"
 
@@ -25,6 +26,7 @@ struct Repetition {
     std::optional<std::uint64_t> value;  // none: it was made without a seed
   };
   std::optional<Seed> seed;
+  DrawingOptions drawing;
   std::vector<Assignment> assignments;  // of the prompts and the guide mode
   Json controls = Json::object();       // of the workflow
 };

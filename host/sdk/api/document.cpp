@@ -96,6 +96,21 @@ void Document::setSize(int width, int height) {
   settings.SetInt32(RDATA_YRES, height);
 }
 
+void Document::setDrawing(const render::FinalSettings& settings, render::Sides sides) {
+  DocumentParts& document = parts_->document();
+  document.finalSettings = settings;
+  if (document.sides != sides) document.renderer.reset();
+  document.sides = sides;
+}
+
+const render::FinalSettings& Document::finalSettings() const {
+  return parts_->document().finalSettings;
+}
+
+const std::string& Document::drawingNote() const {
+  return parts_->document().note;
+}
+
 cinema::BaseVideoPost& Document::addVideoPost(int id) {
   const auto& plugin = registered(id);
   auto node = std::make_unique<cinema::AtomParts>(id);

@@ -7,6 +7,7 @@
 
 #include "api/application.h"
 #include "c4d.h"
+#include "render/renderer.h"
 #include "scene/scene.h"
 
 namespace quillmere::host {
@@ -42,6 +43,12 @@ class QM_HOST_API Document {
   void setFrame(int frame, double seconds);
   void setSize(int width,
                int height);  // of the render data, 1 to image::kMaxSide, else Error; 1024 x 576 when never set
+
+  // How the host draws the document: its lines under the effects', and its guides. The settings' seed counts, too.
+  void setDrawing(const render::FinalSettings& settings, render::Sides sides);
+  const render::FinalSettings& finalSettings() const;
+  // What the console was told about the first drawing that is nearly all black or white; empty without one.
+  const std::string& drawingNote() const;
 
   // Makes a node of the registered video post `id` (Alloc, then Init(node, false)) and puts it into the render
   // settings, or throws Error that says whether the plug-in is missing or refused to initialise.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "core/atom.h"
@@ -33,6 +34,9 @@ struct DocumentParts : cinema::AtomParts {
 
   const std::shared_ptr<const scene::Scene> scene;
   std::unique_ptr<render::Renderer> renderer;  // made when something is first drawn
+  render::FinalSettings finalSettings;
+  std::string note;  // on what was drawn; empty when there is nothing to tell
+  render::Sides sides = render::Sides::AsMaterialsSay;
   cinema::BaseTime time;
   cinema::Int32 fps = 30;
   double seconds = 0.0;  // of the scene; `time` counts frames of a whole rate, which the scene need not have

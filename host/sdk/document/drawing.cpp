@@ -1,5 +1,7 @@
 #include "document/drawing.h"
 
+#include <algorithm>
+#include <string>
 #include <utility>
 
 #include "core/events.h"
@@ -8,12 +10,45 @@
 #include "dbasedraw.h"
 #include "document/bitmap.h"
 #include "drendersettings.h"
+#include "image/conversion.h"
 
 namespace quillmere::host {
 
 using cinema::RENDERRESULT;
 
 namespace {
+
+// Where in its range a stored value counts as black or white, and how much of a picture must be so.
+constexpr float kNearlyBlack = 0.03F, kNearlyWhite = 0.985F, kNearlyAll = 0.995F;
+
+constexpr int kStep = 4;  // a pixel out of so many each way is looked at
+
+// The share of pixels all of whose channels pass the test.
+template <class Test>
+float shareOf(const image::Image& picture, const Test& test) {
+  std::size_t count = 0, all = 0;
+  for (int y = 0; y < picture.height(); y += kStep) {
+    image::withSampleType(picture.sample(), [&]<class T>(T) {
+      const T* values = picture.row<T>(y);
+      for (int x = 0; x < picture.width(); x += kStep, values += kStep * picture.channels(), ++all) {
+        count += std::all_of(values, values + 3, [&](T value) { return test(image::sampleAs<float>(value)); }) ? 1 : 0;
+      }
+    });
+  }
+  return static_cast<float>(count) / static_cast<float>(all);
+}
+
+// Once for a document, since its other frames will mostly be alike.
+void reportPlain(DocumentParts& document, const image::Image& picture) {
+  if (!document.note.empty()) return;
+  const bool black = shareOf(picture, [](float value) { return value < kNearlyBlack; }) > kNearlyAll;
+  const bool white = !black && shareOf(picture, [](float value) { return value > kNearlyWhite; }) > kNearlyAll;
+  if (!black && !white) return;
+  document.note = std::string("the picture of the scene is nearly all ") +
+                  (black ? "black: look at the camera and the lights, or try --light default and --exposure 3"
+                         : "white: look at the camera and the lights, or try --exposure -3");
+  cinema::GePrint(fromUtf8("quillmere: " + document.note));
+}
 
 template <class Draw>
 Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, Draw&& draw) {
@@ -23,10 +58,11 @@ Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, D
     return {RENDERRESULT::FAILED, {}};
   }
   return drawOrReport<Drawing>([&]() -> Drawing {
-    if (!document.renderer) document.renderer = std::make_unique<render::Renderer>(document.scene);
+    if (!document.renderer) document.renderer = std::make_unique<render::Renderer>(document.scene, document.sides);
     document.renderer->pose(document.seconds);
     image::Image picture = draw(*document.renderer, document.renderer->snapshot().cameras.at(camera->index));
     if (picture.empty()) return {RENDERRESULT::USERBREAK, {}};
+    reportPlain(document, picture);
     return {RENDERRESULT::OK, std::move(picture)};
   });
 }
@@ -88,7 +124,8 @@ RENDERRESULT renderDocument(BaseDocument& document, const BaseContainer& setting
     const quillmere::render::StopTest& frames = partsOf(document).userBreak;
     return (thread && thread->TestBreak()) || (frames && frames());
   };
-  Drawing drawing = drawFinal(partsOf(document), document.GetSceneCamera(), width, height, {}, stop);
+  Drawing drawing =
+      drawFinal(partsOf(document), document.GetSceneCamera(), width, height, partsOf(document).finalSettings, stop);
   if (drawing.result != RENDERRESULT::OK) return drawing.result;
   return HostSide<BaseBitmap>::show(*bitmap, std::move(drawing.picture)) ? RENDERRESULT::OK : RENDERRESULT::OUTOFMEMORY;
 }

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <glm/glm.hpp>
+#include <vector>
+
+#include "base/parallel.h"
+
+namespace quillmere::render {
+
+// What the samples of a pixel add up to, apart by how it may be smoothed. Means over the pixel.
+struct LitPixel {
+  glm::vec3 chalk{0.0F};     // light sent by chalk
+  glm::vec3 albedo{0.0F};    // the colour of that chalk, which `chalk` is free of noise but for
+  glm::vec3 mirror{0.0F};    // light that is mirrored
+  glm::vec3 emission{0.0F};  // light that needs no smoothing
+  glm::vec3 own{0.0F};       // light of the display, which takes no part in exposure and view transform
+  float lit = 0.0F;          // share of the pixel that all but `own` stands for
+  glm::vec3 normal{0.0F};    // of what is lit, not normalised
+  float depth = 0.0F;        // of what is lit, metres
+  float chalkError = 0.0F, mirrorError = 0.0F;  // variances of the luminance of chalk / albedo, and of mirror
+};
+
+// A picture of them, row by row.
+struct LitPicture {
+  LitPicture(int across, int down)
+      : width(across), height(down), pixels(static_cast<std::size_t>(across) * static_cast<std::size_t>(down)) {}
+
+  LitPixel& at(int x, int y) {
+    return pixels[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x)];
+  }
+  const LitPixel& at(int x, int y) const { return const_cast<LitPicture&>(*this).at(x, y); }
+
+  int width, height;
+  std::vector<LitPixel> pixels;
+};
+
+// Bytes that a picture of so many pixels takes while it is lit and smoothed.
+std::uintmax_t memoryToLight(std::size_t pixels);
+
+// Smooths the grain of chalk and mirror over pixels that show the same surface: alike in normal and depth, and in light
+// as far as its error tells. What textures hold stays sharp. Runs on `threads`; the outcome doesn't depend on their
+// number. Stopped, the picture is half done.
+Outcome smoothGrain(LitPicture& picture, int threads, const std::function<bool()>& stop);
+
+}  // namespace quillmere::render
