@@ -156,6 +156,7 @@ class CommandLine(Stage):
             ("workflows add --n", 3, "--name --no-check"),
             ("render --guide ''", 3, "quick final"),
             ("render scene.glb --camera ''", 4, "Pier Chart"),
+            ("render scene.glb --clip R", 4, "Run"),
             ("render none.glb --camera ''", 4, ""),
             ("workflows --plugin plugin remove ''", 5, "Ink\\ and\\ Wash"),
             ("render --plugin plugin --set QUILLMERE_PR", 5, "QUILLMERE_PROMPT="),

@@ -35,6 +35,14 @@ class WorkflowList(Stage):
     def edit(self, *arguments: str, plugin: str = "plugin") -> subprocess.CompletedProcess[str]:
         return self.run_command("workflows", *arguments, "--plugin", plugin)
 
+    def test_a_hundred_thousand_workflows_are_listed_and_chosen_among(self) -> None:
+        """Within the time that any command has: by comparing each with each it would take hours."""
+        entries = [{"id": f"w{place}", "name": f"Workflow {place}"} for place in range(100_000)]
+        self.foreign(json.dumps({"workflows": entries}))
+        self.assertTrue(self.edit("list").stdout.rstrip().endswith("w99999.json\t(missing)"))
+        chosen = self.run_command("panel", "--plugin", "plugin", "--workflow", "w99998", "--json").stdout
+        self.assertIn('"value":99999', chosen)
+
     def edited(self, *arguments: str) -> list[tuple[str, str]]:
         """The list that a change prints."""
         done = self.edit(*arguments, "--json")

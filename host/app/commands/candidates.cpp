@@ -65,12 +65,16 @@ std::vector<Candidate> wordsOf(const std::string& type) {
   return words;
 }
 
-std::vector<Candidate> camerasOf(const std::string& scene) {
+std::vector<Candidate> camerasOf(const scene::Scene& scene) {
   std::vector<Candidate> cameras;
-  if (scene.empty()) return cameras;
-  const auto loaded = scene::load(scene);
-  for (const scene::CameraInfo& camera : loaded->cameras()) cameras.push_back({camera.name, ""});
+  for (const scene::CameraInfo& camera : scene.cameras()) cameras.push_back({camera.name, ""});
   return cameras;
+}
+
+std::vector<Candidate> clipsOf(const scene::Scene& scene) {
+  std::vector<Candidate> clips;
+  for (const auto& clip : scene.clips()) clips.push_back({clip.name, ""});
+  return clips;
 }
 
 std::vector<Candidate> workflowsOf(const Typed& typed) {
@@ -91,7 +95,8 @@ std::vector<Candidate> parametersOf(const Typed& typed) {
 
 std::vector<Candidate> valuesOf(const CLI::Option& option, const Typed& typed) {
   const std::string name = option.get_name(option.get_positional()), type = option.get_type_name();
-  if (name == "--camera") return camerasOf(typed.scene);
+  if (name == "--camera" && !typed.scene.empty()) return camerasOf(*scene::load(typed.scene));
+  if (name == "--clip" && !typed.scene.empty()) return clipsOf(*scene::load(typed.scene));
   if (name == "--workflow" || name == "WORKFLOW") return workflowsOf(typed);
   if (name == "--set") return parametersOf(typed);
   return wordsOf(type.substr(0, type.find(':')));

@@ -47,7 +47,7 @@ scene::View parseView(const std::string& text) {
   scene::View view{numbers[0], numbers[1], {}, {}};
   if (numbers.size() > 2) view.distance = numbers[2];
   if (view.distance && *view.distance < 1e-9F) refuseView(text, "its distance is not above 0");
-  if (numbers.size() > 3) view.target = glm::vec3(numbers[3], numbers[4], numbers[5]);
+  if (numbers.size() > 5) view.target = glm::vec3(numbers[3], numbers[4], numbers[5]);
   return view;
 }
 
