@@ -16,7 +16,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 sys.path[:0] = [str(ROOT / "tests" / "app"), str(ROOT / "tests" / "python"), str(ROOT / "python")]
 
 from scratch_render import png  # noqa: E402
-from stage import PLUGIN, QUILLMERE, READ_REQUEST, SHELL_AS_PYTHON, processes_with, write_scene  # noqa: E402
+from app_case import PLUGIN, QUILLMERE, READ_REQUEST, SHELL_AS_PYTHON, processes_with, write_scene  # noqa: E402
 
 FORMER = png(9, 7)  # lies under the name of the first frame
 LONGEST = 30.0  # seconds of a run; what takes longer hangs

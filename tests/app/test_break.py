@@ -11,7 +11,7 @@ import subprocess
 import sys
 import time
 
-from stage import PLUGIN, Stage, processes_with
+from app_case import PLUGIN, AppCase, processes_with
 
 sys.path.append(str(pathlib.Path(__file__).parents[1] / "python"))
 
@@ -23,7 +23,7 @@ STUBBORN = "say Waiting; trap '' TERM INT HUP; (setsid sleep 60 &); (sleep 60; :
 WITH_CHILDREN = "say Waiting; (setsid sleep 60 &); sleep 60; :"
 
 
-class Break(Stage):
+class Break(AppCase):
     def begin(self, *more: str, **popen) -> subprocess.Popen:
         return self.start("--json", *more, stdout=subprocess.PIPE, stderr=subprocess.PIPE, encoding="utf-8", **popen)
 
@@ -119,7 +119,7 @@ class Break(Stage):
                 self.assertEqual((whole.communicate(timeout=30)[1], whole.returncode), (b"", 0))
 
 
-class KilledHost(Stage):
+class KilledHost(AppCase):
     """The real helper with a job on a server, and a host that has no time to tell it anything."""
 
     def setUp(self) -> None:

@@ -6,7 +6,7 @@ import re
 import shutil
 import subprocess
 
-from stage import QUILLMERE, Stage
+from app_case import QUILLMERE, AppCase
 
 SCENE = ["scene.glb", "--plugin", "plugin", "--write-dir", "write", "--size", "8x8"]
 
@@ -96,7 +96,7 @@ CASES = [
 ]
 
 
-class CommandLine(Stage):
+class CommandLine(AppCase):
     def test_every_case_gives_its_status_and_texts(self) -> None:
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"), ("t1", "Twin"), ("t2", "Twin"))
         (self.folder / "bare.gltf").write_text('{"asset": {"version": "2.0"}, "scenes": [{}]}')

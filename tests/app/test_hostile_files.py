@@ -9,12 +9,12 @@ import socket
 import subprocess
 import time
 
-from stage import Stage
+from app_case import AppCase
 
 SOON = 5  # seconds: what waits for a pipe, or reads a device, never ends
 
 
-class HostileFiles(Stage):
+class HostileFiles(AppCase):
     def put(self, kind: str, place: pathlib.Path) -> None:
         place.parent.mkdir(parents=True, exist_ok=True)
         with contextlib.suppress(FileNotFoundError):

@@ -9,7 +9,7 @@ import subprocess
 import sys
 import time
 
-from stage import Stage
+from app_case import AppCase
 
 sys.path.append(str(pathlib.Path(__file__).parents[2] / "python"))
 
@@ -22,7 +22,7 @@ def limited(*limits: tuple[int, int]):
     return lambda: [resource.setrlimit(which, (most, most)) for which, most in limits]
 
 
-class Limits(Stage):
+class Limits(AppCase):
     def setUp(self) -> None:
         super().setUp()
         self.runtime = self.folder / "write/quillmere/c4d/runtime"
@@ -137,7 +137,7 @@ class Limits(Stage):
                 self.assertEqual(self.request()["locked_style_image"], style)
 
 
-class FullDisk(Stage):
+class FullDisk(AppCase):
     """A write directory on a small disk of its own."""
 
     def setUp(self) -> None:

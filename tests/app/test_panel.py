@@ -4,12 +4,12 @@ from __future__ import annotations
 
 import json
 
-from stage import Stage
+from app_case import AppCase
 
 IDS = [2000, 2002, 2005, 2006, 2001, 2003, 2009, 2010, 2015, 2011, 2012, 2013]
 
 
-class Panel(Stage):
+class Panel(AppCase):
     def setUp(self) -> None:
         super().setUp()
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"), ("t1", "Twin"), ("t2", "Twin"))

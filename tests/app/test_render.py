@@ -10,7 +10,7 @@ import subprocess
 import sys
 import unittest.mock
 
-from stage import Stage
+from app_case import AppCase
 
 
 def picture(path) -> dict:
@@ -20,7 +20,7 @@ def picture(path) -> dict:
     return {"size": (int.from_bytes(data[16:20], "big"), int.from_bytes(data[20:24], "big")), "depth": data[24], "kind": data[25]}
 
 
-class Render(Stage):
+class Render(AppCase):
     def test_json_tells_what_the_host_is_told_in_order(self) -> None:
         self.catalog(("flux", "FLUX.2 Dev"))
         self.helper("echo noise; echo noise >&2; say Inking; sleep 0.3; answer")
@@ -276,7 +276,7 @@ fi
         self.assertEqual(len(guides), 4, "mode, camera and moment each change the picture")
 
 
-class Doctor(Stage):
+class Doctor(AppCase):
     def test_each_broken_thing_is_named_with_its_remedy(self) -> None:
         self.catalog(("ink", "Ink"), ("gone", "Gone"))
         (self.folder / "home/.quillmere/workflows/gone.json").unlink()

@@ -4,12 +4,12 @@ from __future__ import annotations
 
 import json
 
-from stage import Stage
+from app_case import AppCase
 
 HEAD = {"format": "quillmere settings", "version": 1}
 
 
-class Settings(Stage):
+class Settings(AppCase):
     def setUp(self) -> None:
         super().setUp()
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))

@@ -7,7 +7,7 @@ import subprocess
 import sys
 import zlib
 
-from stage import PLUGIN, Stage
+from app_case import PLUGIN, AppCase
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "python"))
 
@@ -35,7 +35,7 @@ def packed(content: bytes) -> bytes:
     return chunk(b"iTXt", b"quillmere\0\1\0\0\0" + zlib.compress(content))
 
 
-class RealHelper(Stage):
+class RealHelper(AppCase):
     def setUp(self) -> None:
         super().setUp()
         self.env["PATH"] = os.environ["PATH"]

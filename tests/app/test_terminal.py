@@ -12,7 +12,7 @@ import termios
 import threading
 import time
 
-from stage import Stage
+from app_case import AppCase
 
 
 def shown(written: bytes) -> list[str]:
@@ -32,7 +32,7 @@ def shown(written: bytes) -> list[str]:
     return [line.rstrip() for line in lines]
 
 
-class Terminal(Stage):
+class Terminal(AppCase):
     def on_terminal(self, *more: str, columns: int = 80, when: bytes = b"", do=None) -> tuple[int, bytes]:
         """Exit status and all that was written to a terminal of so many columns; calls `do` once it shows `when`."""
         leader, follower = pty.openpty()

@@ -10,7 +10,7 @@ import stat
 import subprocess
 import time
 
-from stage import PLUGIN, Stage
+from app_case import PLUGIN, AppCase
 
 SOUND = """echo '{"ok": true, "backend": "embedded", "problem": ""}'"""
 FOREIGN = """{
@@ -20,7 +20,7 @@ FOREIGN = """{
 }"""
 
 
-class WorkflowList(Stage):
+class WorkflowList(AppCase):
     def setUp(self) -> None:
         super().setUp()
         self.helper(SOUND)
@@ -254,7 +254,7 @@ note: no server
 """
 
 
-class WorkflowLooks(Stage):
+class WorkflowLooks(AppCase):
     def look(self, what: str, answer: object, *more: str, status: int = 0) -> subprocess.CompletedProcess[str]:
         """What the command makes of that answer; the helper sees to being asked for the right thing."""
         (self.folder / "answer.json").write_text(json.dumps(answer))

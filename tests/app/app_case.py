@@ -56,7 +56,7 @@ def processes_with(marker: str) -> list[str]:
     return subprocess.run(search, capture_output=True, encoding="utf-8").stdout.split()
 
 
-class Stage(unittest.TestCase):
+class AppCase(unittest.TestCase):
     """One temporary folder per test: scene.glb, home/, write/, plugin/ with a helper that answers at once."""
 
     def setUp(self) -> None:
