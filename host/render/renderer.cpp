@@ -53,7 +53,7 @@ image::Image ifComplete(Outcome outcome, image::Image picture) {
 
 }  // namespace
 
-Renderer::Renderer(std::shared_ptr<const scene::Scene> scene, Sides sides)
+Renderer::Renderer(const std::shared_ptr<const scene::Scene>& scene, Sides sides)
     : scene_(new RayScene(scene, sides == Sides::Both ? SingleSided::Unlit : SingleSided::All)),
       duration_(scene->duration()) {}
 

@@ -24,7 +24,7 @@ enum class Sides { AsMaterialsSay, Both };
 class Renderer {
  public:
   // Throws Error when this machine can't trace rays.
-  explicit Renderer(std::shared_ptr<const scene::Scene> scene, Sides sides = Sides::AsMaterialsSay);
+  explicit Renderer(const std::shared_ptr<const scene::Scene>& scene, Sides sides = Sides::AsMaterialsSay);
   ~Renderer();
   Renderer(const Renderer&) = delete;
   Renderer& operator=(const Renderer&) = delete;

@@ -82,12 +82,12 @@ std::vector<unsigned char> bytesOf(const draco::Mesh& mesh, const draco::PointAt
 }
 
 std::vector<unsigned char> indicesOf(const draco::Mesh& mesh) {
-  std::vector<unsigned char> bytes(mesh.num_faces() * 3 * sizeof(std::uint32_t));
+  std::vector<unsigned char> bytes(std::size_t{mesh.num_faces()} * 3 * sizeof(std::uint32_t));
   for (std::uint32_t face = 0; face < mesh.num_faces(); ++face) {
     const draco::Mesh::Face& corners = mesh.face(draco::FaceIndex(face));
     for (std::size_t corner = 0; corner < 3; ++corner) {
       const std::uint32_t index = corners[corner].value();
-      std::memcpy(bytes.data() + (face * 3 + corner) * sizeof(index), &index, sizeof(index));
+      std::memcpy(bytes.data() + (std::size_t{face} * 3 + corner) * sizeof(index), &index, sizeof(index));
     }
   }
   return bytes;

@@ -8,7 +8,7 @@
 namespace quillmere::scene {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr const char* kThroughBlender =
     "; only glTF 2.0 is read: import it into a 3D program, Blender for example, and export glTF 2.0 (.glb)";

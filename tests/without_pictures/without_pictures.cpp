@@ -46,7 +46,7 @@ class RayScene {
   const scene::Snapshot snapshot;
 };
 
-Renderer::Renderer(std::shared_ptr<const scene::Scene> scene, Sides) : scene_(new RayScene{scene->at(0)}) {}
+Renderer::Renderer(const std::shared_ptr<const scene::Scene>& scene, Sides) : scene_(new RayScene{scene->at(0)}) {}
 Renderer::~Renderer() = default;
 void Renderer::pose(double) {}
 const scene::Snapshot& Renderer::snapshot() const {

@@ -102,7 +102,8 @@ Json boundsOf(const scene::Bounds& bounds) {
 Json materialsOf(const scene::Scene& scene) {
   Json names = Json::array();
   for (const scene::Material& material : scene.materials()) names.push_back(material.name);
-  if (!names.empty() && names.back() == "") names.erase(names.size() - 1);  // that of surfaces which have none
+  if (!names.empty() && names.back().get_ref<const std::string&>().empty())
+    names.erase(names.size() - 1);  // that of surfaces which have none
   return names;
 }
 
@@ -153,7 +154,8 @@ std::string cameraLine(const Json& camera) {
 std::string linesOf(const Json& scene) {
   std::string lines;
   const auto count = [&](const char* label, const char* key) { lines += label + scene[key].dump() + "\n"; };
-  if (scene["generator"] != "") lines += "written by " + shown(scene["generator"]) + "\n";
+  if (!scene["generator"].get_ref<const std::string&>().empty())
+    lines += "written by " + shown(scene["generator"]) + "\n";
   const Json& bounds = scene["bounds"];
   if (bounds.is_null()) {
     lines += "size       nothing to see\n";

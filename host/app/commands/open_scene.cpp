@@ -31,11 +31,11 @@ std::optional<std::size_t> indexOf(const std::vector<std::string>& names, const 
 std::shared_ptr<const scene::Scene> loaded(const SceneOptions& options) {
   std::vector<std::string> clips;
   std::optional<std::size_t> chosen;
-  const auto scene = scene::load(options.scene, {[&](const std::vector<std::string>& names) {
-                                                   clips = names;
-                                                   return chosen = indexOf(names, options.clip);
-                                                 },
-                                                 options.loop});
+  auto scene = scene::load(options.scene, {[&](const std::vector<std::string>& names) {
+                                             clips = names;
+                                             return chosen = indexOf(names, options.clip);
+                                           },
+                                           options.loop});
   if (!options.clip.empty() && !chosen) refuseName("clip", "its clips: ", clips, options.clip);
   return scene;
 }

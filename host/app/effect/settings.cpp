@@ -54,7 +54,7 @@ void checkHead(const fs::path& file, const Json& document) {
 
 // The file, with "parameters" that are the node's.
 Json readSettings(const NodeParameters& node, const fs::path& file) {
-  const Json document = parsed(file);
+  Json document = parsed(file);
   checkHead(file, document);
   for (const auto& entry : document["parameters"].items()) {
     const std::string& name = entry.key();
