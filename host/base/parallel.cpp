@@ -8,7 +8,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <mutex>
+#include <new>
 #include <vector>
 
 namespace quillmere {
@@ -69,8 +71,9 @@ Outcome forEach(int count, int threads, const std::function<bool()>& stop, const
 int allCores() {
   static const int cores = startable(tbb::this_task_arena::max_concurrency());
   // Never taken back: at the end of the process the pool would try to start what it could not before.
+  alignas(tbb::global_control) static std::byte storage[sizeof(tbb::global_control)];
   static const auto* const limit =
-      new tbb::global_control(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(cores));
+      new (storage) tbb::global_control(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(cores));
   static_cast<void>(limit);
   return cores;
 }
