@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "commands.h"
+#include "doctor/preflight.h"
 #include "effect/controls.h"
 #include "effect/effect_session.h"
 #include "effect/settings.h"
@@ -47,12 +48,6 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
   OutputPattern output = OutputPattern::parse(options.output);
   if (options.scene.cameras.size() > 1) output = output.namingCameras();
   if (options.frames.count() > 1) output = output.numberingFrames();
-  std::error_code error;
-  if (!output.folder().empty()) fs::create_directories(output.folder(), error);
-  if (error || ::access(output.folder().empty() ? "." : output.folder().c_str(), W_OK) != 0) {
-    throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
-                  "give --output a folder that you may write to");
-  }
   return {options.frames, options.scene.clock, output, options.scene.size, writeDirectory, options.exr, {}};
 }
 
@@ -147,6 +142,8 @@ ExitStatus render(const Options& options, ToldOnce& report, const UserBreak& use
   report.renderBegins(tellable(options, plan, opened, cameras, configured));
   const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
   refuseSharedFiles(cameras, plan.output);
+  for (const std::string& camera : cameras) requireOutput(plan.output.forCamera(camera), plan.frames);
+  requireWorkflow(session, configured.workflow, stop);
   if (options.style) tellStyle(*options.style);
   if (report.wantsPreviews()) askForPreviews();
   const ExitStatus status = renderCameras(session, options, opened, plan, report, stop);
