@@ -76,13 +76,14 @@ def _control_lines(report: dict[str, Any]) -> str:
 def _checked(path: str) -> dict[str, Any]:
     """Where each part of a request goes: a list of "part", "node", "title", "kind", "input" and "how" (marker,
     placeholder, shape or control). What comes back: "node", "title", "kind", whether it is the "frame". Missing files:
-    "node", "title", "input", "value"."""
+    "node", "title", "input", "value". Passes: the words of passes.py."""
     report: dict[str, Any] = {"workflow": path, "ok": False, "backend": "", "problem": "", "remedy": ""}
-    report.update(server="", version="", places=[], results=[], notes=[], missing={"nodes": [], "files": []})
-    return _filled(report, _check)
+    report.update(server="", version="", passes=[], places=[], results=[], notes=[], missing={"nodes": [], "files": []})
+    return _filled(report, lambda backend, workflow: _check(backend, workflow, report))
 
 
-def _check(backend: backends.Backend, workflow: Workflow) -> dict[str, Any]:
+def _check(backend: backends.Backend, workflow: Workflow, report: dict[str, Any]) -> dict[str, Any]:
+    report["passes"] = backend.passes(workflow)  # which is known also when a server isn't there to ask for the rest
     facts = backend.check(workflow)
     return facts if facts.get("problem") else {**facts, "problem": interpreter.problem_with(backend.REQUIRES)}
 

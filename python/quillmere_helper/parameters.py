@@ -76,9 +76,17 @@ def read_parameters(
     given = content.get("parameters", {})
     if not isinstance(given, Mapping):
         raise HelperError(f'"parameters" in {where} must be a JSON object')
+    return read_table(given, table, where, "parameter", controls)
+
+
+def read_table(
+    given: Mapping[str, Any], table: Table, where: str, noun: str, controls: Mapping[str, Any] = EMPTY
+) -> dict[str, Any]:
+    """Every parameter of `table`, which users call a `noun`, with its value in `given` or its default. Raises HelperError
+    for any that is not accepted."""
     known = {parameter.name: parameter for parameter in table}
     for name, value in given.items():
-        word = "control" if name in controls else "parameter"
+        word = "control" if name in controls else noun
         if name not in known:
             close = difflib.get_close_matches(name, known, 1)
             remedy = (f'did you mean "{close[0]}"? ' if close else "") + f"accepted: {', '.join(known)}"

@@ -1,4 +1,4 @@
-"""The render request, as the effect writes it."""
+"""The render request, as the effect writes it, and what the host tells beside it."""
 
 import os
 from dataclasses import dataclass, fields
@@ -12,6 +12,8 @@ LARGEST_SIDE = 16000  # pixels; of the host's pictures, the guide among them
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"
 STYLE_FROM_HOST = "QUILLMERE_STYLE"  # environment: a style image in place of the request's; empty: none
+FILE_FROM_HOST = "QUILLMERE_PROVENANCE_FILE"  # environment: a JSON file that the host writes before each frame
+LARGEST_FROM_HOST = 16 << 20  # bytes
 KINDS = {str: "text", int: "whole number"}
 
 
@@ -45,6 +47,15 @@ def read_request(path: str) -> RenderRequest:
     request = RenderRequest(**values)
     _check(request)
     return request
+
+
+def told_by_host() -> dict[str, Any]:
+    """What only the host knows of this frame: scene, camera, passes ...; empty when it tells nothing that can be read,
+    which costs no picture."""
+    try:
+        return read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
+    except (KeyError, HelperError):
+        return {}
 
 
 def _check(request: RenderRequest) -> None:

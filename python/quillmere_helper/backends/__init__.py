@@ -51,15 +51,17 @@ class Backend(Protocol):
     """`REQUIRES` names a module beyond the standard library that `make` needs, or is empty; `SERVER` is the kind of
     server that it works with, if any.
 
+    `passes` are the words of the passes that the workflow asks for, see passes.py; no server is asked.
     `check` returns facts about the workflow, as `command_line` lists them; when something is missing, a "problem" and
     its "remedy" are among them. `controls` are what a user may set without changing the file: objects with "name",
     "node", "title", "kind", "input", "type" (number, whole, text, choice or switch), "default" and, where there are any,
-    "least", "most", "step" and "choices". Both raise HelperError for a workflow that cannot be read so far. `make` does
+    "least", "most", "step" and "choices". All three raise HelperError for a workflow that cannot be read so far. `make` does
     the render.
     """
 
     REQUIRES: str
     SERVER: Optional[Kind]
+    def passes(self, workflow: Workflow) -> list[str]: ...
     def check(self, workflow: Workflow) -> dict[str, Any]: ...
     def controls(self, workflow: Workflow) -> list[dict[str, Any]]: ...
     def make(self, job: Job) -> Result: ...

@@ -7,7 +7,7 @@ from .. import Job, Result
 from . import inspection
 from .client import KIND
 from .rendering import Rendering
-from .source import read_source
+from .source import passes_asked_for, read_source
 
 REQUIRES = ""
 SERVER = KIND
@@ -21,6 +21,10 @@ def check(workflow: Workflow) -> dict[str, Any]:
     """What it would do on its server, with a "problem" when it cannot run there. Raises HelperError for a workflow that
     cannot be read and for a server that does not answer."""
     return inspection.report(workflow)
+
+
+def passes(workflow: Workflow) -> list[str]:
+    return passes_asked_for(workflow)
 
 
 def controls(workflow: Workflow) -> list[dict[str, Any]]:
