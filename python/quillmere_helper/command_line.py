@@ -2,7 +2,7 @@
 
 import argparse
 import json
-from typing import Any, Callable
+from typing import Any, Callable, Optional
 
 from . import VERSION, backends, interpreter, render, servers, web
 from .errors import HelperError
@@ -110,22 +110,30 @@ def _show_servers(as_json: bool) -> int:
     """Prints a line, or a JSON object, for each kind of server; none that answers is no failure."""
     for kind in [backends.load(name).SERVER for name in backends.MODULES]:
         if kind is not None:
-            report = _asked(kind)
-            state = f"answers {report['version']}".rstrip() if report["ok"] else _trouble(report)
-            if as_json:
-                _print_object(report)
-            else:
-                print(readable(f"{kind.name} at {report['url']}: {state}"))
+            for report in _asked(kind):
+                state = f"answers {report['version']}".rstrip() if report["ok"] else _trouble(report)
+                if as_json:
+                    _print_object(report)
+                else:
+                    print(readable(f"{kind.name} at {report['url']}: {state}"))
     return 0
 
 
-def _asked(kind: servers.Kind) -> dict[str, Any]:
-    report: dict[str, Any] = {"kind": kind.name, "url": "", "ok": False, "version": ""}
-    report.update(problem="", remedy="")
+def _asked(kind: servers.Kind) -> list[dict[str, Any]]:
     try:
-        site = servers.site_for(kind, None, "the environment")
-        report["url"] = site.url
-        report.update(version=kind.version(web.Site(site.url, site.login, PATIENCE)), ok=True)
+        return [_answer_of(kind, site) for site in servers.sites_for(kind, None, "the environment")]
     except HelperError as error:
-        report.update(problem=masked(error.text), remedy=masked(error.remedy))
-    return report
+        return [_server_report(kind, "", error)]
+
+
+def _answer_of(kind: servers.Kind, site: web.Site) -> dict[str, Any]:
+    try:
+        version = kind.version(web.Site(site.url, site.login, PATIENCE))
+        return {**_server_report(kind, site.url), "version": version, "ok": True}
+    except HelperError as error:
+        return _server_report(kind, site.url, error)
+
+
+def _server_report(kind: servers.Kind, url: str, error: Optional[HelperError] = None) -> dict[str, Any]:
+    told = (masked(error.text), masked(error.remedy)) if error else ("", "")
+    return {"kind": kind.name, "url": url, "ok": False, "version": "", "problem": told[0], "remedy": told[1]}

@@ -8,6 +8,7 @@ from typing import Any, Mapping, Optional, Protocol, Sequence, cast
 from ..exchange import ALMOST, Status
 from ..outputs import Outputs, record_of
 from ..pictures import Picture
+from ..pool import Candidate, Pool, Rests
 from ..request import RenderRequest
 from ..servers import Kind
 from ..workflows import Workflow
@@ -45,6 +46,13 @@ class Result:
 
     seed: Optional[int]
     notes: list[str] = field(default_factory=list)
+
+
+def on_best_of(candidates: Sequence[Candidate[Result]], job: Job) -> Result:
+    """The job on one of several servers. Raises HelperError."""
+    servers = Pool(candidates, Rests(job.status.path), job.request.frame)
+    made = servers.run(lambda message, share: job.status.tell("render", message, share))
+    return Result(made.seed, [*made.notes, *servers.passed_over])
 
 
 class Backend(Protocol):

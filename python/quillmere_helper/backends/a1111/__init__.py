@@ -5,9 +5,9 @@ from typing import Any
 from ...errors import HelperError
 from ...parameters import controls_of
 from ...workflows import Workflow
-from .. import Job, Result
+from .. import Job, Result, on_best_of
 from .client import A1111, KIND
-from .payload import OWN_UNIT, PARAMETERS, read_settings, units_for
+from .payload import OWN_UNIT, PARAMETERS, Settings, read_settings, refuse_lacking
 from .rendering import Rendering
 from .units import GUIDE, read_units
 
@@ -21,16 +21,20 @@ def passes(workflow: Workflow) -> list[str]:
 
 
 def check(workflow: Workflow) -> dict[str, Any]:
-    settings = read_settings(workflow)
-    server = A1111(settings.site)
-    checkpoint = server.checkpoint()
-    units_for(settings, server)
-    for name, path, key in (("sampler", "/sdapi/v1/samplers", "name"), ("checkpoint", "/sdapi/v1/sd-models", "title")):
-        wanted, there = settings.options[name], server.names(path, key)
-        if wanted and there is not None and not any(wanted in known for known in there):
-            remedy = f"choose one that {settings.site.url} has: {', '.join(there[:8])}"
-            raise HelperError(f'{settings.where} wants the {name} "{wanted}"', remedy=remedy)
-    return {"server": settings.site.url, "version": "", "model": checkpoint}
+    reports = [_look(settings) for settings in read_settings(workflow).on_each()]
+    good = [report for report in reports if not report["problem"]]
+    passed = [f"{report['server']} would be passed over: {report['problem']}" for report in reports if report["problem"]]
+    return {**good[0], "notes": passed} if good else reports[0]
+
+
+def _look(settings: Settings) -> dict[str, Any]:
+    server, facts = A1111(settings.site), {"server": settings.site.url, "version": "", "problem": "", "remedy": ""}
+    try:
+        facts["model"] = server.checkpoint()
+        refuse_lacking(settings, server)
+    except HelperError as error:
+        facts.update(problem=error.text, remedy=error.remedy)
+    return facts
 
 
 def controls(workflow: Workflow) -> list[dict[str, Any]]:
@@ -40,4 +44,4 @@ def controls(workflow: Workflow) -> list[dict[str, Any]]:
 
 
 def make(job: Job) -> Result:
-    return Rendering(job, read_settings(job.workflow)).run()
+    return on_best_of([Rendering(job, settings) for settings in read_settings(job.workflow).on_each()], job)

@@ -2,13 +2,14 @@
 
 import base64
 import binascii
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from typing import Any, Mapping, Sequence
 
 from ... import pictures, servers, web
 from ...errors import HelperError
 from ...parameters import Parameter, read_parameters
 from ...passes import WITHOUT, stands_in
+from ...pool import Lacking
 from ...request import RenderRequest
 from ...untrusted import as_list, as_object, json_of
 from ...workflows import Workflow
@@ -39,21 +40,29 @@ PARAMETERS = (
 
 @dataclass(frozen=True)
 class Settings:
-    site: web.Site
+    sites: Sequence[web.Site]  # at least one
     options: Mapping[str, Any]
     units: Sequence[Unit]  # as the workflow lists them; empty: the one of its parameters
     stand_in: bool  # whether the guide may stand in for passes that are not there
     where: str  # for messages
 
+    @property
+    def site(self) -> web.Site:
+        return self.sites[0]
+
+    def on_each(self) -> "list[Settings]":
+        """The same for each of its servers."""
+        return [replace(self, sites=[site]) for site in self.sites]
+
 
 def read_settings(workflow: Workflow) -> Settings:
     content, where = workflow.content, workflow.name
     options = read_parameters(content, KEYS, PARAMETERS, where, workflow.controls)
-    units, site = read_units(content, where), servers.site_for(KIND, content.get("url"), where)
+    units, sites = read_units(content, where), servers.sites_for(KIND, content.get("url"), where)
     doubled = [name for name in as_object(content.get("parameters")) if units and name.startswith(OWN_UNIT)]
     if doubled:
         raise HelperError(f'"{doubled[0]}" in {where} does not count beside "units"', remedy='write a unit with "pass": "guide"')
-    return Settings(site, options, units, stands_in(content, where), where)
+    return Settings(sites, options, units, stands_in(content, where), where)
 
 
 def units_for(settings: Settings, server: A1111) -> list[tuple[Unit, str]]:
@@ -68,6 +77,16 @@ def units_for(settings: Settings, server: A1111) -> list[tuple[Unit, str]]:
     own = {"start": 0.0, "end": 1.0, "mode": "balanced"}
     own.update((name, options[f"{OWN_UNIT}_{name}"]) for name in ("model", "module", "weight"))
     return [(Unit(GUIDE, own), model)] if model else []
+
+
+def refuse_lacking(settings: Settings, server: A1111) -> None:
+    """Raises Lacking when the server has not what the workflow names."""
+    units_for(settings, server)
+    for name, path, key in (("sampler", "/sdapi/v1/samplers", "name"), ("checkpoint", "/sdapi/v1/sd-models", "title")):
+        wanted, there = settings.options[name], server.names(path, key)
+        if wanted and there is not None and not any(wanted in known for known in there):
+            remedy = f"choose one that {server.site.url} has: {', '.join(there[:8])}"
+            raise Lacking(f'{settings.where} wants the {name} "{wanted}"', remedy=remedy)
 
 
 def payload(

@@ -10,12 +10,13 @@ from ...errors import HelperError, PassingFailure
 from ...parameters import seed_for
 from ...passes import Passes
 from ...pictures import given_picture
+from ...pool import LOOK
 from ...request import told_by_host
 from ...servers import patience, until_answered
 from ...untrusted import as_object
 from .. import Job, Result
 from .client import A1111, Call, refused
-from .payload import Settings, payload, received, units_for
+from .payload import Settings, payload, received, refuse_lacking, units_for
 from .units import Unit, pictures_of
 
 POLL = 0.7  # seconds between two looks at the progress
@@ -35,6 +36,17 @@ class Rendering:
         self._task = ""
         self._interrupted = False  # by somebody else
         self._best = 0.0
+
+    @property
+    def site(self) -> web.Site:
+        return self._settings.site
+
+    def load(self) -> int:
+        progress = A1111(replace(self.site, timeout=LOOK)).progress()
+        return int(bool(progress.get("current_task") or as_object(progress.get("state")).get("job_count")))
+
+    def refuse_lacking(self) -> None:
+        refuse_lacking(self._settings, self._server)
 
     def run(self) -> Result:
         settings, request = self._settings, self._job.request

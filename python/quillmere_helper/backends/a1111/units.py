@@ -7,6 +7,7 @@ from typing import Any, Mapping, Optional, Sequence
 from ...errors import HelperError
 from ...parameters import Parameter, read_table
 from ...passes import WORDS, Passes, is_word, kind_of
+from ...pool import Lacking
 from ...untrusted import as_list
 from .client import A1111
 
@@ -83,7 +84,7 @@ def model_for(words: str, server: A1111, required: bool, where: str) -> Optional
 
 def no_model(words: str, models: Optional[list[str]], server: A1111, where: str) -> HelperError:
     but = "" if models is None else f" model like it, but {', '.join(models[:5])}"
-    return HelperError(f'{where} needs the ControlNet model "{words.lower()}"; {server.site.url} has no ControlNet{but}')
+    return Lacking(f'{where} needs the ControlNet model "{words.lower()}"; {server.site.url} has no ControlNet{but}')
 
 
 def pictures_of(units: Sequence[Unit], guide: bytes, passes: Passes, where: str, stand_in: bool) -> list[bytes]:

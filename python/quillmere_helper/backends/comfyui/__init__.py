@@ -3,7 +3,7 @@
 from typing import Any
 
 from ...workflows import Workflow
-from .. import Job, Result
+from .. import Job, Result, on_best_of
 from . import inspection
 from .client import KIND
 from .rendering import Rendering
@@ -14,7 +14,8 @@ SERVER = KIND
 
 
 def make(job: Job) -> Result:
-    return Rendering(job, read_source(job.workflow)).run()
+    each = [Rendering(job, source) for source in read_source(job.workflow).on_each()]
+    return on_best_of(each, job)
 
 
 def check(workflow: Workflow) -> dict[str, Any]:

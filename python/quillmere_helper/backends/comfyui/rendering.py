@@ -2,7 +2,7 @@
 
 import time
 import uuid
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from functools import partial
 from typing import Any, Mapping, Optional
 
@@ -12,6 +12,7 @@ from ...exchange import ALMOST
 from ...parameters import seed_for
 from ...passes import Passes
 from ...pictures import Picture
+from ...pool import LOOK, Lacking
 from ...request import told_by_host
 from ...servers import until_answered
 from .. import Job, Result
@@ -20,6 +21,7 @@ from .classes import Classes
 from .client import Comfy, Ticket
 from .follow import Follower, LostJob
 from .graph import Graph
+from .lacking import missing_files, not_there
 from .previews import Previews
 from .sending import Sending, Sent
 from .source import Source
@@ -50,15 +52,29 @@ class Rendering:
         self._client = uuid.uuid4().hex
         self._ticket: Optional[Ticket] = None
         self._passes = Passes(told_by_host().get("passes"), job.request.frame)
-        self._sending = Sending(job.request, self._passes)
+        self._sending: Optional[Sending] = None
         self._sent = Sent()
         self._previews = Previews(job.status.path, job.request.frame)
+
+    @property
+    def site(self) -> web.Site:
+        return self._source.site
+
+    def load(self) -> int:
+        return Comfy(replace(self.site, timeout=LOOK)).jobs()
+
+    def refuse_lacking(self) -> None:
+        self._source.refuse_missing_classes(self._classes)
+        absent = missing_files(*self._wired(""), self._classes)
+        if absent:
+            raise Lacking(not_there(absent, self._source.where))
 
     def run(self) -> Result:
         self._tell(f"Connecting to {self._source.site.url}")
         version = self._comfy.version()
         self._source.refuse_missing_classes(self._classes)
         wired = self._wired("")[1]  # whether the request fits the graph, before anything is sent
+        self._sending = Sending(self._job.request, self._passes)
         self._sending.take_passes(wired.passes, self._source.where, self._source.stand_in)
         for note in wired.notes + self._passes.notes:
             self._tell(note)
@@ -90,6 +106,7 @@ class Rendering:
         """Submits as often as it takes: a restarted server has forgotten its jobs, and files may vanish."""
         follower = Follower(self._comfy, self._client, self._tell, self._previews)
         for _ in range(MOST_SUBMISSIONS):
+            assert self._sending is not None
             self._sent = self._sending.to(self._comfy, self._tell)
             try:
                 return self._once(follower)
