@@ -5,8 +5,7 @@ A workflow asks for one by a word: "depth", "normal:bae", "normal:opengl", "norm
 "material", "albedo", or "matte:NAME" for what one object or material covers.
 """
 
-from dataclasses import dataclass
-from typing import Any, Mapping, Optional
+from typing import Any, Mapping, NamedTuple, Optional
 
 from . import pictures, png, untrusted
 from .errors import HelperError
@@ -32,8 +31,7 @@ class NoPass(HelperError):
     """The host has drawn none, as in the 3D application."""
 
 
-@dataclass(frozen=True)
-class Pass:
+class Pass(NamedTuple):
     """`content` is an 8-bit RGB PNG; `facts` are for the record: how to read it."""
 
     word: str

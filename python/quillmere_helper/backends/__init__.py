@@ -2,22 +2,21 @@
 when a workflow is for it."""
 
 import importlib
-from dataclasses import dataclass, field
-from typing import Any, Mapping, Optional, Protocol, Sequence, cast
+from typing import TYPE_CHECKING, Any, Mapping, NamedTuple, Optional, Protocol, Sequence, cast
 
 from ..exchange import ALMOST, Status
 from ..outputs import Outputs, record_of
 from ..pictures import Picture
-from ..pool import Candidate, Pool, Rests
 from ..request import RenderRequest
-from ..servers import Kind
 from ..workflows import Workflow
+
+if TYPE_CHECKING:  # what servers need takes longer to load than a drawing to begin
+    from ..servers import Kind
 
 MODULES = {"embedded": ".embedded", "comfyui": ".comfyui", "a1111": ".a1111"}
 
 
-@dataclass(frozen=True)
-class Job:
+class Job(NamedTuple):
     """One render. The back end reports to `status` and delivers its pictures, the main one first."""
 
     request: RenderRequest
@@ -39,20 +38,12 @@ class Job:
             self.outputs.write(content, kind, record_of(self.request, self.workflow, seed, {**facts, **more}))
 
 
-@dataclass(frozen=True)
-class Result:
+class Result(NamedTuple):
     """How the pictures came about: the seed that they were made with, None when the workflow has none, and remarks that
     the user should see."""
 
     seed: Optional[int]
-    notes: list[str] = field(default_factory=list)
-
-
-def on_best_of(candidates: Sequence[Candidate[Result]], job: Job) -> Result:
-    """The job on one of several servers. Raises HelperError."""
-    servers = Pool(candidates, Rests(job.status.path), job.request.frame)
-    made = servers.run(lambda message, share: job.status.tell("render", message, share))
-    return Result(made.seed, [*made.notes, *servers.passed_over])
+    notes: Sequence[str] = ()
 
 
 class Backend(Protocol):
@@ -68,7 +59,7 @@ class Backend(Protocol):
     """
 
     REQUIRES: str
-    SERVER: Optional[Kind]
+    SERVER: "Optional[Kind]"
     def passes(self, workflow: Workflow) -> list[str]: ...
     def check(self, workflow: Workflow) -> dict[str, Any]: ...
     def controls(self, workflow: Workflow) -> list[dict[str, Any]]: ...

@@ -5,7 +5,8 @@ from typing import Any
 from ...errors import HelperError
 from ...parameters import controls_of
 from ...workflows import Workflow
-from .. import Job, Result, on_best_of
+from .. import Job, Result
+from ..on_servers import on_best_of
 from .client import A1111, KIND
 from .payload import OWN_UNIT, PARAMETERS, Settings, read_settings, refuse_lacking
 from .rendering import Rendering

@@ -3,7 +3,8 @@
 from typing import Any
 
 from ...workflows import Workflow
-from .. import Job, Result, on_best_of
+from .. import Job, Result
+from ..on_servers import on_best_of
 from . import inspection
 from .client import KIND
 from .rendering import Rendering
