@@ -68,6 +68,18 @@ class Passes:
         self.used[word] = found.facts
         return found
 
+    def welcome(self, word: str, size: tuple[int, int], where: str) -> Optional[Pass]:
+        """The pass, where there is one; `where` goes without it, and says why when one can't be used."""
+        try:
+            found = self.get(word, size, where)
+        except NoPass:
+            return None
+        except HelperError as error:
+            self.notes.append(f"Drawn without {called(word)}: {error.text}")
+            return None
+        self.used[word] = found.facts
+        return found
+
     def get(self, word: str, size: tuple[int, int], where: str) -> Pass:
         """The pass that `where` asks for, of the `size` of the guide. Raises NoPass when there is none, HelperError for one
         that can't be used."""
