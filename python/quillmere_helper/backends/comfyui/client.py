@@ -67,8 +67,17 @@ class Comfy:
         system = answer.object().get("system")
         if answer.status != 200 or not isinstance(system, dict):
             text = f"{self.site.url} is no ComfyUI server (status {answer.status})"
-            raise HelperError(text, remedy="correct the URL")
+            raise web.failure_of(answer, text, remedy="correct the URL")
         return str(system.get("comfyui_version") or "")
+
+    def jobs(self) -> int:
+        """How many it has, the running one included. Raises HelperError when something else answers there."""
+        answer = self._checked(self.site.get("/prompt", None, web.ALIVE))
+        count = as_object(answer.object().get("exec_info")).get("queue_remaining")
+        if answer.status != 200 or type(count) is not int:
+            text = f"{self.site.url} is no ComfyUI server (status {answer.status})"
+            raise web.failure_of(answer, text, remedy="correct the URL")
+        return count
 
     def class_info(self, name: str) -> Mapping[str, Any]:
         """An object with the class in it, or an empty one."""
@@ -95,7 +104,7 @@ class Comfy:
             raise refusals.too_large(self.site.url, role, len(body), limit)
         if answer.status != 200 or not isinstance(stored.get("name"), str):
             text = f"{self.site.url} does not take the {role} image (status {answer.status}); see the server's console"
-            raise HelperError(text, answer.text())
+            raise web.failure_of(answer, text, answer.text())
         folder = stored.get("subfolder")
         return f"{folder}/{stored['name']}" if folder else str(stored["name"])
 

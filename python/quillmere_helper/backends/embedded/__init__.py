@@ -8,11 +8,15 @@ from typing import Any
 
 from ... import cancellation
 from ...parameters import Parameter, controls_of, read_parameters, seed_for
+from ...passes import Passes
+from ...request import told_by_host
 from ...workflows import Workflow
 from .. import Job, Result
 
 REQUIRES = "PIL.Image"
 SERVER = None
+
+WELCOME = ("depth", "lines", "object")  # passes that a drawing is better with, and goes without
 
 PARAMETERS = (
     Parameter("seed", "frame", "chance; a fixed one keeps the paper still in an animation", words=("frame", "random")),
@@ -32,6 +36,10 @@ def _options_of(workflow: Workflow) -> dict[str, Any]:
     return read_parameters(workflow.content, (), PARAMETERS, workflow.name, workflow.controls)
 
 
+def passes(workflow: Workflow) -> list[str]:
+    return list(WELCOME)
+
+
 def check(workflow: Workflow) -> dict[str, Any]:
     _options_of(workflow)
     return {}
@@ -44,7 +52,8 @@ def controls(workflow: Workflow) -> list[dict[str, Any]]:
 def make(job: Job) -> Result:
     options = _options_of(job.workflow)
     seed = seed_for(options["seed"], job.request.frame)
-    steps = _drawing(job, seed, options)
+    passes = Passes(told_by_host().get("passes"), job.request.frame)
+    steps = _drawing(job, seed, options, passes)
     while True:
         try:
             with cancellation.ending_at_once():
@@ -53,24 +62,27 @@ def make(job: Job) -> Result:
             picture = end.value
             break
         job.status.tell("draw", message, share)
-    job.deliver([(picture, "png")], [seed], {})
-    return Result(seed)
+    job.deliver([(picture, "png")], [seed], {"passes": passes.used} if passes.used else {})
+    return Result(seed, passes.notes)
 
 
-def _drawing(job: Job, seed: int, options: dict[str, Any]) -> Any:
+def _drawing(job: Job, seed: int, options: dict[str, Any], passes: Passes) -> Any:
     from PIL import Image
 
     from . import drawing
     from .images import read_picture
     from .prompt import mood_of
+    from .scene import read_scene
 
     request = job.request
     guide = read_picture(request.reference_image, "guide image", "render the frame again")
+    known = read_scene(passes, guide.size)
     size = (request.width, request.height)
     if guide.size != size:
         guide = guide.resize(size, Image.LANCZOS)
+        known = known.resized(size)
     look = None
     if request.locked_style_image:
         look = read_picture(request.locked_style_image, "style image", "choose another one, or none")
     mood = mood_of(request.effective_prompt, options["tint"])
-    return drawing.draw(guide, look, mood, seed, options)
+    return drawing.draw(guide, look, mood, seed, options, known)

@@ -7,9 +7,11 @@ from typing import Any, Generator, Mapping, Optional
 from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageOps
 
 from . import painting
+from . import scene as scenery
 from .images import Noise, curve, ramp
 from .painting import Paper
 from .prompt import Mood
+from .scene import Scene
 
 REFERENCE_AREA = 1024 * 576  # pixels of the picture that all lengths are given for
 SHEET = (253, 250, 241)
@@ -26,18 +28,31 @@ Options = Mapping[str, Any]
 Steps = Generator["tuple[str, float]", None, bytes]
 
 
-def draw(guide: Image.Image, look: Optional[Image.Image], mood: Mood, seed: int, options: Options) -> Steps:
+def draw(
+    guide: Image.Image,
+    look: Optional[Image.Image],
+    mood: Mood,
+    seed: int,
+    options: Options,
+    scene: Scene = Scene(),
+) -> Steps:
     """Yields what it is about to do and the share that is done, and returns the PNG file of the drawing.
 
-    `guide` is RGB and gives the size; `look` is the style image. The same arguments give the same picture.
+    `guide` is RGB and gives the size; `look` is the style image; `scene` may hold passes of the same size. The same
+    arguments give the same picture.
     """
     unit = max(0.5, math.sqrt(guide.width * guide.height / REFERENCE_AREA))
     noise = Noise(seed, guide.size)
     yield "Stretching the paper", 0.0
     paper = Paper(noise, unit, options["paper"])
     yield "Looking at the guide", 0.1
-    calm = _calm(guide, unit)
+    edges = None if scene.objects is None else scenery.borders(scene.objects)
+    calm = _calm(guide, unit) if edges is None else scenery.calm(guide, scene, _stops(scene, edges))
+    if scene.near is not None:
+        calm = scenery.air(calm, scene, mood)
     tones = _spread(calm, mood.key)
+    if scene.objects is not None:
+        tones = scenery.painted(tones, scene.objects)
     light = Image.new("L", guide.size, 255)
     strength = options["wash"] * (1 - 0.6 * mood.key)
     wetness = min(max(0.6 + mood.wetness, 0.1), 1.0)
@@ -49,12 +64,13 @@ def draw(guide: Image.Image, look: Optional[Image.Image], mood: Mood, seed: int,
     bare = painting.left_out(guide, noise, unit)
     soft = calm.filter(ImageFilter.GaussianBlur(1.6 * unit))
     colour = painting.colour(ImageChops.lighter(light, bare), soft, options["saturation"] * mood.saturation)
-    colour = painting.graded(painting.thin(colour, bare, noise, unit), mood)
+    colour = painting.thin(colour, bare, noise, unit)
+    colour = painting.graded(colour, mood)
     if look is not None:
         colour = painting.in_colours_of(colour, look, options["style"])
     page = ImageChops.multiply(colour, paper.sheet(SHEET))
     yield "Drawing lines", 0.75
-    covered = _ink(guide, tones, paper, noise, unit, options)
+    covered = _ink(guide, tones, paper, noise, unit, options, scene, edges)
     yield "Finishing the picture", 0.9
     file = io.BytesIO()
     Image.composite(Image.new("RGB", guide.size, INK), page, covered).save(file, "PNG", compress_level=2)
@@ -76,12 +92,25 @@ def _spread(guide: Image.Image, key: float) -> Image.Image:
     return spread.filter(ImageFilter.GaussianBlur(0.7)).point(curve(lambda value: value ** math.exp(-1.4 * key)))
 
 
+def _stops(scene: Scene, edges: Image.Image) -> Image.Image:
+    return edges if scene.lines is None else ImageChops.lighter(edges, scene.lines)
+
+
 def _ink(
-    guide: Image.Image, tones: Image.Image, paper: Paper, noise: Noise, unit: float, options: Options
+    guide: Image.Image,
+    tones: Image.Image,
+    paper: Paper,
+    noise: Noise,
+    unit: float,
+    options: Options,
+    scene: Scene,
+    edges: Optional[Image.Image],
 ) -> Image.Image:
     """How much ink covers each pixel; even the heaviest line lets a little of the page through."""
     inked = Image.new("L", guide.size, 0)
-    if options["line"] > 0:
+    if options["line"] > 0 and scene.lines is not None:
+        inked = _dry(scenery.ink(scene, edges, noise, unit, options["line"]), paper.relief)
+    elif options["line"] > 0:
         inked = _lines(guide, paper.relief, noise, unit, options["line"])
     if options["hatching"] > 0:
         strokes = _hatching(tones, noise, unit).point(curve(lambda value: 0.6 * options["hatching"] * value))

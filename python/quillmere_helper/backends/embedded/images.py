@@ -65,6 +65,14 @@ def read_picture(path: str, what: str, remedy: str) -> Image.Image:
         raise HelperError(f"Cannot read {name}: {reason_of(error)}; {remedy}") from error
 
 
+def picture_of(content: bytes) -> Image.Image:
+    """Of a PNG whose header has been checked, as 8-bit RGB. Raises HelperError."""
+    try:
+        return Image.open(io.BytesIO(content), formats=("PNG",)).convert("RGB")
+    except Exception as error:  # a damaged file makes the decoder raise almost anything
+        raise HelperError(f"A pass cannot be read: {reason_of(error)}; render the frame again") from error
+
+
 def _check_jpeg(content: bytes, area: int) -> None:
     """Raises ValueError for a file that takes work out of all proportion to what it shows."""
     scans = content.count(b"\xff\xda")  # those of a thumbnail included

@@ -1,0 +1,168 @@
+"""What a drawing does with what the host knows of the scene: washes that end where an object ends, ink by what is near,
+and the air in between."""
+
+import math
+from typing import Any, Mapping, NamedTuple, Optional
+
+from PIL import Image, ImageChops, ImageFilter, ImageStat
+
+from ...passes import Passes
+from .images import Noise, curve, picture_of, ramp
+from .prompt import Mood
+
+ALIKE = 40  # of 255: how far colours of one object may be apart to run into one wash
+STRIDES = (1, 3)  # pixels of the half picture between those that are mixed, one after the other
+NIB, FINE = 1.0, 0.42  # how far the widest and the finest line spread, in pixels at a width of 1024
+FAINTEST, CREASE = 0.42, 0.6  # ink of the farthest line, of the nearest; of a crease, of a border
+PAINTS = 0.1  # how far the paints of two objects may be apart, of 0..1
+AIR, FOG = 0.5, 0.9  # how much of the farthest object the air hides, on a usual day and at most
+AIR_SAMPLE = (64, 36)  # pixels that are enough for the colours of the air
+FARTHEST = 1  # of 255: a depth that counts as the backdrop, a dome with the sky on it above all
+SKY = (206, 216, 226)  # where no background is seen
+FOUR_WAYS = ((1, 0), (-1, 0), (0, 1), (0, -1))
+
+
+class Scene(NamedTuple):
+    """Passes of the guide's size; None for those that the host has not drawn."""
+
+    near: Optional[Image.Image] = None  # L: 255 near, 0 far, half each time that the distance grows by the same factor
+    lines: Optional[Image.Image] = None  # L: 255 on a line
+    objects: Optional[Image.Image] = None  # RGB: a colour for each object, black where nothing is
+    backdrop: Optional[Image.Image] = None  # L: 255 where nothing is, or what is farthest; there with `near`
+
+    def resized(self, size: "tuple[int, int]") -> "Scene":
+        kinds = (Image.BILINEAR, Image.BILINEAR, Image.NEAREST, Image.NEAREST)
+        return Scene(*(plane and plane.resize(size, kind) for plane, kind in zip(self, kinds)))
+
+
+def read_scene(passes: Passes, size: "tuple[int, int]") -> Scene:
+    """What the host has drawn and can be used."""
+    depth, lines, objects = (passes.welcome(word, size, "the drawing") for word in ("depth", "lines", "object"))
+    grey = picture_of(depth.content).getchannel(0) if depth else None
+    flat = picture_of(objects.content) if objects else None
+    return Scene(
+        None if depth is None or grey is None else grey.point(_nearness(depth.facts)),
+        picture_of(lines.content).getchannel(0) if lines else None,
+        flat,
+        grey.point([255] * (FARTHEST + 1) + [0] * (255 - FARTHEST)) if grey else None,
+    )
+
+
+def _nearness(facts: Mapping[str, Any]) -> "list[int]":
+    """The table from the greys of a depth pass to the logarithm of the distance, which makes the middle of a scene stand
+    out from its end, however far that is."""
+    near, far = facts.get("near", 0), facts.get("far", 0)
+    if not 0 < near < far:
+        return curve(lambda value: value**0.45)
+
+    def distance(value: float) -> float:
+        if facts["kind"] == "linear":
+            return float(far + value * (near - far))
+        return float(1 / (1 / far + value * (1 / near - 1 / far)))
+
+    return curve(lambda value: math.log(far / distance(value)) / math.log(far / near))
+
+
+def borders(objects: Image.Image) -> Image.Image:
+    """255 on both sides of where one object ends and the next begins."""
+    across, down = (_unlike(objects, _moved(objects, way), 0) for way in ((1, 0), (0, 1)))
+    other_sides = ImageChops.lighter(_moved(across, (-1, 0)), _moved(down, (0, -1)))
+    return ImageChops.lighter(ImageChops.lighter(across, down), other_sides)
+
+
+def calm(guide: Image.Image, scene: Scene, edges: Image.Image) -> Image.Image:
+    """The guide without what is within objects, texture above all, but untouched along the `edges`."""
+    assert scene.objects is not None
+    half = (max(1, guide.width // 2), max(1, guide.height // 2))
+    flat, objects = guide.resize(half, Image.BOX), scene.objects.resize(half, Image.NEAREST)
+    for stride in STRIDES:
+        flat = _mixed(flat, objects, stride)
+    return Image.composite(guide, flat.resize(guide.size, Image.BICUBIC), edges.filter(ImageFilter.BoxBlur(1)))
+
+
+def painted(tones: Image.Image, objects: Image.Image) -> Image.Image:
+    """`tones`, a little darker or lighter for each object, which has a paint of its own."""
+    paint = objects.getchannel(0).point([128] + [round(128 + PAINTS * (value - 128)) for value in range(1, 256)])
+    return ImageChops.add(tones, paint, 1, -128)
+
+
+def ink(scene: Scene, edges: Optional[Image.Image], noise: Noise, unit: float, strength: float) -> Image.Image:
+    """How much ink lies on each pixel (255: solid): heavy on what is near, light on what is far, less in creases."""
+    assert scene.lines is not None
+    spread = unit * math.sqrt(strength)
+    bold, fine = _spread(scene.lines, NIB * spread), _spread(scene.lines, FINE * spread)
+    drawn = bold
+    if scene.near is not None:
+        near = _over_edges(scene.near)
+        drawn = ImageChops.multiply(Image.composite(bold, fine, near), near.point(_from(FAINTEST)))
+    if edges is not None:
+        bordering = edges.filter(ImageFilter.BoxBlur(unit)).point(ramp(0.0, 0.3))
+        drawn = ImageChops.multiply(drawn, bordering.point(_from(CREASE)))
+    pressure = noise.clouds(60 * unit).point(curve(lambda value: 0.55 + 0.75 * value))
+    return ImageChops.multiply(drawn, pressure)
+
+
+def air(calm: Image.Image, scene: Scene, mood: Mood) -> Image.Image:
+    """`calm` behind as much air as lies before it, which has the colours of the backdrop above it."""
+    assert scene.near is not None and scene.backdrop is not None
+    thick = min(AIR + max(mood.wetness, 0.0), FOG)
+    veil = scene.near.point(curve(lambda value: thick * (1 - value) ** 1.5))
+    if not scene.backdrop.getextrema()[1]:
+        return Image.composite(Image.new("RGB", calm.size, SKY), calm, veil)
+    small = calm.resize(AIR_SAMPLE, Image.BOX)
+    _drop_down(small, scene.backdrop.resize(AIR_SAMPLE, Image.BOX))
+    soft = small.filter(ImageFilter.BoxBlur(2)).resize(calm.size, Image.BICUBIC)
+    return Image.composite(soft, calm, veil)
+
+
+def _drop_down(picture: Image.Image, backdrop: Image.Image) -> None:
+    """Puts the colour of the backdrop that is nearest above it onto each pixel that isn't backdrop itself."""
+    colours, shares = picture.load(), backdrop.load()
+    mean = tuple(round(value) for value in ImageStat.Stat(picture, backdrop.point(lambda share: 255 * (share > 127))).mean)
+    for x in range(picture.width):
+        colour = mean
+        for y in range(picture.height):
+            colour = colours[x, y] if shares[x, y] > 250 else colour
+            colours[x, y] = colour
+
+
+def _from(least: float) -> "list[int]":
+    """The table that lifts 0..1 to `least`..1."""
+    return curve(lambda value: least + (1 - least) * value)
+
+
+def _moved(picture: Image.Image, way: "tuple[int, int]") -> Image.Image:
+    """At the rim, where nothing comes from, it stays what it was."""
+    moved = picture.copy()
+    moved.paste(picture, way)
+    return moved
+
+
+def _unlike(one: Image.Image, other: Image.Image, most: int) -> Image.Image:
+    """255 where a channel of the two is further apart than `most`."""
+    red, green, blue = ImageChops.difference(one, other).split()
+    apart = ImageChops.lighter(ImageChops.lighter(red, green), blue)
+    return apart.point([0] * (most + 1) + [255] * (255 - most))
+
+
+def _mixed(picture: Image.Image, objects: Image.Image, stride: int) -> Image.Image:
+    """Each pixel with those a `stride` away that are of the same object and of about the same colour."""
+    mixed = picture
+    for number, (x, y) in enumerate(FOUR_WAYS, 2):
+        way = (stride * x, stride * y)
+        other = _moved(picture, way)
+        apart = ImageChops.lighter(_unlike(picture, other, ALIKE), _unlike(objects, _moved(objects, way), 0))
+        mixed = Image.blend(mixed, Image.composite(picture, other, apart), 1 / number)
+    return mixed
+
+
+def _spread(lines: Image.Image, radius: float) -> Image.Image:
+    """Lines of two pixels, wider by `radius`, which a blur alone would make paler too."""
+    peak = min(1.0, 2 / (2.5 * radius + 1e-6))
+    return lines.filter(ImageFilter.GaussianBlur(radius)).point(ramp(0.12 * peak, 0.85 * peak))
+
+
+def _over_edges(near: Image.Image) -> Image.Image:
+    """What is near reaches a little beyond itself: a line along its border is as near as it is."""
+    half = (max(1, near.width // 2), max(1, near.height // 2))
+    return near.resize(half, Image.BOX).filter(ImageFilter.MaxFilter(5)).resize(near.size, Image.BILINEAR)
