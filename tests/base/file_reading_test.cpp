@@ -47,6 +47,21 @@ TEST(FileReading, OnlyOrdinaryFilesAreRead) {
   }
 }
 
+// Whose making costs nothing must not cost the reader gigabytes.
+TEST(FileReading, ALongFileOfHolesIsRefusedBeforeItIsRead) {
+  const TemporaryFolder folder;
+  const auto file = folder.write("a", std::string(4096, 'a'));
+  std::filesystem::resize_file(file, 2048 * kMiB);
+  EXPECT_EQ(refusalOf<Error>([&] { readBytes(file, 2048 * kMiB); }),
+            "it is 2 GiB long and holds 4 KiB, the rest is a hole; if that is meant, fill it with cp --sparse=never");
+  EXPECT_EQ(readStart(file, kMiB).size(), kMiB);  // no more of it than that
+  std::filesystem::resize_file(file, kMiB);
+  EXPECT_EQ(readBytes(file, kMiB).size(), kMiB);
+  folder.write("b", std::string(17 * kMiB, 'b'));
+  std::filesystem::resize_file(folder / "b", 256 * kMiB);
+  EXPECT_EQ(readBytes(folder / "b", 256 * kMiB).size(), 256 * kMiB);
+}
+
 TEST(ParsedJson, HostileTextIsRefusedWithTheReason) {
   EXPECT_EQ(lineOf(parsedJson(R"({"b": [1], "a": "ä"})", 2)), "{\"b\":[1],\"a\":\"ä\"}\n");
   const std::string deep = std::string(100'000, '[');
