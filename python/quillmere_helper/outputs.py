@@ -65,14 +65,19 @@ class Outputs:
         if not os.access(self._folder, os.W_OK | os.X_OK):
             raise HelperError(f'The Output Directory "{self._folder}" is read-only for you; {CHOOSE}')
 
-    def write(self, picture: bytes, kind: str, record: Mapping[str, Any]) -> None:
+    def spool(self) -> untrusted.Spool:
+        """For a picture on its way here: on the same disk, which has to have room for it anyway. Raises HelperError."""
+        return untrusted.Spool(str(self._folder))
+
+    def write(self, picture: png.Content, kind: str, record: Mapping[str, Any]) -> None:
         """Writes one picture with its record, each whole, under the next free name. Raises HelperError.
 
         A picture whose side file cannot be written is a picture all the same; `notes` says so.
         """
+        parts: png.Parts = [picture]
         if kind == "png":  # with ASCII only, so that a reader without UTF-8 reads it too
-            picture = png.with_text(picture, RECORD, json.dumps(record))
-        path = self._write_picture(picture, kind)
+            parts = png.with_chunk(picture, png.text_chunk(RECORD, json.dumps(record)))
+        path = self._write_picture(parts, kind)
         self.paths.append(path)
         try:
             side_file = json.dumps(record, ensure_ascii=False, indent=2) + "\n"
@@ -81,12 +86,12 @@ class Outputs:
             kept = "the picture itself tells what made it" if kind == "png" else "nothing tells what made the picture"
             self.notes.append(f'Cannot write "{path + SIDE_FILE}": {reason_of(error)}; {kept}')
 
-    def _write_picture(self, picture: bytes, extension: str) -> str:
+    def _write_picture(self, parts: png.Parts, extension: str) -> str:
         """Returns the path; on failure nothing is left behind."""
         beside = self._folder / f".{self._stem}{os.getpid()}.part"
         try:
             with open(beside, "wb") as file:
-                file.write(picture)
+                file.writelines(parts)
                 file.flush()
                 os.fsync(file.fileno())
             for number in itertools.count(self._highest() + 1):

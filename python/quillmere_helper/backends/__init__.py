@@ -7,7 +7,7 @@ from typing import Any, Mapping, Optional, Protocol, Sequence, cast
 
 from ..exchange import ALMOST, Status
 from ..outputs import Outputs, record_of
-from ..pictures import Picture
+from ..pictures import Stored
 from ..request import RenderRequest
 from ..servers import Kind
 from ..workflows import Workflow
@@ -26,7 +26,7 @@ class Job:
 
     def deliver(
         self,
-        pictures: Sequence[Picture],
+        pictures: Sequence[Stored],
         seeds: Sequence[Optional[int]],
         facts: Mapping[str, Any],
         own: Sequence[Mapping[str, Any]] = (),
