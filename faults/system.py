@@ -114,19 +114,21 @@ def _make_read_only(disk: pathlib.Path) -> bool:
 
 @contextlib.contextmanager
 def _disk(place: Place, size: int) -> "Iterator[Optional[pathlib.Path]]":
-    """A disk of its own under the exchange files or the pictures, of which the pictures are kept; None: there is none."""
-    where = place.folder / place.chance.choice(["write", "pictures"])
+    """A disk of its own under the exchange files or the pictures, whose files are kept; None: there can be none."""
+    where, kept = place.folder / place.chance.choice(["write", "pictures"]), place.folder / "kept"
     where.mkdir()
     options = ["-o", f"size={size},mode=755"]
     mounted = subprocess.run(["mount", "-t", "tmpfs", *options, "none", where], capture_output=True).returncode == 0
     try:
         yield where if mounted else None
-        kept = [(file.name, file.read_bytes()) for file in where.rglob("*.png")] if mounted else []
+        if mounted:
+            shutil.copytree(where, kept)
     finally:
         if mounted:
             subprocess.run(["umount", "-l", where], capture_output=True)
-    for name, content in kept:
-        (place.folder / f"kept_{name}").write_bytes(content)
+    if mounted:
+        where.rmdir()
+        kept.rename(where)
 
 
 def read_only_folder(place: Place) -> Ended:
