@@ -331,7 +331,7 @@ TEST(FinalLight, LampsReachAsFarAsTheirConeAndRange) {
   const scene::Light aside = lamp(scene::Light::Kind::Spot, {0, 2, 0}, {1.2F, -2, 0});
   const scene::Light above = lamp(scene::Light::Kind::Point, {0, 1, 0}, {0, -1, 0});
   const scene::Light corner = lamp(scene::Light::Kind::Point, {-1.5F, 1, -1.5F}, {0, -1, 0});
-  for (const Row& row : {Row{"spot", aside, 0, {1.2F, 0}, {-1, 0}}, Row{"range", above, 1.5F, {0, 0}, {1.2F, 0}},
+  for (const Row& row : {Row{"spot", aside, 0, {1.2F, 0}, {-1, 0}}, Row{"range", above, 1.3F, {0, 0}, {0.9F, 0}},
                          Row{"distance", corner, 0, {-1.5F, -1.5F}, {1.5F, 1.5F}}}) {
     for (const float strength : {1.0F, 5e4F}) {  // which the exposure follows
       SCOPED_TRACE(testing::Message() << row.name << " " << strength);
