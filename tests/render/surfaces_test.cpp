@@ -169,6 +169,9 @@ TEST(Exposure, StaysWhenSomethingPassesALamp) {
 TEST(FinalSettings, SayWhatLightsTheSceneAndWhatIsBehindIt) {
   auto scene = std::make_shared<HandMadeScene>();
   scene->add(rectangle(-1, -1, 1, 1), scene->addMaterial(colored({0.5F, 0.5F, 0.5F})));
+  scene::Material pane = glass({0, 0, 0}, 0.5F);
+  pane.unlit = true;
+  scene->add(rectangle(1.25F, -2, 2, 2), scene->addMaterial(pane));
   Renderer renderer(scene);
   renderer.pose(0.0);
   auto panorama = std::make_shared<image::Image>(4, 2, 3, image::Sample::Float);
@@ -191,6 +194,7 @@ TEST(FinalSettings, SayWhatLightsTheSceneAndWhatIsBehindIt) {
   EXPECT_GT(wall(none).g, 0.1F * usual);
   EXPECT_GT(wall(red).r, 10.0F * wall(red).g);
   EXPECT_GT(drawn(red, 2).r, 0.7F);
+  EXPECT_NEAR(drawn(red, 29).r, 0.5F * drawn(red, 2).r, 0.02F);
   EXPECT_NEAR(drawn(colored, 2).b, 0.5F, 0.01F);
   EXPECT_NEAR(wall(colored).g, usual, 0.02F);
 }
