@@ -53,7 +53,3 @@ class Install(unittest.TestCase):
             kept = {file.relative_to(source) for file in (source / part).rglob("*")
                     if file.is_file() and file.suffix in (".py", ".json", ".h", ".res", ".str")}
             self.assertEqual({file.relative_to(folder) for file in (folder / part).rglob("*") if file.is_file()}, kept)
-
-
-if __name__ == "__main__":
-    unittest.main()

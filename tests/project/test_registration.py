@@ -35,7 +35,3 @@ class Registration(unittest.TestCase):
         ]:
             with self.subTest(new=new), self.assertRaisesRegex(registration.Refusal, reason):
                 registration.source_of(GOOD.replace(old, new, 1))
-
-
-if __name__ == "__main__":
-    unittest.main()

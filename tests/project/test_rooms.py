@@ -54,7 +54,3 @@ class Rooms(unittest.TestCase):
         ]:
             with self.subTest(told):
                 self.assertRegex("\n".join(self.planted(changes)), re.compile(told, re.MULTILINE))
-
-
-if __name__ == "__main__":
-    unittest.main()

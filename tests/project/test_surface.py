@@ -68,7 +68,3 @@ class Surface(unittest.TestCase):
         self.assertEqual(page.lines[2:6], ["| `A()` | `c.h` | V | known |", "| `C()` | `a.h` | ? | |", "| `D()` | - | own | |", ""])
         self.assertEqual([line[0] for line in page.differences("symbol", {"A()": ("c.h",), "C()": ("a.h",), "D()": ("-",)})], ["?"])
         self.assertIn("| `N` | `b.h` | 4 | MEM | |", page.lines)
-
-
-if __name__ == "__main__":
-    unittest.main()

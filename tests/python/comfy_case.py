@@ -16,7 +16,7 @@ class AnyComfyCase(RenderCase):
     def use(self, content):
         self.members["workflow_path"] = self.write("workflow.json", content)
 
-    def render(self, seconds=30, **start):
+    def run_helper(self, seconds=30, **start):
         """Runs the helper and keeps the messages that it shows in `shown`."""
         process = self.start(**start)
         self.watch(process, seconds)
@@ -36,12 +36,6 @@ class AnyComfyCase(RenderCase):
     def messages(self):
         return [status["message"] for status in self.shown]
 
-    def assert_rendered(self, **start):
-        status, response = self.render(**start)
-        self.assertEqual((status, response["ok"]), (0, True), (response, self.errors))
-        self.assert_no_leftovers()
-        return response
-
 
 class ComfyCase(AnyComfyCase):
     def setUp(self):
@@ -52,8 +46,8 @@ class ComfyCase(AnyComfyCase):
         self.environment.update(QUILLMERE_COMFYUI_URL=self.server.url, QUILLMERE_SERVER_PATIENCE="8")
         self.members.update(width=1000, height=500)
 
-    def render(self, **start):
-        rendered = super().render(**start)
+    def run_helper(self, **start):
+        rendered = super().run_helper(**start)
         for _, path, headers, _ in self.server.log:
             self.assertNotIn("Origin", headers, path)
         return rendered

@@ -8,9 +8,9 @@ PICTURES = [["example.png"], {"image_upload": True}]
 LIMITED = ["INT", {"default": 0, "min": 0, "max": 9223372036854775807}]
 SAMPLERS = [["euler", "dpmpp_2m"]]
 CFG = ["FLOAT", {"default": 8.0, "min": 0.0, "max": 100.0, "step": 0.1}]
-CONDITIONS = {"positive": ["CONDITIONING"], "negative": ["CONDITIONING"]}
 COND = ["CONDITIONING"]
-LINKS = {**CONDITIONS, "model": ["MODEL"]}
+LINKS = {"positive": COND, "negative": COND, "model": ["MODEL"]}
+NUMBER = ["INT", {"default": 8, "min": 1, "max": 4096}]
 CLASSES = {
     # name: inputs, outputs, whether it is an output node
     "CheckpointLoaderSimple": ({"ckpt_name": CHECKPOINTS}, ["MODEL", "CLIP", "VAE"], False),
@@ -48,6 +48,9 @@ CLASSES = {
     "Unclear": ({"a": TEXT, "b": ["INT", {}], "c": ["INT", {}], "d": TEXT}, ["STRING"], False),
     "StringNode": ({"value": TEXT}, ["STRING"], False),
     "IntNode": ({"value": ["INT", {}]}, ["INT"], False),
+    "EmptyImage": ({"width": NUMBER, "height": NUMBER, "batch_size": NUMBER, "color": ["INT", {}]}, ["IMAGE"], False),
+    "ImageCrop": ({"image": ["IMAGE"], "width": NUMBER, "height": NUMBER, "x": ["INT", {}], "y": ["INT", {}]}, ["IMAGE"], False),
+    "SaveImageWebsocket": ({"images": ["IMAGE"]}, [], True),
 }
 
 

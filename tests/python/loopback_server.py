@@ -2,12 +2,34 @@
 
 import contextlib
 import json
+import shutil
 import socket
 import ssl
+import struct
+import subprocess
 import sys
 import threading
 import time
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+
+
+def frame(code, data, final=True):
+    """Of a WebSocket, as servers send it."""
+    size = len(data)
+    short = bytes((size,)) if size < 126 else b"\x7e" + struct.pack(">H", size) if size < 1 << 16 else b""
+    return bytes(((0x80 if final else 0) | code,)) + (short or b"\x7f" + struct.pack(">Q", size)) + data
+
+
+def self_signed(folder):
+    """The files of a certificate for this machine and of its key."""
+    files = f"{folder}/certificate.pem", f"{folder}/key.pem"
+    command = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-out", files[0], "-keyout", files[1]]
+    names = ["-subj", "/CN=localhost", "-addext", "subjectAltName=IP:127.0.0.1"]
+    subprocess.run([*command, *names], check=True, capture_output=True)
+    return files
+
+
+OPENSSL = shutil.which("openssl")
 
 
 class LoopbackServer(ThreadingHTTPServer):

@@ -92,6 +92,22 @@ class RenderCase(unittest.TestCase):
         self.errors = process.communicate(timeout=60)[1]
         return process.returncode, self.response()
 
+    def assert_rendered(self, **start):
+        status, response = self.run_helper(**start)
+        self.assertEqual((status, response["ok"]), (0, True), (response, self.errors))
+        self.assert_no_leftovers()
+        return response
+
+    def assert_fails(self, *named, **start):
+        """The answer of a render that fails names all this and is for people."""
+        status, response = self.run_helper(**start)
+        self.assertEqual((status, response["ok"]), (1, False), self.errors)
+        for part in named:
+            self.assertIn(part, response["error"])
+        self.assertNotRegex(response["error"], "unexpectedly|[\\\\\n]")
+        self.assertLess(len(response["error"]), 1000)
+        self.assert_no_leftovers()
+
     def response(self):
         return json.loads(self.response_file.read_text("utf-8")) if self.response_file.exists() else None
 

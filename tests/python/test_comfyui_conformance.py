@@ -141,10 +141,7 @@ class Conformance:
         ):
             with self.subTest(changes):
                 self.use(inverted(**changes))
-                status, response = self.render()
-                self.assertEqual((status, response["ok"]), (1, False))
-                for part in named:
-                    self.assertIn(part, response["error"])
+                self.assert_fails(*named)
                 self.assertEqual(self.jobs("running") + self.jobs("pending"), [])
 
     def test_a_break_takes_the_job_back_in_each_state_and_no_other(self):
@@ -166,6 +163,7 @@ class Conformance:
     def test_a_job_that_somebody_takes_out_of_the_queue_is_not_sent_again(self):
         foreign = self.foreign(LONG)
         process = self.begun({**inverted(), **work(1)}, "ahead")
+        self.assertEqual(json.loads(self.status_file.read_text())["ahead"], 1)
         self.call("/queue", {"delete": self.jobs("pending")})
         self.watch(process, 60)
         self.assertIn("took the job of the workflow", self.response()["error"])

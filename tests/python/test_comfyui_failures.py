@@ -24,25 +24,24 @@ class Failures(ComfyCase):
                 self.assert_rendered()
                 self.assertEqual(len(self.server.submitted), count + 1)
 
-    def test_downloads_are_begun_again_until_they_are_whole(self):
+    def test_downloads_that_fail_are_begun_again_and_what_is_no_picture_is_never_written(self):
         def cut_off(handler, content):
             handler.reply(content[:50], length=len(content))
             handler.hang_up()
 
-        self.server.view_answers = [cut_off, lambda handler, content: handler.reply(content[:-9])]
-        self.assert_rendered()
-        self.assertEqual(len(self.server.submitted), 1)
+        def html(handler, _):
+            handler.reply(b"<html>", kind="image/png")
 
-    def test_a_picture_that_is_gone_is_made_again(self):
-        self.server.view_answers = [lambda handler, content: handler.reply(b"", 404)]
-        self.assert_rendered()
-        self.assertEqual(len(self.server.submitted), 2)
-
-    def test_what_is_no_picture_is_never_written(self):
-        self.server.view_answers = [lambda handler, content: handler.reply(b"<html>", kind="image/png")] * 4
-        status, response = self.render()
-        self.assertEqual((status, response["ok"], list(self.outputs.iterdir())), (1, False, []))
-        self.assertIn("no whole PNG", response["error"])
+        for answers, jobs, error in (
+            ([cut_off, lambda handler, content: handler.reply(content[:-9])], 1, ""),
+            ([lambda handler, _: handler.reply(b"", 404)], 2, ""),  # it is gone, and made again
+            ([html] * 4, 1, "no whole PNG"),
+        ):
+            self.server.view_answers, self.server.submitted = answers, []
+            status, response = self.run_helper()
+            self.assertEqual((status, len(self.server.submitted)), (1 if error else 0, jobs), response)
+            self.assertIn(error, response.get("error", ""))
+        self.assertEqual(len(list(self.outputs.glob("*.png"))), 2)
 
     def connections(self):
         return sum(1 for _, path, _, _ in self.server.log if path == "/ws")
@@ -72,15 +71,6 @@ class Failures(ComfyCase):
                 self.wait_for(lambda wanted=connections: self.connections() >= wanted, "a connection that speaks", 40)
                 self.finish(process)
                 self.assertEqual(len(self.server.submitted), count)
-
-    def test_a_job_that_is_gone_after_a_break_of_the_connection_is_sent_again(self):
-        self.server.add_foreign()
-        process = self.start()
-        self.wait_for(lambda: "ahead" in self.message(), "the place in the queue")
-        self.server.drop_sockets()  # as a restart does
-        self.server.delete(self.server.submitted)
-        self.wait_for(lambda: len(self.server.submitted) == 2, "the second one")
-        self.finish(process)
 
     def test_a_server_that_stays_away_is_given_up(self):
         self.environment["QUILLMERE_SERVER_PATIENCE"] = "1"

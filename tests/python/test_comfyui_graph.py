@@ -3,15 +3,11 @@
 import copy
 import dataclasses
 import os
-import sys
 import unittest
 from unittest import mock
 
 from comfy_classes import class_info, graph
 from comfy_server import ComfyServer
-from scratch_render import ROOT
-
-sys.path.insert(0, str(ROOT / "python"))
 
 from quillmere_helper.backends import comfyui
 from quillmere_helper.backends.comfyui import control

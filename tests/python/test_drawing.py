@@ -116,8 +116,7 @@ class GivenPictures(RenderCase):
         for picture in (deep, see_through, light.convert("P"), light.resize((128, 72))):
             with self.subTest(f"{picture.mode} {picture.size}"):
                 self.save(picture)
-                self.assertEqual(self.run_helper()[0], 0, self.errors)
-                made = Image.open(self.response()["first_output"])
+                made = Image.open(self.assert_rendered()["first_output"])
                 self.assertEqual((made.size, made.mode), ((64, 36), "RGB"))
                 self.assertLess(max(abs(a - b) for a, b in zip(means(made), wanted)), 12)
 
@@ -141,11 +140,7 @@ class GivenPictures(RenderCase):
                 with self.subTest(what, key=key):
                     path = str(self.folder / "absent.png") if content is None else self.write("given.png", content)
                     self.members[key] = path
-                    status, response = self.run_helper()
-                    self.assertEqual(status, 1)
-                    self.assertIn(self.members[key], response["error"])
-                    self.assertIn(named, response["error"])
-                    self.assertNotIn("unexpectedly", response["error"])
+                    self.assert_fails(path, named)
                     self.assertEqual(self.errors.count("\n"), 1)
                     self.members.update(reference_image=str(self.folder / "reference_3.png"), locked_style_image="")
 

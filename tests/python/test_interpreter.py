@@ -15,10 +15,7 @@ class Interpreter(RenderCase):
     def test_without_any_pillow_the_answer_names_the_interpreter_and_the_remedy(self):
         self.environment["QUILLMERE_HELPER_HANDED_OVER"] = "PIL.Image"
         bare = without_pillow(self.folder)
-        status, response = self.run_helper(python=bare)
-        self.assertEqual(status, 1)
-        for part in (bare, "-m pip install Pillow", "QUILLMERE_PYTHON"):
-            self.assertIn(part, response["error"])
+        self.assert_fails(bare, "-m pip install Pillow", "QUILLMERE_PYTHON", python=bare)
 
     @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: handing over is not tested")
     def test_the_render_goes_on_in_an_interpreter_with_pillow_under_the_same_process_id(self):

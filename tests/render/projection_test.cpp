@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <glm/gtc/matrix_transform.hpp>
-
 #include "small_picture.h"
 
 namespace quillmere::render {
@@ -98,19 +96,6 @@ TEST(Projection, OnlyWhatLiesBetweenTheNearAndTheFarPlaneIsSeen) {
       EXPECT_EQ(misplaced(picture(scene, view, 16, 16, Kind::Quick), seen ? Box{0, 0, 16, 16} : Box{}), 0);
     }
   }
-}
-
-TEST(Projection, InstancesOfOneGeometryStandWhereTheyArePlaced) {
-  auto scene = std::make_shared<HandMadeScene>();
-  const auto shared = rectangle(-0.25F, -0.25F, 0.25F, 0.25F);
-  const int red = scene->addMaterial(unlit({1, 0, 0})), green = scene->addMaterial(unlit({0, 1, 0}));
-  scene->add(shared, red, moved(-0.5F, 0, 0));
-  scene->add(shared, green, glm::scale(moved(0.5F, 0, 0), glm::vec3(-1, 2, 1)));
-  const image::Image drawn = picture(scene, orthographic({0, 0, 3}, {0, 0, 0}, 1.0F), 16, 16, Kind::Quick);
-  EXPECT_EQ(pixel(drawn, 4, 8), glm::vec3(1, 0, 0));
-  EXPECT_EQ(pixel(drawn, 12, 8), glm::vec3(0, 1, 0)) << "mirrored, so its front still looks at the camera";
-  EXPECT_EQ(pixel(drawn, 12, 5), glm::vec3(0, 1, 0)) << "twice as high";
-  EXPECT_NE(pixel(drawn, 4, 5), glm::vec3(1, 0, 0));
 }
 
 }  // namespace

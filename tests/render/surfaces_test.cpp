@@ -1,5 +1,5 @@
 // What surfaces look like under the rules of glTF 2.0: what they give off, from which side they are seen, how they
-// reflect.
+// reflect; and what lights them in final pictures.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,6 +16,26 @@ glm::vec3 middleOf(const std::shared_ptr<HandMadeScene>& scene, Kind kind) {
   return lightAround(picture(scene, orthographic({0, 0, 5}, {0, 0, 0}, 1.0F), 16, 16, kind), 8, 8, 2);
 }
 
+std::shared_ptr<HandMadeScene> greyGround() {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
+  return scene;
+}
+
+image::Image plan(const std::shared_ptr<HandMadeScene>& scene) {
+  return picture(scene, fromAbove(), kPlanSide, kPlanSide, Kind::Final);
+}
+
+scene::Light lamp(scene::Light::Kind kind, glm::vec3 position, glm::vec3 direction) {
+  scene::Light light;
+  light.kind = kind;
+  light.innerCone = 0.3F;
+  light.outerCone = 0.5F;
+  light.position = position;
+  light.direction = glm::normalize(direction);
+  return light;
+}
+
 scene::Material glowing(glm::vec3 emission) {
   scene::Material material = colored({0, 0, 0});
   material.emission = emission;
@@ -30,19 +50,16 @@ TEST(Emission, IsSeenInItsHueHoweverStrong) {
       scene->add(rectangle(-1, -1, 1, 1), scene->addMaterial(glowing(strength * glm::vec3(0.1F, 0.9F, 0.3F))));
       const glm::vec3 seen = middleOf(scene, kind);
       EXPECT_GT(seen.g, 0.2F);
-      EXPECT_GT(seen.g, seen.b);
-      EXPECT_GT(seen.b, seen.r);
+      EXPECT_TRUE(seen.g > seen.b && seen.b > seen.r) << seen.r << " " << seen.g << " " << seen.b;
     }
   }
 }
 
 TEST(Emission, LightsWhatIsAroundInTheFinalPictureAlone) {
-  auto scene = std::make_shared<HandMadeScene>();
-  scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
-  const image::Image dark = picture(scene, fromAbove(), kPlanSide, kPlanSide, Kind::Final);
-  scene->add(cube(0.6F), scene->addMaterial(glowing({4, 0, 0})),
-             glm::translate(glm::mat4(1.0F), glm::vec3(-1.2F, 0.3F, 0)));
-  const image::Image lit = picture(scene, fromAbove(), kPlanSide, kPlanSide, Kind::Final);
+  auto scene = greyGround();
+  const image::Image dark = plan(scene);
+  scene->add(cube(0.6F), scene->addMaterial(glowing({4, 0, 0})), moved(-1.2F, 0.3F, 0));
+  const image::Image lit = plan(scene);
   const auto redness = [](glm::vec3 light) { return light.r / light.b; };
   EXPECT_GT(redness(lightAt(lit, -0.6F, 0)), 1.3F * redness(lightAt(dark, -0.6F, 0)));
   EXPECT_LT(redness(lightAt(lit, 1.6F, 0)), 1.2F * redness(lightAt(dark, 1.6F, 0)));
@@ -58,7 +75,7 @@ std::shared_ptr<HandMadeScene> wallBeforeRed(bool doubleSided) {
   red.doubleSided = true;
   const int behind = scene->addMaterial(red);
   for (const float z : {-1.0F, 1.0F}) {
-    scene->add(rectangle(-2, -2, 2, 2), behind, glm::translate(glm::mat4(1.0F), glm::vec3(0, 0, z)));
+    scene->add(rectangle(-2, -2, 2, 2), behind, moved(0, 0, z));
   }
   return scene;
 }
@@ -98,13 +115,10 @@ TEST(SingleSided, BacksBesideFrontsInOnePlaneHideNoFront) {
 
 TEST(SingleSided, LightFromBehindPassesAndLightFromTheFrontIsStopped) {
   for (const bool facingUp : {true, false}) {
-    auto scene = std::make_shared<HandMadeScene>();
-    scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
-    scene->now.lights.emplace_back();
-    scene->now.lights[0].kind = scene::Light::Kind::Directional;
-    scene->now.lights[0].direction = {0, -1, 0};
+    auto scene = greyGround();
+    scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, -1, 0}));
     scene->add(ground(1), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})),
-               glm::scale(glm::translate(glm::mat4(1.0F), glm::vec3(0, 1, 0)), glm::vec3(1, facingUp ? 1 : -1, 1)));
+               glm::scale(moved(0, 1, 0), glm::vec3(1, facingUp ? 1 : -1, 1)));
     scene::Camera view = fromAbove();
     view.znear = 19.5F;
     if (!facingUp) std::swap(scene->now.surfaces[1].toWorld[0], scene->now.surfaces[1].toWorld[2]);
@@ -116,11 +130,7 @@ TEST(SingleSided, LightFromBehindPassesAndLightFromTheFrontIsStopped) {
 }
 
 float hueOf(glm::vec3 light) {
-  const float least = std::min({light.x, light.y, light.z}), range = std::max({light.x, light.y, light.z}) - least;
-  const float sixth = light.x >= light.y && light.x >= light.z ? (light.y - light.z) / range
-                      : light.y >= light.z                     ? 2.0F + (light.z - light.x) / range
-                                                               : 4.0F + (light.x - light.y) / range;
-  return std::fmod(60.0F * sixth + 360.0F, 360.0F);
+  return glm::degrees(std::atan2(std::sqrt(3.0F) * (light.y - light.z), 2.0F * light.x - light.y - light.z));
 }
 
 TEST(ViewTransform, KeepsHuesUnderTheDefaultLightHoweverExposed) {
@@ -139,11 +149,9 @@ TEST(ViewTransform, KeepsHuesUnderTheDefaultLightHoweverExposed) {
 }
 
 TEST(Exposure, StaysWhenSomethingPassesALamp) {
-  auto scene = std::make_shared<HandMadeScene>();
-  scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
-  scene->now.lights.emplace_back();
-  scene->now.lights[0].position = {-1.2F, 1.5F, 0};
-  scene->add(cube(0.4F), 0, glm::translate(glm::mat4(1.0F), glm::vec3(30, 1.5F, 0)));
+  auto scene = greyGround();
+  scene->now.lights.push_back(lamp(scene::Light::Kind::Point, {-1.2F, 1.5F, 0}, {0, -1, 0}));
+  scene->add(cube(0.4F), 0, moved(30, 1.5F, 0));
   Renderer renderer(scene);
   renderer.pose(0.0);
   const float before = brightness(lightAt(renderer.drawFinal(fromAbove(), kPlanSide, kPlanSide), -1.2F, 1.2F));
@@ -156,6 +164,9 @@ TEST(Exposure, StaysWhenSomethingPassesALamp) {
 TEST(FinalSettings, SayWhatLightsTheSceneAndWhatIsBehindIt) {
   auto scene = std::make_shared<HandMadeScene>();
   scene->add(rectangle(-1, -1, 1, 1), scene->addMaterial(colored({0.5F, 0.5F, 0.5F})));
+  scene::Material pane = glass({0, 0, 0}, 0.5F);
+  pane.unlit = true;
+  scene->add(rectangle(1.25F, -2, 2, 2), scene->addMaterial(pane));
   Renderer renderer(scene);
   renderer.pose(0.0);
   auto panorama = std::make_shared<image::Image>(4, 2, 3, image::Sample::Float);
@@ -178,6 +189,7 @@ TEST(FinalSettings, SayWhatLightsTheSceneAndWhatIsBehindIt) {
   EXPECT_GT(wall(none).g, 0.1F * usual);
   EXPECT_GT(wall(red).r, 10.0F * wall(red).g);
   EXPECT_GT(drawn(red, 2).r, 0.7F);
+  EXPECT_NEAR(drawn(red, 29).r, 0.5F * drawn(red, 2).r, 0.02F);
   EXPECT_NEAR(drawn(colored, 2).b, 0.5F, 0.01F);
   EXPECT_NEAR(wall(colored).g, usual, 0.02F);
 }
@@ -209,7 +221,7 @@ TEST(Metal, MirrorsWhatIsThereInTheFinalPicture) {
     auto scene = std::make_shared<HandMadeScene>();
     scene->add(rectangle(-1, -1, 1, 1), scene->addMaterial(metal(isMetal)));
     scene->add(rectangle(-2, -2, 2, 2), scene->addMaterial(glowing({1, 0, 0})),
-               glm::scale(glm::translate(glm::mat4(1.0F), glm::vec3(0, 0, 6)), glm::vec3(1, 1, -1)));
+               glm::scale(moved(0, 0, 6), glm::vec3(1, 1, -1)));
     const glm::vec3 seen = middleOf(scene, Kind::Final);
     redness[isMetal ? 1 : 0] = seen.r / seen.g;
   }
@@ -228,9 +240,7 @@ TEST(NormalMap, BendsTheLightTowardsWhereItsColoursPoint) {
     float seen[2];
     for (int i = 0; i < 2; ++i) {
       auto scene = std::make_shared<HandMadeScene>();
-      scene->now.lights.emplace_back();
-      scene->now.lights[0].kind = scene::Light::Kind::Directional;
-      scene->now.lights[0].direction = glm::normalize(glm::vec3(0, -1, -0.3F));
+      scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, -1, -0.3F}));
       scene->add(rectangle(-1, -1, 1, 1), scene->addMaterial(i == 0 ? plain : bumped),
                  glm::scale(glm::mat4(1.0F), glm::vec3(mirror, 1, 1)));
       seen[i] = middleOf(scene, Kind::Final).g;
@@ -285,6 +295,54 @@ TEST(Skies, EncloseAndLightASceneInTheirColour) {
     const glm::vec3 seen = lightAround(picture(scene, view, 16, 16, Kind::Final), 8, 8, 3);
     EXPECT_GT(seen.b, 1.1F * seen.r);
     EXPECT_GT(brightness(seen), 0.15F);
+  }
+}
+
+TEST(FinalLight, CornersAreDarkerThanOpenGround) {
+  auto scene = greyGround();
+  scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, -1, 0}));
+  scene->now.lights[0].color = glm::vec3(0.0F);  // the sky alone
+  const float open = brightness(lightAt(plan(scene), 0.7F, 0));
+  scene->add(cube(1), scene->addMaterial(colored({0, 0, 0})), moved(0, 0.5F, 0));
+  EXPECT_LT(brightness(lightAt(plan(scene), 0.6F, 0)), 0.75F * open);
+}
+
+TEST(FinalLight, UnlitSurfacesTakeNoLightAway) {
+  const image::Image bare = plan(greyGround());
+  auto domed = greyGround();
+  scene::Material sky = unlit({0.2F, 0.4F, 0.9F});
+  sky.doubleSided = true;
+  const int kind = domed->addMaterial(sky);
+  domed->add(cube(1), kind, moved(1.2F, 6, 1.2F));  // between sun and ground
+  const image::Image covered = plan(domed);
+  for (const glm::vec2 place : {glm::vec2(-1.5F, -1.5F), glm::vec2(-1.5F, 1), glm::vec2(0, -1)}) {
+    EXPECT_NEAR(brightness(lightAt(covered, place.x, place.y)), brightness(lightAt(bare, place.x, place.y)), 0.01F);
+  }
+}
+
+TEST(FinalLight, LampsReachAsFarAsTheirConeAndRange) {
+  struct Row {
+    const char* name;
+    scene::Light light;
+    float range;
+    glm::vec2 bright, dark;
+  };
+  const scene::Light aside = lamp(scene::Light::Kind::Spot, {0, 2, 0}, {1.2F, -2, 0});
+  const scene::Light above = lamp(scene::Light::Kind::Point, {0, 1, 0}, {0, -1, 0});
+  const scene::Light corner = lamp(scene::Light::Kind::Point, {-1.5F, 1, -1.5F}, {0, -1, 0});
+  for (const Row& row : {Row{"spot", aside, 0, {1.2F, 0}, {-1, 0}}, Row{"range", above, 1.3F, {0, 0}, {0.9F, 0}},
+                         Row{"distance", corner, 0, {-1.5F, -1.5F}, {1.5F, 1.5F}}}) {
+    for (const float strength : {1.0F, 5e4F}) {  // which the exposure follows
+      SCOPED_TRACE(testing::Message() << row.name << " " << strength);
+      auto scene = greyGround();
+      scene->now.lights.push_back(row.light);
+      scene->now.lights[0].color *= strength;
+      scene->now.lights[0].range = row.range;
+      const image::Image drawn = plan(scene);
+      const float bright = brightness(lightAt(drawn, row.bright.x, row.bright.y));
+      EXPECT_GT(bright, 3.0F * brightness(lightAt(drawn, row.dark.x, row.dark.y)));
+      EXPECT_GT(bright, 0.2F);
+    }
   }
 }
 

@@ -1,6 +1,5 @@
 #include "api/application.h"
 
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -84,39 +83,6 @@ TEST(Application, AModuleOfEitherStandardLibraryIsToldInOrderAndEnded) {
   }
 }
 
-// Of a module that the host has refused, too, and again after its end.
-TEST(Module, AnswersItsEntryAsTheApplicationsModulesDo) {
-  for (const std::string& module : split(QM_PROBE_MODULES)) {
-    SCOPED_TRACE(module);
-    TemporaryFolder folder;
-    install(folder, module);
-    fs::remove(folder / "res/description/vpprobe.res");
-    Console console;
-    const Application application(folder.path(), console);
-    void* const handle = dlopen((folder / "probe.xso64").c_str(), RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(handle, nullptr) << dlerror();
-    auto* const entry = reinterpret_cast<decltype(&c4d_main)>(dlsym(handle, "c4d_main"));
-    Filename file = filenameOf(folder / "probe.xso64");
-    const struct {
-      Int32 action;
-      intptr_t number;  // of a message
-      Int32 answer;
-    } rows[] = {{C4DPL_INIT_VERSION, 0, 5},
-                {12345, 0, -1},
-                {C4DPL_MESSAGE, 5, -1},
-                {C4DPL_INIT_SYS, 0, 1},
-                {C4DPL_MESSAGE, C4DPL_INIT_SYS, 1},
-                {C4DPL_INIT, 0, 0},
-                {C4DPL_END, 0, 1},
-                {C4DPL_MESSAGE, C4DPL_INIT_SYS, -1}};
-    for (const auto& row : rows) {
-      EXPECT_EQ(entry(row.action, reinterpret_cast<void*>(row.number), nullptr, &file), row.answer) << row.action;
-    }
-    EXPECT_THAT(console.lines, ElementsAre("message 5", "message 1", "start Probe", "end", "message 1"));
-    dlclose(handle);
-  }
-}
-
 TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
   const auto text = [](const std::string& name) { return "STRINGTABLE { IDS_PROBE \"" + name + "\"; }"; };
   const auto description = [](const std::string& content) { return "CONTAINER VPprobe {\n" + content + "\n}"; };
@@ -148,12 +114,8 @@ TEST(Application, WhatCanNotBeLoadedIsNamedAndLeavesNothingBehind) {
        "vpprobe.res:3: 'ID_VIDEOPOSTPROPERTIES': a group of VPbase, which isn't included; write INCLUDE VPbase; above"},
       {described, description("GROUP A { }"), start, "vpprobe.res: has no group ID_VIDEOPOSTPROPERTIES"},
       {described, description("COLOR A { }"), start, ":2: 'COLOR': this host does not model"},
-      {described, description("GROUP { }"), start, ":2: expected the group's ID"},
       {described, description("GROUP Z { }"), start, ":2: 'Z': the header"},
       {described, description("GROUP A {\nLONG P1 { MIN 5; } }"), start, ":3: 'LONG': this host does not model"},
-      {described, description("GROUP A {\nHIDDEN; }"), start, ":3: 'HIDDEN': this host does not model"},
-      {described, description("GROUP A { INCLUDE VPbase; }"), start, "'INCLUDE': this host does not model"},
-      {described, description("DEFAULT 1;"), start, "'DEFAULT': this host does not model"},
       {described, description(crowd), start, "at most 10000 parameters"},
   };
   Console console;
@@ -202,25 +164,6 @@ TEST(EffectRegistration, IsOfAnEffectWithItsDescriptionOrOfNothing) {
   EXPECT_FALSE(add(String())) << "a second effect of the same ID";
   g_resource.Free();
   EXPECT_FALSE(g_resource.Init(filenameOf(folder / "res"))) << "what was freed isn't read again";
-}
-
-TEST(DescriptionFile, AddsItsGroupsToThoseThatItIncludes) {
-  TemporaryFolder folder;
-  install(folder, firstProbe());
-  Console console;
-  Application application(folder.path(), console);
-  application.loadPlugin(folder.path());
-  AutoAlloc<Description> description;
-  ASSERT_TRUE(description->LoadDescription("VPprobe"));
-  BaseContainer unused;
-  for (const auto& [id, name] : std::vector<std::pair<Int32, std::string>>{
-           {3001, "Plain"}, {3002, "Before"}, {3003, "PROBE_NAMELESS"}, {ID_VIDEOPOSTPROPERTIES, "Properties"}}) {
-    const DescID address = DescID::Create(DescLevel(id, DTYPE_GROUP, 0));
-    const BaseContainer* group = description->GetParameter(address, unused, nullptr);
-    ASSERT_NE(group, nullptr) << name;
-    EXPECT_EQ(toUtf8(group->GetString(DESC_NAME)), name);
-    EXPECT_EQ(group->GetInt32(DESC_ANIMATE, NOTOK), DESC_ANIMATE_OFF) << name;
-  }
 }
 
 }  // namespace

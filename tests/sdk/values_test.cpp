@@ -2,16 +2,20 @@
 
 #include <sstream>
 #include <tuple>
+#include <vector>
 
 #include "api/application.h"
 #include "c4d.h"
 #include "core/atom.h"
 #include "core/text.h"
+#include "temporary_folder.h"
 #include "vpbase.h"
 
 namespace cinema {
 namespace {
 
+using quillmere::host::filenameOf;
+using quillmere::host::fromUtf8;
 using quillmere::host::toUtf8;
 
 TEST(Container, KeepsTheOrderOfFirstSettingAndReplacesInPlace) {
@@ -185,6 +189,120 @@ TEST(Describing, AParameterNeedsAnAddressAndAGroupThatIsThere) {
   EXPECT_EQ(description->GetParameter(address(1, 0), unused, nullptr)->GetInt32(DESC_MIN), 4);
   EXPECT_FALSE(description->LoadDescription("VPunknown"));
   EXPECT_EQ(description->GetParameter(group, unused, nullptr), nullptr);
+}
+
+TEST(Text, Utf8GoesThroughUnchangedAndEachOffendingByteBecomesOneMark) {
+  const auto marks = [](int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += "\xEF\xBF\xBD";
+    return text;
+  };
+  const struct {
+    const char* given;
+    std::string kept;
+  } rows[] = {
+      {"", ""},
+      {"plain", "plain"},
+      {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xA8", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x8E\xA8"},
+      {"a\xFFz", "a" + marks(1) + "z"},
+      {"cut \xE2\x82", "cut " + marks(2)},
+      {"\xE2\x82z", marks(2) + "z"},
+      {"\xC0\xAF", marks(2)},                                            // overlong
+      {"\xE0\x80\xAF", marks(3)},                                        // overlong
+      {"\xED\xA0\x80", marks(3)},                                        // surrogate
+      {"\xF4\x90\x80\x80", marks(4)},                                    // above U+10FFFF
+      {"\xF4\x8F\xBF\xBF\xEF\xBF\xBF", "\xF4\x8F\xBF\xBF\xEF\xBF\xBF"},  // the last ones there are
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.given);
+    for (const STRINGENCODING encoding : {STRINGENCODING::XBIT, STRINGENCODING::UTF8}) {
+      const String text(row.given, encoding);
+      EXPECT_EQ(text.GetCStringLen(encoding), static_cast<Int32>(row.kept.size()));
+      EXPECT_EQ(toUtf8(text), row.kept);
+    }
+  }
+  const std::string withNul("a\0b", 3);
+  EXPECT_EQ(toUtf8(fromUtf8(withNul)), withNul);
+  EXPECT_EQ(toUtf8(String("\xC3\xA4z", STRINGENCODING::BIT7)), "?z");
+}
+
+TEST(Text, ACopyIntoABufferIsCutButAlwaysEnded) {
+  const String text("four");
+  for (const auto& [room, expected] :
+       std::vector<std::pair<Int, std::string>>{{9, "four"}, {5, "four"}, {4, "fou"}, {1, ""}}) {
+    SCOPED_TRACE(room);
+    char buffer[16] = "~~~~~~~~~~~~~~~";
+    EXPECT_EQ(text.GetCString(buffer, room), 4);
+    EXPECT_EQ(buffer, expected);
+    EXPECT_EQ(buffer[room], '~');
+  }
+  char untouched = '~';
+  text.GetCString(&untouched, 0);
+  EXPECT_EQ(untouched, '~');
+  Char* copy = text.GetCStringCopy();
+  EXPECT_STREQ(copy, "four");
+  DeleteMem(copy);
+  EXPECT_EQ(copy, nullptr);
+  EXPECT_EQ(String().GetCStringCopy(), nullptr);
+}
+
+TEST(Text, PiecesJoinAndCompareByCodePoint) {
+  String text = "x" + String("y") + "z" + String("\xC3\xA4"_s);
+  text += text;
+  EXPECT_EQ(text, "xyz\xC3\xA4xyz\xC3\xA4");
+  EXPECT_TRUE(String("Z") < String("a") && String("a") < "\xC3\xA4" && "\xEF\xBF\xBF" < String("\xF0\x90\x80\x80"));
+  EXPECT_TRUE(String("A") != "a" && "a" != String("A") && String() == "" && String(nullptr).IsEmpty());
+  String moved = std::move(text);
+  text = moved;
+  EXPECT_EQ(text, moved);
+  EXPECT_EQ(&"same"_s, &"same"_s);
+  EXPECT_EQ(String::IntToString(0) + " " + String::IntToString(INT64_MIN), "0 -9223372036854775808");
+}
+
+std::string text(const Filename& name) {
+  return toUtf8(name.GetString());
+}
+
+TEST(FilenameJoining, OnlyTheLastComponentIsAppendedSoNothingLeavesItsFolder) {
+  const struct {
+    const char *left, *right, *joined;
+  } rows[] = {
+      {"/base", "a", "/base/a"},       {"/base/", "a/", "/base/a"},  {"/base", "a/b", "/base/b"},
+      {"/base", "/etc/x", "/base/x"},  {"/base", "../x", "/base/x"}, {"/base", "..", "/base"},
+      {"/base", "x/..", "/base"},      {"/base", ".", "/base"},      {"/base", "", "/base"},
+      {"/base", "/", "/base"},         {"", "a/b", "a/b"},           {"/", "a", "/a"},
+      {"rel", "a.json", "rel/a.json"}, {"/base", "x.", "/base/x."},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(std::string(row.left) + " + " + row.right);
+    EXPECT_EQ(text(Filename(row.left) + row.right), row.joined);
+    Filename name(row.left);
+    name += String(row.right);
+    EXPECT_EQ(text(name), row.joined);
+  }
+}
+
+TEST(FileSystem, ExistenceIsAskedForFilesAndFoldersApart) {
+  const TemporaryFolder folder;
+  const Filename file = filenameOf(folder.write("f", "x"));
+  EXPECT_TRUE(GeFExist(file) && !GeFExist(file, true));
+  EXPECT_TRUE(GeFExist(filenameOf(folder.path()), true) && !GeFExist(filenameOf(folder.path())));
+  EXPECT_FALSE(GeFExist(Filename()) || GeFExist(Filename(), true) || GeFExist(file + "none"));
+  EXPECT_FALSE(GeFExist(Filename(fromUtf8(folder.path().string() + "/f" + std::string("\0more", 5)))));
+}
+
+TEST(FileSystem, FoldersAreMadeWithTheirParents) {
+  const TemporaryFolder folder;
+  folder.write("file", "x");
+  for (const auto& [name, made] : std::vector<std::pair<std::string, bool>>{
+           {"/a", true}, {"/b/c", true}, {"/file", false}, {"/file/x", false}, {"/" + std::string(300, 'n'), false}}) {
+    const Filename path(fromUtf8(folder.path().string() + name));
+    EXPECT_EQ(GeFCreateDirRec(path), made) << name;
+    EXPECT_EQ(GeFExist(path, true), made) << name;
+    EXPECT_EQ(GeFCreateDirRec(path), made) << name << " a second time";
+  }
+  for (const Filename& name : {Filename(), Filename("bare"), Filename("missing/below")})
+    EXPECT_FALSE(GeFCreateDirRec(name));
 }
 
 }  // namespace
