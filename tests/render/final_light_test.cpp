@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <glm/gtc/matrix_transform.hpp>
 
 #include "small_picture.h"
 
@@ -87,6 +89,48 @@ TEST(FinalLight, LampsReachAsFarAsTheirConeAndRange) {
       EXPECT_GT(bright, 0.2F);
     }
   }
+}
+
+// More than are weighed for a point, of unequal strengths and on both sides of the ground.
+TEST(FinalLight, ManyLampsGiveAsMuchLightAsOneOfTheirStrength) {
+  const auto lit = [](int lamps) {
+    auto scene = greyGround();
+    for (int i = 0; i < lamps; ++i) {
+      scene->now.lights.push_back(lamp(scene::Light::Kind::Point, {0.4F, 1.2F, 0}, {0, -1, 0}));
+      scene->now.lights.back().color *= 2.0F * static_cast<float>(i + 1) / static_cast<float>(lamps * (lamps + 1));
+    }
+    for (int i = 0; i < lamps / 8; ++i) {
+      scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, 1, 0}));
+      scene->now.lights.back().color *= 1e-3F;
+    }
+    return plan(scene);
+  };
+  const image::Image one = lit(1), many = lit(40);
+  for (const glm::vec2 place : {glm::vec2(0.4F, 0), glm::vec2(-1.5F, 1), glm::vec2(1, -1.5F)}) {
+    const float expected = brightness(lightAt(one, place.x, place.y));
+    EXPECT_NEAR(brightness(lightAt(many, place.x, place.y)), expected, 0.04F * expected);
+  }
+}
+
+TEST(FinalLight, EdgesOfFewSamplesAreNearThoseOfMany) {
+  auto scene = greyGround();
+  for (int i = 0; i < 12; ++i) {
+    const float turn = 0.5F * static_cast<float>(i);
+    scene->add(cube(0.02F), scene->addMaterial(unlit({1, 1, 1})),
+               glm::rotate(glm::mat4(1.0F), turn, glm::vec3(0, 1, 0)) * glm::scale(glm::mat4(1.0F), {150, 1, 1}));
+  }
+  Renderer renderer(scene);
+  renderer.pose(0.0);
+  const auto drawn = [&](int samples, std::uint32_t seed) {
+    return renderer.drawFinal(fromAbove(), kPlanSide, kPlanSide, {samples, seed});
+  };
+  const image::Image few = drawn(16, 1), many = drawn(512, 2);
+  double sum = 0.0;
+  for (int i = 0; i < kPlanSide * kPlanSide; ++i) {
+    const double off = few.row<float>(0)[3 * i] - many.row<float>(0)[3 * i];
+    sum += off * off;
+  }
+  EXPECT_LT(std::sqrt(sum / (kPlanSide * kPlanSide)), 0.012);
 }
 
 }  // namespace
