@@ -91,17 +91,13 @@ TEST(FinalLight, LampsReachAsFarAsTheirConeAndRange) {
   }
 }
 
-// More than are weighed for a point, of unequal strengths and on both sides of the ground.
+// More than are weighed for a point, of unequal strengths.
 TEST(FinalLight, ManyLampsGiveAsMuchLightAsOneOfTheirStrength) {
   const auto lit = [](int lamps) {
     auto scene = greyGround();
     for (int i = 0; i < lamps; ++i) {
       scene->now.lights.push_back(lamp(scene::Light::Kind::Point, {0.4F, 1.2F, 0}, {0, -1, 0}));
       scene->now.lights.back().color *= 2.0F * static_cast<float>(i + 1) / static_cast<float>(lamps * (lamps + 1));
-    }
-    for (int i = 0; i < lamps / 8; ++i) {
-      scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, 1, 0}));
-      scene->now.lights.back().color *= 1e-3F;
     }
     return plan(scene);
   };
@@ -124,13 +120,13 @@ TEST(FinalLight, EdgesOfFewSamplesAreNearThoseOfMany) {
   const auto drawn = [&](int samples, std::uint32_t seed) {
     return renderer.drawFinal(fromAbove(), kPlanSide, kPlanSide, {samples, seed});
   };
-  const image::Image few = drawn(16, 1), many = drawn(512, 2);
+  const image::Image few = drawn(16, 1), many = drawn(128, 2);
   double sum = 0.0;
   for (int i = 0; i < kPlanSide * kPlanSide; ++i) {
     const double off = few.row<float>(0)[3 * i] - many.row<float>(0)[3 * i];
     sum += off * off;
   }
-  EXPECT_LT(std::sqrt(sum / (kPlanSide * kPlanSide)), 0.012);
+  EXPECT_LT(std::sqrt(sum / (kPlanSide * kPlanSide)), 0.008);
 }
 
 }  // namespace
