@@ -1,30 +1,29 @@
-// How far final pictures are from what they would be without grain:
-//   grain SCENE.glb... [--reference N]
-// draws each scene through its first camera with 4, 16 and 64 samples of a pixel and with N (4096), and prints for each
-// the time, the root mean square error of the stored values, and the structural similarity (Z. Wang et al., Image
-// Quality Assessment, 2004; mean over windows of 8 x 8 of the luma).
-#include <algorithm>
-#include <chrono>
+// How far pictures are from one without grain:
+//   grain TRUTH PICTURE...
+// prints a line for each picture: the root mean square of what its stored values (0 to 1) are off by, and the
+// structural similarity (Z. Wang et al., Image Quality Assessment, 2004; mean over windows of 8 x 8 of the luma).
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
-#include <cstdlib>
 #include <exception>
 #include <string>
 #include <vector>
 
 #include "base/error.h"
-#include "render/renderer.h"
+#include "image/conversion.h"
+#include "image/file_formats.h"
 
 namespace quillmere {
 namespace {
 
-constexpr int kWidth = 320, kHeight = 180;
-
 double rootMeanSquare(const image::Image& a, const image::Image& b) {
-  const float *x = a.row<float>(0), *y = b.row<float>(0);
   double sum = 0.0;
-  for (int i = 0; i < 3 * kWidth * kHeight; ++i) sum += (double{x[i]} - y[i]) * (double{x[i]} - y[i]);
-  return std::sqrt(sum / (3 * kWidth * kHeight));
+  const int values = 3 * a.width();
+  for (int y = 0; y < a.height(); ++y) {
+    const float *x = a.row<float>(y), *other = b.row<float>(y);
+    for (int i = 0; i < values; ++i) sum += (double{x[i]} - other[i]) * (double{x[i]} - other[i]);
+  }
+  return std::sqrt(sum / values / a.height());
 }
 
 double luma(const image::Image& picture, int x, int y) {
@@ -50,50 +49,24 @@ double similarity(const image::Image& a, const image::Image& b, int left, int to
 double structuralSimilarity(const image::Image& a, const image::Image& b) {
   double sum = 0.0;
   int windows = 0;
-  for (int top = 0; top + 8 <= kHeight; top += 4) {
-    for (int left = 0; left + 8 <= kWidth; left += 4, ++windows) sum += similarity(a, b, left, top);
+  for (int top = 0; top + 8 <= a.height(); top += 4) {
+    for (int left = 0; left + 8 <= a.width(); left += 4, ++windows) sum += similarity(a, b, left, top);
   }
   return sum / windows;
 }
 
-void measure(const std::string& file, int reference) {
-  render::Renderer renderer(scene::load(file));
-  renderer.pose(0.0);
-  if (renderer.snapshot().cameras.empty()) throw Error("'" + file + "' has no camera; add one");
-  const scene::Camera camera = renderer.snapshot().cameras.front();
-  const auto drawn = [&](int samples, std::uint32_t seed) {
-    render::FinalSettings settings;
-    settings.samples = samples;
-    settings.seed = seed;
-    return renderer.drawFinal(camera, kWidth, kHeight, settings);
-  };
-  const image::Image truth = drawn(reference, 2);
-  std::printf("%s\n", file.c_str());
-  for (const int samples : {4, 16, 64}) {
-    const auto begun = std::chrono::steady_clock::now();
-    const image::Image picture = drawn(samples, 1);
-    const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begun;
-    std::printf("  %3d samples  %7.3f s  RMSE %.5f  SSIM %.4f\n", samples, taken.count(),
-                rootMeanSquare(picture, truth), structuralSimilarity(picture, truth));
-  }
+image::Image pictureIn(const std::string& file) {
+  return image::withChannels(image::convert(image::read(file), image::Sample::Float), 3);
 }
 
-int run(const std::vector<std::string>& arguments) {
-  int reference = 4096;
-  std::vector<std::string> scenes;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    if (arguments[i] == "--reference" && i + 1 < arguments.size()) {
-      reference = std::max(1, std::atoi(arguments[++i].c_str()));
-    } else {
-      scenes.push_back(arguments[i]);
+void measure(const std::string& truthFile, const std::vector<std::string>& files) {
+  const image::Image truth = pictureIn(truthFile);
+  for (const std::string& file : files) {
+    const image::Image picture = pictureIn(file);
+    if (picture.width() != truth.width() || picture.height() != truth.height()) {
+      throw Error("'" + file + "' has another size than '" + truthFile + "'; draw both alike");
     }
-  }
-  try {
-    for (const std::string& scene : scenes) measure(scene, reference);
-    return 0;
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "grain: %s\n", error.what());
-    return 1;
+    std::printf("%.6f %.5f\n", rootMeanSquare(picture, truth), structuralSimilarity(picture, truth));
   }
 }
 
@@ -101,5 +74,15 @@ int run(const std::vector<std::string>& arguments) {
 }  // namespace quillmere
 
 int main(int count, char** arguments) {
-  return quillmere::run({arguments + 1, arguments + count});
+  if (count < 3) {
+    std::fprintf(stderr, "usage: grain TRUTH PICTURE...\n");
+    return 2;
+  }
+  try {
+    quillmere::measure(arguments[1], {arguments + 2, arguments + count});
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "grain: %s\n", error.what());
+    return 1;
+  }
 }

@@ -32,6 +32,7 @@ std::uint32_t alongCurve(glm::uvec2 pixel) {
 }  // namespace
 
 RaySet PixelBlock::raysBeside(int ray) const {
+  if (side == Side::One) return setOf(ray);  // each is a sample of its own
   const int share = raysPerPixel();
   return (setOf(share) - 1) << (ray & ~(share - 1));
 }
@@ -40,13 +41,19 @@ PixelSampling PixelSampling::scattered(int samples, std::uint32_t seed) {
   return {PixelBlock::Side::Four, std::max(1, samples), 0.5F, mixed(seed)};
 }
 
+PixelSampling PixelSampling::single(int samples, std::uint32_t seed) {
+  return {PixelBlock::Side::One, std::max(1, (samples + kRays - 1) / kRays), 0.5F, mixed(mixed(seed) + 1)};
+}
+
 // What is too far along the curve for a number of 32 bits has the samples of pixels at least 1024 away.
 PerRay<std::uint32_t> PixelSampling::firstSamples(const PixelBlock& pixels) const {
   PerRay<std::uint32_t> firsts{};
-  const auto bits = static_cast<int>(std::bit_width(static_cast<std::uint32_t>(passes - 1)));
+  const bool single = block == PixelBlock::Side::One;
+  const auto bits =
+      static_cast<int>(std::bit_width(static_cast<std::uint32_t>((single ? kRays * passes : passes) - 1)));
   for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
     const glm::uvec2 pixel(pixels.pixelOf(ray));
-    firsts[ray] = alongCurve(pixel) << bits;
+    firsts[ray] = (alongCurve(pixel) << bits) + (single ? static_cast<std::uint32_t>(ray * passes) : 0U);
   }
   return firsts;
 }

@@ -25,7 +25,7 @@ struct PictureRequest {
 
 // A square of pixels that the sixteen rays of a packet are dealt out to in equal shares, row by row.
 struct PixelBlock {
-  enum class Side { Two = 1, Four = 2 };  // binary logarithm of the pixels each way
+  enum class Side { One = 0, Two = 1, Four = 2 };  // binary logarithm of the pixels each way
 
   Side side;
   int left, top;
@@ -50,6 +50,9 @@ struct PixelSampling {
   // pixel is made up for by those beside it (A. Ahmed, P. Wonka, Screen-Space Blue-Noise Diffusion of Monte Carlo
   // Sampling Error via Hierarchical Ordering of Pixels, 2020).
   static PixelSampling scattered(int samples, std::uint32_t seed);
+
+  // As many samples of single pixels, sixteen in a pass: another sequence than that of the same seed above.
+  static PixelSampling single(int samples, std::uint32_t seed);
 
   PixelBlock::Side block;
   int passes;
@@ -132,14 +135,22 @@ struct Tile {
 // says true.
 Outcome drawTiles(const PictureRequest& request, int side, const std::function<void(Tile)>& draw);
 
+// Follows the rays of a block through all layers, in one pass, and adds what they bring to `sums`.
+template <Shader Shading>
+void drawPass(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
+              const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, const Shading& shader,
+              PerRay<typename Shading::Sum>& sums) {
+  LayerTrace trace(request, camera, sampling, block, firsts, pass);
+  while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
+}
+
 template <Shader Shading>
 void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
                const PixelBlock& block, const Shading& shader) {
   const PerRay<std::uint32_t> firsts = sampling.firstSamples(block);
   PerRay<typename Shading::Sum> sums{};
   for (int pass = 0; pass < sampling.passes; ++pass) {
-    LayerTrace trace(request, camera, sampling, block, firsts, pass);
-    while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
+    drawPass(request, camera, sampling, block, firsts, pass, shader, sums);
   }
   const int perPixel = block.raysPerPixel();
   for (int ray = 0; ray < kRays; ray += perPixel) {

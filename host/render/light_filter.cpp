@@ -32,6 +32,12 @@ struct Light {
   float chalkError, mirrorError;
 };
 
+// Near exp(-x), and nothing from 8 on: six rounded products are what a pixel's hundreds of weights can afford.
+float falloff(float x) {
+  const float root = std::max(0.0F, 1.0F - 0.125F * x), square = root * root, fourth = square * square;
+  return fourth * fourth;
+}
+
 class GrainFilter {
  public:
   GrainFilter(LitPicture& picture, int threads, const std::function<bool()>& stop)
@@ -111,10 +117,9 @@ class GrainFilter {
     }
   }
 
-  float likeness(const Feature& here, const Feature& there, float distance) const {
+  static float unlikeness(const Feature& here, const Feature& there, float depthScale) {
     const float cosine = std::max(0.0F, glm::dot(here.normal, there.normal));
-    const float depth = std::abs(here.depth - there.depth) / (kDepthSlack * here.slope * distance);
-    return std::exp(-depth - kNormalPower * (1.0F - cosine));
+    return std::abs(here.depth - there.depth) * depthScale + kNormalPower * (1.0F - cosine);
   }
 
   Light smoothed(int x, int y, int step) const {
@@ -122,6 +127,7 @@ class GrainFilter {
     const Light& middle = from_[index(x, y)];
     const float chalk = luminance(middle.chalk), mirror = luminance(middle.mirror);
     const glm::vec2 scale = 1.0F / (kErrors * glm::sqrt(errorAround(x, y)) + 1e-5F);
+    const float depthScale = 1.0F / (kDepthSlack * here.slope * static_cast<float>(step));
     Light sum{glm::vec3(0.0F), glm::vec3(0.0F), 0.0F, 0.0F};
     glm::vec3 chalks(0.0F);
     float chalkWeights = 0.0F, mirrors = 0.0F;
@@ -134,15 +140,16 @@ class GrainFilter {
         const LitPixel& pixel = picture_.at(place, line);
         if (pixel.lit <= 0.0F) continue;
         const Light& light = from_[index(place, line)];
-        float weight = kKernel[static_cast<std::size_t>(std::abs(row))] *
-                       kKernel[static_cast<std::size_t>(std::abs(column))] * pixel.lit;
+        const float weight = kKernel[static_cast<std::size_t>(std::abs(row))] *
+                             kKernel[static_cast<std::size_t>(std::abs(column))] * pixel.lit;
+        float unlike = 0.0F;
         if (row != 0 || column != 0) {
-          const auto distance = static_cast<float>(step * std::max(std::abs(row), std::abs(column)));
-          weight *= likeness(here, features_[index(place, line)], distance);
-          if (weight < 1e-5F) continue;
+          const auto distance = static_cast<float>(std::max(std::abs(row), std::abs(column)));
+          unlike = unlikeness(here, features_[index(place, line)], depthScale / distance);
+          if (unlike > 8.0F) continue;
         }
-        const float chalkWeight = weight * std::exp(-std::abs(luminance(light.chalk) - chalk) * scale.x);
-        const float mirrorWeight = weight * std::exp(-std::abs(luminance(light.mirror) - mirror) * scale.y);
+        const float chalkWeight = weight * falloff(unlike + std::abs(luminance(light.chalk) - chalk) * scale.x);
+        const float mirrorWeight = weight * falloff(unlike + std::abs(luminance(light.mirror) - mirror) * scale.y);
         const glm::vec3 known = chalkWeight * (pixel.albedo + kLeastAlbedo);  // black tells nothing of its light
         sum.chalk += known * light.chalk;
         chalks += known;
@@ -174,6 +181,25 @@ class GrainFilter {
 };
 
 }  // namespace
+
+LitPixel LitPixel::with(float samples, const LitPixel& other, float otherSamples) const {
+  const float share = samples / (samples + otherSamples), rest = 1.0F - share;
+  const auto mean = [&](const auto& mine, const auto& others) { return share * mine + rest * others; };
+  const auto error = [&](float mine, float others) { return share * share * mine + rest * rest * others; };
+  LitPixel both;
+  both.chalk = mean(chalk, other.chalk);
+  both.albedo = mean(albedo, other.albedo);
+  both.mirror = mean(mirror, other.mirror);
+  both.emission = mean(emission, other.emission);
+  both.own = mean(own, other.own);
+  both.lit = mean(lit, other.lit);
+  both.normal = normal + other.normal;
+  both.depth = both.lit > 0.0F ? mean(lit * depth, other.lit * other.depth) / both.lit : 0.0F;
+  both.chalkError = error(chalkError, other.chalkError);
+  both.mirrorError = error(mirrorError, other.mirrorError);
+  both.edgeError = error(edgeError, other.edgeError);
+  return both;
+}
 
 std::uintmax_t memoryToLight(std::size_t pixels) {
   return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(Feature) + 2 * sizeof(Light));

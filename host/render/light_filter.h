@@ -20,6 +20,11 @@ struct LitPixel {
   glm::vec3 normal{0.0F};    // of what is lit, not normalised
   float depth = 0.0F;        // of what is lit, metres
   float chalkError = 0.0F, mirrorError = 0.0F;  // variances of the luminance of chalk / albedo, and of mirror
+  float edgeError =
+      0.0F;  // variance of what the pixel would show under even light: of edges and textures, not of light
+
+  // What it and another one of the same pixel tell together, of so many samples each.
+  LitPixel with(float samples, const LitPixel& other, float otherSamples) const;
 };
 
 // A picture of them, row by row.

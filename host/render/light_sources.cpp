@@ -94,6 +94,15 @@ LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) cons
   return {towards, distance, light.color * (fading(light, squared) * coneShare(light, towards) / squared)};
 }
 
+LightSample LightSources::middle(int index, glm::vec3 at) const {
+  const scene::Light& light = lights_[static_cast<std::size_t>(index)];
+  if (light.kind == Kind::Directional) return {-light.direction, std::numeric_limits<float>::infinity(), light.color};
+  const glm::vec3 way = light.position - at;
+  const float squared = std::max(glm::dot(way, way), 1e-12F), distance = std::sqrt(squared);
+  const glm::vec3 towards = way / distance;
+  return {towards, distance, light.color * (fading(light, squared) * coneShare(light, towards) / squared)};
+}
+
 glm::vec3 LightSources::sky(glm::vec3 direction) const {
   return panorama_ ? panorama_->radiance(direction) : skyStrength_ * at(kRadiance, direction.y);
 }

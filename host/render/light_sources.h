@@ -39,6 +39,9 @@ class LightSources {
   // shadows have soft edges. Nothing arrives from one out of range or turned away.
   LightSample sample(int index, glm::vec3 at, glm::vec2 random) const;
 
+  // The same of its middle.
+  LightSample middle(int index, glm::vec3 at) const;
+
   // Scene radiance of the sky in a direction.
   glm::vec3 sky(glm::vec3 direction) const;
   // A stand-in for light that has bounced around more often than rays are followed.

@@ -1,6 +1,8 @@
 #include "light_transport.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <glm/gtc/constants.hpp>
 #include <limits>
 
@@ -10,7 +12,7 @@
 namespace quillmere::render {
 namespace {
 
-constexpr int kLampsPerPoint = 4;  // of a scene with more, that many are chosen by chance
+constexpr int kLampsWeighed = 16;  // for a point; of a scene with more, that many are chosen by chance
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 enum Purpose : std::uint32_t { kLamp = 100, kSurroundings = 200, kBounce = 300, kEmitter = 400 };
@@ -28,7 +30,8 @@ struct RandomNumbers {
 
   std::uint32_t sequence() const { return seed + 0x9e3779b9U * purpose; }
   glm::vec2 point(int ray) const { return samplePoint(numbers[ray], sequence()); }
-  float number(int ray) const { return samplePoint(numbers[ray], sequence() + 0x51ed270bU).x; }
+  glm::vec2 choice(int ray) const { return samplePoint(numbers[ray], sequence() + 0x51ed270bU); }
+  float number(int ray) const { return choice(ray).x; }
   std::uint32_t bits(int ray) const { return mixed(numbers[ray] ^ mixed(sequence())); }
 };
 
@@ -37,6 +40,14 @@ constexpr float kHighlight = 0.12F;
 
 void add(VectorPerRay& sums, int ray, glm::vec3 light) {
   sums.set(ray, sums[ray] + light);
+}
+
+float largest(glm::vec3 color) {
+  return std::max({color.x, color.y, color.z});
+}
+
+float luminance(glm::vec3 color) {
+  return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
 }
 
 // The weight of light found in one of two ways, of which either might have found it (E. Veach, Robust Monte Carlo
@@ -51,40 +62,25 @@ class LightTransport {
   LightTransport(const RayScene& scene, const LightSources& sources, const Emitters& emitters)
       : scene_(scene), sources_(sources), emitters_(emitters) {}
 
-  // Calls arrived(ray, towards, light) for each lamp that a point sees; `light` is what white that faces it sends back.
-  template <class Arrived>
-  void findLamps(const SurfacePoints& points, RaySet which, int lamps, RandomNumbers random,
-                 const Arrived& arrived) const {
-    const int count = std::min(lamps, sources_.count());
-    // One by chance out of each of `count` equal shares of all, which is every one where there are no more.
-    const float share = static_cast<float>(sources_.count()) / static_cast<float>(count);
-    for (int i = 0; i < count; ++i, ++random.purpose) {
-      PerRay<int> chosen{};
-      forEachRay(which, [&](int ray) {
-        const float place = (static_cast<float>(i) + random.number(ray)) * share;
-        chosen[ray] = std::min(static_cast<int>(place), sources_.count() - 1);
-      });
-      findOneLamp(points, which, chosen, random, share, arrived);
-    }
-  }
-
-  template <class Arrived>
-  void findOneLamp(const SurfacePoints& points, RaySet which, const PerRay<int>& lamps, RandomNumbers random,
-                   float weight, const Arrived& arrived) const {
+  // Calls arrived(ray, towards, light) for one lamp of all that each point sees, chosen by chance the more often the
+  // larger weigh(ray, towards, light) is, which is asked where there are several; `light` is what white that faces all
+  // lamps sends back, in the mean.
+  template <class Weigh, class Arrived>
+  void findLamp(const SurfacePoints& points, RaySet which, RandomNumbers random, const Weigh& weigh,
+                const Arrived& arrived) const {
+    if (sources_.count() == 0) return;
     RayPacket shadows;
-    VectorPerRay arriving, towards;
+    PerRay<LightSample> lamps;
     forEachRay(which, [&](int ray) {
-      const LightSample light = sources_.sample(lamps[ray], points.position[ray], random.point(ray));
-      if (glm::dot(points.normal[ray], light.direction) <= 0.0F) return;
-      if (glm::dot(points.faceNormal[ray], light.direction) <= 0.0F) return;
-      const glm::vec3 share = light.arriving * weight;
-      if (std::max({share.x, share.y, share.z}) <= 0.0F) return;
-      arriving.set(ray, share);
-      towards.set(ray, light.direction);
-      shadows.start(ray, points.leaving(ray), light.direction, 0.0F, light.distance * 0.9999F, random.bits(ray));
+      lamps[ray] =
+          sources_.count() == 1 ? lampAt(points, ray, 0, random.point(ray)) : chosenLamp(points, ray, random, weigh);
+      if (largest(lamps[ray].arriving) <= 0.0F) return;
+      shadows.start(ray, points.leaving(ray), lamps[ray].direction, 0.0F, lamps[ray].distance * 0.9999F,
+                    random.bits(ray));
     });
     if (shadows.active() == 0) return;
-    forEachRay(shadows.findUnblocked(scene_), [&](int ray) { arrived(ray, towards[ray], arriving[ray]); });
+    forEachRay(shadows.findUnblocked(scene_),
+               [&](int ray) { arrived(ray, lamps[ray].direction, lamps[ray].arriving); });
   }
 
   // Calls arrived(ray, towards, light, density) for a place on an emitter that each point sees.
@@ -118,10 +114,13 @@ class LightTransport {
       bounces.resolve(ray, scene_, hit, rays.direction(ray), 0.1F * hit.distance);
     });
     VectorPerRay secondary{}, light;
-    findLamps(bounces, bounced, 1, {random.numbers, random.seed, kBounce},
-              [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
-                add(secondary, ray, arriving * std::max(0.0F, glm::dot(bounces.normal[ray], towards)));
-              });
+    const auto sent = [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
+      return arriving * std::max(0.0F, glm::dot(bounces.normal[ray], towards));
+    };
+    findLamp(
+        bounces, bounced, {random.numbers, random.seed, kBounce},
+        [&](int ray, glm::vec3 towards, glm::vec3 arriving) { return luminance(sent(ray, towards, arriving)); },
+        [&](int ray, glm::vec3 towards, glm::vec3 arriving) { secondary.set(ray, sent(ray, towards, arriving)); });
     forEachRay(bounced, [&](int ray) {
       const float other = emitters_.density(bounces, ray, rays.direction(ray), rays.hit(ray).distance);
       const glm::vec3 emitted = sources_.stops() * balance(densities[ray], other) * bounces.emission[ray];
@@ -149,6 +148,39 @@ class LightTransport {
   }
 
  private:
+  // A place on a lamp, dark where the point faces away from it.
+  LightSample lampAt(const SurfacePoints& points, int ray, int lamp, glm::vec2 random) const {
+    LightSample light = sources_.sample(lamp, points.position[ray], random);
+    const bool faces = glm::dot(points.normal[ray], light.direction) > 0.0F &&
+                       glm::dot(points.faceNormal[ray], light.direction) > 0.0F;
+    if (!faces) light.arriving = glm::vec3(0.0F);
+    return light;
+  }
+
+  template <class Weigh>
+  LightSample chosenLamp(const SurfacePoints& points, int ray, RandomNumbers random, const Weigh& weigh) const {
+    const int count = std::min(sources_.count(), kLampsWeighed);
+    // One by chance out of each of `count` equal shares of all, which is every one where there are no more.
+    const float share = static_cast<float>(sources_.count()) / static_cast<float>(count);
+    const glm::vec2 choice = random.choice(ray);
+    const auto lampIn = [&](int part) {
+      return std::min(static_cast<int>((static_cast<float>(part) + choice.y) * share), sources_.count() - 1);
+    };
+    std::array<float, kLampsWeighed> sums;  // of weights up to and with each
+    float sum = 0.0F;
+    for (int i = 0; i < count; ++i) {
+      const LightSample light = sources_.middle(lampIn(i), points.position[ray]);
+      if (largest(light.arriving) > 0.0F) sum += std::max(0.0F, weigh(ray, light.direction, light.arriving));
+      sums[static_cast<std::size_t>(i)] = sum;
+    }
+    if (!std::isnormal(sum)) return {glm::vec3(0.0F), 0.0F, glm::vec3(0.0F)};
+    const auto found = std::upper_bound(sums.begin(), sums.begin() + count - 1, choice.x * sum);
+    const float weight = *found - (found == sums.begin() ? 0.0F : *(found - 1));
+    LightSample chosen = lampAt(points, ray, lampIn(static_cast<int>(found - sums.begin())), random.point(ray));
+    chosen.arriving *= weight > 0.0F ? share * sum / weight : 0.0F;
+    return chosen;
+  }
+
   const RayScene& scene_;
   const LightSources& sources_;
   const Emitters& emitters_;
@@ -162,18 +194,23 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
   SentLight light{};
   PerRay<Reflection> reflections;
   forEachRay(which, [&](int ray) { reflections[ray] = Reflection(points, ray, -glm::normalize(directions[ray])); });
-  const auto reflection = [&](int ray) -> const Reflection& { return reflections[ray]; };
   const auto send = [&](int ray, const Reflection::Sent& sent, glm::vec3 arriving) {
     add(light.chalk, ray, sent.chalk * arriving);
     add(light.mirror, ray, sent.mirror * arriving);
   };
-  transport.findLamps(points, which, kLampsPerPoint, {numbers, seed, kLamp},
-                      [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
-                        send(ray, reflection(ray).sent(towards, kHighlight), arriving);
-                      });
+  transport.findLamp(
+      points, which, {numbers, seed, kLamp},
+      [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
+        const float chalk = luminance(arriving) * std::max(0.0F, glm::dot(points.normal[ray], towards));
+        if (!reflections[ray].shines()) return chalk;
+        return chalk + luminance(arriving * reflections[ray].sent(towards, kHighlight).mirror);
+      },
+      [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
+        send(ray, reflections[ray].sent(towards, kHighlight), arriving);
+      });
   transport.findEmitters(points, which, {numbers, seed, kEmitter},
                          [&](int ray, glm::vec3 towards, glm::vec3 radiance, float density) {
-                           const Reflection& here = reflection(ray);
+                           const Reflection& here = reflections[ray];
                            const float weight = balance(density, here.density(towards)) / (density * glm::pi<float>());
                            send(ray, here.sent(towards, 0.0F), radiance * weight);
                          });
@@ -182,7 +219,7 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
   RayPacket rays;
   PerRay<float> densities;
   forEachRay(which, [&](int ray) {
-    const Reflection& here = reflection(ray);
+    const Reflection& here = reflections[ray];
     const glm::vec3 towards = above(here.chosen(random.point(ray), random.number(ray)), points.faceNormal[ray]);
     densities[ray] = here.density(towards);
     if (!(densities[ray] > 1e-6F)) return;
@@ -192,7 +229,7 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
   const VectorPerRay arriving = transport.surroundings(rays, densities, random);
   forEachRay(rays.active(), [&](int ray) {
     const float weight = points.finish[ray].occlusion / (densities[ray] * glm::pi<float>());
-    send(ray, reflection(ray).sent(rays.direction(ray), 0.0F), arriving[ray] * weight);
+    send(ray, reflections[ray].sent(rays.direction(ray), 0.0F), arriving[ray] * weight);
   });
   return light;
 }

@@ -69,10 +69,10 @@ glm::vec3 Reflection::facet(glm::vec2 random) const {
   const Across axes = across(normal_);
   const glm::vec3 local(glm::dot(axes.u, viewer_), glm::dot(axes.v, viewer_), cosine_);
   const glm::vec3 stretched = glm::normalize(glm::vec3(local.x * alpha_, local.y * alpha_, local.z));
-  const float angle = glm::two_pi<float>() * random.x;
+  const glm::vec2 around = onCircle(random.x);
   const float height = (1.0F - random.y) * (1.0F + stretched.z) - stretched.z;
   const float width = std::sqrt(std::clamp(1.0F - height * height, 0.0F, 1.0F));
-  const glm::vec3 cap = glm::vec3(width * std::cos(angle), width * std::sin(angle), height) + stretched;
+  const glm::vec3 cap = glm::vec3(width * around, height) + stretched;
   const glm::vec3 facet = glm::normalize(glm::vec3(cap.x * alpha_, cap.y * alpha_, std::max(cap.z, 1e-6F)));
   return axes.u * facet.x + axes.v * facet.y + normal_ * facet.z;
 }

@@ -20,6 +20,9 @@ class Reflection {
     return points.color[at] * (1.0F - points.finish[at].metallic);
   }
 
+  // Whether the coat mirrors so much that directions are chosen for it.
+  bool shines() const { return mirrorShare_ > 0.0F; }
+
   // What light from a direction becomes, when `arriving` is what a white surface that faces it sends back.
   struct Sent {
     float chalk;       // of white chalk, in shares of the light

@@ -9,6 +9,7 @@
 #include "base/memory.h"
 #include "base/parallel.h"
 #include "color_encoding.h"
+#include "edge_samples.h"
 #include "exposure.h"
 #include "layer_loop.h"
 #include "light_filter.h"
@@ -104,7 +105,9 @@ image::Image Renderer::drawFinal(const scene::Camera& through, int width, int he
   LitPicture lit(width, height);
   const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
   const PixelSampling sampling = PixelSampling::scattered(settings.samples, settings.seed);
-  Outcome outcome = drawPicture(request, sampling, FinalShader(*scene_, sources, lit));
+  const FinalShader shader(*scene_, sources, lit);
+  Outcome outcome = drawPicture(request, sampling, shader);
+  if (outcome == Outcome::Complete) outcome = sampleEdges(request, sampling.passes, settings.seed, shader, lit);
   if (outcome == Outcome::Complete) outcome = smoothGrain(lit, request.threads, stop);
   if (outcome == Outcome::Complete) develop(lit, picture);
   return ifComplete(outcome, std::move(picture));

@@ -68,10 +68,21 @@ inline Across across(glm::vec3 n) {
   return {{1.0F + sign * n.x * n.x * a, sign * b, -sign * n.x}, {b, sign + n.y * n.y * a, -n.y}};
 }
 
+// Cosine and sine of a share of a turn, 0-1, to six digits: by polynomials, as directions are made for every ray.
+inline glm::vec2 onCircle(float turn) {
+  const float quarters = 4.0F * turn;
+  const int quarter = static_cast<int>(quarters);
+  const float angle = (quarters - static_cast<float>(quarter) - 0.5F) * glm::half_pi<float>(), square = angle * angle;
+  const float sine = angle * (1.0F - square * (1.0F / 6 - square * (1.0F / 120 - square * (1.0F / 5040))));
+  const float cosine = 1.0F - square * (0.5F - square * (1.0F / 24 - square * (1.0F / 720 - square * (1.0F / 40320))));
+  const glm::vec2 middle = glm::vec2(cosine - sine, cosine + sine) * glm::one_over_root_two<float>();
+  const glm::vec2 turned = (quarter & 1) != 0 ? glm::vec2(-middle.y, middle.x) : middle;
+  return (quarter & 2) != 0 ? -turned : turned;
+}
+
 // A point of the unit disc, evenly spread.
 inline glm::vec2 onDisc(glm::vec2 sample) {
-  const float angle = glm::two_pi<float>() * sample.y;
-  return std::sqrt(sample.x) * glm::vec2(std::cos(angle), std::sin(angle));
+  return std::sqrt(sample.x) * onCircle(sample.y);
 }
 
 // A direction around `normal`, denser near it as its cosine.

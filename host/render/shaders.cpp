@@ -23,9 +23,36 @@ float luminance(glm::vec3 color) {
   return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
 }
 
+// Near what the display's values are.
+float shown(glm::vec3 light) {
+  return std::sqrt(std::min(1.0F, std::max(0.0F, luminance(light))));
+}
+
+// How bright a surface shows under light that comes mostly from one side.
+float underEvenLight(const SurfacePoints& points, int at) {
+  constexpr glm::vec3 kSide(0.27F, 0.36F, 0.22F);
+  return shown((0.5F + glm::dot(points.normal[at], kSide)) * points.color[at] + points.emission[at]);
+}
+
 // As much of a light as the display can show, in its own hue.
 glm::vec3 displayed(glm::vec3 light) {
   return light / std::max({1.0F, light.x, light.y, light.z});
+}
+
+LitPixel meanOf(const FinalShader::Sum& sum, float samples) {
+  LitPixel pixel;
+  pixel.chalk = sum.chalk / samples;
+  pixel.albedo = sum.albedo / samples;
+  pixel.mirror = sum.mirror / samples;
+  pixel.emission = sum.emission / samples;
+  pixel.own = sum.own / samples;
+  pixel.lit = sum.lit / samples;
+  pixel.normal = sum.normal;
+  pixel.depth = sum.lit > 0.0F ? sum.depth / sum.lit : 0.0F;
+  pixel.chalkError = sum.chalkLight.error(samples);
+  pixel.mirrorError = sum.mirrorLight.error(samples);
+  pixel.edgeError = samples > 1.0F ? sum.evenLight.error(samples) : 0.0F;
+  return pixel;
 }
 
 }  // namespace
@@ -97,6 +124,7 @@ FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
   depth += other.depth;
   chalkLight += other.chalkLight;
   mirrorLight += other.mirrorLight;
+  evenLight += other.evenLight;
   return *this;
 }
 
@@ -106,6 +134,7 @@ FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, Lit
 RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   forEachRay(layer.missed, [&](int ray) {
     const Backdrop backdrop = sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
+    sums[ray].evenLight.add(layer.weight[ray] * shown(backdrop.light));
     if (backdrop.holds == Backdrop::Holds::Display) {
       sums[ray].own += layer.weight[ray] * backdrop.light;
       return;
@@ -120,6 +149,7 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   forEachRay(layer.met, [&](int ray) {
     const int at = layer.pointOf[ray];
     const float weight = layer.weight[ray];
+    sums[ray].evenLight.add(weight * underEvenLight(layer.surface, at));
     if ((lit & setOf(at)) == 0) {
       sums[ray].own += weight * displayed(layer.surface.color[at] + layer.surface.emission[at]);
       return;
@@ -140,17 +170,12 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
 }
 
 void FinalShader::store(const Sum& sum, float samples, int x, int y) const {
+  picture_.at(x, y) = meanOf(sum, samples);
+}
+
+void FinalShader::addTo(const Sum& sum, float samples, float storedSamples, int x, int y) const {
   LitPixel& pixel = picture_.at(x, y);
-  pixel.chalk = sum.chalk / samples;
-  pixel.albedo = sum.albedo / samples;
-  pixel.mirror = sum.mirror / samples;
-  pixel.emission = sum.emission / samples;
-  pixel.own = sum.own / samples;
-  pixel.lit = sum.lit / samples;
-  pixel.normal = sum.normal;
-  pixel.depth = sum.lit > 0.0F ? sum.depth / sum.lit : 0.0F;
-  pixel.chalkError = sum.chalkLight.error(samples);
-  pixel.mirrorError = sum.mirrorLight.error(samples);
+  pixel = pixel.with(storedSamples, meanOf(sum, samples), samples);
 }
 
 glm::vec3 displayLight(const LitPixel& pixel) {

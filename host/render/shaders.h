@@ -58,7 +58,7 @@ class FinalShader {
 
     glm::vec3 chalk{0.0F}, albedo{0.0F}, mirror{0.0F}, emission{0.0F}, own{0.0F}, normal{0.0F};
     float lit = 0.0F, depth = 0.0F;
-    Moments chalkLight, mirrorLight;
+    Moments chalkLight, mirrorLight, evenLight;  // the last of what the display would show under even light
 
     Sum& operator+=(const Sum& other);
   };
@@ -66,6 +66,8 @@ class FinalShader {
   FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture);
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
   void store(const Sum& sum, float samples, int x, int y) const;
+  // Adds further samples to a pixel that is stored.
+  void addTo(const Sum& sum, float samples, float storedSamples, int x, int y) const;
 
  private:
   const RayScene& scene_;

@@ -5,6 +5,7 @@
 #include <functional>
 #include <stdexcept>
 
+#include "render/edge_samples.h"
 #include "render/geometry_cache.h"
 #include "render/layer_loop.h"
 #include "render/shaders.h"
@@ -52,7 +53,9 @@ TEST(Repeatability, ThePictureDependsOnTheSeedButNotOnTheNumberOfThreads) {
       drawPicture(request, PixelSampling::grid(), QuickShader(kView, picture));
     } else {
       LitPicture lit(kWidth, kHeight);
-      drawPicture(request, PixelSampling::scattered(5, 7), FinalShader(scene, sources, lit));
+      const FinalShader shader(scene, sources, lit);
+      drawPicture(request, PixelSampling::scattered(16, 7), shader);
+      sampleEdges(request, 16, 7, shader, lit);
       smoothGrain(lit, threads, {});
       for (int i = 0; i < kWidth * kHeight; ++i) {
         const glm::vec3 light = displayLight(lit.pixels[static_cast<std::size_t>(i)]);

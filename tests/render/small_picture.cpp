@@ -52,4 +52,24 @@ glm::vec3 lightAt(const image::Image& plan, float x, float z) {
   return lightAround(plan, place(x), place(z), 1);
 }
 
+std::shared_ptr<HandMadeScene> greyGround() {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
+  return scene;
+}
+
+image::Image plan(const std::shared_ptr<HandMadeScene>& scene) {
+  return picture(scene, fromAbove(), kPlanSide, kPlanSide, Kind::Final);
+}
+
+scene::Light lamp(scene::Light::Kind kind, glm::vec3 position, glm::vec3 direction) {
+  scene::Light light;
+  light.kind = kind;
+  light.innerCone = 0.3F;
+  light.outerCone = 0.5F;
+  light.position = position;
+  light.direction = glm::normalize(direction);
+  return light;
+}
+
 }  // namespace quillmere::render

@@ -1,5 +1,5 @@
 // What surfaces look like under the rules of glTF 2.0: what they give off, from which side they are seen, how they
-// reflect; and what lights them in final pictures.
+// reflect.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,26 +14,6 @@ namespace {
 
 glm::vec3 middleOf(const std::shared_ptr<HandMadeScene>& scene, Kind kind) {
   return lightAround(picture(scene, orthographic({0, 0, 5}, {0, 0, 0}, 1.0F), 16, 16, kind), 8, 8, 2);
-}
-
-std::shared_ptr<HandMadeScene> greyGround() {
-  auto scene = std::make_shared<HandMadeScene>();
-  scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
-  return scene;
-}
-
-image::Image plan(const std::shared_ptr<HandMadeScene>& scene) {
-  return picture(scene, fromAbove(), kPlanSide, kPlanSide, Kind::Final);
-}
-
-scene::Light lamp(scene::Light::Kind kind, glm::vec3 position, glm::vec3 direction) {
-  scene::Light light;
-  light.kind = kind;
-  light.innerCone = 0.3F;
-  light.outerCone = 0.5F;
-  light.position = position;
-  light.direction = glm::normalize(direction);
-  return light;
 }
 
 scene::Material glowing(glm::vec3 emission) {
@@ -295,54 +275,6 @@ TEST(Skies, EncloseAndLightASceneInTheirColour) {
     const glm::vec3 seen = lightAround(picture(scene, view, 16, 16, Kind::Final), 8, 8, 3);
     EXPECT_GT(seen.b, 1.1F * seen.r);
     EXPECT_GT(brightness(seen), 0.15F);
-  }
-}
-
-TEST(FinalLight, CornersAreDarkerThanOpenGround) {
-  auto scene = greyGround();
-  scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, -1, 0}));
-  scene->now.lights[0].color = glm::vec3(0.0F);  // the sky alone
-  const float open = brightness(lightAt(plan(scene), 0.7F, 0));
-  scene->add(cube(1), scene->addMaterial(colored({0, 0, 0})), moved(0, 0.5F, 0));
-  EXPECT_LT(brightness(lightAt(plan(scene), 0.6F, 0)), 0.75F * open);
-}
-
-TEST(FinalLight, UnlitSurfacesTakeNoLightAway) {
-  const image::Image bare = plan(greyGround());
-  auto domed = greyGround();
-  scene::Material sky = unlit({0.2F, 0.4F, 0.9F});
-  sky.doubleSided = true;
-  const int kind = domed->addMaterial(sky);
-  domed->add(cube(1), kind, moved(1.2F, 6, 1.2F));  // between sun and ground
-  const image::Image covered = plan(domed);
-  for (const glm::vec2 place : {glm::vec2(-1.5F, -1.5F), glm::vec2(-1.5F, 1), glm::vec2(0, -1)}) {
-    EXPECT_NEAR(brightness(lightAt(covered, place.x, place.y)), brightness(lightAt(bare, place.x, place.y)), 0.01F);
-  }
-}
-
-TEST(FinalLight, LampsReachAsFarAsTheirConeAndRange) {
-  struct Row {
-    const char* name;
-    scene::Light light;
-    float range;
-    glm::vec2 bright, dark;
-  };
-  const scene::Light aside = lamp(scene::Light::Kind::Spot, {0, 2, 0}, {1.2F, -2, 0});
-  const scene::Light above = lamp(scene::Light::Kind::Point, {0, 1, 0}, {0, -1, 0});
-  const scene::Light corner = lamp(scene::Light::Kind::Point, {-1.5F, 1, -1.5F}, {0, -1, 0});
-  for (const Row& row : {Row{"spot", aside, 0, {1.2F, 0}, {-1, 0}}, Row{"range", above, 1.3F, {0, 0}, {0.9F, 0}},
-                         Row{"distance", corner, 0, {-1.5F, -1.5F}, {1.5F, 1.5F}}}) {
-    for (const float strength : {1.0F, 5e4F}) {  // which the exposure follows
-      SCOPED_TRACE(testing::Message() << row.name << " " << strength);
-      auto scene = greyGround();
-      scene->now.lights.push_back(row.light);
-      scene->now.lights[0].color *= strength;
-      scene->now.lights[0].range = row.range;
-      const image::Image drawn = plan(scene);
-      const float bright = brightness(lightAt(drawn, row.bright.x, row.bright.y));
-      EXPECT_GT(bright, 3.0F * brightness(lightAt(drawn, row.dark.x, row.dark.y)));
-      EXPECT_GT(bright, 0.2F);
-    }
   }
 }
 
