@@ -1,19 +1,30 @@
+#include <array>
 #include <exception>
 #include <new>
 #include <string>
 #include <system_error>
 
-#include "commands/commands.h"
-#include "process/user_break.h"
-#include "report/output.h"
-#include "values/failure.h"
+#include "app/commands/commands.h"
+#include "app/process/user_break.h"
+#include "app/report/output.h"
+#include "app/values/failure.h"
+#include "studio/studio_command.h"
+
+namespace {
+
+constexpr std::array kCommands{
+    quillmere::app::Command{"studio", "Open a page on this machine that shows renders, and finds them again",
+                            quillmere::studio::addStudio},
+};
+
+}  // namespace
 
 int main(int argc, char** argv) {
   using quillmere::app::ExitStatus;
   quillmere::app::openMissingStandardStreams();
   quillmere::app::settleSignals();
   try {
-    return static_cast<int>(quillmere::app::run(argc, argv));
+    return static_cast<int>(quillmere::app::run(argc, argv, kCommands));
   } catch (const quillmere::app::Failure& failure) {
     quillmere::app::printError(failure.what() + (failure.remedy().empty() ? "" : "\n  " + failure.remedy()));
     return static_cast<int>(failure.status());
