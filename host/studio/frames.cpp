@@ -126,13 +126,14 @@ std::vector<Json> Frames::refresh() {
   }
   std::vector<Json> changed;
   const std::lock_guard lock(mutex_);
-  std::erase_if(known_, [&](const auto& one) { return !numbers.contains(one.first); });
+  std::erase_if(stamps_, [&](const auto& one) { return !numbers.contains(one.first); });
+  std::erase_if(told_, [&](const auto& one) { return !numbers.contains(one.first); });
   for (const std::int64_t frame : numbers) {
     const std::string stamps = stampsOf(frame);
-    Known& known = known_[frame];
-    if (known.stamps == stamps) continue;
-    known = {stamps, look(frame)};
-    changed.push_back(known.told);
+    if (std::string& known = stamps_[frame]; known != stamps) {
+      known = stamps;
+      changed.push_back(told_[frame] = look(frame));
+    }
   }
   return changed;
 }
@@ -140,7 +141,7 @@ std::vector<Json> Frames::refresh() {
 std::vector<Json> Frames::told() const {
   std::vector<Json> all;
   const std::lock_guard lock(mutex_);
-  for (const auto& [frame, known] : known_) all.push_back(known.told);
+  for (const auto& [frame, told] : told_) all.push_back(told);
   return all;
 }
 

@@ -32,18 +32,15 @@ class Frames {
   std::string log(std::int64_t frame) const;
 
  private:
-  struct Known {
-    std::string stamps;  // of all files that it was made of
-    Json told;
-  };
   Json look(std::int64_t frame) const;
   std::string stampsOf(std::int64_t frame) const;
   std::filesystem::path file(const char* stem, std::int64_t frame, const char* extension) const;
 
   std::filesystem::path writeDirectory_, folder_;
   PictureShelf& shelf_;
-  mutable std::mutex mutex_;  // guards all below
-  std::map<std::int64_t, Known> known_;
+  mutable std::mutex mutex_;                    // guards all below
+  std::map<std::int64_t, std::string> stamps_;  // of all files that the frame was told of
+  std::map<std::int64_t, Json> told_;
 };
 
 }  // namespace quillmere::studio

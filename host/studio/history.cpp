@@ -83,7 +83,8 @@ Json factsOf(const fs::path& picture) {
 
 std::string wordsOf(const HistoryEntry& entry) {
   std::string words = entry.document + " f" + std::to_string(entry.frame) + " " + entry.picture.filename().string();
-  for (const auto& fact : entry.facts.items()) {
+  static const Json kNone = Json::object();
+  for (const auto& fact : (entry.facts ? *entry.facts : kNone).items()) {
     const Json& value = fact.value();
     words += " " + (value.is_string() ? value.get<std::string>() : lineOf(value));
   }
@@ -156,7 +157,7 @@ void History::order() {
   unread_ = 0;
   for (const auto& [file, entry] : entries_) {
     ordered_.push_back(&entry);
-    if (entry.facts.is_null()) ++unread_;
+    if (!entry.facts) ++unread_;
   }
   std::sort(ordered_.begin(), ordered_.end(), [](const HistoryEntry* a, const HistoryEntry* b) {
     return a->time != b->time ? a->time > b->time : a->file < b->file;
@@ -169,14 +170,14 @@ bool History::readRecords(std::size_t count) {
     const std::lock_guard lock(mutex_);
     for (const HistoryEntry* entry : ordered_) {
       if (wanted.size() == count) break;
-      if (entry->facts.is_null()) wanted.emplace_back(entry->file, entry->picture);
+      if (entry->facts == nullptr) wanted.emplace_back(entry->file, entry->picture);
     }
   }
   for (const auto& [file, picture] : wanted) {
-    Json facts = factsOf(picture);
+    auto facts = std::make_shared<const Json>(factsOf(picture));
     const std::lock_guard lock(mutex_);
     const auto found = entries_.find(file);
-    if (found == entries_.end() || found->second.picture != picture || !found->second.facts.is_null()) continue;
+    if (found == entries_.end() || found->second.picture != picture || found->second.facts) continue;
     found->second.facts = std::move(facts);
     found->second.words = wordsOf(found->second);
     --unread_;
@@ -189,7 +190,7 @@ Json History::rowOf(const HistoryEntry& entry, const Mark& mark) const {
            {"time", entry.time / 1'000'000},          {"star", mark.star},          {"note", mark.note}};
   row["id"] = shelf_.idOf(entry.picture);
   row["name"] = entry.picture.filename().string();
-  row["facts"] = entry.facts.is_null() ? Json::object() : entry.facts;
+  row["facts"] = entry.facts ? *entry.facts : Json::object();
   return row;
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -20,9 +21,9 @@ struct HistoryEntry {
   std::string document;           // whose history it stands in
   std::filesystem::path picture;  // may be gone
   std::int64_t frame = 0;
-  std::int64_t time = 0;  // of the entry, nanoseconds since 1970
-  Json facts;             // what the picture's record tells that is searched; null until it was read
-  std::string words;      // all that is searched, in lower case
+  std::int64_t time = 0;              // of the entry, nanoseconds since 1970
+  std::shared_ptr<const Json> facts;  // what the picture's record tells that is searched; null until it was read
+  std::string words;                  // all that is searched, in lower case
 };
 
 // What is asked of the history; empty members ask nothing.

@@ -42,10 +42,10 @@ Caller callerOf(const httplib::Request& request) {
   return {header("Host"), header("Origin"), header("Sec-Fetch-Site"), header("Cookie"), header(kTokenHeader)};
 }
 
-void give(httplib::Response& response, Answer answer) {
+void give(httplib::Response& response, const Answer& answer) {
   response.status = answer.status;
   response.set_header("Cache-Control", answer.stamp.empty() ? "no-store" : kForever);
-  response.set_content(std::move(answer.content), answer.type);
+  response.set_content(answer.content, answer.type);
 }
 
 // A second server on the port is refused instead of sharing it.

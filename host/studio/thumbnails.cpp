@@ -1,6 +1,7 @@
 #include "thumbnails.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "image/file_formats.h"
 #include "image/scaling.h"
@@ -13,7 +14,7 @@ namespace fs = std::filesystem;
 image::Image scaledDown(const image::Image& picture) {
   const double share =
       std::min(1.0, static_cast<double>(Thumbnails::kLongestSide) / std::max(picture.width(), picture.height()));
-  const auto side = [&](int pixels) { return std::max(1, static_cast<int>(pixels * share + 0.5)); };
+  const auto side = [&](int pixels) { return std::max(1, static_cast<int>(std::lround(pixels * share))); };
   return image::scaleBicubic(picture, {0, 0, picture.width(), picture.height()}, side(picture.width()),
                              side(picture.height()));
 }
