@@ -13,11 +13,6 @@
 namespace quillmere::app {
 namespace {
 
-struct Command {
-  const char *name, *summary;
-  Action (*add)(CLI::App& command);
-};
-
 // In the order in which help lists them.
 constexpr std::array kCommands{
     Command{"render", "Render frames of a scene through the effect", addRender},
@@ -122,7 +117,7 @@ ExitStatus runChosen(const std::vector<std::pair<CLI::App*, Action>>& actions) {
 
 }  // namespace
 
-CommandTree::CommandTree()
+CommandTree::CommandTree(std::span<const Command> further)
     : root_("Renders 3D scenes as generated pictures: a stand-alone host for the Quillmere Renderer effect.",
             "quillmere") {
   root_.set_version_flag("--version", "quillmere " QUILLMERE_VERSION, "Print the version and exit");
@@ -134,14 +129,16 @@ CommandTree::CommandTree()
       "  quillmere doctor\n"
       "\nExit status: 0 done, 1 failed, 2 wrong use, 130 stopped by the user.");
   root_.formatter(std::make_shared<HelpFormatter>());  // the sub-commands' too
-  for (const Command& command : kCommands) {
-    CLI::App* added = root_.add_subcommand(command.name, command.summary);
-    actions_.emplace_back(added, command.add(*added));
+  for (const std::span<const Command> commands : {std::span<const Command>(kCommands), further}) {
+    for (const Command& command : commands) {
+      CLI::App* added = root_.add_subcommand(command.name, command.summary);
+      actions_.emplace_back(added, command.add(*added));
+    }
   }
 }
 
-ExitStatus run(int argc, const char* const* argv) {
-  CommandTree tree;
+ExitStatus run(int argc, const char* const* argv, std::span<const Command> further) {
+  CommandTree tree(further);
   refuseUnknownCommand(tree.root(), argc, argv);
   try {
     tree.root().parse(argumentsFor(tree.root(), argc, argv));

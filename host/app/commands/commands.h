@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -9,13 +10,19 @@
 
 namespace quillmere::app {
 
-// The whole command: parses, and runs the sub-command that was asked for. Throws what main prints.
-ExitStatus run(int argc, const char* const* argv);
-
 // Does what the parsed options say. Throws what main prints.
 using Action = std::function<ExitStatus()>;
 
-// Each gives the sub-command its options and returns what to do when it was chosen, which owns their values.
+// A sub-command. `add` gives it its options and returns what to do when it was chosen, which owns their values.
+struct Command {
+  const char *name, *summary;
+  Action (*add)(CLI::App& command);
+};
+
+// The whole command with `further` sub-commands, which rooms above this one have: parses, and runs the one that was
+// asked for. Throws what main prints.
+ExitStatus run(int argc, const char* const* argv, std::span<const Command> further = {});
+
 Action addRender(CLI::App& command);
 Action addGuide(CLI::App& command);
 Action addPanel(CLI::App& command);
@@ -30,7 +37,7 @@ Action addHelp(CLI::App& command);
 // The parser of the whole command line.
 class CommandTree {
  public:
-  CommandTree();
+  explicit CommandTree(std::span<const Command> further = {});
 
   CLI::App& root() { return root_; }
   const std::vector<std::pair<CLI::App*, Action>>& actions() const { return actions_; }

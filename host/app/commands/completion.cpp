@@ -57,10 +57,9 @@ struct Options {
 };
 
 // A line each: the text, and behind a tab its meaning.
-std::string offered(const std::vector<std::string>& words) {
-  CommandTree tree;
+std::string offered(const std::vector<std::string>& words, const CLI::App& root) {
   std::string lines;
-  for (const Candidate& one : candidatesFor(words, tree.root())) {
+  for (const Candidate& one : candidatesFor(words, root)) {
     const std::string meaning = one.meaning.substr(0, one.meaning.find('\n'));
     lines += printable(one.text) + (meaning.empty() ? "" : "\t" + printable(meaning)) + "\n";
   }
@@ -85,8 +84,8 @@ Action addCompletion(CLI::App& command) {
   command.add_flag("--offer", options->offer,
                    "Print what may stand at the end of a command line, whose words come behind '--'");
   command.footer("Example:\n  source <(quillmere completion bash)");
-  return [options] {
-    printResult(options->offer ? offered(options->words) : scriptFor(options->words));
+  return [options, &command] {
+    printResult(options->offer ? offered(options->words, *command.get_parent()) : scriptFor(options->words));
     return ExitStatus::Done;
   };
 }

@@ -56,6 +56,10 @@ std::shared_ptr<const scene::Scene> sceneOf(const fs::path& file) {
 
 }  // namespace
 
+fs::path programFolder() {
+  return thisProgram().parent_path();
+}
+
 fs::path PluginFolder::helper() const {
   return path / "python" / "quillmere_render_helper.py";
 }
@@ -67,7 +71,7 @@ fs::path PluginFolder::exampleWorkflow() const {
 PluginFolder pluginFolder(const fs::path& given) {
   std::error_code error;
   if (!given.empty()) return {fs::absolute(given, error).lexically_normal()};
-  const fs::path beside = thisProgram().parent_path();
+  const fs::path beside = programFolder();
   for (const char* candidate : kBesideProgram) {
     const fs::path folder = (beside / candidate).lexically_normal();
     if (fs::is_directory(folder, error)) return {folder};

@@ -18,6 +18,9 @@ struct PluginFolder {
   std::filesystem::path exampleWorkflow() const;  // of the back end that needs nothing but the helper
 };
 
+// Where this program lies, for what is installed beside it.
+std::filesystem::path programFolder();
+
 // `given`, or when that is empty the folder that lies beside this program, in the build tree or where it is installed.
 // Whether there is a plug-in in it is not looked at.
 PluginFolder pluginFolder(const std::filesystem::path& given);

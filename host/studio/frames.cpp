@@ -1,0 +1,156 @@
+#include "frames.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <optional>
+#include <set>
+
+#include "base/error.h"
+#include "base/file_reading.h"
+#include "files/exchange_files.h"
+
+namespace quillmere::studio {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uintmax_t kLargestText = std::uintmax_t{1} << 20U;  // bytes
+constexpr std::uintmax_t kLargestLog = std::uintmax_t{4} << 20U;
+constexpr int kDeepest = 20;
+
+// The frame's number where `name` is "<stem><frame><ending>".
+std::optional<std::int64_t> numberIn(std::string_view name, std::string_view stem, std::string_view ending) {
+  if (!name.starts_with(stem) || !name.ends_with(ending) || name.size() <= stem.size() + ending.size()) return {};
+  const char* begin = name.data() + stem.size();
+  const char* end = name.data() + name.size() - ending.size();
+  std::int64_t number = 0;
+  const auto [stopped, error] = std::from_chars(begin, end, number);
+  if (stopped != end || error != std::errc()) return {};
+  return number;
+}
+
+Json objectIn(const fs::path& file) {
+  try {
+    Json json = parsedJson(readText(file, kLargestText), kDeepest);
+    return json.is_object() ? json : Json::object();
+  } catch (const Error&) {
+    return Json::object();
+  }
+}
+
+std::string textAt(const Json& object, const char* key) {
+  const auto value = object.find(key);
+  return value != object.end() && value->is_string() ? value->get<std::string>() : "";
+}
+
+// Nanoseconds since 1970; 0 when there is no such file.
+std::int64_t timeOf(const fs::path& file) {
+  struct stat facts {};
+  if (::stat(file.c_str(), &facts) != 0) return 0;
+  return std::int64_t{facts.st_mtim.tv_sec} * 1'000'000'000 + facts.st_mtim.tv_nsec;
+}
+
+// What the helper tells while it works, each as it should be.
+void addProgress(const Json& status, Json& told) {
+  for (const char* key : {"message", "phase"}) told[key] = textAt(status, key);
+  for (const char* key : {"progress", "step", "steps", "seconds_left", "ahead"}) {
+    if (const auto value = status.find(key); value != status.end() && value->is_number()) told[key] = *value;
+  }
+}
+
+struct Times {  // of the request, the status and the response
+  std::int64_t asked, told, answered;
+};
+
+// What our helper answers before it begins, for the case that it is killed.
+constexpr const char* kBegun = "The render was stopped before its picture was finished; render the frame again";
+
+// Between that answer and the one at the end the status is the newer file, but for the moment in which it is still the
+// effect's own.
+bool hasEnded(const Times& times, const Json& answer, const Json& status) {
+  if (answer.empty() || times.answered < times.asked) return false;
+  if (answer.value("ok", Json()) == Json(true)) return true;
+  return times.answered >= times.told && (textAt(status, "phase") != "prepare" || textAt(answer, "error") != kBegun);
+}
+
+}  // namespace
+
+Frames::Frames(fs::path writeDirectory, PictureShelf& shelf)
+    : writeDirectory_(std::move(writeDirectory)), folder_(app::runtimeFolder(writeDirectory_)), shelf_(shelf) {}
+
+fs::path Frames::file(const char* stem, std::int64_t frame, const char* extension) const {
+  return folder_ / (stem + std::to_string(frame) + extension);
+}
+
+std::string Frames::stampsOf(std::int64_t frame) const {
+  std::string stamps;
+  for (const auto& [stem, extension] : {std::pair{"request_", ".json"},
+                                        {"reference_", ".png"},
+                                        {"status_", ".json"},
+                                        {"response_", ".json"},
+                                        {"response_", ".log"},
+                                        {"preview_", ".jpg"},
+                                        {"preview_", ".png"}}) {
+    stamps += stampOf(file(stem, frame, extension)) + "/";
+  }
+  return stamps;
+}
+
+Json Frames::look(std::int64_t frame) const {
+  const fs::path response = file("response_", frame, ".json"), status = file("status_", frame, ".json");
+  const Times times{timeOf(file("request_", frame, ".json")), timeOf(status), timeOf(response)};
+  const Json answer = objectIn(response), latest = objectIn(status);
+  const bool ended = hasEnded(times, answer, latest);
+  Json told{{"frame", frame}, {"heard", std::max({times.asked, times.told, times.answered}) / 1'000'000}};
+  const bool ok = answer.value("ok", Json()) == Json(true);
+  told["state"] = !ended ? "running" : ok ? "done" : "failed";
+  told["guide"] = shelf_.cardOf(file("reference_", frame, ".png"));
+  told["picture"] = ended && ok ? shelf_.cardOf(textAt(answer, "first_output")) : Json();
+  told["error"] = ended && !ok ? textAt(answer, "error") : "";
+  told["log"] = timeOf(file("response_", frame, ".log")) != 0;
+  if (ended) return told;
+  addProgress(latest, told);
+  const fs::path jpg = file("preview_", frame, ".jpg"), png = file("preview_", frame, ".png");
+  told["preview"] = shelf_.cardOf(timeOf(png) > timeOf(jpg) ? png : jpg);
+  return told;
+}
+
+std::vector<Json> Frames::refresh() {
+  std::set<std::int64_t> numbers;
+  std::error_code error;
+  for (fs::directory_iterator place(folder_, error), end; !error && place != end; place.increment(error)) {
+    if (const auto number = numberIn(place->path().filename().native(), "request_", ".json")) numbers.insert(*number);
+  }
+  std::vector<Json> changed;
+  const std::lock_guard lock(mutex_);
+  std::erase_if(stamps_, [&](const auto& one) { return !numbers.contains(one.first); });
+  std::erase_if(told_, [&](const auto& one) { return !numbers.contains(one.first); });
+  for (const std::int64_t frame : numbers) {
+    const std::string stamps = stampsOf(frame);
+    if (std::string& known = stamps_[frame]; known != stamps) {
+      known = stamps;
+      changed.push_back(told_[frame] = look(frame));
+    }
+  }
+  return changed;
+}
+
+std::vector<Json> Frames::told() const {
+  std::vector<Json> all;
+  const std::lock_guard lock(mutex_);
+  for (const auto& [frame, told] : told_) all.push_back(told);
+  return all;
+}
+
+std::string Frames::log(std::int64_t frame) const {
+  try {
+    return readText(file("response_", frame, ".log"), kLargestLog);
+  } catch (const Error&) {
+    return {};
+  }
+}
+
+}  // namespace quillmere::studio

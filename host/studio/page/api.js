@@ -1,0 +1,41 @@
+// What the page asks its server; docs/studio.md has the protocol.
+
+async function answer(response) {
+  const told = await response.json().catch(() => ({}));
+  if (!response.ok) throw new Error(told.error || `the program answered ${response.status}`);
+  return told;
+}
+
+export async function get(path, values = {}) {
+  const query = new URLSearchParams(values).toString();
+  return answer(await fetch(path + (query ? `?${query}` : "")));
+}
+
+export async function post(path, body) {
+  return answer(await fetch(path, {
+    method: "POST",
+    headers: { "Content-Type": "application/json" },
+    body: JSON.stringify(body),
+  }));
+}
+
+// The stamp in the address changes with the picture, so that a browser keeps each as long as it likes.
+export const pictureUrl = (card) => (card ? `/api/picture/${card.id}?v=${card.stamp}` : "");
+export const thumbnailUrl = (card) => (card ? `/api/thumbnail/${card.id}?v=${card.stamp}` : "");
+
+// `told` has a function for each event, "open" and "closed" among them.
+export function listen(told) {
+  const source = new EventSource("/api/events");
+  source.onopen = () => told.open();
+  source.onerror = () => told.closed();
+  for (const event of ["view", "frame", "history", "lost", "end"]) {
+    source.addEventListener(event, (message) => told[event](JSON.parse(message.data)));
+  }
+  return source;
+}
+
+export function element(name, properties = {}, ...children) {
+  const made = Object.assign(document.createElement(name), properties);
+  made.append(...children);
+  return made;
+}

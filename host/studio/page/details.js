@@ -1,0 +1,95 @@
+// What made a picture, what differs from another one, and what can be done with it.
+import { element, get, post } from "/api.js";
+
+// In the order in which they are shown; the rest of a record follows by name, but for what is too large to read.
+const FIRST = ["prompt", "system_prompt", "effective_prompt", "workflow_path", "controls", "backend", "server", "seed",
+  "scene", "camera", "view", "clip", "frame", "time", "width", "height", "guide_mode", "style"];
+const UNSHOWN = new Set(["workflow", "api_graph", "graph", "workflow_content"]);
+const LONGEST = 4000; // characters
+
+const textOf = (value) => (typeof value === "string" ? value : JSON.stringify(value));
+
+export function differences(record, other) {
+  const keys = new Set([...Object.keys(record), ...Object.keys(other)]);
+  return new Set([...keys].filter((key) => textOf(record[key]) !== textOf(other[key])));
+}
+
+export function commandFor(path) {
+  return `quillmere render --like '${path.replaceAll("'", "'\\''")}'`;
+}
+
+export class Details {
+  #place;
+  #told; // (text) => void, for what was done or failed
+  #former = null; // the record shown before this one
+
+  constructor(place, told) {
+    this.#place = place;
+    this.#told = told;
+  }
+
+  async show(entry, state) {
+    this.#place.replaceChildren(element("p", { className: "quiet", textContent: "Reading…" }));
+    let found = { path: "", record: null };
+    try {
+      found = await get(`/api/record/${entry.id}`);
+    } catch (error) {
+      this.#place.replaceChildren(this.#actions(entry, null, state), element("p", { className: "quiet", textContent: error.message }));
+      return;
+    }
+    const other = this.#former?.id === entry.id ? null : this.#former;
+    this.#place.replaceChildren(
+      element("h2", { textContent: entry.name || found.path.split("/").pop() }),
+      this.#actions(entry, found.path, state),
+      this.#note(entry),
+      element("p", { className: "quiet", textContent: other ? "Marked: what differs from the picture shown before." : "" }),
+      tableOf(found.record, other ? differences(found.record, other.record) : new Set(), other?.record));
+    this.#former = { id: entry.id, record: found.record };
+  }
+
+  #actions(entry, path, state) {
+    const locked = state.view.locked_style?.id === entry.id;
+    const selected = state.view.selected?.id === entry.id;
+    const actions = element("div", { className: "actions" });
+    const add = (text, label, act) => {
+      const made = element("button", { type: "button", textContent: text, title: label });
+      made.addEventListener("click", () => act().catch((error) => this.#told(error.message)));
+      actions.append(made);
+    };
+    add(locked ? "Unlock style" : "Lock as style", "The next renders follow the style of this picture",
+      () => post("/api/view", { locked_style: locked ? "" : entry.id }));
+    if (!selected) add("Select", "What other viewers show as selected", () => post("/api/view", { selected: entry.id }));
+    if (path) {
+      add("Copy command", "The command that renders one like it", () => navigator.clipboard.writeText(commandFor(path)).then(() => this.#told("Copied")));
+      add("Open folder", path, () => post("/api/open-folder", { picture: entry.id }));
+    }
+    return actions;
+  }
+
+  #note(entry) {
+    const field = element("textarea", { value: entry.note || "", placeholder: "A note", rows: 2, maxLength: 1000 });
+    field.setAttribute("aria-label", "A note on this picture");
+    field.addEventListener("change", () => {
+      post("/api/mark", { picture: entry.id, note: field.value })
+        .then(() => this.#told("Noted"))
+        .catch((error) => this.#told(error.message));
+    });
+    return field;
+  }
+}
+
+function tableOf(record, marked, other) {
+  const rest = Object.keys(record).filter((key) => !FIRST.includes(key) && !UNSHOWN.has(key)).sort();
+  const rows = [...FIRST.filter((key) => key in record), ...rest].map((key) => {
+    const text = textOf(record[key]);
+    const row = element("tr", {},
+      element("th", { scope: "row", textContent: key.replaceAll("_", " ") }),
+      element("td", { textContent: text.length > LONGEST ? `${text.slice(0, LONGEST)}…` : text }));
+    if (marked.has(key)) {
+      row.className = "differs";
+      row.title = other && key in other ? `before: ${textOf(other[key]).slice(0, LONGEST)}` : "before: not there";
+    }
+    return row;
+  });
+  return element("table", {}, element("tbody", {}, ...rows));
+}

@@ -1,0 +1,232 @@
+// The page's own course: what is told by the program, what a person does, and which part shows it.
+import { element, get, listen, pictureUrl, post } from "/api.js";
+import { MODES } from "/viewer.js";
+import "/timeline.js";
+import "/history.js";
+import { Details } from "/details.js";
+
+const SEARCH_PAUSE = 150; // ms after the last letter
+const QUIET = 60_000; // ms without a word of a frame that is being rendered
+const at = (id) => document.getElementById(id);
+
+const parts = {
+  viewer: at("viewer"), timeline: at("timeline"), history: at("history"), status: at("status"), running: at("running"),
+  mode: at("mode"), sideBySide: at("side-by-side"), empty: at("empty"),
+};
+const state = { view: {}, frames: new Map(), following: true, shown: null };
+const details = new Details(at("details"), tell);
+
+function tell(text) {
+  parts.status.textContent = text;
+}
+
+// Left the guide, right the result, or the preview while there is none.
+function showFrame(frame) {
+  if (!frame) return;
+  const right = frame.picture || frame.preview;
+  state.shown = { frame: frame.frame, id: right?.id };
+  parts.viewer.show(
+    frame.guide && { url: pictureUrl(frame.guide), name: `guide ${frame.frame}` },
+    right && { url: pictureUrl(right), name: frame.picture ? `result ${frame.frame}` : `preview ${frame.frame}` });
+  if (!at("panel-console").hidden) showConsole();
+}
+
+// Against what is shown on the right now, so that two results can be compared.
+async function showEntry(entry) {
+  state.following = false;
+  const own = state.frames.get(entry.frame);
+  const guide = own?.picture?.id === entry.id ? own.guide : null;
+  const former = state.shown?.entry;
+  const left = guide || (former && former.id !== entry.id ? former.picture : null);
+  state.shown = { entry, frame: entry.frame, id: entry.id };
+  parts.viewer.show(
+    left && { url: pictureUrl(left), name: guide ? `guide ${entry.frame}` : left.name },
+    entry.picture && { url: pictureUrl(entry.picture), name: entry.name });
+  selectTab("details");
+  await details.show(entry, state);
+}
+
+function showSideBySide() {
+  const entries = [...parts.history.chosen].map((id) => parts.history.entryOf(id)).filter((entry) => entry?.picture);
+  parts.sideBySide.hidden = entries.length < 2;
+  parts.viewer.hidden = !parts.sideBySide.hidden;
+  const close = element("button", { type: "button", className: "close", textContent: "Close" });
+  close.addEventListener("click", () => parts.history.clearChosen());
+  parts.sideBySide.replaceChildren(...entries.map((entry) => element("figure", {},
+    element("img", { src: pictureUrl(entry.picture), alt: entry.name }),
+    element("figcaption", { textContent: `${entry.name} · ${entry.facts.prompt || ""}` }))), close);
+}
+
+async function showConsole() {
+  const number = parts.timeline.current;
+  if (number === null) return;
+  const frame = state.frames.get(number);
+  const told = frame?.error ? `${frame.error}\n\n` : "";
+  const log = frame?.log ? (await get(`/api/log/${number}`)).text : "The helper has left no log of this frame.";
+  at("console").textContent = told + log;
+}
+
+function selectTab(name) {
+  for (const one of ["history", "details", "console"]) {
+    const tab = at(`tab-${one}`);
+    tab.setAttribute("aria-selected", String(one === name));
+    tab.tabIndex = one === name ? 0 : -1;
+    at(`panel-${one}`).hidden = one !== name;
+  }
+  if (name === "console") showConsole();
+}
+
+function runningLine(frame) {
+  const steps = frame.steps ? ` · ${frame.step ?? 0}/${frame.steps}` : "";
+  const left = frame.seconds_left ? ` · ${Math.ceil(frame.seconds_left)} s left` : "";
+  const ahead = frame.ahead ? ` · ${frame.ahead} ahead in the queue` : "";
+  const silent = Date.now() - frame.heard > QUIET ? ` · no word for ${Math.round((Date.now() - frame.heard) / 60_000)} min` : "";
+  const bar = element("progress", { max: 1 });
+  if (frame.progress !== undefined) bar.value = frame.progress;
+  if (silent) bar.value = frame.progress ?? 0;
+  bar.setAttribute("aria-label", `Frame ${frame.frame}`);
+  return element("p", {}, element("b", { textContent: `Frame ${frame.frame}` }), bar,
+    element("span", { textContent: `${frame.message || "starting"}${steps}${left}${ahead}${silent}` }));
+}
+
+function drawRunning() {
+  const all = [...state.frames.values()];
+  const running = all.filter((frame) => frame.state === "running");
+  const shown = state.frames.get(parts.timeline.current);
+  const lines = running.slice(-6).map(runningLine);
+  if (shown?.state === "failed") {
+    lines.push(element("p", { className: "failure" }, element("b", { textContent: `Frame ${shown.frame} failed` }),
+      element("span", { textContent: shown.error })));
+  }
+  parts.running.replaceChildren(...lines);
+  parts.empty.hidden = all.length > 0 || Boolean(state.view.last);
+}
+
+function setView(view) {
+  state.view = view;
+  tell(view.status || "");
+}
+
+function setFrame(frame) {
+  state.frames.set(frame.frame, frame);
+  parts.timeline.update(frame);
+  if (state.following && parts.timeline.current !== frame.frame) {
+    parts.timeline.choose(frame.frame);
+  } else if (parts.timeline.current === frame.frame && !state.shown?.entry) {
+    showFrame(frame);
+  }
+  drawRunning();
+}
+
+async function loadAll() {
+  const told = await get("/api/state");
+  state.frames = new Map(told.frames.map((frame) => [frame.frame, frame]));
+  setView(told.view);
+  at("write-directory").textContent = told.write_directory;
+  parts.timeline.replaceAll(told.frames);
+  const latest = told.frames.reduce((best, frame) => (!best || frame.heard > best.heard ? frame : best), null);
+  if (latest && parts.timeline.current === null) parts.timeline.choose(latest.frame);
+  else if (!latest && told.view.last) parts.viewer.show(null, { url: pictureUrl(told.view.last), name: told.view.last.name });
+  drawRunning();
+  await parts.history.reload();
+}
+
+function setMode(mode) {
+  parts.viewer.mode = mode;
+  parts.mode.value = mode;
+}
+
+function onAnswer(answer) {
+  const unread = answer.unread ? `, reading ${answer.unread} records` : "";
+  at("found").textContent = `${answer.found} of ${answer.total} pictures${unread}`;
+  const chooser = at("document");
+  if (chooser.options.length !== answer.documents.length + 1) {
+    const value = chooser.value;
+    chooser.replaceChildren(element("option", { value: "", textContent: "All documents" }),
+      ...answer.documents.map((name) => element("option", { value: name, textContent: name })));
+    chooser.value = value;
+  }
+}
+
+function search() {
+  parts.history.ask({ words: at("words").value, document: at("document").value, starred: at("starred").checked ? "true" : "" });
+}
+
+const KEYS = {
+  "+": () => parts.viewer.zoomTo(parts.viewer.zoom * 1.25),
+  "=": () => parts.viewer.zoomTo(parts.viewer.zoom * 1.25),
+  "-": () => parts.viewer.zoomTo(parts.viewer.zoom / 1.25),
+  0: () => parts.viewer.fit(),
+  1: () => parts.viewer.actual(),
+  " ": () => parts.timeline.toggle(),
+  m: () => setMode(MODES[(MODES.indexOf(parts.viewer.mode) + 1) % MODES.length]),
+  "/": () => { selectTab("history"); at("words").focus(); },
+  "?": () => at("help").showModal(),
+  ArrowLeft: () => parts.timeline.step(-1),
+  ArrowRight: () => parts.timeline.step(1),
+};
+
+function onKey(event) {
+  const typing = event.target.closest("input, textarea, select, dialog[open]");
+  const pressed = event.target.closest("button") && event.key === " ";
+  if (typing || pressed || event.ctrlKey || event.metaKey || event.altKey || !KEYS[event.key]) return;
+  event.preventDefault();
+  KEYS[event.key]();
+}
+
+function attend() {
+  let waiting = 0;
+  document.addEventListener("keydown", onKey);
+  parts.mode.addEventListener("change", () => setMode(parts.mode.value));
+  at("fit").addEventListener("click", () => parts.viewer.fit());
+  at("actual").addEventListener("click", () => parts.viewer.actual());
+  at("help-open").addEventListener("click", () => at("help").showModal());
+  for (const one of ["history", "details", "console"]) {
+    at(`tab-${one}`).addEventListener("click", () => selectTab(one));
+    at(`tab-${one}`).addEventListener("keydown", (event) => {
+      const other = { ArrowLeft: "previousElementSibling", ArrowRight: "nextElementSibling" }[event.key];
+      const tab = other && event.target[other];
+      if (!tab) return;
+      event.stopPropagation();
+      tab.click();
+      tab.focus();
+    });
+  }
+  parts.timeline.addEventListener("choose", ({ detail }) => {
+    state.shown = null;
+    state.following = detail.frame === parts.timeline.numbers.at(-1) || detail.state === "running";
+    showFrame(detail);
+    drawRunning();
+  });
+  parts.history.addEventListener("answer", ({ detail }) => onAnswer(detail));
+  parts.history.addEventListener("trouble", ({ detail }) => tell(detail));
+  parts.history.addEventListener("show", ({ detail }) => showEntry(detail));
+  parts.history.addEventListener("side-by-side", showSideBySide);
+  parts.history.addEventListener("star", ({ detail }) => {
+    post("/api/mark", { picture: detail.id, star: !detail.star })
+      .then((mark) => parts.history.replace({ ...detail, ...mark }))
+      .catch((error) => tell(error.message));
+  });
+  at("search").addEventListener("submit", (event) => event.preventDefault());
+  at("search").addEventListener("input", () => {
+    clearTimeout(waiting);
+    waiting = setTimeout(search, SEARCH_PAUSE);
+  });
+  setInterval(drawRunning, 5000);
+}
+
+attend();
+setMode("split");
+let reload = 0;
+listen({
+  open: () => loadAll().catch((error) => tell(error.message)),
+  closed: () => tell("The program doesn't answer; waiting for it"),
+  view: setView,
+  frame: setFrame,
+  history: () => {
+    clearTimeout(reload);
+    reload = setTimeout(() => parts.history.reload(), 200);
+  },
+  lost: () => loadAll(),
+  end: () => tell("The program has ended"),
+});

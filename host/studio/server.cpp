@@ -1,0 +1,193 @@
+#include "server.h"
+
+#include <httplib.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <thread>
+
+#include "access.h"
+#include "answers.h"
+#include "base/file_reading.h"
+#include "values/failure.h"
+
+namespace quillmere::studio {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kConnections = 40;  // answered at a time; the events of each page take one
+constexpr std::size_t kLargestBody = std::size_t{1} << 20U;
+constexpr std::uintmax_t kLargestPageFile = std::uintmax_t{4} << 20U;
+constexpr std::chrono::seconds kRead{5}, kWrite{10};
+constexpr std::chrono::milliseconds kHeartbeat{2000};
+constexpr const char* kForever = "private, max-age=31536000, immutable";
+
+const httplib::Headers kHeaders{
+    {"Content-Security-Policy",
+     "default-src 'self'; img-src 'self' blob:; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+    {"X-Content-Type-Options", "nosniff"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Cross-Origin-Resource-Policy", "same-origin"}};
+
+struct PageFile {
+  const char *ending, *type;
+};
+constexpr std::array kPageFiles{PageFile{".html", "text/html; charset=utf-8"},
+                                PageFile{".css", "text/css; charset=utf-8"},
+                                PageFile{".js", "text/javascript; charset=utf-8"}, PageFile{".svg", "image/svg+xml"}};
+
+Caller callerOf(const httplib::Request& request) {
+  const auto header = [&](const char* name) { return request.get_header_value(name); };
+  return {header("Host"), header("Origin"), header("Sec-Fetch-Site"), header("Cookie"), header(kTokenHeader)};
+}
+
+void give(httplib::Response& response, const Answer& answer) {
+  response.status = answer.status;
+  response.set_header("Cache-Control", answer.stamp.empty() ? "no-store" : kForever);
+  response.set_content(answer.content, answer.type);
+}
+
+// A second server on the port is refused instead of sharing it.
+void setSocketOptions(socket_t socket) {
+  const int yes = 1;
+  ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+}
+
+}  // namespace
+
+struct Server::Parts {
+  // One address that is listened on.
+  struct Door {
+    httplib::Server http;
+    std::thread thread;
+  };
+
+  Parts(Watch& watched, const fs::path& pageFolder, int wanted) : watch(watched), page(pageFolder) {
+    std::error_code error;
+    if (!fs::is_regular_file(page / "index.html", error)) {
+      throw app::Failure(app::ExitStatus::Failed, "studio", "the page is missing in '" + page.string() + "'",
+                         "install Quillmere again");
+    }
+    const int port = bind(doors[0], "127.0.0.1", wanted);
+    if (port < 0) {
+      throw app::Failure(app::ExitStatus::Failed, "port " + std::to_string(wanted), "it is in use or may not be used",
+                         "give another with --port, or none for any that is free");
+    }
+    access.emplace(port);
+    open(doors[0]);
+    if (bind(doors[1], "::1", port) == port) open(doors[1]);
+  }
+  ~Parts() {
+    watch.hub().close();
+    for (Door& door : doors) {
+      door.http.stop();
+      if (door.thread.joinable()) door.thread.join();
+    }
+  }
+
+  static int bind(Door& door, const char* address, int port) {
+    door.http.set_socket_options(setSocketOptions);
+    if (port == 0) return door.http.bind_to_any_port(address);
+    return door.http.bind_to_port(address, port) ? port : -1;
+  }
+  void open(Door& door) {
+    httplib::Server& http = door.http;
+    http.new_task_queue = [] { return new httplib::ThreadPool(kConnections); };
+    http.set_read_timeout(kRead);
+    http.set_write_timeout(kWrite);
+    http.set_keep_alive_timeout(kRead.count());
+    http.set_payload_max_length(kLargestBody);
+    http.set_tcp_nodelay(true);
+    http.set_default_headers(kHeaders);
+    http.set_pre_routing_handler([this](const auto& request, auto& response) { return admit(request, response); });
+    addRoutes(http);
+    door.thread = std::thread([&http] { http.listen_after_bind(); });
+    while (!http.is_running()) std::this_thread::yield();
+  }
+
+  using Handled = httplib::Server::HandlerResponse;
+  // Everything but the entry needs the token, so that it is asked for before anything is read.
+  Handled admit(const httplib::Request& request, httplib::Response& response) {
+    const Caller caller = callerOf(request);
+    if (request.path == "/" && request.has_param("token")) {
+      const auto refusal = access->refusalOfEntry(caller, request.get_param_value("token"));
+      if (refusal) return refuse(response, *refusal);
+      response.set_header("Set-Cookie", access->cookie());
+      response.set_redirect("/", 303);
+      return Handled::Handled;
+    }
+    if (const auto refusal = access->refusalOf(caller)) return refuse(response, *refusal);
+    if (request.method != "POST" || request.get_header_value("Content-Type") == "application/json") {
+      return Handled::Unhandled;
+    }
+    return refuse(response, {415, "what is sent must be application/json"});
+  }
+  static Handled refuse(httplib::Response& response, const Refusal& refusal) {
+    give(response, refused(refusal.status, refusal.text));
+    response.set_header("Connection", "close");
+    return Handled::Handled;
+  }
+
+  void addRoutes(httplib::Server& http) {
+    for (const Route& route : routes()) {
+      const std::string path = route.path;
+      const std::string pattern = path.back() == '/' ? path + "([-0-9a-f]{1,20})" : path;
+      const auto handler = [this, &route](const httplib::Request& request, httplib::Response& response) {
+        Request asked{{request.params.begin(), request.params.end()}, {}, request.body};
+        if (request.matches.size() > 1) asked.subject = request.matches[1];
+        give(response, answerOf(route, watch, asked));
+      };
+      route.method == Route::Method::Get ? http.Get(pattern, handler) : http.Post(pattern, handler);
+    }
+    http.Get("/api/events", [this](const httplib::Request&, httplib::Response& response) { stream(response); });
+    http.Get("/([a-z_]*(?:\\.[a-z]+)?)", [this](const httplib::Request& request, httplib::Response& response) {
+      givePage(request.matches[1].length() == 0 ? "index.html" : request.matches[1].str(), response);
+    });
+    http.set_error_handler([](const httplib::Request&, httplib::Response& response) {
+      if (response.body.empty()) give(response, refused(response.status, "there is nothing of that name"));
+    });
+  }
+
+  void givePage(const std::string& name, httplib::Response& response) const {
+    for (const PageFile& known : kPageFiles) {
+      std::error_code error;
+      if (!name.ends_with(known.ending) || !fs::is_regular_file(page / name, error)) continue;
+      response.set_header("Cache-Control", "no-cache");
+      response.set_content(readText(page / name, kLargestPageFile), known.type);
+      return;
+    }
+    give(response, refused(404, "the page has no '" + name + "'"));
+  }
+
+  void stream(httplib::Response& response) {
+    const auto listener = watch.hub().listen();
+    if (!listener) return give(response, refused(503, "too many pages are open; close one"));
+    response.set_header("Cache-Control", "no-store");
+    response.set_chunked_content_provider(
+        "text/event-stream",
+        [listener, begun = false](std::size_t /*offset*/, httplib::DataSink& sink) mutable {
+          const auto text = begun ? listener->next(kHeartbeat) : std::optional<std::string>(": listening\n\n");
+          begun = true;
+          if (text) return sink.write(text->data(), text->size());
+          sink.done();
+          return true;
+        },
+        [this, listener](bool /*success*/) { watch.hub().leave(listener); });
+  }
+
+  Watch& watch;
+  fs::path page;
+  std::optional<Access> access;
+  std::array<Door, 2> doors;
+};
+
+Server::Server(Watch& watch, const fs::path& page, int port) : parts_(std::make_unique<Parts>(watch, page, port)) {}
+
+Server::~Server() = default;
+
+std::string Server::address() const {
+  return parts_->access->address();
+}
+
+}  // namespace quillmere::studio

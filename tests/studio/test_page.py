@@ -1,0 +1,184 @@
+"""The page as a person meets it, in a browser without a screen."""
+
+import json
+import os
+import pathlib
+import unittest
+
+from selenium import webdriver
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.common.action_chains import ActionChains
+
+from studio_case import StudioCase, until
+
+# Where pictures of the page are kept to be looked at; none are when it isn't set.
+SHOTS = os.environ.get("QUILLMERE_STUDIO_SHOTS")
+
+
+class PageCase(StudioCase):
+    browser: webdriver.Chrome
+
+    @classmethod
+    def setUpClass(cls) -> None:
+        options = webdriver.ChromeOptions()
+        for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--disable-gpu", "--window-size=1440,900",
+                         "--force-color-profile=srgb"):
+            options.add_argument(argument)
+        options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+        service = webdriver.chrome.service.Service("/usr/bin/chromedriver")
+        cls.browser = webdriver.Chrome(service=service, options=options)
+        cls.addClassCleanup(cls.browser.quit)
+
+    def tearDown(self) -> None:
+        if SHOTS:
+            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{self.id().split('.')[-1]}.png"))
+        self.browser.get("about:blank")
+        wrong = [entry for entry in self.browser.get_log("browser") if entry["level"] == "SEVERE"]
+        self.assertEqual([entry for entry in wrong if "/api/events - " not in entry["message"]], [])
+        super().tearDown()
+
+    def open(self, *arguments: str) -> None:
+        self.studio("--pictures", "renders", *arguments)
+        self.browser.get(self.address)
+        until(lambda: self.find("#found").text)
+
+    def find(self, selector: str):
+        return self.browser.find_element(By.CSS_SELECTOR, selector)
+
+    def all(self, selector: str) -> list:
+        return self.browser.find_elements(By.CSS_SELECTOR, selector)
+
+    def js(self, script: str, *arguments):
+        return self.browser.execute_script("return " + script, *arguments)
+
+    def press(self, *keys: str) -> None:
+        for key in keys:
+            ActionChains(self.browser).send_keys(key).perform()
+
+    def done_frame(self, number: int, colour=(200, 80, 40)) -> None:
+        picture = self.picture(f"f{number}.png", colour, prompt=f"prompt {number}", frame=number)
+        self.frame(number, status={"phase": "generate", "message": ""}, response={"ok": True, "first_output": str(picture)})
+        self.entry("scene.glb", number, picture, seconds=number)
+
+
+class Look(PageCase):
+    def test_an_empty_folder_says_what_to_do(self) -> None:
+        self.open()
+        self.assertTrue(self.find("#empty").is_displayed())
+        self.assertEqual(self.find("#write-directory").text, str(self.folder / "write"))
+
+    def test_guide_and_result_under_a_divider_by_keys_alone(self) -> None:
+        for number in (1, 2, 3):
+            self.done_frame(number)
+        self.open()
+        until(lambda: self.all("picture-viewer.both.split"))
+        divider = self.find(".divider")
+        self.js("arguments[0].focus()", divider)
+        self.press(Keys.HOME)
+        self.assertEqual(divider.get_attribute("aria-valuenow"), "0")
+        self.press(Keys.ARROW_RIGHT, Keys.ARROW_RIGHT)
+        self.assertEqual(divider.get_attribute("aria-valuenow"), "2")
+        ActionChains(self.browser).double_click(divider).perform()
+        self.assertEqual(divider.get_attribute("aria-valuenow"), "50")
+        fitted = float(self.find("#viewer").get_attribute("data-zoom"))
+        self.press("+")
+        self.assertAlmostEqual(float(self.find("#viewer").get_attribute("data-zoom")), fitted * 1.25, places=2)
+        transforms = self.js("[...document.querySelectorAll('picture-viewer img')].map(one => one.style.transform)")
+        self.assertEqual(transforms[0], transforms[1])
+        self.press("0", "1")
+        self.assertEqual(float(self.find("#viewer").get_attribute("data-zoom")), 1)
+        self.press("m", "m", "m")
+        self.assertTrue(self.all("picture-viewer.difference"))
+        self.js("arguments[0].focus()", self.find("frame-timeline [aria-selected=true]"))
+        self.press(Keys.HOME)
+        self.assertEqual(self.find("frame-timeline [aria-selected=true]").text, "1")
+        self.press(Keys.ARROW_RIGHT)
+        until(lambda: self.find(".name.right").text == "result 2")
+
+    def test_the_frames_are_played(self) -> None:
+        for number in (1, 2, 3):
+            self.done_frame(number)
+        self.open()
+        seen = set()
+        self.press(" ")
+        until(lambda: seen.add(self.find("frame-timeline [aria-selected=true]").text) or len(seen) == 3)
+        self.press(" ")
+        self.assertEqual(self.find(".play").get_attribute("aria-label"), "Play the frames")
+
+    def test_light_and_dark(self) -> None:
+        self.done_frame(1)
+        grounds = []
+        for scheme in ("dark", "light"):
+            feature = {"features": [{"name": "prefers-color-scheme", "value": scheme}]}
+            self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", feature)
+            self.open()
+            grounds.append(self.js("getComputedStyle(document.body).backgroundColor"))
+            if SHOTS:
+                self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{scheme}.png"))
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
+        self.assertEqual(len(set(grounds)), 2)
+
+
+class Follow(PageCase):
+    def test_a_render_from_its_start_to_its_picture_and_one_that_fails(self) -> None:
+        self.open()
+        self.helper('tell \'"phase": "generate", "message": "Inking", "progress": 0.4, "step": 4, "steps": 10\'\nsleep 1.5\nanswer')
+        first = self.start("--frame", "7", "--output", "out.png")
+        until(lambda: self.all(".in-flight p"))
+        until(lambda: "Inking · 4/10" in self.find(".in-flight").text)
+        until(lambda: self.find(".name.right").text == "result 7")
+        self.assertFalse(self.find("#empty").is_displayed())
+        first.wait(30)
+        self.helper('mkdir -p /dev/null/x 2>/dev/null; printf \'{"ok": false, "error": "no server; start one"}\' > "$response"; exit 1')
+        self.start("--frame", "8", "--output", "out.png").wait(30)
+        until(lambda: "no server; start one" in self.find(".in-flight").text)
+        self.assertTrue(self.all("frame-timeline button.failed"))
+
+    def test_the_end_of_the_program_is_told(self) -> None:
+        self.open()
+        self.process.terminate()
+        until(lambda: "has ended" in self.find("#status").text or "doesn't answer" in self.find("#status").text)
+
+
+class Find(PageCase):
+    def test_search_star_details_style_and_side_by_side(self) -> None:
+        for number in range(1, 6):
+            self.done_frame(number, (40 * number, 80, 90))
+        self.open()
+        until(lambda: "5 of 5" in self.find("#found").text and "reading" not in self.find("#found").text)
+        self.press("/")
+        self.press("prompt 3")
+        until(lambda: "1 of 5" in self.find("#found").text)
+        self.find("history-list .entry").click()
+        until(lambda: "prompt 3" in self.find("#details").text)
+        next(one for one in self.all("#details button") if one.text == "Lock as style").click()
+        state = self.exchange / "runtime" / "render_view_state.json"
+        until(lambda: state.exists() and json.loads(state.read_text())["locked_style_image"].endswith("f3.png"))
+        self.find("#tab-history").click()
+        self.find("#words").clear()
+        self.find("#words").send_keys(" ")
+        until(lambda: len(self.all("history-list .entry")) == 5)
+        self.js("arguments[0].focus()", self.find("history-list"))
+        self.press("s", "x", Keys.ARROW_DOWN, "x")
+        until(lambda: len(self.all("#side-by-side figure")) == 2)
+        until(lambda: self.all("history-list [data-action=star][aria-pressed=true]"))
+        self.find("#side-by-side .close").click()
+        self.assertFalse(self.find("#side-by-side").is_displayed())
+        self.find("#starred").click()
+        until(lambda: "1 of 5" in self.find("#found").text)
+        self.find("history-list .entry").click()
+        until(lambda: self.all("#details tr.differs"))
+
+    def test_what_others_wrote_is_shown_as_text(self) -> None:
+        picture = self.picture("<img src=x onerror=alert(1)>.png", prompt="<script>document.title='no'</script>", seed=[1, {"a": None}])
+        self.entry("<b>scene", 1, picture)
+        self.open()
+        until(lambda: "<script>" in self.find("history-list").text)
+        self.find("history-list .entry").click()
+        until(lambda: "onerror" in self.find("#details h2").text)
+        self.assertEqual(self.browser.title, "Quillmere Studio")
+
+
+if __name__ == "__main__":
+    unittest.main()

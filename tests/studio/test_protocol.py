@@ -1,0 +1,194 @@
+"""The page's server as a program meets it: what it answers, and whom it refuses."""
+
+import http.client
+import json
+import os
+import signal
+import unittest
+
+from studio_case import StudioCase, until
+
+
+class Access(StudioCase):
+    def test_who_is_answered(self) -> None:
+        self.studio()
+        own = f"127.0.0.1:{self.port}"
+        for what, status, path, headers in [
+            ("a program with the token", 200, "/api/state", {}),
+            ("another name of this machine", 200, "/api/state", {"Host": f"localhost:{self.port}"}),
+            ("the page itself", 200, "/api/state", {"Origin": f"http://{own}", "Sec_Fetch_Site": "same-origin"}),
+            ("without the token", 401, "/api/state", {"X_Quillmere_Token": ""}),
+            ("with another one", 401, "/api/state", {"X_Quillmere_Token": "0" * 32}),
+            ("the page's files without it", 401, "/studio.js", {"X_Quillmere_Token": ""}),
+            ("a wrong entry", 401, "/?token=" + "0" * 32, {"X_Quillmere_Token": ""}),
+            ("a name that leads here from elsewhere", 403, "/api/state", {"Host": f"evil.example:{self.port}"}),
+            ("another port's name", 403, "/api/state", {"Host": "127.0.0.1:1"}),
+            ("the entry under such a name", 403, f"/?token={self.token}", {"Host": "evil.example"}),
+            ("another page", 403, "/api/state", {"Origin": "http://evil.example"}),
+            ("a page of a file", 403, "/api/state", {"Origin": "null"}),
+            ("another server's page here", 403, "/api/state", {"Origin": "http://127.0.0.1:1"}),
+            ("another site without saying so", 403, "/api/state", {"Sec_Fetch_Site": "cross-site"}),
+            ("a path out of the page", 404, "/../studio.css", {}),
+            ("what isn't there", 404, "/api/nothing", {}),
+        ]:
+            with self.subTest(what):
+                headers = {"X_Quillmere_Token": self.token, **headers}
+                response = self.ask(path, **{"X_Quillmere_Token": headers.pop("X_Quillmere_Token"), **headers})
+                self.assertEqual(response.status, status, response.read())
+
+    def test_the_entry_leaves_the_token_in_a_cookie_alone(self) -> None:
+        self.studio()
+        response = self.ask(f"/?token={self.token}", X_Quillmere_Token="")
+        cookie = response.getheader("Set-Cookie")
+        self.assertEqual((response.status, response.getheader("Location")), (303, "/"))
+        self.assertIn("HttpOnly", cookie)
+        self.assertIn("SameSite=Strict", cookie)
+        page = self.ask("/", X_Quillmere_Token="", Cookie=f"a=b; {cookie.split(';')[0]}")
+        self.assertEqual(page.status, 200)
+        self.assertIn("default-src 'self'", page.getheader("Content-Security-Policy"))
+        self.assertNotIn(self.token, page.read().decode())
+
+    def test_what_is_sent_is_checked(self) -> None:
+        self.studio()
+        for what, status, path, body, headers in [
+            ("a form", 415, "/api/mark", "picture=1", {"Content_Type": "application/x-www-form-urlencoded"}),
+            ("no JSON", 400, "/api/mark", "{", {}),
+            ("no object", 400, "/api/mark", "[]", {}),
+            ("nested deeply", 400, "/api/mark", "[" * 100 + "]" * 100, {}),
+            ("nothing to mark", 400, "/api/mark", {"star": True}, {}),
+            ("a picture that nobody knows", 404, "/api/mark", {"picture": "0" * 16, "star": True}, {}),
+            ("a path for an identifier", 404, "/api/view", {"selected": "/etc/passwd"}, {}),
+            ("too much", 413, "/api/mark", "x" * (2 << 20), {}),
+            ("a number that is none", 400, "/api/history?from=-1", None, {}),
+            ("no frame", 404, "/api/log/x", None, {}),
+        ]:
+            with self.subTest(what):
+                try:
+                    response = self.ask(path, body, **headers)
+                except (BrokenPipeError, ConnectionResetError):  # refused while the body was still being sent
+                    self.assertEqual(status, 413)
+                    continue
+                self.assertEqual(response.status, status, response.read())
+
+    def test_a_port_in_use_and_the_end(self) -> None:
+        self.studio()
+        second = self.run_command("studio", "--write-dir", "write", "--port", str(self.port))
+        self.assertEqual(second.returncode, 1)
+        self.assertIn(f"port {self.port}", second.stderr)
+        events = self.ask("/api/events")
+        self.process.send_signal(signal.SIGINT)
+        self.assertEqual(self.process.wait(10), 0)
+        self.assertIn(b"event: end", events.read())
+
+
+class Content(StudioCase):
+    def test_frames_as_their_files_tell_them(self) -> None:
+        picture = self.picture("a.png")
+        self.frame(1, status={"phase": "done", "message": ""}, response={"ok": True, "first_output": str(picture)})
+        self.frame(-2, status={"phase": "x", "message": ""}, response={"ok": False, "error": "no server"})
+        self.frame(3, response={"ok": False, "error": "stopped"}, status={"phase": "generate", "message": "Sampling", "progress": 0.4, "step": "x"})
+        begun = "The render was stopped before its picture was finished; render the frame again"
+        self.frame(4, response={"ok": False, "error": begun}, status={"phase": "prepare", "message": ""})
+        self.frame(5, status=[1, 2])
+        self.frame(6, status={"phase": "prepare"}, response={"ok": False, "error": "at once"})
+        (self.exchange / "runtime" / "request_x.json").write_text("{}")
+        self.studio("--pictures", "renders")
+        frames = {frame["frame"]: frame for frame in self.told("/api/state")["frames"]}
+        self.assertEqual({number: frame["state"] for number, frame in frames.items()},
+                         {1: "done", -2: "failed", 3: "running", 4: "running", 5: "running", 6: "failed"})
+        self.assertEqual(frames[-2]["error"], "no server")
+        self.assertEqual((frames[3]["progress"], frames[3].get("step")), (0.4, None))
+        shown = self.ask(f"/api/picture/{frames[1]['picture']['id']}")
+        self.assertEqual((shown.getheader("Content-Type"), shown.read()), ("image/png", picture.read_bytes()))
+
+    def test_pictures_stay_where_they_may_be_shown(self) -> None:
+        secret = self.folder / "elsewhere"
+        secret.mkdir()
+        (secret / "secret.png").write_bytes(self.picture("own.png").read_bytes())
+        (self.folder / "renders" / "link.png").symlink_to(secret / "secret.png")
+        (self.folder / "renders" / "text.png").write_text("no picture")
+        os.mkfifo(self.folder / "renders" / "pipe.png")
+        for number, file in enumerate(["renders/own.png", "elsewhere/secret.png", "renders/link.png", "renders/text.png", "renders/pipe.png"]):
+            self.entry("scene.glb", number, self.folder / file)
+        self.entry("scene.glb", 5, self.picture("recorded.png", prompt="x").rename(secret / "recorded.png"))
+        (self.folder / "renders" / "recorded.png.json").rename(secret / "recorded.png.json")
+        self.studio("--pictures", "renders")
+        ids = {entry["name"]: entry["id"] for entry in self.told("/api/history")["entries"]}
+        status = {name: self.ask(f"/api/picture/{id}").status for name, id in ids.items()}
+        self.assertEqual(status, {"own.png": 200, "secret.png": 404, "link.png": 404, "text.png": 422, "pipe.png": 404, "recorded.png": 200})
+        self.assertEqual(self.ask(f"/api/thumbnail/{ids['secret.png']}").status, 404)
+
+    def test_the_history_is_searched(self) -> None:
+        rain = self.picture("rain.png", prompt="A Rainy harbour", seed=77, camera="Pier")
+        sun = self.picture("sun.png", prompt="sunny", workflow_path="/w/flux.json")
+        self.entry("harbour.glb", 7, rain, seconds=0)
+        self.entry("city.glb", 8, sun, seconds=60)
+        (self.exchange / "history" / "city.glb" / "bad.json").write_text("{")
+        self.studio()
+        until(lambda: self.told("/api/history")["unread"] == 0)
+        marked = next(entry["id"] for entry in self.told("/api/history")["entries"] if entry["name"] == "rain.png")
+        self.told("/api/mark", {"picture": marked, "star": True, "note": "for the client"})
+        for question, names in [
+            ("", ["sun.png", "rain.png"]),
+            ("words=harbour+rainy", ["rain.png"]),
+            ("words=RAINY+pier+77", ["rain.png"]),
+            ("words=rainy+flux", []),
+            ("words=flux", ["sun.png"]),
+            ("words=client", ["rain.png"]),
+            ("words=2027-01-15", ["sun.png", "rain.png"]),
+            ("document=city.glb", ["sun.png"]),
+            ("starred=true", ["rain.png"]),
+            ("from=1&count=5", ["rain.png"]),
+            ("count=1", ["sun.png"]),
+        ]:
+            with self.subTest(question):
+                self.assertEqual([entry["name"] for entry in self.told("/api/history?" + question)["entries"]], names)
+        self.process.send_signal(signal.SIGTERM)
+        self.process.wait(10)
+        self.studio()
+        kept = {entry["name"]: (entry["star"], entry["note"]) for entry in self.told("/api/history")["entries"]}
+        self.assertEqual(kept["rain.png"], (True, "for the client"))
+
+    def test_an_entry_that_is_written_again_in_place_is_seen(self) -> None:
+        self.entry("scene.glb", 1, self.picture("first.png"))
+        self.studio()
+        entry = self.exchange / "history" / "scene.glb" / "shot_f1.json"
+        entry.write_text(entry.read_text().replace("first.png", "again.png"))
+        (self.exchange / "runtime" / "render_view_state.json").write_text('{"status_text": "Render complete"}')
+        until(lambda: self.told("/api/history")["entries"][0]["name"] == "again.png")
+
+    def test_a_choice_is_written_as_the_effect_reads_it(self) -> None:
+        style = self.picture('a "quoted" häuschen.png', prompt="x")
+        self.entry("scene.glb", 1, style)
+        self.studio()
+        id = self.told("/api/history")["entries"][0]["id"]
+        self.told("/api/view", {"locked_style": id})
+        state = self.exchange / "runtime" / "render_view_state.json"
+        self.assertIn(f'  "locked_style_image": "{style.parent}/a \\"quoted\\" häuschen.png",\n', state.read_text())
+        self.assertEqual(self.told("/api/state")["view"]["locked_style"]["id"], id)
+        self.assertEqual(self.render("--output", "out.png").returncode, 0)  # the next render follows it
+        self.assertEqual(self.request()["locked_style_image"], str(style))
+        self.told("/api/view", {"locked_style": ""})
+        view = json.loads(state.read_text())
+        self.assertEqual((view["locked_style_image"], bool(view["last_image"])), ("", True))
+
+    def test_a_render_is_followed(self) -> None:
+        self.studio()
+        events = http.client.HTTPConnection("127.0.0.1", self.port, timeout=30)
+        self.addCleanup(events.close)
+        events.request("GET", "/api/events", headers={"X-Quillmere-Token": self.token})
+        stream = events.getresponse()
+        self.helper('say "Inking"\nsleep 0.3\nanswer')
+        self.start("--frames", "4", "--output", "out.png")
+        seen: list[str] = []
+        while "done" not in seen:
+            line = stream.readline().decode()
+            if line.startswith("data: ") and "state" in (event := json.loads(line[6:])):
+                seen.append(event["state"])
+                if event.get("message") == "Inking":
+                    seen.append("Inking")
+        self.assertIn("Inking", seen[:seen.index("done")])
+
+
+if __name__ == "__main__":
+    unittest.main()
