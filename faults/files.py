@@ -28,7 +28,9 @@ def inputs_changed(place: Place) -> Ended:
     process = place.start("--settings", "settings.json")
     for _ in range(place.chance.randint(1, 4)):
         place.a_while(0.15)
-        _change(place, place.chance.choice([place.folder / "scene.glb", given]))
+        file = place.chance.choice([place.folder / "scene.glb", given])
+        if file.is_file():  # and no pipe yet, on which this would wait
+            _change(place, file)
     return place.end_of(process)
 
 

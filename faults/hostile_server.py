@@ -113,6 +113,7 @@ class Line:
 
     def stop(self) -> None:
         self._over.set()
+        self._listener.shutdown(socket.SHUT_RDWR)  # which ends the waiting for the next connection
         self._listener.close()
 
     def _accept(self) -> None:

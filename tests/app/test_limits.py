@@ -94,12 +94,15 @@ class Limits(AppCase):
     def test_temporary_files_of_dead_processes_are_swept_and_no_others(self) -> None:
         dead = subprocess.Popen(["true"])
         dead.wait()
+        ended = subprocess.Popen(["true"])  # and not asked for its end
+        os.waitid(os.P_PID, ended.pid, os.WEXITED | os.WNOWAIT)
         self.runtime.mkdir(parents=True)
         old, gone = time.time() - 3600, dead.pid
         rows = [
             (self.folder / f".quillmere-{gone}-0.part", old, False),
             (self.runtime / f".response_0.json.{gone}.part", old, False),
             (self.folder / f".quillmere_f0_{gone}.part", old, False),
+            (self.folder / f".quillmere_f0_{ended.pid}.part", old, False),
             (self.folder / f".quillmere-{os.getpid()}-0.part", old, True),
             (self.folder / f".quillmere-{gone}-1.part", time.time(), True),  # maybe another machine's
             (self.folder / f"quillmere-{gone}-0.part", old, True),
@@ -110,6 +113,7 @@ class Limits(AppCase):
             os.utime(file, (changed, changed))
         self.assertEqual(self.render("--quiet").returncode, 0)
         self.assertEqual([file.exists() for file, _, _ in rows], [stays for _, _, stays in rows])
+        ended.wait()
 
     def test_an_error_of_an_earlier_render_is_never_told_again(self) -> None:
         self.helper("""printf '{"ok": false, "error": "the first error"}' > "$response"; exit 1""")
