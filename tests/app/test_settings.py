@@ -186,6 +186,11 @@ class Jobs(AppCase):
         self.start_of("jobs/job.json")
         self.assertTrue((self.folder / "b.png").exists())
 
+    def test_a_job_and_a_picture_are_not_repeated_at_once(self) -> None:
+        (self.folder / "job.json").write_text('{"format": "quillmere job"}')
+        done = self.run_command("render", "job.json", "--like", "a.png", "--plugin", "plugin")
+        self.assertEqual((done.returncode, "give one of them" in done.stderr), (2, True))
+
     def test_what_no_command_line_would_take_is_refused(self) -> None:
         sound = {"format": "quillmere job", "version": 1, "scene": "scene.glb", "options": {}, "parameters": {}}
         for changes, why in [

@@ -68,14 +68,20 @@ HelpFormatter::HelpFormatter() {
 std::string HelpFormatter::make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const {
   if (mode == CLI::AppFormatMode::Sub) return CLI::Formatter::make_help(app, std::move(name), mode);
   std::string options;
-  for (const std::string& heading : headings(*app)) {
-    const auto listed = app->get_options([&heading](const CLI::Option* option) {
-      return option->nonpositional() && !heading.empty() && option->get_group() == heading;
-    });
-    if (!listed.empty()) options += "\n" + make_group(heading, false, listed);
-  }
+  for (const Section& section : sections(*app)) options += "\n" + make_group(section.heading, false, section.options);
   return withoutDoubleGaps(make_description(app) + make_usage(app, std::move(name)) + "\n" + make_footer(app) +
                            make_positionals(app) + options + make_subcommands(app, mode));
+}
+
+std::vector<HelpFormatter::Section> HelpFormatter::sections(const CLI::App& app) const {
+  std::vector<Section> sections;
+  for (const std::string& heading : app.get_groups()) {
+    auto options = app.get_options([&heading](const CLI::Option* option) {
+      return option->nonpositional() && !heading.empty() && option->get_group() == heading;
+    });
+    if (!options.empty()) sections.push_back({heading, std::move(options)});
+  }
+  return sections;
 }
 
 std::string HelpFormatter::make_option_name(const CLI::Option* option, bool positional) const {

@@ -20,8 +20,13 @@ class HelpFormatter : public CLI::Formatter {
   std::string make_option_name(const CLI::Option* option, bool positional) const override;
   std::string make_option_opts(const CLI::Option* option) const override;
   std::string make_option_desc(const CLI::Option* option) const override;
-  // The headings of the command's options in the order in which they are listed.
-  virtual std::vector<std::string> headings(const CLI::App& app) const { return app.get_groups(); }
+
+  struct Section {
+    std::string heading;
+    std::vector<const CLI::Option*> options;
+  };
+  // The command's options as they are listed.
+  virtual std::vector<Section> sections(const CLI::App& app) const;
 };
 
 }  // namespace quillmere::app

@@ -73,6 +73,9 @@ Configured configure(EffectSession& session, const Options& options, const std::
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
+  if (session.node().text(QUILLMERE_WORKFLOW_PATH).empty() && !options.quiet) {
+    printError("no workflow is chosen: the frames are the host's own plain drawings");
+  }
   if (!options.saveSettings.empty()) {
     saveSettings(session.node(), made.controls, options.drawing, options.saveSettings);
   }
@@ -202,6 +205,9 @@ ExitStatus run(const Options& options) {
 // What a job, --like and --time leave to be filled in.
 void complete(Options& options, CLI::App& command) {
   if (isJob(options.scene.scene)) {
+    if (!options.like.empty()) {
+      throw Failure(ExitStatus::Usage, "--like", "a job says itself how its frames are made", "give one of them");
+    }
     const std::string job = options.scene.scene;
     if (options.effect.settings.empty()) options.effect.settings = job;
     options.scene.scene = takeJob(job, command);

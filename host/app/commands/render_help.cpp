@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <initializer_list>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -40,14 +41,25 @@ constexpr const char* kExamples =
     "  quillmere render night.json --frames 25-48\n"
     "  quillmere render --like render_0012.png --prompt \"the same at night\" --output night_####.png";
 
-// The headings in this order, whichever options are added first; then any others.
+std::ptrdiff_t placeOf(const std::string& heading) {
+  const auto* const found =
+      std::find_if(std::begin(kHeadings), std::end(kHeadings), [&](const Heading& one) { return heading == one.text; });
+  return found - std::begin(kHeadings);
+}
+
+// The headings, and the options under each, in this order, whichever are added first; then any others.
 class ArrangedHelp : public HelpFormatter {
  public:
-  std::vector<std::string> headings(const CLI::App& app) const override {
-    std::vector<std::string> all;
-    for (const Heading& heading : kHeadings) all.emplace_back(heading.text);
-    for (const std::string& other : app.get_groups()) {
-      if (std::find(all.begin(), all.end(), other) == all.end()) all.push_back(other);
+  std::vector<Section> sections(const CLI::App& app) const override {
+    std::vector<Section> all = HelpFormatter::sections(app);
+    std::ranges::stable_sort(all, {}, [](const Section& section) { return placeOf(section.heading); });
+    for (Section& section : all) {
+      if (const auto place = placeOf(section.heading); place < std::ssize(kHeadings)) {
+        std::ranges::stable_sort(section.options, {}, [&](const CLI::Option* option) {
+          const auto& names = kHeadings[place].options;
+          return std::find_if(names.begin(), names.end(), [&](const char* name) { return option->check_name(name); });
+        });
+      }
     }
     return all;
   }
