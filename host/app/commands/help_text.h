@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
+#include <vector>
 
 namespace quillmere::app {
 
@@ -19,6 +20,13 @@ class HelpFormatter : public CLI::Formatter {
   std::string make_option_name(const CLI::Option* option, bool positional) const override;
   std::string make_option_opts(const CLI::Option* option) const override;
   std::string make_option_desc(const CLI::Option* option) const override;
+
+  struct Section {
+    std::string heading;
+    std::vector<const CLI::Option*> options;
+  };
+  // The command's options as they are listed.
+  virtual std::vector<Section> sections(const CLI::App& app) const;
 };
 
 }  // namespace quillmere::app

@@ -9,7 +9,7 @@ from typing import Any, Mapping, Optional
 from ... import cancellation, web
 from ...errors import HelperError, PassingFailure
 from ...exchange import ALMOST
-from ...parameters import seed_for
+from ...parameters import seed_for, seed_rule
 from ...passes import Passes
 from ...pictures import Stored
 from ...pool import LOOK, Lacking
@@ -132,7 +132,7 @@ class Rendering:
 
     def _wired(self, job: str) -> tuple[Graph, Wiring]:
         request = self._job.request
-        choice = self._source.options["seed"]
+        choice = seed_rule(self._source.options["seed"])
         graph = self._source.graph(self._classes)
         seed = None if choice == "workflow" else seed_for(choice, request.frame)
         sent, style = self._sent, self._sent.style or request.locked_style_image
