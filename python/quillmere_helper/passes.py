@@ -50,7 +50,7 @@ class Passes:
 
     def __init__(self, told: Any, frame: int) -> None:
         self._told, self._frame = told, frame
-        self.used: dict[str, Mapping[str, Any]] = {}  # word and facts, for the record
+        self.used: dict[str, Mapping[str, Any]] = {}  # facts by pass, for the record
         self.notes: list[str] = []
 
     def picture(self, word: str, guide: bytes, where: str, stand_in: bool) -> Pass:
@@ -65,7 +65,7 @@ class Passes:
             found = Pass(word, guide, {"stand_in": GUIDE})
         except png.BadPng as error:
             raise HelperError(f"{where} asks for {called(word)}, for which the guide has to be a PNG: {error}") from error
-        self.used[word] = found.facts
+        self.used[_recorded(word)] = found.facts
         return found
 
     def welcome(self, word: str, size: tuple[int, int], where: str) -> Optional[Pass]:
@@ -77,7 +77,7 @@ class Passes:
         except HelperError as error:
             self.notes.append(f"Drawn without {called(word)}: {error.text}")
             return None
-        self.used[word] = found.facts
+        self.used[_recorded(word)] = found.facts
         return found
 
     def get(self, word: str, size: tuple[int, int], where: str) -> Pass:
@@ -109,6 +109,11 @@ def called(word: str) -> str:
 
 def kind_of(word: str) -> str:
     return word.partition(":")[0]
+
+
+def _recorded(word: str) -> str:
+    """As a record calls a pass: its facts tell the kind of normals."""
+    return "normal" if word.startswith(NORMAL) else word
 
 
 def is_word(text: Any) -> bool:
@@ -153,6 +158,8 @@ def _content(member: Mapping[str, Any], word: str, size: tuple[int, int]) -> byt
     content = untrusted.read_file(path, f"picture of {what}", untrusted.LARGEST_PICTURE, AGAIN)
     try:
         header = pictures.header_of(content)
+        if pictures.kind_of(content) != "png":
+            raise png.BadPng("it is cut off or damaged")
     except png.BadPng as error:
         raise HelperError(f'The picture of {what}, "{path}", cannot be used: {error}; {AGAIN}') from error
     if (header.width, header.height) != size or (header.depth, header.colour) != FORMAT:
