@@ -98,7 +98,7 @@ def ink(scene: Scene, edges: Optional[Image.Image], noise: Noise, unit: float, s
     if edges is not None:
         bordering = edges.filter(ImageFilter.BoxBlur(unit)).point(ramp(0.0, 0.3))
         drawn = ImageChops.multiply(drawn, bordering.point(_from(CREASE)))
-    pressure = noise.clouds(60 * unit).point(curve(lambda value: 0.55 + 0.75 * value))
+    pressure = noise.clouds(60 * unit, curve(lambda value: 0.55 + 0.75 * value))
     return ImageChops.multiply(drawn, pressure)
 
 
