@@ -1,5 +1,4 @@
-"""The passes of a frame: what the host, which knows the scene, has drawn beside the guide. Nothing that it tells of them
-is believed before it has been checked.
+"""The passes of a frame: what the host, which knows the scene, has drawn beside the guide; checked before it is used.
 
 A workflow asks for one by a word: "depth", "normal:bae", "normal:opengl", "normal:directx", "lines", "object",
 "material", "albedo", or "matte:NAME" for what one object or material covers.
@@ -85,7 +84,8 @@ class Passes:
         that can't be used."""
         if self._told is None:
             text = f"{where} asks for {called(word)}, which only the stand-alone host draws"
-            raise NoPass(text, remedy=f'render with "quillmere render", or let the guide stand in ("{WITHOUT}": "{GUIDE}")')
+            instead = f'or let the guide stand in ("{WITHOUT}": "{GUIDE}")'
+            raise NoPass(text, remedy=f'render with "quillmere render", {instead}')
         told = as_object(self._told)
         if type(told.get("version")) is not int or told["version"] != VERSION or told.get("frame") != self._frame:
             text = f"The passes that the host tells of are not those of frame {self._frame} in version {VERSION}"

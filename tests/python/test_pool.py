@@ -72,6 +72,6 @@ class Resting(RenderCase):
             self.assertFalse(rests.left_alone("http://a"))
 
     def test_a_file_that_somebody_has_changed_leaves_no_server_alone(self):
-        for content in (b"[", {"http://a": 5}, {"http://a": {"until": "x", "rest": 1}}, {"http://a": {"until": 9e99, "rest": 1}}):
-            self.write("servers.json", content)
+        for told in (5, {"until": "x", "rest": 1}, {"until": 9e99, "rest": 1}):
+            self.write("servers.json", {"http://a": told})
             self.assertFalse(Rests(str(self.status_file)).left_alone("http://a"))

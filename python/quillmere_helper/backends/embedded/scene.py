@@ -118,7 +118,8 @@ def air(calm: Image.Image, scene: Scene, mood: Mood) -> Image.Image:
 def _drop_down(picture: Image.Image, backdrop: Image.Image) -> None:
     """Puts the colour of the backdrop that is nearest above it onto each pixel that isn't backdrop itself."""
     colours, shares = picture.load(), backdrop.load()
-    mean = tuple(round(value) for value in ImageStat.Stat(picture, backdrop.point(lambda share: 255 * (share > 127))).mean)
+    most = backdrop.point([0] * 128 + [255] * 128)
+    mean = tuple(round(value) for value in ImageStat.Stat(picture, most).mean) if most.getextrema()[1] else SKY
     for x in range(picture.width):
         colour = mean
         for y in range(picture.height):
