@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import json
 import os
 import pathlib
 import re
@@ -24,6 +25,7 @@ def findings(place: Place, ended: Ended, statuses: "tuple[int, ...]") -> Iterato
     yield from _texts(ended)
     yield from _processes(place)
     yield from _pictures(place, ended)
+    yield from _records(place, ended)
     yield from _temporary_files(place)
 
 
@@ -48,7 +50,7 @@ def _processes(place: Place) -> Iterator[str]:
 
 def _pictures(place: Place, ended: Ended) -> Iterator[str]:
     frames = [file for file in sorted(place.folder.glob("render_*.png")) if file.read_bytes() != FORMER]
-    made = [*place.folder.glob("pictures/*.png"), *place.folder.glob("kept_*.png")]
+    made = [*place.folder.glob("pictures/*.png")]
     if place.helper != "real" or place.fault == "files changed between":
         made = []  # by a helper that promises nothing, or changed by the fault itself
     for picture in [*frames, *made]:
@@ -56,6 +58,22 @@ def _pictures(place: Place, ended: Ended) -> Iterator[str]:
             yield f"{picture.name} is not whole: {picture.stat().st_size} bytes"
     if ended.status == 0 and len(frames) != place.frames:
         yield f"{place.frames} frames are done, {len(frames)} pictures are there"
+
+
+def _records(place: Place, ended: Ended) -> Iterator[str]:
+    """What isn't on record although it is done has to be told, and nothing takes a record away but the fault itself."""
+    if ended.status != 0 or "incomplete on disk" in ended.errors or place.fault == "files changed between":
+        return
+    for frame in range(place.frames):
+        if not any(map(_is_json, place.folder.glob(f"write*/quillmere/c4d/history/*/render_f{frame}.json"))):
+            yield f"frame {frame} is done and not on record"
+
+
+def _is_json(file: pathlib.Path) -> bool:
+    try:
+        return bool(json.loads(file.read_bytes()))
+    except ValueError:
+        return False
 
 
 def _is_whole(content: bytes) -> bool:

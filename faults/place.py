@@ -39,14 +39,16 @@ class Ended:
 
 
 class Place:
-    def __init__(self, chance: random.Random, fault: str) -> None:
+    def __init__(self, chance: random.Random, fault: str, helper: str = "") -> None:
+        """`helper`: the one to use, or empty: any."""
         self.chance, self.fault = chance, fault
         self._temporary = tempfile.TemporaryDirectory(prefix="quillmere-faults-", ignore_cleanup_errors=True)
         self.folder = pathlib.Path(self._temporary.name)
         write_scene(self.folder / "scene.glb")
         (self.folder / "bin").mkdir()
         (self.folder / "render_0000.png").write_bytes(FORMER)
-        self.helper = chance.choice(["quick", "quick", "slow", "slow", "with a child", "failing", "silent", "real", "real"])
+        any_helper = ["quick", "quick", "slow", "slow", "with a child", "failing", "silent", "real", "real"]
+        self.helper = helper or chance.choice(any_helper)
         self._make_plugin()
         self.frames = chance.randint(1, 3)
         self.environment = dict(

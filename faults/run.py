@@ -22,7 +22,7 @@ def main() -> int:
     options = _options()
     begun = time.monotonic()
     numbers = [options.only] if options.only is not None else range(options.runs or sys.maxsize)
-    counts = {name: [0, 0] for name, _, _ in CLASSES}
+    counts = {fault.name: [0, 0] for fault in CLASSES}
     told: list[str] = []
 
     def one(number: int) -> None:
@@ -57,11 +57,11 @@ def _options() -> argparse.Namespace:
 
 def _run(seed: int, number: int) -> "tuple[str, list[str]]":
     """Each class in its turn, everything else by chance."""
-    name, fault, statuses = CLASSES[number % len(CLASSES)]
-    place = Place(random.Random(f"{seed}:{number}"), name)
+    fault = CLASSES[number % len(CLASSES)]
+    place = Place(random.Random(f"{seed}:{number}"), fault.name, fault.helper)
     try:
-        found = list(checks.findings(place, fault(place), statuses))
-        return name, [f"helper {place.helper}: {text}" for text in found]
+        found = list(checks.findings(place, fault.render(place), fault.statuses))
+        return fault.name, [f"helper {place.helper}: {text}" for text in found]
     finally:
         place.close()
 

@@ -97,7 +97,7 @@ class PaperServer:
     def close(self):
         pass
 
-    def answer(self):
+    def answer(self, into=None):
         kind, content = self._content(self.target.split("?")[0])
         status = 200
         if self.chance.random() < self.harm:
@@ -106,6 +106,9 @@ class PaperServer:
         if self.chance.random() < self.harm / 10:
             raise web.UnreachableServer("gone")
         (self.folder / f"answer-{self.count:03}").write_bytes(self.target.encode(errors="replace") + b"\n" + content)
+        if into and status == 200:
+            into.write(content)
+            content = into.content()
         return web.Answer(status, kind, content)
 
     def _content(self, path):

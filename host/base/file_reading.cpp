@@ -19,10 +19,16 @@ std::string reasonOf(int error) {
   return std::generic_category().message(error);
 }
 
+constexpr std::uintmax_t kKiB = 1U << 10U, kMiB = 1U << 20U, kGiB = 1U << 30U;
+
 std::string inWords(std::uintmax_t bytes) {
-  constexpr std::uintmax_t kMiB = 1U << 20U, kGiB = 1U << 30U;
+  if (bytes < kMiB) return std::to_string(bytes / kKiB) + " KiB";
   return bytes % kGiB == 0 ? std::to_string(bytes / kGiB) + " GiB" : std::to_string(bytes / kMiB) + " MiB";
 }
+
+// A file with holes costs its maker nothing and its reader all of its length; from this many bytes on it must hold
+// this part of them.
+constexpr std::uintmax_t kLargestOfHoles = 256 * kMiB, kLeastHeld = 16;
 
 class OpenFile {
  public:
@@ -47,16 +53,41 @@ class OpenFile {
     return static_cast<std::size_t>(facts.st_size);
   }
 
-  // Up to `count` bytes; 0 at the end.
-  std::size_t read(void* to, std::size_t count) const {
+  // Throws for one of whose first `length` bytes next to all are holes.
+  void requireHeld(std::uintmax_t length) const {
+    if (length < kLargestOfHoles) return;
+    const std::uintmax_t least = length / kLeastHeld, held = heldOf(length, least);
+    if (held >= least) return;
+    throw Error("it is " + inWords(length) + " long and holds " + inWords(held) +
+                ", the rest is a hole; if that is meant, fill it with cp --sparse=never");
+  }
+
+  // Up to `count` bytes, those at `from`; 0 at the end.
+  std::size_t read(void* to, std::size_t count, std::size_t from) const {
     for (;;) {
-      const ssize_t got = ::read(descriptor_, to, count);
+      const ssize_t got = ::pread(descriptor_, to, count, static_cast<off_t>(from));
       if (got >= 0) return static_cast<std::size_t>(got);
       if (errno != EINTR) throw Error("it can't be read: " + reasonOf(errno));
     }
   }
 
  private:
+  // How many of the first `length` bytes are no holes; not counted beyond `enough`. Where holes aren't told there are
+  // none.
+  std::uintmax_t heldOf(std::uintmax_t length, std::uintmax_t enough) const {
+    const auto end = static_cast<off_t>(length);
+    std::uintmax_t held = 0;
+    for (off_t hole = 0; hole < end && held < enough;) {
+      const off_t data = lseek(descriptor_, hole, SEEK_DATA);
+      if (data < 0 && errno != ENXIO) return length;  // that one says: no data from there on
+      if (data < 0 || data >= end) break;
+      hole = lseek(descriptor_, data, SEEK_HOLE);
+      if (hole <= data) return length;
+      held += static_cast<std::uintmax_t>(std::min(hole, end) - data);
+    }
+    return held;
+  }
+
   int descriptor_;
 };
 
@@ -65,10 +96,12 @@ template <class Bytes>
 Bytes contentOf(const std::filesystem::path& path, std::uintmax_t largest, std::uintmax_t most) {
   const OpenFile file(path);
   Bytes content;
-  content.resize(std::min<std::uintmax_t>(file.size(largest), most));
+  const std::size_t length = std::min<std::uintmax_t>(file.size(largest), most);
+  file.requireHeld(length);
+  content.resize(length);
   std::size_t filled = 0;
   while (filled < content.size()) {
-    const std::size_t got = file.read(content.data() + filled, content.size() - filled);
+    const std::size_t got = file.read(content.data() + filled, content.size() - filled, filled);
     if (got == 0) throw Error("it became shorter while it was read");
     filled += got;
   }

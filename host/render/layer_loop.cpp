@@ -43,7 +43,7 @@ PixelSampling PixelSampling::scattered(int samples, std::uint32_t seed) {
 // What is too far along the curve for a number of 32 bits has the samples of pixels at least 1024 away.
 PerRay<std::uint32_t> PixelSampling::firstSamples(const PixelBlock& pixels) const {
   PerRay<std::uint32_t> firsts{};
-  const int bits = std::bit_width(static_cast<std::uint32_t>(passes - 1));
+  const auto bits = static_cast<int>(std::bit_width(static_cast<std::uint32_t>(passes - 1)));
   for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
     const glm::uvec2 pixel(pixels.pixelOf(ray));
     firsts[ray] = alongCurve(pixel) << bits;

@@ -65,8 +65,8 @@ constexpr std::uintmax_t kLeast = std::uintmax_t{8} << 20U, kForByte = 2, kForJs
 std::uintmax_t memoryToParse(const std::vector<std::uint8_t>& bytes, const DocumentSurvey& survey) {
   std::uintmax_t json = bytes.size();
   if (survey.binary) {
-    json = std::min<std::uintmax_t>(json,
-                                    bytes[12] | bytes[13] << 8U | bytes[14] << 16U | std::uintmax_t{bytes[15]} << 24U);
+    const auto byte = [&bytes](std::size_t at) { return std::uintmax_t{bytes[at]}; };
+    json = std::min(json, byte(12) | byte(13) << 8U | byte(14) << 16U | byte(15) << 24U);
   }
   return kLeast + kForByte * bytes.size() + kForJson * json;
 }

@@ -9,6 +9,7 @@ from . import png, untrusted
 from .errors import HelperError
 
 Picture = tuple[bytes, str]  # a whole file and its kind: "png", "jpg" or "webp"
+Stored = tuple[png.Content, str]  # the same, perhaps on the disk
 
 CHANNELS = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}  # by colour type
 INVERTED = bytes(range(255, -1, -1))
@@ -43,16 +44,17 @@ def given_picture(path: str, role: str) -> Picture:
         raise HelperError(f'Cannot use the {role} image "{path}": {error}; {remedy}') from error
 
 
-def kind_of(content: bytes) -> Optional[str]:
+def kind_of(content: png.Content) -> Optional[str]:
     """ "png", "jpg" or "webp" when `content` is a whole picture file of that kind, else None."""
-    if content.startswith(png.SIGNATURE):
+    if content[: len(png.SIGNATURE)] == png.SIGNATURE:
         try:
             return "png" if b"IDAT" in {kind for kind, _ in png.chunks(content)} else None
         except png.BadPng:
             return None
-    if content.startswith(b"\xff\xd8\xff"):
-        return "jpg" if content.rstrip(b"\0").endswith(b"\xff\xd9") else None
-    if content.startswith(b"RIFF") and content[8:12] == b"WEBP":
+    if content[:3] == b"\xff\xd8\xff":
+        end = content.rfind(b"\xff\xd9")
+        return "jpg" if end > 0 and not content[end + 2 :].strip(b"\0") else None
+    if content[:4] == b"RIFF" and content[8:12] == b"WEBP":
         return "webp" if len(content) >= int.from_bytes(content[4:8], "little") + 8 else None
     return None
 

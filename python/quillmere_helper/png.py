@@ -1,7 +1,8 @@
 """PNG files as the chunks that they are made of, and the texts in them. The format is that of RFC 2083 and its iTXt."""
 
+import mmap
 import zlib
-from typing import Collection, Iterator
+from typing import Collection, Iterator, Sequence, Union
 
 SIGNATURE = b"\x89PNG\r\n\x1a\n"
 MOST_CHUNKS = 200_000  # encoders put a few kilobytes into each
@@ -9,14 +10,17 @@ LONGEST_KEYWORD = 79  # bytes
 DEFLATE_RATIO = 1032  # what deflate can make of a byte at most
 LARGEST_TEXT = 32 << 20  # bytes of one text, and of all that are unpacked together
 
+Content = Union[bytes, mmap.mmap]  # a whole file, held in memory or mapped from the disk
+Parts = Sequence[Union[bytes, memoryview, mmap.mmap]]  # of a file, in order: what is large isn't copied
+
 
 class BadPng(ValueError):
     """Not a whole PNG file."""
 
 
-def chunks(png: bytes) -> Iterator[tuple[bytes, memoryview]]:
+def chunks(png: Content) -> Iterator[tuple[bytes, memoryview]]:
     """Type and data of every chunk up to and including IEND. Raises BadPng at the first that is cut off or damaged."""
-    if not png.startswith(SIGNATURE):
+    if png[: len(SIGNATURE)] != SIGNATURE:
         raise BadPng("no PNG signature")
     view, place = memoryview(png), len(SIGNATURE)
     for _ in range(MOST_CHUNKS):
@@ -42,15 +46,17 @@ def file_of(*parts: tuple[bytes, bytes]) -> bytes:
     return SIGNATURE + b"".join(chunk(kind, data) for kind, data in (*parts, (b"IEND", b"")))
 
 
-def texts(png: bytes, wanted: Collection[str]) -> dict[str, str]:
+def texts(png: Content, wanted: Collection[str]) -> dict[str, str]:
     """The texts of the file under the `wanted` keywords; of several under one the first counts. No other is unpacked.
     Damaged texts, and those that are too large together, are left out."""
     found: dict[str, str] = {}
     inflater = _Inflater()
     for kind, data in chunks(png):
+        if kind not in (b"tEXt", b"zTXt", b"iTXt") or len(data) > LARGEST_TEXT:
+            continue
         keyword, separator, _ = bytes(data[: LONGEST_KEYWORD + 1]).partition(b"\0")
         name = keyword.decode("latin-1")
-        if kind in (b"tEXt", b"zTXt", b"iTXt") and separator and name in wanted and name not in found:
+        if separator and name in wanted and name not in found:
             try:
                 found[name] = _text(kind, bytes(data[len(keyword) + 1 :]), inflater)
             except (ValueError, zlib.error):
@@ -59,18 +65,29 @@ def texts(png: bytes, wanted: Collection[str]) -> dict[str, str]:
 
 
 def with_text(png: bytes, keyword: str, text: str) -> bytes:
-    """`png` with one more text (iTXt, UTF-8, not compressed) right after its header; `png` must be a PNG file."""
-    return _with_chunk(png, b"iTXt", keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace"))
+    """`png` with one more text right after its header; `png` must be a PNG file."""
+    return b"".join(with_chunk(png, text_chunk(keyword, text)))
 
 
 def with_ascii_text(png: bytes, keyword: str, text: str) -> bytes:
-    """The same with a tEXt, the only kind that some readers know; `text` must be ASCII."""
-    return _with_chunk(png, b"tEXt", f"{keyword}\0{text}".encode("ascii"))
+    """The same with the kind of text that `ascii_text_chunk` makes."""
+    return b"".join(with_chunk(png, ascii_text_chunk(keyword, text)))
 
 
-def _with_chunk(png: bytes, kind: bytes, data: bytes) -> bytes:
+def text_chunk(keyword: str, text: str) -> bytes:
+    """An iTXt: UTF-8, not compressed."""
+    return chunk(b"iTXt", keyword.encode("latin-1") + b"\0\0\0\0\0" + text.encode("utf-8", "replace"))
+
+
+def ascii_text_chunk(keyword: str, text: str) -> bytes:
+    """A tEXt, the only kind that some readers know; `text` must be ASCII."""
+    return chunk(b"tEXt", f"{keyword}\0{text}".encode("ascii"))
+
+
+def with_chunk(png: Content, added: bytes) -> Parts:
+    """The file `png` with one more chunk right after its header."""
     header_end = len(SIGNATURE) + 12 + int.from_bytes(png[len(SIGNATURE) : len(SIGNATURE) + 4], "big")
-    return png[:header_end] + chunk(kind, data) + png[header_end:]
+    return [png[:header_end], added, memoryview(png)[header_end:]]
 
 
 def _text(kind: bytes, content: bytes, inflater: "_Inflater") -> str:

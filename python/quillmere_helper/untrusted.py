@@ -1,10 +1,13 @@
 """Files and JSON that others wrote: files whole and up to a size, values of the kind that is asked for or empty."""
 
+import io
 import json
 import math
+import mmap
 import os
 import stat
-from typing import Any, Union
+import tempfile
+from typing import Any, Union, cast
 
 from . import png
 from .errors import HelperError, reason_of
@@ -27,6 +30,37 @@ def read_file(path: str, what: str, largest: int, remedy: str, largest_png: int 
     if len(raw) > largest:
         raise HelperError(f"T{name[1:]} is larger than {largest >> 20} MB; {remedy}")
     return raw
+
+
+class Spool:
+    """A file for what a server sends that has no name in its folder: it is gone with the last that uses it, however
+    that ends, and nobody else can shorten it. Raises HelperError."""
+
+    def __init__(self, folder: str) -> None:
+        self._folder = folder
+        try:
+            self._file = cast(io.BufferedRandom, tempfile.TemporaryFile(dir=folder))
+        except OSError as error:
+            raise self._failed(error) from error
+
+    def write(self, piece: Union[png.Content, memoryview]) -> None:
+        try:
+            self._file.write(piece)
+        except OSError as error:
+            raise self._failed(error) from error
+
+    def content(self) -> png.Content:
+        """All that was written; nothing can be written any more."""
+        try:
+            with self._file as file:
+                file.flush()
+                return mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ) if file.tell() else b""
+        except OSError as error:
+            raise self._failed(error) from error
+
+    def _failed(self, error: OSError) -> HelperError:
+        text = f'Cannot keep what the server sends in "{self._folder}": {reason_of(error)}'
+        return HelperError(text, remedy="free some space there")
 
 
 def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:

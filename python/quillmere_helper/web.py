@@ -6,17 +6,17 @@ was named and to no other. No `Origin` is sent, since servers take one for a for
 
 import base64
 import http.client
-import io
 import json
 import socket
 import ssl
 import urllib.parse
 from dataclasses import dataclass, field, replace
-from typing import Any, Mapping, Optional, Union, cast
+from typing import Any, Iterator, Mapping, Optional, Union, cast
 
 from .errors import HelperError, PassingFailure, reason_of
+from .png import Content
 from .transport import PIECE, Limits, TooMuch, Transport
-from .untrusted import as_object, json_of
+from .untrusted import Spool, as_object, json_of
 
 CONNECT_TIME = 10.0  # seconds
 ANSWER_TIME = 30.0  # seconds without a byte
@@ -38,18 +38,18 @@ class UnreachableServer(PassingFailure):
 class Answer:
     status: int
     kind: str  # the content type, without parameters
-    body: bytes
+    body: Content
 
     def json(self) -> Any:
         """The JSON that the body holds, or None when it holds none: errors often come as text."""
-        return json_of(self.body) if self.kind == "application/json" else None
+        return json_of(bytes(self.body)) if self.kind == "application/json" else None
 
     def object(self) -> dict[str, Any]:
         """The JSON object that the body holds, or an empty one."""
         return as_object(self.json())
 
     def text(self) -> str:
-        return self.body.decode("utf-8", "replace")
+        return bytes(self.body).decode("utf-8", "replace")
 
 
 @dataclass(frozen=True)
@@ -76,20 +76,32 @@ class Site:
         suffix = "?" + urllib.parse.urlencode(query, errors="replace") if query else ""
         return self.parts.path.rstrip("/") + path + suffix
 
-    def get(self, path: str, query: Optional[Mapping[str, str]] = None, limits: Limits = ANSWER) -> Answer:
-        return self.exchange("GET", self.target(path, query), None, {}, limits)
+    def get(
+        self,
+        path: str,
+        query: Optional[Mapping[str, str]] = None,
+        limits: Limits = ANSWER,
+        into: Optional[Spool] = None,
+    ) -> Answer:
+        return self.exchange("GET", self.target(path, query), None, {}, limits, into)
 
     def post(self, path: str, content: Any) -> Answer:
         body, headers = json_body(content)
         return self.exchange("POST", self.target(path), body, headers)
 
     def exchange(
-        self, method: str, target: str, body: Optional[bytes], headers: Mapping[str, str], limits: Limits = ANSWER
+        self,
+        method: str,
+        target: str,
+        body: Optional[bytes],
+        headers: Mapping[str, str],
+        limits: Limits = ANSWER,
+        into: Optional[Spool] = None,
     ) -> Answer:
-        """Raises UnreachableServer. The caller looks at the status."""
+        """Raises UnreachableServer. The caller looks at the status. `into` takes what would be much for the memory."""
         exchange = Exchange(self, method, target, body, headers, limits)
         try:
-            return exchange.answer()
+            return exchange.answer(into)
         finally:
             exchange.close()
 
@@ -128,10 +140,11 @@ class Exchange:
         self._transport.start_clock()
         return begins
 
-    def answer(self) -> Answer:
+    def answer(self, into: Optional[Spool] = None) -> Answer:
+        """The body of a successful answer goes `into` a file, if there is one, and is mapped from it."""
         try:
             response = self._connection.getresponse()
-            body = _whole(response)
+            body = _spooled(response, into) if into and response.status == 200 else b"".join(_pieces(response))
             kind = response.headers.get_content_type() if "Content-Type" in response.headers else ""
             return Answer(response.status, kind, body)
         except TooMuch as error:
@@ -150,14 +163,18 @@ class Exchange:
         return UnreachableServer(f"{url} does not answer ({why})", remedy="start the server there or correct the URL")
 
 
-def _whole(response: http.client.HTTPResponse) -> bytes:
-    """Piece by piece: the module takes memory for as much as it is asked for, or told, at once."""
-    body = io.BytesIO()
+def _spooled(response: http.client.HTTPResponse, into: Spool) -> Content:
+    for piece in _pieces(response):
+        into.write(piece)
+    return into.content()
+
+
+def _pieces(response: http.client.HTTPResponse) -> Iterator[bytes]:
+    """A whole body. The module takes memory for as much as it is asked for, or told, at once."""
     while piece := response.read(PIECE):
-        body.write(piece)
+        yield piece
     if response.length:  # what a whole body would still have to bring
         raise http.client.IncompleteRead(b"", response.length)
-    return body.getvalue()
 
 
 def json_body(content: Any) -> tuple[bytes, dict[str, str]]:

@@ -81,6 +81,10 @@ class Show(RealHelper):
         self.assertRegex(lines, "prompt +fog and \ufffd\\[2Jrain\n(.|\n)*seed +%d\n" % record["seed"])
         self.repeated("scene.glb", "--size", "8x8", output="a.exr")
         self.assertRegex(self.run_command("show", "a.exr").stdout, "width +8\n")
+        (self.folder / "b.exr.json").mkdir()  # the frame is whole all the same
+        done = self.repeated("scene.glb", "--size", "8x8", output="b.exr")
+        self.assertEqual((done.returncode, (self.folder / "b.exr").exists()), (0, True))
+        self.assertRegex(done.stderr, "^quillmere: warning: frame 0: .*b.exr.json': .* so nothing tells what made the frame\n$")
 
     def test_of_picture_and_side_file_the_picture_goes_first(self) -> None:
         self.write("a.jpg.json", json.dumps({**RECORD, "prompt": "side"}).encode())

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <fstream>
 #include <vector>
 
 #include "base/error.h"
@@ -45,6 +46,21 @@ TEST(FileReading, OnlyOrdinaryFilesAreRead) {
                                                         {"file/below", "there is no such file"}}) {
     EXPECT_EQ(refusalOf<Error>([&, at = folder / file] { readText(at, kMiB); }), reason) << file;
   }
+}
+
+// Whose making costs nothing must not cost the reader gigabytes.
+TEST(FileReading, ALongFileOfHolesIsRefusedBeforeItIsRead) {
+  const TemporaryFolder folder;
+  const auto file = folder.write("a", std::string(4096, 'a'));
+  std::filesystem::resize_file(file, 2048 * kMiB);
+  EXPECT_EQ(refusalOf<Error>([&] { readBytes(file, 2048 * kMiB); }),
+            "it is 2 GiB long and holds 4 KiB, the rest is a hole; if that is meant, fill it with cp --sparse=never");
+  EXPECT_EQ(readStart(file, kMiB).size(), kMiB);  // no more of it than that
+  std::filesystem::resize_file(file, kMiB);
+  EXPECT_EQ(readBytes(file, kMiB).size(), kMiB);
+  std::filesystem::resize_file(folder.write("b", std::string(kMiB, 'b')), 240 * kMiB);
+  std::ofstream(folder / "b", std::ios::app | std::ios::binary) << std::string(16 * kMiB, 'b');
+  EXPECT_EQ(readBytes(folder / "b", 256 * kMiB).size(), 256 * kMiB);  // in two pieces, enough of it
 }
 
 TEST(ParsedJson, HostileTextIsRefusedWithTheReason) {

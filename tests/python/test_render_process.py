@@ -128,6 +128,18 @@ class Names(RenderCase):
         self.assertEqual(Path(mine.paths[0]).read_bytes(), b"mine")
         self.assertIn("No space left", mine.notes[0])
 
+    def test_a_side_file_that_did_not_fit_is_written_by_the_next_render(self):
+        record = {"helper_version": "1", "prompt": "Zürich"}
+        for name, content in (("shot_f-2_7", record), ("shot_f1_1", {"made": "by others"}), ("other_f1_1", record)):
+            picture = with_text(png(2, 2), "quillmere", json.dumps(content))
+            self.outputs.mkdir(exist_ok=True)
+            (self.outputs / f"{name}.png").write_bytes(picture)
+        (self.outputs / "shot_f0_1.png").write_bytes(b"damaged")
+        (self.outputs / "shot_f0_2.png").symlink_to("/dev/zero")
+        outputs.Outputs(str(self.outputs), "shot", 3).prepare()
+        self.assertEqual([path.name for path in self.outputs.glob("*.json")], ["shot_f-2_7.png.json"])
+        self.assertEqual(json.loads((self.outputs / "shot_f-2_7.png.json").read_text("utf-8")), record)
+
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: pictures are not tested")
 class Pictures(RenderCase):

@@ -1,5 +1,6 @@
 """Servers that keep a client waiting, or send without end: each exchange ends within its limits, with a reason."""
 
+import mmap
 import os
 import shutil
 import ssl
@@ -12,7 +13,7 @@ from unittest import mock
 from loopback_server import ScriptedServer
 from scratch_render import ROOT
 
-from quillmere_helper import transport, web
+from quillmere_helper import transport, untrusted, web
 from quillmere_helper.errors import HelperError
 
 OK = b"HTTP/1.1 200 OK\r\n"
@@ -67,6 +68,23 @@ class Exchanges(unittest.TestCase):
     def test_a_download_takes_its_time_as_long_as_it_moves(self):
         answer = self.get(PATIENT, OK + b"\r\n", bytes(20 << 10), 0.1, 15)
         self.assertEqual(len(answer.body), 15 * 20 << 10)
+
+    def test_a_picture_goes_to_the_disk_and_its_failure_is_told_as_such(self):
+        folder = tempfile.TemporaryDirectory(prefix="quillmere-")
+        self.addCleanup(folder.cleanup)
+        server = ScriptedServer(OK + b"Content-Length: 4194304\r\n\r\n", bytes(1 << 20), 0, 4)
+        self.addCleanup(server.stop)
+        limits = transport.Limits(8 << 20, 60)
+        answer = web.Site(server.url).get("/x", None, limits, untrusted.Spool(folder.name))
+        self.assertIsInstance(answer.body, mmap.mmap)
+        self.assertEqual((answer.body[:], os.listdir(folder.name)), (bytes(4 << 20), []))
+        full, other = untrusted.Spool(folder.name), ScriptedServer(OK + b"\r\n", bytes(1 << 20), 0, 4)
+        self.addCleanup(other.stop)
+        full._file.close()
+        full._file = open("/dev/full", "r+b", buffering=0)
+        self.addCleanup(full._file.close)
+        with self.assertRaisesRegex(HelperError, "No space left on device; free some space"):
+            web.Site(other.url).get("/x", None, limits, full)
 
     @unittest.skipUnless(shutil.which("openssl"), "NO OPENSSL: encrypted answers are not waited for")
     def test_what_tls_says_by_itself_is_not_taken_for_the_answer(self):

@@ -27,6 +27,7 @@ struct Outcome {
   int result = 0;
   std::filesystem::path file;  // empty unless written
   std::string trouble;         // empty unless something failed
+  std::string lost = {};       // beside a file that is whole; empty unless something was
 };
 
 // Leaves no process behind that was started while this lived, however its block ends.
@@ -59,6 +60,10 @@ std::string incomplete(const FramePlan& plan, std::int32_t frame) {
     names += (names.empty() ? "" : ", ") + ("'" + file.string() + "'");
   }
   return names.empty() ? "" : "incomplete on disk: " + names;
+}
+
+std::string lostBeside(const Outcome& outcome, const std::string& incomplete) {
+  return outcome.lost + (outcome.lost.empty() || incomplete.empty() ? "" : "; ") + incomplete;
 }
 
 std::string reasonOf(cinema::RENDERRESULT result, const NodeParameters& node, const ToldOnce& report) {
@@ -100,8 +105,8 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
   try {
     std::error_code error;  // told by the file that can't be written
     if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), error);
-    writeFrame(file, {plan.output.format(), plan.exr}, frame.picture, generated.empty() ? "" : recordTextOf(generated));
-    return {result, file, {}};
+    const std::string record = generated.empty() ? "" : recordTextOf(generated);
+    return {result, file, {}, writeFrame(file, {plan.output.format(), plan.exr}, frame.picture, record)};
   } catch (const Error& error) {
     return {static_cast<int>(cinema::RENDERRESULT::SAVINGFAILED), {}, error.what()};
   }
@@ -165,7 +170,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     removePreviews(plan.writeDirectory, frame);
     keepViewState(plan.writeDirectory);
     report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
-    tellTrouble(frame, outcome.trouble, incomplete(plan, frame), stop);
+    tellTrouble(frame, outcome.trouble, lostBeside(outcome, incomplete(plan, frame)), stop);
     if (!outcome.trouble.empty()) status = ExitStatus::Failed;
   }
   return status;

@@ -1,5 +1,7 @@
 #include "picture_record.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "base/atomic_file.h"
@@ -37,6 +39,17 @@ Json checkedRecord(const std::string& content, const std::string& what) {
     throw Failure(ExitStatus::Failed, what, "it was not written by Quillmere's render helper", kRemedy);
   }
   return record;
+}
+
+// Empty, or why not; a side file of the former picture then goes, which would tell of this one what isn't true.
+std::string writtenBeside(const fs::path& picture, const std::string& record) {
+  try {
+    writeFile(sideFileOf(picture), record + "\n");
+    return {};
+  } catch (const Error& error) {
+    ::unlink(sideFileOf(picture).c_str());
+    return std::string(error.what()) + ", so nothing tells what made the frame";
+  }
 }
 
 bool isOpaque(const image::Image& frame) {
@@ -115,18 +128,20 @@ std::string recordTextOf(const fs::path& picture) {
   }
 }
 
-void writeFrame(const fs::path& file, FrameFormat format, const image::Image& frame, const std::string& record) {
+std::string writeFrame(const fs::path& file, FrameFormat format, const image::Image& frame, const std::string& record) {
   const image::Image picture = isOpaque(frame) ? image::withChannels(frame, 3) : frame;
   const image::PngText text{record.empty() ? "" : kKeyword, record};
   switch (format.file) {
     case FileFormat::Png8:
-      return image::writePng(file, picture, image::PngDepth::As8Bit, text);
+      image::writePng(file, picture, image::PngDepth::As8Bit, text);
+      return {};
     case FileFormat::Png16:
-      return image::writePng(file, picture, image::PngDepth::As16Bit, text);
+      image::writePng(file, picture, image::PngDepth::As16Bit, text);
+      return {};
     case FileFormat::Exr:
       image::writeExr(file, picture, format.exr);
-      if (!record.empty()) writeFile(sideFileOf(file), record + "\n");
   }
+  return record.empty() ? "" : writtenBeside(file, record);
 }
 
 }  // namespace quillmere::app

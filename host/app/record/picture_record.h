@@ -49,8 +49,9 @@ struct FrameFormat {
 };
 
 // Writes a frame (Float RGBA) beside `file`, which it then replaces, without its alpha channel where that is opaque.
-// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Throws Error.
-void writeFrame(const std::filesystem::path& file, FrameFormat format, const image::Image& frame,
-                const std::string& record);
+// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Returns why that
+// could not be written, though the frame was; else empty. Throws Error.
+std::string writeFrame(const std::filesystem::path& file, FrameFormat format, const image::Image& frame,
+                       const std::string& record);
 
 }  // namespace quillmere::app

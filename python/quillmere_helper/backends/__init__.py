@@ -6,7 +6,7 @@ from typing import TYPE_CHECKING, Any, Mapping, NamedTuple, Optional, Protocol, 
 
 from ..exchange import ALMOST, Status
 from ..outputs import Outputs, record_of
-from ..pictures import Picture
+from ..pictures import Stored
 from ..request import RenderRequest
 from ..workflows import Workflow
 
@@ -26,7 +26,7 @@ class Job(NamedTuple):
 
     def deliver(
         self,
-        pictures: Sequence[Picture],
+        pictures: Sequence[Stored],
         seeds: Sequence[Optional[int]],
         facts: Mapping[str, Any],
         own: Sequence[Mapping[str, Any]] = (),

@@ -9,7 +9,7 @@ from ... import web
 from ...errors import HelperError
 from ...pictures import Picture
 from ...servers import Kind
-from ...untrusted import as_list, as_object
+from ...untrusted import Spool, as_list, as_object
 from . import refusals
 
 RECENT = "64"  # entries of the history to look through for a job that is not there under its own ID
@@ -142,10 +142,10 @@ class Comfy:
                     return entry
         return None
 
-    def view(self, picture: Mapping[str, Any]) -> web.Answer:
+    def view(self, picture: Mapping[str, Any], into: Spool) -> web.Answer:
         query = {"filename": str(picture.get("filename", "")), "subfolder": str(picture.get("subfolder", ""))}
         query["type"] = str(picture.get("type", "output"))
-        return self._checked(self.site.get("/view", query, web.PICTURES))
+        return self._checked(self.site.get("/view", query, web.PICTURES, into))
 
     def cancel(self, ticket: Ticket) -> Place:
         """Takes our job out of the queue or interrupts it; returns where it was.

@@ -11,7 +11,7 @@ from ...errors import HelperError, PassingFailure
 from ...exchange import ALMOST
 from ...parameters import seed_for
 from ...passes import Passes
-from ...pictures import Picture
+from ...pictures import Stored
 from ...pool import LOOK, Lacking
 from ...request import told_by_host
 from ...servers import until_answered
@@ -30,7 +30,7 @@ from .withdrawal import withdraw
 
 MOST_SUBMISSIONS = 4  # a server that loses a job more often has a fault of its own
 MOST_PICTURES = 64  # of one job
-LARGEST_TOGETHER = 256 << 20  # bytes of them, after which no further one is fetched
+LARGEST_TOGETHER = 1 << 30  # bytes of them on the disk, after which no further one is fetched
 NOTE_TIME = 0.3  # seconds that a remark stays in the status, which the effect reads every 0.12
 
 
@@ -38,7 +38,7 @@ NOTE_TIME = 0.3  # seconds that a remark stays in the status, which the effect r
 class Made:
     """What has come of a job: its pictures, the frame first, each with the name of its node; and how its graph was."""
 
-    pictures: list[tuple[str, Picture]]
+    pictures: list[tuple[str, Stored]]
     wired: Wiring
 
 
@@ -157,16 +157,17 @@ class Rendering:
                 withdraw(self._comfy, ticket)
             raise refusals.not_taken(self._source.site.url, answer, graph, self._source.where)
 
-    def _fetched(self, named: list[results.Named], graph: Graph, notes: list[str]) -> list[tuple[str, Picture]]:
+    def _fetched(self, named: list[results.Named], graph: Graph, notes: list[str]) -> list[tuple[str, Stored]]:
         """The picture of the frame, and of the others those that can be had; what is wrong with one becomes a note."""
         self._tell("Fetching the picture", ALMOST)
-        fetched, size = [], 0
+        spool, size = self._job.outputs.spool, 0
+        fetched: list[tuple[str, Stored]] = []
         for number, one in enumerate(named[:MOST_PICTURES]):
             if size > LARGEST_TOGETHER:
                 notes.append(f"Left on the server, for the pictures take too much together: {one.told.get('filename')}")
                 continue
             try:
-                picture = until_answered(partial(results.fetch, self._comfy, one.told), self._tell)
+                picture = until_answered(partial(results.fetch, self._comfy, one.told, spool), self._tell)
             except HelperError as error:
                 if number == 0:
                     raise
@@ -174,7 +175,7 @@ class Rendering:
                 continue
             size += len(picture[0])
             node = graph.nodes.get(one.node)
-            content = results.with_graphs(picture, graph.to_api(), graph.to_editor())
+            content = results.with_graphs(picture, graph.to_api(), graph.to_editor(), spool)
             fetched.append((node.label if node else f"node {one.node}", (content, picture[1])))
         if len(named) > MOST_PICTURES:
             notes.append(f"{len(named) - MOST_PICTURES} more pictures of the job stay on {self._source.site.url}")

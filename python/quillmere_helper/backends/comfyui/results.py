@@ -3,11 +3,11 @@
 import json
 import time
 from dataclasses import dataclass
-from typing import Any, Mapping, Optional
+from typing import Any, Callable, Mapping, Optional
 
 from ... import pictures, png, web
 from ...errors import HelperError, PassingFailure
-from ...untrusted import as_object, objects_in
+from ...untrusted import Spool, as_object, objects_in
 from ...workflows import GRAPHS
 from .client import Comfy, Entry
 from .graph import Graph
@@ -49,14 +49,14 @@ def named_in(entry: Entry, ends: list[str], marked: Optional[str]) -> list[Named
     return sorted(usable, key=lambda one: (one.node != marked, one.told.get("type") != "output"))
 
 
-def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> pictures.Picture:
-    """The whole picture and its kind. Raises HelperError, MissingPicture or web.UnreachableServer."""
+def fetch(comfy: Comfy, picture: Mapping[str, Any], spool: Callable[[], Spool]) -> pictures.Stored:
+    """The whole picture, mapped from a file that `spool` makes, and its kind. Raises HelperError, MissingPicture or web.UnreachableServer."""
     name = picture.get("filename")
     for attempt in range(TRIES):
         if attempt:
             time.sleep(PAUSE)
         try:
-            answer = comfy.view(picture)
+            answer = comfy.view(picture, spool())
         except web.UnreachableServer:
             if attempt + 1 == TRIES:
                 raise
@@ -72,12 +72,20 @@ def fetch(comfy: Comfy, picture: Mapping[str, Any]) -> pictures.Picture:
     )
 
 
-def with_graphs(picture: pictures.Picture, prompt: Mapping[str, Any], editor: Optional[Mapping[str, Any]]) -> bytes:
+def with_graphs(
+    picture: pictures.Stored,
+    prompt: Mapping[str, Any],
+    editor: Optional[Mapping[str, Any]],
+    spool: Callable[[], Spool],
+) -> png.Content:
     """The content of `picture` with the graph that made it in both its formats, as servers write them unless they are
     told not to: whoever drops it into the editor sees what made it."""
     content, kind = picture
     there = png.texts(content, GRAPHS) if kind == "png" else GRAPHS
     for keyword, graph in zip(GRAPHS, (prompt, editor)):
         if keyword not in there and graph:
-            content = png.with_ascii_text(content, keyword, json.dumps(graph))
+            file = spool()
+            for part in png.with_chunk(content, png.ascii_text_chunk(keyword, json.dumps(graph))):
+                file.write(part)
+            content = file.content()
     return content
