@@ -92,10 +92,10 @@ class Passes:
             raise HelperError(text, remedy="use a host and a helper of one version, and render the frame again")
         member = _member(told, word)
         if member is None:
-            lacks = "the host has drawn none"
+            lacks, remedy = "the host has drawn none", "use a host and a helper of one version"
             if word.startswith(MATTE):
-                lacks = "the scene has no object and no material of that name, or the host has drawn none of it"
-            raise NoPass(f"{where} asks for {called(word)}, but {lacks}", remedy='see "quillmere info" for the names')
+                lacks, remedy = f"{lacks}: the scene may have nothing of that name", "write it as the scene has it"
+            raise NoPass(f"{where} asks for {called(word)}, but {lacks}", remedy=remedy)
         return Pass(word, _content(member, word, size), _facts(member, word))
 
 
