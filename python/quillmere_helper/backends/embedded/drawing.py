@@ -50,7 +50,7 @@ def draw(
     painted = guide if edges is None else scenery.calm(guide, scene, _stops(scene, edges))
     if scene.near is not None:
         painted = scenery.air(painted, scene, mood)
-    calm = _untextured(grey, unit) if painted is guide else painted.convert("L")
+    calm = _untextured(grey, unit) if painted is guide else scenery.grained(painted.convert("L"), noise)
     hues = planes[1:] if painted is guide else painted.convert("YCbCr").split()[1:]
     tones = _spread(calm, mood.key)
     if scene.objects is not None:

@@ -14,6 +14,7 @@ ALIKE = 40  # of 255: how far colours of one object may be apart to run into one
 STRIDES = (1, 3)  # pixels of the half picture between those that are mixed, one after the other
 NIB, FINE = 1.0, 0.42  # how far the widest and the finest line spread, in pixels at a width of 1024
 FAINTEST, CREASE = 0.42, 0.6  # ink of the farthest line, of the nearest; of a crease, of a border
+GRAIN = 1.5  # of 255
 PAINTS = 0.1  # how far the paints of two objects may be apart, of 0..1
 AIR, FOG = 0.5, 0.9  # how much of the farthest object the air hides, on a usual day and at most
 AIR_SAMPLE = (64, 36)  # pixels that are enough for the colours of the air
@@ -78,6 +79,12 @@ def calm(guide: Image.Image, scene: Scene, edges: Image.Image) -> Image.Image:
     for stride in STRIDES:
         flat = _mixed(flat, objects, stride)
     return Image.composite(guide, flat.resize(guide.size, Image.BICUBIC), edges.filter(ImageFilter.BoxBlur(1)))
+
+
+def grained(light: Image.Image, noise: Noise) -> Image.Image:
+    """`light`, uneven by a few steps: washes have borders where one that is even goes from one step to the next."""
+    uneven = noise.grains().point([round(128 + GRAIN * (value / 127.5 - 1)) for value in range(256)])
+    return ImageChops.add(light, uneven, 1, -128)
 
 
 def painted(tones: Image.Image, objects: Image.Image) -> Image.Image:
