@@ -54,13 +54,21 @@ class Spool:
         try:
             with self._file as file:
                 file.flush()
-                return mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ) if file.tell() else b""
+                return _mapped(file) if file.tell() else b""
         except OSError as error:
             raise self._failed(error) from error
 
     def _failed(self, error: OSError) -> HelperError:
         text = f'Cannot keep what the server sends in "{self._folder}": {reason_of(error)}'
         return HelperError(text, remedy="free some space there")
+
+
+def _mapped(file: io.BufferedRandom) -> png.Content:
+    try:
+        return mmap.mmap(file.fileno(), 0, access=mmap.ACCESS_READ)
+    except OSError:  # of a file system that maps nothing
+        file.seek(0)
+        return file.read()
 
 
 def read_object(path: str, what: str, largest: int, remedy: str) -> dict[str, Any]:
