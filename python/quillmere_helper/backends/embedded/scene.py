@@ -12,8 +12,8 @@ from .prompt import Mood
 
 ALIKE = 40  # of 255: how far colours of one object may be apart to run into one wash
 STRIDES = (1, 3)  # pixels of the half picture between those that are mixed, one after the other
-NIB, FINE = 1.0, 0.42  # how far the widest and the finest line spread, in pixels at a width of 1024
-FAINTEST, CREASE = 0.42, 0.6  # ink of the farthest line, of the nearest; of a crease, of a border
+NIB, FINE = 1.2, 0.5  # how far the widest and the finest line spread, in pixels at a width of 1024
+FAINTEST, CREASE = 0.5, 0.65  # ink of the farthest line, of the nearest; of a crease, of a border
 GRAIN = 1.5  # of 255
 PAINTS = 0.1  # how far the paints of two objects may be apart, of 0..1
 AIR, FOG = 0.5, 0.9  # how much of the farthest object the air hides, on a usual day and at most
