@@ -17,7 +17,19 @@ from helper_mutation import changed, changed_json
 from scratch_render import png
 from test_comfyui_editor import BOTH, instance, usual, with_instance
 
-from quillmere_helper import backends, cancellation, exchange, outputs, pictures, request, servers, web, workflows
+from quillmere_helper import (
+    backends,
+    cancellation,
+    exchange,
+    outputs,
+    passes,
+    pictures,
+    pool,
+    request,
+    servers,
+    web,
+    workflows,
+)
 from quillmere_helper import png as png_files
 from quillmere_helper.backends.comfyui import websocket
 from quillmere_helper.backends.comfyui.client import KIND
@@ -40,6 +52,7 @@ NODES = [
     {"id": 3, "type": "SaveImage", "inputs": [{"name": "images", "type": "IMAGE", "link": 2}], "widgets_values": ["{prompt}"], "mode": 0},
 ]
 EDITOR = {"nodes": NODES, "links": [[1, 1, 0, 2, 0, "IMAGE"], [2, 2, 0, 3, 0, "IMAGE"]], "version": 0.4}
+LOADER = {"class_type": "LoadImage", "inputs": {"image": "a.png"}, "_meta": {"title": "Quillmere Depth"}}
 WORKFLOWS = [
     graph(),
     EDITOR,
@@ -47,6 +60,8 @@ WORKFLOWS = [
     with_instance(instance(20, [30, "outer words"], BOTH, [["3", "steps"], ["2", "text"]])),
     {"backend": "comfyui", "url": "http://127.0.0.1:8188", "graph": graph(), "parameters": {"seed": "frame"}},
     {"backend": "a1111", "parameters": {"seed": 4, "steps": 9, "pictures": 2, "controlnet": "required"}},
+    {"backend": "a1111", "url": ["http://a:1", "http://b"], "units": [{"pass": "depth"}, {"pass": "guide", "end": 0.5}]},
+    {"backend": "comfyui", "graph": {**graph(), "4": LOADER}, "without_passes": "guide", "url": "http://a:1, http://b"},
     {"backend": "embedded", "parameters": {"seed": "random", "layers": 3, "line": 0.5}},
 ]
 REQUEST = {"workflow_path": "w", "output_dir": "out", "output_prefix": "shot", "effective_prompt": "a barn"}
@@ -235,7 +250,23 @@ def logins(chance, folder):
     (folder / "logins").chmod(0o600)
     os.environ["QUILLMERE_CREDENTIALS"] = str(folder / "logins")
     url = changed(chance, b"https://host:8188").decode("utf-8", "surrogateescape")
-    servers.site_for(KIND, chance.choice((url, "https://host:8188")), "the workflow")
+    servers.sites_for(KIND, chance.choice((url, [url], "https://host:8188 http://10.0.0.7")), "the workflow")
+    (folder / pool.FILE).write_bytes(changed(chance, b'{"http://a": {"until": 1e9, "rest": 60.0}}'))
+    pool.Rests(str(folder / "status")).fail("http://a")
+
+
+def told_passes(chance, folder):
+    """What the host tells of passes, and their pictures."""
+    content = changed(chance, png(20, 10, (9, 9, 9)))
+    (folder / "pass").write_bytes(_summed(content))
+    one = {"file": str(folder / "pass"), "kind": "inverse", "near": 0.5, "far": 80.0}
+    told = {"version": 1, "frame": 3, "depth": one, "normal": {**one, "kind": "bae"}, "lines": one, "object": one}
+    told["mattes"] = [{"name": "Boat", "of": "object", "file": one["file"]}]
+    (folder / "told").write_bytes(json.dumps({"passes": changed_json(chance, told)}).encode())
+    with mock.patch.dict(os.environ, {request.FILE_FROM_HOST: str(folder / "told")}):
+        known = passes.Passes(request.told_by_host().get("passes"), 3)
+    for word in chance.sample(("depth", "normal:bae", "lines", "object", "matte:Boat"), 2):
+        pictures.with_mask(known.picture(word, png(20, 10), "the workflow", chance.random() < 0.5).content)
 
 
 def png_file(chance, folder):
@@ -312,7 +343,10 @@ def frames(chance, folder):
 
 TARGETS = [
     (each.__name__.replace("_", " "), each)
-    for each in (workflow, answers, workflow, answers, request_file, logins, png_file, picture_header, http_answer, frames)
+    for each in (
+        *(workflow, answers, workflow, answers, request_file, logins, png_file, picture_header, http_answer, frames),
+        told_passes,
+    )
 ]
 if importlib.util.find_spec("PIL") is None:
     TARGETS = [one for one in TARGETS if one[1] is not picture_header]

@@ -1,5 +1,4 @@
-"""The passes of a frame: what the host, which knows the scene, has drawn beside the guide. Nothing that it tells of them
-is believed before it has been checked.
+"""The passes of a frame: what the host, which knows the scene, has drawn beside the guide; checked before it is used.
 
 A workflow asks for one by a word: "depth", "normal:bae", "normal:opengl", "normal:directx", "lines", "object",
 "material", "albedo", or "matte:NAME" for what one object or material covers.
@@ -50,7 +49,7 @@ class Passes:
 
     def __init__(self, told: Any, frame: int) -> None:
         self._told, self._frame = told, frame
-        self.used: dict[str, Mapping[str, Any]] = {}  # word and facts, for the record
+        self.used: dict[str, Mapping[str, Any]] = {}  # facts by pass, for the record
         self.notes: list[str] = []
 
     def picture(self, word: str, guide: bytes, where: str, stand_in: bool) -> Pass:
@@ -65,7 +64,7 @@ class Passes:
             found = Pass(word, guide, {"stand_in": GUIDE})
         except png.BadPng as error:
             raise HelperError(f"{where} asks for {called(word)}, for which the guide has to be a PNG: {error}") from error
-        self.used[word] = found.facts
+        self.used[_recorded(word)] = found.facts
         return found
 
     def welcome(self, word: str, size: tuple[int, int], where: str) -> Optional[Pass]:
@@ -77,7 +76,7 @@ class Passes:
         except HelperError as error:
             self.notes.append(f"Drawn without {called(word)}: {error.text}")
             return None
-        self.used[word] = found.facts
+        self.used[_recorded(word)] = found.facts
         return found
 
     def get(self, word: str, size: tuple[int, int], where: str) -> Pass:
@@ -85,17 +84,18 @@ class Passes:
         that can't be used."""
         if self._told is None:
             text = f"{where} asks for {called(word)}, which only the stand-alone host draws"
-            raise NoPass(text, remedy=f'render with "quillmere render", or let the guide stand in ("{WITHOUT}": "{GUIDE}")')
+            instead = f'or let the guide stand in ("{WITHOUT}": "{GUIDE}")'
+            raise NoPass(text, remedy=f'render with "quillmere render", {instead}')
         told = as_object(self._told)
         if type(told.get("version")) is not int or told["version"] != VERSION or told.get("frame") != self._frame:
             text = f"The passes that the host tells of are not those of frame {self._frame} in version {VERSION}"
             raise HelperError(text, remedy="use a host and a helper of one version, and render the frame again")
         member = _member(told, word)
         if member is None:
-            lacks = "the host has drawn none"
+            lacks, remedy = "the host has drawn none", "use a host and a helper of one version"
             if word.startswith(MATTE):
-                lacks = "the scene has no object and no material of that name, or the host has drawn none of it"
-            raise NoPass(f"{where} asks for {called(word)}, but {lacks}", remedy='see "quillmere info" for the names')
+                lacks, remedy = f"{lacks}: the scene may have nothing of that name", "write it as the scene has it"
+            raise NoPass(f"{where} asks for {called(word)}, but {lacks}", remedy=remedy)
         return Pass(word, _content(member, word, size), _facts(member, word))
 
 
@@ -109,6 +109,11 @@ def called(word: str) -> str:
 
 def kind_of(word: str) -> str:
     return word.partition(":")[0]
+
+
+def _recorded(word: str) -> str:
+    """As a record calls a pass: its facts tell the kind of normals."""
+    return "normal" if word.startswith(NORMAL) else word
 
 
 def is_word(text: Any) -> bool:
@@ -153,6 +158,8 @@ def _content(member: Mapping[str, Any], word: str, size: tuple[int, int]) -> byt
     content = untrusted.read_file(path, f"picture of {what}", untrusted.LARGEST_PICTURE, AGAIN)
     try:
         header = pictures.header_of(content)
+        if pictures.kind_of(content) != "png":
+            raise png.BadPng("it is cut off or damaged")
     except png.BadPng as error:
         raise HelperError(f'The picture of {what}, "{path}", cannot be used: {error}; {AGAIN}') from error
     if (header.width, header.height) != size or (header.depth, header.colour) != FORMAT:

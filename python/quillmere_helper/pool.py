@@ -1,5 +1,5 @@
-"""Several servers for one workflow: a render goes to the least busy one that has what it needs, and to the next when that
-fails. One that has failed is left alone for a while, by later renders too."""
+"""Several servers for one workflow: a render goes to the least busy one that has what it needs, and to the next one
+when that fails. One that has failed is left alone for a while, by later renders too."""
 
 import os
 import threading

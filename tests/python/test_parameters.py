@@ -53,7 +53,7 @@ class SecurityPage(unittest.TestCase):
             f"a graph | {LARGEST_WORKFLOW >> 20} MB; {source.MOST_NODES:,} nodes of {classes.MOST_CLASSES:,} classes |",
             f"reads or gets | {untrusted.LARGEST_PICTURE >> 20} MB |",
             f"become | {graph.LARGEST_FILLING >> 20} million characters |",
-            f"with pictures | {web.PICTURES.size >> 20} MB, an hour |",
+            f"with pictures | {web.PICTURES.size >> 20} MB, an hour",
             f"a ComfyUI server | {websocket.LARGEST_MESSAGE >> 20} MB |",
             f"exchange | {web.CONNECT_TIME:g} seconds to connect, {web.ANSWER_TIME:g} without a byte, and {moving} |",
             f"a line that is shown; a log | {readable.LONGEST_LINE:,} characters; a million |",

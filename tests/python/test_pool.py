@@ -4,6 +4,7 @@ import json
 from pathlib import Path
 from unittest import mock
 
+from a1111_server import A1111Server
 from comfy_case import ComfyCase
 from comfy_classes import graph
 from comfy_server import ComfyServer
@@ -54,6 +55,23 @@ class SeveralComfy(ComfyCase):
         self.assertEqual(json.loads(self.status_file.read_text())["failure"], "passing")
 
 
+class SeveralA1111(RenderCase):
+    def test_a_busy_server_and_one_without_the_model_are_spared(self):
+        servers = [A1111Server(), A1111Server()]
+        for server in servers:
+            self.addCleanup(server.stop)
+        content = {"backend": "a1111", "url": [server.url for server in servers], "units": [{"pass": "guide"}]}
+        self.members["workflow_path"] = self.write("workflow.json", content)
+        self.members["frame"] = 4  # the first one's turn
+        done = servers[0].run_foreign()
+        self.assertEqual(self.run_helper()[0], 0, self.errors)
+        done.set()
+        servers[1].models = ["control_depth [b2]"]
+        self.members["frame"] = 5  # the second one's turn
+        self.assertEqual(self.run_helper()[0], 0, self.errors)
+        self.assertEqual([len(server.calls) for server in servers], [1, 1])
+
+
 class Resting(RenderCase):
     def test_a_rest_grows_with_each_failure_and_ends(self):
         rests, now = Rests(str(self.status_file)), 1e9
@@ -72,6 +90,6 @@ class Resting(RenderCase):
             self.assertFalse(rests.left_alone("http://a"))
 
     def test_a_file_that_somebody_has_changed_leaves_no_server_alone(self):
-        for content in (b"[", {"http://a": 5}, {"http://a": {"until": "x", "rest": 1}}, {"http://a": {"until": 9e99, "rest": 1}}):
-            self.write("servers.json", content)
+        for told in (5, {"until": "x", "rest": 1}, {"until": 9e99, "rest": 1}):
+            self.write("servers.json", {"http://a": told})
             self.assertFalse(Rests(str(self.status_file)).left_alone("http://a"))

@@ -61,7 +61,8 @@ def read_settings(workflow: Workflow) -> Settings:
     units, sites = read_units(content, where), servers.sites_for(KIND, content.get("url"), where)
     doubled = [name for name in as_object(content.get("parameters")) if units and name.startswith(OWN_UNIT)]
     if doubled:
-        raise HelperError(f'"{doubled[0]}" in {where} does not count beside "units"', remedy='write a unit with "pass": "guide"')
+        remedy = 'write a unit with "pass": "guide"'
+        raise HelperError(f'"{doubled[0]}" in {where} does not count beside "units"', remedy=remedy)
     return Settings(sites, options, units, stands_in(content, where), where)
 
 

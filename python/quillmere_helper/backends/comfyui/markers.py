@@ -13,7 +13,8 @@ PREFIX = "quillmere"
 PARTS = ("guide", "style", "prompt", "width", "height", "size", "frame", "seed", "result")
 CONTROL = "control:"
 MASK = "object mask:"  # before the name of an object or a material
-PASSES = {"depth": "depth", "normal": "normal:bae", "lines": "lines", **{f"normal: {kind}": f"normal:{kind}" for kind in NORMALS}}
+PASSES = {"depth": "depth", "normal": "normal:bae", "lines": "lines"}  # what a title says, and the word of the pass
+PASSES.update((f"normal: {kind}", f"normal:{kind}") for kind in NORMALS)
 LIKE = {**{part: f"Quillmere {part.capitalize()}" for part in (*PARTS, *PASSES)}, MASK: "Quillmere Object Mask: NAME"}
 LIKE[CONTROL] = "Quillmere Control: NAME"
 

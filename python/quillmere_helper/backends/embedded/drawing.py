@@ -1,14 +1,13 @@
 """An ink-and-wash drawing of a guide image: the steps, and the lines along its edges."""
 
-import io
 import math
-from typing import Any, Generator, Mapping, Optional
+from typing import Any, Generator, Mapping, Optional, Sequence
 
 from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageOps
 
 from . import painting
 from . import scene as scenery
-from .images import Noise, curve, ramp
+from .images import Noise, blurred, curve, png_of, ramp
 from .painting import Paper
 from .prompt import Mood
 from .scene import Scene
@@ -46,10 +45,13 @@ def draw(
     yield "Stretching the paper", 0.0
     paper = Paper(noise, unit, options["paper"])
     yield "Looking at the guide", 0.1
+    grey, planes = guide.convert("L"), guide.convert("YCbCr").split()
     edges = None if scene.objects is None else scenery.borders(scene.objects)
-    calm = _calm(guide, unit) if edges is None else scenery.calm(guide, scene, _stops(scene, edges))
+    painted = guide if edges is None else scenery.calm(guide, scene, _stops(scene, edges))
     if scene.near is not None:
-        calm = scenery.air(calm, scene, mood)
+        painted = scenery.air(painted, scene, mood)
+    calm = _untextured(grey, unit) if painted is guide else scenery.grained(painted.convert("L"), noise)
+    hues = planes[1:] if painted is guide else painted.convert("YCbCr").split()[1:]
     tones = _spread(calm, mood.key)
     if scene.objects is not None:
         tones = scenery.painted(tones, scene.objects)
@@ -57,47 +59,44 @@ def draw(
     strength = options["wash"] * (1 - 0.6 * mood.key)
     wetness = min(max(0.6 + mood.wetness, 0.1), 1.0)
     brush = painting.Brush(options["layers"], strength, wetness, options["granulation"])
+    washes = painting.Washes(tones, paper.relief, noise, unit, brush)
     for layer in range(brush.layers):
         yield "Washing tones", 0.2 + 0.4 * layer / brush.layers
-        light = ImageChops.multiply(light, painting.wash(layer, tones, paper.relief, noise, unit, brush))
+        light = ImageChops.multiply(light, washes.light(layer))
     yield "Adding colour", 0.6
-    bare = painting.left_out(guide, noise, unit)
-    soft = calm.filter(ImageFilter.GaussianBlur(1.6 * unit))
+    bare = painting.left_out(grey, noise, unit)
+    soft = [blurred(hue, 1.6 * unit) for hue in hues]
     colour = painting.colour(ImageChops.lighter(light, bare), soft, options["saturation"] * mood.saturation)
-    colour = painting.thin(colour, bare, noise, unit)
-    colour = painting.graded(colour, mood)
+    colour = painting.graded(painting.thin(colour, bare, noise, unit), mood)
     if look is not None:
         colour = painting.in_colours_of(colour, look, options["style"])
     page = ImageChops.multiply(colour, paper.sheet(SHEET))
     yield "Drawing lines", 0.75
-    covered = _ink(guide, tones, paper, noise, unit, options, scene, edges)
+    covered = _ink(planes, tones, paper, noise, unit, options, scene, edges)
     yield "Finishing the picture", 0.9
-    file = io.BytesIO()
-    Image.composite(Image.new("RGB", guide.size, INK), page, covered).save(file, "PNG", compress_level=2)
-    return file.getvalue()
-
-
-def _calm(guide: Image.Image, unit: float) -> Image.Image:
-    """The guide without small texture, but untouched around its edges."""
-    half = (max(1, guide.width // 2), max(1, guide.height // 2))
-    soft = guide.resize(half, Image.BOX).filter(ImageFilter.MedianFilter(3)).resize(guide.size, Image.BICUBIC)
-    edges = soft.convert("L").filter(ImageFilter.FIND_EDGES).filter(ImageFilter.GaussianBlur(2 * unit))
-    return Image.composite(guide, soft, edges.point(ramp(0.01, 0.05)))
-
-
-def _spread(guide: Image.Image, key: float) -> Image.Image:
-    """The tones of `guide` spread over black to white, lighter or darker as the mood has it."""
-    light = guide.convert("L")
-    spread = Image.blend(ImageOps.autocontrast(light, 1), ImageOps.equalize(light), 0.35)
-    return spread.filter(ImageFilter.GaussianBlur(0.7)).point(curve(lambda value: value ** math.exp(-1.4 * key)))
+    return png_of(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
 
 
 def _stops(scene: Scene, edges: Image.Image) -> Image.Image:
     return edges if scene.lines is None else ImageChops.lighter(edges, scene.lines)
 
 
+def _untextured(light: Image.Image, unit: float) -> Image.Image:
+    """The light of the guide without small texture, but untouched around its edges."""
+    half = (max(1, light.width // 2), max(1, light.height // 2))
+    soft = light.resize(half, Image.BOX).filter(ImageFilter.MedianFilter(3)).resize(light.size, Image.BICUBIC)
+    edges = blurred(soft.filter(ImageFilter.FIND_EDGES), 2 * unit)
+    return Image.composite(light, soft, edges.point(ramp(0.01, 0.05)))
+
+
+def _spread(light: Image.Image, key: float) -> Image.Image:
+    """The tones of `light` spread over black to white, lighter or darker as the mood has it."""
+    spread = Image.blend(ImageOps.autocontrast(light, 1), ImageOps.equalize(light), 0.35)
+    return spread.filter(ImageFilter.GaussianBlur(0.7)).point(curve(lambda value: value ** math.exp(-1.4 * key)))
+
+
 def _ink(
-    guide: Image.Image,
+    planes: Sequence[Image.Image],
     tones: Image.Image,
     paper: Paper,
     noise: Noise,
@@ -107,23 +106,25 @@ def _ink(
     edges: Optional[Image.Image],
 ) -> Image.Image:
     """How much ink covers each pixel; even the heaviest line lets a little of the page through."""
-    inked = Image.new("L", guide.size, 0)
+    inked = Image.new("L", tones.size, 0)
     if options["line"] > 0 and scene.lines is not None:
         inked = _dry(scenery.ink(scene, edges, noise, unit, options["line"]), paper.relief)
     elif options["line"] > 0:
-        inked = _lines(guide, paper.relief, noise, unit, options["line"])
+        inked = _lines(planes, paper.relief, noise, unit, options["line"])
     if options["hatching"] > 0:
         strokes = _hatching(tones, noise, unit).point(curve(lambda value: 0.6 * options["hatching"] * value))
         inked = ImageChops.lighter(inked, strokes)
     return inked.point(curve(lambda value: 0.88 * value))
 
 
-def _lines(guide: Image.Image, relief: Image.Image, noise: Noise, unit: float, strength: float) -> Image.Image:
+def _lines(
+    planes: Sequence[Image.Image], relief: Image.Image, noise: Noise, unit: float, strength: float
+) -> Image.Image:
     """How much ink lies on each pixel (255: solid). Noise varies the width of lines."""
-    pressure = noise.clouds(60 * unit).point(curve(lambda value: 0.4 + 0.6 * value))
-    light, blue, red = guide.convert("YCbCr").split()
+    pressure = noise.clouds(60 * unit, curve(lambda value: 0.4 + 0.6 * value))
+    light, blue, red = planes
     widened = curve(lambda value: 0.5 + COLOUR_GAIN * (value - 0.5))
-    ink = Image.new("L", guide.size, 0)
+    ink = Image.new("L", relief.size, 0)
     for channel in (light.point(BRIGHTENED), blue.point(widened), red.point(widened)):
         for width, least in NIBS:
             ink = ImageChops.lighter(ink, _strokes(channel, pressure, width * unit, least / strength))
@@ -141,14 +142,13 @@ def _hatching(tones: Image.Image, noise: Noise, unit: float) -> Image.Image:
         pen.line((start, height, start + lean, 0), round(noise.between(150, 255)), max(1, round(1.1 * unit)))
         start += STROKE_GAP * unit * noise.between(0.75, 1.25)
     strokes = strokes.filter(ImageFilter.GaussianBlur(0.55 * unit)).point(curve(lambda value: 1.5 * value))
-    dark = ImageChops.multiply(tones.point(ramp(0.30, 0.16)), noise.clouds(30 * unit).point(ramp(0.25, 0.6)))
+    dark = ImageChops.multiply(tones.point(ramp(0.30, 0.16)), noise.clouds(30 * unit, ramp(0.25, 0.6)))
     return ImageChops.multiply(strokes, dark)
 
 
 def _strokes(channel: Image.Image, pressure: Image.Image, width: float, least: float) -> Image.Image:
     """Ink on the dark side of each edge: where a narrow mean lies below a wide one by more than `least`."""
-    narrow = channel.filter(ImageFilter.GaussianBlur(width))
-    wide = channel.filter(ImageFilter.GaussianBlur(width * 2.2))
+    narrow, wide = blurred(channel, width), blurred(channel, width * 2.2)
     depth = ImageChops.subtract(wide, narrow, 0.5)
     # Where everything around is as deep, that is the grain of a rendering and no edge.
     around = depth.filter(ImageFilter.BoxBlur(GRAIN_WINDOW * width)).point(curve(lambda value: GRAIN_SHARE * value))

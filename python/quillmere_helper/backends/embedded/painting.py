@@ -1,10 +1,10 @@
 """Everything but the lines: paper, washes of thinned ink, the guide's hues in them, the colours of a style image."""
 
-from typing import NamedTuple
+from typing import NamedTuple, Sequence
 
 from PIL import Image, ImageChops, ImageFilter, ImageOps, ImageStat
 
-from .images import Noise, curve, fade, ramp
+from .images import Noise, blurred, curve, fade, ramp
 from .prompt import Mood
 
 LIGHT_FROM = ImageFilter.Kernel((3, 3), (-2, -1, 0, -1, 0, 1, 0, 1, 2), 3, 128)  # a lamp at the upper left
@@ -44,52 +44,58 @@ class Brush(NamedTuple):
     granulation: float
 
 
-def wash(layer: int, tones: Image.Image, relief: Image.Image, noise: Noise, unit: float, brush: Brush) -> Image.Image:
-    """The light that one layer lets through (255: all of it), for `tones` spread over 0..255.
+class Washes:
+    """The washes of one picture, for `tones` spread over 0..255."""
 
-    Layer 0 covers all but the lightest tones, the last one only the darkest. Borders wander only where the tones run
-    smoothly into each other; a sharp border of the guide stays where it is.
-    """
-    border = 1 - (layer + 0.7) / (brush.layers + 0.4)
-    amount = 0.10 + 0.05 * brush.wetness
-    swing = noise.clouds((26 + 90 * brush.wetness) * unit).point(curve(lambda value: 0.5 + 2 * amount * (value - 0.5)))
-    wandering = ImageChops.add(tones, swing, 1, -128)
-    covered = wandering.point(ramp(border + SOFTNESS, border - SOFTNESS))
-    return _dried(covered, relief, noise, unit, brush)
+    def __init__(self, tones: Image.Image, relief: Image.Image, noise: Noise, unit: float, brush: Brush) -> None:
+        self._tones, self._noise, self._unit, self._brush = tones, noise, unit, brush
+        amount = 0.10 + 0.05 * brush.wetness
+        self._swing = curve(lambda value: 0.5 + 2 * amount * (value - 0.5))
+        self._pool = curve(lambda value: 1 - 0.75 * brush.wetness + 0.75 * value)
+        self._valleys = relief.point(curve(lambda value: 1.5 * (0.5 - value)))
+
+    def light(self, layer: int) -> Image.Image:
+        """The light that one layer lets through (255: all of it).
+
+        Layer 0 covers all but the lightest tones, the last one only the darkest. Borders wander only where the tones run
+        smoothly into each other; a sharp border of the guide stays where it is.
+        """
+        brush = self._brush
+        border = 1 - (layer + 0.7) / (brush.layers + 0.4)
+        swing = self._noise.clouds((26 + 90 * brush.wetness) * self._unit, self._swing)
+        wandering = ImageChops.add(self._tones, swing, 1, -128)
+        return self._dried(wandering.point(ramp(border + SOFTNESS, border - SOFTNESS)))
+
+    def _dried(self, covered: Image.Image) -> Image.Image:
+        """Where the pigment ends up: in pools, along the border, in the valleys of the paper."""
+        body = 0.86 * self._brush.strength / self._brush.layers
+        pools = self._noise.clouds(150 * self._unit, self._pool)
+        rim = ImageChops.subtract(covered, blurred(covered, RIM_WIDTH * self._unit))
+        grains = ImageChops.multiply(covered, self._valleys)
+        light = ImageChops.multiply(covered, pools).point(fade(body))
+        light = ImageChops.multiply(light, rim.point(fade(2.2 * body)))
+        return ImageChops.multiply(light, grains.point(fade(0.4 * body * self._brush.granulation)))
 
 
-def _dried(covered: Image.Image, relief: Image.Image, noise: Noise, unit: float, brush: Brush) -> Image.Image:
-    """Where the pigment ends up: in pools, along the border, in the valleys of the paper."""
-    body = 0.86 * brush.strength / brush.layers
-    pools = noise.clouds(150 * unit).point(curve(lambda value: 1 - 0.75 * brush.wetness + 0.75 * value))
-    rim = ImageChops.subtract(covered, covered.filter(ImageFilter.GaussianBlur(RIM_WIDTH * unit)))
-    grains = ImageChops.multiply(covered, relief.point(curve(lambda value: 1.5 * (0.5 - value))))
-    light = ImageChops.multiply(covered, pools).point(fade(body))
-    light = ImageChops.multiply(light, rim.point(fade(2.2 * body)))
-    return ImageChops.multiply(light, grains.point(fade(0.4 * body * brush.granulation)))
-
-
-def colour(light: Image.Image, guide: Image.Image, saturation: float) -> Image.Image:
-    """`light` (8-bit grey) in the hues of `guide`."""
-    _, blue, red = guide.convert("YCbCr").split()
+def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -> Image.Image:
+    """`light` (8-bit grey) in the `hues` of a guide: blue and red, as YCbCr has them."""
+    blue, red = hues
     vivid = [min(max(round(128 + 1.15 * saturation * (value - 128)), 0), 255) for value in range(256)]
     return Image.merge("YCbCr", (light, blue.point(vivid), red.point(vivid))).convert("RGB")
 
 
 def thin(picture: Image.Image, bare: Image.Image, noise: Noise, unit: float) -> Image.Image:
     """Paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
-    water = noise.clouds(170 * unit).point(curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
+    water = noise.clouds(170 * unit, curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
     pale = Image.blend(picture, Image.new("RGB", picture.size, WHITE), 0.6)
     return Image.composite(pale, picture, ImageChops.lighter(water, bare))
 
 
-def left_out(guide: Image.Image, noise: Noise, unit: float) -> Image.Image:
-    """Slivers of bare paper on the light side of edges, here and there."""
-    light = guide.convert("L")
-    narrow = light.filter(ImageFilter.GaussianBlur(0.9 * unit))
-    wide = light.filter(ImageFilter.GaussianBlur(2.4 * unit))
+def left_out(light: Image.Image, noise: Noise, unit: float) -> Image.Image:
+    """Slivers of bare paper on the light side of edges, here and there; `light`: the guide in grey."""
+    narrow, wide = blurred(light, 0.9 * unit), blurred(light, 2.4 * unit)
     slivers = ImageChops.subtract(narrow, wide, 0.5).point(ramp(0.06, 0.2))
-    return ImageChops.multiply(slivers, noise.clouds(40 * unit).point(ramp(0.45, 0.6)))
+    return ImageChops.multiply(slivers, noise.clouds(40 * unit, ramp(0.45, 0.6)))
 
 
 def graded(picture: Image.Image, mood: Mood) -> Image.Image:

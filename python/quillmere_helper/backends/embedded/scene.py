@@ -12,8 +12,9 @@ from .prompt import Mood
 
 ALIKE = 40  # of 255: how far colours of one object may be apart to run into one wash
 STRIDES = (1, 3)  # pixels of the half picture between those that are mixed, one after the other
-NIB, FINE = 1.0, 0.42  # how far the widest and the finest line spread, in pixels at a width of 1024
-FAINTEST, CREASE = 0.42, 0.6  # ink of the farthest line, of the nearest; of a crease, of a border
+NIB, FINE = 1.2, 0.5  # how far the widest and the finest line spread, in pixels at a width of 1024
+FAINTEST, CREASE = 0.5, 0.65  # ink of the farthest line, of the nearest; of a crease, of a border
+GRAIN = 1.5  # of 255
 PAINTS = 0.1  # how far the paints of two objects may be apart, of 0..1
 AIR, FOG = 0.5, 0.9  # how much of the farthest object the air hides, on a usual day and at most
 AIR_SAMPLE = (64, 36)  # pixels that are enough for the colours of the air
@@ -80,6 +81,12 @@ def calm(guide: Image.Image, scene: Scene, edges: Image.Image) -> Image.Image:
     return Image.composite(guide, flat.resize(guide.size, Image.BICUBIC), edges.filter(ImageFilter.BoxBlur(1)))
 
 
+def grained(light: Image.Image, noise: Noise) -> Image.Image:
+    """`light`, uneven by a few steps: washes have borders where one that is even goes from one step to the next."""
+    uneven = noise.grains().point([round(128 + GRAIN * (value / 127.5 - 1)) for value in range(256)])
+    return ImageChops.add(light, uneven, 1, -128)
+
+
 def painted(tones: Image.Image, objects: Image.Image) -> Image.Image:
     """`tones`, a little darker or lighter for each object, which has a paint of its own."""
     paint = objects.getchannel(0).point([128] + [round(128 + PAINTS * (value - 128)) for value in range(1, 256)])
@@ -98,7 +105,7 @@ def ink(scene: Scene, edges: Optional[Image.Image], noise: Noise, unit: float, s
     if edges is not None:
         bordering = edges.filter(ImageFilter.BoxBlur(unit)).point(ramp(0.0, 0.3))
         drawn = ImageChops.multiply(drawn, bordering.point(_from(CREASE)))
-    pressure = noise.clouds(60 * unit).point(curve(lambda value: 0.55 + 0.75 * value))
+    pressure = noise.clouds(60 * unit, curve(lambda value: 0.55 + 0.75 * value))
     return ImageChops.multiply(drawn, pressure)
 
 
@@ -118,7 +125,8 @@ def air(calm: Image.Image, scene: Scene, mood: Mood) -> Image.Image:
 def _drop_down(picture: Image.Image, backdrop: Image.Image) -> None:
     """Puts the colour of the backdrop that is nearest above it onto each pixel that isn't backdrop itself."""
     colours, shares = picture.load(), backdrop.load()
-    mean = tuple(round(value) for value in ImageStat.Stat(picture, backdrop.point(lambda share: 255 * (share > 127))).mean)
+    most = backdrop.point([0] * 128 + [255] * 128)
+    mean = tuple(round(value) for value in ImageStat.Stat(picture, most).mean) if most.getextrema()[1] else SKY
     for x in range(picture.width):
         colour = mean
         for y in range(picture.height):
