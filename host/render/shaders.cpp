@@ -30,12 +30,13 @@ glm::vec3 displayed(glm::vec3 light) {
 
 }  // namespace
 
-QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture)
+QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture, int height)
     : picture_(picture),
+      height_(height),
       headlight_(glm::normalize(glm::vec3(camera.toWorld[2]) + 0.45F * glm::vec3(camera.toWorld[1]) -
                                 0.3F * glm::vec3(camera.toWorld[0]))) {}
 
-RaySet QuickShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
+VectorPerRay QuickShader::lightOf(const Layer& layer) const {
   VectorPerRay light;
   forEachRay(layer.points, [&](int at) {
     const glm::vec3 color = layer.surface.color[at];
@@ -45,13 +46,12 @@ RaySet QuickShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
                               : color * lightOn(layer.surface.normal[at], layer.surface.finish[at].occlusion);
     light.set(at, lit + displayed(layer.surface.emission[at]));
   });
-  forEachRay(layer.met, [&](int ray) { sums[ray] += layer.weight[ray] * light[layer.pointOf[ray]]; });
-  forEachRay(layer.missed, [&](int ray) { sums[ray] += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
-  return 0;
+  return light;
 }
 
 void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
-  const glm::vec3 light = sum * (1.0F / samples);
+  if (picture_.empty()) return;
+  const glm::vec3 light = (sum.surfaces + sum.backdrop) * (1.0F / samples);
   std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + std::ptrdiff_t{3} * x;
   for (int c = 0; c < 3; ++c) rgb[c] = storedByte(light[c]);
 }
@@ -83,7 +83,7 @@ glm::vec3 QuickShader::reflected(const SurfacePoints& points, int at, glm::vec3 
 
 glm::vec3 QuickShader::background(int row) const {
   constexpr float kTop = 0.105F, kBottom = 0.30F;  // light, not stored values
-  return glm::vec3(glm::mix(kTop, kBottom, (static_cast<float>(row) + 0.5F) / static_cast<float>(picture_.height())));
+  return glm::vec3(glm::mix(kTop, kBottom, (static_cast<float>(row) + 0.5F) / static_cast<float>(height_)));
 }
 
 FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {

@@ -1,0 +1,41 @@
+#include "depth_range.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quillmere::app {
+namespace {
+
+// What moves may come nearer between the poses that are looked at, and thin things may be missed.
+constexpr float kNearer = 0.95F, kFarther = 1.05F;
+
+// Rounded outwards to two digits, so that the range can be told, and given again for other parts of a sequence.
+float rounded(float depth, float (*round)(float)) {
+  const float unit = std::pow(10.0F, std::floor(std::log10(depth)) - 1.0F);
+  return round(depth / unit) * unit;
+}
+
+}  // namespace
+
+render::DepthRange depthRangeOf(const std::shared_ptr<const scene::Scene>& scene, const std::string& camera,
+                                const DepthSequence& sequence) {
+  const auto& cameras = scene->cameras();
+  const auto called = std::ranges::find(cameras, camera, &scene::CameraInfo::name);
+  if (called == cameras.end()) return {};
+  const bool moves = scene->duration() > 0.0 || called->animated;
+  render::Renderer renderer(scene, sequence.sides);
+  render::DepthRange all{scene::kLargestNumber, 0.0F};
+  for (const double seconds : posesOf(sequence.frames, sequence.clock)) {
+    renderer.pose(seconds);
+    const scene::Camera& from = renderer.snapshot().cameras.at(static_cast<std::size_t>(called - cameras.begin()));
+    const auto seen = renderer.seenDepths(from, static_cast<double>(sequence.size.width) / sequence.size.height);
+    if (seen) all = {std::min(all.near, seen->near), std::max(all.far, seen->far)};
+    if (!moves) break;
+  }
+  if (all.near > all.far) return {};
+  constexpr float kLeast = 1e-4F;
+  const float near = rounded(std::max(kLeast, kNearer * all.near), std::floor);
+  return {near, std::max(rounded(kFarther * all.far, std::ceil), 1.01F * near)};
+}
+
+}  // namespace quillmere::app

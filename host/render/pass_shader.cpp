@@ -1,0 +1,163 @@
+#include "pass_shader.h"
+
+#include <algorithm>
+#include <bit>
+#include <tuple>
+
+namespace quillmere::render {
+namespace {
+
+constexpr float kSeen = 0.5F;  // of a sample that a surface has to stop, together with those in front of it
+
+void put(image::Image& plane, int x, int y, std::initializer_list<float> values) {
+  if (!plane.empty()) std::copy(values.begin(), values.end(), plane.pixel<float>(x, y));
+}
+
+void put(image::Image& plane, int x, int y, glm::vec3 rgb, float alpha) {
+  put(plane, x, y, {rgb.x, rgb.y, rgb.z, alpha});
+}
+
+glm::vec3 unit(glm::vec3 direction) {
+  const float length = glm::length(direction);
+  return length > 1e-6F ? direction / length : glm::vec3(0.0F);
+}
+
+}  // namespace
+
+void MatteSum::add(std::uint32_t id, float weight) {
+  for (int i = 0; i < count_; ++i) {
+    Share& share = shares_[static_cast<std::size_t>(i)];
+    if (share.id != id) continue;
+    share.weight += weight;
+    return;
+  }
+  const auto room = static_cast<std::size_t>(count_);
+  if (room < shares_.size()) {
+    shares_[room] = {id, weight};
+    ++count_;
+    return;
+  }
+  const auto least = std::ranges::min_element(shares_, {}, &Share::weight);
+  if (least->weight < weight) *least = {id, weight};
+}
+
+MatteSum& MatteSum::operator+=(const MatteSum& other) {
+  for (int i = 0; i < other.count_; ++i) {
+    const Share& share = other.shares_[static_cast<std::size_t>(i)];
+    add(share.id, share.weight);
+  }
+  return *this;
+}
+
+void MatteSum::store(std::vector<image::Image>& layers, float whole, int x, int y) const {
+  std::array<Share, 8> shares = shares_;
+  const auto end = shares.begin() + count_;
+  const auto isLess = [](const Share& a, const Share& b) {
+    return std::make_tuple(a.weight, b.id) < std::make_tuple(b.weight, a.id);
+  };
+  auto next = shares.begin();
+  for (image::Image& layer : layers) {
+    float* ranks = layer.pixel<float>(x, y);
+    for (const int rank : {0, 2}) {
+      if (next == end) return;
+      std::iter_swap(next, std::max_element(next, end, isLess));
+      ranks[rank] = std::bit_cast<float>(next->id);
+      ranks[rank + 1] = std::min(1.0F, next++->weight / whole);
+    }
+  }
+}
+
+template <Mattes kMattes>
+typename PassShader<kMattes>::Sum& PassShader<kMattes>::Sum::operator+=(const Sum& other) {
+  quick += other.quick;
+  albedo += other.albedo;
+  normal += other.normal;
+  alpha += other.alpha;
+  seen += other.seen;
+  tone += other.tone;
+  evenDepth += other.evenDepth;
+  if (other.nearest < nearest) {
+    nearest = other.nearest;
+    position = other.position;
+  }
+  mattes += other.mattes;
+  return *this;
+}
+
+template <Mattes kMattes>
+PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids,
+                                PassTarget target)
+    : scene_(picture.scene),
+      request_(request),
+      ids_(ids),
+      target_(target),
+      toCamera_(glm::transpose(glm::mat3(picture.camera.toWorld))),
+      orthographic_(picture.camera.orthographic),
+      toTheEnd_(target.quick != nullptr || kMattes == Mattes::Yes || request.passes.has(Pass::Albedo)) {}
+
+template <Mattes kMattes>
+RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
+  if (target_.quick != nullptr) {
+    target_.quick->light(layer, [&](int ray) -> QuickShader::Sum& { return sums[ray].quick; });
+  }
+  RaySet seen = 0;
+  forEachRay(layer.met, [&](int ray) {
+    const float weight = layer.weight[ray], reaching = layer.reaching[ray];
+    Sum& sum = sums[ray];
+    sum.alpha += weight;
+    sum.albedo += weight * layer.surface.color[layer.pointOf[ray]];
+    addMattes(layer, ray, sum);
+    if (reaching <= kSeen || reaching - weight > kSeen) return;
+    addSeen(layer, ray, sum);
+    seen |= setOf(ray);
+  });
+  return toTheEnd_ ? 0 : seen;
+}
+
+// The place of a sample is its own: those of one pixel may share a point of the surface.
+template <Mattes kMattes>
+void PassShader<kMattes>::addSeen(const Layer& layer, int ray, Sum& sum) const {
+  const float depth = layer.rays.hit(ray).distance;
+  sum.seen += 1.0F;
+  sum.normal += layer.surface.normal[layer.pointOf[ray]];
+  sum.tone += request_.tone.of(depth);
+  sum.evenDepth += orthographic_ ? depth : 1.0F / depth;
+  if (!(depth < sum.nearest)) return;
+  sum.nearest = depth;
+  sum.position = layer.rays.origin(ray) + depth * layer.rays.direction(ray);
+}
+
+template <Mattes kMattes>
+void PassShader<kMattes>::addMattes(const Layer& layer, int ray, Sum& sum) const {
+  if constexpr (kMattes == Mattes::Yes) {
+    const scene::Surface& surface = *scene_.instances()[layer.surface.instance[layer.pointOf[ray]]].surface;
+    const float weight = layer.weight[ray];
+    const Passes& passes = target_.passes;
+    if (!passes.objects.empty()) sum.mattes.objects.add(ids_.objects[static_cast<std::size_t>(surface.object)], weight);
+    if (passes.materials.empty()) return;
+    sum.mattes.materials.add(ids_.materials[static_cast<std::size_t>(surface.material)], weight);
+  }
+}
+
+template <Mattes kMattes>
+void PassShader<kMattes>::store(const Sum& sum, float samples, int x, int y) const {
+  Passes& passes = target_.passes;
+  const float alpha = std::min(1.0F, sum.alpha / samples), coverage = sum.seen / samples;
+  if (target_.quick != nullptr) target_.quick->store(sum.quick, samples, x, y);
+  put(passes.color, x, y, sum.quick.surfaces / samples, alpha);
+  put(passes.depth, x, y, {sum.nearest});
+  put(passes.tone, x, y, {sum.tone / samples});
+  put(passes.normal, x, y, toCamera_ * unit(sum.normal), coverage);
+  put(passes.position, x, y, {sum.position.x, sum.position.y, sum.position.z});
+  put(passes.albedo, x, y, sum.albedo / samples, alpha);
+  put(target_.ground.shape, x, y, sum.normal / samples, sum.seen > 0.0F ? sum.evenDepth / sum.seen : 0.0F);
+  if constexpr (kMattes == Mattes::Yes) {
+    sum.mattes.objects.store(passes.objects, samples, x, y);
+    sum.mattes.materials.store(passes.materials, samples, x, y);
+  }
+}
+
+template class PassShader<Mattes::No>;
+template class PassShader<Mattes::Yes>;
+
+}  // namespace quillmere::render

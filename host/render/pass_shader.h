@@ -1,0 +1,95 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <glm/glm.hpp>
+#include <limits>
+#include <type_traits>
+#include <vector>
+
+#include "layer_loop.h"
+#include "line_drawing.h"
+#include "passes.h"
+#include "shaders.h"
+
+namespace quillmere::render {
+
+// Shares of a pixel by id, the largest few of them: where there are more, the smallest give way.
+class MatteSum {
+ public:
+  void add(std::uint32_t id, float weight);
+  MatteSum& operator+=(const MatteSum& other);
+  // Writes the largest as pairs of id and share to `layers`, by falling share; of equal ones by id, so that nothing
+  // hangs on the order in which they came. `whole` is what all of a pixel would be.
+  void store(std::vector<image::Image>& layers, float whole, int x, int y) const;
+
+ private:
+  struct Share {
+    std::uint32_t id;
+    float weight;
+  };
+
+  int count_ = 0;
+  std::array<Share, 8> shares_;  // of which `count_` hold anything
+};
+
+enum class Mattes { No, Yes };
+
+// Of the scene's objects and materials, parallel to its lists.
+struct PassIds {
+  const std::vector<std::uint32_t>&objects, &materials;
+};
+
+// What a PassShader writes to; the planes must be there.
+struct PassTarget {
+  Passes& passes;
+  LineGround& ground;
+  const QuickShader* quick;  // null: no such picture, and no colour
+};
+
+// Draws passes, of which it leaves the lines to be found in `ground`, and the quick picture beside them where there is
+// a shader for it.
+template <Mattes kMattes>
+class PassShader {
+ public:
+  struct NoMattes {
+    NoMattes& operator+=(const NoMattes& /*other*/) { return *this; }
+  };
+  struct BothMattes {
+    MatteSum objects, materials;
+    BothMattes& operator+=(const BothMattes& other) {
+      objects += other.objects;
+      materials += other.materials;
+      return *this;
+    }
+  };
+  // Of what the samples see, see Passes.
+  struct Sum {
+    QuickShader::Sum quick;
+    glm::vec3 albedo{0.0F}, normal{0.0F}, position{0.0F};
+    float alpha = 0.0F, seen = 0.0F, tone = 0.0F, evenDepth = 0.0F;
+    float nearest = std::numeric_limits<float>::infinity();
+    std::conditional_t<kMattes == Mattes::Yes, BothMattes, NoMattes> mattes;
+
+    Sum& operator+=(const Sum& other);
+  };
+
+  // All that the arguments refer to must outlive this.
+  PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids, PassTarget target);
+  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
+  void store(const Sum& sum, float samples, int x, int y) const;
+
+ private:
+  void addSeen(const Layer& layer, int ray, Sum& sum) const;
+  void addMattes(const Layer& layer, int ray, Sum& sum) const;
+
+  const RayScene& scene_;
+  const PassRequest& request_;
+  PassIds ids_;
+  PassTarget target_;
+  glm::mat3 toCamera_;
+  bool orthographic_;
+  bool toTheEnd_;  // whether what lies behind the surfaces that are seen counts, too
+};
+
+}  // namespace quillmere::render
