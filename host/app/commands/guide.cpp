@@ -134,8 +134,8 @@ render::PassRequest requestFor(const PassExport& files, const std::string& camer
   if (options.passSettings.range) {
     request.tone.range = *options.passSettings.range;
   } else if (files.hasDepthPicture()) {
-    request.tone.range = depthRangeOf(
-        scene, camera, {options.frames, options.scene.clock, options.scene.size, sidesOf(options.drawing)});
+    const std::vector<double> seconds = posesOf(options.frames, options.scene.clock);
+    request.tone.range = depthRangeOf(scene, camera, {seconds, options.scene.size, sidesOf(options.drawing)});
     printError("depth from white at " + textOf(request.tone.range.near) + " to black at " +
                textOf(request.tone.range.far) + " m: --depth-range " + textOf(request.tone.range));
   }

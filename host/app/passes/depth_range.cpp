@@ -25,7 +25,7 @@ render::DepthRange depthRangeOf(const std::shared_ptr<const scene::Scene>& scene
   const bool moves = scene->duration() > 0.0 || called->animated;
   render::Renderer renderer(scene, sequence.sides);
   render::DepthRange all{scene::kLargestNumber, 0.0F};
-  for (const double seconds : posesOf(sequence.frames, sequence.clock)) {
+  for (const double seconds : sequence.seconds) {
     renderer.pose(seconds);
     const scene::Camera& from = renderer.snapshot().cameras.at(static_cast<std::size_t>(called - cameras.begin()));
     const auto seen = renderer.seenDepths(from, static_cast<double>(sequence.size.width) / sequence.size.height);

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "render/renderer.h"
 #include "scene/scene.h"
@@ -8,16 +10,15 @@
 
 namespace quillmere::app {
 
-// The frames that pictures of depth must agree in.
+// What pictures of depth must agree in.
 struct DepthSequence {
-  FrameRange frames;
-  FrameClock clock;
+  std::vector<double> seconds;  // of all frames, or of enough of them; at least one
   PictureSize size;
   render::Sides sides;
 };
 
-// From a little before the nearest to a little behind the farthest surface that the camera of this name sees in the
-// frames, of many in 32 evenly spread ones; skies don't count. So it is one range for the whole sequence. Throws Error.
+// From a little before the nearest to a little behind the farthest surface that the camera of this name sees; skies
+// don't count. Throws Error.
 render::DepthRange depthRangeOf(const std::shared_ptr<const scene::Scene>& scene, const std::string& camera,
                                 const DepthSequence& sequence);
 

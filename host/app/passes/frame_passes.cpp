@@ -21,10 +21,10 @@ FramePasses::FramePasses(host::Document& document, const scene::Scene& scene, Pa
       wish_(std::move(wish)),
       settings_(settings),
       files_(std::move(files)),
-      objectColors_(SceneNames(scene).objects),
-      materialColors_(SceneNames(scene).materials) {
-  const SceneNames names(scene);
-  for (const std::string& name : wish_.mattes) mattes_.push_back(matteCalled(name, names));
+      names_(scene),
+      objectColors_(names_.objects),
+      materialColors_(names_.materials) {
+  for (const std::string& name : wish_.mattes) mattes_.push_back(matteCalled(name, names_));
   if (wish_.empty()) return;
   document_.drawPasses(request(), [this](const host::GuidePasses& drawn) { files_.tell(write(drawn)); });
 }

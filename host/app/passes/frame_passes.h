@@ -38,6 +38,7 @@ class FramePasses {
   PassWish wish_;
   PassSettings settings_;
   PassFiles files_;
+  SceneNames names_;
   NameColors objectColors_, materialColors_;
   std::vector<WishedMatte> mattes_;
 };

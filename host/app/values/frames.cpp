@@ -107,16 +107,6 @@ FrameRate parseFrameRate(const std::string& text) {
   return *rate;
 }
 
-std::vector<double> posesOf(const FrameRange& frames, const FrameClock& clock) {
-  constexpr std::int64_t kMostPoses = 32;
-  const std::int64_t poses = std::min(frames.count(), kMostPoses), last = frames.count() - 1;
-  std::vector<double> seconds;
-  for (std::int64_t pose = 0; pose < poses; ++pose) {
-    seconds.push_back(clock.secondsAt(frames.at(poses < 2 ? 0 : pose * last / (poses - 1))));
-  }
-  return seconds;
-}
-
 double parseSeconds(const std::string& text) {
   double seconds = 0.0;
   const char* const end = text.data() + text.size();

@@ -5,7 +5,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // The frames of a render as a command line says them: which ones, at what time, how large, drawn how.
 namespace quillmere::app {
@@ -47,9 +46,6 @@ struct FrameClock {
 
   double secondsAt(std::int32_t frame) const { return time ? *time : rate.secondsAt(frame); }
 };
-
-// When the frames are; of many, when 32 of them are that are spread evenly from the first to the last.
-std::vector<double> posesOf(const FrameRange& frames, const FrameClock& clock);
 
 // Reads a number of seconds and the frame at that time. Throws Failure (usage).
 double parseSeconds(const std::string& text);
