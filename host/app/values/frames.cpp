@@ -80,6 +80,11 @@ std::optional<FrameRate> rateIn(const std::string& text) {
 
 }  // namespace
 
+std::string FrameRange::text() const {
+  if (count() == 1) return std::to_string(first);
+  return std::to_string(first) + "-" + std::to_string(last) + (step == 1 ? "" : "x" + std::to_string(step));
+}
+
 FrameRange parseFrameRange(const std::string& text) {
   std::string_view rest = text;
   FrameRange range;

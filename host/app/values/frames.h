@@ -16,6 +16,7 @@ struct FrameRange {
   std::int64_t count() const { return (std::int64_t{last} - first) / step + 1; }
   // The frame at `index`, which must lie in 0 … count() - 1.
   std::int32_t at(std::int64_t index) const { return static_cast<std::int32_t>(first + index * step); }
+  std::string text() const;  // which parseFrameRange reads as the same
 };
 
 // Reads "A", "A-B" or "A-BxSTEP"; A and B may be negative ("-10--2x4"). Throws Failure (usage).
