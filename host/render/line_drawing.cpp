@@ -8,11 +8,14 @@
 namespace quillmere::render {
 namespace {
 
-// How far normals on both sides of a crease are apart, as the chord of their angle: from 20 degrees on a line begins to
-// show, from 45 on it is drawn in full.
-constexpr float kCrease = 0.35F, kSharpCrease = 0.77F;
+// How far normals on both sides of a crease are apart, as the chord of their angle: from 23 degrees on a line begins to
+// show, from 48 on it is drawn in full. Round things of sixteen sides stay without.
+constexpr float kCrease = 0.40F, kSharpCrease = 0.81F;
 // How deep a leap is, in heights of what the camera sees there.
 constexpr float kLeap = 0.01F, kDeepLeap = 0.04F;
+// Of what the depth changes beside a leap anyway, what doesn't count: water that is looked along is full of small
+// leaps.
+constexpr float kGrazing = 4.0F;
 
 // Pixels along a row or a column around one of them; beyond the picture's edge its last pixel goes on.
 class Across {
@@ -44,6 +47,7 @@ float shared(const float* ranks, const float* others) {
 
 // The share of one pixel whose object is another one, or none, in the other pixel.
 float difference(const float* ranks, const float* others) {
+  if (ranks[0] == others[0] && ranks[1] == 1.0F && others[1] == 1.0F) return 0.0F;  // as of most pixels
   const float background = std::max(0.0F, 1.0F - ranks[1] - ranks[3]);
   const float otherBackground = std::max(0.0F, 1.0F - others[1] - others[3]);
   return std::max(0.0F, 1.0F - shared(ranks, others) - std::min(background, otherBackground));
@@ -61,16 +65,19 @@ float creaseAt(const Across& shape) {
     const float* at = shape.at(offset);
     return glm::vec3(at[0], at[1], at[2]);
   };
-  const float wide = glm::distance(normal(-2), normal(2));
-  if (wide <= kCrease) return 0.0F;
+  const glm::vec3 apart = normal(2) - normal(-2);
+  const float squared = glm::dot(apart, apart);
+  if (squared <= kCrease * kCrease) return 0.0F;
+  const float wide = std::sqrt(squared);
   const float outside = glm::distance(normal(-3), normal(-2)) + glm::distance(normal(2), normal(3));
   return stepBetween(glm::distance(normal(-1), normal(1)), wide, outside, kCrease, kSharpCrease);
 }
 
 float leapAt(const Across& shape, float unit) {
   const auto depth = [&](int offset) { return shape.at(offset)[3]; };
+  if (std::abs(depth(-2) - depth(2)) <= kLeap * unit) return 0.0F;
   const float outside = std::abs(depth(-3) - depth(-2)) + std::abs(depth(2) - depth(3));
-  const float wide = std::abs(depth(-2) - depth(2)) - 2.0F * outside;
+  const float wide = std::abs(depth(-2) - depth(2)) - kGrazing * outside;
   if (wide <= kLeap * unit) return 0.0F;
   return stepBetween(std::abs(depth(-1) - depth(1)), wide, outside, kLeap * unit, kDeepLeap * unit);
 }

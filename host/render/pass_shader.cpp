@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
 #include <tuple>
 
 namespace quillmere::render {
@@ -50,8 +51,14 @@ MatteSum& MatteSum::operator+=(const MatteSum& other) {
 }
 
 void MatteSum::store(std::vector<image::Image>& layers, float whole, int x, int y) const {
-  std::array<Share, 8> shares = shares_;
-  const auto end = shares.begin() + count_;
+  if (count_ == 1 && !layers.empty()) {  // as in most pixels
+    float* ranks = layers.front().pixel<float>(x, y);
+    ranks[0] = std::bit_cast<float>(shares_.front().id);
+    ranks[1] = std::min(1.0F, shares_.front().weight / whole);
+    return;
+  }
+  std::array<Share, 8> shares;
+  const auto end = std::copy_n(shares_.begin(), count_, shares.begin());
   const auto isLess = [](const Share& a, const Share& b) {
     return std::make_tuple(a.weight, b.id) < std::make_tuple(b.weight, a.id);
   };
@@ -68,12 +75,11 @@ void MatteSum::store(std::vector<image::Image>& layers, float whole, int x, int 
 }
 
 template <Mattes kMattes>
-typename PassShader<kMattes>::Sum& PassShader<kMattes>::Sum::operator+=(const Sum& other) {
-  quick += other.quick;
+typename PassShader<kMattes>::Seen& PassShader<kMattes>::Seen::operator+=(const Seen& other) {
   albedo += other.albedo;
   normal += other.normal;
   alpha += other.alpha;
-  seen += other.seen;
+  samples += other.samples;
   tone += other.tone;
   evenDepth += other.evenDepth;
   if (other.nearest < nearest) {
@@ -85,6 +91,14 @@ typename PassShader<kMattes>::Sum& PassShader<kMattes>::Sum::operator+=(const Su
 }
 
 template <Mattes kMattes>
+typename PassShader<kMattes>::Sum& PassShader<kMattes>::Sum::operator+=(const Sum& other) {
+  quick += other.quick;
+  if (other.seen && seen) *seen += *other.seen;
+  if (other.seen && !seen) seen = other.seen;
+  return *this;
+}
+
+template <Mattes kMattes>
 PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids,
                                 PassTarget target)
     : scene_(picture.scene),
@@ -92,8 +106,14 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
       ids_(ids),
       target_(target),
       toCamera_(glm::transpose(glm::mat3(picture.camera.toWorld))),
+      inverse_(request.tone.kind == DepthTone::Kind::Inverse),
       orthographic_(picture.camera.orthographic),
-      toTheEnd_(target.quick != nullptr || kMattes == Mattes::Yes || request.passes.has(Pass::Albedo)) {}
+      toTheEnd_(target.quick != nullptr || kMattes == Mattes::Yes || request.passes.has(Pass::Albedo)) {
+  const float near = inverse_ ? 1.0F / request.tone.range.near : request.tone.range.near;
+  const float far = inverse_ ? 1.0F / request.tone.range.far : request.tone.range.far;
+  toneScale_ = 1.0F / (near - far);
+  toneOffset_ = -far * toneScale_;
+}
 
 template <Mattes kMattes>
 RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
@@ -101,13 +121,16 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
     target_.quick->light(layer, [&](int ray) -> QuickShader::Sum& { return sums[ray].quick; });
   }
   RaySet seen = 0;
+  const int first = ~(layer.block.raysPerPixel() - 1);
   forEachRay(layer.met, [&](int ray) {
     const float weight = layer.weight[ray], reaching = layer.reaching[ray];
-    Sum& sum = sums[ray];
+    const Instance& met = scene_.instances()[layer.surface.instance[layer.pointOf[ray]]];
+    std::optional<Seen>& held = sums[ray & first].seen;
+    Seen& sum = held ? *held : held.emplace();
     sum.alpha += weight;
     sum.albedo += weight * layer.surface.color[layer.pointOf[ray]];
-    addMattes(layer, ray, sum);
-    if (reaching <= kSeen || reaching - weight > kSeen) return;
+    addMattes(*met.surface, weight, sum);
+    if (met.sky || reaching <= kSeen || reaching - weight > kSeen) return;
     addSeen(layer, ray, sum);
     seen |= setOf(ray);
   });
@@ -116,44 +139,45 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
 
 // The place of a sample is its own: those of one pixel may share a point of the surface.
 template <Mattes kMattes>
-void PassShader<kMattes>::addSeen(const Layer& layer, int ray, Sum& sum) const {
-  const float depth = layer.rays.hit(ray).distance;
-  sum.seen += 1.0F;
-  sum.normal += layer.surface.normal[layer.pointOf[ray]];
-  sum.tone += request_.tone.of(depth);
-  sum.evenDepth += orthographic_ ? depth : 1.0F / depth;
-  if (!(depth < sum.nearest)) return;
-  sum.nearest = depth;
-  sum.position = layer.rays.origin(ray) + depth * layer.rays.direction(ray);
+void PassShader<kMattes>::addSeen(const Layer& layer, int ray, Seen& seen) const {
+  const float depth = layer.rays.hit(ray).distance, inverse = 1.0F / depth;
+  seen.samples += 1.0F;
+  seen.normal += layer.surface.normal[layer.pointOf[ray]];
+  seen.tone += std::clamp(toneOffset_ + toneScale_ * (inverse_ ? inverse : depth), 0.0F, 1.0F);
+  seen.evenDepth += orthographic_ ? depth : inverse;
+  if (!(depth < seen.nearest)) return;
+  seen.nearest = depth;
+  seen.position = layer.rays.origin(ray) + depth * layer.rays.direction(ray);
 }
 
 template <Mattes kMattes>
-void PassShader<kMattes>::addMattes(const Layer& layer, int ray, Sum& sum) const {
+void PassShader<kMattes>::addMattes(const scene::Surface& surface, float weight, Seen& seen) const {
   if constexpr (kMattes == Mattes::Yes) {
-    const scene::Surface& surface = *scene_.instances()[layer.surface.instance[layer.pointOf[ray]]].surface;
-    const float weight = layer.weight[ray];
     const Passes& passes = target_.passes;
-    if (!passes.objects.empty()) sum.mattes.objects.add(ids_.objects[static_cast<std::size_t>(surface.object)], weight);
+    if (!passes.objects.empty())
+      seen.mattes.objects.add(ids_.objects[static_cast<std::size_t>(surface.object)], weight);
     if (passes.materials.empty()) return;
-    sum.mattes.materials.add(ids_.materials[static_cast<std::size_t>(surface.material)], weight);
+    seen.mattes.materials.add(ids_.materials[static_cast<std::size_t>(surface.material)], weight);
   }
 }
 
 template <Mattes kMattes>
 void PassShader<kMattes>::store(const Sum& sum, float samples, int x, int y) const {
   Passes& passes = target_.passes;
-  const float alpha = std::min(1.0F, sum.alpha / samples), coverage = sum.seen / samples;
   if (target_.quick != nullptr) target_.quick->store(sum.quick, samples, x, y);
+  if (!sum.seen) return put(passes.depth, x, y, {std::numeric_limits<float>::infinity()});  // all else is 0
+  const Seen& seen = *sum.seen;
+  const float alpha = std::min(1.0F, seen.alpha / samples), coverage = seen.samples / samples;
   put(passes.color, x, y, sum.quick.surfaces / samples, alpha);
-  put(passes.depth, x, y, {sum.nearest});
-  put(passes.tone, x, y, {sum.tone / samples});
-  put(passes.normal, x, y, toCamera_ * unit(sum.normal), coverage);
-  put(passes.position, x, y, {sum.position.x, sum.position.y, sum.position.z});
-  put(passes.albedo, x, y, sum.albedo / samples, alpha);
-  put(target_.ground.shape, x, y, sum.normal / samples, sum.seen > 0.0F ? sum.evenDepth / sum.seen : 0.0F);
+  put(passes.depth, x, y, {seen.nearest});
+  put(passes.tone, x, y, {seen.tone / samples});
+  if (!passes.normal.empty()) put(passes.normal, x, y, toCamera_ * unit(seen.normal), coverage);
+  put(passes.position, x, y, {seen.position.x, seen.position.y, seen.position.z});
+  put(passes.albedo, x, y, seen.albedo / samples, alpha);
+  put(target_.ground.shape, x, y, seen.normal / samples, seen.evenDepth / std::max(1.0F, seen.samples));
   if constexpr (kMattes == Mattes::Yes) {
-    sum.mattes.objects.store(passes.objects, samples, x, y);
-    sum.mattes.materials.store(passes.materials, samples, x, y);
+    seen.mattes.objects.store(passes.objects, samples, x, y);
+    seen.mattes.materials.store(passes.materials, samples, x, y);
   }
 }
 

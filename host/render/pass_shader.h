@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <glm/glm.hpp>
 #include <limits>
+#include <optional>
 #include <type_traits>
 #include <vector>
 
@@ -17,6 +18,9 @@ namespace quillmere::render {
 // Shares of a pixel by id, the largest few of them: where there are more, the smallest give way.
 class MatteSum {
  public:
+  // Leaves the shares unset: there is one of these for every pixel.
+  // cppcheck-suppress uninitMemberVar
+  MatteSum() {}  // NOLINT(modernize-use-equals-default)
   void add(std::uint32_t id, float weight);
   MatteSum& operator+=(const MatteSum& other);
   // Writes the largest as pairs of id and share to `layers`, by falling share; of equal ones by id, so that nothing
@@ -64,12 +68,22 @@ class PassShader {
     }
   };
   // Of what the samples see, see Passes.
-  struct Sum {
-    QuickShader::Sum quick;
+  struct Seen {
     glm::vec3 albedo{0.0F}, normal{0.0F}, position{0.0F};
-    float alpha = 0.0F, seen = 0.0F, tone = 0.0F, evenDepth = 0.0F;
+    float alpha = 0.0F, samples = 0.0F, tone = 0.0F, evenDepth = 0.0F;
     float nearest = std::numeric_limits<float>::infinity();
-    std::conditional_t<kMattes == Mattes::Yes, BothMattes, NoMattes> mattes;
+    std::conditional_t<kMattes == Mattes::Yes, BothMattes, NoMattes> mattes = {};
+
+    Seen& operator+=(const Seen& other);
+  };
+  // The samples of a pixel are added up in the sum of its first ray: those of the others stay as they were made, which
+  // is why making one must not cost much.
+  struct Sum {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the optional's value is nobody's before it is there
+    Sum() {}
+
+    QuickShader::Sum quick;
+    std::optional<Seen> seen;
 
     Sum& operator+=(const Sum& other);
   };
@@ -80,15 +94,16 @@ class PassShader {
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
-  void addSeen(const Layer& layer, int ray, Sum& sum) const;
-  void addMattes(const Layer& layer, int ray, Sum& sum) const;
+  void addSeen(const Layer& layer, int ray, Seen& seen) const;
+  void addMattes(const scene::Surface& surface, float weight, Seen& seen) const;
 
   const RayScene& scene_;
   const PassRequest& request_;
   PassIds ids_;
   PassTarget target_;
   glm::mat3 toCamera_;
-  bool orthographic_;
+  float toneScale_, toneOffset_;  // of 1 / depth, or of depth
+  bool inverse_, orthographic_;
   bool toTheEnd_;  // whether what lies behind the surfaces that are seen counts, too
 };
 

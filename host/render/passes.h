@@ -64,8 +64,8 @@ struct PassRequest {
 };
 
 // The planes of the passes that were asked for, all of one size; the others are empty. A sample of a pixel sees the
-// surface that stops the half of it: glass that lets most light through has no depth, normal or position. The share of
-// a pixel's samples that see any is its coverage.
+// surface that stops the half of it: glass that lets most light through has no depth, normal or position, and neither
+// has a sky that encloses the scene. The share of a pixel's samples that see any is its coverage.
 struct Passes {
   image::Image picture;   // Byte RGB: the quick picture, as Renderer::drawQuick draws it
   image::Image color;     // Float RGBA: light of the display, multiplied with alpha, of the quick picture's surfaces
