@@ -7,12 +7,13 @@ namespace quillmere::app {
 namespace {
 
 // What moves may come nearer between the poses that are looked at, and thin things may be missed.
-constexpr float kNearer = 0.95F, kFarther = 1.05F;
+constexpr double kNearer = 0.95, kFarther = 1.05;
 
 // Rounded outwards to two digits, so that the range can be told, and given again for other parts of a sequence.
-float rounded(float depth, float (*round)(float)) {
-  const float unit = std::pow(10.0F, std::floor(std::log10(depth)) - 1.0F);
-  return round(depth / unit) * unit;
+float rounded(double depth, double (*round)(double)) {
+  const double unit = std::pow(10.0, 1.0 - std::floor(std::log10(depth)));  // a power of ten divides without a rest
+  const double units = depth * unit, nearest = std::round(units);
+  return static_cast<float>((std::abs(units - nearest) < 1e-3 ? nearest : round(units)) / unit);
 }
 
 }  // namespace
@@ -33,9 +34,10 @@ render::DepthRange depthRangeOf(const std::shared_ptr<const scene::Scene>& scene
     if (!moves) break;
   }
   if (all.near > all.far) return {};
-  constexpr float kLeast = 1e-4F;
-  const float near = rounded(std::max(kLeast, kNearer * all.near), std::floor);
-  return {near, std::max(rounded(kFarther * all.far, std::ceil), 1.01F * near)};
+  constexpr double kLeast = 1e-4;
+  const float near = rounded(std::max(kLeast, kNearer * static_cast<double>(all.near)), std::floor);
+  const float far = rounded(std::max(kLeast, kFarther * static_cast<double>(all.far)), std::ceil);
+  return {near, std::max(far, 1.01F * near)};
 }
 
 }  // namespace quillmere::app
