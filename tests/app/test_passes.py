@@ -110,7 +110,7 @@ class Passes(AppCase):
             self.assertAlmostEqual(33 * y / w, 20.5, delta=0.5)
 
     def test_one_range_of_depths_holds_for_a_sequence_and_can_be_given(self) -> None:
-        told = self.write("--pass", "depth", "--pass", "lines", "--frames", "0-30x15", "-o", "p_####.png")
+        told = self.write("--pass", "depth", "--pass", "lines", "--frames", "0-30x15", "-o", "p_{pass}_####.png")
         self.assertRegex(told, r"--depth-range 3\.8:4\.2")
         depths = {(self.folder / f"p_depth_{frame:04}.png").read_bytes() for frame in (0, 15, 30)}
         self.assertEqual(len(depths), 3, "the sail moves")
@@ -153,10 +153,10 @@ class Passes(AppCase):
             for key in ("depth", "lines", "object", "normal", "matte_1"):
                 header = (runtime / f"{key}_{frame}.png").read_bytes()[16:26]
                 self.assertEqual(struct.unpack(">IIBB", header), (32, 24, 8, 2), "as large as the guide, 8-bit RGB")
-        self.asking_for("matte:Sale")
+        self.asking_for("matte:Sal")
         done = self.render("--workflow", "w.json", "-o", "g.png")
         self.assertEqual(done.returncode, 1)
-        self.assertRegex(done.stderr, "mask of 'Sale'.*\n.*did you mean 'Sail'")
+        self.assertRegex(done.stderr, "mask of 'Sal'.*\n.*did you mean 'Sail'")
         self.assertFalse((self.folder / "g.png").exists())
 
 

@@ -20,6 +20,13 @@ const PassSet kAll{Pass::Color, Pass::Depth, Pass::Normal, Pass::Position, Pass:
 
 using ScenePointer = std::shared_ptr<HandMadeScene>;
 
+PassRequest asking(const PassSet& passes, const DepthTone& tone = {}) {
+  PassRequest request;
+  request.passes = passes;
+  request.tone = tone;
+  return request;
+}
+
 Passes drawn(const ScenePointer& scene, const scene::Camera& camera, const PassRequest& request) {
   Renderer renderer(scene);
   renderer.pose(0.0);
@@ -49,7 +56,7 @@ glm::vec3 vectorAt(const image::Image& plane, int x, int y) {
   return {values[0], values[1], values[2]};
 }
 
-float coverageOf(const Passes& passes, const char* object) {
+float shareOf(const Passes& passes, const char* object) {
   return *coverageOf(passes.objects, image::matteId(object)).pixel<float>(kSide / 2, kSide / 2);
 }
 
@@ -101,7 +108,7 @@ TEST(Passes, TellWhatIsInTheMiddleOfThePicture) {
         Row{"thick glass", ahead(), sceneOf(wall(), one, glass({1, 1, 1}, 0.6F)), 5, towards, none},
         Row{"nothing", ahead(), std::make_shared<HandMadeScene>(), kInfinity, none, none}}) {
     SCOPED_TRACE(row.what);
-    const Passes passes = drawn(row.scene, row.camera, {kAll});
+    const Passes passes = drawn(row.scene, row.camera, asking(kAll));
     const int middle = kSide / 2;
     const float depth = *passes.depth.pixel<float>(middle, middle);
     if (std::isinf(row.depth)) {
@@ -116,8 +123,8 @@ TEST(Passes, TellWhatIsInTheMiddleOfThePicture) {
 }
 
 TEST(Passes, AreExactAcrossAWallAndABall) {
-  const Passes flat = drawn(sceneOf(wall(), moved(0, 0, 1)), ahead(), {kAll});
-  const Passes round = drawn(sceneOf(ball()), parallel(), {kAll});
+  const Passes flat = drawn(sceneOf(wall(), moved(0, 0, 1)), ahead(), asking(kAll));
+  const Passes round = drawn(sceneOf(ball()), parallel(), asking(kAll));
   for (int y = 0; y < kSide; ++y) {
     for (int x = 0; x < kSide; ++x) {
       SCOPED_TRACE(testing::Message() << x << ", " << y);
@@ -142,7 +149,7 @@ TEST(Passes, ToneIsWhiteNearBlackFarAndBlackBehindEverything) {
                          Row{{inverse, {5, 9}}, 1}, Row{{linear, {1, 3}}, 0}, Row{{inverse, {1, 3}}, 0}}) {
     for (const scene::Camera& camera : {ahead(), parallel()}) {
       const Passes passes =
-          drawn(sceneOf(rectangle(0, -50, 50, 50), moved(0, 0, 1)), camera, {{Pass::Depth}, row.tone});
+          drawn(sceneOf(rectangle(0, -50, 50, 50), moved(0, 0, 1)), camera, asking({Pass::Depth}, row.tone));
       EXPECT_NEAR(*passes.tone.pixel<float>(kSide - 1, 3), row.expected, 1e-4F);
       EXPECT_NEAR(*passes.tone.pixel<float>(kSide / 2, 3), row.expected / 2, 1e-4F) << "anti-aliased";
       EXPECT_EQ(*passes.tone.pixel<float>(0, 3), 0.0F);
@@ -160,10 +167,10 @@ TEST(Passes, MattesShareAPixelByAreaAndByOpacity) {
   scene->add(rectangle(-50, -50, 0, 50), grey);
   scene->add(rectangle(0.0F, -50, 50, 50), grey);
   for (int i = 0; i < 3; ++i) scene->now.surfaces[static_cast<std::size_t>(i)].object = i;
-  const Passes passes = drawn(scene, ahead(), {kAll});
-  EXPECT_NEAR(coverageOf(passes, "Left"), 0.4375F, 1e-5F);
-  EXPECT_NEAR(coverageOf(passes, "Right"), 0.4375F, 1e-5F);
-  EXPECT_NEAR(coverageOf(passes, "Pane"), 0.125F, 1e-5F);
+  const Passes passes = drawn(scene, ahead(), asking(kAll));
+  EXPECT_NEAR(shareOf(passes, "Left"), 0.4375F, 1e-5F);
+  EXPECT_NEAR(shareOf(passes, "Right"), 0.4375F, 1e-5F);
+  EXPECT_NEAR(shareOf(passes, "Pane"), 0.125F, 1e-5F);
   EXPECT_NEAR(*coverageOf(passes.materials, image::matteId("default")).pixel<float>(10, 10), 0.875F, 1e-5F);
   EXPECT_NEAR(*coverageOf(passes.materials, image::matteId("Glass")).pixel<float>(10, 10), 0.125F, 1e-5F);
   EXPECT_EQ(foremostId(passes.objects, 2, 2), image::matteId("Left"));
@@ -171,7 +178,7 @@ TEST(Passes, MattesShareAPixelByAreaAndByOpacity) {
   const float* ranks = passes.objects.front().pixel<float>(18, 2);
   EXPECT_EQ(std::bit_cast<std::uint32_t>(ranks[2]), image::matteId("Pane")) << "ranks fall";
   const Passes open =
-      drawn(sceneOf(rectangle(-50, -50, 0, 50), glm::mat4(1.0F), glass({1, 1, 1}, 0.3F)), ahead(), {kAll});
+      drawn(sceneOf(rectangle(-50, -50, 0, 50), glm::mat4(1.0F), glass({1, 1, 1}, 0.3F)), ahead(), asking(kAll));
   EXPECT_EQ(foremostId(open.objects, 2, 2), 0U) << "mostly background";
   EXPECT_NEAR(open.color.pixel<float>(2, 2)[3], 0.3F, 1e-5F);
   EXPECT_NEAR(open.albedo.pixel<float>(2, 2)[0], 0.3F, 1e-5F) << "multiplied with alpha";
@@ -185,7 +192,7 @@ TEST(Passes, FollowGeometryThatDeforms) {
     for (glm::vec3& corner : bent->positions) corner.z += reach;
     scene->now.surfaces.front().geometry = bent;
     renderer.pose(static_cast<double>(reach));
-    const auto passes = renderer.drawPasses(ahead(), kSide, kSide, {{Pass::Depth}});
+    const auto passes = renderer.drawPasses(ahead(), kSide, kSide, asking({Pass::Depth}));
     EXPECT_NEAR(*passes->depth.pixel<float>(3, 3), 5.0F - reach, 1e-4F);
   }
 }
@@ -194,7 +201,7 @@ TEST(Passes, LeaveThePictureAsItIs) {
   const ScenePointer scene = sceneOf(ball(), glm::mat4(1.0F), glass({1, 0.5F, 0}, 0.8F));
   Renderer renderer(scene);
   renderer.pose(0.0);
-  PassRequest request{kAll};
+  PassRequest request = asking(kAll);
   request.passes.add(Pass::Picture);
   const auto passes = renderer.drawPasses(ahead(), kSide, kSide, request);
   const image::Image alone = renderer.drawQuick(ahead(), kSide, kSide);
@@ -230,7 +237,7 @@ TEST(Lines, AreOnSilhouettesBordersLeapsAndCreasesAlone) {
                          Row{"ball", sceneOf(ball(), glm::scale(moved(0, 0, 0), glm::vec3(4.5F))), false}}) {
     for (const scene::Camera& camera : {ahead(), parallel()}) {
       SCOPED_TRACE(row.what);
-      const Passes passes = drawn(row.scene, camera, {{Pass::Lines}});
+      const Passes passes = drawn(row.scene, camera, asking({Pass::Lines}));
       const float* lines = passes.lines.row<float>(kSide / 2);
       if (std::string(row.what) != "ball") EXPECT_LT(lines[3] + lines[kSide - 4], 0.01F);
       EXPECT_NEAR(lines[kSide / 2], row.expected ? 1.0F : 0.0F, row.expected ? 0.3F : 0.01F);
@@ -243,9 +250,9 @@ TEST(Lines, PartObjectsOnOnePlane) {
   scene->things = {"A", "B"};
   scene->add(rectangle(-50, -50, 0, 50), 0);
   scene->add(rectangle(0, -50, 50, 50), 0);
-  EXPECT_LT(*drawn(scene, ahead(), {{Pass::Lines}}).lines.pixel<float>(10, 10), 0.01F) << "one object";
+  EXPECT_LT(*drawn(scene, ahead(), asking({Pass::Lines})).lines.pixel<float>(10, 10), 0.01F) << "one object";
   scene->now.surfaces.back().object = 1;
-  EXPECT_GT(*drawn(scene, ahead(), {{Pass::Lines}}).lines.pixel<float>(10, 10), 0.9F);
+  EXPECT_GT(*drawn(scene, ahead(), asking({Pass::Lines})).lines.pixel<float>(10, 10), 0.9F);
 }
 
 TEST(Depths, OfWhatIsSeenAreMeasured) {
