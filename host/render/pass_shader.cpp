@@ -103,7 +103,6 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
                                 PassTarget target)
     : scene_(picture.scene),
       request_(request),
-      ids_(ids),
       target_(target),
       toCamera_(glm::transpose(glm::mat3(picture.camera.toWorld))),
       inverse_(request.tone.kind == DepthTone::Kind::Inverse),
@@ -113,6 +112,10 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
   const float far = inverse_ ? 1.0F / request.tone.range.far : request.tone.range.far;
   toneScale_ = 1.0F / (near - far);
   toneOffset_ = -far * toneScale_;
+  for (const Instance& instance : scene_.instances()) {
+    ids_.emplace_back(ids.objects[static_cast<std::size_t>(instance.surface->object)],
+                      ids.materials[static_cast<std::size_t>(instance.surface->material)]);
+  }
 }
 
 template <Mattes kMattes>
@@ -120,20 +123,22 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   if (target_.quick != nullptr) {
     target_.quick->light(layer, [&](int ray) -> QuickShader::Sum& { return sums[ray].quick; });
   }
-  RaySet seen = 0;
   const int first = ~(layer.block.raysPerPixel() - 1);
+  const auto sumOf = [&](int ray) -> Seen& {
+    std::optional<Seen>& held = sums[ray & first].seen;
+    return held ? *held : held.emplace();
+  };
+  RaySet seen = 0;
+  PerRay<float> weights{};  // of points: most are shared by all rays of their pixel
   forEachRay(layer.met, [&](int ray) {
     const float weight = layer.weight[ray], reaching = layer.reaching[ray];
-    const Instance& met = scene_.instances()[layer.surface.instance[layer.pointOf[ray]]];
-    std::optional<Seen>& held = sums[ray & first].seen;
-    Seen& sum = held ? *held : held.emplace();
-    sum.alpha += weight;
-    sum.albedo += weight * layer.surface.color[layer.pointOf[ray]];
-    addMattes(*met.surface, weight, sum);
-    if (met.sky || reaching <= kSeen || reaching - weight > kSeen) return;
-    addSeen(layer, ray, sum);
+    weights[layer.pointOf[ray]] += weight;
+    if (reaching <= kSeen || reaching - weight > kSeen) return;
+    if (scene_.instances()[layer.surface.instance[layer.pointOf[ray]]].sky) return;
+    addSeen(layer, ray, sumOf(ray));
     seen |= setOf(ray);
   });
+  forEachRay(layer.points, [&](int at) { addPoint(layer, at, weights[at], sumOf(at)); });
   return toTheEnd_ ? 0 : seen;
 }
 
@@ -150,14 +155,15 @@ void PassShader<kMattes>::addSeen(const Layer& layer, int ray, Seen& seen) const
   seen.position = layer.rays.origin(ray) + depth * layer.rays.direction(ray);
 }
 
+// What all rays that share the point see alike.
 template <Mattes kMattes>
-void PassShader<kMattes>::addMattes(const scene::Surface& surface, float weight, Seen& seen) const {
+void PassShader<kMattes>::addPoint(const Layer& layer, int at, float weight, Seen& seen) const {
+  seen.alpha += weight;
+  seen.albedo += weight * layer.surface.color[at];
   if constexpr (kMattes == Mattes::Yes) {
-    const Passes& passes = target_.passes;
-    if (!passes.objects.empty())
-      seen.mattes.objects.add(ids_.objects[static_cast<std::size_t>(surface.object)], weight);
-    if (passes.materials.empty()) return;
-    seen.mattes.materials.add(ids_.materials[static_cast<std::size_t>(surface.material)], weight);
+    const auto& [object, material] = ids_[layer.surface.instance[at]];
+    if (!target_.passes.objects.empty()) seen.mattes.objects.add(object, weight);
+    if (!target_.passes.materials.empty()) seen.mattes.materials.add(material, weight);
   }
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "layer_loop.h"
@@ -95,11 +96,11 @@ class PassShader {
 
  private:
   void addSeen(const Layer& layer, int ray, Seen& seen) const;
-  void addMattes(const scene::Surface& surface, float weight, Seen& seen) const;
+  void addPoint(const Layer& layer, int at, float weight, Seen& seen) const;
 
   const RayScene& scene_;
   const PassRequest& request_;
-  PassIds ids_;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> ids_;  // of each instance's object and material
   PassTarget target_;
   glm::mat3 toCamera_;
   float toneScale_, toneOffset_;  // of 1 / depth, or of depth

@@ -46,7 +46,9 @@ class BlankPlanes {
   void make(Passes& passes, LineGround& ground) {
     const PassSet& wanted = request_.passes;
     const bool lines = wanted.has(Pass::Lines);
-    if (wanted.has(Pass::Picture)) passes.picture = blankPicture(width_, height_, image::Sample::Byte);
+    if ((wanted.has(Pass::Picture) || wanted.has(Pass::Color)) && !request_.finalSamples) {
+      passes.picture = blankPicture(width_, height_, image::Sample::Byte);
+    }
     if (wanted.has(Pass::Color)) passes.color = plane(4);
     if (wanted.has(Pass::Depth)) passes.depth = plane(1);
     if (wanted.has(Pass::Depth)) passes.tone = plane(1);
@@ -135,7 +137,7 @@ const scene::Snapshot& Renderer::snapshot() const {
 
 image::Image Renderer::drawQuick(const scene::Camera& camera, int width, int height, const StopTest& stop) {
   image::Image picture = blankPicture(width, height, image::Sample::Byte);
-  const QuickShader shader(camera, picture, height);
+  const QuickShader shader(camera, picture);
   const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
   const Outcome outcome = drawPicture(request, PixelSampling::grid(), shader);
   return ifComplete(outcome, std::move(picture));
@@ -167,7 +169,7 @@ std::optional<Passes> Renderer::drawPasses(const scene::Camera& camera, int widt
   const PixelSampling sampling =
       settings ? PixelSampling::scattered(settings->samples, settings->seed) : PixelSampling::grid();
   std::optional<QuickShader> quick;
-  if (!settings && !(passes.picture.empty() && passes.color.empty())) quick.emplace(camera, passes.picture, height);
+  if (!passes.picture.empty()) quick.emplace(camera, passes.picture);
   const PassTarget target{passes, ground, quick ? &*quick : nullptr};
   const PassIds ids{objectIds_, materialIds_};
   const Outcome outcome = passes.objects.empty() && passes.materials.empty()

@@ -30,9 +30,8 @@ glm::vec3 displayed(glm::vec3 light) {
 
 }  // namespace
 
-QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture, int height)
+QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture)
     : picture_(picture),
-      height_(height),
       headlight_(glm::normalize(glm::vec3(camera.toWorld[2]) + 0.45F * glm::vec3(camera.toWorld[1]) -
                                 0.3F * glm::vec3(camera.toWorld[0]))) {}
 
@@ -50,7 +49,6 @@ VectorPerRay QuickShader::lightOf(const Layer& layer) const {
 }
 
 void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
-  if (picture_.empty()) return;
   const glm::vec3 light = (sum.surfaces + sum.backdrop) * (1.0F / samples);
   std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + std::ptrdiff_t{3} * x;
   for (int c = 0; c < 3; ++c) rgb[c] = storedByte(light[c]);
@@ -83,7 +81,7 @@ glm::vec3 QuickShader::reflected(const SurfacePoints& points, int at, glm::vec3 
 
 glm::vec3 QuickShader::background(int row) const {
   constexpr float kTop = 0.105F, kBottom = 0.30F;  // light, not stored values
-  return glm::vec3(glm::mix(kTop, kBottom, (static_cast<float>(row) + 0.5F) / static_cast<float>(height_)));
+  return glm::vec3(glm::mix(kTop, kBottom, (static_cast<float>(row) + 0.5F) / static_cast<float>(picture_.height())));
 }
 
 FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {

@@ -11,7 +11,7 @@
 namespace quillmere::render {
 
 // As an interactive viewport shows it: each surface in its own colour under a headlight and a hemispheric ambient
-// light, unlit ones in their own colour, over a plain grey gradient. Writes to a Byte RGB picture, unless it is empty.
+// light, unlit ones in their own colour, over a plain grey gradient. Writes to a Byte RGB picture.
 class QuickShader {
  public:
   struct Sum {  // light of the display
@@ -24,7 +24,7 @@ class QuickShader {
     }
   };
 
-  QuickShader(const scene::Camera& camera, image::Image& picture, int height);
+  QuickShader(const scene::Camera& camera, image::Image& picture);
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
     light(layer, [&](int ray) -> Sum& { return sums[ray]; });
     return 0;
@@ -46,7 +46,6 @@ class QuickShader {
   glm::vec3 background(int row) const;
 
   image::Image& picture_;
-  int height_;           // of the whole, in pixels
   glm::vec3 headlight_;  // towards it: over the left shoulder, so that faces at different angles differ
 };
 
