@@ -12,6 +12,7 @@ from .errors import HelperError
 LARGEST_SEED = (1 << 64) - 1
 FRAME_STEP = 0x9E3779B97F4A7C15  # 2^64 / golden ratio: neighbouring frames get seeds that have nothing in common
 SEED_FROM_HOST = "QUILLMERE_SEED"  # environment: the seed of a picture that is to be made again
+RULE_FROM_HOST = "QUILLMERE_SEED_RULE"  # environment: what seeds follow in this run, whatever workflows say
 
 
 @dataclass(frozen=True)
@@ -94,16 +95,29 @@ def controls_of(values: Mapping[str, Any], table: Table) -> list[dict[str, Any]]
     return [parameter.control(values[parameter.name]) for parameter in table]
 
 
+def seed_rule(choice: Union[int, str]) -> Union[int, str]:
+    """What the user wants seeds to follow in this run: a seed, "frame" or "random"; else the workflow's `choice`. Raises
+    HelperError for anything else."""
+    given = os.environ.get(RULE_FROM_HOST, "")
+    return choice if not given else given if given in ("frame", "random") else _seed_in(RULE_FROM_HOST)
+
+
 def seed_for(choice: Union[int, str], frame: int) -> int:
     """A whole number of 0 to 2^64 - 1, the same again for the same fixed choice or the same frame; the host's goes
-    before any choice. Raises HelperError when that is no seed."""
-    given = os.environ.get(SEED_FROM_HOST, "")
-    if given:
-        if not re.fullmatch("[0-9]{1,20}", given) or int(given) > LARGEST_SEED:
-            raise HelperError(f'{SEED_FROM_HOST} is "{given[:40]}"; it must be a whole number of 0 to {LARGEST_SEED}')
-        return int(given)
-    if choice == "random":
+    before any choice, and the user's rule before that. Raises HelperError when that is no seed."""
+    rule = seed_rule("")
+    if rule == "" and os.environ.get(SEED_FROM_HOST):
+        return _seed_in(SEED_FROM_HOST)
+    wanted = rule if rule != "" else choice
+    if wanted == "random":
         return secrets.randbits(64)
-    if choice == "frame":
+    if wanted == "frame":
         return (frame + 1) * FRAME_STEP & LARGEST_SEED
-    return int(choice)
+    return int(wanted)
+
+
+def _seed_in(variable: str) -> int:
+    given = os.environ[variable]
+    if not re.fullmatch("[0-9]{1,20}", given) or int(given) > LARGEST_SEED:
+        raise HelperError(f'{variable} is "{given[:40]}"; it must be a whole number of 0 to {LARGEST_SEED}')
+    return int(given)

@@ -135,6 +135,10 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
                 self.assertEqual(done.returncode, 1)
                 self.assertRegex(done.stderr, f"frame 0: the helper's picture is not in the frame: .*{reason}")
                 self.assertEqual(sorted(self.folder.glob("render_*")), [])
+        self.helper('printf \'{"ok": true}\' > "$response"')
+        done = self.render("--frames", "0-1")  # the second one could pass an earlier picture off as its own
+        self.assertEqual((done.returncode, done.stderr.count("says that all went well, but names no picture")), (1, 2), done.stderr)
+        self.assertEqual(sorted(self.folder.glob("render_*")), [])
         self.helper("exit 1")
         self.assertIn("frame 7: Quillmere render failed; 'quillmere doctor' tells", self.render("--frames", "7").stderr)
 
@@ -312,6 +316,24 @@ class Doctor(AppCase):
         self.assertEqual(states["write directory"][0], "broken")
         self.assertEqual(states["workflow Ink"], ("broken", "start the service"))
         self.assertIn("missing", states["workflow Gone"][1])
+
+    def test_one_render_is_asked_about_by_itself(self) -> None:
+        self.catalog(("ink", "Ink"), ("bad", "Bad"))
+        self.helper("", """case $2 in */bad.json) echo '{"ok": false, "problem": "start it"}'; exit 1;; esac; echo '{"ok": true, "backend": "b"}'""")
+        (self.folder / "broken.glb").write_text("x")
+        for arguments, status, found in [
+            (["--workflow", "Ink", "--scene", "scene.glb"], 0, {"workflow Ink": "ok", "scene": "ok"}),  # whatever is wrong with others
+            (["--workflow", "Bad"], 1, {"workflow Bad": "broken"}),
+            (["--scene", "scene.glb"], 0, {"scene": "ok"}),
+            (["--workflow", "Ink", "--scene", "broken.glb"], 1, {"workflow Ink": "ok", "scene": "broken"}),
+            (["--workflow", "Inc"], 1, {"workflow": "broken"}),
+        ]:
+            with self.subTest(arguments):
+                done = self.run_command("doctor", "--plugin", "plugin", "--write-dir", "write", "--json", *arguments)
+                self.assertEqual(done.returncode, status, done.stdout)
+                told = {check["check"]: check["state"] for check in json.loads(done.stdout)}
+                self.assertEqual({name: told.get(name) for name in found}, found)
+                self.assertFalse({"catalog", "servers"} & set(told))
 
     def test_a_python_that_does_not_start_is_named_with_what_keeps_it(self) -> None:
         self.env["PATH"] = os.environ["PATH"]

@@ -152,3 +152,61 @@ class Settings(AppCase):
 
     def write(self, parameters: dict) -> None:
         (self.folder / "kept.json").write_text(json.dumps({**HEAD, "parameters": parameters}))
+
+
+class Jobs(AppCase):
+    def setUp(self) -> None:
+        super().setUp()
+        self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
+
+    def start_of(self, *arguments: str) -> dict:
+        done = self.run_command("render", *arguments, "--plugin", "plugin", "--write-dir", "write", "--json")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        start = json.loads(done.stdout.splitlines()[0])
+        return {key: start[key] for key in ("scene", "cameras", "frames", "width", "height", "workflow", "settings")}
+
+    def test_a_job_renders_the_same_again_from_anywhere(self) -> None:
+        more = ["--size", "8x6", "--workflow", "ink", "--prompt", "fog", "--samples", "3", "--fps", "24000/1001", "--seed", "Frame"]
+        (self.folder / "else").mkdir()
+        for ways in (["--camera", "Chart", "--camera", "Pier", "--clip", "Run", "--loop", "--frames", "1-3x2"], ["--view", "30,20"], ["--time", "0.5"]):
+            with self.subTest(ways):
+                made = self.start_of("scene.glb", *more, *ways, "-o", "a_####.png", "--save-job", "else/job.json")
+                self.assertEqual(self.start_of("else/job.json", "--save-job", "else/again.json"), made)
+                job, again = (json.loads((self.folder / "else" / name).read_text()) for name in ("job.json", "again.json"))
+                self.assertEqual(again, job)
+                self.assertEqual((job["options"]["seed"], job["options"]["output"]), ("frame", str(self.folder / "a_####.png")))
+                other = self.start_of("else/job.json", "--camera", "Pier", "--frames", "7", "--prompt", "rain", "--samples", "4")
+                self.assertEqual((other["cameras"], other["frames"], other["settings"]["drawing"]["samples"]), (["Pier"], "7", 4))
+                self.assertEqual(other["settings"]["parameters"]["QUILLMERE_PROMPT"], "rain")
+
+    def test_paths_of_a_job_are_taken_from_its_folder(self) -> None:
+        (self.folder / "jobs").mkdir()
+        job = {"format": "quillmere job", "version": 1, "scene": "../scene.glb", "options": {"output": "../b.png", "size": "8x8"}, "parameters": {}}
+        (self.folder / "jobs/job.json").write_text(json.dumps(job))
+        self.start_of("jobs/job.json")
+        self.assertTrue((self.folder / "b.png").exists())
+
+    def test_what_no_command_line_would_take_is_refused(self) -> None:
+        sound = {"format": "quillmere job", "version": 1, "scene": "scene.glb", "options": {}, "parameters": {}}
+        for changes, why in [
+            ({"version": 2}, "version 2, not 1"),
+            ({"scene": 5}, '"scene" is no text'),
+            ({"scene": "gone.glb"}, "gone.glb"),
+            ({"options": [1]}, '"options" are no object'),
+            ({"options": {"write-dir": "/tmp"}}, 'the option "write-dir", which jobs don\'t have'),
+            ({"options": {"frames": "5-1"}}, "--frames '5-1'"),
+            ({"options": {"frames": 5}}, '"frames" is no text'),
+            ({"options": {"size": "x" * 5000}}, '"size" is no text of at most'),
+            ({"options": {"turntable": "1"}}, "--turntable"),
+            ({"options": {"seed": "-1"}}, "--seed '-1'"),
+            ({"options": {"clip": "a\0b"}}, "NUL"),
+            ({"options": {"camera": ["Pier"] * 1001}}, "more than 1000"),
+            ({"parameters": {"QUILLMERE_OTHER": 1}}, "QUILLMERE_OTHER"),
+            ({"drawing": {"samples": 0}}, '"samples"'),
+        ]:
+            with self.subTest(str(changes)[:60]):
+                (self.folder / "job.json").write_text(json.dumps({**sound, **changes}))
+                done = self.run_command("render", "job.json", "--plugin", "plugin", "--write-dir", "write", "--quiet")
+                self.assertIn(done.returncode, (1, 2))
+                self.assertIn(why, done.stderr)
+                self.assertEqual(list(self.folder.glob("*.png")), [])

@@ -39,7 +39,7 @@ class RealHelper(AppCase):
     def setUp(self) -> None:
         super().setUp()
         self.env["PATH"] = os.environ["PATH"]
-        for name in ("QUILLMERE_PROVENANCE_FILE", "QUILLMERE_SEED", "QUILLMERE_STYLE", "QUILLMERE_A1111_URL"):
+        for name in ("QUILLMERE_PROVENANCE_FILE", "QUILLMERE_SEED", "QUILLMERE_SEED_RULE", "QUILLMERE_STYLE", "QUILLMERE_A1111_URL"):
             self.env.pop(name, None)
         self.write("ink.json", json.dumps(RANDOM_INK).encode())
 
@@ -299,6 +299,15 @@ class Like(RealHelper):
                 self.assertIn(done.returncode, (1, 2))
                 self.assertRegex(done.stderr, why)
                 self.assertFalse((self.folder / "a.png").exists())
+
+
+class Seed(RealHelper):
+    def test_the_rule_goes_before_the_workflows_and_is_recorded(self) -> None:
+        for rule, kept in (("7", True), ("frame", True), ("random", False)):
+            made, again = self.first("--seed", rule), self.first("--seed", rule)
+            self.assertEqual((made["seed"] == again["seed"], made["seed_rule"]), (kept, rule))
+        self.assertEqual(self.first("--seed", "7")["seed"], 7)
+        self.assertEqual(self.rendered("--like", "a.png", "--seed", "8")["seed"], 8)
 
 
 class Check(RealHelper):

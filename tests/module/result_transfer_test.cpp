@@ -66,6 +66,7 @@ TEST_F(ResultTransfer, StretchesThePictureOverTheWholeBufferOrCopiesItAsItIs) {
   picture();
   const host::Substitute noMemory(host::operations().initBitmap, [](auto&&...) { return IMAGERESULT::OUTOFMEMORY; });
   EXPECT_THAT(transferred(3), Pointwise(FloatEq(), Pixels{1, 0, 0.2f, 1, 0, 1, 1.0f / 3, 1, 0, 0, 0, 1}));
+  EXPECT_EQ(told.lines.back(), "console quillmere: a picture is not made: there is not enough memory for 3x1 pixels");
 }
 
 TEST_F(ResultTransfer, ScalesCornerToCornerIntoASecondBitmapOnlyWhereSizesDiffer) {

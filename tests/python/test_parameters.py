@@ -14,7 +14,7 @@ from quillmere_helper.backends import embedded
 from quillmere_helper.backends.a1111 import payload
 from quillmere_helper.backends.comfyui import classes, graph, source, websocket, wiring
 from quillmere_helper.errors import HelperError
-from quillmere_helper.parameters import seed_for
+from quillmere_helper.parameters import seed_for, seed_rule
 from quillmere_helper.workflows import LARGEST_WORKFLOW, Workflow, read_workflow
 
 LARGEST = (1 << 64) - 1
@@ -99,6 +99,13 @@ class Seeds(unittest.TestCase):
         for given in (0, 12, LARGEST):
             with mock.patch.dict(os.environ, {"QUILLMERE_SEED": str(given)}):
                 self.assertEqual({seed_for(choice, 3) for choice in ("random", "frame", 7)}, {given})
+
+    def test_the_users_rule_goes_before_the_host_and_every_choice(self):
+        for rule, expected in (("7", 7), ("frame", seed_for("frame", 3))):
+            with mock.patch.dict(os.environ, {"QUILLMERE_SEED": "12", "QUILLMERE_SEED_RULE": rule}):
+                self.assertEqual({seed_for(choice, 3) for choice in ("random", "frame", 9)}, {expected})
+                self.assertNotEqual(seed_rule("workflow"), "workflow", "a graph's own seeds give way, too")
+        self.assertEqual(seed_rule("workflow"), "workflow")
 
     def test_what_is_no_seed_is_refused(self):
         for given in ("x", "-1", "1.5", " 5", "٣", str(LARGEST + 1), "9" * 5000):

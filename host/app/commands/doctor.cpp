@@ -14,12 +14,14 @@
 namespace quillmere::app {
 namespace {
 
+namespace fs = std::filesystem;
 using State = Finding::State;
 
 struct Options {
   SessionOptions session;
   bool json = false;
   bool module = false;
+  IntendedRender render;
 };
 
 const char* wordFor(State state) {
@@ -50,7 +52,10 @@ ExitStatus printModule(const Options& options) {
 ExitStatus run(const Options& options) {
   if (options.module) return printModule(options);
   adoptOrphans();
-  const auto findings = examine(pluginFolder(options.session.plugin), writeDirectoryOf(options.session));
+  const PluginFolder plugin = pluginFolder(options.session.plugin);
+  const fs::path writeDirectory = writeDirectoryOf(options.session);
+  const bool one = !options.render.workflow.empty() || !options.render.scene.empty();
+  const auto findings = one ? examineFor(options.render, plugin, writeDirectory) : examine(plugin, writeDirectory);
   std::string rows;
   Json entries = Json::array();
   for (const Finding& finding : findings) {
@@ -67,10 +72,20 @@ ExitStatus run(const Options& options) {
 
 Action addDoctor(CLI::App& command) {
   const auto options = std::make_shared<Options>();
+  command
+      .add_option("--workflow", options->render.workflow,
+                  "Check only what a render with this workflow needs: its name or ID in the catalog,\n"
+                  "or its file")
+      ->type_name("NAME|ID|FILE");
+  command.add_option("--scene", options->render.scene, "Check only what a render of this scene needs")
+      ->type_name("SCENE")
+      ->check(CLI::ExistingFile);
   command.add_flag("--json", options->json, "Print JSON instead of lines");
   command.add_flag("--module", options->module, "Print what the module declares to the host, and check nothing");
   addSessionOptions(command, options->session);
-  command.footer("Exit status 1 when something is broken.\nExample:\n  quillmere doctor");
+  command.footer(
+      "Examples:\n  quillmere doctor\n  quillmere doctor --scene harbour.glb --workflow \"FLUX.2 Dev\"\n"
+      "\nExit status 1 when something is broken: of the one render that is asked about, or of any.");
   return [options] { return run(*options); };
 }
 

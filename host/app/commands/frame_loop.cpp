@@ -73,12 +73,19 @@ std::string generatedPicture(const NodeParameters& node) {
   return node.text(QUILLMERE_WORKFLOW_PATH).empty() ? "" : node.text(QUILLMERE_LAST_HISTORY_ENTRY);
 }
 
-// Why the effect has left the frame to the host although its helper had named `picture`.
-std::string reasonNotTaken(const std::string& picture) {
+// Why a frame that the effect is content with is none: it holds the host's own drawing although there is a workflow, or
+// not all of the picture. Empty when all is well.
+std::string reasonNotTaken(const host::Frame& frame, const NodeParameters& node, const ToldOnce& report) {
+  const std::string picture = generatedPicture(node);
+  if (node.text(QUILLMERE_WORKFLOW_PATH).empty()) return {};
+  if (frame.lines == host::Frame::Lines::OfEffects && report.notMade().empty()) return {};
+  if (picture.empty()) return "the helper says that all went well, but names no picture; render it again";
+  const std::string missing = "the helper's picture is not in the frame: ";
+  if (!report.notMade().empty()) return missing + report.notMade() + "; try a smaller --size";
   try {
     image::read(picture);
   } catch (const Error& error) {
-    return std::string("the helper's picture is not in the frame: ") + error.what();
+    return missing + error.what();
   }
   return "the helper's picture '" + picture + "' is not in the frame; render it again";
 }
@@ -93,10 +100,8 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
   const host::Frame frame = host::renderFrame(document, stop, document.finalSettings());
   const int result = static_cast<int>(frame.result);
   if (frame.result != cinema::RENDERRESULT::OK) return {result, {}, reasonOf(frame.result, node, report)};
-  const std::string generated = generatedPicture(node);
-  if (!generated.empty() && frame.lines == host::Frame::Lines::OfHost) {
-    return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reasonNotTaken(generated)};
-  }
+  const std::string generated = generatedPicture(node), reason = reasonNotTaken(frame, node, report);
+  if (!reason.empty()) return {static_cast<int>(cinema::RENDERRESULT::FAILED), {}, reason};
   try {
     std::error_code error;  // told by the file that can't be written
     if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path(), error);

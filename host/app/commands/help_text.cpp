@@ -1,12 +1,14 @@
 #include "help_text.h"
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
 
 namespace quillmere::app {
 namespace {
 
-constexpr std::size_t kNameColumn = 34;  // characters before the meaning of an option
+constexpr std::size_t kNameColumn = 34;    // characters before the meaning of an option
+constexpr std::size_t kMeaningWidth = 66;  // of its lines
 
 std::string without(const std::string& part, std::string text) {
   const std::size_t found = text.find(part);
@@ -31,6 +33,20 @@ std::string withoutDoubleGaps(std::string text) {
   return text;
 }
 
+// In lines of their own width, wherever they were broken before.
+std::string wrapped(const std::string& text) {
+  std::istringstream words(text);
+  std::string lines, line, word;
+  while (words >> word) {
+    if (!line.empty() && line.size() + 1 + word.size() > kMeaningWidth) {
+      lines += line + "\n";
+      line.clear();
+    }
+    line += (line.empty() ? "" : " ") + word;
+  }
+  return lines + line;
+}
+
 }  // namespace
 
 std::string optionSyntax(const CLI::Option& option) {
@@ -51,8 +67,15 @@ HelpFormatter::HelpFormatter() {
 
 std::string HelpFormatter::make_help(const CLI::App* app, std::string name, CLI::AppFormatMode mode) const {
   if (mode == CLI::AppFormatMode::Sub) return CLI::Formatter::make_help(app, std::move(name), mode);
+  std::string options;
+  for (const std::string& heading : headings(*app)) {
+    const auto listed = app->get_options([&heading](const CLI::Option* option) {
+      return option->nonpositional() && !heading.empty() && option->get_group() == heading;
+    });
+    if (!listed.empty()) options += "\n" + make_group(heading, false, listed);
+  }
   return withoutDoubleGaps(make_description(app) + make_usage(app, std::move(name)) + "\n" + make_footer(app) +
-                           make_positionals(app) + make_groups(app, mode) + make_subcommands(app, mode));
+                           make_positionals(app) + options + make_subcommands(app, mode));
 }
 
 std::string HelpFormatter::make_option_name(const CLI::Option* option, bool positional) const {
@@ -64,7 +87,7 @@ std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
 }
 
 std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {
-  return optionMeaning(*option);
+  return wrapped(optionMeaning(*option));
 }
 
 }  // namespace quillmere::app

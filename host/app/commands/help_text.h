@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
+#include <vector>
 
 namespace quillmere::app {
 
@@ -19,6 +20,8 @@ class HelpFormatter : public CLI::Formatter {
   std::string make_option_name(const CLI::Option* option, bool positional) const override;
   std::string make_option_opts(const CLI::Option* option) const override;
   std::string make_option_desc(const CLI::Option* option) const override;
+  // The headings of the command's options in the order in which they are listed.
+  virtual std::vector<std::string> headings(const CLI::App& app) const { return app.get_groups(); }
 };
 
 }  // namespace quillmere::app

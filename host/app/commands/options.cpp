@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <array>
+#include <charconv>
 #include <string_view>
 
 #include "base/file_reading.h"
@@ -68,6 +69,17 @@ Assignment readAssignment(const std::string& text) {
                   "write ID=VALUE or NAME=VALUE, for example --set QUILLMERE_HISTORY_LIMIT=50");
   }
   return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+std::string seedRule(const std::string& text) {
+  const std::vector<std::string> words{"frame", "random"};
+  if (const auto word = indexOfName(words, text)) return words[*word];
+  std::uint64_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  if (!text.empty() && read.ec == std::errc{} && read.ptr == end) return std::to_string(number);
+  throw Failure(ExitStatus::Usage, "--seed '" + text + "'", "no seed",
+                suggestion(words, text) + "give a whole number from 0 to 2^64 - 1, frame or random");
 }
 
 void addTexts(CLI::App& command, EffectOptions& options) {
@@ -164,6 +176,15 @@ void addDrawingOptions(CLI::App& command, DrawingOptions& options) {
   command.add_flag_function(
       "--two-sided,!--no-two-sided", [&options](std::int64_t on) { options.twoSided = on > 0; },
       "Show materials that are single-sided from both sides");
+}
+
+void addSeed(CLI::App& command, std::string& rule) {
+  command
+      .add_option_function<std::string>(
+          "--seed", [&rule](const std::string& text) { rule = seedRule(text); },
+          "Chance: one number for all frames, a number from each frame's, or another each time\n"
+          "(default: as the workflow says)")
+      ->type_name("N|frame|random");
 }
 
 void addEffectOptions(CLI::App& command, EffectOptions& options) {

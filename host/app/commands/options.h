@@ -35,6 +35,9 @@ void addGuideMode(CLI::App& command, std::function<void(GuideMode)> chosen);
 // Adds how the host draws: --exposure, --samples, --background, --light, --two-sided.
 void addDrawingOptions(CLI::App& command, DrawingOptions& options);
 
+// Adds --seed, whose rule goes to `rule`: a whole number of 64 bits, "frame" or "random".
+void addSeed(CLI::App& command, std::string& rule);
+
 // The values that `options` points to are complete once the command line has been parsed.
 void addEffectOptions(CLI::App& command, EffectOptions& options);
 

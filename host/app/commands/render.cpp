@@ -14,6 +14,7 @@
 #include "files/exchange_files.h"
 #include "files/helper_progress.h"
 #include "frame_loop.h"
+#include "job_file.h"
 #include "like_option.h"
 #include "options.h"
 #include "pass_options.h"
@@ -23,7 +24,9 @@
 #include "process/runtime_lock.h"
 #include "process/user_break.h"
 #include "record/picture_record.h"
+#include "render_help.h"
 #include "report/output.h"
+#include "report/report_style.h"
 #include "values/texts.h"
 
 namespace quillmere::app {
@@ -38,7 +41,8 @@ struct Options {
   PassSettings passes;
   SessionOptions session;
   FrameRange frames;
-  std::string output = "render_####.png", saveSettings, like;
+  std::string output = "render_####.png", saveSettings, saveJob, like;
+  std::string seed;  // the rule that --seed gives; empty: the workflow's
   std::optional<std::string> style;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
   bool json = false, quiet = false;
@@ -91,7 +95,28 @@ void tellOf(const OpenedScene& opened) {
 Json shownAs(const OpenedScene& opened, const Options& options) {
   Json facts = opened.facts;
   facts["drawing"] = jsonOf(options.drawing);
+  if (!options.seed.empty()) facts["seed_rule"] = options.seed;
   return facts;
+}
+
+// What a job keeps of the command line, with its paths in full. A camera of the host's own is kept by its view, so that
+// it stays where it is when other frames are rendered.
+Json jobOptions(const Options& options, const OpenedScene& opened) {
+  const SceneOptions& scene = options.scene;
+  Json job{{"size", std::to_string(scene.size.width) + "x" + std::to_string(scene.size.height)},
+           {"fps", scene.clock.rate.text()},
+           {"output", fs::absolute(options.output).lexically_normal().string()},
+           {"exr-encoding", options.exr == image::ExrEncoding::Srgb ? "srgb" : "linear"}};
+  if (scene.clock.time) job["time"] = Json(*scene.clock.time).dump();
+  if (!scene.clock.time) job["frames"] = options.frames.text();
+  if (opened.facts.contains("view")) job["view"] = opened.facts["view"];
+  if (!opened.facts.contains("view") && !opened.cameras.empty()) job["camera"] = opened.cameras;
+  if (scene.turntable > 0) job["turntable"] = std::to_string(scene.turntable);
+  if (!scene.clip.empty()) job["clip"] = scene.clip;
+  if (scene.loop) job["loop"] = true;
+  if (!options.seed.empty()) job["seed"] = options.seed;
+  if (options.style) job["style"] = *options.style;
+  return job;
 }
 
 std::vector<std::string> camerasOf(EffectSession& session, const OpenedScene& opened) {
@@ -173,11 +198,16 @@ ExitStatus render(const Options& options, ToldOnce& report, const UserBreak& use
       configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
   const std::vector<std::string> cameras = camerasOf(session, opened);
   report.renderBegins(tellable(options, plan, opened, cameras, configured));
+  if (!options.saveJob.empty()) {
+    const std::string scene = fs::absolute(options.scene.scene).lexically_normal().string();
+    saveJob(options.saveJob, scene, jobOptions(options, opened), configured.settings);
+  }
   const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
   refuseSharedFiles(cameras, plan.output);
   for (const std::string& camera : cameras) requireOutput(plan.output.forCamera(camera), plan.frames);
   const PassWish wish = wishIn(requireWorkflow(session, configured.workflow, stop).answer);
   if (options.style) tellStyle(*options.style);
+  if (!options.seed.empty()) tellSeedRule(options.seed);
   if (report.wantsPreviews()) askForPreviews();
   const ExitStatus status = renderCameras(session, options, opened, plan, wish, report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
@@ -202,8 +232,13 @@ ExitStatus run(const Options& options) {
   }
 }
 
-// What --like and --time leave to be filled in.
-void complete(Options& options, const CLI::App& command) {
+// What a job, --like and --time leave to be filled in.
+void complete(Options& options, CLI::App& command) {
+  if (isJob(options.scene.scene)) {
+    const std::string job = options.scene.scene;
+    if (options.effect.settings.empty()) options.effect.settings = job;
+    options.scene.scene = takeJob(job, command);
+  }
   if (!options.like.empty()) {
     const LikeTarget target{options.scene,   options.frames, options.effect,
                             options.drawing, options.passes, options.style};
@@ -276,6 +311,11 @@ void addOutputOptions(CLI::App& command, Options& options) {
       .add_option("--save-settings", options.saveSettings,
                   "Write the effect's settings, and the controls, to a file, before the first frame is rendered")
       ->type_name("FILE");
+  command
+      .add_option("--save-job", options.saveJob,
+                  "Write all of this render to a file, before the first frame is rendered;\n"
+                  "'quillmere render FILE' renders it, and what else is given goes before it")
+      ->type_name("FILE");
   auto* json =
       command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");
   command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
@@ -293,12 +333,15 @@ void headFormerOptions(CLI::App& command, const std::string& heading) {
 Action addRender(CLI::App& command) {
   const auto options = std::make_shared<Options>();
   addSceneOptions(command, options->scene);
+  command.get_option("SCENE")->description(
+      "The scene, a glTF 2.0 file (.gltf or .glb), or a job that --save-job has written");
   headFormerOptions(command, "Scene");
   addOutputOptions(command, *options);
   headFormerOptions(command, "Output");
   addEffectOptions(command, options->effect);
   addControls(command, options->effect.controls);
   addStyle(command, options->style);
+  addSeed(command, options->seed);
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
   addDrawingOptions(command, options->drawing);
@@ -306,18 +349,7 @@ Action addRender(CLI::App& command) {
   headFormerOptions(command, "Drawing");
   addSessionOptions(command, options->session);
   headFormerOptions(command, "Host");
-  command.footer(
-      "Examples:\n"
-      "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
-      "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
-      "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Quayside --guide final --json\n"
-      "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6 --control Model=soft\n"
-      "  quillmere render model.glb --turntable 96 --frames 0-95 --clip Walk --loop -o turn_####.png\n"
-      "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
-      "  quillmere render harbour.glb --settings storm.json --set QUILLMERE_CAMERA=Quayside --write-dir "
-      "~/second-render\n"
-      "  quillmere render --like render_0012.png --prompt \"the same at night\" --output night_####.png");
-  command.get_help_ptr()->group("Options");
+  arrangeRenderHelp(command);
   return [options, &command] {
     complete(*options, command);
     return run(*options);

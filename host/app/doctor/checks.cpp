@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,6 +15,8 @@
 #include "files/exchange_files.h"
 #include "files/manager_folder.h"
 #include "process/child_run.h"
+#include "scene/scene.h"
+#include "values/failure.h"
 
 namespace quillmere::app {
 namespace {
@@ -100,22 +103,65 @@ Finding catalogFinding(const std::vector<Workflow>& catalog) {
           "to choose among workflows, add them: quillmere workflows add FILE"};
 }
 
-// The module as a render would load it, and the catalog that it sees; none when it doesn't load.
-std::optional<std::vector<Workflow>> module(const PluginFolder& plugin, const fs::path& writeDirectory,
-                                            std::vector<Finding>& findings) {
+// The module as a render would load it, for `use`; false when it doesn't load.
+bool withModule(const PluginFolder& plugin, const fs::path& writeDirectory, std::vector<Finding>& findings,
+                const std::function<void(EffectSession&)>& use) {
   if (const auto obstacle = stateObstacle()) {
     findings.push_back(broken("catalog", *obstacle));
-    return {};
+    return false;
   }
   try {
     host::Events nobody;
     EffectSession session(writeDirectory, plugin, nobody);
     findings.push_back({"module", State::Ok, plugin.path.string(), {}});
-    return catalogOf(session.node());
+    use(session);
+    return true;
   } catch (const std::exception& error) {
     findings.push_back({"module", State::Broken, error.what(), "build it, or give its folder with --plugin"});
-    return {};
+    return false;
   }
+}
+
+// The catalog that the module sees.
+std::optional<std::vector<Workflow>> module(const PluginFolder& plugin, const fs::path& writeDirectory,
+                                            std::vector<Finding>& findings) {
+  std::vector<Workflow> catalog;
+  const auto read = [&](EffectSession& session) { catalog = catalogOf(session.node()); };
+  return withModule(plugin, writeDirectory, findings, read) ? std::optional(std::move(catalog)) : std::nullopt;
+}
+
+void checkScene(const fs::path& file, std::vector<Finding>& findings) {
+  try {
+    const auto scene = scene::load(file);
+    const std::size_t cameras = scene->cameras().size();
+    findings.push_back({"scene",
+                        State::Ok,
+                        file.string() + ", " + std::to_string(cameras) + (cameras == 1 ? " camera" : " cameras"),
+                        {}});
+    for (const std::string& warning : scene->warnings()) findings.push_back({"scene", State::Note, warning, {}});
+  } catch (const std::exception& error) {
+    findings.push_back({"scene", State::Broken, error.what(), {}});
+  }
+}
+
+void checkChosen(EffectSession& session, const std::string& wanted, std::vector<Finding>& findings) {
+  try {
+    if (wanted.empty()) {
+      preferWorkflow(session.node(), session.plugin());
+    } else {
+      chooseWorkflow(session.node(), wanted);
+    }
+  } catch (const Failure& failure) {
+    findings.push_back({"workflow", State::Broken, failure.what(), failure.remedy()});
+    return;
+  }
+  const std::string file = session.node().text(QUILLMERE_WORKFLOW_PATH);
+  if (file.empty()) {
+    findings.push_back({"workflow", State::Note, "none: frames are plain renderings", {}});
+    return;
+  }
+  const std::string name = wanted.empty() ? file : wanted;
+  findings.push_back(checkWorkflow(session.plugin(), name, file, kPatienceEach).finding);
 }
 
 // What keeps several workflows from being run is told once, with its remedy: by the server that they need, or by the
@@ -146,6 +192,18 @@ void checkWorkflows(const std::vector<Workflow>& catalog, const PluginFolder& pl
 }
 
 }  // namespace
+
+std::vector<Finding> examineFor(const IntendedRender& render, const PluginFolder& plugin,
+                                const fs::path& writeDirectory) {
+  std::vector<Finding> findings{python(), helper(plugin), shell(), writeFolder(writeDirectory),
+                                exchangeFiles(writeDirectory)};
+  const bool helperRuns = findings[0].state == State::Ok && findings[1].state == State::Ok;
+  if (!render.scene.empty()) checkScene(render.scene, findings);
+  withModule(plugin, writeDirectory, findings, [&](EffectSession& session) {
+    if (helperRuns) checkChosen(session, render.workflow, findings);
+  });
+  return findings;
+}
 
 std::vector<Finding> examine(const PluginFolder& plugin, const fs::path& writeDirectory) {
   std::vector<Finding> findings{python(), helper(plugin), shell()};

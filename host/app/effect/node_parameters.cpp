@@ -163,7 +163,8 @@ int NodeParameters::number(int id) const {
 
 std::string NodeParameters::text(int id) const {
   const auto value = host::readParameter(node_, addressOf(id));
-  return value ? host::toUtf8(value->GetString()) : "";
+  if (!value) return "";
+  return host::toUtf8(value->GetType() == cinema::DA_FILENAME ? value->GetFilename().GetString() : value->GetString());
 }
 
 Json NodeParameters::stored(int id) const {

@@ -18,11 +18,9 @@ namespace {
 namespace fs = std::filesystem;
 using Kind = Parameter::Kind;
 
-constexpr const char* kFormat = "quillmere settings";
-constexpr int kVersion = 1;
 constexpr std::size_t kLargest = 8U << 20U;  // bytes; a prompt has at most one MiB
 constexpr int kDeepest = 8;
-constexpr const char* kRemedy = "give a file that --save-settings has written";
+constexpr const char* kRemedy = "give a file that --save-settings or --save-job has written";
 
 std::string titleOf(const fs::path& file) {
   return "settings '" + file.string() + "'";
@@ -38,14 +36,15 @@ Json parsed(const fs::path& file) {
 }
 
 void checkHead(const fs::path& file, const Json& document) {
-  if (!document.is_object() || !document.contains("format") || document["format"] != kFormat) {
-    refuse(file, "is no settings file: its \"format\" is not \"" + std::string(kFormat) + "\"", kRemedy);
+  const Json format = document.is_object() ? document.value("format", Json()) : Json();
+  if (format != kSettingsFormat && format != kJobFormat) {
+    refuse(file, "is no settings file: its \"format\" is not \"" + std::string(kSettingsFormat) + "\"", kRemedy);
   }
   const Json version = document.value("version", Json());
-  if (version != kVersion) {
+  if (version != kSettingsVersion) {
     const std::string present = version.is_number() ? version.dump() : "unknown";
-    refuse(file, "has version " + present + ", not " + std::to_string(kVersion),
-           "write it anew with this version's --save-settings");
+    refuse(file, "has version " + present + ", not " + std::to_string(kSettingsVersion),
+           "write it anew with this version's --save-settings or --save-job");
   }
   if (!document.contains("parameters") || !document["parameters"].is_object()) {
     refuse(file, "holds no \"parameters\"", kRemedy);
@@ -54,8 +53,7 @@ void checkHead(const fs::path& file, const Json& document) {
 
 // The file, with "parameters" that are the node's.
 Json readSettings(const NodeParameters& node, const fs::path& file) {
-  Json document = parsed(file);
-  checkHead(file, document);
+  Json document = settingsDocument(file);
   for (const auto& entry : document["parameters"].items()) {
     const std::string& name = entry.key();
     const bool known =
@@ -176,9 +174,14 @@ NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const Effect
   return made;
 }
 
-DrawingOptions drawingIn(const fs::path& file) {
-  const Json document = parsed(file);
+Json settingsDocument(const fs::path& file) {
+  Json document = parsed(file);
   checkHead(file, document);
+  return document;
+}
+
+DrawingOptions drawingIn(const fs::path& file) {
+  const Json document = settingsDocument(file);
   return drawingOptionsOf(document.value("drawing", Json::object()), titleOf(file));
 }
 
@@ -192,7 +195,7 @@ Json settingsOf(const NodeParameters& node, const Json& controls, const DrawingO
 
 void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
                   const fs::path& file) {
-  Json document{{"format", kFormat}, {"version", kVersion}};
+  Json document{{"format", kSettingsFormat}, {"version", kSettingsVersion}};
   document.update(settingsOf(node, controls, drawing));
   writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }

@@ -42,6 +42,14 @@ struct NodeSetUp {
 NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const EffectOptions& options,
                     const std::string& camera);
 
+// Files of settings, and of jobs, which hold settings and more: how their "format" calls them.
+inline constexpr const char* kSettingsFormat = "quillmere settings";
+inline constexpr const char* kJobFormat = "quillmere job";
+inline constexpr int kSettingsVersion = 1;  // of both
+
+// A file of either, with its head checked. Throws Failure as setUpNode does.
+Json settingsDocument(const std::filesystem::path& file);
+
 // How a settings file says that the host draws. Throws Failure as setUpNode does.
 DrawingOptions drawingIn(const std::filesystem::path& file);
 

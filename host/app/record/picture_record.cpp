@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 // The helper's variables.
 constexpr const char* kFactsFile = "QUILLMERE_PROVENANCE_FILE";
 constexpr const char* kSeed = "QUILLMERE_SEED";
+constexpr const char* kSeedRule = "QUILLMERE_SEED_RULE";
 constexpr const char* kStyle = "QUILLMERE_STYLE";
 
 constexpr const char* kKeyword = "quillmere";
@@ -85,6 +86,10 @@ void tellHelper(const Json& facts, const fs::path& folder) {
 
 void tellSeed(std::uint64_t seed) {
   ::setenv(kSeed, std::to_string(seed).c_str(), 1);
+}
+
+void tellSeedRule(const std::string& rule) {
+  ::setenv(kSeedRule, rule.c_str(), 1);
 }
 
 void tellStyle(const std::string& picture) {

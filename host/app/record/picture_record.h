@@ -31,6 +31,10 @@ std::string cameraOf(EffectSession& session);
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);
 
+// Every helper that this process starts from now on chooses seeds so, whatever its workflow says and any seed that it
+// was told: a whole number of 64 bits, "frame" or "random". As above.
+void tellSeedRule(const std::string& rule);
+
 // Every helper that this process starts from now on follows the style of this picture instead of the one that is
 // locked; of none, when it is empty. As above.
 void tellStyle(const std::string& picture);

@@ -1,13 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "base/json.h"
-#include "output.h"
 #include "sdk/api/application.h"
 #include "values/failure.h"
 #include "values/frames.h"
@@ -74,14 +72,5 @@ class Report : public host::Events {
   // Leaves the terminal as it was; the process may end right after. Any thread, never blocks.
   virtual void silence() {}
 };
-
-// Lines: each new status text and console line on `errors`, the files of each frame on `results`; where `errors` is a
-// terminal, a status line at its foot instead, drawn ten times a second.
-// Quiet: what the host's console is told during a frame that then fails.
-// Json: one object a line on `results`, as soon as the host is told and in that order; docs/events.md lists them.
-enum class ReportStyle { Lines, Quiet, Json };
-
-// Both outputs must outlive the report.
-std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& errors);
 
 }  // namespace quillmere::app

@@ -21,15 +21,17 @@ void ToldOnce::statusSpin(bool on) {
 }
 
 void ToldOnce::console(const std::string& utf8) {
-  const bool undrawn = utf8.starts_with(host::kUndrawn);
+  const bool undrawn = utf8.starts_with(host::kUndrawn), notMade = utf8.starts_with(host::kNotMade);
   if (undrawn) undrawn_ = utf8.substr(host::kUndrawn.size());
-  const bool toldAtTheEnd = undrawn || (!held_.empty() && utf8.ends_with("] " + held_));
+  if (notMade) notMade_ = utf8.substr(host::kNotMade.size());
+  const bool toldAtTheEnd = undrawn || notMade || (!held_.empty() && utf8.ends_with("] " + held_));
   if (!toldAtTheEnd || reader_ == Reader::Program) report_.console(utf8);
 }
 
 void ToldOnce::frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) {
   held_.clear();
   undrawn_.clear();
+  notMade_.clear();
   report_.frameBegins(frame, index, count);
 }
 

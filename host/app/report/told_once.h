@@ -17,6 +17,9 @@ class ToldOnce : public Report {
 
   // Why the host has drawn nothing of this frame; empty when it has told nothing.
   const std::string& undrawn() const { return undrawn_; }
+  // Why a picture that the effect wanted is not what it should be, though the effect may have gone on with it;
+  // likewise.
+  const std::string& notMade() const { return notMade_; }
 
   void statusText(const std::string& utf8) override;
   void statusSpin(bool on) override;
@@ -38,8 +41,8 @@ class ToldOnce : public Report {
 
   Report& report_;
   Reader reader_;
-  std::string held_;     // a status text that may turn out to be the error
-  std::string undrawn_;  // see above
+  std::string held_;               // a status text that may turn out to be the error
+  std::string undrawn_, notMade_;  // see above
 };
 
 }  // namespace quillmere::app

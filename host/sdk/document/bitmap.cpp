@@ -106,10 +106,23 @@ IMAGERESULT save(const BaseBitmap& bitmap, const Filename& name, Int32 format, S
   return true;
 }();
 
+// A module that scales a picture is told nothing of a failure, and may take one that could not be made for none that is
+// needed.
+void reportLack(const std::string& what) {
+  GePrint(quillmere::host::fromUtf8(std::string(quillmere::host::kNotMade) + "there is not enough memory for " + what));
+}
+void reportLack(IMAGERESULT result, Int32 width, Int32 height) {
+  if (result == IMAGERESULT::OUTOFMEMORY) {
+    reportLack(std::to_string(width) + "x" + std::to_string(height) + " pixels");
+  }
+}
+
 }  // namespace
 
 BaseBitmap* BaseBitmap::Alloc() {
-  return operations().makeBitmap();
+  BaseBitmap* const made = operations().makeBitmap();
+  if (made == nullptr) reportLack("another picture");
+  return made;
 }
 
 void BaseBitmap::Free(BaseBitmap*& bm) {
@@ -125,7 +138,9 @@ IMAGERESULT BaseBitmap::Init(const Filename& name, Int32 frame, Bool* ismovie) {
 
 IMAGERESULT BaseBitmap::Init(Int32 x, Int32 y, Int32 depth, INITBITMAPFLAGS flags) {
   if (flags != INITBITMAPFLAGS::NONE) return IMAGERESULT::PARAM_ERROR;
-  return operations().initBitmap(*this, x, y, depth);
+  const IMAGERESULT result = operations().initBitmap(*this, x, y, depth);
+  reportLack(result, x, y);
+  return result;
 }
 
 IMAGERESULT BaseBitmap::Save(const Filename& name, Int32 format, BaseContainer*, SAVEBIT savebits) const {
@@ -153,10 +168,11 @@ Bool BaseBitmap::SetPixel(Int32 x, Int32 y, Int32 r, Int32 g, Int32 b) {
 void BaseBitmap::ScaleBicubic(BaseBitmap* dst, Int32 src_xmin, Int32 src_ymin, Int32 src_xmax, Int32 src_ymax,
                               Int32 dst_xmin, Int32 dst_ymin, Int32 dst_xmax, Int32 dst_ymax) const {
   if (!dst) return;
-  HostSide<BaseBitmap>::change(*dst, IMAGERESULT::MISC_ERROR, [&](PixelStore& pixels) {
+  const IMAGERESULT result = HostSide<BaseBitmap>::change(*dst, IMAGERESULT::MISC_ERROR, [&](PixelStore& pixels) {
     parts_->pixels.stretch({src_xmin, src_ymin, src_xmax, src_ymax}, pixels, {dst_xmin, dst_ymin, dst_xmax, dst_ymax});
     return IMAGERESULT::OK;
   });
+  reportLack(result, dst->GetBw(), dst->GetBh());
 }
 
 Bool ShowBitmap(BaseBitmap* bm) {

@@ -4,7 +4,7 @@ from dataclasses import replace
 from typing import Any
 
 from ...errors import HelperError
-from ...parameters import seed_for
+from ...parameters import seed_for, seed_rule
 from ...web import UnreachableServer
 from ...workflows import Workflow, is_api_graph
 from . import shape
@@ -58,7 +58,7 @@ def controls(workflow: Workflow) -> list[dict[str, Any]]:
 
 
 def _try(source: Source, classes: Classes, facts: dict[str, Any]) -> None:
-    choice = source.options["seed"]
+    choice = seed_rule(source.options["seed"])
     wanted = replace(TRIAL, seed=None if choice == "workflow" else seed_for(choice, TRIAL.frame))
     graph = source.graph(classes)
     placement = Placement(graph, classes, wanted, source.where)

@@ -10,7 +10,7 @@ from typing import Any, Mapping, Optional
 from ... import cancellation, web
 from ...errors import HelperError
 from ...exchange import ALMOST
-from ...parameters import seed_for
+from ...parameters import seed_for, seed_rule
 from ...pictures import Picture, given_picture
 from ...servers import until_answered
 from .. import Job, Result
@@ -122,7 +122,7 @@ class Rendering:
 
     def _wired(self, job: str) -> tuple[Graph, Wiring]:
         request = self._job.request
-        choice = self._source.options["seed"]
+        choice = seed_rule(self._source.options["seed"])
         graph = self._source.graph(self._classes)
         seed = None if choice == "workflow" else seed_for(choice, request.frame)
         style = self._style or request.locked_style_image

@@ -1,4 +1,4 @@
-#include "report.h"
+#include "report_style.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>

@@ -1,0 +1,66 @@
+#include "render_help.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "help_text.h"
+
+namespace quillmere::app {
+namespace {
+
+struct Heading {
+  const char* text;
+  std::initializer_list<const char*> options;
+};
+
+const Heading kHeadings[] = {
+    {"Frames and files", {"--frames", "--time", "--fps", "--size", "--output", "--exr-encoding"}},
+    {"What is seen", {"--camera", "--view", "--turntable", "--clip", "--loop"}},
+    {"What the picture becomes",
+     {"--workflow", "--control", "--prompt", "--prompt-file", "--system-prompt", "--style", "--seed", "--guide"}},
+    {"How the final guide is drawn", {"--exposure", "--samples", "--background", "--light", "--two-sided"}},
+    {"Renders kept and repeated", {"--like", "--settings", "--save-settings", "--save-job"}},
+    {"What is printed", {"--json", "--quiet", "--help"}},
+    {"Seldom needed", {"--set", "--output-dir", "--prefix", "--history", "--preview", "--write-dir", "--plugin"}},
+};
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  quillmere render harbour.glb --prompt \"a misty harbour at dawn\"\n"
+    "  quillmere render harbour.glb --frames 1-48x4 --output shots/harbour_####.png --size 1920x1080\n"
+    "  quillmere render harbour.glb --workflow \"FLUX.2 Dev\" --camera Quayside --guide final --json\n"
+    "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6 --control Model=soft\n"
+    "  quillmere render model.glb --turntable 96 --frames 0-95 --clip Walk --loop -o turn_####.png\n"
+    "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
+    "  quillmere render pier.glb --settings storm.json --save-job night.json\n"
+    "  quillmere render night.json --frames 25-48\n"
+    "  quillmere render --like render_0012.png --prompt \"the same at night\" --output night_####.png";
+
+// The headings in this order, whichever options are added first; then any others.
+class ArrangedHelp : public HelpFormatter {
+ public:
+  std::vector<std::string> headings(const CLI::App& app) const override {
+    std::vector<std::string> all;
+    for (const Heading& heading : kHeadings) all.emplace_back(heading.text);
+    for (const std::string& other : app.get_groups()) {
+      if (std::find(all.begin(), all.end(), other) == all.end()) all.push_back(other);
+    }
+    return all;
+  }
+};
+
+}  // namespace
+
+void arrangeRenderHelp(CLI::App& render) {
+  for (const Heading& heading : kHeadings) {
+    for (const char* name : heading.options) render.get_option(name)->group(heading.text);
+  }
+  render.footer(kExamples);
+  render.formatter(std::make_shared<ArrangedHelp>());
+}
+
+}  // namespace quillmere::app
