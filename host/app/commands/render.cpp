@@ -116,6 +116,9 @@ Json jobOptions(const Options& options, const OpenedScene& opened) {
   if (scene.loop) job["loop"] = true;
   if (!options.seed.empty()) job["seed"] = options.seed;
   if (options.style) job["style"] = *options.style;
+  if (options.passes.range) job["depth-range"] = textOf(*options.passes.range);
+  if (options.passes.depth) job["depth-kind"] = wordOf(kDepthKindWords, *options.passes.depth);
+  if (options.passes.normal) job["normal-kind"] = wordOf(kNormalKindWords, *options.passes.normal);
   return job;
 }
 
