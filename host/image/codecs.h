@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "image/exr_layers.h"
 #include "image/image.h"
 
 // The single file formats. What reads or writes them throws Error with the reason and the remedy only, or whatever the
@@ -41,6 +42,7 @@ void encodePng(std::FILE* stream, const Image& picture, Sample depth, const std:
 // `colorSpace` is an ID of the Color Interop Forum (https://github.com/AcademySoftwareFoundation/ColorInterop) for
 // values of Rec. 709 primaries.
 void encodeExr(std::FILE* stream, const Image& picture, const char* colorSpace);
+void encodeLayers(std::FILE* stream, const ExrLayers& layers, const char* colorSpace);
 
 // What the readers share from here on.
 

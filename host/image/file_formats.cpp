@@ -13,6 +13,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr const char* kLinear = "lin_rec709_scene";  // see encodeExr
+
 struct Format {
   bool (*matches)(Bytes file);
   Image (*decode)(Bytes file);
@@ -92,8 +94,12 @@ void writePng(const fs::path& file, const Image& picture, PngDepth depth, const 
 void writeExr(const fs::path& file, const Image& picture, ExrEncoding encoding) {
   const bool linear = encoding == ExrEncoding::Linear;
   write(file, picture, [&](std::FILE* to) {
-    encodeExr(to, linear ? premultipliedLight(picture) : picture, linear ? "lin_rec709_scene" : "srgb_rec709_display");
+    encodeExr(to, linear ? premultipliedLight(picture) : picture, linear ? kLinear : "srgb_rec709_display");
   });
+}
+
+void writeExr(const fs::path& file, const ExrLayers& layers) {
+  write(file, *layers.channels.front().plane, [&](std::FILE* to) { encodeLayers(to, layers, kLinear); });
 }
 
 }  // namespace quillmere::image

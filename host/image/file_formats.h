@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "image/exr_layers.h"
 #include "image/image.h"
 
 // Pictures in files. All of these throw Error, which names the file.
@@ -46,5 +47,7 @@ void writePng(const std::filesystem::path& file, const Image& picture, PngDepth 
 // (chromaticities, colorInteropID). Linear: sRGB's values are decoded to light, and colours multiplied with alpha, as
 // compositors expect; what is beyond 0-1 follows the same curve. Srgb: values are stored as they stand.
 void writeExr(const std::filesystem::path& file, const Image& picture, ExrEncoding encoding = ExrEncoding::Linear);
+// The same for several layers; R, G and B are light of the primaries that sRGB has.
+void writeExr(const std::filesystem::path& file, const ExrLayers& layers);
 
 }  // namespace quillmere::image

@@ -9,11 +9,14 @@
 #include "base/memory.h"
 #include "base/parallel.h"
 #include "color_encoding.h"
+#include "depth_span.h"
 #include "edge_samples.h"
 #include "exposure.h"
 #include "layer_loop.h"
 #include "light_filter.h"
 #include "light_sources.h"
+#include "line_drawing.h"
+#include "pass_shader.h"
 #include "ray_scene.h"
 #include "shaders.h"
 
@@ -24,16 +27,60 @@ std::string refusalOf(int width, int height) {
   return "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
 }
 
-image::Image blankPicture(int width, int height, image::Sample sample) {
+image::Image blankPicture(int width, int height, image::Sample sample, int channels = 3) {
   const std::string what = refusalOf(width, height);
   try {
-    return {width, height, 3, sample};
+    return {width, height, channels, sample};
   } catch (const std::bad_alloc&) {
     throw Error(what + "not enough memory; ask for a smaller one");
   } catch (const Error&) {
     if (std::max(width, height) <= image::kMaxSide && std::min(width, height) > 0) throw;
     throw Error(what + "each side must be 1 to " + std::to_string(image::kMaxSide) + " pixels");
   }
+}
+
+// Makes the planes that `request` asks for.
+class BlankPlanes {
+ public:
+  BlankPlanes(int width, int height, const PassRequest& request) : width_(width), height_(height), request_(request) {}
+
+  void make(Passes& passes, LineGround& ground) {
+    const PassSet& wanted = request_.passes;
+    const bool lines = wanted.has(Pass::Lines);
+    if ((wanted.has(Pass::Picture) || wanted.has(Pass::Color)) && !request_.finalSamples) {
+      passes.picture = blankPicture(width_, height_, image::Sample::Byte);
+    }
+    if (wanted.has(Pass::Color)) passes.color = plane(4);
+    if (wanted.has(Pass::Depth)) passes.depth = plane(1);
+    if (wanted.has(Pass::Depth)) passes.tone = plane(1);
+    if (wanted.has(Pass::Normal)) passes.normal = plane(4);
+    if (wanted.has(Pass::Position)) passes.position = plane(3);
+    if (wanted.has(Pass::Albedo)) passes.albedo = plane(4);
+    if (lines) ground.shape = plane(4);
+    if (lines) passes.lines = plane(1);
+    if (wanted.has(Pass::Object)) makeMattes(passes.objects, request_.matteLayers);
+    if (wanted.has(Pass::Material)) makeMattes(passes.materials, request_.matteLayers);
+    if (lines && passes.objects.empty()) makeMattes(passes.objects, 1);
+  }
+
+ private:
+  image::Image plane(int channels) {
+    const auto pixels = static_cast<std::uintmax_t>(width_) * static_cast<std::uintmax_t>(height_);
+    requireMemory(pixels * static_cast<std::uintmax_t>(channels) * sizeof(float), refusalOf(width_, height_));
+    return blankPicture(width_, height_, image::Sample::Float, channels);
+  }
+  void makeMattes(std::vector<image::Image>& layers, int count) {
+    for (int i = 0; i < count; ++i) layers.push_back(plane(4));
+  }
+
+  int width_, height_;
+  const PassRequest& request_;
+};
+
+std::vector<std::uint32_t> idsOf(const std::vector<std::string>& names) {
+  std::vector<std::uint32_t> ids;
+  std::ranges::transform(names, std::back_inserter(ids), [](const std::string& name) { return image::matteId(name); });
+  return ids;
 }
 
 constexpr int kMoments = 5;
@@ -56,6 +103,8 @@ image::Image ifComplete(Outcome outcome, image::Image picture) {
 
 Renderer::Renderer(const std::shared_ptr<const scene::Scene>& scene, Sides sides)
     : scene_(new RayScene(scene, sides == Sides::Both ? SingleSided::Unlit : SingleSided::All)),
+      objectIds_(idsOf(scene->objects())),
+      materialIds_(idsOf(materialNames(*scene))),
       duration_(scene->duration()) {}
 
 Renderer::~Renderer() = default;
@@ -111,6 +160,39 @@ image::Image Renderer::drawFinal(const scene::Camera& through, int width, int he
   if (outcome == Outcome::Complete) outcome = smoothGrain(lit, request.threads, stop);
   if (outcome == Outcome::Complete) develop(lit, picture);
   return ifComplete(outcome, std::move(picture));
+}
+
+std::optional<Passes> Renderer::drawPasses(const scene::Camera& camera, int width, int height,
+                                           const PassRequest& request, const StopTest& stop) {
+  Passes passes;
+  LineGround ground;
+  BlankPlanes(width, height, request).make(passes, ground);
+  const PictureRequest picture{*scene_, camera, width, height, stop, allCores()};
+  const auto& settings = request.finalSamples;
+  const PixelSampling sampling =
+      settings ? PixelSampling::scattered(settings->samples, settings->seed) : PixelSampling::grid();
+  std::optional<QuickShader> quick;
+  if (!passes.picture.empty()) quick.emplace(camera, passes.picture);
+  const PassTarget target{passes, ground, quick ? &*quick : nullptr};
+  const PassIds ids{objectIds_, materialIds_};
+  const Outcome outcome = passes.objects.empty() && passes.materials.empty()
+                              ? drawPicture(picture, sampling, PassShader<Mattes::No>(picture, request, ids, target))
+                              : drawPicture(picture, sampling, PassShader<Mattes::Yes>(picture, request, ids, target));
+  if (outcome == Outcome::Stopped) return {};
+  if (!passes.lines.empty() &&
+      drawLines(passes.objects, ground, camera, picture.threads, stop, passes.lines) == Outcome::Stopped) {
+    return {};
+  }
+  if (!request.passes.has(Pass::Object)) passes.objects.clear();
+  return passes;
+}
+
+std::optional<DepthRange> Renderer::seenDepths(const scene::Camera& camera, double widthToHeight) {
+  constexpr double kPixels = 72.0 * 72.0;
+  const auto side = [](double pixels) { return std::clamp(static_cast<int>(std::lround(pixels)), 1, image::kMaxSide); };
+  const double width = std::sqrt(kPixels * widthToHeight);
+  const PictureRequest picture{*scene_, camera, side(width), side(width / widthToHeight), {}, allCores()};
+  return depthsSeen(picture);
 }
 
 }  // namespace quillmere::render

@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "base/error.h"
 #include "image/image.h"
+#include "passes.h"
 #include "scene/scene.h"
 #include "settings.h"
 
@@ -44,9 +47,19 @@ class Renderer {
   image::Image drawFinal(const scene::Camera& camera, int width, int height, const FinalSettings& settings = {},
                          const StopTest& stop = {});
 
+  // What can be seen beside the picture, from its own samples: see Passes. None when stopped. Throws Error.
+  std::optional<Passes> drawPasses(const scene::Camera& camera, int width, int height, const PassRequest& request,
+                                   const StopTest& stop = {});
+
+  // The least and the largest depth of what is seen now through a picture of this shape, but for skies; looked at with
+  // some ten thousand rays. None when nothing is seen. Throws Error.
+  std::optional<DepthRange> seenDepths(const scene::Camera& camera, double widthToHeight);
+
  private:
-  std::unique_ptr<RayScene> scene_;
   float exposure();
+
+  std::unique_ptr<RayScene> scene_;
+  std::vector<std::uint32_t> objectIds_, materialIds_;  // for mattes, parallel to the scene's lists
 
   double duration_;
   std::optional<double> seconds_;  // of the snapshot; none before the first pose

@@ -62,7 +62,7 @@ QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture)
       headlight_(glm::normalize(glm::vec3(camera.toWorld[2]) + 0.45F * glm::vec3(camera.toWorld[1]) -
                                 0.3F * glm::vec3(camera.toWorld[0]))) {}
 
-RaySet QuickShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
+VectorPerRay QuickShader::lightOf(const Layer& layer) const {
   VectorPerRay light;
   forEachRay(layer.points, [&](int at) {
     const glm::vec3 color = layer.surface.color[at];
@@ -72,13 +72,11 @@ RaySet QuickShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
                               : color * lightOn(layer.surface.normal[at], layer.surface.finish[at].occlusion);
     light.set(at, lit + displayed(layer.surface.emission[at]));
   });
-  forEachRay(layer.met, [&](int ray) { sums[ray] += layer.weight[ray] * light[layer.pointOf[ray]]; });
-  forEachRay(layer.missed, [&](int ray) { sums[ray] += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
-  return 0;
+  return light;
 }
 
 void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
-  const glm::vec3 light = sum * (1.0F / samples);
+  const glm::vec3 light = (sum.surfaces + sum.backdrop) * (1.0F / samples);
   std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + std::ptrdiff_t{3} * x;
   for (int c = 0; c < 3; ++c) rgb[c] = storedByte(light[c]);
 }

@@ -14,13 +14,33 @@ namespace quillmere::render {
 // light, unlit ones in their own colour, over a plain grey gradient. Writes to a Byte RGB picture.
 class QuickShader {
  public:
-  using Sum = glm::vec3;  // light of the display
+  struct Sum {  // light of the display
+    glm::vec3 surfaces{0.0F}, backdrop{0.0F};
+
+    Sum& operator+=(const Sum& other) {
+      surfaces += other.surfaces;
+      backdrop += other.backdrop;
+      return *this;
+    }
+  };
 
   QuickShader(const scene::Camera& camera, image::Image& picture);
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
+  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
+    light(layer, [&](int ray) -> Sum& { return sums[ray]; });
+    return 0;
+  }
+  // Adds to sumOf(ray), for shaders that draw more beside it, what the layer brings to a ray's sample.
+  template <class SumOf>
+  void light(const Layer& layer, const SumOf& sumOf) const {
+    const VectorPerRay light = lightOf(layer);
+    forEachRay(layer.met, [&](int ray) { sumOf(ray).surfaces += layer.weight[ray] * light[layer.pointOf[ray]]; });
+    forEachRay(layer.missed,
+               [&](int ray) { sumOf(ray).backdrop += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
+  }
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
+  VectorPerRay lightOf(const Layer& layer) const;  // of its points
   glm::vec3 lightOn(glm::vec3 normal, float occlusion) const;
   glm::vec3 reflected(const SurfacePoints& points, int at, glm::vec3 viewer) const;
   glm::vec3 background(int row) const;

@@ -41,6 +41,7 @@ class GltfScene : public Scene {
 
   const std::vector<CameraInfo>& cameras() const override { return cameras_; }
   const std::vector<Material>& materials() const override { return parts_.materials; }
+  std::vector<std::string> objects() const override { return parts_.objects; }
   const std::vector<std::string>& warnings() const override { return parts_.warnings; }
   double duration() const override { return duration_; }
   std::vector<Clip> clips() const override { return parts_.playback.clips; }
@@ -54,7 +55,8 @@ class GltfScene : public Scene {
     for (const Instance& instance : parts_.instances) {
       const auto geometry = instance.rigid ? instance.rigid : deformed(instance, nodes);
       const auto show = [&](const glm::mat4& toWorld) {
-        if (isUsable(toWorld)) snapshot.surfaces.push_back({geometry, toWorld, instance.part->material});
+        if (isUsable(toWorld))
+          snapshot.surfaces.push_back({geometry, toWorld, instance.part->material, instance.object});
       };
       if (instance.skin >= 0) {
         show(glm::mat4(1.0F));

@@ -19,6 +19,7 @@ struct Instance {
   int skin = -1;  // its joints place the part instead of the node
   std::shared_ptr<const MeshPart> part;
   std::shared_ptr<const std::vector<glm::mat4>> placements;  // within the node; without meaning when it has a skin
+  int object = 0;                                            // index into SceneParts::objects
   std::shared_ptr<const Geometry> rigid;                     // the same in all snapshots; null when it deforms
 };
 
@@ -33,6 +34,7 @@ struct SceneParts {
   std::vector<CameraNode> cameras;
   std::vector<LightNode> lights;
   std::vector<Material> materials;
+  std::vector<std::string> objects;  // at least one
   std::vector<std::string> warnings;
   Contents contents;
 };

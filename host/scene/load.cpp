@@ -9,6 +9,7 @@
 #include "scene/gltf_document.h"
 #include "scene/gltf_scene.h"
 #include "scene/material_import.h"
+#include "scene/object_names.h"
 
 namespace quillmere::scene {
 namespace {
@@ -134,7 +135,7 @@ std::vector<Instance> importInstances(GltfDocument& document, AccessorReader& re
     if (!parts.graph.nodes[i].shown || node.mesh < 0) continue;
     const auto placements = std::make_shared<const std::vector<glm::mat4>>(importPlacements(node, reader));
     for (const auto& part : library.parts(node.mesh)) {
-      collector.add({static_cast<int>(i), node.skin, part, placements, nullptr});
+      collector.add({static_cast<int>(i), node.skin, part, placements, 0, nullptr});
     }
   }
   return std::move(collector.instances);
@@ -165,6 +166,7 @@ std::shared_ptr<const Scene> import(const std::filesystem::path& file, const Loa
   parts.skins = importSkins(document, reader);
   MaterialSet materials = importMaterials(document);
   parts.instances = importInstances(document, reader, materials, parts);
+  parts.objects = nameObjects(document, parts.graph, parts.instances);
   parts.cameras = importCameras(document, parts.graph, parts.moved);
   parts.lights = importLights(document, parts.graph);
   loadTextures(document, materials);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/error.h"
@@ -19,6 +20,8 @@ namespace quillmere::scene {
 
 // The largest size of a coordinate: two of them may still be multiplied and squared in a float.
 inline constexpr float kLargestNumber = 1e9F;
+
+inline constexpr std::string_view kUnnamed = "default";  // what an object or a material without a name is called
 
 // A picture laid onto a surface.
 struct TextureMap {
@@ -64,6 +67,7 @@ struct Surface {
   std::shared_ptr<const Geometry> geometry;
   glm::mat4 toWorld{1.0F};  // finite and invertible, but possibly mirroring; what can't be inverted is left out
   int material = 0;         // index into Scene::materials, always valid
+  int object = 0;           // index into Scene::objects, always valid
 };
 
 struct Light {
@@ -115,8 +119,10 @@ struct Contents {
 class Scene {
  public:
   virtual ~Scene() = default;
-  virtual const std::vector<CameraInfo>& cameras() const = 0;    // in document order, one per node that holds a camera
-  virtual const std::vector<Material>& materials() const = 0;    // at least one
+  virtual const std::vector<CameraInfo>& cameras() const = 0;  // in document order, one per node that holds a camera
+  virtual const std::vector<Material>& materials() const = 0;  // at least one
+  // What people call the things in it, each name once: the nodes that show geometry. At least one.
+  virtual std::vector<std::string> objects() const { return {std::string(kUnnamed)}; }
   virtual const std::vector<std::string>& warnings() const = 0;  // what was not honoured, one sentence each
   virtual double duration() const = 0;  // seconds to the last key frame of what is played, 0 when nothing moves
   virtual std::vector<Clip> clips() const { return {}; }  // in document order

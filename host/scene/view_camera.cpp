@@ -96,6 +96,7 @@ class ViewedScene : public Scene {
 
   const std::vector<CameraInfo>& cameras() const override { return cameras_; }
   const std::vector<Material>& materials() const override { return scene_->materials(); }
+  std::vector<std::string> objects() const override { return scene_->objects(); }
   const std::vector<std::string>& warnings() const override { return scene_->warnings(); }
   double duration() const override { return scene_->duration(); }
   std::vector<Clip> clips() const override { return scene_->clips(); }

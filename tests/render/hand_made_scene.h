@@ -13,6 +13,7 @@ namespace quillmere::render {
 struct HandMadeScene : scene::Scene {
   const std::vector<scene::CameraInfo>& cameras() const override { return views; }
   const std::vector<scene::Material>& materials() const override { return kinds; }
+  std::vector<std::string> objects() const override { return things; }
   const std::vector<std::string>& warnings() const override { return noWarnings; }
   double duration() const override { return 0.0; }
   scene::Snapshot at(double /*seconds*/) const override { return now; }
@@ -22,6 +23,7 @@ struct HandMadeScene : scene::Scene {
   void add(std::shared_ptr<const scene::Geometry> geometry, int material, const glm::mat4& toWorld = glm::mat4(1.0F));
 
   std::vector<scene::CameraInfo> views;
+  std::vector<std::string> things{"default"};
   std::vector<std::string> noWarnings;
   std::vector<scene::Material> kinds{scene::Material{}};
   scene::Snapshot now;

@@ -175,5 +175,24 @@ TEST(FilesOfOtherKinds, AreCalledByTheirNameWithAWayToGltf) {
   }
 }
 
+TEST(Objects, AreCalledByTheirNodeTheirMeshAndWhereTheyStand) {
+  GltfBuilder builder;
+  const int hull = builder.add("meshes", {{"name", "Hull"}, {"primitives", {builder.triangle(), builder.triangle()}}});
+  const int bare = builder.add("meshes", {{"primitives", {builder.triangle()}}});
+  for (const char* boat : {"Ada", "Ida", "Ida"}) {
+    const int mast = builder.add("nodes", {{"name", "Mast"}, {"mesh", bare}});
+    builder.addNode({{"name", boat}, {"children", {mast}}});
+  }
+  builder.addNode({{"mesh", hull}});
+  builder.addNode({{"mesh", bare}});
+  const auto scene = builder.load();
+  EXPECT_THAT(scene->objects(), testing::ElementsAre("Ada/Mast", "Ida/Mast", "Ida/Mast.1", "Hull", "default"));
+  std::vector<std::string> shown;
+  for (const Surface& surface : scene->at(0).surfaces) {
+    shown.push_back(scene->objects().at(static_cast<std::size_t>(surface.object)));
+  }
+  EXPECT_THAT(shown, testing::ElementsAre("Ada/Mast", "Ida/Mast", "Ida/Mast.1", "Hull", "Hull", "default"));
+}
+
 }  // namespace
 }  // namespace quillmere::scene

@@ -65,6 +65,13 @@ image::Image Renderer::drawFinal(const scene::Camera&, int width, int height, co
   return drawn;
 }
 
+std::optional<Passes> Renderer::drawPasses(const scene::Camera& camera, int width, int height, const PassRequest&,
+                                           const StopTest& stop) {
+  Passes passes;
+  passes.picture = drawQuick(camera, width, height, stop);
+  return passes;
+}
+
 }  // namespace render
 
 }  // namespace quillmere

@@ -24,9 +24,9 @@ constexpr std::size_t kLongest = 4096;  // bytes of a value
 constexpr std::size_t kMostValues = 1000;
 
 // What a job may say: how a render looks, but neither where this machine keeps its things nor what is printed.
-constexpr std::array<std::string_view, 13> kOptions{"camera",       "view", "turntable", "clip", "loop",
-                                                    "fps",          "time", "frames",    "size", "output",
-                                                    "exr-encoding", "seed", "style"};
+constexpr std::array<std::string_view, 16> kOptions{
+    "camera", "view",   "turntable",    "clip", "loop",  "fps",         "time",       "frames",
+    "size",   "output", "exr-encoding", "seed", "style", "depth-range", "depth-kind", "normal-kind"};
 
 [[noreturn]] void refuse(const fs::path& file, const std::string& why) {
   throw Failure(ExitStatus::Failed, "job '" + file.string() + "'", why, "correct it, or write it anew with --save-job");

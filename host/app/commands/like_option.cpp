@@ -101,6 +101,7 @@ std::optional<std::uint64_t> renderLike(const std::string& picture, const CLI::A
   if (options.effect.workflow.empty()) takeWorkflow(made, record, picture, options.effect);
   takeStyle(made, picture, options.style);
   options.drawing.complete(made.drawing);
+  options.passes.complete(passSettingsIn(record));
   auto& assignments = options.effect.assignments;
   // Of two assignments of one parameter the later one counts.
   assignments.insert(assignments.begin(), made.assignments.begin(), made.assignments.end());

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "options.h"
+#include "passes/pass_settings.h"
 #include "values/frames.h"
 
 namespace CLI {
@@ -22,6 +23,7 @@ struct LikeTarget {
   FrameRange& frames;
   EffectOptions& effect;
   DrawingOptions& drawing;
+  PassSettings& passes;
   std::optional<std::string>& style;  // empty: no style image
 };
 

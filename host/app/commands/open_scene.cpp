@@ -8,9 +8,18 @@
 #include "values/texts.h"
 
 namespace quillmere::app {
-namespace {
 
-constexpr std::int64_t kMostPoses = 32;  // of all frames, that are looked at for the scene's bounds
+std::vector<double> posesOf(const FrameRange& frames, const FrameClock& clock) {
+  constexpr std::int64_t kMostPoses = 32;
+  const std::int64_t poses = std::min(frames.count(), kMostPoses), last = frames.count() - 1;
+  std::vector<double> seconds;
+  for (std::int64_t pose = 0; pose < poses; ++pose) {
+    seconds.push_back(clock.secondsAt(frames.at(poses < 2 ? 0 : pose * last / (poses - 1))));
+  }
+  return seconds;
+}
+
+namespace {
 
 // By name, else by number from 1.
 std::optional<std::size_t> indexOf(const std::vector<std::string>& names, const std::string& wanted) {
@@ -38,15 +47,6 @@ std::shared_ptr<const scene::Scene> loaded(const SceneOptions& options) {
                                            options.loop});
   if (!options.clip.empty() && !chosen) refuseName("clip", "its clips: ", clips, options.clip);
   return scene;
-}
-
-std::vector<double> posesOf(const FrameRange& frames, const FrameClock& clock) {
-  const std::int64_t poses = std::min(frames.count(), kMostPoses), last = frames.count() - 1;
-  std::vector<double> seconds;
-  for (std::int64_t pose = 0; pose < poses; ++pose) {
-    seconds.push_back(clock.secondsAt(frames.at(poses < 2 ? 0 : pose * last / (poses - 1))));
-  }
-  return seconds;
 }
 
 void addOwnCamera(const SceneOptions& options, const FrameRange& frames, OpenedScene& opened) {

@@ -17,6 +17,9 @@
 #include "job_file.h"
 #include "like_option.h"
 #include "options.h"
+#include "pass_options.h"
+#include "passes/depth_range.h"
+#include "passes/frame_passes.h"
 #include "process/process_tree.h"
 #include "process/runtime_lock.h"
 #include "process/user_break.h"
@@ -35,6 +38,7 @@ struct Options {
   SceneOptions scene;
   EffectOptions effect;
   DrawingOptions drawing;
+  PassSettings passes;
   SessionOptions session;
   FrameRange frames;
   std::string output = "render_####.png", saveSettings, saveJob, like;
@@ -115,6 +119,9 @@ Json jobOptions(const Options& options, const OpenedScene& opened) {
   if (scene.loop) job["loop"] = true;
   if (!options.seed.empty()) job["seed"] = options.seed;
   if (options.style) job["style"] = *options.style;
+  if (options.passes.range) job["depth-range"] = textOf(*options.passes.range);
+  if (options.passes.depth) job["depth-kind"] = wordOf(kDepthKindWords, *options.passes.depth);
+  if (options.passes.normal) job["normal-kind"] = wordOf(kNormalKindWords, *options.passes.normal);
   return job;
 }
 
@@ -137,9 +144,36 @@ RenderPlan tellable(const Options& options, const FramePlan& plan, const OpenedS
           .warnings = std::move(warnings)};
 }
 
+// One range of depths for all frames through the camera, where the workflow asks for depth.
+PassSettings passSettingsFor(const PassWish& wish, const std::string& camera, const Options& options,
+                             const OpenedScene& opened) {
+  PassSettings settings = options.passes;
+  if (settings.range || !wish.passes.has(render::Pass::Depth)) return settings;
+  const std::vector<double> seconds = posesOf(options.frames, options.scene.clock);
+  settings.range = depthRangeOf(opened.scene, camera, {seconds, options.scene.size, sidesOf(options.drawing)});
+  return settings;
+}
+
+// Draws the wish with each guide, and tells the helper besides `facts`.
+FramePasses passesThrough(const std::string& camera, const PassWish& wish, Json facts, EffectSession& session,
+                          const Options& options, const OpenedScene& opened, const fs::path& writeDirectory) {
+  const auto tell = [facts = std::move(facts), folder = runtimeFolder(writeDirectory)](const Json& passes) {
+    Json all = facts;
+    all["passes"] = passes;
+    tellHelper(all, folder);
+  };
+  const auto fileFor = [writeDirectory](const std::string& stem, int frame) {
+    const fs::path file = passFile(writeDirectory, stem, frame);
+    refuse(obstacleAtLink("pass", file));
+    return file;
+  };
+  return {session.document(), *opened.scene, wish, passSettingsFor(wish, camera, options, opened), {fileFor, tell}};
+}
+
 // All frames through one camera after the other.
 ExitStatus renderCameras(EffectSession& session, const Options& options, const OpenedScene& opened,
-                         const FramePlan& plan, ToldOnce& report, const std::function<bool()>& stop) {
+                         const FramePlan& plan, const PassWish& wish, ToldOnce& report,
+                         const std::function<bool()>& stop) {
   const std::vector<std::string> cameras = camerasOf(session, opened);
   ExitStatus status = ExitStatus::Done;
   for (const std::string& camera : cameras) {
@@ -148,7 +182,9 @@ ExitStatus renderCameras(EffectSession& session, const Options& options, const O
     through.camera = camera;
     through.output = plan.output.forCamera(camera);
     if (cameras.size() > 1) session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
-    tellHelper(session, options.scene.scene, shownAs(opened, options), runtimeFolder(plan.writeDirectory));
+    Json facts = tellHelper(session, options.scene.scene, shownAs(opened, options), runtimeFolder(plan.writeDirectory));
+    const FramePasses passes =
+        passesThrough(camera, wish, std::move(facts), session, options, opened, plan.writeDirectory);
     if (renderFrames(session.document(), session.node(), through, report, stop) != ExitStatus::Done) {
       status = ExitStatus::Failed;
     }
@@ -175,11 +211,11 @@ ExitStatus render(const Options& options, ToldOnce& report, const UserBreak& use
   const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
   refuseSharedFiles(cameras, plan.output);
   for (const std::string& camera : cameras) requireOutput(plan.output.forCamera(camera), plan.frames);
-  requireWorkflow(session, configured.workflow, stop);
+  const PassWish wish = wishIn(requireWorkflow(session, configured.workflow, stop).answer);
   if (options.style) tellStyle(*options.style);
   if (!options.seed.empty()) tellSeedRule(options.seed);
   if (report.wantsPreviews()) askForPreviews();
-  const ExitStatus status = renderCameras(session, options, opened, plan, report, stop);
+  const ExitStatus status = renderCameras(session, options, opened, plan, wish, report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
   if (!report.outputLost()) return status;
   throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
@@ -213,7 +249,8 @@ void complete(Options& options, CLI::App& command) {
     options.scene.scene = takeJob(job, command);
   }
   if (!options.like.empty()) {
-    const LikeTarget target{options.scene, options.frames, options.effect, options.drawing, options.style};
+    const LikeTarget target{options.scene,   options.frames, options.effect,
+                            options.drawing, options.passes, options.style};
     if (const auto seed = renderLike(options.like, command, target)) tellSeed(*seed);
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
@@ -317,6 +354,7 @@ Action addRender(CLI::App& command) {
   addLike(command, options->like);
   headFormerOptions(command, "Effect");
   addDrawingOptions(command, options->drawing);
+  addPassSettings(command, options->passes);
   headFormerOptions(command, "Drawing");
   addSessionOptions(command, options->session);
   headFormerOptions(command, "Host");

@@ -24,6 +24,7 @@ const Heading kHeadings[] = {
     {"What the picture becomes",
      {"--workflow", "--control", "--prompt", "--prompt-file", "--system-prompt", "--style", "--seed", "--guide"}},
     {"How the final guide is drawn", {"--exposure", "--samples", "--background", "--light", "--two-sided"}},
+    {"How passes are drawn, for workflows that ask for them", {"--depth-range", "--depth-kind", "--normal-kind"}},
     {"Renders kept and repeated", {"--like", "--settings", "--save-settings", "--save-job"}},
     {"What is printed", {"--json", "--quiet", "--help"}},
     {"Seldom needed", {"--set", "--output-dir", "--prefix", "--history", "--preview", "--write-dir", "--plugin"}},

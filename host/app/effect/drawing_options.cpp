@@ -118,6 +118,10 @@ DrawingOptions drawingOptionsOf(const Json& object, const std::string& what) {
   return options;
 }
 
+render::Sides sidesOf(const DrawingOptions& options) {
+  return options.twoSided.value_or(false) ? render::Sides::Both : render::Sides::AsMaterialsSay;
+}
+
 void applyTo(host::Document& document, const DrawingOptions& options) {
   render::FinalSettings settings;
   settings.exposure = options.exposure.value_or(settings.exposure);
@@ -125,7 +129,7 @@ void applyTo(host::Document& document, const DrawingOptions& options) {
   if (options.background) setBackground(settings, *options.background);
   if (options.light == "scene") settings.light = render::Lighting::Scene;
   if (options.light == "none") settings.light = render::Lighting::None;
-  document.setDrawing(settings, options.twoSided.value_or(false) ? render::Sides::Both : render::Sides::AsMaterialsSay);
+  document.setDrawing(settings, sidesOf(options));
 }
 
 }  // namespace quillmere::app

@@ -36,6 +36,8 @@ std::string backgroundOf(const std::string& text);
 Json jsonOf(const DrawingOptions& options);
 DrawingOptions drawingOptionsOf(const Json& object, const std::string& what);
 
+render::Sides sidesOf(const DrawingOptions& options);
+
 // Makes the document's drawings so; reads the background's picture. Throws Failure.
 void applyTo(host::Document& document, const DrawingOptions& options);
 

@@ -12,6 +12,15 @@
 #include "base/file_reading.h"
 
 namespace quillmere::app {
+
+// Where others may write, a link that they have put there would lead the effect's writing elsewhere.
+std::optional<Obstacle> obstacleAtLink(const char* what, const std::filesystem::path& file) {
+  if (auto found = obstacleAt(what, file)) return found;
+  std::error_code error;
+  if (!std::filesystem::is_symlink(file, error)) return {};
+  return Obstacle{std::string(what) + " '" + file.string() + "'", "it is a link, not a file", "move it away"};
+}
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -29,14 +38,6 @@ constexpr std::array kOfFrame{kGuide, Kind{"request file", "request_", ".json"},
 
 fs::path fileOf(const Kind& kind, const fs::path& writeDirectory, std::int32_t frame) {
   return runtimeFolder(writeDirectory) / (kind.stem + std::to_string(frame) + kind.extension);
-}
-
-// Where others may write, a link that they have put there would lead the effect's writing elsewhere.
-std::optional<Obstacle> obstacleAtLink(const char* what, const fs::path& file) {
-  if (auto found = obstacleAt(what, file)) return found;
-  std::error_code error;
-  if (!fs::is_symlink(file, error)) return {};
-  return Obstacle{std::string(what) + " '" + file.string() + "'", "it is a link, not a file", "move it away"};
 }
 
 constexpr mode_t kOwnFolder = 0755;  // whatever the user's mask lets others do elsewhere
@@ -104,6 +105,10 @@ fs::path exchangeFolder(const fs::path& writeDirectory) {
 
 fs::path runtimeFolder(const fs::path& writeDirectory) {
   return exchangeFolder(writeDirectory) / "runtime";
+}
+
+fs::path passFile(const fs::path& writeDirectory, const std::string& stem, std::int32_t frame) {
+  return runtimeFolder(writeDirectory) / (stem + "_" + std::to_string(frame) + ".png");
 }
 
 fs::path viewStateFile(const fs::path& writeDirectory) {

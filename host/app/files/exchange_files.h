@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <system_error>
 #include <vector>
 
@@ -19,6 +20,10 @@ std::filesystem::path runtimeFolder(const std::filesystem::path& writeDirectory)
 
 // The guide that the effect leaves for its helper.
 std::filesystem::path guideFile(const std::filesystem::path& writeDirectory, std::int32_t frame);
+
+// A pass that the host leaves beside it; `stem` is "depth" for depth_<frame>.png.
+std::filesystem::path passFile(const std::filesystem::path& writeDirectory, const std::string& stem,
+                               std::int32_t frame);
 
 // What the helper tells while it works on the frame.
 std::filesystem::path statusFile(const std::filesystem::path& writeDirectory, std::int32_t frame);
@@ -49,6 +54,9 @@ std::error_code makeFolders(const std::filesystem::path& writeDirectory);
 // What keeps a frame from being rendered, since the effect would open it and might wait for it without end: something
 // else than a file in the place of one of the frame's own files. None when all is well.
 std::optional<Obstacle> obstacleForFrame(const std::filesystem::path& writeDirectory, std::int32_t frame);
+
+// The same for one more file, which is called `what`; a link in its place is an obstacle, too.
+std::optional<Obstacle> obstacleAtLink(const char* what, const std::filesystem::path& file);
 
 // The same for what all frames share: the folders, the view state, the provenance, and whatever lies in the histories.
 std::optional<Obstacle> obstacleForAll(const std::filesystem::path& writeDirectory);

@@ -32,6 +32,10 @@ fs::path sideFileOf(const fs::path& picture) {
   return picture.string() + ".json";
 }
 
+fs::path factsFile(const fs::path& folder) {
+  return fs::absolute(folder) / "provenance.json";
+}
+
 // What others keep under the same keyword or file name has no version of our helper.
 Json checkedRecord(const std::string& content, const std::string& what) {
   Json record = parsedRecord(content, what);
@@ -72,7 +76,7 @@ std::string cameraOf(EffectSession& session) {
   return cameras.empty() ? "" : cameras.front().name;
 }
 
-void tellHelper(EffectSession& session, const fs::path& scene, const Json& shown, const fs::path& folder) {
+Json tellHelper(EffectSession& session, const fs::path& scene, const Json& shown, const fs::path& folder) {
   const NodeParameters& node = session.node();
   Json facts{{"scene", fs::absolute(scene).lexically_normal().string()},
              {"camera", cameraOf(session)},
@@ -84,9 +88,13 @@ void tellHelper(EffectSession& session, const fs::path& scene, const Json& shown
   facts.update(shown);
   std::error_code error;  // a folder that is missing is told by the file that can't be written
   fs::create_directories(folder, error);
-  const fs::path file = fs::absolute(folder) / "provenance.json";
-  writeFile(file, facts.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
-  ::setenv(kFactsFile, file.c_str(), 1);
+  tellHelper(facts, folder);
+  ::setenv(kFactsFile, factsFile(folder).c_str(), 1);
+  return facts;
+}
+
+void tellHelper(const Json& facts, const fs::path& folder) {
+  writeFile(factsFile(folder), facts.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 void tellSeed(std::uint64_t seed) {

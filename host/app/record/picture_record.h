@@ -18,9 +18,12 @@ namespace quillmere::app {
 // Lets every helper that this process starts from now on keep in its pictures what only the host knows: scene, camera,
 // prompts, guide mode, workflow ID, version, and what `shown` says of how the scene is shown. They stand in a file of
 // `folder` (made where it is missing) that an environment variable names: set only while no other thread reads the
-// environment. Throws Error.
-void tellHelper(EffectSession& session, const std::filesystem::path& scene, const Json& shown,
+// environment. Returns what it tells. Throws Error.
+Json tellHelper(EffectSession& session, const std::filesystem::path& scene, const Json& shown,
                 const std::filesystem::path& folder);
+// Has them keep `facts` from now on, which tellHelper has returned and the caller added to, in the same file. Any
+// thread. Throws Error.
+void tellHelper(const Json& facts, const std::filesystem::path& folder);
 
 // The name of the camera that the effect's node looks through.
 std::string cameraOf(EffectSession& session);

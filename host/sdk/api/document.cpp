@@ -107,6 +107,17 @@ const render::FinalSettings& Document::finalSettings() const {
   return parts_->document().finalSettings;
 }
 
+void Document::drawPasses(const render::PassRequest& request, PassReceiver receive) {
+  DocumentParts& document = parts_->document();
+  document.passRequest = request;
+  document.takePasses = nullptr;
+  if (!receive) return;
+  document.takePasses = [&document, receive = std::move(receive)](
+                            const image::Image& guide, const render::Passes& passes, const scene::Camera& camera) {
+    receive({document.time.GetFrame(document.fps), guide, passes, camera});
+  };
+}
+
 const std::string& Document::drawingNote() const {
   return parts_->document().note;
 }

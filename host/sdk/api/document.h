@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,6 +12,15 @@
 #include "scene/scene.h"
 
 namespace quillmere::host {
+
+// What is drawn of the scene with a guide, from the same rays.
+struct GuidePasses {
+  int frame;
+  const image::Image& guide;  // Byte RGB of quick shading, Float RGB of a rendering
+  const render::Passes& passes;
+  const scene::Camera& camera;
+};
+using PassReceiver = std::function<void(const GuidePasses&)>;
 
 // A scene file opened as a host document: its cameras as objects, one active render data, a render view that is also
 // the active view, and the effects put into its render settings. Owns everything that the API hands out of it.
@@ -47,6 +57,9 @@ class QM_HOST_API Document {
   // How the host draws the document: its lines under the effects', and its guides. The settings' seed counts, too.
   void setDrawing(const render::FinalSettings& settings, render::Sides sides);
   const render::FinalSettings& finalSettings() const;
+  // Has these passes drawn with each guide that an effect asks for; `receive` gets them on the effect's thread, before
+  // the effect has the guide, and what it throws is why there is no guide. An empty one ends that.
+  void drawPasses(const render::PassRequest& request, PassReceiver receive);
   // What the console was told about the first drawing that is nearly all black or white; empty without one.
   const std::string& drawingNote() const;
 

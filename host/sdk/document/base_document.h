@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,6 +36,9 @@ struct DocumentParts : cinema::AtomParts {
   const std::shared_ptr<const scene::Scene> scene;
   std::unique_ptr<render::Renderer> renderer;  // made when something is first drawn
   render::FinalSettings finalSettings;
+  render::PassRequest passRequest;
+  // Gets the passes drawn with a guide; empty: none are drawn.
+  std::function<void(const image::Image& guide, const render::Passes& passes, const scene::Camera& camera)> takePasses;
   std::string note;  // on what was drawn; empty when there is nothing to tell
   render::Sides sides = render::Sides::AsMaterialsSay;
   cinema::BaseTime time;

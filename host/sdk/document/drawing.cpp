@@ -71,7 +71,28 @@ Drawing drawThrough(const cinema::BaseObject* object, DocumentParts& document, D
 
 Drawing drawQuick(DocumentParts& document, const cinema::BaseObject* object, int width, int height) {
   return drawThrough(object, document, [&](render::Renderer& renderer, const scene::Camera& from) {
-    return renderer.drawQuick(from, width, height, document.userBreak);
+    if (!document.takePasses) return renderer.drawQuick(from, width, height, document.userBreak);
+    render::PassRequest request = document.passRequest;
+    request.passes.add(render::Pass::Picture);
+    auto drawn = renderer.drawPasses(from, width, height, request, document.userBreak);
+    if (!drawn) return image::Image();
+    image::Image picture = std::move(drawn->picture);
+    document.takePasses(picture, *drawn, from);
+    return picture;
+  });
+}
+
+Drawing drawFinalGuide(DocumentParts& document, const cinema::BaseObject* object, int width, int height,
+                       const render::StopTest& userBreak) {
+  return drawThrough(object, document, [&](render::Renderer& renderer, scene::Camera from) {
+    image::Image picture = renderer.drawFinal(from, width, height, document.finalSettings, userBreak);
+    if (!document.takePasses || picture.empty()) return picture;
+    render::PassRequest request = document.passRequest;
+    request.finalSamples = document.finalSettings;
+    const auto drawn = renderer.drawPasses(from, width, height, request, userBreak);
+    if (!drawn) return image::Image();
+    document.takePasses(picture, *drawn, from);
+    return picture;
   });
 }
 
@@ -124,8 +145,7 @@ RENDERRESULT renderDocument(BaseDocument& document, const BaseContainer& setting
     const quillmere::render::StopTest& frames = partsOf(document).userBreak;
     return (thread && thread->TestBreak()) || (frames && frames());
   };
-  Drawing drawing =
-      drawFinal(partsOf(document), document.GetSceneCamera(), width, height, partsOf(document).finalSettings, stop);
+  Drawing drawing = drawFinalGuide(partsOf(document), document.GetSceneCamera(), width, height, stop);
   if (drawing.result != RENDERRESULT::OK) return drawing.result;
   return HostSide<BaseBitmap>::show(*bitmap, std::move(drawing.picture)) ? RENDERRESULT::OK : RENDERRESULT::OUTOFMEMORY;
 }

@@ -18,6 +18,10 @@ Drawing drawQuick(DocumentParts& document, const cinema::BaseObject* object, int
 Drawing drawFinal(DocumentParts& document, const cinema::BaseObject* object, int width, int height,
                   const render::FinalSettings& settings, const render::StopTest& userBreak);
 
+// With the document's settings, and its passes beside it, as drawQuick has them.
+Drawing drawFinalGuide(DocumentParts& document, const cinema::BaseObject* object, int width, int height,
+                       const render::StopTest& userBreak);
+
 // Says on the console what was not drawn, and why.
 void reportUndrawn(const std::string& why);
 

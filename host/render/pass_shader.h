@@ -1,0 +1,111 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <glm/glm.hpp>
+#include <limits>
+#include <optional>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "layer_loop.h"
+#include "line_drawing.h"
+#include "passes.h"
+#include "shaders.h"
+
+namespace quillmere::render {
+
+// Shares of a pixel by id, the largest few of them: where there are more, the smallest give way.
+class MatteSum {
+ public:
+  // Leaves the shares unset: there is one of these for every pixel.
+  // cppcheck-suppress uninitMemberVar
+  MatteSum() {}  // NOLINT(modernize-use-equals-default)
+  void add(std::uint32_t id, float weight);
+  MatteSum& operator+=(const MatteSum& other);
+  // Writes the largest as pairs of id and share to `layers`, by falling share; of equal ones by id, so that nothing
+  // hangs on the order in which they came. `whole` is what all of a pixel would be.
+  void store(std::vector<image::Image>& layers, float whole, int x, int y) const;
+
+ private:
+  struct Share {
+    std::uint32_t id;
+    float weight;
+  };
+
+  int count_ = 0;
+  std::array<Share, 8> shares_;  // of which `count_` hold anything
+};
+
+enum class Mattes { No, Yes };
+
+// Of the scene's objects and materials, parallel to its lists.
+struct PassIds {
+  const std::vector<std::uint32_t>&objects, &materials;
+};
+
+// What a PassShader writes to; the planes must be there.
+struct PassTarget {
+  Passes& passes;
+  LineGround& ground;
+  const QuickShader* quick;  // null: no such picture, and no colour
+};
+
+// Draws passes, of which it leaves the lines to be found in `ground`, and the quick picture beside them where there is
+// a shader for it.
+template <Mattes kMattes>
+class PassShader {
+ public:
+  struct NoMattes {
+    NoMattes& operator+=(const NoMattes& /*other*/) { return *this; }
+  };
+  struct BothMattes {
+    MatteSum objects, materials;
+    BothMattes& operator+=(const BothMattes& other) {
+      objects += other.objects;
+      materials += other.materials;
+      return *this;
+    }
+  };
+  // Of what the samples see, see Passes.
+  struct Seen {
+    glm::vec3 albedo{0.0F}, normal{0.0F}, position{0.0F};
+    float alpha = 0.0F, samples = 0.0F, tone = 0.0F, evenDepth = 0.0F;
+    float nearest = std::numeric_limits<float>::infinity();
+    std::conditional_t<kMattes == Mattes::Yes, BothMattes, NoMattes> mattes = {};
+
+    Seen& operator+=(const Seen& other);
+  };
+  // The samples of a pixel are added up in the sum of its first ray: those of the others stay as they were made, which
+  // is why making one must not cost much.
+  struct Sum {
+    // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the optional's value is nobody's before it is there
+    Sum() {}
+
+    QuickShader::Sum quick;
+    std::optional<Seen> seen;
+
+    Sum& operator+=(const Sum& other);
+  };
+
+  // All that the arguments refer to must outlive this.
+  PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids, PassTarget target);
+  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
+  void store(const Sum& sum, float samples, int x, int y) const;
+
+ private:
+  void addSeen(const Layer& layer, int ray, Seen& seen) const;
+  void addPoint(const Layer& layer, int at, float weight, Seen& seen) const;
+
+  const RayScene& scene_;
+  const PassRequest& request_;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> ids_;  // of each instance's object and material
+  PassTarget target_;
+  glm::mat3 toCamera_;
+  float toneScale_, toneOffset_;  // of 1 / depth, or of depth
+  bool inverse_, orthographic_;
+  bool toTheEnd_;  // whether what lies behind the surfaces that are seen counts, too
+};
+
+}  // namespace quillmere::render
