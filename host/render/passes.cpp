@@ -5,12 +5,6 @@
 
 namespace quillmere::render {
 
-float DepthTone::of(float depth) const {
-  const float share = kind == Kind::Inverse ? (1.0F / depth - 1.0F / range.far) / (1.0F / range.near - 1.0F / range.far)
-                                            : (range.far - depth) / (range.far - range.near);
-  return std::clamp(share, 0.0F, 1.0F);
-}
-
 std::vector<std::string> materialNames(const scene::Scene& scene) {
   std::vector<std::string> names;
   for (const scene::Material& material : scene.materials()) {

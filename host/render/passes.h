@@ -50,8 +50,6 @@ struct DepthTone {
   // Inverse: even in 1 / depth, as stereo and the estimators that learned from it see it. Linear: even in depth.
   enum class Kind { Inverse, Linear } kind = Kind::Inverse;
   DepthRange range;
-
-  float of(float depth) const;
 };
 
 struct PassRequest {
