@@ -21,12 +21,15 @@ struct Command {
 // In the order in which help lists them.
 constexpr std::array kCommands{
     Command{"render", "Render frames of a scene through the effect", addRender},
+    Command{"submit", "Have a farm's engine render: a Slurm job, or a template of Open Job Description", addSubmit},
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
     Command{"panel", "Show the effect's attribute panel: values, choices, limits", addPanel},
     Command{"cameras", "List the cameras of a scene", addCameras},
     Command{"info", "Tell what a scene holds: clips, cameras, lights, sizes, what isn't supported", addInfo},
     Command{"workflows", "List the workflows of the catalog, and change the list", addWorkflows},
     Command{"show", "Show what made a picture: prompt, workflow, seed, scene, camera", addShow},
+    Command{"sheet", "Put finished frames on one sheet, with their guides and numbers", addSheet},
+    Command{"movie", "Make a film of finished frames, with the ffmpeg of the machine", addMovie},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},
     Command{"completion", "Print a script that completes this command in a shell", addCompletion},
     Command{"help", "Tell about a command, or print the manual page", addHelp},
