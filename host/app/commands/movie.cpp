@@ -61,7 +61,7 @@ Action addMovie(CLI::App& command) {
   command.add_option("FFMPEG", options->ffmpeg, "Behind --: options of ffmpeg for the film")->type_name("");
   command.footer(
       "The ffmpeg of the machine encodes it. What stands behind -- are options of ffmpeg for the output: codecs,\n"
-      "quality, sound.\n"
+      "quality.\n"
       "Examples:\n"
       "  quillmere movie shots/harbour_####.png -o harbour.mp4 --fps 24\n"
       "  quillmere movie shots/harbour_####.exr -o harbour.mov --fps 25 -- -c:v prores_ks -profile:v 3");

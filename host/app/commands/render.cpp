@@ -37,10 +37,11 @@ struct Options {
   std::string output = "render_####.png", saveSettings, like;
   std::optional<std::string> style;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
-  bool json = false, quiet = false;
+  bool json = false, quiet = false, openJd = false;
 };
 
 ReportStyle styleOf(const Options& options) {
+  if (options.openJd) return ReportStyle::OpenJd;
   return options.json ? ReportStyle::Json : options.quiet ? ReportStyle::Quiet : ReportStyle::Lines;
 }
 
@@ -244,7 +245,15 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->type_name("FILE");
   auto* json =
       command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");
-  command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
+  auto* quiet = command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
+  command
+      .add_option_function<std::string>(
+          "--report", [&options](const std::string& /*word*/) { options.openJd = true; },
+          "Print the lines that engines of Open Job Description read")
+      ->check(CLI::IsMember({"openjd"}))
+      ->type_name("openjd")
+      ->excludes(json)
+      ->excludes(quiet);
 }
 
 // Puts the options that stand under no heading yet under this one in the help.

@@ -22,7 +22,7 @@ struct Options {
   std::vector<std::string> engineOptions;
   std::int64_t tasks = 0;  // 0: the engine's own measure
   int atATime = 0;
-  bool bundle = false, dryRun = false;
+  bool bundle = false, dryRun = false, resumes = false;
 };
 
 constexpr const char* kEngineOptions = "SBATCH";
@@ -30,9 +30,8 @@ constexpr const char* kSettingsFile = "settings.json";
 constexpr const char* kCopies = "bundle";
 
 // Of a render: what each task is told by its job, and what makes sense on one machine only.
-constexpr std::array kOfTasks{"--output",        "--json",     "--quiet",     "--report",
-                              "--save-settings", "--save-job", "--write-dir", "--like",
-                              "--time",          "--resume",   "--log"};
+constexpr std::array kOfTasks{"--output",    "--json", "--quiet", "--report", "--save-settings", "--save-job",
+                              "--write-dir", "--like", "--time",  "--resume", "--log",           "--worker"};
 
 // Not a render's.
 const std::vector<std::string> kOwn{"--to",     "--job-folder", "--array-size", "--nodes",
@@ -84,6 +83,7 @@ ExitStatus submitToSlurm(SubmittedRender& render, const Options& options, const 
   if (options.tasks == 0) job.tasks = tasksFor(frames);
   if (!options.dryRun) prepare(render, options, folder);
   job.render = render.asArguments(folder / kSettingsFile);
+  job.render.resumes = options.resumes;
   if (options.dryRun) {
     printResult(slurmScript(job));
     return ExitStatus::Done;
@@ -93,13 +93,14 @@ ExitStatus submitToSlurm(SubmittedRender& render, const Options& options, const 
   printResult(number + "\n");
   printError("job " + number + ": " + std::to_string(frames) + " frames in " + std::to_string(job.tasks) +
              " tasks, in '" + folder.string() + "'\n  squeue -j " + number + " shows it, scancel " + number +
-             " ends it; sbatch '" + (folder / "render.sh").string() + "' renders again what is missing then");
+             " ends it; sbatch '" + (folder / "render.sh").string() + "' submits it again");
   return ExitStatus::Done;
 }
 
 ExitStatus makeOpenJdBundle(SubmittedRender& render, const Options& options, const fs::path& folder) {
   if (!options.dryRun) prepare(render, options, folder);
   OpenJdJob job = render.asOpenJdJob(folder / kSettingsFile);
+  job.render.resumes = options.resumes;
   if (options.tasks > 0) job.framesPerTask = (render.frames().count() + options.tasks - 1) / options.tasks;
   const std::string text = openJdTemplate(job).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
   if (options.dryRun) {
@@ -154,6 +155,7 @@ Action addSubmit(CLI::App& command) {
   const auto options = std::make_shared<Options>();
   options->render = addRender(command);
   command.get_option("SCENE")->required();
+  options->resumes = command.get_option_no_throw("--resume") != nullptr;
   for (const char* name : kOfTasks) {
     if (CLI::Option* option = command.get_option_no_throw(name)) command.remove_option(option);
   }

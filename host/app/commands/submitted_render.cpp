@@ -37,7 +37,8 @@ std::vector<RenderArgument> givenArguments(const CLI::App& command, const std::v
   for (const CLI::Option* option : command.parse_order()) {
     const std::string value = option->results().at(seen[option]++);
     const std::string name = option->get_positional() ? option->get_name(true) : nameOf(*option);
-    if (!isAmong(others, name)) given.push_back({Kind::Text, nameOf(*option), value});
+    const bool flag = option->get_items_expected_max() == 0 && value == "true";
+    if (!isAmong(others, name)) given.push_back({flag ? Kind::Flag : Kind::Text, nameOf(*option), flag ? "" : value});
   }
   return given;
 }
@@ -64,9 +65,9 @@ void read(const std::vector<RenderArgument>& given, const Options& options) {
   std::vector<std::string> words;  // the last one first, as the parser has them
   for (const auto& [kind, option, value] : given) {
     if (!option.empty() && reader.get_option_no_throw(option) == nullptr) continue;
-    const bool apart = option.empty() || value.empty();
-    words.insert(words.begin(), apart ? value : option + "=" + value);
-    if (apart && !option.empty()) words.insert(words.begin() + 1, option);
+    const bool whole = !option.empty() && !value.empty();
+    words.insert(words.begin(), whole ? option + "=" + value : option.empty() ? value : option);
+    if (kind != Kind::Flag && !option.empty() && value.empty()) words.insert(words.begin(), value);
   }
   reader.parse(words);
 }

@@ -8,9 +8,9 @@
 
 namespace quillmere::app {
 
-// An argument of `quillmere render`: "--size", "1920x1080". The scene has no option.
+// An argument of `quillmere render`: "--size", "1920x1080". The scene has no option, a flag no value.
 struct RenderArgument {
-  enum class Kind { Text, File } kind = Kind::Text;  // File: one that the render reads, by its full path
+  enum class Kind { Text, Flag, File } kind = Kind::Text;  // File: one that the render reads, by its full path
   std::string option, value;
 };
 
@@ -22,6 +22,9 @@ struct FarmRender {
   std::filesystem::path output;  // pattern of the frames' files, absolute
   // Whether the generated pictures themselves go where the arguments say; else they stay with each task and go with it.
   enum class Pictures { Kept, OfTask } pictures = Pictures::OfTask;
+  // Whether a task that is started again keeps the frames that are whole already, and its log can be told a place: what
+  // --resume and --log do.
+  bool resumes = false;
 };
 
 }  // namespace quillmere::app

@@ -106,6 +106,7 @@ void addFile(const RenderArgument& argument, const fs::path& folder, Call& call)
 
 void addArgument(const RenderArgument& argument, const fs::path& folder, Call& call) {
   if (argument.kind == RenderArgument::Kind::File) return addFile(argument, folder, call);
+  if (argument.kind == RenderArgument::Kind::Flag) return call.argument(argument.option);
   call.argument(argument.option + "=" + call.literal(argument.value));
 }
 
@@ -204,6 +205,10 @@ Call callOf(const OpenJdJob& job) {
     call.argument("--output-dir={{Session.WorkingDirectory}}/pictures");
   }
   call.argument("--write-dir={{Session.WorkingDirectory}}/quillmere");
+  if (job.render.resumes) {
+    call.argument("--resume");
+    call.argument("--log={{Session.WorkingDirectory}}/frames.log");
+  }
   call.argument("--report=openjd");
   return call;
 }

@@ -24,6 +24,27 @@ constexpr const char* kLogs = "logs";
 constexpr const char* kLogins[] = {"QUILLMERE_COMFYUI_TOKEN", "QUILLMERE_COMFYUI_AUTH", "QUILLMERE_A1111_TOKEN",
                                    "QUILLMERE_A1111_AUTH"};
 
+// The parts of the script that are the same for every job.
+constexpr const char* kAbout =
+    R"(# Renders the frames of line SLURM_ARRAY_TASK_ID, from 0, of the list. Frames go to their place whole, under a hidden
+# name and renamed, so that this may be killed, started again, and started twice.
+)";
+constexpr const char* kBeginning = R"(
+frames=$(sed -n "$((SLURM_ARRAY_TASK_ID + 1))p" "$list")
+[ -n "$frames" ] || { echo "no frames for task $SLURM_ARRAY_TASK_ID in $list" >&2; exit 1; }
+# On the node's own disk, and this task's own: an earlier start of it that was killed here has left its files.
+own=${SLURM_TMPDIR:-${TMPDIR:-/tmp}}/quillmere-$SLURM_ARRAY_JOB_ID-$SLURM_ARRAY_TASK_ID
+rm -rf "$own"
+mkdir -m 700 "$own" || exit 1
+trap : TERM  # the render gets it, too, and ends in order
+echo "$(date +%FT%T) $(hostname) start ${SLURM_RESTART_COUNT:-0}: frames $frames"
+)";
+constexpr const char* kEnd = R"(status=$?
+rm -rf "$own"
+echo "$(date +%FT%T) end after $SECONDS s, status $status"
+exit $status
+)";
+
 std::string shellQuoted(const std::string& text) {
   std::string quoted = "'";
   for (const char letter : text) quoted += letter == '\'' ? "'\\''" : std::string(1, letter);
@@ -62,6 +83,7 @@ std::string directives(const SlurmJob& job) {
 }
 
 std::string wordsOf(const RenderArgument& argument) {
+  if (argument.kind == RenderArgument::Kind::Flag) return argument.option;
   if (argument.option.empty()) return shellQuoted(argument.value);
   return argument.option + "=" + shellQuoted(argument.value);
 }
@@ -70,6 +92,8 @@ std::string call(const SlurmJob& job) {
   std::string lines = shellQuoted(job.program) + " render";
   for (const RenderArgument& argument : job.render.arguments) lines += " \\\n  " + wordsOf(argument);
   if (job.render.pictures == FarmRender::Pictures::OfTask) lines += " \\\n  --output-dir=\"$own/pictures\"";
+  if (job.render.resumes)
+    lines += " \\\n  --resume --log=\"$job/logs/${SLURM_ARRAY_JOB_ID}_$SLURM_ARRAY_TASK_ID.frames.log\"";
   return lines + " \\\n  --output=" + shellQuoted(job.render.output.string()) +
          " \\\n  --frames=\"$frames\" --write-dir=\"$own\"\n";
 }
@@ -110,28 +134,8 @@ std::int64_t tasksFor(std::int64_t frames) {
 
 std::string slurmScript(const SlurmJob& job) {
   refuseOddFolder(job.folder);
-  return "#!/bin/bash\n" + directives(job) +
-         "# Renders the frames of line SLURM_ARRAY_TASK_ID, from 0, of frames.txt. Frames go to their place whole, "
-         "under a hidden\n"
-         "# name and renamed; those that are whole there and made the same way are kept, so that this may be started "
-         "again.\n"
-         "job=" +
-         shellQuoted(job.folder.string()) + "\n" + "frames=$(sed -n \"$((SLURM_ARRAY_TASK_ID + 1))p\" \"$job/" +
-         kFrames +
-         "\")\n"
-         "[ -n \"$frames\" ] || { echo \"no frames for task $SLURM_ARRAY_TASK_ID in $job/" +
-         kFrames +
-         "\" >&2; exit 1; }\n"
-         "# The node's own disk, and this task's own: an earlier start of it that was killed has left its files.\n"
-         "own=${SLURM_TMPDIR:-${TMPDIR:-/tmp}}/quillmere-$SLURM_ARRAY_JOB_ID-$SLURM_ARRAY_TASK_ID\n"
-         "rm -rf \"$own\"\n"
-         "mkdir -m 700 \"$own\" || exit 1\n"
-         "trap : TERM  # the render gets it, too, and ends in order\n"
-         "echo \"$(date +%FT%T) $(hostname) start ${SLURM_RESTART_COUNT:-0}: frames $frames\"\n" +
-         call(job) +
-         "status=$?\n"
-         "rm -rf \"$own\"\n"
-         "exit $status\n";
+  return "#!/bin/bash\n" + directives(job) + kAbout + "job=" + shellQuoted(job.folder.string()) + "\n" +
+         "list=" + shellQuoted((job.folder / kFrames).string()) + "\n" + kBeginning + call(job) + kEnd;
 }
 
 void writeSlurmJob(const SlurmJob& job) {

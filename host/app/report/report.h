@@ -79,7 +79,8 @@ class Report : public host::Events {
 // terminal, a status line at its foot instead, drawn ten times a second.
 // Quiet: what the host's console is told during a frame that then fails.
 // Json: one object a line on `results`, as soon as the host is told and in that order; docs/events.md lists them.
-enum class ReportStyle { Lines, Quiet, Json };
+// OpenJd: see openjd_report.h.
+enum class ReportStyle { Lines, Quiet, Json, OpenJd };
 
 // Both outputs must outlive the report.
 std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& errors);

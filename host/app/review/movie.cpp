@@ -3,16 +3,13 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <charconv>
 #include <chrono>
 #include <cstdlib>
 #include <system_error>
-#include <thread>
 
 #include "base/utf8.h"
 #include "process/child_run.h"
-#include "process/process_tree.h"
 #include "values/failure.h"
 
 namespace quillmere::app {
@@ -87,26 +84,6 @@ class UnfinishedFilm {
   }
 
   fs::path target_, place_;
-};
-
-// Ends everything below this process once `stop` says true.
-class Watch {
- public:
-  explicit Watch(const std::function<bool()>& stop)
-      : thread_([this, &stop] {
-          while (!ended_ && !stop()) std::this_thread::sleep_for(std::chrono::milliseconds(50));
-          if (!ended_) killDescendants();
-        }) {}
-  ~Watch() {
-    ended_ = true;
-    thread_.join();
-  }
-  Watch(const Watch&) = delete;
-  Watch& operator=(const Watch&) = delete;
-
- private:
-  std::atomic<bool> ended_ = false;
-  std::thread thread_;
 };
 
 std::string formatOf(const fs::path& film) {
@@ -210,11 +187,7 @@ FrameSet makeMovie(const MoviePlan& plan, const std::function<bool()>& stop) {
   const ScratchFolder folder;
   linkFrames(plan, frames, folder.path());
   const UnfinishedFilm film(plan.file);
-  ChildResult result;
-  {
-    const Watch watch(stop);
-    result = runChild(commandFor(plan, folder.path(), film.place()), kPatience);
-  }
+  const ChildResult result = runChild(commandFor(plan, folder.path(), film.place()), kPatience, stop);
   if (stop()) return frames;
   if (result.end != ChildResult::End::Exited || result.status != 0) refuseFailed(result, plan.file.string());
   film.finish();

@@ -23,9 +23,8 @@ struct MoviePlan {
 // The frames whose files are there. Throws Failure when there are none, or when the pattern has no place for a number.
 FrameSet framesThere(const OutputPattern& pictures);
 
-// Encodes beside `file`, which it then replaces; nothing is left there when it fails, or when `stop`, which another
-// thread asks, says true. Returns the frames that are in it. Throws Failure: no ffmpeg, frames that are missing in
-// between, or what ffmpeg says.
+// Encodes beside `file`, which it then replaces; nothing is left there when it fails, or when `stop` says true. Returns
+// the frames that are in it. Throws Failure: no ffmpeg, frames that are missing in between, or what ffmpeg says.
 FrameSet makeMovie(const MoviePlan& plan, const std::function<bool()>& stop);
 
 }  // namespace quillmere::app
