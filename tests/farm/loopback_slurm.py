@@ -19,7 +19,7 @@ SlurmdUser={user}
 SlurmctldPort={ports[0]}
 SlurmdPort={ports[1]}
 AuthType=auth/munge
-AuthInfo=socket={folder}/run/munge.socket,cred_expire=2
+AuthInfo=socket={folder}/run/munge.socket,cred_expire=5
 CryptoType=crypto/munge
 StateSaveLocation={folder}/state
 SlurmdSpoolDir={folder}/spool
