@@ -6,35 +6,34 @@ farm.py QUILLMERE SCENE [FRAMES [SIZE]]"""
 
 from __future__ import annotations
 
+import datetime
 import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
-import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "tests/farm"))
 
 from loopback_slurm import LoopbackSlurm, missing  # noqa: E402
 
 
-def seconds_of_frames(logs: pathlib.Path) -> float:
-    """What the renders say of their frames, all together."""
-    return sum(float(seconds) for log in logs.glob("*.log")
-               if not log.name.endswith(".frames.log") for seconds in re.findall(r"frame -?\d+ done in ([\d.]+) s", log.read_text()))
+def times(pattern: str, text: str) -> list[float]:
+    return [datetime.datetime.fromisoformat(time).timestamp() for time in re.findall(pattern, text, re.MULTILINE)]
 
 
 def measured(slurm: LoopbackSlurm, quillmere: str, scene: str, frames: int, size: str, tasks: int) -> tuple[float, float]:
-    """Seconds of the whole job, and the share of the tasks' time that no frame was rendered in."""
+    """Seconds from the first task's start to the last one's end, and the share of the tasks' time that was in no frame."""
     with tempfile.TemporaryDirectory() as folder:
         job = pathlib.Path(folder) / "job"
         submit = [quillmere, "submit", scene, "--frames", f"1-{frames}", "--size", size, "--output", f"{folder}/a_####.png",
                   "--to", "slurm", "--array-size", str(tasks), "-o", str(job), "--", "--wait"]
-        start = time.perf_counter()
         subprocess.run(submit, check=True, env={**os.environ, **slurm.env}, capture_output=True)
-        seconds = time.perf_counter() - start
-        return seconds, 1 - seconds_of_frames(job / "logs") / (seconds * tasks)
+        told = "\n".join(log.read_text() for log in (job / "logs").glob("*.log") if not log.name.endswith(".frames.log"))
+        starts, ends = times(r"^(\S+) \S+ start", told), times(r"^(\S+) end after", told)
+        in_frames = sum(float(seconds) for seconds in re.findall(r"frame -?\d+ done in ([\d.]+) s", told))
+        return max(ends) - min(starts), 1 - in_frames / (sum(ends) - sum(starts))
 
 
 def main() -> None:

@@ -114,15 +114,17 @@ class LoopbackSlurm:
                 end_process(int(text))
 
 
+def runs(process: int) -> bool:
+    """What has ended and isn't reaped yet doesn't run."""
+    try:
+        return "\nState:\tZ" not in pathlib.Path(f"/proc/{process}/status").read_text()
+    except (FileNotFoundError, ProcessLookupError):
+        return False
+
+
 def end_process(process: int, patience: float = 10) -> None:
     """Of a daemon, which is nobody's child any more."""
     end = time.monotonic() + patience
-    sent = signal.SIGTERM
-    try:
-        while True:
-            os.kill(process, sent)
-            time.sleep(0.1)
-            if time.monotonic() > end:
-                sent = signal.SIGKILL
-    except ProcessLookupError:
-        pass
+    while runs(process):
+        os.kill(process, signal.SIGTERM if time.monotonic() < end else signal.SIGKILL)
+        time.sleep(0.1)

@@ -65,6 +65,7 @@ class Submitted(FarmCase):
             output, _ = one.communicate(timeout=100)
             self.assertEqual(one.returncode, 0, output.decode())
         self.assertEqual(self.whole_frames(), [1, 2, 3])
+        self.assertEqual([*(self.folder / "data").rglob("*.png")], [], "what a task leaves besides goes with it")
         shown = self.run_command("show", "shots/a_0002.png").stdout
         self.assertRegex(shown, r"prompt +fog\n(.*\n)*camera +Chart\n")
 

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <map>
 
+#include "base/atomic_file.h"
+#include "base/file_reading.h"
 #include "effect/controls.h"
 #include "effect/effect_session.h"
 #include "effect/workflow_catalog.h"
@@ -17,6 +19,8 @@ namespace {
 namespace fs = std::filesystem;
 using Kind = RenderArgument::Kind;
 
+constexpr std::size_t kLargestSettings = 8U << 20U;  // bytes, as a settings file may have
+constexpr int kDeepestSettings = 8;
 constexpr const char* kSettings = "--settings";
 constexpr const char* kWorkflow = "--workflow";
 constexpr const char* kView = "--view";
@@ -205,19 +209,23 @@ void SubmittedRender::bundleInto(Bundle& bundle) {
   }
 }
 
-// The catalog is this machine's: the workflow goes by its file.
+// The catalog is this machine's: the workflow goes by its file. So is the folder of the generated pictures, unless it
+// was chosen: each task has its own.
 void SubmittedRender::saveSettingsTo(const fs::path& file) {
-  chooseWorkflow(session_->node(), workflow_.empty() ? "None" : workflow_.string());
-  saveSettings(session_->node(), controls_, drawing_, file);
+  NodeParameters& node = session_->node();
+  chooseWorkflow(node, workflow_.empty() ? "None" : workflow_.string());
+  saveSettings(node, controls_, drawing_, file);
+  const fs::path pictures = node.text(QUILLMERE_OUTPUT_DIRECTORY);
+  const fs::path within = pictures.lexically_relative(writeDirectoryOf(sessionOptions_));
+  if (within.empty() || *within.begin() == "..") return;
+  Json settings = parsedJson(readText(file, kLargestSettings), kDeepestSettings);
+  settings["parameters"].erase(node.find(QUILLMERE_OUTPUT_DIRECTORY).name);
+  writeFile(file, settings.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 FarmRender SubmittedRender::asArguments(const fs::path& settings) const {
-  FarmRender render{sceneName(), arguments_, frames_, output_, {}};
+  FarmRender render{sceneName(), arguments_, frames_, output_};
   render.arguments.push_back({Kind::File, kSettings, settings.string()});
-  const fs::path pictures = session_->node().text(QUILLMERE_OUTPUT_DIRECTORY);
-  const fs::path within = pictures.lexically_relative(writeDirectoryOf(sessionOptions_));
-  const bool ofHost = pictures.empty() || (!within.empty() && *within.begin() != "..");
-  render.pictures = ofHost ? FarmRender::Pictures::OfTask : FarmRender::Pictures::Kept;
   return render;
 }
 

@@ -201,9 +201,6 @@ Call callOf(const OpenJdJob& job) {
   for (const PanelField& field : job.fields) {
     if (fits(field)) addField(field, call);
   }
-  if (job.render.pictures == FarmRender::Pictures::OfTask) {
-    call.argument("--output-dir={{Session.WorkingDirectory}}/pictures");
-  }
   call.argument("--write-dir={{Session.WorkingDirectory}}/quillmere");
   if (job.render.resumes) {
     call.argument("--resume");
