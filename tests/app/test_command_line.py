@@ -16,7 +16,7 @@ CASES = [
     (["--help"], 0, "render.*guide.*cameras.*workflows.*show.*doctor", "^$"),
     (["--version"], 0, r"^quillmere \d+\.\d+\.\d+\n$", "^$"),
     (["render", "--help"], 0, r"Examples.*\n  SCENE  .*--frames,--frame A\|A-B\|A-BxSTEP,\.\.\.=0\s.*--no-history  .*--plugin DIR  ", "^$"),
-    (["render", "--help"], 0, r"--json   .*; not with --quiet\n", "^$"),
+    (["render", "--help"], 0, r"--json   .*; not with --quiet, --report\n", "^$"),
     (["doctor", "--help"], 0, "Exit status 1", "^$"),
     (["paint"], 2, "", "command .paint.: there is none.*\n  the commands: render, guide"),
     (["render"], 2, "", "quillmere: render: SCENE is required\n  see quillmere render --help"),

@@ -82,10 +82,10 @@ class Review(AppCase):
             self.assertEqual((done.returncode, done.stdout), (1, ""))
             self.assertIn(told, done.stderr)
         self.ffmpeg("exec sleep 60")
+        (self.folder / "said").unlink()
         process = subprocess.Popen(self.command("movie", "shots/a_####.png", "-o", "film.mp4"), cwd=self.folder, env=self.env)
         while not (self.folder / "said").exists():
             time.sleep(0.02)
-        (self.folder / "said").unlink()
         self.addCleanup(process.kill)
         process.terminate()
         self.assertEqual(process.wait(timeout=20), 130)

@@ -21,8 +21,8 @@ struct Command {
 // In the order in which help lists them.
 constexpr std::array kCommands{
     Command{"render", "Render frames of a scene through the effect", addRender},
-    Command{"submit", "Have a farm's engine render: a Slurm job, or a template of Open Job Description", addSubmit},
     Command{"guide", "Write the guide image alone, as the effect would capture it", addGuide},
+    Command{"submit", "Have a farm's engine render: a Slurm job, or a template of Open Job Description", addSubmit},
     Command{"panel", "Show the effect's attribute panel: values, choices, limits", addPanel},
     Command{"cameras", "List the cameras of a scene", addCameras},
     Command{"info", "Tell what a scene holds: clips, cameras, lights, sizes, what isn't supported", addInfo},

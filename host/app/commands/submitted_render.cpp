@@ -215,7 +215,8 @@ void SubmittedRender::saveSettingsTo(const fs::path& file) {
   NodeParameters& node = session_->node();
   chooseWorkflow(node, workflow_.empty() ? "None" : workflow_.string());
   saveSettings(node, controls_, drawing_, file);
-  const fs::path pictures = node.text(QUILLMERE_OUTPUT_DIRECTORY);
+  const Json stored = node.stored(QUILLMERE_OUTPUT_DIRECTORY);
+  const fs::path pictures = stored.is_string() ? stored.get<std::string>() : "";
   const fs::path within = pictures.lexically_relative(writeDirectoryOf(sessionOptions_));
   if (within.empty() || *within.begin() == "..") return;
   Json settings = parsedJson(readText(file, kLargestSettings), kDeepestSettings);
