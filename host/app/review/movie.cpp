@@ -182,7 +182,7 @@ FrameSet framesThere(const OutputPattern& pictures) {
 }
 
 FrameSet makeMovie(const MoviePlan& plan, const std::function<bool()>& stop) {
-  const FrameSet frames = plan.frames.value_or(wholeSpan(framesThere(plan.pictures)));
+  FrameSet frames = plan.frames.value_or(wholeSpan(framesThere(plan.pictures)));
   refuseMissing(plan.pictures, frames);
   const ScratchFolder folder;
   linkFrames(plan, frames, folder.path());
