@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # run.sh BUILD FILTER: every benchmark program of the build whose cases match, then whole processes of the command
-# and what a large catalog costs it.
+# what a large catalog costs it, and what a farm makes of it.
 # QUILLMERE_BENCH_SCENE and QUILLMERE_BENCH_CAMERA choose another scene than the harbour of examples/.
 set -euo pipefail
 build=$1
@@ -17,3 +17,4 @@ done
 [ "$filter" = . ] || exit 0
 "$here/processes.py" "$build/bin/quillmere" "$QUILLMERE_BENCH_SCENE" "${QUILLMERE_BENCH_CAMERA:-}"
 "$here/catalog.py" "$build/bin/quillmere" "$build/plugin/quillmere"
+"$here/farm.py" "$build/bin/quillmere" "$QUILLMERE_BENCH_SCENE"

@@ -24,12 +24,15 @@ struct Command {
 ExitStatus run(int argc, const char* const* argv, std::span<const Command> further = {});
 
 Action addRender(CLI::App& command);
+Action addSubmit(CLI::App& command);
 Action addGuide(CLI::App& command);
 Action addPanel(CLI::App& command);
 Action addCameras(CLI::App& command);
 Action addInfo(CLI::App& command);
 Action addWorkflows(CLI::App& command);
 Action addShow(CLI::App& command);
+Action addSheet(CLI::App& command);
+Action addMovie(CLI::App& command);
 Action addDoctor(CLI::App& command);
 Action addCompletion(CLI::App& command);
 Action addHelp(CLI::App& command);

@@ -25,7 +25,7 @@ using namespace cinema;
 struct Options {
   SceneOptions scene;
   std::string output;
-  FrameRange frames;
+  FrameSet frames;
   GuideMode mode = GuideMode::QuickShading;
   DrawingOptions drawing;
   std::vector<std::string> passes;  // none: the guide itself
@@ -53,10 +53,10 @@ struct Console : host::Events {
   throw Failure(ExitStatus::Failed, "guide image", why, remedy);
 }
 
-void refuseFrames(const FrameRange& frames) {
+void refuseFrames(const FrameSet& frames) {
   if (frames.count() == 1) return;
-  throw Failure(ExitStatus::Usage, "--frames " + std::to_string(frames.first) + "-" + std::to_string(frames.last),
-                "a guide is drawn of one frame", "write one number; passes, which --pass names, can be of several");
+  throw Failure(ExitStatus::Usage, "--frames " + frames.text(), "a guide is drawn of one frame",
+                "write one number; passes, which --pass names, can be of several");
 }
 
 bool drawQuick(BaseDocument& document, BaseObject& camera, BaseBitmap& picture) {
@@ -114,10 +114,10 @@ void writeGuides(host::Document& document, const std::vector<std::string>& camer
   OutputPattern output = OutputPattern::parse(options.output);
   if (options.scene.cameras.size() > 1) output = output.namingCameras();
   refuseSharedFiles(cameras, output);
-  goTo(options.frames.first, options.scene.clock, document);
+  goTo(options.frames.first(), options.scene.clock, document);
   for (const std::string& camera : cameras) {
     writeGuide(document, *cameraCalled(camera, document).object, options,
-               output.forCamera(camera).fileFor(options.frames.first));
+               output.forCamera(camera).fileFor(options.frames.first()));
   }
 }
 
@@ -198,9 +198,9 @@ Action addGuide(CLI::App& command) {
   command
       .add_option_function<std::string>(
           "--frame,--frames",
-          [options = options.get()](const std::string& text) { options->frames = parseFrameRange(text); },
+          [options = options.get()](const std::string& text) { options->frames = parseFrameSet(text); },
           "The frame to draw; of passes also several")
-      ->type_name("N|A-B|A-BxSTEP")
+      ->type_name("N|A-B|A-BxSTEP,...")
       ->default_str("0");
   addTime(command, options->scene, "--frame");
   addGuideMode(command, [options = options.get()](GuideMode mode) { options->mode = mode; });

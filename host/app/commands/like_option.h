@@ -20,7 +20,7 @@ void addLike(CLI::App& command, std::string& picture);
 // What a render is told that --like fills in, where the command line leaves it open.
 struct LikeTarget {
   SceneOptions& scene;
-  FrameRange& frames;
+  FrameSet& frames;
   EffectOptions& effect;
   DrawingOptions& drawing;
   PassSettings& passes;

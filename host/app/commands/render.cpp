@@ -40,15 +40,16 @@ struct Options {
   DrawingOptions drawing;
   PassSettings passes;
   SessionOptions session;
-  FrameRange frames;
+  FrameSet frames;
   std::string output = "render_####.png", saveSettings, saveJob, like;
   std::string seed;  // the rule that --seed gives; empty: the workflow's
   std::optional<std::string> style;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
-  bool json = false, quiet = false;
+  bool json = false, quiet = false, openJd = false;
 };
 
 ReportStyle styleOf(const Options& options) {
+  if (options.openJd) return ReportStyle::OpenJd;
   return options.json ? ReportStyle::Json : options.quiet ? ReportStyle::Quiet : ReportStyle::Lines;
 }
 
@@ -258,7 +259,7 @@ void complete(Options& options, CLI::App& command) {
   if (!options.effect.settings.empty()) options.drawing.complete(drawingIn(options.effect.settings));
   if (command.count("--time") > 0) {
     const std::int32_t frame = frameAt(*options.scene.clock.time, options.scene.clock.rate);
-    options.frames = {frame, frame, 1};
+    options.frames = FrameSet({frame, frame, 1});
   }
 }
 
@@ -311,9 +312,9 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->default_str("linear");
   command
       .add_option_function<std::string>(
-          "--frames,--frame", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
+          "--frames,--frame", [&options](const std::string& text) { options.frames = parseFrameSet(text); },
           "Frames to render")
-      ->type_name("A|A-B|A-BxSTEP")
+      ->type_name("A|A-B|A-BxSTEP,...")
       ->default_str("0");
   addTime(command, options.scene, "--frames");
   command
@@ -327,7 +328,15 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->type_name("FILE");
   auto* json =
       command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");
-  command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
+  auto* quiet = command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
+  command
+      .add_option_function<std::string>(
+          "--report", [&options](const std::string& /*word*/) { options.openJd = true; },
+          "Print the lines that engines of Open Job Description read")
+      ->check(CLI::IsMember({"openjd"}))
+      ->type_name("openjd")
+      ->excludes(json)
+      ->excludes(quiet);
 }
 
 // Puts the options that stand under no heading yet under this one in the help.

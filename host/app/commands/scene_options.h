@@ -54,10 +54,10 @@ struct OpenedScene {
 };
 
 // When the frames are; of many, when 32 of them are that are spread evenly from the first to the last.
-std::vector<double> posesOf(const FrameRange& frames, const FrameClock& clock);
+std::vector<double> posesOf(const FrameSet& frames, const FrameClock& clock);
 
 // Loads the scene and gives it a camera of the host's own where it has none, or where the options ask for one: it shows
 // the whole scene at `frames`. Throws Error, and Failure for a clip or a camera that is not there.
-OpenedScene openScene(const SceneOptions& options, const FrameRange& frames);
+OpenedScene openScene(const SceneOptions& options, const FrameSet& frames);
 
 }  // namespace quillmere::app

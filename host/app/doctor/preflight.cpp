@@ -42,7 +42,7 @@ std::optional<Obstacle> obstacleToFilesIn(const std::string& what, const fs::pat
   return Obstacle{named, std::string("cannot be written: ") + std::strerror(errno), "give one that you may write to"};
 }
 
-void requireOutput(const OutputPattern& output, const FrameRange& frames) {
+void requireOutput(const OutputPattern& output, const FrameSet& frames) {
   std::set<fs::path> folders;
   for (std::int64_t index = 0; index < frames.count(); ++index) {
     const fs::path file = output.fileFor(frames.at(index));

@@ -17,7 +17,7 @@ std::optional<Obstacle> obstacleToFilesIn(const std::string& what, const std::fi
 
 // Throws Failure (usage) when a file of one of the frames can't be written where it belongs, or something else lies in
 // its place. Makes the folder that all of them share.
-void requireOutput(const OutputPattern& output, const FrameRange& frames);
+void requireOutput(const OutputPattern& output, const FrameSet& frames);
 
 // Throws Failure (usage) when the generated pictures can't be written, when the workflow that the node has isn't there,
 // or when the helper finds that it can't be run here and now; messages name it by `workflow`. Asks the helper once, for

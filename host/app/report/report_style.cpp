@@ -14,6 +14,8 @@
 
 #include "base/utf8.h"
 #include "event_stream.h"
+#include "openjd_report.h"
+#include "openjd_report.h"
 #include "terminal_line.h"
 
 namespace quillmere::app {
@@ -210,6 +212,10 @@ std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& e
       return makeEventStream(results);
     case ReportStyle::Quiet:
       return std::make_unique<QuietReport>(errors);
+    case ReportStyle::OpenJd:
+      return makeOpenJdReport(results);
+    case ReportStyle::OpenJd:
+      return makeOpenJdReport(results);
     case ReportStyle::Lines:
       break;
   }
