@@ -213,7 +213,8 @@ Action addGuide(CLI::App& command) {
       "  quillmere guide harbour.glb --pass all -o harbour.exr");
   return [options] {
     if (options->scene.clock.time) {
-      options->frames.first = options->frames.last = frameAt(*options->scene.clock.time, options->scene.clock.rate);
+      const std::int32_t frame = frameAt(*options->scene.clock.time, options->scene.clock.rate);
+      options->frames = FrameSet({frame, frame, 1});
     }
     return run(*options);
   };

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "output.h"
 #include "report.h"
 
 namespace quillmere::app {

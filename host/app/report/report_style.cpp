@@ -214,8 +214,6 @@ std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& e
       return std::make_unique<QuietReport>(errors);
     case ReportStyle::OpenJd:
       return makeOpenJdReport(results);
-    case ReportStyle::OpenJd:
-      return makeOpenJdReport(results);
     case ReportStyle::Lines:
       break;
   }
