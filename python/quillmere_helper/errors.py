@@ -15,6 +15,10 @@ class HelperError(Exception):
         super().__init__(f"{self.text}; {remedy}" if remedy else self.text)
 
 
+class PassingFailure(HelperError):
+    """One that may be gone when the same render is begun again, without anybody having done anything about it."""
+
+
 def reason_of(error: BaseException) -> str:
     """The reason of a system error in words, without the number and the path that its full text repeats."""
     return getattr(error, "strerror", None) or str(error) or type(error).__name__

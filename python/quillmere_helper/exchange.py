@@ -12,6 +12,8 @@ from .readable import readable, readable_lines
 
 LONGEST_LOG = 1 << 20  # characters
 STOPPED = "The render was stopped before its picture was finished; render the frame again"
+PASSING, LASTING = "passing", "lasting"  # failures: may be gone when the same is tried again, or will not be
+LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
 ALMOST = 0.99  # the most that is told of a render before its picture is on disk
 
 
@@ -37,10 +39,30 @@ class Status:
         self._last = dict(members)
         if share is not None:
             members["progress"] = round(share, 3)
+        self._write(members)
+
+    def fail(self, kind: str) -> None:
+        """Adds what kind of failure has ended the render, PASSING or LASTING, to what was told last."""
+        if self.path:
+            last = self._last or {"phase": "prepare", "message": "Reading the render request"}
+            self._write(dict(last, failure=kind))
+
+    def _write(self, members: Dict[str, Any]) -> None:
         try:
             write_whole(self.path, to_json(members))
         except OSError:
             pass
+
+
+def status_of(request_path: str) -> Status:
+    """The status of a render request, be the request one that can be carried out or not."""
+    try:
+        with open(os.open(request_path, os.O_RDONLY | os.O_NONBLOCK), "rb") as file:
+            request = json.loads(file.read(LARGEST_REQUEST).decode("utf-8", "surrogateescape"), strict=False)
+        os.fsencode(request["status_path"])
+        return Status(request["status_path"])
+    except (OSError, ValueError, RecursionError, LookupError, TypeError):
+        return Status("")  # the response tells what is wrong
 
 
 class Response:

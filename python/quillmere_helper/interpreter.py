@@ -47,8 +47,9 @@ def leave_if_too_old(argv: "list[str]") -> None:
     from .readable import complain
 
     if len(argv) == 3 and not argv[1].startswith("-"):
-        from .exchange import Response
+        from .exchange import LASTING, Response, status_of
 
+        status_of(argv[1]).fail(LASTING)
         Response(argv[2]).fail(problem)
     complain(problem)
     sys.exit(1)

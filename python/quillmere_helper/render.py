@@ -5,8 +5,8 @@ import traceback
 
 from . import backends, cancellation, interpreter
 from .backends import Job
-from .errors import HelperError, reason_of
-from .exchange import Response, Status
+from .errors import HelperError, PassingFailure, reason_of
+from .exchange import LASTING, PASSING, Response, Status, status_of
 from .outputs import Outputs
 from .readable import complain
 from .request import read_request
@@ -34,9 +34,10 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
 
 
 def _answered(argv: list[str], request_path: str, response: Response) -> int:
+    status = status_of(request_path)
     try:
         started = time.monotonic()
-        job = _prepare(argv, request_path)
+        job = _prepare(argv, request_path, status)
         backend = job.workflow.backend
         made = backends.load(backend).make(job)
         facts = {"backend": backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
@@ -46,18 +47,20 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
             complain(note)
         return DONE
     except HelperError as error:
+        status.fail(PASSING if isinstance(error, PassingFailure) else LASTING)
         return _failed(response, str(error), error.details)
     except MemoryError:
+        status.fail(PASSING)
         return _failed(response, "The render helper had too little memory; free some, or render a smaller picture", "")
     except Exception as error:  # the last resort: a fault of ours, or a system at its limits
         what = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
+        status.fail(LASTING)
         text = f'The render helper failed unexpectedly ({what}); details are in "{response.log_path}"'
         return _failed(response, text, traceback.format_exc())
 
 
-def _prepare(argv: list[str], request_path: str) -> Job:
+def _prepare(argv: list[str], request_path: str, status: Status) -> Job:
     request = read_request(request_path)
-    status = Status(request.status_path)
     status.tell("prepare", "Reading the workflow")
     workflow = read_workflow(request.workflow_path, backends.MODULES)
     required = backends.load(workflow.backend).REQUIRES

@@ -5,9 +5,9 @@ from dataclasses import dataclass, fields
 from typing import Any
 
 from .errors import HelperError
+from .exchange import LARGEST_REQUEST
 from .untrusted import read_object
 
-LARGEST_REQUEST = 4 << 20  # bytes; a request is some paths and a prompt
 LARGEST_SIDE = 16000  # pixels; of the host's pictures, the guide among them
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"

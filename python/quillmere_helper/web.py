@@ -14,7 +14,7 @@ import urllib.parse
 from dataclasses import dataclass, field, replace
 from typing import Any, Mapping, Optional, Union, cast
 
-from .errors import HelperError, reason_of
+from .errors import HelperError, PassingFailure, reason_of
 from .transport import PIECE, Limits, TooMuch, Transport
 from .untrusted import as_object, json_of
 
@@ -24,12 +24,13 @@ ALIVE = Limits(2 << 20, 15.0)  # for what a server is and how far it is
 ANSWER = Limits(64 << 20, 60.0)  # a queue or a history holds whole graphs
 PICTURES = Limits(256 << 20, 3600.0)  # which have to move meanwhile, see transport.py
 LONGEST_REASON = 200  # characters
+OVERRUN = (429, 502, 503, 504)  # status: too much to do, or nobody behind the server that answers
 MEMORY = ("OutOfMemory", "out of memory", "Allocation on device")  # a server's words for too little of it
 
 Connection = Union[http.client.HTTPConnection, http.client.HTTPSConnection]
 
 
-class UnreachableServer(HelperError):
+class UnreachableServer(PassingFailure):
     """The server did not answer, or stopped in the middle of an answer; it may do so later."""
 
 
@@ -173,9 +174,14 @@ def out_of_memory(text: str) -> bool:
     return any(word in text for word in MEMORY)
 
 
-def interrupted(where: str) -> HelperError:
+def failure_of(answer: Answer, text: str, details: str = "", remedy: str = "") -> HelperError:
+    """For an answer that isn't the one hoped for."""
+    return (PassingFailure if answer.status in OVERRUN else HelperError)(text, details, remedy)
+
+
+def interrupted(where: str) -> PassingFailure:
     """For a job that somebody else has stopped."""
-    return HelperError(f"{where} was interrupted on the server; render the frame again")
+    return PassingFailure(f"{where} was interrupted on the server; render the frame again")
 
 
 def bearer(token: str) -> dict[str, str]:

@@ -4,7 +4,7 @@ import json
 from typing import Any, Mapping, Optional
 
 from ... import web
-from ...errors import HelperError
+from ...errors import HelperError, PassingFailure
 from ...servers import Kind
 from ...untrusted import as_list, objects_in
 
@@ -24,7 +24,7 @@ class A1111:
             raise HelperError(f"{url} offers no API", remedy="start that server with --api, or correct the URL")
         if answer.status != 200 or not isinstance(options, dict):
             text = f"{url} is no A1111-compatible server (status {answer.status})"
-            raise HelperError(text, remedy="correct the URL")
+            raise web.failure_of(answer, text, remedy="correct the URL")
         return str(options.get("sd_model_checkpoint") or "")
 
     def names(self, path: str, key: str) -> Optional[list[str]]:
@@ -83,9 +83,9 @@ def refused(answer: web.Answer, site: web.Site, where: str) -> HelperError:
         told = str(detail or errors or answer.text())
     whole = f"{content.get('error')} {told} {errors}"
     if web.out_of_memory(whole):
-        return HelperError(f"{site.url} ran out of memory; lower the resolution or use a smaller model", whole)
+        return PassingFailure(f"{site.url} ran out of memory; lower the resolution or use a smaller model", whole)
     text = f"{site.url} does not make the picture (status {answer.status}: {web.shortened(told)}); correct {where}"
-    return HelperError(text, json.dumps(content, indent=2) if content else answer.text())
+    return web.failure_of(answer, text, json.dumps(content, indent=2) if content else answer.text())
 
 
 KIND = Kind("A1111-compatible", "QUILLMERE_A1111", "http://127.0.0.1:7860", lambda site: A1111(site).checkpoint())

@@ -6,7 +6,7 @@ from dataclasses import replace
 from typing import Any, Mapping, Optional
 
 from ... import cancellation, web
-from ...errors import HelperError
+from ...errors import HelperError, PassingFailure
 from ...parameters import seed_for
 from ...pictures import given_picture
 from ...servers import patience, until_answered
@@ -69,7 +69,7 @@ class Rendering:
             if self._interrupted:
                 raise web.interrupted(self._settings.where)
             return answer.object()
-        raise HelperError(
+        raise PassingFailure(
             f"The connection to {self._settings.site.url} was lost {MOST_CALLS} times before the picture came; "
             "the server keeps a copy in its output folder"
         )

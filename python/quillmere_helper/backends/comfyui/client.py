@@ -67,7 +67,7 @@ class Comfy:
         system = answer.object().get("system")
         if answer.status != 200 or not isinstance(system, dict):
             text = f"{self.site.url} is no ComfyUI server (status {answer.status})"
-            raise HelperError(text, remedy="correct the URL")
+            raise web.failure_of(answer, text, remedy="correct the URL")
         return str(system.get("comfyui_version") or "")
 
     def class_info(self, name: str) -> Mapping[str, Any]:
@@ -95,7 +95,7 @@ class Comfy:
             raise refusals.too_large(self.site.url, role, len(body), limit)
         if answer.status != 200 or not isinstance(stored.get("name"), str):
             text = f"{self.site.url} does not take the {role} image (status {answer.status}); see the server's console"
-            raise HelperError(text, answer.text())
+            raise web.failure_of(answer, text, answer.text())
         folder = stored.get("subfolder")
         return f"{folder}/{stored['name']}" if folder else str(stored["name"])
 

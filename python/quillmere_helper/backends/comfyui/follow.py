@@ -10,7 +10,7 @@ import time
 from typing import Any, Mapping, Optional, Protocol
 
 from ... import cancellation, web
-from ...errors import HelperError
+from ...errors import HelperError, PassingFailure
 from ...servers import patience
 from ...untrusted import as_list, as_object, json_of
 from . import refusals
@@ -84,7 +84,7 @@ class Follower:
         somebody has taken out a job that waited; one that had begun would be in the history."""
         if waited and self._unbroken:
             url = self._comfy.site.url
-            return HelperError(f"Somebody took the job of {where} out of the queue of {url}; render the frame again")
+            return PassingFailure(f"Somebody took the job of {where} out of the queue of {url}; render the frame again")
         return LostJob()
 
     def _listen(self, progress: Progress, ticket: Ticket) -> None:

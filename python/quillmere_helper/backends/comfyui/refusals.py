@@ -4,7 +4,7 @@ import json
 from typing import Any, Mapping, Optional
 
 from ... import web
-from ...errors import HelperError
+from ...errors import HelperError, PassingFailure
 from ...untrusted import as_list, as_object, objects_in
 from .graph import Graph, Node, link_of
 
@@ -19,7 +19,8 @@ def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperE
     content = answer.json()
     details = answer.text()
     if not isinstance(content, dict):
-        return HelperError(f"{url} fails to take {where} (status {answer.status}); see the server's console", details)
+        text = f"{url} fails to take {where} (status {answer.status}); see the server's console"
+        return web.failure_of(answer, text, details)
     problems = node_problems(content.get("node_errors"), graph)
     if problems:
         more = f" (and {len(problems) - 1} more)" if len(problems) > 1 else ""
@@ -108,7 +109,7 @@ def run_failed(data: Mapping[str, Any], graph: Graph, where: str) -> HelperError
     details = json.dumps(data, indent=2, ensure_ascii=False, default=str)
     if web.out_of_memory(kind) or web.out_of_memory(message):
         text = f"The server ran out of memory in {label}; lower the resolution or use a smaller model"
-        return HelperError(f"{text} (in {where})", details)
+        return PassingFailure(f"{text} (in {where})", details)
     if "No space left" in message:
         return HelperError(f"The disk of the server is full ({label}); free some space there", details)
     reason = web.shortened(message) or kind or "no reason given"

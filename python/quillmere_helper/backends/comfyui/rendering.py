@@ -8,7 +8,7 @@ from functools import partial
 from typing import Any, Mapping, Optional
 
 from ... import cancellation, web
-from ...errors import HelperError
+from ...errors import HelperError, PassingFailure
 from ...exchange import ALMOST
 from ...parameters import seed_for
 from ...pictures import Picture, given_picture
@@ -87,7 +87,7 @@ class Rendering:
                 return self._once(follower)
             except (LostJob, results.MissingPicture):
                 self._tell("The server has lost the job; submitting it again")
-        raise HelperError(f"{self._source.site.url} has lost the job {MOST_SUBMISSIONS} times; see its console")
+        raise PassingFailure(f"{self._source.site.url} has lost the job {MOST_SUBMISSIONS} times; see its console")
 
     def _sent(self, path: str, role: str) -> str:
         """The name on the server of the picture at `path`, the `role` image; empty when there is none.

@@ -6,7 +6,7 @@ from dataclasses import dataclass
 from typing import Any, Mapping, Optional
 
 from ... import pictures, png, web
-from ...errors import HelperError
+from ...errors import HelperError, PassingFailure
 from ...untrusted import as_object, objects_in
 from ...workflows import GRAPHS
 from .client import Comfy, Entry
@@ -16,7 +16,7 @@ TRIES = 4  # downloads, when the one before was cut off
 PAUSE = 0.5  # seconds before the next try
 
 
-class MissingPicture(HelperError):
+class MissingPicture(PassingFailure):
     """The server names a picture that is not there any more."""
 
 
