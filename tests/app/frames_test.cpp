@@ -12,36 +12,65 @@
 namespace quillmere::app {
 namespace {
 
-std::string framesOf(const FrameRange& range) {
+std::string framesOf(const FrameSet& set) {
   std::string text;
-  for (std::int64_t index = 0; index < range.count(); ++index) text += std::to_string(range.at(index)) + " ";
+  for (std::int64_t index = 0; index < set.count(); ++index) text += std::to_string(set.at(index)) + " ";
   return text;
 }
 
-TEST(FrameRange, ReadsEveryFormWithFramesBelowZero) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"12", "12 "},           {"-5", "-5 "},          {"3-3", "3 "},        {"1-4", "1 2 3 4 "},
-      {"-2-1", "-2 -1 0 1 "},  {"-4--2", "-4 -3 -2 "}, {"0-10x4", "0 4 8 "}, {"-10--2x3", "-10 -7 -4 "},
-      {"0-1x2147483647", "0 "}};
-  for (const auto& [given, frames] : rows) {
+TEST(FrameSet, ReadsEveryFormAsFramesInOrderEachOnce) {
+  const std::tuple<const char*, const char*, const char*> rows[] = {
+      {"12", "12 ", "12"},
+      {"3-3", "3 ", "3"},
+      {"-2-1", "-2 -1 0 1 ", "-2-1"},
+      {"-4--2", "-4 -3 -2 ", "-4--2"},
+      {"0-10x4", "0 4 8 ", "0-8:4"},
+      {"-10--2:3", "-10 -7 -4 ", "-10--4:3"},
+      {"0-1x2147483647", "0 ", "0"},
+      {"1-3,20,30-34x2", "1 2 3 20 30 32 34 ", "1-3,20,30-34:2"},
+      {"9,1-5:2,2-4,3", "1 2 3 4 5 9 ", "1-5,9"},
+      {"1,3-5", "1 3 4 5 ", "1,3-5"},
+      {"-2147483648,2147483647", "-2147483648 2147483647 ", "-2147483648,2147483647"}};
+  for (const auto& [given, frames, text] : rows) {
     SCOPED_TRACE(given);
-    EXPECT_EQ(framesOf(parseFrameRange(given)), frames);
+    const FrameSet set = parseFrameSet(given);
+    EXPECT_EQ(framesOf(set), frames);
+    EXPECT_EQ(set.text(), text);
+    EXPECT_EQ(framesOf(parseFrameSet(set.text())), frames);
   }
 }
 
-TEST(FrameRange, CountsTheWidestRangeWithoutOverflow) {
-  const FrameRange range = parseFrameRange("-2147483648-2147483647");
-  EXPECT_EQ(range.count(), std::int64_t{1} << 32);
-  EXPECT_EQ(range.at(range.count() - 1), 2147483647);
-  EXPECT_EQ(parseFrameRange("-2147483648-2147483647x2147483647").at(2), 2147483646);
+TEST(FrameSet, CountsTheWidestRangeWithoutOverflow) {
+  const FrameSet set = parseFrameSet("-2147483648-2147483647");
+  EXPECT_EQ(set.count(), std::int64_t{1} << 32);
+  EXPECT_EQ(set.last(), 2147483647);
+  EXPECT_EQ(parseFrameSet("-2147483648-2147483647x2147483647").at(2), 2147483646);
+  EXPECT_EQ(set.share(1, 2).text(), "0-2147483647");
 }
 
-TEST(FrameRange, RefusesWhatItWouldHaveToGuess) {
-  for (const char* given :
-       {"",      "-",      "a",    "1-",   "1--",        "-1-x2",        "5-4",
-        "1-4x0", "1-4x-1", "1-4x", "1x2",  "1-4x2x2",    " 1",           "1 ",
-        "+1",    "1,2",    "1.5",  "0x10", "2147483648", "1-2147483648", "1-2x99999999999999999999"}) {
-    EXPECT_THROW(parseFrameRange(given), Failure) << "'" << given << "'";
+TEST(FrameSet, IsSharedOutWholeInSharesOfNearlyOneSize) {
+  for (const char* given : {"1-24", "1-10,20,30-40x2", "-5-5x3,7,9"}) {
+    const FrameSet set = parseFrameSet(given);
+    for (std::int64_t parts = 1; parts <= set.count(); ++parts) {
+      std::string together;
+      for (std::int64_t part = 0; part < parts; ++part) {
+        const FrameSet share = set.share(part, parts);
+        EXPECT_LE(share.count() - set.count() / parts, 1) << given << " in " << parts;
+        together += framesOf(share);
+      }
+      EXPECT_EQ(together, framesOf(set)) << given << " in " << parts;
+    }
+  }
+}
+
+TEST(FrameSet, RefusesWhatItWouldHaveToGuess) {
+  for (const char* given : {"",           "-",       "a",          "1-",           "1--",
+                            "1-x2",       "5-4",     "1-4x0",      "1-4x-1",       "1-4x",
+                            "1x2",        "1-4x2x2", " 1",         "1 ",           "+1",
+                            "1,",         ",1",      "1,,2",       "1, 2",         "1-4:",
+                            "1.5",        "0x10",    "2147483648", "1-2147483648", "1-2x99999999999999999999",
+                            "1-1000000,7"}) {
+    EXPECT_THROW(parseFrameSet(given), Failure) << "'" << given << "'";
   }
 }
 

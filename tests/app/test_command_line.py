@@ -15,7 +15,7 @@ CASES = [
     ([], 2, "", "quillmere: arguments: A subcommand is required"),
     (["--help"], 0, "render.*guide.*cameras.*workflows.*show.*doctor", "^$"),
     (["--version"], 0, r"^quillmere \d+\.\d+\.\d+\n$", "^$"),
-    (["render", "--help"], 0, r"Examples.*\n  SCENE  .*--frames,--frame A\|A-B\|A-BxSTEP=0\s.*--no-history  .*--plugin DIR  ", "^$"),
+    (["render", "--help"], 0, r"Examples.*\n  SCENE  .*--frames,--frame A\|A-B\|A-BxSTEP,\.\.\.=0\s.*--no-history  .*--plugin DIR  ", "^$"),
     (["render", "--help"], 0, r"--json   .*; not with --quiet\n", "^$"),
     (["doctor", "--help"], 0, "Exit status 1", "^$"),
     (["paint"], 2, "", "command .paint.: there is none.*\n  the commands: render, guide"),

@@ -14,7 +14,7 @@ namespace quillmere::app {
 
 // Frames to render and where they go.
 struct FramePlan {
-  FrameRange frames;
+  FrameSet frames;
   FrameClock clock;
   OutputPattern output;
   PictureSize size;

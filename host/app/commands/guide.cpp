@@ -22,7 +22,7 @@ using namespace cinema;
 struct Options {
   SceneOptions scene;
   std::string output;
-  FrameRange frame;
+  std::int32_t frame = 0;
   GuideMode mode = GuideMode::QuickShading;
   DrawingOptions drawing;
 };
@@ -47,9 +47,9 @@ struct Console : host::Events {
   throw Failure(ExitStatus::Failed, "guide image", why, remedy);
 }
 
-FrameRange oneFrame(const std::string& text) {
-  const FrameRange frames = parseFrameRange(text);
-  if (frames.count() == 1) return frames;
+std::int32_t oneFrame(const std::string& text) {
+  const FrameSet frames = parseFrameSet(text);
+  if (frames.count() == 1) return frames.first();
   throw Failure(ExitStatus::Usage, "--frame '" + text + "'", "a guide is drawn of one frame", "write one number");
 }
 
@@ -100,20 +100,20 @@ ExitStatus run(const Options& options) {
   requireUtf8("-o '" + options.output + "'", options.output);
   OutputPattern output = OutputPattern::parse(options.output);
   if (options.scene.cameras.size() > 1) output = output.namingCameras();
-  const OpenedScene opened = openScene(options.scene, options.frame);
+  const OpenedScene opened = openScene(options.scene, FrameSet({options.frame, options.frame, 1}));
   host::Document document(opened.scene, options.scene.scene);
   printWarnings(document.warnings());
   for (const std::string& note : opened.notes) printError(note);
   const FrameClock& clock = options.scene.clock;
   document.setFps(clock.rate.whole());
-  document.setFrame(options.frame.first, clock.secondsAt(options.frame.first));
+  document.setFrame(options.frame, clock.secondsAt(options.frame));
   applyTo(document, options.drawing);
   std::vector<std::string> cameras = opened.cameras;
   if (cameras.empty()) cameras.push_back(document.cameras().front().name);
   refuseSharedFiles(cameras, output);
   for (const std::string& camera : cameras) {
     writeGuide(document, *cameraCalled(camera, document).object, options.mode, options.scene.size,
-               output.forCamera(camera).fileFor(options.frame.first));
+               output.forCamera(camera).fileFor(options.frame));
   }
   if (!document.drawingNote().empty()) printError("warning: " + document.drawingNote());
   return ExitStatus::Done;
@@ -139,7 +139,7 @@ Action addGuide(CLI::App& command) {
   command.footer("Example:\n  quillmere guide harbour.glb -o guide.png --camera Quayside --size 1920x1080");
   return [options] {
     if (options->scene.clock.time) {
-      options->frame.first = options->frame.last = frameAt(*options->scene.clock.time, options->scene.clock.rate);
+      options->frame = frameAt(*options->scene.clock.time, options->scene.clock.rate);
     }
     return run(*options);
   };

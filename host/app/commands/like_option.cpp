@@ -57,7 +57,7 @@ void takeScene(const Repetition& made, const std::string& picture, const CLI::Ap
   if (given(command, "--frames") || given(command, "--time")) return;
   scene.clock.time = made.time;
   const std::int32_t frame = needed(made.frame, picture, "frame", "give it with --frames");
-  options.frames = {frame, frame, 1};
+  options.frames = FrameSet({frame, frame, 1});
 }
 
 // Its controls too, which another workflow may not have.

@@ -19,7 +19,7 @@ void addLike(CLI::App& command, std::string& picture);
 // What a render is told that --like fills in, where the command line leaves it open.
 struct LikeTarget {
   SceneOptions& scene;
-  FrameRange& frames;
+  FrameSet& frames;
   EffectOptions& effect;
   DrawingOptions& drawing;
   std::optional<std::string>& style;  // empty: no style image

@@ -40,7 +40,7 @@ std::shared_ptr<const scene::Scene> loaded(const SceneOptions& options) {
   return scene;
 }
 
-std::vector<double> posesOf(const FrameRange& frames, const FrameClock& clock) {
+std::vector<double> posesOf(const FrameSet& frames, const FrameClock& clock) {
   const std::int64_t poses = std::min(frames.count(), kMostPoses), last = frames.count() - 1;
   std::vector<double> seconds;
   for (std::int64_t pose = 0; pose < poses; ++pose) {
@@ -49,7 +49,7 @@ std::vector<double> posesOf(const FrameRange& frames, const FrameClock& clock) {
   return seconds;
 }
 
-void addOwnCamera(const SceneOptions& options, const FrameRange& frames, OpenedScene& opened) {
+void addOwnCamera(const SceneOptions& options, const FrameSet& frames, OpenedScene& opened) {
   const scene::Turntable turntable{options.turntable > 0 ? options.clock.rate.secondsAt(options.turntable) : 0.0};
   scene::View view = options.view.value_or(scene::View{});
   if (!view.distance || !view.target) {
@@ -100,7 +100,7 @@ std::string noteOfSpan(double begin, double end, const FrameRate& rate, bool ear
 }
 
 // When frames lie before or after the key frames; the first is often one late.
-std::string noteOfFrames(const SceneOptions& options, const FrameRange& frames, const std::vector<scene::Clip>& clips) {
+std::string noteOfFrames(const SceneOptions& options, const FrameSet& frames, const std::vector<scene::Clip>& clips) {
   std::optional<scene::Clip> all;
   for (const scene::Clip& clip : clips) {
     if (!clip.played || clip.end <= clip.begin) continue;
@@ -110,8 +110,8 @@ std::string noteOfFrames(const SceneOptions& options, const FrameRange& frames, 
   }
   if (!all || options.loop) return {};
   const double frame = options.clock.rate.secondsAt(1);
-  const bool early = options.clock.secondsAt(frames.first) < all->begin - 1.5 * frame;
-  const bool late = options.clock.secondsAt(frames.at(frames.count() - 1)) > all->end + 0.5 * frame;
+  const bool early = options.clock.secondsAt(frames.first()) < all->begin - 1.5 * frame;
+  const bool late = options.clock.secondsAt(frames.last()) > all->end + 0.5 * frame;
   return early || late ? noteOfSpan(all->begin, all->end, options.clock.rate, !late) : "";
 }
 
@@ -122,7 +122,7 @@ std::string nameOfPlayed(const std::vector<scene::Clip>& clips) {
 
 }  // namespace
 
-OpenedScene openScene(const SceneOptions& options, const FrameRange& frames) {
+OpenedScene openScene(const SceneOptions& options, const FrameSet& frames) {
   OpenedScene opened;
   opened.scene = loaded(options);
   const std::vector<scene::Clip> clips = opened.scene->clips();

@@ -32,7 +32,7 @@ struct Options {
   EffectOptions effect;
   DrawingOptions drawing;
   SessionOptions session;
-  FrameRange frames;
+  FrameSet frames;
   std::string output = "render_####.png", saveSettings, like;
   std::optional<std::string> style;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
@@ -141,7 +141,7 @@ void complete(Options& options, const CLI::App& command) {
   if (!options.effect.settings.empty()) options.drawing.complete(drawingIn(options.effect.settings));
   if (command.count("--time") > 0) {
     const std::int32_t frame = frameAt(*options.scene.clock.time, options.scene.clock.rate);
-    options.frames = {frame, frame, 1};
+    options.frames = FrameSet({frame, frame, 1});
   }
 }
 
@@ -194,9 +194,9 @@ void addOutputOptions(CLI::App& command, Options& options) {
       ->default_str("linear");
   command
       .add_option_function<std::string>(
-          "--frames,--frame", [&options](const std::string& text) { options.frames = parseFrameRange(text); },
+          "--frames,--frame", [&options](const std::string& text) { options.frames = parseFrameSet(text); },
           "Frames to render")
-      ->type_name("A|A-B|A-BxSTEP")
+      ->type_name("A|A-B|A-BxSTEP,...")
       ->default_str("0");
   addTime(command, options.scene, "--frames");
   command

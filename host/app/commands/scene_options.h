@@ -55,6 +55,6 @@ struct OpenedScene {
 
 // Loads the scene and gives it a camera of the host's own where it has none, or where the options ask for one: it shows
 // the whole scene at `frames`. Throws Error, and Failure for a clip or a camera that is not there.
-OpenedScene openScene(const SceneOptions& options, const FrameRange& frames);
+OpenedScene openScene(const SceneOptions& options, const FrameSet& frames);
 
 }  // namespace quillmere::app

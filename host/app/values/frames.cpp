@@ -14,27 +14,6 @@ namespace {
 
 constexpr double kMostSeconds = 1e7;  // four months
 
-[[noreturn]] void refuseRange(const std::string& text, const std::string& why) {
-  throw Failure(ExitStatus::Usage, "--frames '" + text + "'", why,
-                "write A, A-B or A-BxSTEP with whole numbers, for example 12, 1-48 or 1-48x4");
-}
-
-// Takes one number off the front of `rest`.
-std::int32_t takeNumber(const std::string& text, std::string_view& rest) {
-  std::int32_t number = 0;
-  const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-  if (error == std::errc::result_out_of_range) refuseRange(text, "a number is beyond the frames there can be");
-  if (error != std::errc{}) refuseRange(text, "not a range of frames");
-  rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
-  return number;
-}
-
-bool take(char wanted, std::string_view& rest) {
-  if (rest.empty() || rest.front() != wanted) return false;
-  rest.remove_prefix(1);
-  return true;
-}
-
 [[noreturn]] void refuseRate(const std::string& text) {
   throw Failure(ExitStatus::Usage, "--fps '" + text + "'", "no rate from 1 to " + std::to_string(kMostFps),
                 "write a number or a ratio of whole numbers, for example 24, 23.976 or 24000/1001");
@@ -79,20 +58,6 @@ std::optional<FrameRate> rateIn(const std::string& text) {
 }
 
 }  // namespace
-
-FrameRange parseFrameRange(const std::string& text) {
-  std::string_view rest = text;
-  FrameRange range;
-  range.first = range.last = takeNumber(text, rest);
-  if (take('-', rest)) {
-    range.last = takeNumber(text, rest);
-    if (take('x', rest)) range.step = takeNumber(text, rest);
-  }
-  if (!rest.empty()) refuseRange(text, "'" + std::string(rest) + "' does not belong to a range of frames");
-  if (range.last < range.first) refuseRange(text, "the last frame comes before the first");
-  if (range.step < 1) refuseRange(text, "the step must be at least 1");
-  return range;
-}
 
 std::string FrameRate::text() const {
   return std::to_string(frames) + (seconds == 1 ? "" : "/" + std::to_string(seconds));

@@ -6,20 +6,10 @@
 #include <string>
 #include <string_view>
 
-// The frames of a render as a command line says them: which ones, at what time, how large, drawn how.
+#include "frame_set.h"
+
+// The frames of a render as a command line says them: at what time, how large, drawn how.
 namespace quillmere::app {
-
-// Frames first, first + step, … up to last. `last` is at least `first`, `step` at least 1.
-struct FrameRange {
-  std::int32_t first = 0, last = 0, step = 1;
-
-  std::int64_t count() const { return (std::int64_t{last} - first) / step + 1; }
-  // The frame at `index`, which must lie in 0 … count() - 1.
-  std::int32_t at(std::int64_t index) const { return static_cast<std::int32_t>(first + index * step); }
-};
-
-// Reads "A", "A-B" or "A-BxSTEP"; A and B may be negative ("-10--2x4"). Throws Failure (usage).
-FrameRange parseFrameRange(const std::string& text);
 
 inline constexpr int kMostFps = 100000;  // frames per second of a scene's animation, from 1
 
