@@ -1,7 +1,4 @@
 #include <exception>
-#include <new>
-#include <string>
-#include <system_error>
 
 #include "commands/commands.h"
 #include "process/user_break.h"
@@ -9,22 +6,13 @@
 #include "values/failure.h"
 
 int main(int argc, char** argv) {
-  using quillmere::app::ExitStatus;
   quillmere::app::openMissingStandardStreams();
   quillmere::app::settleSignals();
   try {
     return static_cast<int>(quillmere::app::run(argc, argv));
-  } catch (const quillmere::app::Failure& failure) {
-    quillmere::app::printError(failure.what() + (failure.remedy().empty() ? "" : "\n  " + failure.remedy()));
-    return static_cast<int>(failure.status());
-  } catch (const std::bad_alloc&) {
-    quillmere::app::printError("memory: there is not enough of it for this; try a smaller --size or scene");
-  } catch (const std::system_error& error) {
-    const bool limit =
-        error.code() == std::errc::resource_unavailable_try_again || error.code() == std::errc::not_enough_memory;
-    quillmere::app::printError(error.what() + std::string(limit ? "; raise the limits (ulimit -v, ulimit -u)" : ""));
   } catch (const std::exception& error) {
-    quillmere::app::printError(error.what());
+    const quillmere::app::Ending ending = quillmere::app::endingOf(error);
+    quillmere::app::printError(ending.error + (ending.remedy.empty() ? "" : "\n  " + ending.remedy));
+    return static_cast<int>(ending.status);
   }
-  return static_cast<int>(ExitStatus::Failed);
 }

@@ -22,7 +22,8 @@ PLUGIN = pathlib.Path(os.environ["QUILLMERE_PLUGIN"])
 
 # In place of python3, so that a scripted helper starts at once; the helper is then a shell script.
 SHELL_AS_PYTHON = '#!/bin/sh\n[ "$1" = -c ] && echo "$0 3.11" && exit\nexec /bin/sh "$@"\n'
-READ_REQUEST = """request=$1 response=$2
+READ_REQUEST = """case $1 in --*) exit;; esac
+request=$1 response=$2
 field() { sed -n "s/^  \\"$1\\": \\"\\(.*\\)\\",*$/\\1/p" "$request"; }
 tell() { printf '{%s}' "$1" > "$(field status_path).new" && mv "$(field status_path).new" "$(field status_path)"; }
 say() { tell "\\"message\\": \\"$1\\""; }
@@ -81,8 +82,10 @@ class AppCase(unittest.TestCase):
             QUILLMERE_TEST_MARK=self.folder.name,
         )
 
-    def helper(self, script: str) -> None:
-        (self.folder / "plugin" / "python" / "quillmere_render_helper.py").write_text(READ_REQUEST + script + "\n")
+    def helper(self, script: str, looks: str = "exit") -> None:
+        """One that renders as `script` does, and answers questions about workflows and servers as `looks` does."""
+        text = f"case $1 in --*) {looks}\nexit;; esac\n{READ_REQUEST}{script}\n"
+        (self.folder / "plugin" / "python" / "quillmere_render_helper.py").write_text(text)
 
     def catalog(self, *workflows: tuple[str, str]) -> None:
         home = self.folder / "home" / ".quillmere"

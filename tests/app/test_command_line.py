@@ -40,7 +40,7 @@ CASES = [
     (["render", *SCENE, "--output", "a_%s.png"], 2, "", "'%s' stands for nothing"),
     (["render", *SCENE, "--output", "a.jpg"], 2, "", r"--output 'a.jpg'.*\n.*\.png"),
     (["render", "scene.glb", "--plugin", "plugin", "--write-dir", "/dev/null/x"], 1, "", "directory '/dev/null/x': cannot be written.*--write-dir"),
-    (["render", *SCENE, "--output", "/proc/x/a.png"], 1, "", "/proc/x/a.png.*cannot be written"),
+    (["render", *SCENE, "--output", "/proc/x/a.png"], 2, "", "'/proc/x': cannot be made.*give one"),
     (["render", *SCENE, "--camera", "Mast"], 2, "", "camera 'Mast'.*\n.*'Pier', 'Chart'"),
     (["render", *SCENE, "--camera", "Peir"], 2, "", "did you mean 'Pier'"),
     (["render", *SCENE, "--camera", "2"], 0, "done", "Rendering guide from camera: Chart"),

@@ -25,12 +25,12 @@ class Render(AppCase):
         self.catalog(("flux", "FLUX.2 Dev"))
         self.helper("echo noise; echo noise >&2; say Inking; sleep 0.3; answer")
         events = self.events("--output", "a_####.png", "--frames", "7", "--prompt", "fog", "--prefix", "shot")
-        frame = events.pop()
+        frame = events[-2]
         texts = [event["text"] for event in events if event["event"] == "status-text"]
         self.assertEqual(texts[0], "Rendering guide from camera: Pier (Quick Shading)")
         self.assertEqual(texts[-2:], ["Inking", "Render complete"])
-        self.assertEqual(events[-2:], [{"event": "status-bar", "value": 1.0}, {"event": "command", "id": 1060501, "subid": 0}])
-        self.assertEqual(list(frame), ["event", "frame", "result", "output", "seconds", "parameters"])
+        self.assertEqual([event["event"] for event in events[-4:]], ["status-bar", "command", "frame", "end"])
+        self.assertEqual((events[-4]["value"], events[-3]["id"]), (1.0, 1060501))
         self.assertEqual((frame["frame"], frame["result"], frame["output"]), (7, 0, "a_0007.png"))
         self.assertGreater(frame["seconds"], 0.3)
 
@@ -43,7 +43,7 @@ class Render(AppCase):
 echo > {folder}/preview_3.jpg; ln -s /etc/passwd {folder}/preview_3.png; echo > {folder}/preview_4.jpg
 cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new $(field status_path); sleep 0.4; exit 1""")
         progress = [event for event in self.events("--frames", "3") if event["event"] == "progress"]
-        self.assertEqual(progress[-1], {"event": "progress", "frame": 3, **told})
+        self.assertEqual({**progress[-1], "time": 0}, {"event": "progress", "time": 0, "frame": 3, **told})
         self.assertEqual([file.name for file in folder.glob("preview*")], ["preview_4.jpg"], "what a frame's helper has left goes")
         self.helper('[ -z "$QUILLMERE_PREVIEWS" ] && answer')
         self.assertEqual(self.render("--quiet").returncode, 0)
@@ -51,7 +51,7 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
     def test_the_frame_event_holds_every_parameter_in_its_type(self) -> None:
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
         more = ["--camera", "Chart", "--no-history", "--no-preview", "--guide", "final", "--set", "2004=later", "--set", "QUILLMERE_HISTORY_LIMIT=5"]
-        parameters = self.events("--system-prompt", "Draw.", "--prompt", "fog", "--output-dir", "pictures", "--prefix", "p", *more)[-1]["parameters"]
+        parameters = self.events("--system-prompt", "Draw.", "--prompt", "fog", "--output-dir", "pictures", "--prefix", "p", *more)[-2]["parameters"]
         runs = str(self.folder / "pictures")
         expected = {
             "2000": True, "2001": "Draw.", "2002": 2, "2003": "fog", "2004": "later", "2005": "Chart", "2006": 1,
@@ -78,7 +78,7 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
         ]
         for arguments, number, identifier, path in rows:
             with self.subTest(arguments):
-                frame = self.events(*arguments)[-1]
+                frame = self.events(*arguments)[-2]
                 chosen = [frame["parameters"][key] for key in ("2002", "2008", "2007")]
                 self.assertEqual((chosen, frame["result"]), ([number, identifier, path], 0))
 
@@ -121,7 +121,7 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
         self.assertEqual([(frame["result"], frame["output"]) for frame in frames], [(11, None), (0, "render_0002.png")])
 
     def test_a_picture_that_cannot_be_written_fails_its_frame(self) -> None:
-        (self.folder / "render_0000.png").mkdir()
+        self.helper("mkdir render_0000.png; answer")  # behind the back of the check before the first frame
         done = self.render("--quiet")
         self.assertEqual(done.returncode, 1)
         self.assertIn("frame 0: ", done.stderr)
@@ -202,10 +202,10 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
                     shutil.rmtree(self.folder / used, ignore_errors=True)
                 if keeps_from != no_command:
                     self.catalog(("ink", "Ink"))
-                    (self.folder / "home/.quillmere/workflows/ink.json").unlink()
+                (self.folder / name).unlink(missing_ok=True)
                 self.put(kind, name)
                 done = self.render("--frames", "0-1", "--quiet")
-                self.assertEqual((done.returncode, done.stdout), (1, ""))
+                self.assertEqual((done.returncode, done.stdout), (2 if "ink" in name else 1, ""))
                 why = f"'{self.folder / name}': it is a {kind}, not a file"
                 self.assertEqual(done.stderr.count(why), 1, done.stderr)
                 self.assertIn("move it away", done.stderr)
@@ -218,6 +218,29 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
                 self.assertEqual([check["remedy"] for check in broken], ["move it away"], told.stdout)
                 listing = self.run_command("workflows", "--plugin", "plugin")
                 self.assertEqual((listing.returncode, why in listing.stderr), (1, True) if keeps_from == no_command else (0, False))
+
+    def test_what_would_fail_every_frame_is_told_before_the_first(self) -> None:
+        self.catalog(("ink", "Ink"), ("gone", "Gone"))
+        (self.folder / "home/.quillmere/workflows/gone.json").unlink()
+        (self.folder / "a_0002.png").mkdir()
+        no_server = """echo '{"ok": false, "backend": "b", "problem": "no server at http://a", "remedy": "start it"}'; exit 1"""
+        no_answer = "echo oops >&2; exit 1"  # of a helper of another make
+        for looks, arguments, status, error in [
+            (no_server, [], 2, "quillmere: workflow '.*/ink.json': no server at http://a\n  start it\n$"),
+            (no_server, ["--workflow", "None"], 0, "^$"),
+            (no_answer, [], 0, "^$"),
+            ("exit", ["--workflow", "Gone"], 2, "workflow '.*/gone.json': '.*/gone.json' is missing\n"),
+            ("exit", ["--frames", "1-2", "-o", "a_####.png"], 2, "output file 'a_0002.png': it is a folder"),
+            ("exit", ["-o", "scene.glb/%04d.png"], 2, "output folder 'scene.glb': '.*/scene.glb' is no folder"),
+            ("exit", ["--output-dir", "scene.glb/x"], 2, "folder of the pictures .*: .*scene.glb. is no folder"),
+        ]:
+            with self.subTest(arguments):
+                self.helper("answer; echo made >&2", looks)
+                done = self.render("--quiet", *arguments)
+                self.assertEqual(done.returncode, status, done.stderr)
+                self.assertRegex(done.stderr.replace("made\n", ""), error)
+                self.assertEqual("made" in done.stderr, status == 0 and not arguments)
+        self.assertEqual(sorted(file.name for file in self.folder.glob("home/.quillmere/workflows/*")), ["ink.json"])
 
     def test_a_result_that_is_no_file_is_not_waited_for(self) -> None:
         self.helper("answer; rm $(field output_dir)/picture.png; mkfifo $(field output_dir)/picture.png")
@@ -280,7 +303,7 @@ class Doctor(AppCase):
     def test_each_broken_thing_is_named_with_its_remedy(self) -> None:
         self.catalog(("ink", "Ink"), ("gone", "Gone"))
         (self.folder / "home/.quillmere/workflows/gone.json").unlink()
-        self.helper("case $2 in */ink.json) echo '{\"ok\": false, \"problem\": \"start the service\"}'; exit 1;; esac")
+        self.helper("", "case $2 in */ink.json) echo '{\"ok\": false, \"problem\": \"start the service\"}'; exit 1;; esac")
         done = self.run_command("doctor", "--plugin", "plugin", "--write-dir", "/proc/none", "--json")
         self.assertEqual(done.returncode, 1)
         states = {check["check"]: (check["state"], check["detail"]) for check in json.loads(done.stdout)}

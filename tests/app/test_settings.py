@@ -15,7 +15,7 @@ class Settings(AppCase):
         self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
 
     def parameters(self, *more: str) -> dict:
-        frame = self.events(*more)[-1]
+        frame = self.events(*more)[-2]
         self.assertEqual(frame["result"], 0)
         return frame["parameters"]
 

@@ -195,7 +195,7 @@ class Like(RealHelper):
                 self.assertEqual(self.bytes_of(self.generated()[0])[0][-500:] == self.bytes_of(self.generated()[-1])[0][-500:], same)
         self.write("ink.json", b'{"backend": "embedded", "parameters": {"wash": 2}}')
         self.assertIn("has changed", self.repeated("--like", "b.png").stderr)
-        self.assertRegex(self.repeated("--like", "b.png", "--control", "lime=1").stderr, '"lime" in the workflow "ink.json"; did you mean "line"')
+        self.assertRegex(self.repeated("--like", "b.png", "--control", "lime=1").stderr, '"lime" in the workflow "ink.json"\n  did you mean "line"')
 
     def test_what_is_given_goes_before_what_the_picture_tells(self) -> None:
         made = self.first("--prompt", "fog", "--system-prompt", "Draw.")
@@ -308,7 +308,7 @@ class Check(RealHelper):
             self.env.update(environment)
             done = self.run_command("workflows", "check", "caf\udce9.json", "--plugin", str(PLUGIN), "--json")
             told = json.loads(done.stdout)
-            self.assertEqual((done.returncode, told["workflow"], told["backend"]), (0, "caf?.json", "embedded"), done.stderr)
+            self.assertEqual((done.returncode, told["workflow"], told["backend"]), (0, "./caf?.json", "embedded"), done.stderr)
 
 
 class Doctor(RealHelper):

@@ -23,7 +23,7 @@ FOREIGN = """{
 class WorkflowList(AppCase):
     def setUp(self) -> None:
         super().setUp()
-        self.helper(SOUND)
+        self.helper("answer", SOUND)
         (self.folder / "sea.json").write_text('{"backend": "embedded"}')
         self.manager = self.folder / "home/.quillmere"
         self.state = self.manager / "state.json"
@@ -60,7 +60,6 @@ class WorkflowList(AppCase):
         self.assertEqual(self.edited("move", "Läufe", "1"), [("b", "Läufe"), ("sea", "sea")])
         self.assertEqual(self.edited("rename", "2", "The Sea, at night"), [("b", "Läufe"), ("sea", "The Sea, at night")])
         before = self.state.read_bytes()
-        self.helper("answer")
         self.assertEqual(self.render("--workflow", "the sea, at night", "--quiet").returncode, 0)
         self.assertEqual(self.request()["workflow_path"], str(self.manager / "workflows/sea.json"))
         removed = self.edit("remove", "b")
@@ -68,7 +67,6 @@ class WorkflowList(AppCase):
         self.assertIn("* 1\tThe Sea, at night\tsea\t", removed.stdout)
         self.assertEqual((self.manager / "state.json.bak").read_bytes(), before)
         self.assertEqual((self.manager / "workflows/b.json").read_bytes(), (self.folder / "sea.json").read_bytes())
-        self.helper(SOUND)
         self.assertEqual(self.edited("add", str(self.manager / "workflows/b.json")), [("sea", "The Sea, at night"), ("b", "b")])
         self.assertEqual(list(self.folder.rglob("*.part")), [])
 
@@ -108,7 +106,7 @@ class WorkflowList(AppCase):
             ("echo oops >&2; exit 1", ["--no-check"], 0, "^$"),
         ]:
             with self.subTest(script=script, arguments=arguments):
-                self.helper(script)
+                self.helper("", script)
                 self.foreign()
                 before = self.kept()
                 done = self.edit("add", "sea.json", *arguments)
@@ -258,7 +256,7 @@ class WorkflowLooks(AppCase):
     def look(self, what: str, answer: object, *more: str, status: int = 0) -> subprocess.CompletedProcess[str]:
         """What the command makes of that answer; the helper sees to being asked for the right thing."""
         (self.folder / "answer.json").write_text(json.dumps(answer))
-        self.helper(f'[ "$1" = --{what} ] && [ "$3" = --json ] && cat {self.folder}/answer.json; exit {status}')
+        self.helper("", f'[ "$1" = --json ] && [ "${{2%%=*}}" = --{what} ] && cat {self.folder}/answer.json; exit {status}')
         return self.run_command("workflows", what, "--plugin", "plugin", "--write-dir", "write", *(more or ["scene.glb"]))
 
     def test_where_everything_goes_is_told_before_a_job_is_sent(self) -> None:

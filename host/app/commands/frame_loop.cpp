@@ -107,24 +107,58 @@ Outcome renderOne(host::Document& document, const NodeParameters& node, const Fr
   }
 }
 
+// When the frame's guide was written; none where there is none.
+std::optional<std::filesystem::file_time_type> guideTime(const FramePlan& plan, std::int32_t frame) {
+  std::error_code error;
+  const auto time = std::filesystem::last_write_time(guideFile(plan.writeDirectory, frame), error);
+  return error ? std::nullopt : std::optional(time);
+}
+
+FrameReport::State stateOf(const Outcome& outcome, bool stopped) {
+  if (!outcome.file.empty()) return FrameReport::State::Done;
+  const bool broken = outcome.result == static_cast<int>(cinema::RENDERRESULT::USERBREAK);
+  return broken || stopped ? FrameReport::State::Stopped : FrameReport::State::Failed;
+}
+
+// Without its seconds.
 FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const FramePlan& plan, std::int32_t frame,
-                     Clock::duration taken) {
-  const bool generated = !outcome.file.empty() && !node.text(QUILLMERE_WORKFLOW_PATH).empty();
-  return {.frame = frame,
-          .result = outcome.result,
-          .output = outcome.file.string(),
-          .seconds = std::chrono::duration<double>(taken).count(),
-          .parameters = node.stored(),
-          .guide = generated ? guideFile(plan.writeDirectory, frame).string() : "",
-          .picture = generated ? generatedPicture(node) : ""};
+                     FrameReport::State state) {
+  FrameReport report;
+  report.frame = frame;
+  report.camera = plan.camera;
+  report.state = state;
+  report.result = outcome.result;
+  report.output = outcome.file.string();
+  report.picture = generatedPicture(node);
+  if (state == FrameReport::State::Failed) report.error = outcome.trouble;
+  report.parameters = node.stored();
+  return report;
 }
 
 // The picture of a frame without trouble is whole, whatever was lost beside it.
-void tellTrouble(std::int32_t frame, const std::string& trouble, const std::string& lost,
-                 const std::function<bool()>& stop) {
-  if ((trouble.empty() && lost.empty()) || stop()) return;
+void tellTrouble(std::int32_t frame, const std::string& trouble, const std::string& lost) {
+  if (trouble.empty() && lost.empty()) return;
   const std::string name = (trouble.empty() ? "warning: frame " : "frame ") + std::to_string(frame) + ": ";
   printError(name + trouble + (trouble.empty() || lost.empty() ? "" : "; ") + lost);
+}
+
+// Renders one frame and tells of it. False when it failed.
+bool renderAndTell(host::Document& document, NodeParameters& node, const FramePlan& plan, std::int32_t frame,
+                   ToldOnce& report, const std::function<bool()>& stop) {
+  const Clock::time_point begun = Clock::now();
+  const auto formerGuide = guideTime(plan, frame);
+  node.store(QUILLMERE_LAST_HISTORY_ENTRY, cinema::GeData(cinema::String()));  // an earlier frame's picture
+  HelperProgress progress(plan.writeDirectory, frame, report);
+  const Outcome outcome = renderOne(document, node, plan, frame, report, progress.watchingDuring(stop));
+  settleProcesses(outcome);
+  removePreviews(plan.writeDirectory, frame);
+  keepViewState(plan.writeDirectory);
+  FrameReport told = reportOn(outcome, node, plan, frame, stateOf(outcome, stop()));
+  if (guideTime(plan, frame) != formerGuide) told.guide = guideFile(plan.writeDirectory, frame).string();
+  told.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
+  report.frameEnds(told);
+  if (!stop()) tellTrouble(frame, outcome.trouble, incomplete(plan, frame));
+  return outcome.trouble.empty();
 }
 
 // Before a guide is drawn for minutes that the helper then refuses.
@@ -144,7 +178,7 @@ void sweep(const NodeParameters& node, const FramePlan& plan) {
 
 }  // namespace
 
-ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
+ExitStatus renderFrames(host::Document& document, NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop) {
   const std::string workflow = node.text(QUILLMERE_WORKFLOW_PATH);
   if (!workflow.empty()) refuseMorePixelsThanMade(plan.size);
@@ -158,15 +192,7 @@ ExitStatus renderFrames(host::Document& document, const NodeParameters& node, co
     const std::int32_t frame = plan.frames.at(index);
     report.frameBegins(frame, index, plan.frames.count());
     document.setFrame(frame, plan.clock.secondsAt(frame));
-    const Clock::time_point begun = Clock::now();
-    HelperProgress progress(plan.writeDirectory, frame, report);
-    const Outcome outcome = renderOne(document, node, plan, frame, report, progress.watchingDuring(stop));
-    settleProcesses(outcome);
-    removePreviews(plan.writeDirectory, frame);
-    keepViewState(plan.writeDirectory);
-    report.frameEnds(reportOn(outcome, node, plan, frame, Clock::now() - begun));
-    tellTrouble(frame, outcome.trouble, incomplete(plan, frame), stop);
-    if (!outcome.trouble.empty()) status = ExitStatus::Failed;
+    if (!renderAndTell(document, node, plan, frame, report, stop)) status = ExitStatus::Failed;
   }
   return status;
 }

@@ -20,6 +20,7 @@ struct FramePlan {
   PictureSize size;
   std::filesystem::path writeDirectory;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
+  std::string camera;  // that the node looks through, for reports
 };
 
 // Renders and writes one frame after the other until `stop` says true; a frame that fails doesn't keep the others from
@@ -27,7 +28,7 @@ struct FramePlan {
 // off; when this returns no process runs below this one. Failed when any frame failed. Throws Failure when no frame can
 // be rendered, because something else lies in the place of the workflow or the
 // helper would refuse the size.
-ExitStatus renderFrames(host::Document& document, const NodeParameters& node, const FramePlan& plan, ToldOnce& report,
+ExitStatus renderFrames(host::Document& document, NodeParameters& node, const FramePlan& plan, ToldOnce& report,
                         const std::function<bool()>& stop);
 
 }  // namespace quillmere::app

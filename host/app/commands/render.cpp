@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "commands.h"
+#include "doctor/preflight.h"
 #include "effect/controls.h"
 #include "effect/effect_session.h"
 #include "effect/settings.h"
@@ -47,17 +48,17 @@ FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
   OutputPattern output = OutputPattern::parse(options.output);
   if (options.scene.cameras.size() > 1) output = output.namingCameras();
   if (options.frames.count() > 1) output = output.numberingFrames();
-  std::error_code error;
-  if (!output.folder().empty()) fs::create_directories(output.folder(), error);
-  if (error || ::access(output.folder().empty() ? "." : output.folder().c_str(), W_OK) != 0) {
-    throw Failure(ExitStatus::Failed, "--output '" + options.output + "'", "its folder cannot be written",
-                  "give --output a folder that you may write to");
-  }
-  return {options.frames, options.scene.clock, output, options.scene.size, writeDirectory, options.exr};
+  return {options.frames, options.scene.clock, output, options.scene.size, writeDirectory, options.exr, {}};
 }
 
-void configure(EffectSession& session, const Options& options, const std::string& camera,
-               const fs::path& writeDirectory) {
+// What the node was told, before a file with controls takes the workflow's place.
+struct Configured {
+  std::string workflow;
+  Json settings;
+};
+
+Configured configure(EffectSession& session, const Options& options, const std::string& camera,
+                     const fs::path& writeDirectory) {
   host::Document& document = session.document();
   document.setFps(options.scene.clock.rate.whole());
   document.setSize(options.scene.size.width, options.scene.size.height);
@@ -71,7 +72,10 @@ void configure(EffectSession& session, const Options& options, const std::string
   if (!options.saveSettings.empty()) {
     saveSettings(session.node(), made.controls, options.drawing, options.saveSettings);
   }
+  Configured configured{session.node().text(QUILLMERE_WORKFLOW_PATH),
+                        settingsOf(session.node(), made.controls, options.drawing)};
   setControls(session.node(), made.controls, runtimeFolder(writeDirectory));
+  return configured;
 }
 
 void tellOf(const OpenedScene& opened) {
@@ -86,16 +90,34 @@ Json shownAs(const OpenedScene& opened, const Options& options) {
   return facts;
 }
 
+std::vector<std::string> camerasOf(EffectSession& session, const OpenedScene& opened) {
+  return opened.cameras.empty() ? std::vector{cameraOf(session)} : opened.cameras;
+}
+
+RenderPlan tellable(const Options& options, const FramePlan& plan, const OpenedScene& opened,
+                    const std::vector<std::string>& cameras, Configured configured) {
+  std::vector<std::string> warnings = opened.scene->warnings();
+  warnings.insert(warnings.end(), opened.notes.begin(), opened.notes.end());
+  return {.scene = fs::absolute(options.scene.scene).lexically_normal().string(),
+          .cameras = cameras,
+          .frames = plan.frames.text(),
+          .count = plan.frames.count() * static_cast<std::int64_t>(cameras.size()),
+          .size = plan.size,
+          .output = plan.output.text(),
+          .workflow = std::move(configured.workflow),
+          .settings = std::move(configured.settings),
+          .warnings = std::move(warnings)};
+}
+
 // All frames through one camera after the other.
 ExitStatus renderCameras(EffectSession& session, const Options& options, const OpenedScene& opened,
                          const FramePlan& plan, ToldOnce& report, const std::function<bool()>& stop) {
-  std::vector<std::string> cameras = opened.cameras;
-  if (cameras.empty()) cameras.push_back(cameraOf(session));
-  refuseSharedFiles(cameras, plan.output);
+  const std::vector<std::string> cameras = camerasOf(session, opened);
   ExitStatus status = ExitStatus::Done;
   for (const std::string& camera : cameras) {
     if (stop()) break;
     FramePlan through = plan;
+    through.camera = camera;
     through.output = plan.output.forCamera(camera);
     if (cameras.size() > 1) session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
     tellHelper(session, options.scene.scene, shownAs(opened, options), runtimeFolder(plan.writeDirectory));
@@ -106,13 +128,7 @@ ExitStatus renderCameras(EffectSession& session, const Options& options, const O
   return status;
 }
 
-ExitStatus run(const Options& options) {
-  const OwnStandardOutput own;
-  Output results(own.descriptor()), errors(STDERR_FILENO);
-  const auto styled = makeReport(styleOf(options), results, errors);
-  ToldOnce report(*styled, options.json ? ToldOnce::Reader::Program : ToldOnce::Reader::Person);
-  const UserBreak userBreak([&report] { report.silence(); });
-  adoptOrphans();
+ExitStatus render(const Options& options, ToldOnce& report, const UserBreak& userBreak) {
   const fs::path writeDirectory = writeDirectoryOf(options.session);
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
@@ -120,14 +136,37 @@ ExitStatus run(const Options& options) {
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), report, opened.scene,
                         options.scene.scene);
   if (!options.quiet) tellOf(opened);
-  configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
+  const Configured configured =
+      configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
+  const std::vector<std::string> cameras = camerasOf(session, opened);
+  report.renderBegins(tellable(options, plan, opened, cameras, configured));
+  const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
+  refuseSharedFiles(cameras, plan.output);
+  for (const std::string& camera : cameras) requireOutput(plan.output.forCamera(camera), plan.frames);
+  requireWorkflow(session, configured.workflow, stop);
   if (options.style) tellStyle(*options.style);
   if (report.wantsPreviews()) askForPreviews();
-  const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
   const ExitStatus status = renderCameras(session, options, opened, plan, report, stop);
   if (userBreak.seen()) return ExitStatus::Broken;
   if (!report.outputLost()) return status;
   throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
+}
+
+ExitStatus run(const Options& options) {
+  const OwnStandardOutput own;
+  Output results(own.descriptor()), errors(STDERR_FILENO);
+  const auto styled = makeReport(styleOf(options), results, errors);
+  ToldOnce report(*styled, options.json ? ToldOnce::Reader::Program : ToldOnce::Reader::Person);
+  const UserBreak userBreak([&report] { report.silence(); });
+  adoptOrphans();
+  try {
+    const ExitStatus status = render(options, report, userBreak);
+    report.renderEnds({status, {}, {}});
+    return status;
+  } catch (const std::exception& error) {
+    report.renderEnds(endingOf(error));
+    throw;
+  }
 }
 
 // What --like and --time leave to be filled in.

@@ -75,19 +75,25 @@ std::string whereItRuns(const Json& answer) {
 WorkflowCheck unanswered(const fs::path& file, const Finding& finding) {
   Json answer{{"workflow", file.string()}, {"ok", false}, {"backend", ""}};
   answer.update(Json{{"problem", finding.detail}, {"remedy", finding.remedy}});
-  return {false, false, finding, std::move(answer)};
+  return {true, false, false, finding, std::move(answer)};
 }
 
-// What the helper answers to `option`.
-WorkflowCheck ask(const PluginFolder& plugin, const char* option, const std::string& subject, const fs::path& file,
-                  std::chrono::milliseconds patience) {
-  if (const auto finding = unreadable(subject, file)) return unanswered(file, *finding);
-  const std::vector<std::string> command{"python3", plugin.helper().string(), option, file.string(), "--json"};
+// What the helper answers to `option`. A helper of another make takes its first argument for a request and the second
+// one for the response to be written: in this order that can't be the workflow, or any file.
+WorkflowCheck ask(const PluginFolder& plugin, const std::string& option, const std::string& subject,
+                  const fs::path& file, std::chrono::milliseconds patience, const std::function<bool()>& stop = {}) {
+  if (const auto finding = unreadable(subject, file)) {
+    WorkflowCheck check = unanswered(file, *finding);
+    check.readable = false;
+    return check;
+  }
+  const std::string question = option + "=" + (file.has_parent_path() ? file : "." / file).string();
+  const std::vector<std::string> command{"python3", plugin.helper().string(), "--json", question};
   if (patience <= std::chrono::milliseconds(0)) {
     return unanswered(file, {subject, State::Note, "not checked: the checks before took too long",
                              "run: quillmere workflows check '" + file.string() + "'"});
   }
-  const ChildResult result = runChild(command, patience);
+  const ChildResult result = runChild(command, patience, stop);
   const Json answer = answerIn(result.output);
   const bool ended = result.end == ChildResult::End::Exited && result.status == 0;
   if (!answer.contains("ok")) {  // a helper of another make may know nothing of such questions
@@ -95,7 +101,7 @@ WorkflowCheck ask(const PluginFolder& plugin, const char* option, const std::str
   }
   const Finding finding = ended ? Finding{subject, State::Ok, whereItRuns(answer), {}}
                                 : Finding{subject, State::Broken, reasonOf(result, answer), textAt(answer, "remedy")};
-  return {true, !textAt(answer, "backend").empty(), finding, answer};
+  return {true, true, !textAt(answer, "backend").empty(), finding, answer};
 }
 
 }  // namespace
@@ -128,8 +134,8 @@ std::vector<Finding> checkServers(const PluginFolder& plugin) {
 }
 
 WorkflowCheck checkWorkflow(const PluginFolder& plugin, const std::string& name, const fs::path& file,
-                            std::chrono::milliseconds patience) {
-  return ask(plugin, "--check", "workflow " + name, file, patience);
+                            std::chrono::milliseconds patience, const std::function<bool()>& stop) {
+  return ask(plugin, "--check", "workflow " + name, file, patience, stop);
 }
 
 WorkflowCheck askForControls(const PluginFolder& plugin, const fs::path& file, std::chrono::milliseconds patience) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,7 @@ inline constexpr std::string_view kServer = "server ";  // how the subjects of s
 std::vector<Finding> checkServers(const PluginFolder& plugin);
 
 struct WorkflowCheck {
+  bool readable = true;   // else the host could not even show the file to the helper
   bool answered = false;  // by the helper
   bool known = false;     // as a workflow for one of its back ends, whether it can be run here or not
   Finding finding;
@@ -43,9 +45,10 @@ struct WorkflowCheck {
 };
 
 // Has the helper check the workflow in `file`, called `name`, and the back end that it names, down to the nodes and
-// models that its server lacks. It is killed after `patience`; when that is none, the finding is a note.
+// models that its server lacks. It is killed after `patience`, or when `stop` (may be empty) says true; when there is
+// no patience, the finding is a note.
 WorkflowCheck checkWorkflow(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
-                            std::chrono::milliseconds patience);
+                            std::chrono::milliseconds patience, const std::function<bool()>& stop = {});
 
 // The same for the workflow's controls, which stand in the answer.
 WorkflowCheck askForControls(const PluginFolder& plugin, const std::filesystem::path& file,

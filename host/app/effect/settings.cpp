@@ -182,12 +182,18 @@ DrawingOptions drawingIn(const fs::path& file) {
   return drawingOptionsOf(document.value("drawing", Json::object()), titleOf(file));
 }
 
-void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
-                  const fs::path& file) {
+Json settingsOf(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing) {
   Json parameters = Json::object();
   for (const Parameter& parameter : node.all()) parameters[parameter.name] = node.stored(parameter.id);
-  Json document{{"format", kFormat}, {"version", kVersion}, {"parameters", parameters}, {"drawing", jsonOf(drawing)}};
-  if (!controls.empty()) document["controls"] = controls;
+  Json settings{{"parameters", parameters}, {"drawing", jsonOf(drawing)}};
+  if (!controls.empty()) settings["controls"] = controls;
+  return settings;
+}
+
+void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
+                  const fs::path& file) {
+  Json document{{"format", kFormat}, {"version", kVersion}};
+  document.update(settingsOf(node, controls, drawing));
   writeFile(file, document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 

@@ -45,6 +45,9 @@ NodeSetUp setUpNode(NodeParameters& node, host::Document& document, const Effect
 // How a settings file says that the host draws. Throws Failure as setUpNode does.
 DrawingOptions drawingIn(const std::filesystem::path& file);
 
+// What a settings file holds of the node's parameters, the workflow's controls and the drawing, without its head.
+Json settingsOf(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing);
+
 // Replaces `file` at once or not at all. Throws Error.
 void saveSettings(const NodeParameters& node, const Json& controls, const DrawingOptions& drawing,
                   const std::filesystem::path& file);

@@ -58,18 +58,21 @@ class Captured {
   bool open_ = true;
 };
 
+constexpr std::chrono::milliseconds kLook{50};  // how often a break is looked for
+
+// At most kLook.
 int millisecondsUntil(Clock::time_point end) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
-  return static_cast<int>(std::max<decltype(left)>(left, 0));
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+  return static_cast<int>(std::clamp<decltype(left.count())>(left.count(), 0, kLook.count()));
 }
 
 enum class Reading { Ended, TimedOut };
 
-Reading readBoth(Captured& output, Captured& errors, Clock::time_point end) {
+Reading readBoth(Captured& output, Captured& errors, Clock::time_point end, const std::function<bool()>& stop) {
   while (output.reading() >= 0 || errors.reading() >= 0) {
+    if (Clock::now() >= end || (stop && stop())) return Reading::TimedOut;
     std::array<pollfd, 2> waits{pollfd{output.reading(), POLLIN, 0}, pollfd{errors.reading(), POLLIN, 0}};
     const int ready = ::poll(waits.data(), waits.size(), millisecondsUntil(end));
-    if (ready == 0) return Reading::TimedOut;
     if (ready > 0 && waits[0].revents != 0) output.take();
     if (ready > 0 && waits[1].revents != 0) errors.take();
   }
@@ -105,7 +108,8 @@ pid_t start(const std::vector<std::string>& command, const Captured& output, con
 
 }  // namespace
 
-ChildResult runChild(const std::vector<std::string>& command, std::chrono::milliseconds patience) {
+ChildResult runChild(const std::vector<std::string>& command, std::chrono::milliseconds patience,
+                     const std::function<bool()>& stop) {
   Captured output, errors;
   int error = 0;
   const pid_t child = start(command, output, errors, error);
@@ -113,7 +117,7 @@ ChildResult runChild(const std::vector<std::string>& command, std::chrono::milli
   output.closeWriting();
   errors.closeWriting();
   const Clock::time_point end = Clock::now() + patience;
-  const bool silent = readBoth(output, errors, end) == Reading::Ended;
+  const bool silent = readBoth(output, errors, end, stop) == Reading::Ended;
   const std::optional<int> status = silent ? statusUntil(child, end) : std::nullopt;
   ChildResult result{ChildResult::End::Killed, -1, std::move(output.text), std::move(errors.text)};
   if (!status) {

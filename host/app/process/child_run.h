@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,9 @@ struct ChildResult {
   std::string errors;  // standard error, likewise; the reason when NotStarted
 };
 
-// Runs the program `command[0]`, looked up on PATH, with empty standard input, and waits for it. After `patience` it
-// is killed with everything else that runs below this process.
-ChildResult runChild(const std::vector<std::string>& command, std::chrono::milliseconds patience);
+// Runs the program `command[0]`, looked up on PATH, with empty standard input, and waits for it. After `patience`, and
+// soon after `stop` (may be empty) says true, it is killed with everything else that runs below this process.
+ChildResult runChild(const std::vector<std::string>& command, std::chrono::milliseconds patience,
+                     const std::function<bool()>& stop = {});
 
 }  // namespace quillmere::app

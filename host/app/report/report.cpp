@@ -13,54 +13,11 @@
 #include <thread>
 
 #include "base/utf8.h"
+#include "event_stream.h"
 #include "terminal_line.h"
 
 namespace quillmere::app {
 namespace {
-
-Json eventOf(const Progress& told) {
-  Json event{{"event", "progress"}, {"frame", told.frame}, {"phase", told.phase}, {"message", told.message}};
-  if (told.fraction) event["progress"] = *told.fraction;
-  if (told.steps) event.update(Json{{"step", told.steps->done}, {"steps", told.steps->all}});
-  if (told.secondsLeft) event["seconds_left"] = *told.secondsLeft;
-  if (told.ahead) event["ahead"] = *told.ahead;
-  if (!told.preview.empty()) event["preview"] = told.preview;
-  return event;
-}
-
-class JsonReport : public Report {
- public:
-  explicit JsonReport(Output& results) : results_(results) {}
-
-  void statusText(const std::string& utf8) override { tell({{"event", "status-text"}, {"text", utf8}}); }
-  void statusSpin(bool on) override { tell({{"event", "status-spin"}, {"on", on}}); }
-  void statusBar(double fraction) override { tell({{"event", "status-bar"}, {"value", fraction}}); }
-  void console(const std::string& utf8) override { tell({{"event", "console"}, {"text", utf8}}); }
-  void command(int id, int subid) override { tell({{"event", "command"}, {"id", id}, {"subid", subid}}); }
-  void pictureViewer(const image::Image& shown) override {
-    tell({{"event", "picture-viewer"}, {"width", shown.width()}, {"height", shown.height()}});
-  }
-  void progress(const Progress& progress) override { tell(eventOf(progress)); }
-  bool wantsPreviews() const override { return true; }
-  void frameEnds(const FrameReport& report) override {
-    tell({{"event", "frame"},
-          {"frame", report.frame},
-          {"result", report.result},
-          {"output", report.output.empty() ? Json() : Json(report.output)},
-          {"seconds", report.seconds},
-          {"parameters", report.parameters}});
-  }
-  bool outputLost() const override { return results_.lost(); }
-
- private:
-  void tell(const Json& event) { results_.write(lineOf(event)); }
-
-  Output& results_;
-};
-
-bool stopped(const FrameReport& report) {
-  return report.result == static_cast<int>(cinema::RENDERRESULT::USERBREAK);
-}
 
 // The failure itself is told by the command.
 class QuietReport : public Report {
@@ -70,7 +27,7 @@ class QuietReport : public Report {
   void frameBegins(std::int32_t /*frame*/, std::int64_t /*index*/, std::int64_t /*count*/) override { told_.clear(); }
   void console(const std::string& utf8) override { told_ += printable(utf8) + "\n"; }
   void frameEnds(const FrameReport& report) override {
-    if (report.output.empty() && !stopped(report)) errors_.write(told_);
+    if (report.state == FrameReport::State::Failed) errors_.write(told_);
   }
   bool outputLost() const override { return false; }
 
@@ -83,13 +40,14 @@ std::string row(const char* label, const std::string& file) {
   return file.empty() ? "" : "  " + std::string(label) + printable(file) + "\n";
 }
 
-// How the frame ended and its files, one a line.
+// How the frame ended and the files of one that is done, one a line.
 std::string frameSummary(const FrameReport& report) {
-  const char* end = stopped(report) ? " stopped" : report.output.empty() ? " failed" : " done";
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.2f s", report.seconds);
-  return "frame " + std::to_string(report.frame) + end + " in " + seconds + "\n" + row("guide    ", report.guide) +
-         row("picture  ", report.picture) + row("output   ", report.output);
+  const std::string summary =
+      "frame " + std::to_string(report.frame) + " " + wordOf(report.state) + " in " + seconds + "\n";
+  if (report.state != FrameReport::State::Done) return summary;
+  return summary + row("guide    ", report.guide) + row("picture  ", report.picture) + row("output   ", report.output);
 }
 
 class LineReport : public Report {
@@ -249,7 +207,7 @@ bool isSteerableTerminal(int descriptor) {
 std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& errors) {
   switch (style) {
     case ReportStyle::Json:
-      return std::make_unique<JsonReport>(results);
+      return makeEventStream(results);
     case ReportStyle::Quiet:
       return std::make_unique<QuietReport>(errors);
     case ReportStyle::Lines:

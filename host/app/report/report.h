@@ -4,21 +4,42 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/json.h"
 #include "output.h"
 #include "sdk/api/application.h"
+#include "values/failure.h"
+#include "values/frames.h"
 
 namespace quillmere::app {
 
+// What a render is about to do.
+struct RenderPlan {
+  std::string scene;                 // full path
+  std::vector<std::string> cameras;  // by name, in the order in which they are rendered
+  std::string frames;                // as --frames takes them
+  std::int64_t count = 0;            // pictures: frames times cameras
+  PictureSize size;
+  std::string output;                 // pattern of the files
+  std::string workflow;               // full path, empty when there is none
+  Json settings;                      // see settingsOf
+  std::vector<std::string> warnings;  // what the user may not expect, a line each
+};
+
 // How one frame ended.
 struct FrameReport {
+  enum class State { Done, Failed, Stopped };
+
   std::int32_t frame = 0;
+  std::string camera;
+  State state = State::Failed;
   int result = 0;              // the host's result code
-  std::string output;          // the file written, empty when there is none
+  std::string output;          // the file written, empty unless done
+  std::string guide, picture;  // of the effect: the files of this frame, empty when there are none
+  std::string error;           // why it failed, with the remedy; empty unless it did
   double seconds = 0;          // wall time of the whole frame
   Json parameters;             // of the effect's node, by ID
-  std::string guide, picture;  // of the effect: files, empty when there are none
 };
 
 // How far the helper is with a frame, as far as it tells.
@@ -38,11 +59,14 @@ struct Progress {
 // Tells the user how a render goes. What the host is told arrives through Events, on the thread that renders.
 class Report : public host::Events {
  public:
+  virtual void renderBegins(const RenderPlan& /*plan*/) {}
   // Frame `frame`, the `index`th (from 0) of `count`, begins.
   virtual void frameBegins(std::int32_t /*frame*/, std::int64_t /*index*/, std::int64_t /*count*/) {}
   // After the status text of the same moment, and only when something has changed.
   virtual void progress(const Progress& /*progress*/) {}
   virtual void frameEnds(const FrameReport& report) = 0;
+  // The last of all; it holds an error only when something other than a frame's failure has ended the render.
+  virtual void renderEnds(const Ending& /*ending*/) {}
   // Whether somebody may look at preview pictures.
   virtual bool wantsPreviews() const { return false; }
   // True once nobody reads standard output any more.
@@ -54,7 +78,7 @@ class Report : public host::Events {
 // Lines: each new status text and console line on `errors`, the files of each frame on `results`; where `errors` is a
 // terminal, a status line at its foot instead, drawn ten times a second.
 // Quiet: what the host's console is told during a frame that then fails.
-// Json: one object a line on `results`, as soon as the host is told and in that order.
+// Json: one object a line on `results`, as soon as the host is told and in that order; docs/events.md lists them.
 enum class ReportStyle { Lines, Quiet, Json };
 
 // Both outputs must outlive the report.

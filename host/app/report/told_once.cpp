@@ -40,8 +40,7 @@ void ToldOnce::progress(const Progress& progress) {
 }
 
 void ToldOnce::frameEnds(const FrameReport& report) {
-  const bool failed = report.output.empty() && report.result != static_cast<int>(cinema::RENDERRESULT::USERBREAK);
-  if (!failed) passOn();
+  if (report.state != FrameReport::State::Failed) passOn();
   held_.clear();
   report_.frameEnds(report);
 }

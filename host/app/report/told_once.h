@@ -24,9 +24,11 @@ class ToldOnce : public Report {
   void console(const std::string& utf8) override;
   void command(int id, int subid) override { report_.command(id, subid); }
   void pictureViewer(const image::Image& shown) override { report_.pictureViewer(shown); }
+  void renderBegins(const RenderPlan& plan) override { report_.renderBegins(plan); }
   void frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) override;
   void progress(const Progress& progress) override;
   void frameEnds(const FrameReport& report) override;
+  void renderEnds(const Ending& ending) override { report_.renderEnds(ending); }
   bool wantsPreviews() const override { return report_.wantsPreviews(); }
   bool outputLost() const override { return report_.outputLost(); }
   void silence() override { report_.silence(); }

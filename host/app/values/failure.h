@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -22,6 +23,15 @@ class Failure : public Error {
   ExitStatus status_;
   std::string remedy_;
 };
+
+// How the command ends.
+struct Ending {
+  ExitStatus status = ExitStatus::Done;
+  std::string error, remedy;  // empty where there is nothing to tell
+};
+
+// Because of what was thrown.
+Ending endingOf(const std::exception& thrown);
 
 // What `read` returns; an Error of its, the reason alone, becomes the Failure of `what`.
 template <class Read>

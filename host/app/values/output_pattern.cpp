@@ -12,13 +12,13 @@
 namespace quillmere::app {
 namespace {
 
-struct Ending {
+struct FormatEnding {
   const char* text;
   FileFormat format;
 };
 // The longer ending of two that fit comes first.
-constexpr std::array kEndings{Ending{".16.png", FileFormat::Png16}, Ending{".png", FileFormat::Png8},
-                              Ending{".exr", FileFormat::Exr}};
+constexpr std::array kEndings{FormatEnding{".16.png", FileFormat::Png16}, FormatEnding{".png", FileFormat::Png8},
+                              FormatEnding{".exr", FileFormat::Exr}};
 
 constexpr std::size_t kUsualDigits = 4, kMostDigits = 20;
 constexpr std::size_t kLongestName = 100;  // bytes of a camera's name in a file's
@@ -114,6 +114,13 @@ Placeholder placeholderAt(std::string_view rest, bool inFolder, const std::strin
   }
 }
 
+// Text in which a '%' is written as one.
+std::string withoutPlaceholders(const std::string& text) {
+  std::string escaped;
+  for (const char letter : text) escaped += letter == '%' ? "%%" : std::string(1, letter);
+  return escaped;
+}
+
 // A camera's name as part of a file's.
 std::string asFileName(const std::string& camera) {
   std::string name;
@@ -133,7 +140,7 @@ std::string asFileName(const std::string& camera) {
 
 OutputPattern OutputPattern::parse(const std::string& text) {
   const std::string name = std::filesystem::path(text).filename().string();
-  const auto ending = std::find_if(kEndings.begin(), kEndings.end(), [&](const Ending& one) {
+  const auto ending = std::find_if(kEndings.begin(), kEndings.end(), [&](const FormatEnding& one) {
     const std::string_view end = one.text;
     return name.size() > end.size() && lowered(name.substr(name.size() - end.size())) == end;
   });
@@ -165,6 +172,16 @@ void OutputPattern::readPieces(const std::string& text, std::size_t length, std:
     at += found.length;
   }
   if (!plain.empty()) pieces_.push_back({Piece::Kind::Text, plain, 0});
+}
+
+std::string OutputPattern::text() const {
+  std::string text;
+  for (const Piece& piece : pieces_) {
+    if (piece.kind == Piece::Kind::Camera) text += "{camera}";
+    if (piece.kind == Piece::Kind::Frame) text += "%0" + std::to_string(piece.digits) + "d";
+    if (piece.kind == Piece::Kind::Text) text += withoutPlaceholders(piece.text);
+  }
+  return text + ending_;
 }
 
 bool OutputPattern::has(Piece::Kind kind) const {

@@ -20,6 +20,8 @@ class OutputPattern {
   static OutputPattern parse(const std::string& text);
 
   FileFormat format() const { return format_; }
+  // What parse() reads as the same pattern, as long as no camera's name stands in it.
+  std::string text() const;
   // The folder as far as it is the same for all frames; may be empty: the working directory.
   std::filesystem::path folder() const;
   bool numbersFrames() const { return has(Piece::Kind::Frame); }
