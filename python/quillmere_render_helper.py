@@ -18,6 +18,10 @@ def main() -> int:
         _signal.signal(_signal.SIGINT, _signal.SIG_DFL)  # until a render listens: a break is no traceback
     interpreter.settle(sys.argv)
     interpreter.leave_if_too_old(sys.argv)
+    if len(sys.argv) == 3 and not any(given.startswith("-") for given in sys.argv):  # as the effect starts it
+        from quillmere_helper import render
+
+        return render.run(sys.argv, sys.argv[1], sys.argv[2])
     from quillmere_helper.command_line import run
 
     return run(sys.argv)

@@ -4,7 +4,6 @@ import os
 import select
 import signal
 import stat
-import subprocess
 import threading
 import time
 from contextlib import contextmanager
@@ -114,6 +113,8 @@ def _parent_and_name(process: int) -> tuple[Optional[int], str]:
 
 
 def _told_by_ps(process: int) -> tuple[Optional[int], str]:
+    import subprocess
+
     command = ["ps", "-o", "ppid=", "-o", "comm=", "-p", str(process)]
     try:
         told = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, timeout=5).stdout.decode().split()

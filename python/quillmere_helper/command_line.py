@@ -2,7 +2,7 @@
 
 import argparse
 import json
-from typing import Any, Callable
+from typing import Any, Callable, Optional
 
 from . import VERSION, backends, interpreter, render, servers, web
 from .errors import HelperError
@@ -76,13 +76,14 @@ def _control_lines(report: dict[str, Any]) -> str:
 def _checked(path: str) -> dict[str, Any]:
     """Where each part of a request goes: a list of "part", "node", "title", "kind", "input" and "how" (marker,
     placeholder, shape or control). What comes back: "node", "title", "kind", whether it is the "frame". Missing files:
-    "node", "title", "input", "value"."""
+    "node", "title", "input", "value". Passes: the words of passes.py."""
     report: dict[str, Any] = {"workflow": path, "ok": False, "backend": "", "problem": "", "remedy": ""}
-    report.update(server="", version="", places=[], results=[], notes=[], missing={"nodes": [], "files": []})
-    return _filled(report, _check)
+    report.update(server="", version="", passes=[], places=[], results=[], notes=[], missing={"nodes": [], "files": []})
+    return _filled(report, lambda backend, workflow: _check(backend, workflow, report))
 
 
-def _check(backend: backends.Backend, workflow: Workflow) -> dict[str, Any]:
+def _check(backend: backends.Backend, workflow: Workflow, report: dict[str, Any]) -> dict[str, Any]:
+    report["passes"] = backend.passes(workflow)  # which is known also when a server isn't there to ask for the rest
     facts = backend.check(workflow)
     return facts if facts.get("problem") else {**facts, "problem": interpreter.problem_with(backend.REQUIRES)}
 
@@ -109,22 +110,30 @@ def _show_servers(as_json: bool) -> int:
     """Prints a line, or a JSON object, for each kind of server; none that answers is no failure."""
     for kind in [backends.load(name).SERVER for name in backends.MODULES]:
         if kind is not None:
-            report = _asked(kind)
-            state = f"answers {report['version']}".rstrip() if report["ok"] else _trouble(report)
-            if as_json:
-                _print_object(report)
-            else:
-                print(readable(f"{kind.name} at {report['url']}: {state}"))
+            for report in _asked(kind):
+                state = f"answers {report['version']}".rstrip() if report["ok"] else _trouble(report)
+                if as_json:
+                    _print_object(report)
+                else:
+                    print(readable(f"{kind.name} at {report['url']}: {state}"))
     return 0
 
 
-def _asked(kind: servers.Kind) -> dict[str, Any]:
-    report: dict[str, Any] = {"kind": kind.name, "url": "", "ok": False, "version": ""}
-    report.update(problem="", remedy="")
+def _asked(kind: servers.Kind) -> list[dict[str, Any]]:
     try:
-        site = servers.site_for(kind, None, "the environment")
-        report["url"] = site.url
-        report.update(version=kind.version(web.Site(site.url, site.login, PATIENCE)), ok=True)
+        return [_answer_of(kind, site) for site in servers.sites_for(kind, None, "the environment")]
     except HelperError as error:
-        report.update(problem=masked(error.text), remedy=masked(error.remedy))
-    return report
+        return [_server_report(kind, "", error)]
+
+
+def _answer_of(kind: servers.Kind, site: web.Site) -> dict[str, Any]:
+    try:
+        version = kind.version(web.Site(site.url, site.login, PATIENCE))
+        return {**_server_report(kind, site.url), "version": version, "ok": True}
+    except HelperError as error:
+        return _server_report(kind, site.url, error)
+
+
+def _server_report(kind: servers.Kind, url: str, error: Optional[HelperError] = None) -> dict[str, Any]:
+    told = (masked(error.text), masked(error.remedy)) if error else ("", "")
+    return {"kind": kind.name, "url": url, "ok": False, "version": "", "problem": told[0], "remedy": told[1]}

@@ -100,16 +100,16 @@ class Response:
         write_whole(self._path, to_json(members), lasting=True)
 
 
-def write_whole(path: str, content: bytes, lasting: bool = False) -> None:
+def write_whole(path: str, content: bytes, lasting: bool = False, mode: int = 0o666) -> None:
     """Writes `content` to `path`: beside it first, then renamed over it, so that no reader ever sees half of it.
-    `lasting`: a machine that loses its power right after this has the whole file too.
+    `lasting`: a machine that loses its power right after this has the whole file too. `mode`: who may read it at most.
 
     Raises OSError; what was at `path` before is then still there, and nothing is left beside it.
     """
     folder, name = os.path.split(path)
     beside = os.path.join(folder, ".{}.{}.part".format(name, os.getpid()))
     try:
-        with open(beside, "wb") as file:
+        with open(beside, "wb", opener=lambda path, flags: os.open(path, flags, mode)) as file:
             file.write(content)
             if lasting:
                 file.flush()

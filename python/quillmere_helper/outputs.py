@@ -9,16 +9,14 @@ import re
 from pathlib import Path
 from typing import Any, Mapping, Optional
 
-from . import VERSION, exchange, png, untrusted
+from . import VERSION, exchange, png
 from .errors import HelperError, reason_of
-from .request import RenderRequest
+from .request import RenderRequest, told_by_host
 from .workflows import RECORD, Workflow
 
 CHOOSE = "choose another one"
 SIDE_FILE = ".json"  # added to the name of a picture
 LONGEST_STEM = 200  # bytes of a name before its number; file systems allow 255 in all
-FILE_FROM_HOST = "QUILLMERE_PROVENANCE_FILE"  # environment: a JSON file of what only the host knows: scene, camera, ...
-LARGEST_FROM_HOST = 16 << 20  # bytes
 
 
 def record_of(
@@ -26,10 +24,8 @@ def record_of(
 ) -> dict[str, Any]:
     """What made a picture, enough to make it again; `seed` None: it has none. `more` comes from the back end and goes
     before the rest; what the host tells never hides what is known here."""
-    try:
-        told = untrusted.read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
-    except (KeyError, HelperError):  # without it a record lacks a little, but costs no picture
-        told = {}
+    told = told_by_host()
+    told.pop("passes", None)  # of which those that were used are in `more`
     told.update(helper_version=VERSION, effective_prompt=request.effective_prompt)
     told.update(frame=request.frame, width=request.width, height=request.height, seed=seed)
     told.update(guide=request.reference_image, style=request.locked_style_image)

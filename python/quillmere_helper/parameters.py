@@ -1,11 +1,8 @@
 """The keys and parameters of a workflow file: one table per back end says what it accepts; and what a seed becomes."""
 
-import difflib
 import os
 import re
-import secrets
-from dataclasses import dataclass
-from typing import Any, Mapping, Sequence, Union
+from typing import Any, Mapping, NamedTuple, Sequence, Union
 
 from .errors import HelperError
 
@@ -14,8 +11,7 @@ FRAME_STEP = 0x9E3779B97F4A7C15  # 2^64 / golden ratio: neighbouring frames get 
 SEED_FROM_HOST = "QUILLMERE_SEED"  # environment: the seed of a picture that is to be made again
 
 
-@dataclass(frozen=True)
-class Parameter:
+class Parameter(NamedTuple):
     """One accepted parameter. The type of `default` is its type; `least` and `most` bound numbers."""
 
     name: str
@@ -76,10 +72,20 @@ def read_parameters(
     given = content.get("parameters", {})
     if not isinstance(given, Mapping):
         raise HelperError(f'"parameters" in {where} must be a JSON object')
+    return read_table(given, table, where, "parameter", controls)
+
+
+def read_table(
+    given: Mapping[str, Any], table: Table, where: str, noun: str, controls: Mapping[str, Any] = EMPTY
+) -> dict[str, Any]:
+    """Every parameter of `table`, which users call a `noun`, with its value in `given` or its default. Raises HelperError
+    for any that is not accepted."""
     known = {parameter.name: parameter for parameter in table}
     for name, value in given.items():
-        word = "control" if name in controls else "parameter"
+        word = "control" if name in controls else noun
         if name not in known:
+            import difflib
+
             close = difflib.get_close_matches(name, known, 1)
             remedy = (f'did you mean "{close[0]}"? ' if close else "") + f"accepted: {', '.join(known)}"
             raise HelperError(f'Unknown {word} "{name}" in {where}', remedy=remedy)
@@ -103,7 +109,7 @@ def seed_for(choice: Union[int, str], frame: int) -> int:
             raise HelperError(f'{SEED_FROM_HOST} is "{given[:40]}"; it must be a whole number of 0 to {LARGEST_SEED}')
         return int(given)
     if choice == "random":
-        return secrets.randbits(64)
+        return int.from_bytes(os.urandom(8), "big")
     if choice == "frame":
         return (frame + 1) * FRAME_STEP & LARGEST_SEED
     return int(choice)

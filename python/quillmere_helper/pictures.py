@@ -11,6 +11,7 @@ from .errors import HelperError
 Picture = tuple[bytes, str]  # a whole file and its kind: "png", "jpg" or "webp"
 
 CHANNELS = {0: 1, 2: 3, 3: 1, 4: 2, 6: 4}  # by colour type
+INVERTED = bytes(range(255, -1, -1))
 LARGEST_PIXELS = 64_000_000
 
 
@@ -63,9 +64,7 @@ def plain_png(content: bytes) -> bytes:
     """
     used = (b"IHDR", b"PLTE", b"tRNS", b"IDAT")
     parts = [(kind, bytes(data)) for kind, data in png.chunks(content) if kind in used]
-    if not parts or parts[0][0] != b"IHDR" or len(parts[0][1]) != 13:
-        raise png.BadPng("it has no header")
-    header = _header(parts[0][1])
+    header = header_of(content)
     if (header.depth, header.colour) == (8, 2) and all(kind != b"tRNS" for kind, _ in parts):
         return content
     palette, packed = (b"".join(data for kind, data in parts if kind == name) for name in (b"PLTE", b"IDAT"))
@@ -74,7 +73,28 @@ def plain_png(content: bytes) -> bytes:
     return png.file_of((b"IHDR", size), (b"IDAT", zlib.compress(rows, 1)))
 
 
-def _header(data: bytes) -> Header:
+def with_mask(content: bytes) -> bytes:
+    """A grey 8-bit RGB PNG with an alpha that is 0 where it is white: servers' loaders make masks of 1 - alpha, and leave
+    the colour as it is. Raises BadPng."""
+    header = header_of(content)
+    if (header.depth, header.colour) != (8, 2):
+        raise png.BadPng("it is no 8-bit RGB picture")
+    packed = b"".join(bytes(data) for kind, data in png.chunks(content) if kind == b"IDAT")
+    rows = bytearray()
+    for grey in _rows(packed, header, 0):
+        row = bytearray(4 * header.width)
+        row[0::4] = row[1::4] = row[2::4] = grey
+        row[3::4] = grey.translate(INVERTED)
+        rows += b"\0" + row
+    size = struct.pack(">IIBBBBB", header.width, header.height, 8, 6, 0, 0, 0)
+    return png.file_of((b"IHDR", size), (b"IDAT", zlib.compress(rows, 1)))
+
+
+def header_of(content: bytes) -> Header:
+    """Of a PNG. Raises BadPng for one that is none, or has a form that few programs write."""
+    kind, data = next(iter(png.chunks(content)))
+    if kind != b"IHDR" or len(data) != 13:
+        raise png.BadPng("it has no header")
     width, height, depth, colour, _, _, interlaced = struct.unpack(">IIBBBBB", data)
     if colour not in CHANNELS or depth not in (8, 16) or (colour == 3 and depth != 8) or interlaced:
         raise png.BadPng("it is interlaced or has an unusual number of bits; save it as 8-bit RGB")
@@ -83,8 +103,8 @@ def _header(data: bytes) -> Header:
     return Header(width, height, depth, colour)
 
 
-def _rows(packed: bytes, header: Header) -> Iterator[bytes]:
-    """The rows with their filters undone."""
+def _rows(packed: bytes, header: Header, channel: Optional[int] = None) -> Iterator[bytes]:
+    """The rows with their filters undone; of 8-bit pictures one `channel` alone, which has nothing to do with the rest."""
     length = header.width * header.step + 1
     decompressor = zlib.decompressobj()
     try:
@@ -93,15 +113,19 @@ def _rows(packed: bytes, header: Header) -> Iterator[bytes]:
         raise png.BadPng("its content is damaged") from error
     if len(data) < length * header.height:
         raise png.BadPng("it is cut off")
-    above = bytes(length - 1)
+    offset, step = (0, 1) if channel is None else (channel, header.step)
+    above = bytes((length - 1) // step)
     for start in range(0, len(data), length):
-        above = _unfiltered(data[start], data[start + 1 : start + length], above, header.step)
+        row = data[start + 1 + offset : start + length : step]
+        above = _unfiltered(data[start], row, above, header.step // step)
         yield above
 
 
 def _unfiltered(kind: int, row: bytes, above: bytes, step: int) -> bytes:
     if kind == 0:
         return row
+    if kind in (2, 4) and row.count(0) == len(row):  # most rows of a matte
+        return above
     if kind == 1:
         out = bytearray(row)
         for channel in range(step):

@@ -1,7 +1,6 @@
 """One run of the helper: from a request to a response, also when something fails in between."""
 
 import time
-import traceback
 
 from . import backends, cancellation, interpreter
 from .backends import Job
@@ -41,7 +40,7 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         backend = job.workflow.backend
         made = backends.load(backend).make(job)
         facts = {"backend": backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
-        notes = made.notes + job.outputs.notes
+        notes = [*made.notes, *job.outputs.notes]
         response.succeed(job.outputs.paths, {**facts, "notes": notes})
         for note in notes:
             complain(note)
@@ -54,6 +53,8 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         return _failed(response, "The render helper had too little memory; free some, or render a smaller picture", "")
     except Exception as error:  # the last resort: a fault of ours, or a system at its limits
         what = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
+        import traceback
+
         status.fail(LASTING)
         text = f'The render helper failed unexpectedly ({what}); details are in "{response.log_path}"'
         return _failed(response, text, traceback.format_exc())

@@ -1,8 +1,7 @@
-"""The render request, as the effect writes it."""
+"""The render request, as the effect writes it, and what the host tells beside it."""
 
 import os
-from dataclasses import dataclass, fields
-from typing import Any
+from typing import Any, NamedTuple
 
 from .errors import HelperError
 from .exchange import LARGEST_REQUEST
@@ -12,11 +11,12 @@ LARGEST_SIDE = 16000  # pixels; of the host's pictures, the guide among them
 LARGEST_AREA = 64_000_000  # pixels
 AGAIN = "render the frame again"
 STYLE_FROM_HOST = "QUILLMERE_STYLE"  # environment: a style image in place of the request's; empty: none
+FILE_FROM_HOST = "QUILLMERE_PROVENANCE_FILE"  # environment: a JSON file that the host writes before each frame
+LARGEST_FROM_HOST = 16 << 20  # bytes
 KINDS = {str: "text", int: "whole number"}
 
 
-@dataclass(frozen=True)
-class RenderRequest:
+class RenderRequest(NamedTuple):
     """What to make, checked; the field names are the keys of the file. Paths are as the effect wrote them."""
 
     workflow_path: str
@@ -35,16 +35,25 @@ def read_request(path: str) -> RenderRequest:
     """Raises HelperError when the file is not a request that can be carried out. Keys that are not ours are ignored."""
     members = read_object(path, "render request", LARGEST_REQUEST, AGAIN)
     values: dict[str, Any] = {}
-    for field in fields(RenderRequest):
-        value = members.get(field.name)
-        if type(value) is not field.type:
-            problem = f'lacks "{field.name}"' if value is None else f'has no {KINDS[field.type]} in "{field.name}"'
+    for name, kind in RenderRequest.__annotations__.items():
+        value = members.get(name)
+        if type(value) is not kind:
+            problem = f'lacks "{name}"' if value is None else f'has no {KINDS[kind]} in "{name}"'
             raise HelperError(f'The render request "{path}" {problem}; {AGAIN}')
-        values[field.name] = value
+        values[name] = value
     values["locked_style_image"] = os.environ.get(STYLE_FROM_HOST, values["locked_style_image"])
     request = RenderRequest(**values)
     _check(request)
     return request
+
+
+def told_by_host() -> dict[str, Any]:
+    """What only the host knows of this frame: scene, camera, passes ...; empty when it tells nothing that can be read,
+    which costs no picture."""
+    try:
+        return read_object(os.environ[FILE_FROM_HOST], "provenance", LARGEST_FROM_HOST, "")
+    except (KeyError, HelperError):
+        return {}
 
 
 def _check(request: RenderRequest) -> None:
@@ -55,10 +64,9 @@ def _check(request: RenderRequest) -> None:
     ):
         if not value:
             raise HelperError(missing)
-    for field in fields(request):
-        value = getattr(request, field.name)
+    for name, value in request._asdict().items():
         if isinstance(value, str) and not _may_be_a_path(value):
-            raise HelperError(f'"{field.name}" in the render request holds characters that no text has; enter it anew')
+            raise HelperError(f'"{name}" in the render request holds characters that no text has; enter it anew')
     width, height = request.width, request.height
     if min(width, height) < 1 or max(width, height) > LARGEST_SIDE or width * height > LARGEST_AREA:
         raise HelperError(

@@ -5,9 +5,10 @@ import re
 import stat
 import time
 import urllib.parse
+from contextlib import contextmanager
 from dataclasses import dataclass
 from pathlib import Path
-from typing import Any, Callable, Mapping, Optional, TypeVar
+from typing import Any, Callable, Iterator, Mapping, Optional, Sequence, TypeVar
 
 from . import cancellation, readable, web
 from .errors import HelperError
@@ -19,10 +20,12 @@ LARGEST_CREDENTIALS = 1 << 20  # bytes
 LOGINS = (("TOKEN", "token", web.bearer), ("AUTH", "basic", web.basic))  # variable's end, key in the file, header
 PATIENCE = "QUILLMERE_SERVER_PATIENCE"  # environment: seconds to wait for a server that has gone
 USUAL_PATIENCE = 300.0
+MOST_SERVERS = 32
 PAUSE = 1.0  # seconds between two tries
 
 Tell = Callable[[str, Optional[float]], None]
 T = TypeVar("T")
+_limits: list[float] = []  # of the patience, see `impatient`
 
 
 @dataclass(frozen=True)
@@ -41,25 +44,44 @@ class Kind:
         return f"{self.prefix}_{what}"
 
 
-def site_for(kind: Kind, given: Any, where: str) -> web.Site:
-    """The server that `given` names (the "url" in the workflow file `where`), else the environment, else loopback."""
-    if given is not None and not isinstance(given, str):
-        raise HelperError(f'"url" in {where} must be a text like "{kind.default_url}"')
-    own = os.environ.get(kind.variable("URL"), "")
-    if given:
-        url = _checked_url(given, f'"url" in {where}', kind)
-    else:
-        url = _checked_url(own, kind.variable("URL"), kind) if own else kind.default_url
-    return web.Site(url, _login(kind, url, own))
+def sites_for(kind: Kind, given: Any, where: str) -> list[web.Site]:
+    """The servers that `given` names (the "url" in the workflow file `where`: a text or a list of texts), else the
+    environment, else the one on loopback; at least one, each once. A text may name several, with commas or spaces."""
+    texts = [] if given is None else given if isinstance(given, list) else [given]
+    if not all(isinstance(text, str) for text in texts):
+        raise HelperError(f'"url" in {where} must be a text like "{kind.default_url}", or a list of such texts')
+    own = _named_in(os.environ.get(kind.variable("URL"), ""))
+    named = [url for text in texts for url in _named_in(text)]
+    source = f'"url" in {where}' if named else kind.variable("URL")
+    urls = dict.fromkeys(_checked_url(url, source, kind) for url in named or own or [kind.default_url])
+    if len(urls) > MOST_SERVERS:
+        raise HelperError(f"{source} names {len(urls)} servers; at most {MOST_SERVERS} are taken")
+    return [web.Site(url, _login(kind, url, own)) for url in urls]
+
+
+def _named_in(text: str) -> list[str]:
+    return text.replace(",", " ").split()
 
 
 def patience() -> float:
-    """Seconds that the user wants to wait for a server that has gone."""
+    """Seconds to wait for a server that has gone: as many as the user wants, fewer while `impatient`."""
     text = os.environ.get(PATIENCE, "")
     try:
-        return max(0.0, float(text)) if text else USUAL_PATIENCE  # NaN is in no order
+        wanted = max(0.0, float(text)) if text else USUAL_PATIENCE  # NaN is in no order
     except ValueError as error:
         raise HelperError(f'{PATIENCE} is "{text}"; it must be a number of seconds') from error
+    return min(wanted, *_limits) if _limits else wanted
+
+
+@contextmanager
+def impatient(seconds: Optional[float]) -> Iterator[None]:
+    """Within this, no server that has gone is waited for longer; None: as long as ever."""
+    added = [] if seconds is None else [seconds]
+    _limits.extend(added)
+    try:
+        yield
+    finally:
+        del _limits[len(_limits) - len(added) :]
 
 
 def until_answered(call: Callable[[], T], tell: Tell) -> T:
@@ -107,10 +129,10 @@ def _origin(url: str) -> str:
     return f"{parts.scheme}://{(parts.hostname or '').lower()}:{port}"
 
 
-def _login(kind: Kind, url: str, own_url: str) -> Mapping[str, str]:
-    """Logins of the environment go only to the server named there, or to the usual one when none is: a workflow file
+def _login(kind: Kind, url: str, own: Sequence[str]) -> Mapping[str, str]:
+    """Logins of the environment go only to the servers named there, or to the usual one when none is: a workflow file
     may come from anybody, and must not be able to have them sent to its own address, on this machine or elsewhere."""
-    trusted = _origin(own_url or kind.default_url) == _origin(url)
+    trusted = _origin(url) in map(_origin, own or [kind.default_url])
     for ending, _, header in LOGINS if trusted else ():
         variable = kind.variable(ending)
         if os.environ.get(variable):

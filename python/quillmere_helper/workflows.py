@@ -1,8 +1,8 @@
 """Workflow files: which back end one is for, and what it asks of it."""
 
 import os
-from dataclasses import dataclass, field
-from typing import Any, Mapping
+from types import MappingProxyType
+from typing import Any, Mapping, NamedTuple
 
 from . import png, untrusted
 from .errors import HelperError
@@ -15,8 +15,7 @@ GRAPHS = ("prompt", "workflow")  # PNG texts of a ComfyUI server: the graph that
 WRAPPER = {"workflow", "controls"}  # the members of a file that names another one and sets controls of it
 
 
-@dataclass(frozen=True)
-class Workflow:
+class Workflow(NamedTuple):
     """A workflow file that was read; `content` is checked by the back end that `backend` names.
 
     `controls` are the values that a wrapper has set; they stand in `content` already.
@@ -25,7 +24,7 @@ class Workflow:
     path: str  # of the workflow itself, not of a wrapper
     backend: str
     content: Mapping[str, Any]
-    controls: Mapping[str, Any] = field(default_factory=dict)
+    controls: Mapping[str, Any] = MappingProxyType({})
 
     @property
     def name(self) -> str:

@@ -45,6 +45,7 @@ class ComfyServer:
         self.version = "0.3.64"
         self.invents_ids = False  # servers of before 2025-07
         self.has_sockets = True
+        self.lacks = ()  # names of node classes
         self.forgets_new_sockets = False  # the newer of two connections with one ID goes silent
         self.writes_metadata = True
         self.hides_jobs = False  # as some that stand before a server do with the jobs of others
@@ -207,7 +208,7 @@ class _Handler(Answering):
         elif step == "features" and comfy.has_features:
             self.reply({"supports_preview_metadata": True, "max_upload_size": comfy.upload_limit})
         elif step == "object_info":
-            self.reply(class_info(rest))
+            self.reply({} if rest in comfy.lacks else class_info(rest))
         elif step == "prompt":
             self.reply({"exec_info": {"queue_remaining": len(comfy.pending) + (1 if comfy.running else 0)}})
         elif step == "queue":

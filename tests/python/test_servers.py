@@ -21,7 +21,7 @@ class Servers(RenderCase):
         for odd in self.folder.glob("odd*"):
             odd.chmod(0o600)
         with mock.patch.dict(os.environ, {"QUILLMERE_CREDENTIALS": path, **environment}, clear=True):
-            return servers.site_for(KIND, url, "the workflow")
+            return servers.sites_for(KIND, url, "the workflow")[0]
 
     def test_the_workflow_names_the_server_else_the_environment_else_it_is_here(self):
         own = {"QUILLMERE_COMFYUI_URL": "https://studio/comfy/"}

@@ -37,6 +37,10 @@ class A1111:
             return None
         return [str(entry.get(key)) if isinstance(entry, dict) else str(entry) for entry in listed]
 
+    def control_models(self) -> Optional[list[str]]:
+        """The names of its ControlNet models; None without ControlNet."""
+        return self.names("/controlnet/model_list", "model_list")
+
     def progress(self) -> Mapping[str, Any]:
         query = {"skip_current_image": "true"}
         return self.checked(self.site.get("/sdapi/v1/progress", query, web.ALIVE)).object()

@@ -2,20 +2,24 @@
 
 import base64
 import binascii
-from dataclasses import dataclass
-from typing import Any, Mapping, Optional
+from dataclasses import dataclass, replace
+from typing import Any, Mapping, Sequence
 
 from ... import pictures, servers, web
 from ...errors import HelperError
 from ...parameters import Parameter, read_parameters
+from ...passes import WITHOUT, stands_in
+from ...pool import Lacking
 from ...request import RenderRequest
 from ...untrusted import as_list, as_object, json_of
 from ...workflows import Workflow
 from .client import A1111, KIND
+from .units import GUIDE, Unit, model_for, models_for, read_units
 
-KEYS = ("backend", "url", "parameters")
+KEYS = ("backend", "url", "parameters", "units", WITHOUT)
 SENT_AS_GIVEN = ("negative_prompt", "steps", "cfg_scale", "denoising_strength")
 WHEN_THERE, REQUIRED, OFF = "when there", "required", "off"
+OWN_UNIT = "controlnet"  # how the parameters of the guide's own unit begin
 
 PARAMETERS = (
     Parameter("seed", "frame", "of the sampler, which takes the lower 32 bits", words=("frame", "random")),
@@ -36,18 +40,57 @@ PARAMETERS = (
 
 @dataclass(frozen=True)
 class Settings:
-    site: web.Site
+    sites: Sequence[web.Site]  # at least one
     options: Mapping[str, Any]
+    units: Sequence[Unit]  # as the workflow lists them; empty: the one of its parameters
+    stand_in: bool  # whether the guide may stand in for passes that are not there
     where: str  # for messages
+
+    @property
+    def site(self) -> web.Site:
+        return self.sites[0]
+
+    def on_each(self) -> "list[Settings]":
+        """The same for each of its servers."""
+        return [replace(self, sites=[site]) for site in self.sites]
 
 
 def read_settings(workflow: Workflow) -> Settings:
-    options = read_parameters(workflow.content, KEYS, PARAMETERS, workflow.name, workflow.controls)
-    return Settings(servers.site_for(KIND, workflow.content.get("url"), workflow.name), options, workflow.name)
+    content, where = workflow.content, workflow.name
+    options = read_parameters(content, KEYS, PARAMETERS, where, workflow.controls)
+    units, sites = read_units(content, where), servers.sites_for(KIND, content.get("url"), where)
+    doubled = [name for name in as_object(content.get("parameters")) if units and name.startswith(OWN_UNIT)]
+    if doubled:
+        raise HelperError(f'"{doubled[0]}" in {where} does not count beside "units"', remedy='write a unit with "pass": "guide"')
+    return Settings(sites, options, units, stands_in(content, where), where)
+
+
+def units_for(settings: Settings, server: A1111) -> list[tuple[Unit, str]]:
+    """The ControlNet units and the full names of their models; the guide's own is left out where its model is absent and
+    not required. Raises HelperError."""
+    options, where = settings.options, settings.where
+    if settings.units:
+        return list(zip(settings.units, models_for(settings.units, server, where)))
+    if options[OWN_UNIT] == OFF:
+        return []
+    model = model_for(options["controlnet_model"], server, options[OWN_UNIT] == REQUIRED, where)
+    own = {"start": 0.0, "end": 1.0, "mode": "balanced"}
+    own.update((name, options[f"{OWN_UNIT}_{name}"]) for name in ("model", "module", "weight"))
+    return [(Unit(GUIDE, own), model)] if model else []
+
+
+def refuse_lacking(settings: Settings, server: A1111) -> None:
+    """Raises Lacking when the server has not what the workflow names."""
+    units_for(settings, server)
+    for name, path, key in (("sampler", "/sdapi/v1/samplers", "name"), ("checkpoint", "/sdapi/v1/sd-models", "title")):
+        wanted, there = settings.options[name], server.names(path, key)
+        if wanted and there is not None and not any(wanted in known for known in there):
+            remedy = f"choose one that {server.site.url} has: {', '.join(there[:8])}"
+            raise Lacking(f'{settings.where} wants the {name} "{wanted}"', remedy=remedy)
 
 
 def payload(
-    request: RenderRequest, settings: Settings, guide: bytes, seed: int, task: str, control_model: Optional[str]
+    request: RenderRequest, settings: Settings, guide: bytes, seed: int, task: str, units: Sequence[Mapping[str, Any]]
 ) -> dict[str, Any]:
     """`task` is our own name for the job. The server saves the pictures too, so that one survives a lost connection."""
     options = settings.options
@@ -62,27 +105,9 @@ def payload(
             content[key] = options[name]
     if options["checkpoint"]:
         content["override_settings"] = {"sd_model_checkpoint": options["checkpoint"]}
-    if control_model is not None:
-        unit = {"enabled": True, "image": picture, "module": options["controlnet_module"], "model": control_model}
-        unit.update(weight=options["controlnet_weight"], guidance_start=0.0, guidance_end=1.0)
-        unit.update(control_mode=0, resize_mode=0, pixel_perfect=True)
-        content["alwayson_scripts"] = {"controlnet": {"args": [unit]}}
+    if units:
+        content["alwayson_scripts"] = {"controlnet": {"args": list(units)}}
     return content
-
-
-def control_model(server: A1111, settings: Settings) -> Optional[str]:
-    """The full name of the ControlNet model to use, None for none. Raises HelperError when a required one is absent."""
-    options = settings.options
-    if options["controlnet"] == OFF:
-        return None
-    models = server.names("/controlnet/model_list", "model_list")
-    wanted = options["controlnet_model"].lower()
-    found = next((model for model in models or [] if wanted in model.lower()), None)
-    if found is None and options["controlnet"] == REQUIRED:
-        but = "" if models is None else f" model like it, but {', '.join(models[:5])}"
-        needs = f'{settings.where} needs the ControlNet model "{wanted}"'
-        raise HelperError(f"{needs}; {server.site.url} has no ControlNet{but}")
-    return found
 
 
 def received(content: Mapping[str, Any], asked: int, most: int) -> tuple[list[pictures.Picture], list[int]]:

@@ -3,17 +3,21 @@
 import time
 import uuid
 from dataclasses import replace
-from typing import Any, Mapping, Optional
+from typing import Any, Mapping, Optional, Sequence
 
 from ... import cancellation, web
 from ...errors import HelperError, PassingFailure
 from ...parameters import seed_for
+from ...passes import Passes
 from ...pictures import given_picture
+from ...pool import LOOK
+from ...request import told_by_host
 from ...servers import patience, until_answered
 from ...untrusted import as_object
 from .. import Job, Result
 from .client import A1111, Call, refused
-from .payload import Settings, control_model, payload, received
+from .payload import Settings, payload, received, refuse_lacking, units_for
+from .units import Unit, pictures_of
 
 POLL = 0.7  # seconds between two looks at the progress
 LARGEST_SEED = (1 << 32) - 1  # of these servers
@@ -33,25 +37,41 @@ class Rendering:
         self._interrupted = False  # by somebody else
         self._best = 0.0
 
+    @property
+    def site(self) -> web.Site:
+        return self._settings.site
+
+    def load(self) -> int:
+        progress = A1111(replace(self.site, timeout=LOOK)).progress()
+        return int(bool(progress.get("current_task") or as_object(progress.get("state")).get("job_count")))
+
+    def refuse_lacking(self) -> None:
+        refuse_lacking(self._settings, self._server)
+
     def run(self) -> Result:
         settings, request = self._settings, self._job.request
         self._tell(f"Connecting to {settings.site.url}")
         checkpoint = self._server.checkpoint()
-        control = control_model(self._server, settings)
+        units = units_for(settings, self._server)
         guide, _ = given_picture(request.reference_image, "guide")
+        passes = Passes(told_by_host().get("passes"), request.frame)
+        sent = pictures_of([unit for unit, _ in units], guide, passes, settings.where, settings.stand_in)
+        control = [unit.payload(model, picture) for (unit, model), picture in zip(units, sent)]
         seed = seed_for(settings.options["seed"], request.frame) & LARGEST_SEED
-        unused = "The style image is not used: A1111-compatible servers take none"
+        notes = list(passes.notes)
+        if request.locked_style_image:
+            notes.append("The style image is not used: A1111-compatible servers take none")
         try:
             content = self._called(guide, seed, control)
         except cancellation.Cancellation:
             raise cancellation.Cancellation(self._withdraw()) from None
         pictures, seeds = received(content, seed, settings.options["pictures"])
         model = settings.options["checkpoint"] or checkpoint
-        facts = {"server": settings.site.url, "checkpoint": model, "controlnet": control}
-        self._job.deliver(pictures, seeds, facts)
-        return Result(seeds[0], [unused] if request.locked_style_image else [])
+        facts = {"server": settings.site.url, "checkpoint": model, "controlnet": _told_units(settings, units)}
+        self._job.deliver(pictures, seeds, {**facts, "passes": passes.used} if passes.used else facts)
+        return Result(seeds[0], notes)
 
-    def _called(self, guide: bytes, seed: int, control: Optional[str]) -> Mapping[str, Any]:
+    def _called(self, guide: bytes, seed: int, control: Sequence[Mapping[str, Any]]) -> Mapping[str, Any]:
         """The server's answer. When the connection is lost the same picture is asked for again: these servers give
         nothing back later."""
         for _ in range(MOST_CALLS):
@@ -132,6 +152,13 @@ class Rendering:
 
     def _tell(self, message: str, share: Optional[float] = None) -> None:
         self._job.status.tell("render", message, share)
+
+
+def _told_units(settings: Settings, units: Sequence[tuple[Unit, str]]) -> Any:
+    """For the record: the name of the model of the guide's own unit, or the list that the workflow has, with full names."""
+    if settings.units:
+        return [{"pass": unit.word, **unit.options, "model": model} for unit, model in units]
+    return units[0][1] if units else None
 
 
 def _is_interrupted(progress: Mapping[str, Any]) -> bool:

@@ -70,6 +70,15 @@ class Comfy:
             raise web.failure_of(answer, text, remedy="correct the URL")
         return str(system.get("comfyui_version") or "")
 
+    def jobs(self) -> int:
+        """How many it has, the running one included. Raises HelperError when something else answers there."""
+        answer = self._checked(self.site.get("/prompt", None, web.ALIVE))
+        count = as_object(answer.object().get("exec_info")).get("queue_remaining")
+        if answer.status != 200 or type(count) is not int:
+            text = f"{self.site.url} is no ComfyUI server (status {answer.status})"
+            raise web.failure_of(answer, text, remedy="correct the URL")
+        return count
+
     def class_info(self, name: str) -> Mapping[str, Any]:
         """An object with the class in it, or an empty one."""
         answer = self._checked(self.site.get("/object_info/" + web.quoted(name)))

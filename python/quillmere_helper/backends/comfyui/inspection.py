@@ -8,13 +8,14 @@ from ...parameters import seed_for
 from ...web import UnreachableServer
 from ...workflows import Workflow, is_api_graph
 from . import shape
-from .classes import Classes, Input
+from .classes import Classes
 from .client import Comfy
 from .control import controls_of
 from .graph import Graph
+from .lacking import missing_files, not_there
 from .markers import title_of
 from .results import latest_first
-from .source import Source, read_source, some, unknown_nodes
+from .source import Source, read_source, unknown_nodes
 from .wiring import SHAPE, GraphValues, Placement, Wiring
 
 TRIAL = GraphValues("prompt", "guide.png", "style.png", 512, 512, 0, None, "quillmere/check/picture")
@@ -23,7 +24,23 @@ TRIAL = GraphValues("prompt", "guide.png", "style.png", 512, 512, 0, None, "quil
 def report(workflow: Workflow) -> dict[str, Any]:
     """Where each part of a request would go, what comes back, and what is missing on the server; with a "problem" when
     the workflow cannot run as it is. Raises HelperError for one that cannot be read."""
-    source = read_source(workflow)
+    sources = read_source(workflow).on_each()
+    if len(sources) == 1:
+        return _report(sources[0])
+    reports = [_report_or_problem(source) for source in sources]
+    chosen = next((one for one in reports if not one["problem"]), reports[0])
+    passed = [f"{one['server']} would be passed over: {one['problem']}" for one in reports if one["problem"]]
+    return {**chosen, "notes": [*chosen.get("notes", []), *passed]} if not chosen["problem"] else chosen
+
+
+def _report_or_problem(source: Source) -> dict[str, Any]:
+    try:
+        return _report(source)
+    except HelperError as error:
+        return {"server": source.site.url, "problem": str(error)}
+
+
+def _report(source: Source) -> dict[str, Any]:
     comfy = Comfy(source.site)
     classes = Classes(comfy.class_info)
     facts: dict[str, Any] = {"server": source.site.url, "version": comfy.version()}
@@ -37,8 +54,7 @@ def report(workflow: Workflow) -> dict[str, Any]:
         problems.append(str(error))
     absent = facts["missing"]["files"]
     if absent:
-        names = [f'"{file["value"]}" ({file["input"]} of {file["kind"]}, node {file["node"]})' for file in absent]
-        problems.append(f"Not on the server, for {source.where}: {some(names)}; put the files there")
+        problems.append(not_there(absent, source.where))
     return {**facts, "problem": ". ".join(problems)}
 
 
@@ -69,7 +85,7 @@ def _try(source: Source, classes: Classes, facts: dict[str, Any]) -> None:
         facts["places"] = [_with_marker(place) for place in wired.places]
         facts["notes"] = wired.notes
         facts["results"] = _results(graph, wired)
-        facts["missing"]["files"] = _missing_files(graph, classes, wired)
+        facts["missing"]["files"] = missing_files(graph, wired, classes)
 
 
 def _with_marker(place: dict[str, str]) -> dict[str, str]:
@@ -89,25 +105,3 @@ def _results(graph: Graph, wired: Wiring) -> list[dict[str, Any]]:
     return [
         {"node": node.id, "title": node.title, "kind": node.kind, "frame": place == 0} for place, node in enumerate(nodes)
     ]
-
-
-def _missing_files(graph: Graph, classes: Classes, wired: Wiring) -> list[dict[str, str]]:
-    """Choices of the graph that the server does not offer: models, mostly. Ours are sent with each render."""
-    placed = {(place["node"], place["input"]) for place in wired.places}
-    parts = {place["part"] for place in wired.places}
-    absent = []
-    for identifier in sorted(graph.upstream(wired.outputs)):
-        node = graph.nodes[identifier]
-        for name, spec in classes.of(node.kind).inputs.items():
-            value = node.inputs.get(name)
-            if not isinstance(value, str) or (identifier, name) in placed or _offers(spec, value):
-                continue
-            if "guide" in parts or not spec.loads_pictures:  # else it may be the one that is to load the guide
-                told = {"node": identifier, "title": node.title, "kind": node.kind}
-                absent.append({**told, "input": name, "value": value})
-    return absent
-
-
-def _offers(spec: Input, value: str) -> bool:
-    """Servers list no pictures in folders."""
-    return spec.choices is None or value in spec.choices or (spec.loads_pictures and ("/" in value or "[" in value))

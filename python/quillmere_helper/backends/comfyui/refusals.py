@@ -46,7 +46,7 @@ def no_output(where: str) -> str:
 def too_large(url: str, role: str, size: int, limit: Optional[int]) -> HelperError:
     """`size` and `limit` in bytes."""
     most = "" if limit is None else f"; it takes {limit / (1 << 20):.1f} MB"
-    remedy = "lower the resolution" if role == "guide" else "choose a smaller one"
+    remedy = "choose a smaller one" if role == "style" else "lower the resolution"
     text = f"The {role} image, {size / (1 << 20):.1f} MB, is too large for {url}{most}"
     return HelperError(f"{text}: {remedy}, or start the server with a larger --max-upload-size")
 

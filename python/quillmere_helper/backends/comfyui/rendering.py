@@ -1,9 +1,8 @@
 """One render on one ComfyUI server, from the connection to the pictures."""
 
-import hashlib
 import time
 import uuid
-from dataclasses import dataclass
+from dataclasses import dataclass, replace
 from functools import partial
 from typing import Any, Mapping, Optional
 
@@ -11,7 +10,10 @@ from ... import cancellation, web
 from ...errors import HelperError, PassingFailure
 from ...exchange import ALMOST
 from ...parameters import seed_for
-from ...pictures import Picture, given_picture
+from ...passes import Passes
+from ...pictures import Picture
+from ...pool import LOOK, Lacking
+from ...request import told_by_host
 from ...servers import until_answered
 from .. import Job, Result
 from . import refusals, results
@@ -19,7 +21,9 @@ from .classes import Classes
 from .client import Comfy, Ticket
 from .follow import Follower, LostJob
 from .graph import Graph
+from .lacking import missing_files, not_there
 from .previews import Previews
+from .sending import Sending, Sent
 from .source import Source
 from .wiring import GraphValues, Wiring, wire
 from .withdrawal import withdraw
@@ -47,14 +51,32 @@ class Rendering:
         self._classes = Classes(self._comfy.class_info)
         self._client = uuid.uuid4().hex
         self._ticket: Optional[Ticket] = None
-        self._guide = self._style = ""
+        self._passes = Passes(told_by_host().get("passes"), job.request.frame)
+        self._sending: Optional[Sending] = None
+        self._sent = Sent()
         self._previews = Previews(job.status.path, job.request.frame)
+
+    @property
+    def site(self) -> web.Site:
+        return self._source.site
+
+    def load(self) -> int:
+        return Comfy(replace(self.site, timeout=LOOK)).jobs()
+
+    def refuse_lacking(self) -> None:
+        self._source.refuse_missing_classes(self._classes)
+        absent = missing_files(*self._wired(""), self._classes)
+        if absent:
+            raise Lacking(not_there(absent, self._source.where))
 
     def run(self) -> Result:
         self._tell(f"Connecting to {self._source.site.url}")
         version = self._comfy.version()
         self._source.refuse_missing_classes(self._classes)
-        for note in self._wired("")[1].notes:  # whether the request fits the graph, before anything is sent
+        wired = self._wired("")[1]  # whether the request fits the graph, before anything is sent
+        self._sending = Sending(self._job.request, self._passes)
+        self._sending.take_passes(wired.passes, self._source.where, self._source.stand_in)
+        for note in wired.notes + self._passes.notes:
             self._tell(note)
             time.sleep(NOTE_TIME)
         try:
@@ -64,14 +86,17 @@ class Rendering:
         finally:
             self._previews.remove()
         self._deliver(made, version)
-        return Result(made.wired.seed, made.wired.notes)
+        return Result(made.wired.seed, made.wired.notes + self._passes.notes)
 
     def _deliver(self, made: Made, version: str) -> None:
         wired, nodes = made.wired, [node for node, _ in made.pictures]
+        notes = wired.notes + self._passes.notes
         facts = {"server": self._source.site.url, "server_version": version, "workflow": self._source.self_contained}
         facts.update(wired.facts)
-        if wired.notes:
-            facts["notes"] = wired.notes
+        if self._passes.used:
+            facts["passes"] = self._passes.used
+        if notes:
+            facts["notes"] = notes
         own: list[dict[str, Any]] = [{"node": node} for node in nodes]
         if nodes[1:]:
             own[0]["others"] = nodes[1:]
@@ -81,28 +106,13 @@ class Rendering:
         """Submits as often as it takes: a restarted server has forgotten its jobs, and files may vanish."""
         follower = Follower(self._comfy, self._client, self._tell, self._previews)
         for _ in range(MOST_SUBMISSIONS):
-            self._guide = self._sent(self._job.request.reference_image, "guide")
-            self._style = self._sent(self._job.request.locked_style_image, "style")
+            assert self._sending is not None
+            self._sent = self._sending.to(self._comfy, self._tell)
             try:
                 return self._once(follower)
             except (LostJob, results.MissingPicture):
                 self._tell("The server has lost the job; submitting it again")
         raise PassingFailure(f"{self._source.site.url} has lost the job {MOST_SUBMISSIONS} times; see its console")
-
-    def _sent(self, path: str, role: str) -> str:
-        """The name on the server of the picture at `path`, the `role` image; empty when there is none.
-
-        Servers cannot delete pictures, so they get one folder per series of renders, and a name made from the content:
-        the same picture never takes room twice, and two renders at the same time never see each other's.
-        """
-        if not path:
-            return ""
-        self._tell(f"Sending the {role} image")
-        content, kind = given_picture(path, role)
-        series = f"{self._job.request.output_dir}\n{self._job.request.output_prefix}".encode("utf-8", "surrogateescape")
-        name = f"{role}_{hashlib.sha256(content).hexdigest()[:24]}.{kind}"
-        folder = f"quillmere/{hashlib.sha256(series).hexdigest()[:12]}"
-        return until_answered(lambda: self._comfy.upload(role, name, folder, (content, kind)), self._tell)
 
     def _once(self, follower: Follower) -> Made:
         job = str(uuid.uuid4())
@@ -125,9 +135,9 @@ class Rendering:
         choice = self._source.options["seed"]
         graph = self._source.graph(self._classes)
         seed = None if choice == "workflow" else seed_for(choice, request.frame)
-        style = self._style or request.locked_style_image
+        sent, style = self._sent, self._sent.style or request.locked_style_image
         size, place = (request.width, request.height), f"quillmere/{job}/picture"
-        wanted = GraphValues(request.effective_prompt, self._guide, style, *size, request.frame, seed, place)
+        wanted = GraphValues(request.effective_prompt, sent.guide, style, *size, request.frame, seed, place, sent.passes)
         return graph, wire(graph, self._classes, wanted, self._source.where)
 
     def _submit(self, graph: Graph, ticket: Ticket) -> None:

@@ -64,6 +64,13 @@ def picture_loaders(nodes: Sequence[Node], classes: Classes) -> list[Node]:
     return [node for node in nodes if loads_picture(classes.of(node.kind))]
 
 
+def gives_mask(loader: Node, nodes: Sequence[Node], classes: Classes) -> bool:
+    """Whether the mask that a picture loader gives is linked to any of `nodes`."""
+    outputs = classes.of(loader.kind).outputs
+    taken = {link[1] for node in nodes for link in map(link_of, node.inputs.values()) if link and link[0] == loader.id}
+    return any(0 <= slot < len(outputs) and outputs[slot] == "MASK" for slot in taken)
+
+
 def empty_latents(nodes: Sequence[Node], classes: Classes) -> list[Node]:
     """The nodes that start a picture from nothing and so give its size."""
     sized = [node for node in nodes if all(type(node.inputs.get(name)) is int for name in ("width", "height"))]

@@ -1,23 +1,26 @@
 """What a workflow file for ComfyUI holds: a graph by itself, or one wrapped in our own JSON with a URL."""
 
 import os
-from dataclasses import dataclass
-from typing import Any, Mapping
+from dataclasses import dataclass, replace
+from typing import Any, Mapping, Sequence
 
 from ... import servers, web
 from ...errors import HelperError
 from ...untrusted import as_list, read_object
 from ...parameters import Parameter, read_parameters
+from ...passes import WITHOUT, stands_in
+from ...pool import Lacking
 from ...workflows import LARGEST_WORKFLOW, Workflow, is_api_graph, is_editor_graph, is_graph
 from . import convert
 from .classes import Classes
 from .client import KIND
 from .control import set_controls
 from .graph import Graph, read_api
+from .markers import passes_in
 
 SEEDS = ("workflow", "frame", "random")
 PARAMETERS = (Parameter("seed", "workflow", 'of the samplers; "workflow": those of the graph', words=SEEDS),)
-KEYS = ("backend", "url", "graph", "parameters", "controls")
+KEYS = ("backend", "url", "graph", "parameters", "controls", WITHOUT)
 MOST_NAMED = 5
 MOST_NODES = 10_000
 
@@ -26,10 +29,19 @@ MOST_NODES = 10_000
 class Source:
     content: Mapping[str, Any]  # the graph, in one of its two formats
     self_contained: Mapping[str, Any]  # the workflow file with the graph in it, wherever that came from
-    site: web.Site
+    sites: Sequence[web.Site]  # at least one
     options: Mapping[str, Any]
     controls: Mapping[str, Any]  # values by name
     where: str  # for messages
+    stand_in: bool = False  # whether the guide may stand in for passes that are not there
+
+    @property
+    def site(self) -> web.Site:
+        return self.sites[0]
+
+    def on_each(self) -> "list[Source]":
+        """The same for each of its servers."""
+        return [replace(self, sites=[site]) for site in self.sites]
 
     def graph(self, classes: Classes) -> Graph:
         """A fresh graph each time, with its controls set. Raises HelperError."""
@@ -51,7 +63,7 @@ class Source:
         """Before any work: the server itself would name only one of them."""
         missing = self.missing_classes(classes)
         if missing:
-            raise HelperError(unknown_nodes(missing, self.where))
+            raise Lacking(unknown_nodes(missing, self.where))
 
 
 def unknown_nodes(missing: list[str], where: str) -> str:
@@ -61,22 +73,32 @@ def unknown_nodes(missing: list[str], where: str) -> str:
 
 def read_source(workflow: Workflow) -> Source:
     """Raises HelperError for a file that is none, and for logins and URLs that cannot be used."""
-    content = workflow.content
-    given: Mapping[str, Any] = {} if is_graph(content) else content
+    given, graph = _parts_of(workflow)
     options = read_parameters(given, KEYS, PARAMETERS, workflow.name)
-    graph = _graph_of(given, workflow) if given else content
     if max(len(graph), len(as_list(graph.get("nodes")))) > MOST_NODES:
         raise HelperError(f"{workflow.name} has more than {MOST_NODES} nodes; divide it")
-    site = servers.site_for(KIND, given.get("url"), workflow.name)
+    sites = servers.sites_for(KIND, given.get("url"), workflow.name)
     controls = given.get("controls", {})
     if not isinstance(controls, dict):
         raise HelperError(f'"controls" in {workflow.name} must be a JSON object of names and values')
-    return Source(graph, {**given, "graph": graph} if given else graph, site, options, controls, workflow.name)
+    whole, where = {**given, "graph": graph} if given else graph, workflow.name
+    return Source(graph, whole, sites, options, controls, where, stands_in(given, where))
+
+
+def passes_asked_for(workflow: Workflow) -> list[str]:
+    """The words of the passes that its titles ask for; no server is asked. Raises HelperError for a file that is none."""
+    return passes_in(_parts_of(workflow)[1])
 
 
 def some(names: list[str]) -> str:
     more = len(names) - MOST_NAMED
     return ", ".join(names[:MOST_NAMED]) + (f" and {more} more" if more > 0 else "")
+
+
+def _parts_of(workflow: Workflow) -> tuple[Mapping[str, Any], Mapping[str, Any]]:
+    """Our own JSON around the graph, empty where there is none, and the graph."""
+    content = workflow.content
+    return ({}, content) if is_graph(content) else (content, _graph_of(content, workflow))
 
 
 def _graph_of(given: Mapping[str, Any], workflow: Workflow) -> Mapping[str, Any]:

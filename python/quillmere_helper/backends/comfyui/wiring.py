@@ -10,6 +10,7 @@ from typing import Any, Mapping, Optional, Sequence
 
 from ...errors import HelperError
 from ...parameters import LARGEST_SEED
+from ...passes import called, is_word, kind_of
 from . import shape, texts
 from .classes import SEEDS, Classes, Input
 from .graph import Graph, Node, link_of
@@ -35,6 +36,7 @@ class GraphValues:
     frame: int
     seed: Optional[int]
     save_as: str  # where the server is to save pictures, below its output folder; unique to this job
+    passes: Mapping[str, str] = field(default_factory=dict)  # names of files on the server, by the words of the passes
 
 
 @dataclass
@@ -47,6 +49,7 @@ class Wiring:
     notes: list[str] = field(default_factory=list)
     facts: dict[str, Any] = field(default_factory=dict)
     places: list[dict[str, str]] = field(default_factory=list)
+    passes: dict[str, bool] = field(default_factory=dict)  # words of those that are needed; whether as masks
     result: Optional[str] = None  # the ID of the output node whose title says that its picture is the frame
 
 
@@ -71,6 +74,7 @@ class Placement:
 
     def run(self) -> None:
         self._look_at_the_graph()
+        self._place_passes()
         self._place_guide()
         self._place_style()
         self._place_prompt()
@@ -108,13 +112,22 @@ class Placement:
             for end, reason in starved.items():
                 self.wired.notes.append(f"{self._graph.nodes.pop(end).label} in {self._where} is left out: {reason}")
 
+    def _place_passes(self) -> None:
+        for word, node in self._marked.items():
+            if is_word(word) and node in self._needed:
+                sent = self._wanted.passes.get(word, f"{kind_of(word)}.png")
+                if self._set_picture(word, node, sent, MARKER):
+                    self.wired.passes[word] = shape.gives_mask(node, self._needed, self._classes)
+
     def _place_guide(self) -> None:
         node, how = self._marked.get("guide"), MARKER
         if node is None and "guide" in self._filled:
             return
         if node is None:
             loaders = shape.picture_loaders(self._needed, self._classes)
-            free = [loader for loader in loaders if loader != self._marked.get("style")]
+            free = [loader for loader in loaders if loader not in self._marked.values()]
+            if not free and self.wired.passes:
+                return
             if not free:
                 remedy = f'add a "Load Image" node, or title the right node "{title_of("guide")}"'
                 raise HelperError(f"No node in {self._where} loads the guide image; {remedy}")
@@ -193,10 +206,10 @@ class Placement:
         remedy = f'title one of them "{title_of(part)}"{other_remedy}'
         raise HelperError(f"It is not clear which node in {self._where} {does}: {names}; {remedy}")
 
-    def _set_picture(self, part: str, node: Node, name: str, how: str) -> None:
+    def _set_picture(self, part: str, node: Node, name: str, how: str) -> bool:
         if "image" not in node.inputs or link_of(node.inputs["image"]) is not None:
             raise HelperError(f'{node.label} in {self._where} loads no picture; title a "Load Image" node so')
-        self._put(part, node, "image", name, how)
+        return self._put(part, node, "image", name, how)
 
     def _put_fitted(self, part: str, node: Node, name: str, value: int, how: str = "") -> None:
         spec = self._classes.of(node.kind).inputs.get(name) or Input(name, "INT", {})
@@ -208,8 +221,9 @@ class Placement:
     def _put(self, part: str, node: Node, name: str, value: Any, how: str) -> bool:
         if (node.id, name) in self._graph.controlled:
             self._tell_place(part, node, name, CONTROL)
-            if part in ("prompt", "guide", "style"):
-                self.wired.notes.append(f'The {part} is not used: "{name}" of {node.label} is set by a control')
+            if part in ("prompt", "guide", "style") or is_word(part):
+                what = called(part) if is_word(part) else f"the {part}"
+                self.wired.notes.append(f'T{what[1:]} is not used: "{name}" of {node.label} is set by a control')
             return False
         node.inputs[name] = value
         if how:

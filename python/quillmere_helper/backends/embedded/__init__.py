@@ -14,6 +14,8 @@ from .. import Job, Result
 REQUIRES = "PIL.Image"
 SERVER = None
 
+WELCOME = ("depth", "lines", "object")  # passes that a drawing is better with, and goes without
+
 PARAMETERS = (
     Parameter("seed", "frame", "chance; a fixed one keeps the paper still in an animation", words=("frame", "random")),
     Parameter("layers", 5, "number of washes, one over the other", 2, 9),
@@ -30,6 +32,10 @@ PARAMETERS = (
 
 def _options_of(workflow: Workflow) -> dict[str, Any]:
     return read_parameters(workflow.content, (), PARAMETERS, workflow.name, workflow.controls)
+
+
+def passes(workflow: Workflow) -> list[str]:
+    return list(WELCOME)
 
 
 def check(workflow: Workflow) -> dict[str, Any]:

@@ -1,6 +1,6 @@
 """Everything but the lines: paper, washes of thinned ink, the guide's hues in them, the colours of a style image."""
 
-from dataclasses import dataclass
+from typing import NamedTuple
 
 from PIL import Image, ImageChops, ImageFilter, ImageOps, ImageStat
 
@@ -35,8 +35,7 @@ class Paper:
         return ImageChops.multiply(Image.new("RGB", self.relief.size, colour), Image.merge("RGB", (light,) * 3))
 
 
-@dataclass(frozen=True)
-class Brush:
+class Brush(NamedTuple):
     """How wash is laid on: in how many `layers`, and the `strength` of all of them together."""
 
     layers: int

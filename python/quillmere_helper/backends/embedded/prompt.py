@@ -4,14 +4,12 @@ Add a row to teach it one.
 """
 
 import re
-from dataclasses import dataclass
-from typing import Iterable
+from typing import Iterable, NamedTuple
 
 NEGATIONS = {"no", "not", "without", "never", "non"}
 
 
-@dataclass(frozen=True)
-class Mood:
+class Mood(NamedTuple):
     """The light of a picture; `shadow` and `light` are RGB of 0..1 and count as much as `weight` says.
 
     `key` lightens (above 0) or darkens the tones, `saturation` multiplies, `wetness` is added.
