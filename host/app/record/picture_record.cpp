@@ -1,5 +1,7 @@
 #include "picture_record.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "base/atomic_file.h"
@@ -39,6 +41,25 @@ Json checkedRecord(const std::string& content, const std::string& what) {
   return record;
 }
 
+// Never with the record of another picture beside it, even if this process ends in between.
+void writeExrWithRecord(const fs::path& file, image::ExrEncoding exr, const image::Image& picture,
+                        const std::string& record) {
+  std::error_code error;
+  // A name that is swept when this process is gone.
+  const fs::path side = sideFileOf(file), aside = side.parent_path() / ("." + side.filename().string() + "." +
+                                                                        std::to_string(::getpid()) + ".part");
+  fs::rename(side, aside, error);
+  const bool replaces = !error;
+  try {
+    image::writeExr(file, picture, exr);
+  } catch (const Error&) {
+    if (replaces) fs::rename(aside, side, error);
+    throw;
+  }
+  if (replaces) fs::remove(aside, error);
+  if (!record.empty()) writeFile(side, record + "\n");
+}
+
 bool isOpaque(const image::Image& frame) {
   for (int y = 0; y < frame.height(); ++y) {
     const float* rgba = frame.row<float>(y);
@@ -58,7 +79,7 @@ std::string cameraOf(EffectSession& session) {
   return cameras.empty() ? "" : cameras.front().name;
 }
 
-void tellHelper(EffectSession& session, const fs::path& scene, const Json& shown, const fs::path& folder) {
+Json factsOf(EffectSession& session, const fs::path& scene, const Json& shown) {
   const NodeParameters& node = session.node();
   Json facts{{"scene", fs::absolute(scene).lexically_normal().string()},
              {"camera", cameraOf(session)},
@@ -68,19 +89,34 @@ void tellHelper(EffectSession& session, const fs::path& scene, const Json& shown
              {"system_prompt", node.text(QUILLMERE_SYSTEM_PROMPT)},
              {"prompt", node.text(QUILLMERE_PROMPT)}};
   facts.update(shown);
+  return facts;
+}
+
+void tellHelper(const Json& facts, const fs::path& folder) {
   std::error_code error;  // a folder that is missing is told by the file that can't be written
   fs::create_directories(folder, error);
   const fs::path file = fs::absolute(folder) / "provenance.json";
   writeFile(file, facts.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
-  ::setenv(kFactsFile, file.c_str(), 1);
+  const char* const told = std::getenv(kFactsFile);
+  if (told == nullptr || file != told) ::setenv(kFactsFile, file.c_str(), 1);
 }
 
 void tellSeed(std::uint64_t seed) {
   ::setenv(kSeed, std::to_string(seed).c_str(), 1);
 }
 
+Json seedTold() {
+  const char* const seed = std::getenv(kSeed);
+  return seed == nullptr ? Json() : Json(seed);
+}
+
 void tellStyle(const std::string& picture) {
   ::setenv(kStyle, picture.c_str(), 1);
+}
+
+std::optional<std::string> styleTold() {
+  const char* const style = std::getenv(kStyle);
+  return style == nullptr ? std::nullopt : std::optional<std::string>(style);
 }
 
 Json parsedRecord(const std::string& content, const std::string& what) {
@@ -124,8 +160,7 @@ void writeFrame(const fs::path& file, FrameFormat format, const image::Image& fr
     case FileFormat::Png16:
       return image::writePng(file, picture, image::PngDepth::As16Bit, text);
     case FileFormat::Exr:
-      image::writeExr(file, picture, format.exr);
-      if (!record.empty()) writeFile(sideFileOf(file), record + "\n");
+      return writeExrWithRecord(file, format.exr, picture, record);
   }
 }
 

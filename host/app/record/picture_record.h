@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "base/json.h"
@@ -15,22 +16,28 @@
 // `<picture>.json`; docs/workflows.md lists the keys.
 namespace quillmere::app {
 
-// Lets every helper that this process starts from now on keep in its pictures what only the host knows: scene, camera,
-// prompts, guide mode, workflow ID, version, and what `shown` says of how the scene is shown. They stand in a file of
+// What only the host knows of the pictures that the effect's node makes now: scene, camera, prompts, guide mode, workflow
+// ID, version, and what `shown` says of how the scene is shown.
+Json factsOf(EffectSession& session, const std::filesystem::path& scene, const Json& shown);
+
+// Lets every helper that this process starts from now on keep these facts in its pictures. They stand in a file of
 // `folder` (made where it is missing) that an environment variable names: set only while no other thread reads the
-// environment. Throws Error.
-void tellHelper(EffectSession& session, const std::filesystem::path& scene, const Json& shown,
-                const std::filesystem::path& folder);
+// environment, which a later call for the same folder does not. Throws Error.
+void tellHelper(const Json& facts, const std::filesystem::path& folder);
 
 // The name of the camera that the effect's node looks through.
 std::string cameraOf(EffectSession& session);
 
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);
+// The seed that they are told; null when the workflow decides.
+Json seedTold();
 
 // Every helper that this process starts from now on follows the style of this picture instead of the one that is
 // locked; of none, when it is empty. As above.
 void tellStyle(const std::string& picture);
+// The picture that they are told, which may be empty; none when the one that is locked counts.
+std::optional<std::string> styleTold();
 
 // The JSON object in `content`, called `what` in messages. Throws Failure for what is damaged, no object, or nested
 // more than 100 deep.
@@ -49,7 +56,8 @@ struct FrameFormat {
 };
 
 // Writes a frame (Float RGBA) beside `file`, which it then replaces, without its alpha channel where that is opaque.
-// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Throws Error.
+// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file, which is gone
+// from before it is replaced until it is whole. Throws Error.
 void writeFrame(const std::filesystem::path& file, FrameFormat format, const image::Image& frame,
                 const std::string& record);
 
