@@ -8,7 +8,6 @@
 #include "files/leftovers.h"
 #include "files/view_state.h"
 #include "image/file_formats.h"
-#include "process/lifeline.h"
 #include "process/process_tree.h"
 #include "record/picture_record.h"
 #include "report/output.h"
@@ -27,11 +26,6 @@ struct Outcome {
   int result = 0;
   std::filesystem::path file;  // empty unless written
   std::string trouble;         // empty unless something failed
-};
-
-// Leaves no process behind that was started while this lived, however its block ends.
-struct Alone {
-  ~Alone() { endDescendants(kGrace); }
 };
 
 // A helper may keep a server for the frames that follow, but not one that a failure or a break may have left astray.
@@ -135,32 +129,6 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
   return report;
 }
 
-// The picture of a frame without trouble is whole, whatever was lost beside it.
-void tellTrouble(std::int32_t frame, const std::string& trouble, const std::string& lost) {
-  if (trouble.empty() && lost.empty()) return;
-  const std::string name = (trouble.empty() ? "warning: frame " : "frame ") + std::to_string(frame) + ": ";
-  printError(name + trouble + (trouble.empty() || lost.empty() ? "" : "; ") + lost);
-}
-
-// Renders one frame and tells of it. False when it failed.
-bool renderAndTell(host::Document& document, NodeParameters& node, const FramePlan& plan, std::int32_t frame,
-                   ToldOnce& report, const std::function<bool()>& stop) {
-  const Clock::time_point begun = Clock::now();
-  const auto formerGuide = guideTime(plan, frame);
-  node.store(QUILLMERE_LAST_HISTORY_ENTRY, cinema::GeData(cinema::String()));  // an earlier frame's picture
-  HelperProgress progress(plan.writeDirectory, frame, report);
-  const Outcome outcome = renderOne(document, node, plan, frame, report, progress.watchingDuring(stop));
-  settleProcesses(outcome);
-  removePreviews(plan.writeDirectory, frame);
-  keepViewState(plan.writeDirectory);
-  FrameReport told = reportOn(outcome, node, plan, frame, stateOf(outcome, stop()));
-  if (guideTime(plan, frame) != formerGuide) told.guide = guideFile(plan.writeDirectory, frame).string();
-  told.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
-  report.frameEnds(told);
-  if (!stop()) tellTrouble(frame, outcome.trouble, incomplete(plan, frame));
-  return outcome.trouble.empty();
-}
-
 // Before a guide is drawn for minutes that the helper then refuses.
 void refuseMorePixelsThanMade(PictureSize size) {
   if (std::int64_t{size.width} * size.height <= kMostPixels) return;
@@ -178,23 +146,58 @@ void sweep(const NodeParameters& node, const FramePlan& plan) {
 
 }  // namespace
 
-ExitStatus renderFrames(host::Document& document, NodeParameters& node, const FramePlan& plan, ToldOnce& report,
-                        const std::function<bool()>& stop) {
-  const std::string workflow = node.text(QUILLMERE_WORKFLOW_PATH);
+FrameLoop::FrameLoop(EffectSession& session, const FramePlan& plan, ToldOnce& report)
+    : session_(session), plan_(plan), report_(report) {
+  const std::string workflow = session.node().text(QUILLMERE_WORKFLOW_PATH);
   if (!workflow.empty()) refuseMorePixelsThanMade(plan.size);
   refuse(obstacleAt("workflow", workflow));
-  sweep(node, plan);
+  sweep(session.node(), plan);
   keepViewState(plan.writeDirectory);
-  const Alone alone;
-  const Lifeline lifeline;
-  ExitStatus status = ExitStatus::Done;
-  for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
-    const std::int32_t frame = plan.frames.at(index);
-    report.frameBegins(frame, index, plan.frames.count());
-    document.setFrame(frame, plan.clock.secondsAt(frame));
-    if (!renderAndTell(document, node, plan, frame, report, stop)) status = ExitStatus::Failed;
+}
+
+FrameLoop::~FrameLoop() {
+  endDescendants(kGrace);
+}
+
+void FrameLoop::aim(const Shot& shot) {
+  lookThrough(session_, shot.camera);
+  session_.document().setFrame(shot.frame, plan_.clock.secondsAt(shot.frame));
+  if (shot.facts == told_) return;
+  tellHelper(shot.facts, runtimeFolder(plan_.writeDirectory));
+  told_ = shot.facts;
+}
+
+Attempt FrameLoop::render(const Shot& shot, const std::function<bool()>& stop) {
+  NodeParameters& node = session_.node();
+  FramePlan plan = plan_;
+  plan.output = plan_.output.forCamera(shot.camera);
+  plan.camera = shot.camera;
+  const Clock::time_point begun = Clock::now();
+  try {
+    aim(shot);
+  } catch (const Error& error) {  // a full disk, for one
+    return failedBefore(shot, error.what());
   }
-  return status;
+  const auto formerGuide = guideTime(plan, shot.frame);
+  node.store(QUILLMERE_LAST_HISTORY_ENTRY, cinema::GeData(cinema::String()));  // an earlier frame's picture
+  HelperProgress progress(plan.writeDirectory, shot.frame, report_);
+  const Outcome outcome =
+      renderOne(session_.document(), node, plan, shot.frame, report_, progress.watchingDuring(stop));
+  settleProcesses(outcome);
+  removePreviews(plan.writeDirectory, shot.frame);
+  keepViewState(plan.writeDirectory);
+  Attempt attempt{reportOn(outcome, node, plan, shot.frame, stateOf(outcome, stop())), {}, progress.failure()};
+  if (guideTime(plan, shot.frame) != formerGuide) {
+    attempt.report.guide = guideFile(plan.writeDirectory, shot.frame).string();
+  }
+  attempt.report.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
+  if (!stop()) attempt.lost = incomplete(plan, shot.frame);
+  return attempt;
+}
+
+void lookThrough(EffectSession& session, const std::string& camera) {
+  if (cameraOf(session) == camera) return;
+  session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
 }
 
 }  // namespace quillmere::app

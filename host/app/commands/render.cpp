@@ -13,7 +13,6 @@
 #include "effect/workflow_catalog.h"
 #include "files/exchange_files.h"
 #include "files/helper_progress.h"
-#include "frame_loop.h"
 #include "like_option.h"
 #include "options.h"
 #include "process/process_tree.h"
@@ -21,6 +20,10 @@
 #include "process/user_break.h"
 #include "record/picture_record.h"
 #include "report/output.h"
+#include "report/report_style.h"
+#include "scene/fingerprint.h"
+#include "sequence/in_turn.h"
+#include "sequence_run.h"
 #include "values/texts.h"
 
 namespace quillmere::app {
@@ -38,23 +41,38 @@ struct Options {
   std::optional<std::string> style;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
   bool json = false, quiet = false;
+  SequenceOptions sequence;
 };
 
 ReportStyle styleOf(const Options& options) {
   return options.json ? ReportStyle::Json : options.quiet ? ReportStyle::Quiet : ReportStyle::Lines;
 }
 
-FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
+// Of all frames through all cameras that the options name.
+OutputPattern outputOf(const Options& options) {
   OutputPattern output = OutputPattern::parse(options.output);
   if (options.scene.cameras.size() > 1) output = output.namingCameras();
-  if (options.frames.count() > 1) output = output.numberingFrames();
-  return {options.frames, options.scene.clock, output, options.scene.size, writeDirectory, options.exr, {}};
+  return options.frames.count() > 1 ? output.numberingFrames() : output;
+}
+
+FramePlan planOf(const Options& options, const fs::path& writeDirectory) {
+  return {options.scene.clock, outputOf(options), options.scene.size, writeDirectory, options.exr, {}};
+}
+
+SequencePlan sequenceOf(const Options& options, const std::vector<std::string>& cameras) {
+  using Former = SequencePlan::Former;
+  return {cameras,
+          options.frames,
+          outputOf(options),
+          options.scene.size,
+          options.sequence.resume ? Former::Kept : Former::Replaced,
+          options.sequence.rules};
 }
 
 // What the node was told, before a file with controls takes the workflow's place.
 struct Configured {
   std::string workflow;
-  Json settings;
+  Json settings, controls;
 };
 
 Configured configure(EffectSession& session, const Options& options, const std::string& camera,
@@ -65,7 +83,8 @@ Configured configure(EffectSession& session, const Options& options, const std::
   applyTo(document, options.drawing);
   const NodeSetUp made = setUpNode(session.node(), document, options.effect, camera);
   if (made.workflow == WorkflowGiven::No &&
-      preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample && !options.quiet) {
+      preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample && !options.quiet &&
+      !options.sequence.worker) {
     printError("the workflow catalog is empty: rendering with the example workflow '" +
                session.plugin().exampleWorkflow().string() + "'");
   }
@@ -73,7 +92,7 @@ Configured configure(EffectSession& session, const Options& options, const std::
     saveSettings(session.node(), made.controls, options.drawing, options.saveSettings);
   }
   Configured configured{session.node().text(QUILLMERE_WORKFLOW_PATH),
-                        settingsOf(session.node(), made.controls, options.drawing)};
+                        settingsOf(session.node(), made.controls, options.drawing), made.controls};
   setControls(session.node(), made.controls, runtimeFolder(writeDirectory));
   return configured;
 }
@@ -94,65 +113,98 @@ std::vector<std::string> camerasOf(EffectSession& session, const OpenedScene& op
   return opened.cameras.empty() ? std::vector{cameraOf(session)} : opened.cameras;
 }
 
-RenderPlan tellable(const Options& options, const FramePlan& plan, const OpenedScene& opened,
-                    const std::vector<std::string>& cameras, Configured configured) {
+RenderPlan tellable(const Options& options, const SequencePlan& plan, const OpenedScene& opened,
+                    const Configured& configured) {
   std::vector<std::string> warnings = opened.scene->warnings();
   warnings.insert(warnings.end(), opened.notes.begin(), opened.notes.end());
   return {.scene = fs::absolute(options.scene.scene).lexically_normal().string(),
-          .cameras = cameras,
+          .cameras = plan.cameras,
           .frames = plan.frames.text(),
-          .count = plan.frames.count() * static_cast<std::int64_t>(cameras.size()),
+          .count = plan.count(),
           .size = plan.size,
           .output = plan.output.text(),
-          .workflow = std::move(configured.workflow),
-          .settings = std::move(configured.settings),
+          .workflow = configured.workflow,
+          .settings = configured.settings,
           .warnings = std::move(warnings)};
 }
 
-// All frames through one camera after the other.
-ExitStatus renderCameras(EffectSession& session, const Options& options, const OpenedScene& opened,
-                         const FramePlan& plan, ToldOnce& report, const std::function<bool()>& stop) {
-  const std::vector<std::string> cameras = camerasOf(session, opened);
-  ExitStatus status = ExitStatus::Done;
-  for (const std::string& camera : cameras) {
-    if (stop()) break;
-    FramePlan through = plan;
-    through.camera = camera;
-    through.output = plan.output.forCamera(camera);
-    if (cameras.size() > 1) session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
-    tellHelper(session, options.scene.scene, shownAs(opened, options), runtimeFolder(plan.writeDirectory));
-    if (renderFrames(session.document(), session.node(), through, report, stop) != ExitStatus::Done) {
-      status = ExitStatus::Failed;
-    }
-  }
-  return status;
+// What makes the pictures; `scene` is the content of its files, taken before they were loaded.
+RenderInputs inputsGiven(const Options& options, const std::string& scene, const OpenedScene& opened,
+                         const Configured& configured, const FramePlan& plan) {
+  return {.writeDirectory = plan.writeDirectory,
+          .scene = scene,
+          .shown = opened.facts,
+          .drawing = options.drawing,
+          .workflow = configured.workflow,
+          .controls = configured.controls,
+          .size = plan.size,
+          .format = plan.output.format(),
+          .exr = plan.exr};
 }
 
-ExitStatus render(const Options& options, ToldOnce& report, const UserBreak& userBreak) {
+// `shared` is what stands behind `report`.
+ExitStatus render(const Options& options, const CLI::App& command, Report& shared, ToldOnce& report,
+                  const UserBreak& userBreak) {
+  const fs::path writeDirectory = writeDirectoryOf(options.session);
+  const FramePlan plan = planOf(options, writeDirectory);
+  const RuntimeLock lock(writeDirectory);
+  SequenceLog log;
+  LoggedReport logged(report, log, writeDirectory);
+  const std::string content = scene::fingerprint(options.scene.scene);
+  const OpenedScene opened = openScene(options.scene, options.frames);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), logged, opened.scene,
+                        options.scene.scene);
+  if (!options.quiet) tellOf(opened);
+  const Configured configured =
+      configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
+  const SequencePlan sequence = sequenceOf(options, camerasOf(session, opened));
+  report.renderBegins(tellable(options, sequence, opened, configured));
+  const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
+  refuseSharedFiles(sequence.cameras, plan.output);
+  for (const std::string& camera : sequence.cameras) requireOutput(plan.output.forCamera(camera), sequence.frames);
+  const WorkflowCheck check = requireWorkflow(session, configured.workflow, stop);
+  if (options.style) tellStyle(*options.style);
+  if (report.wantsPreviews()) askForPreviews();
+  const SequenceRun run{session,
+                        plan,
+                        sequence,
+                        options.sequence,
+                        command,
+                        inputsGiven(options, content, opened, configured, plan),
+                        options.scene.scene,
+                        shownAs(opened, options),
+                        textAt(check.answer, "backend"),
+                        shared,
+                        options.json ? ToldOnce::Reader::Program : ToldOnce::Reader::Person};
+  const ExitStatus status = renderSequence(run, report, logged, log, stop);
+  if (userBreak.seen()) return ExitStatus::Broken;
+  if (!report.outputLost()) return status;
+  throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
+}
+
+// For another process, which has looked at everything and tells what to render on standard input.
+ExitStatus renderOrders(const Options& options) {
+  const OwnStandardOutput own;
+  Output results(own.descriptor());
+  Orders orders;
+  WorkerReport worker(results);
+  ToldOnce report(worker, ToldOnce::Reader::Program);
+  const UserBreak userBreak([] {});
+  adoptOrphans();
   const fs::path writeDirectory = writeDirectoryOf(options.session);
   const FramePlan plan = planOf(options, writeDirectory);
   const RuntimeLock lock(writeDirectory);
   const OpenedScene opened = openScene(options.scene, options.frames);
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), report, opened.scene,
                         options.scene.scene);
-  if (!options.quiet) tellOf(opened);
-  const Configured configured =
-      configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
-  const std::vector<std::string> cameras = camerasOf(session, opened);
-  report.renderBegins(tellable(options, plan, opened, cameras, configured));
-  const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
-  refuseSharedFiles(cameras, plan.output);
-  for (const std::string& camera : cameras) requireOutput(plan.output.forCamera(camera), plan.frames);
-  requireWorkflow(session, configured.workflow, stop);
-  if (options.style) tellStyle(*options.style);
-  if (report.wantsPreviews()) askForPreviews();
-  const ExitStatus status = renderCameras(session, options, opened, plan, report, stop);
-  if (userBreak.seen()) return ExitStatus::Broken;
-  if (!report.outputLost()) return status;
-  throw Failure(ExitStatus::Failed, "standard output", "cannot be written any more; the render was stopped");
+  configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
+  FrameLoop loop(session, plan, report);
+  const auto stop = [&] { return userBreak.seen() || results.lost() || orders.ended(); };
+  return serve(
+      orders, writeDirectory, [&](const Shot& shot, const auto& end) { return loop.render(shot, end); }, worker, stop);
 }
 
-ExitStatus run(const Options& options) {
+ExitStatus run(const Options& options, const CLI::App& command) {
   const OwnStandardOutput own;
   Output results(own.descriptor()), errors(STDERR_FILENO);
   const auto styled = makeReport(styleOf(options), results, errors);
@@ -160,7 +212,7 @@ ExitStatus run(const Options& options) {
   const UserBreak userBreak([&report] { report.silence(); });
   adoptOrphans();
   try {
-    const ExitStatus status = render(options, report, userBreak);
+    const ExitStatus status = render(options, command, *styled, report, userBreak);
     report.renderEnds({status, {}, {}});
     return status;
   } catch (const std::exception& error) {
@@ -262,6 +314,8 @@ Action addRender(CLI::App& command) {
   headFormerOptions(command, "Scene");
   addOutputOptions(command, *options);
   headFormerOptions(command, "Output");
+  addSequenceOptions(command, options->sequence);
+  headFormerOptions(command, "Several frames");
   addEffectOptions(command, options->effect);
   addControls(command, options->effect.controls);
   addStyle(command, options->style);
@@ -285,7 +339,7 @@ Action addRender(CLI::App& command) {
   command.get_help_ptr()->group("Options");
   return [options, &command] {
     complete(*options, command);
-    return run(*options);
+    return options->sequence.worker ? renderOrders(*options) : run(*options, command);
   };
 }
 
