@@ -123,6 +123,7 @@ class Surveyor : public nlohmann::json_sax<Json> {
     if (key_ == "version" && within("asset", 2)) result.version = text;
     if (within("extensionsRequired", 2)) result.requiredExtensions.push_back(text);
     if (key_ == "uri" && within("buffers", 3)) bufferUri_ = text;
+    if (key_ == "uri" && within("images", 3) && !tinygltf::IsDataURI(text)) result.externalImages.push_back(text);
     return value(1 + text.size());
   }
 

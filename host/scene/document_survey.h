@@ -16,6 +16,7 @@ struct DocumentSurvey {
   std::string version;                          // asset.version, empty when there is none
   std::vector<std::string> requiredExtensions;  // in document order
   std::vector<std::string> externalBuffers;     // URIs of the buffers kept in files of their own, in document order
+  std::vector<std::string> externalImages;      // the same of its images
 };
 
 // Reads the file once, without building anything from it. Throws Error (the reason alone) when a length in the header,

@@ -16,6 +16,7 @@ KINDS = {
     "true or false": lambda value: isinstance(value, bool),
     "object": lambda value: isinstance(value, dict),
     "list of texts": lambda value: isinstance(value, list) and all(isinstance(one, str) for one in value),
+    "list of objects": lambda value: isinstance(value, list) and all(isinstance(one, dict) for one in value),
     "null": lambda value: value is None,
 }
 
@@ -53,6 +54,8 @@ class Events(AppCase):
         self.helper("""case $request in *_2.json) printf '{"ok": false, "error": "no ink left"}' > $response; exit 1;; esac
 tell '"message": "Inking", "phase": "generate", "step": 1, "steps": 2, "seconds_left": 3, "ahead": 0'; sleep 0.3; answer""")
         streams = {"failed": self.events("--frames", "1-3", "--camera", "Pier", "--camera", "Chart", "-o", "{camera}_####.png")}
+        again = ["--resume", "--retries", "1", "-o", "{camera}_####.png"]
+        streams["resumed"] = self.events("--frames", "1-2", "--camera", "Pier", "--camera", "Chart", *again)
         streams["refused"] = self.events("--frames", "1", "--size", "16000x16000")
         streams["no camera"] = self.events("--camera", "Peer")
         self.helper("say Inking; sleep 20")
@@ -76,7 +79,7 @@ tell '"message": "Inking", "phase": "generate", "step": 1, "steps": 2, "seconds_
             self.assertEqual(stream[-1]["event"], "end", name)
         self.assertEqual(set(documented) - seen, {"", "picture-viewer"})
         ends = {name: [stream[-1][key] for key in ("status", "done", "failed", "left")] for name, stream in streams.items()}
-        self.assertEqual(ends, {"failed": [1, 4, 2, 0], "refused": [2, 0, 0, 1], "no camera": [2, 0, 0, 0], "stopped": [130, 0, 0, 1]})
+        self.assertEqual(ends, {"failed": [1, 4, 2, 0], "resumed": [1, 2, 2, 0], "refused": [2, 0, 0, 1], "no camera": [2, 0, 0, 0], "stopped": [130, 0, 0, 1]})
         self.assertIn("Pier", streams["no camera"][-1]["remedy"])
 
     def test_each_frame_tells_of_its_own_files(self) -> None:

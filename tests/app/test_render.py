@@ -102,7 +102,7 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
     def test_several_frames_get_files_of_their_own(self) -> None:
         done = self.render("--frames", "-1-1x2", "--output", "still.png")
         self.assertEqual(done.returncode, 0, done.stderr)
-        self.assertEqual(sorted(file.name for file in self.folder.glob("still*")), ["still_-0001.png", "still_0001.png"])
+        self.assertEqual(sorted(file.name for file in self.folder.glob("still*.png")), ["still_-0001.png", "still_0001.png"])
         self.assertEqual(re.findall(r"output +(\S+)", done.stdout), ["still_-0001.png", "still_0001.png"])
         self.assertRegex(done.stdout, "guide +.*/reference_1.png\n +picture +.*/picture.png")
         done = self.render("--frames", "1-2", "--camera", "Chart", "--camera", "1", "--output", "f##/{camera}.png")
@@ -116,7 +116,7 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
         done = self.render("--frames", "0-2", "--quiet")
         self.assertEqual((done.returncode, done.stdout), (1, ""))
         self.assertIn("quillmere: frame 1: no ink left\n", done.stderr)
-        self.assertEqual(sorted(file.name for file in self.folder.glob("render*")), ["render_0000.png", "render_0002.png"])
+        self.assertEqual(sorted(file.name for file in self.folder.glob("render*.png")), ["render_0000.png", "render_0002.png"])
         frames = [event for event in self.events("--frames", "1-2") if event["event"] == "frame"]
         self.assertEqual([(frame["result"], frame["output"]) for frame in frames], [(11, None), (0, "render_0002.png")])
 

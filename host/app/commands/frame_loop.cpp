@@ -8,7 +8,7 @@
 #include "files/leftovers.h"
 #include "files/view_state.h"
 #include "image/file_formats.h"
-#include "process/lifeline.h"
+#include "passes/pass_order.h"
 #include "process/process_tree.h"
 #include "record/picture_record.h"
 #include "report/output.h"
@@ -28,11 +28,6 @@ struct Outcome {
   std::filesystem::path file;  // empty unless written
   std::string trouble;         // empty unless something failed
   std::string lost = {};       // beside a file that is whole; empty unless something was
-};
-
-// Leaves no process behind that was started while this lived, however its block ends.
-struct Alone {
-  ~Alone() { endDescendants(kGrace); }
 };
 
 // A helper may keep a server for the frames that follow, but not one that a failure or a break may have left astray.
@@ -145,32 +140,6 @@ FrameReport reportOn(const Outcome& outcome, const NodeParameters& node, const F
   return report;
 }
 
-// The picture of a frame without trouble is whole, whatever was lost beside it.
-void tellTrouble(std::int32_t frame, const std::string& trouble, const std::string& lost) {
-  if (trouble.empty() && lost.empty()) return;
-  const std::string name = (trouble.empty() ? "warning: frame " : "frame ") + std::to_string(frame) + ": ";
-  printError(name + trouble + (trouble.empty() || lost.empty() ? "" : "; ") + lost);
-}
-
-// Renders one frame and tells of it. False when it failed.
-bool renderAndTell(host::Document& document, NodeParameters& node, const FramePlan& plan, std::int32_t frame,
-                   ToldOnce& report, const std::function<bool()>& stop) {
-  const Clock::time_point begun = Clock::now();
-  const auto formerGuide = guideTime(plan, frame);
-  node.store(QUILLMERE_LAST_HISTORY_ENTRY, cinema::GeData(cinema::String()));  // an earlier frame's picture
-  HelperProgress progress(plan.writeDirectory, frame, report);
-  const Outcome outcome = renderOne(document, node, plan, frame, report, progress.watchingDuring(stop));
-  settleProcesses(outcome);
-  removePreviews(plan.writeDirectory, frame);
-  keepViewState(plan.writeDirectory);
-  FrameReport told = reportOn(outcome, node, plan, frame, stateOf(outcome, stop()));
-  if (guideTime(plan, frame) != formerGuide) told.guide = guideFile(plan.writeDirectory, frame).string();
-  told.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
-  report.frameEnds(told);
-  if (!stop()) tellTrouble(frame, outcome.trouble, lostBeside(outcome, incomplete(plan, frame)));
-  return outcome.trouble.empty();
-}
-
 // Before a guide is drawn for minutes that the helper then refuses.
 void refuseMorePixelsThanMade(PictureSize size) {
   if (std::int64_t{size.width} * size.height <= kMostPixels) return;
@@ -188,23 +157,79 @@ void sweep(const NodeParameters& node, const FramePlan& plan) {
 
 }  // namespace
 
-ExitStatus renderFrames(host::Document& document, NodeParameters& node, const FramePlan& plan, ToldOnce& report,
-                        const std::function<bool()>& stop) {
-  const std::string workflow = node.text(QUILLMERE_WORKFLOW_PATH);
+FrameLoop::FrameLoop(EffectSession& session, const scene::Scene& scene, const FramePlan& plan, ToldOnce& report)
+    : session_(session), scene_(scene), plan_(plan), report_(report) {
+  const std::string workflow = session.node().text(QUILLMERE_WORKFLOW_PATH);
   if (!workflow.empty()) refuseMorePixelsThanMade(plan.size);
   refuse(obstacleAt("workflow", workflow));
-  sweep(node, plan);
+  sweep(session.node(), plan);
   keepViewState(plan.writeDirectory);
-  const Alone alone;
-  const Lifeline lifeline;
-  ExitStatus status = ExitStatus::Done;
-  for (std::int64_t index = 0; index < plan.frames.count() && !stop(); ++index) {
-    const std::int32_t frame = plan.frames.at(index);
-    report.frameBegins(frame, index, plan.frames.count());
-    document.setFrame(frame, plan.clock.secondsAt(frame));
-    if (!renderAndTell(document, node, plan, frame, report, stop)) status = ExitStatus::Failed;
+}
+
+FrameLoop::~FrameLoop() {
+  endDescendants(kGrace);
+}
+
+void FrameLoop::aim(const Shot& shot) {
+  lookThrough(session_, shot.camera);
+  session_.document().setFrame(shot.frame, plan_.clock.secondsAt(shot.frame));
+  if (shot.facts == told_) return;
+  passes_.reset();
+  tellHelper(shot.facts, runtimeFolder(plan_.writeDirectory));
+  told_ = shot.facts;
+  drawPasses();
+}
+
+// The effect's guides leave the passes that the facts ask for beside them, and the helper is told of these, too.
+void FrameLoop::drawPasses() {
+  const auto inputs = told_.find("inputs");
+  if (inputs == told_.end() || !inputs->contains("passes")) return;
+  const PassOrder order = passOrderIn((*inputs)["passes"]);
+  const auto tell = [this](const Json& passes) {
+    Json all = told_;
+    all["passes"] = passes;
+    tellHelper(all, runtimeFolder(plan_.writeDirectory));
+  };
+  const auto fileFor = [this](const std::string& stem, int frame) {
+    const std::filesystem::path file = passFile(plan_.writeDirectory, stem, frame);
+    refuse(obstacleAtLink("pass", file));
+    return file;
+  };
+  passes_ =
+      std::make_unique<FramePasses>(session_.document(), scene_, order.wish, order.settings, PassFiles{fileFor, tell});
+}
+
+Attempt FrameLoop::render(const Shot& shot, const std::function<bool()>& stop) {
+  NodeParameters& node = session_.node();
+  FramePlan plan = plan_;
+  plan.output = plan_.output.forCamera(shot.camera);
+  plan.camera = shot.camera;
+  const Clock::time_point begun = Clock::now();
+  try {
+    aim(shot);
+  } catch (const Error& error) {  // a full disk, for one
+    return failedBefore(shot, error.what());
   }
-  return status;
+  const auto formerGuide = guideTime(plan, shot.frame);
+  node.store(QUILLMERE_LAST_HISTORY_ENTRY, cinema::GeData(cinema::String()));  // an earlier frame's picture
+  HelperProgress progress(plan.writeDirectory, shot.frame, report_);
+  const Outcome outcome =
+      renderOne(session_.document(), node, plan, shot.frame, report_, progress.watchingDuring(stop));
+  settleProcesses(outcome);
+  removePreviews(plan.writeDirectory, shot.frame);
+  keepViewState(plan.writeDirectory);
+  Attempt attempt{reportOn(outcome, node, plan, shot.frame, stateOf(outcome, stop())), {}, progress.failure()};
+  if (guideTime(plan, shot.frame) != formerGuide) {
+    attempt.report.guide = guideFile(plan.writeDirectory, shot.frame).string();
+  }
+  attempt.report.seconds = std::chrono::duration<double>(Clock::now() - begun).count();
+  if (!stop()) attempt.lost = lostBeside(outcome, incomplete(plan, shot.frame));
+  return attempt;
+}
+
+void lookThrough(EffectSession& session, const std::string& camera) {
+  if (cameraOf(session) == camera) return;
+  session.node().set(session.node().find(QUILLMERE_CAMERA), camera);
 }
 
 }  // namespace quillmere::app

@@ -6,7 +6,7 @@
 
 #include "effect/effect_session.h"
 #include "helper_check.h"
-#include "values/frames.h"
+#include "values/frame_set.h"
 #include "values/output_pattern.h"
 
 // What would keep every frame of a render from being made or written, asked before the first one is begun.

@@ -8,11 +8,8 @@
 #include <vector>
 
 #include "files/manager_folder.h"
+#include "process/worker_process.h"
 #include "values/effect_facts.h"
-
-#ifdef __APPLE__
-#include <mach-o/dyld.h>
-#endif
 
 namespace quillmere::app {
 namespace {
@@ -21,18 +18,6 @@ namespace fs = std::filesystem;
 
 // Seen from the folder of this program: in the build tree, where installed.
 constexpr std::array<const char*, 2> kBesideProgram{"../plugin/quillmere", "../lib/quillmere/plugin/quillmere"};
-
-fs::path thisProgram() {
-  std::error_code error;
-#ifdef __APPLE__
-  std::string name(4096, '\0');
-  std::uint32_t size = static_cast<std::uint32_t>(name.size());
-  if (_NSGetExecutablePath(name.data(), &size) != 0) return {};
-  return fs::canonical(name.c_str(), error);
-#else
-  return fs::read_symlink("/proc/self/exe", error);
-#endif
-}
 
 // For asking the effect what it offers without a scene at hand.
 class EmptyScene : public scene::Scene {

@@ -111,6 +111,28 @@ fs::path passFile(const fs::path& writeDirectory, const std::string& stem, std::
   return runtimeFolder(writeDirectory) / (stem + "_" + std::to_string(frame) + ".png");
 }
 
+fs::path historyFolder(const fs::path& writeDirectory) {
+  return exchangeFolder(writeDirectory) / "history";
+}
+
+std::vector<fs::path> historyEntries(const fs::path& writeDirectory, std::int32_t frame) {
+  std::vector<fs::path> entries;
+  std::error_code error;
+  for (fs::recursive_directory_iterator entry(historyFolder(writeDirectory), error), end; !error && entry != end;
+       entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    if (name.ends_with("_f" + std::to_string(frame) + ".json")) entries.push_back(entry->path());
+  }
+  return entries;
+}
+
+std::vector<fs::path> filesOfFrame(const fs::path& writeDirectory, std::int32_t frame) {
+  std::vector<fs::path> files;
+  for (const Kind& kind : kOfFrame) files.push_back(fileOf(kind, writeDirectory, frame));
+  files.push_back(fileOf({kResponse.what, kResponse.stem, ".log"}, writeDirectory, frame));
+  return files;
+}
+
 fs::path viewStateFile(const fs::path& writeDirectory) {
   return runtimeFolder(writeDirectory) / "render_view_state.json";
 }
@@ -127,8 +149,12 @@ fs::path statusFile(const fs::path& writeDirectory, std::int32_t frame) {
   return fileOf(kStatus, writeDirectory, frame);
 }
 
+fs::path responseFile(const fs::path& writeDirectory, std::int32_t frame) {
+  return fileOf(kResponse, writeDirectory, frame);
+}
+
 void setFormerResponseAside(const fs::path& writeDirectory, std::int32_t frame) {
-  const fs::path response = fileOf(kResponse, writeDirectory, frame);
+  const fs::path response = responseFile(writeDirectory, frame);
   std::error_code error;
   fs::rename(response, response.parent_path() / ("former_" + response.filename().string()), error);
 }
@@ -152,11 +178,7 @@ std::vector<fs::path> incompleteFiles(const fs::path& writeDirectory, std::int32
   };
   for (const Kind& kind : kOfFrame) look(fileOf(kind, writeDirectory, frame));
   look(viewStateFile(writeDirectory));
-  std::error_code error;
-  for (fs::recursive_directory_iterator entry(exchangeFolder(writeDirectory) / "history", error), end;
-       !error && entry != end; entry.increment(error)) {
-    if (entry->path().filename().string().ends_with("_f" + std::to_string(frame) + ".json")) look(entry->path());
-  }
+  for (const fs::path& entry : historyEntries(writeDirectory, frame)) look(entry);
   return incomplete;
 }
 
@@ -174,7 +196,7 @@ std::optional<Obstacle> obstacleForAll(const fs::path& writeDirectory) {
   if (auto found = obstacleAtLink("view state", viewStateFile(writeDirectory))) return found;
   if (auto found = obstacleAtLink("view state's copy", viewStateCopy(writeDirectory))) return found;
   if (auto found = obstacleAtLink("provenance", runtime / "provenance.json")) return found;
-  return obstacleInHistories(exchangeFolder(writeDirectory) / "history");
+  return obstacleInHistories(historyFolder(writeDirectory));
 }
 
 std::optional<Obstacle> obstacleToWriting(const fs::path& writeDirectory) {

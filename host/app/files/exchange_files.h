@@ -18,12 +18,24 @@ std::filesystem::path exchangeFolder(const std::filesystem::path& writeDirectory
 // The folder in it of each frame's request, status, response and guide.
 std::filesystem::path runtimeFolder(const std::filesystem::path& writeDirectory);
 
+// WRITE/quillmere/c4d/history, with a folder for each document.
+std::filesystem::path historyFolder(const std::filesystem::path& writeDirectory);
+
+// The entries of the frame in all of them.
+std::vector<std::filesystem::path> historyEntries(const std::filesystem::path& writeDirectory, std::int32_t frame);
+
+// Every file that a render of the frame may leave in the runtime folder, whether it is there or not.
+std::vector<std::filesystem::path> filesOfFrame(const std::filesystem::path& writeDirectory, std::int32_t frame);
+
 // The guide that the effect leaves for its helper.
 std::filesystem::path guideFile(const std::filesystem::path& writeDirectory, std::int32_t frame);
 
 // A pass that the host leaves beside it; `stem` is "depth" for depth_<frame>.png.
 std::filesystem::path passFile(const std::filesystem::path& writeDirectory, const std::string& stem,
                                std::int32_t frame);
+
+// What it answers.
+std::filesystem::path responseFile(const std::filesystem::path& writeDirectory, std::int32_t frame);
 
 // What the helper tells while it works on the frame.
 std::filesystem::path statusFile(const std::filesystem::path& writeDirectory, std::int32_t frame);

@@ -90,7 +90,8 @@ HelperProgress::HelperProgress(const fs::path& writeDirectory, std::int32_t fram
       file_(statusFile(writeDirectory, frame)),
       frame_(frame),
       report_(report),
-      seen_(stamp()) {}
+      former_(stamp()),
+      seen_(former_) {}
 
 std::function<bool()> HelperProgress::watchingDuring(std::function<bool()> stop) {
   return [this, stop = std::move(stop)] {
@@ -121,6 +122,17 @@ void HelperProgress::look() {
     const Json status = parsedJson(readText(file_, kLargest), kDeepest);
     if (status.is_object()) report_.progress(progressIn(status, folder_, frame_));
   } catch (const Error&) {  // half written, taken away, or not what it should be
+  }
+}
+
+FailureKind HelperProgress::failure() const {
+  if (stamp() == former_) return FailureKind::Unknown;
+  try {
+    const Json status = parsedJson(readText(file_, kLargest), kDeepest);
+    const std::string told = status.is_object() ? text(status, "failure") : "";
+    return told == "passing" ? FailureKind::Passing : told == "lasting" ? FailureKind::Lasting : FailureKind::Unknown;
+  } catch (const Error&) {
+    return FailureKind::Unknown;
   }
 }
 

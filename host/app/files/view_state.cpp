@@ -3,7 +3,9 @@
 #include <string>
 
 #include "base/atomic_file.h"
+#include "base/error.h"
 #include "base/file_reading.h"
+#include "base/json.h"
 #include "exchange_files.h"
 
 namespace quillmere::app {
@@ -11,6 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr int kDeepest = 8;
 constexpr std::uintmax_t kMost = std::uintmax_t{1} << 20U;  // bytes; it holds five paths
 
 std::string contentOrNothing(const fs::path& file) {
@@ -19,6 +22,21 @@ std::string contentOrNothing(const fs::path& file) {
 }
 
 }  // namespace
+
+Json viewStateIn(const fs::path& writeDirectory) {
+  try {
+    Json state = parsedJson(contentOrNothing(viewStateFile(writeDirectory)), kDeepest);
+    return state.is_object() ? state : Json::object();
+  } catch (const Error&) {
+    return Json::object();
+  }
+}
+
+std::string lockedStyle(const fs::path& writeDirectory) {
+  const Json state = viewStateIn(writeDirectory);
+  const auto style = state.find(kLockedStyle);
+  return style != state.end() && style->is_string() ? style->get<std::string>() : "";
+}
 
 void keepViewState(const fs::path& writeDirectory) noexcept {
   try {

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -139,6 +140,14 @@ void withMemory(const Act& act) noexcept {
 
 void killDescendants() noexcept {
   withMemory(killAll);
+}
+
+void killStrays(const std::vector<pid_t>& kept) {
+  for (const pid_t child : childrenOf(::getpid())) {
+    if (std::find(kept.begin(), kept.end(), child) != kept.end()) continue;
+    for (const pid_t below : descendants(child)) ::kill(below, SIGKILL);
+    ::kill(child, SIGKILL);
+  }
 }
 
 void reapEnded() {

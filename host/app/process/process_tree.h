@@ -18,6 +18,10 @@ std::vector<pid_t> descendants(pid_t root);
 // Any thread.
 void killDescendants() noexcept;
 
+// SIGKILL to everything below this process but `kept` and what runs below those: to what a child that has died has
+// left. Any thread.
+void killStrays(const std::vector<pid_t>& kept);
+
 // Reaps the children that have ended, and those that have become children of this process since their parent ended.
 // Not while another part of this process waits for a child of its own.
 void reapEnded();

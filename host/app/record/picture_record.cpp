@@ -57,6 +57,25 @@ std::string writtenBeside(const fs::path& picture, const std::string& record) {
   }
 }
 
+// Never with the record of another picture beside it, even if this process ends in between. Returns why there is none.
+std::string writeExrWithRecord(const fs::path& file, image::ExrEncoding exr, const image::Image& picture,
+                               const std::string& record) {
+  std::error_code error;
+  // A name that is swept when this process is gone.
+  const fs::path side = sideFileOf(file), aside = side.parent_path() / ("." + side.filename().string() + "." +
+                                                                        std::to_string(::getpid()) + ".part");
+  fs::rename(side, aside, error);
+  const bool replaces = !error;
+  try {
+    image::writeExr(file, picture, exr);
+  } catch (const Error&) {
+    if (replaces) fs::rename(aside, side, error);
+    throw;
+  }
+  if (replaces) fs::remove(aside, error);
+  return record.empty() ? "" : writtenBeside(file, record);
+}
+
 bool isOpaque(const image::Image& frame) {
   for (int y = 0; y < frame.height(); ++y) {
     const float* rgba = frame.row<float>(y);
@@ -76,7 +95,7 @@ std::string cameraOf(EffectSession& session) {
   return cameras.empty() ? "" : cameras.front().name;
 }
 
-Json tellHelper(EffectSession& session, const fs::path& scene, const Json& shown, const fs::path& folder) {
+Json factsOf(EffectSession& session, const fs::path& scene, const Json& shown) {
   const NodeParameters& node = session.node();
   Json facts{{"scene", fs::absolute(scene).lexically_normal().string()},
              {"camera", cameraOf(session)},
@@ -86,15 +105,16 @@ Json tellHelper(EffectSession& session, const fs::path& scene, const Json& shown
              {"system_prompt", node.text(QUILLMERE_SYSTEM_PROMPT)},
              {"prompt", node.text(QUILLMERE_PROMPT)}};
   facts.update(shown);
-  std::error_code error;  // a folder that is missing is told by the file that can't be written
-  fs::create_directories(folder, error);
-  tellHelper(facts, folder);
-  ::setenv(kFactsFile, factsFile(folder).c_str(), 1);
   return facts;
 }
 
 void tellHelper(const Json& facts, const fs::path& folder) {
+  std::error_code error;  // a folder that is missing is told by the file that can't be written
+  fs::create_directories(folder, error);
   writeFile(factsFile(folder), facts.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  const std::string file = factsFile(folder).string();
+  const char* const told = std::getenv(kFactsFile);
+  if (told == nullptr || file != told) ::setenv(kFactsFile, file.c_str(), 1);
 }
 
 void tellSeed(std::uint64_t seed) {
@@ -105,8 +125,20 @@ void tellSeedRule(const std::string& rule) {
   ::setenv(kSeedRule, rule.c_str(), 1);
 }
 
+Json seedTold() {
+  for (const char* variable : {kSeedRule, kSeed}) {
+    if (const char* told = std::getenv(variable); told != nullptr) return told;
+  }
+  return {};
+}
+
 void tellStyle(const std::string& picture) {
   ::setenv(kStyle, picture.c_str(), 1);
+}
+
+std::optional<std::string> styleTold() {
+  const char* const style = std::getenv(kStyle);
+  return style == nullptr ? std::nullopt : std::optional<std::string>(style);
 }
 
 Json parsedRecord(const std::string& content, const std::string& what) {
@@ -152,9 +184,9 @@ std::string writeFrame(const fs::path& file, FrameFormat format, const image::Im
       image::writePng(file, picture, image::PngDepth::As16Bit, text);
       return {};
     case FileFormat::Exr:
-      image::writeExr(file, picture, format.exr);
+      return writeExrWithRecord(file, format.exr, picture, record);
   }
-  return record.empty() ? "" : writtenBeside(file, record);
+  return {};
 }
 
 }  // namespace quillmere::app

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "base/json.h"
@@ -15,14 +16,13 @@
 // `<picture>.json`; docs/workflows.md lists the keys.
 namespace quillmere::app {
 
-// Lets every helper that this process starts from now on keep in its pictures what only the host knows: scene, camera,
-// prompts, guide mode, workflow ID, version, and what `shown` says of how the scene is shown. They stand in a file of
+// What only the host knows of the pictures that the effect's node makes now: scene, camera, prompts, guide mode, workflow
+// ID, version, and what `shown` says of how the scene is shown.
+Json factsOf(EffectSession& session, const std::filesystem::path& scene, const Json& shown);
+
+// Lets every helper that this process starts from now on keep these facts in its pictures. They stand in a file of
 // `folder` (made where it is missing) that an environment variable names: set only while no other thread reads the
-// environment. Returns what it tells. Throws Error.
-Json tellHelper(EffectSession& session, const std::filesystem::path& scene, const Json& shown,
-                const std::filesystem::path& folder);
-// Has them keep `facts` from now on, which tellHelper has returned and the caller added to, in the same file. Any
-// thread. Throws Error.
+// environment, which a later call for the same folder does not. Throws Error.
 void tellHelper(const Json& facts, const std::filesystem::path& folder);
 
 // The name of the camera that the effect's node looks through.
@@ -30,6 +30,8 @@ std::string cameraOf(EffectSession& session);
 
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);
+// What they are told of seeds, the rule before the seed; null when the workflow decides.
+Json seedTold();
 
 // Every helper that this process starts from now on chooses seeds so, whatever its workflow says and any seed that it
 // was told: a whole number of 64 bits, "frame" or "random". As above.
@@ -38,6 +40,8 @@ void tellSeedRule(const std::string& rule);
 // Every helper that this process starts from now on follows the style of this picture instead of the one that is
 // locked; of none, when it is empty. As above.
 void tellStyle(const std::string& picture);
+// The picture that they are told, which may be empty; none when the one that is locked counts.
+std::optional<std::string> styleTold();
 
 // The JSON object in `content`, called `what` in messages. Throws Failure for what is damaged, no object, or nested
 // more than 100 deep.
@@ -56,8 +60,9 @@ struct FrameFormat {
 };
 
 // Writes a frame (Float RGBA) beside `file`, which it then replaces, without its alpha channel where that is opaque.
-// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file. Returns why that
-// could not be written, though the frame was; else empty. Throws Error.
+// `record` tells what made it (empty: nothing does); a PNG carries it, an EXR has it in the side file, which is gone
+// from before it is replaced until it is whole. Returns why that could not be written, though the frame was; else
+// empty. Throws Error.
 std::string writeFrame(const std::filesystem::path& file, FrameFormat format, const image::Image& frame,
                        const std::string& record);
 

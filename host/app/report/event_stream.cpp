@@ -49,6 +49,27 @@ Json membersOf(const FrameReport& report) {
           {"parameters", report.parameters}};
 }
 
+Json membersOf(const SequenceProgress& told) {
+  Json members{{"count", told.count},   {"done", told.done},   {"kept", told.kept},
+               {"failed", told.failed}, {"left", told.left()}, {"seconds", told.seconds}};
+  if (told.secondsAFrame) members["seconds_a_frame"] = *told.secondsAFrame;
+  if (told.secondsLeft) members["seconds_left"] = *told.secondsLeft;
+  if (told.secondsLeft && *told.secondsLeft < 1e8) {
+    const auto left = std::chrono::duration_cast<std::chrono::system_clock::duration>(
+        std::chrono::duration<double>(*told.secondsLeft));
+    members["ends"] = dateOf(std::chrono::system_clock::now() + left);
+  }
+  return members;
+}
+
+Json membersOf(const SequenceSummary& told) {
+  Json failures = Json::array();
+  for (const FailedFrame& one : told.failures) {
+    failures.push_back({{"frame", one.frame}, {"camera", one.camera}, {"error", one.error}, {"tries", one.tries}});
+  }
+  return {{"missing", textOrNull(told.missing)}, {"command", textOrNull(told.command)}, {"failures", failures}};
+}
+
 class EventStream : public Report {
  public:
   explicit EventStream(Output& results) : results_(results) {}
@@ -78,6 +99,24 @@ class EventStream : public Report {
   }
   bool wantsPreviews() const override { return true; }
   void frameEnds(const FrameReport& report) override;
+  void frameFails(std::int32_t frame, const std::string& error) override {
+    frame_ = frame;
+    tell("retry", {{"error", error}});
+  }
+  void turnTo(std::int32_t frame, std::int64_t /*index*/, std::int64_t /*count*/) override { frame_ = frame; }
+  void remark(std::int32_t frame, const std::string& text) override {
+    frame_ = frame;
+    tell("remark", {{"text", text}});
+    frame_.reset();
+  }
+  void sequence(const SequenceProgress& progress) override {
+    frame_.reset();
+    tell("sequence", membersOf(progress));
+  }
+  void sequenceEnds(const SequenceSummary& summary) override {
+    frame_.reset();
+    tell("summary", membersOf(summary));
+  }
   void renderEnds(const Ending& ending) override;
   bool outputLost() const override { return results_.lost(); }
 
@@ -89,7 +128,7 @@ class EventStream : public Report {
   const std::chrono::system_clock::time_point started_ = std::chrono::system_clock::now();
   std::optional<std::int32_t> frame_;  // that is rendered now
   double fraction_ = 0;                // of it
-  std::int64_t count_ = 0, done_ = 0, failed_ = 0;
+  std::int64_t count_ = 0, done_ = 0, kept_ = 0, failed_ = 0;
 };
 
 // Milliseconds: finer ones say nothing.
@@ -99,7 +138,9 @@ double rounded(double seconds) {
 
 void EventStream::frameEnds(const FrameReport& report) {
   frame_ = report.frame;
-  (report.state == FrameReport::State::Done ? done_ : failed_) += report.state == FrameReport::State::Stopped ? 0 : 1;
+  if (report.state == FrameReport::State::Done) ++done_;
+  if (report.state == FrameReport::State::Kept) ++kept_;
+  if (report.state == FrameReport::State::Failed) ++failed_;
   tell("frame", membersOf(report));
   frame_.reset();
 }
@@ -108,8 +149,9 @@ void EventStream::renderEnds(const Ending& ending) {
   frame_.reset();
   tell("end", {{"status", static_cast<int>(ending.status)},
                {"done", done_},
+               {"kept", kept_},
                {"failed", failed_},
-               {"left", count_ - done_ - failed_},
+               {"left", count_ - done_ - kept_ - failed_},
                {"seconds", rounded(std::chrono::duration<double>(Clock::now() - begun_).count())},
                {"error", textOrNull(ending.error)},
                {"remedy", textOrNull(ending.remedy)}});
@@ -132,6 +174,8 @@ const char* wordOf(FrameReport::State state) {
       return "failed";
     case FrameReport::State::Stopped:
       return "stopped";
+    case FrameReport::State::Kept:
+      return "kept";
   }
   return "";
 }

@@ -23,6 +23,16 @@ class OpenJdReport : public Report {
     name_ = frameName(frame, index, count);
     tell("openjd_status", name_);
   }
+  void turnTo(std::int32_t frame, std::int64_t index, std::int64_t count) override {
+    name_ = frameName(frame, index, count);
+  }
+  void frameFails(std::int32_t frame, const std::string& error) override {
+    tell("openjd_status", "frame " + std::to_string(frame) + ": " + error);
+  }
+  void sequence(const SequenceProgress& progress) override {  // frames that are kept don't begin
+    ended_ = progress.done + progress.kept + progress.failed;
+    tellProgress(0.0);
+  }
   void statusText(const std::string& utf8) override {
     if (utf8 != lastStatus_) tell("openjd_status", name_ + ": " + utf8);
     lastStatus_ = utf8;
@@ -30,7 +40,7 @@ class OpenJdReport : public Report {
   void console(const std::string& utf8) override { log(utf8); }
   void progress(const Progress& progress) override { tellProgress(progress.fraction.value_or(0.0)); }
   void frameEnds(const FrameReport& report) override {
-    ++ended_;
+    ended_ = std::min(ended_ + 1, count_);
     const std::string frame = "frame " + std::to_string(report.frame);
     if (report.state == FrameReport::State::Failed) tell("openjd_fail", frame + ": " + report.error);
     char seconds[32];

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/json.h"
+#include "output.h"
 #include "sdk/api/application.h"
 #include "values/failure.h"
 #include "values/frames.h"
@@ -27,17 +28,42 @@ struct RenderPlan {
 
 // How one frame ended.
 struct FrameReport {
-  enum class State { Done, Failed, Stopped };
+  enum class State { Done, Failed, Stopped, Kept };  // Kept: the file was what it would have become
 
   std::int32_t frame = 0;
   std::string camera;
   State state = State::Failed;
   int result = 0;              // the host's result code
-  std::string output;          // the file written, empty unless done
+  std::string output;          // the file, empty unless done or kept
   std::string guide, picture;  // of the effect: the files of this frame, empty when there are none
   std::string error;           // why it failed, with the remedy; empty unless it did
   double seconds = 0;          // wall time of the whole frame
   Json parameters;             // of the effect's node, by ID
+};
+
+// How far a sequence of frames is.
+struct SequenceProgress {
+  std::int64_t count = 0, done = 0, kept = 0, failed = 0;  // failed: for good
+  double seconds = 0;                                      // since it began
+  std::optional<double> secondsAFrame;                     // of those rendered, on average
+  std::optional<double> secondsLeft;                       // an estimate
+
+  std::int64_t left() const { return count - done - kept - failed; }
+};
+
+// A frame that has failed for good.
+struct FailedFrame {
+  std::int32_t frame = 0;
+  std::string camera, error;
+  int tries = 1;
+};
+
+// What has become of a sequence.
+struct SequenceSummary {
+  SequenceProgress progress;
+  std::vector<FailedFrame> failures;
+  std::string missing;  // frames whose pictures are not whole, as --frames takes them; empty when there are none
+  std::string command;  // for a shell, that renders just those; may be empty
 };
 
 // How far the helper is with a frame, as far as it tells.
@@ -63,6 +89,17 @@ class Report : public host::Events {
   // After the status text of the same moment, and only when something has changed.
   virtual void progress(const Progress& /*progress*/) {}
   virtual void frameEnds(const FrameReport& report) = 0;
+  // In place of the above: the frame is tried again, as the text says.
+  virtual void frameFails(std::int32_t /*frame*/, const std::string& /*error*/) {}
+  // Of several frames in flight, what follows is about this one.
+  virtual void turnTo(std::int32_t /*frame*/, std::int64_t /*index*/, std::int64_t /*count*/) {}
+  // What else there is to know of a frame.
+  virtual void remark(std::int32_t /*frame*/, const std::string& /*text*/) {}
+  // An error or a warning, which goes to standard error whatever the report is.
+  virtual void trouble(const std::string& text) { printError(text); }
+  // Of a render of more than one frame, whenever one has ended, and at the end.
+  virtual void sequence(const SequenceProgress& /*progress*/) {}
+  virtual void sequenceEnds(const SequenceSummary& /*summary*/) {}
   // The last of all; it holds an error only when something other than a frame's failure has ended the render.
   virtual void renderEnds(const Ending& /*ending*/) {}
   // Whether somebody may look at preview pictures.

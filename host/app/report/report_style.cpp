@@ -1,21 +1,16 @@
 #include "report_style.h"
 
-#include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <cstdio>
 #include <cstdlib>
-#include <mutex>
+#include <map>
 #include <string_view>
-#include <thread>
 
 #include "base/utf8.h"
 #include "event_stream.h"
+#include "live_report.h"
 #include "openjd_report.h"
-#include "openjd_report.h"
+#include "report_text.h"
 #include "terminal_line.h"
 
 namespace quillmere::app {
@@ -26,178 +21,62 @@ class QuietReport : public Report {
  public:
   explicit QuietReport(Output& errors) : errors_(errors) {}
 
-  void frameBegins(std::int32_t /*frame*/, std::int64_t /*index*/, std::int64_t /*count*/) override { told_.clear(); }
-  void console(const std::string& utf8) override { told_ += printable(utf8) + "\n"; }
+  void frameBegins(std::int32_t frame, std::int64_t /*index*/, std::int64_t /*count*/) override {
+    frame_ = frame;
+    told_[frame].clear();
+  }
+  void turnTo(std::int32_t frame, std::int64_t /*index*/, std::int64_t /*count*/) override { frame_ = frame; }
+  void console(const std::string& utf8) override { told_[frame_] += printable(utf8) + "\n"; }
   void frameEnds(const FrameReport& report) override {
-    if (report.state == FrameReport::State::Failed) errors_.write(told_);
+    if (report.state == FrameReport::State::Failed) errors_.write(told_[report.frame]);
+    told_.erase(report.frame);
+  }
+  void sequenceEnds(const SequenceSummary& summary) override {
+    errors_.write(printableLines(missingText(summary)));
   }
   bool outputLost() const override { return false; }
 
  private:
   Output& errors_;
-  std::string told_;
+  std::int32_t frame_ = 0;                    // that is told about
+  std::map<std::int32_t, std::string> told_;  // of the frames in flight
 };
-
-std::string row(const char* label, const std::string& file) {
-  return file.empty() ? "" : "  " + std::string(label) + printable(file) + "\n";
-}
-
-// How the frame ended and the files of one that is done, one a line.
-std::string frameSummary(const FrameReport& report) {
-  char seconds[32];
-  std::snprintf(seconds, sizeof seconds, "%.2f s", report.seconds);
-  const std::string summary =
-      "frame " + std::to_string(report.frame) + " " + wordOf(report.state) + " in " + seconds + "\n";
-  if (report.state != FrameReport::State::Done) return summary;
-  return summary + row("guide    ", report.guide) + row("picture  ", report.picture) + row("output   ", report.output);
-}
 
 class LineReport : public Report {
  public:
   LineReport(Output& results, Output& errors) : results_(results), errors_(errors) {}
 
   void frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) override {
+    turnTo(frame, index, count);
+    lastTexts_[name_].clear();
+  }
+  void turnTo(std::int32_t frame, std::int64_t index, std::int64_t count) override {
     name_ = frameName(frame, index, count);
-    lastText_.clear();
   }
   void statusText(const std::string& utf8) override {
-    if (utf8 != lastText_) errors_.write(name_ + ": " + printable(utf8) + "\n");
-    lastText_ = utf8;
+    std::string& last = lastTexts_[name_];
+    if (utf8 != last) errors_.write(name_ + ": " + printable(utf8) + "\n");
+    last = utf8;
   }
+  void remark(std::int32_t frame, const std::string& text) override {
+    errors_.write("frame " + std::to_string(frame) + ": " + printable(text) + "\n");
+  }
+  void frameFails(std::int32_t frame, const std::string& error) override { remark(frame, error); }
+  void sequence(const SequenceProgress& progress) override { errors_.write(textOf(progress) + "\n"); }
+  void sequenceEnds(const SequenceSummary& summary) override { errors_.write(printableLines(textOf(summary))); }
   void console(const std::string& utf8) override { errors_.write(printable(utf8) + "\n"); }
-  void frameEnds(const FrameReport& report) override { results_.write(frameSummary(report)); }
+  void frameEnds(const FrameReport& report) override {
+    results_.write(textOf(report));
+    lastTexts_.erase(name_);
+  }
   bool outputLost() const override { return results_.lost(); }
 
  private:
   Output& results_;
   Output& errors_;
-  std::string name_, lastText_;
+  std::string name_;                              // of the frame that is told about
+  std::map<std::string, std::string> lastTexts_;  // by these names
 };
-
-constexpr std::chrono::milliseconds kRedraw{100};
-constexpr std::string_view kEraseLine = "\r\x1b[K";  // carriage return, ECMA-48 "erase in line"
-
-int columnsOf(int terminal) {
-  winsize size = {};
-  return ::ioctl(terminal, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
-}
-
-// A status line at the foot of the terminal behind `errors`, drawn by a thread of its own. Nothing but the line itself
-// is touched: no cursor is hidden and no mode changed, so there is nothing to put back.
-class LiveReport : public Report {
- public:
-  LiveReport(Output& results, Output& errors)
-      : results_(results), errors_(errors), glyphs_(glyphsOfEnvironment()), thread_([this] { redrawUntilEnd(); }) {}
-  ~LiveReport() override {
-    change([this] { ended_ = true; });
-    changed_.notify_one();
-    thread_.join();
-  }
-
-  void frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) override;
-  void statusText(const std::string& utf8) override {
-    change([&] { line_.text = utf8; });
-  }
-  void statusSpin(bool on) override {
-    change([&] { line_.spinning = on; });
-  }
-  void statusBar(double fraction) override {
-    change([&] { line_.fraction = fraction; });
-  }
-  void console(const std::string& utf8) override { above(errors_, printable(utf8) + "\n"); }
-  void progress(const Progress& progress) override;
-  bool wantsPreviews() const override { return true; }
-  void frameEnds(const FrameReport& report) override;
-  bool outputLost() const override { return results_.lost(); }
-  void silence() override;
-
- private:
-  using Clock = std::chrono::steady_clock;
-
-  template <class Change>
-  void change(Change make) {
-    const std::lock_guard lock(mutex_);
-    make();
-  }
-  void draw();
-  void redrawUntilEnd();
-  // Puts `text`, whole lines, where the status line stands, which moves below them.
-  void above(Output& output, const std::string& text);
-
-  Output& results_;
-  Output& errors_;
-  const Glyphs glyphs_;
-  std::atomic<bool> silent_{false};
-
-  std::mutex mutex_;  // guards everything below
-  std::condition_variable changed_;
-  bool ended_ = false, active_ = false;
-  StatusLine line_;
-  Clock::time_point begun_, told_;
-  std::optional<double> left_;  // seconds, when it was told
-  unsigned tick_ = 0;
-
-  std::thread thread_;  // last, so that it starts with everything above made
-};
-
-void LiveReport::frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) {
-  const std::lock_guard lock(mutex_);
-  line_ = {};
-  line_.frame = frame;
-  line_.index = index;
-  line_.count = count;
-  begun_ = Clock::now();
-  left_.reset();
-  active_ = true;
-  draw();
-}
-
-void LiveReport::progress(const Progress& progress) {
-  const std::lock_guard lock(mutex_);
-  if (progress.fraction) line_.fraction = *progress.fraction;
-  left_ = progress.secondsLeft;
-  told_ = Clock::now();
-}
-
-void LiveReport::frameEnds(const FrameReport& report) {
-  change([this] {
-    if (active_) errors_.write(kEraseLine);
-    active_ = false;
-  });
-  above(results_, frameSummary(report));
-}
-
-void LiveReport::silence() {
-  silent_ = true;
-  // Straight to the terminal: the thread that holds the mutex may never let go of it again.
-  [[maybe_unused]] const ssize_t written = ::write(errors_.descriptor(), kEraseLine.data(), kEraseLine.size());
-}
-
-void LiveReport::above(Output& output, const std::string& text) {
-  const std::lock_guard lock(mutex_);
-  if (active_) errors_.write(kEraseLine);
-  output.write(text);
-  draw();
-}
-
-void LiveReport::draw() {
-  if (!active_ || silent_) return;
-  const auto since = [](Clock::time_point then) { return std::chrono::duration<double>(Clock::now() - then).count(); };
-  line_.seconds = since(begun_);
-  line_.secondsLeft = left_ ? *left_ - since(told_) : 0;
-  // The last column stays free, because some terminals wrap as soon as it is written.
-  const std::string text = textOf(line_, tick_, columnsOf(errors_.descriptor()) - 1, glyphs_);
-  errors_.write("\r" + text + "\x1b[K");
-}
-
-void LiveReport::redrawUntilEnd() {
-  std::unique_lock lock(mutex_);
-  while (!changed_.wait_for(lock, kRedraw, [this] { return ended_; })) {
-    ++tick_;
-    draw();
-  }
-  if (active_ && !silent_) errors_.write(kEraseLine);
-}
 
 bool isSteerableTerminal(int descriptor) {
   const char* kind = std::getenv("TERM");
@@ -217,7 +96,7 @@ std::unique_ptr<Report> makeReport(ReportStyle style, Output& results, Output& e
     case ReportStyle::Lines:
       break;
   }
-  if (isSteerableTerminal(errors.descriptor())) return std::make_unique<LiveReport>(results, errors);
+  if (isSteerableTerminal(errors.descriptor())) return makeLiveReport(results, errors);
   return std::make_unique<LineReport>(results, errors);
 }
 

@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "output.h"
 #include "report.h"
 
 namespace quillmere::app {

@@ -49,13 +49,6 @@ std::string bar(double fraction, Glyphs glyphs) {
   return drawn + (unicode ? " " : "] ");
 }
 
-std::string duration(double seconds) {
-  constexpr int kMinute = 60, kHour = 3600;
-  const auto whole = [](double of) { return std::to_string(std::lround(of)); };
-  if (seconds < 2 * kMinute) return whole(seconds) + " s";
-  return seconds < 2 * kHour ? whole(seconds / kMinute) + " min" : whole(seconds / kHour) + " h";
-}
-
 }  // namespace
 
 int cellsOf(std::string_view printableText) {
@@ -78,6 +71,13 @@ std::string fitted(std::string_view printableText, int room, std::string_view el
   return std::string(printableText.substr(0, kept)).append(ellipsis);
 }
 
+std::string durationText(double seconds) {
+  constexpr int kMinute = 60, kHour = 3600;
+  const auto whole = [](double of) { return std::to_string(std::lround(of)); };
+  if (seconds < 2 * kMinute) return whole(seconds) + " s";
+  return seconds < 2 * kHour ? whole(seconds / kMinute) + " min" : whole(seconds / kHour) + " h";
+}
+
 Glyphs glyphsOfEnvironment() {
   for (const char* name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
     const char* value = std::getenv(name);
@@ -96,10 +96,13 @@ std::string frameName(std::int32_t frame, std::int64_t index, std::int64_t count
 
 std::string textOf(const StatusLine& line, unsigned tick, int width, Glyphs glyphs) {
   std::string head = spinner(line.spinning, tick, glyphs) + " ";
-  if (width >= kRoomForBar) head += bar((double(line.index) + line.fraction) / double(line.count), glyphs);
+  const double share = line.share.value_or((double(line.index) + line.fraction) / double(line.count));
+  if (width >= kRoomForBar) head += bar(share, glyphs);
   head += frameName(line.frame, line.index, line.count);
+  if (line.others > 0) head += " and " + std::to_string(line.others) + " more";
   std::string tail = "  " + std::to_string(static_cast<long>(line.seconds)) + " s";
-  if (line.secondsLeft >= 1 && width >= kRoomForBar) tail += ", about " + duration(line.secondsLeft) + " left";
+  if (line.secondsLeft >= 1 && width >= kRoomForBar) tail += ", about " + durationText(line.secondsLeft) + " left";
+  if (line.allSecondsLeft >= 1 && width >= kRoomForBar) tail += "; all: about " + durationText(line.allSecondsLeft);
   const std::string_view ellipsis = glyphs == Glyphs::Unicode ? "…" : "...";
   const int room = width - cellsOf(head) - cellsOf(tail) - 2;
   if (room < cellsOf(ellipsis) + 1) return fitted(head, width, "");

@@ -47,4 +47,9 @@ void ToldOnce::frameEnds(const FrameReport& report) {
   report_.frameEnds(report);
 }
 
+void ToldOnce::frameFails(std::int32_t frame, const std::string& error) {
+  held_.clear();
+  report_.frameFails(frame, error);
+}
+
 }  // namespace quillmere::app

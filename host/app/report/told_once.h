@@ -31,6 +31,11 @@ class ToldOnce : public Report {
   void frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) override;
   void progress(const Progress& progress) override;
   void frameEnds(const FrameReport& report) override;
+  void frameFails(std::int32_t frame, const std::string& error) override;
+  void remark(std::int32_t frame, const std::string& text) override { report_.remark(frame, text); }
+  void trouble(const std::string& text) override { report_.trouble(text); }
+  void sequence(const SequenceProgress& progress) override { report_.sequence(progress); }
+  void sequenceEnds(const SequenceSummary& summary) override { report_.sequenceEnds(summary); }
   void renderEnds(const Ending& ending) override { report_.renderEnds(ending); }
   bool wantsPreviews() const override { return report_.wantsPreviews(); }
   bool outputLost() const override { return report_.outputLost(); }

@@ -228,6 +228,17 @@ std::filesystem::path OutputPattern::fileFor(std::int32_t frame) const {
   return file + ending_;
 }
 
+std::filesystem::path OutputPattern::logFile() const {
+  std::string name;
+  for (const Piece& piece : pieces_) {
+    if (piece.kind == Piece::Kind::Text) name += piece.text;
+  }
+  name.erase(0, name.rfind('/') + 1);
+  const std::size_t end = name.find_last_not_of("_-. ");
+  name.erase(end == std::string::npos ? 0 : end + 1);
+  return folder() / ((name.empty() ? "render" : name) + ".log");
+}
+
 void refuseSharedFiles(const std::vector<std::string>& cameras, const OutputPattern& output) {
   std::map<std::string, std::string> files;
   for (const std::string& camera : cameras) {

@@ -33,6 +33,8 @@ class OutputPattern {
   // With the camera's name in its place, as far as a file's name can hold it.
   OutputPattern forCamera(const std::string& camera) const;
   std::filesystem::path fileFor(std::int32_t frame) const;
+  // A file beside them for what concerns all frames: the name without number and camera, ".log" at its end.
+  std::filesystem::path logFile() const;
 
  private:
   struct Piece {

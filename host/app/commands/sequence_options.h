@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "sequence/sequence.h"
+
+namespace CLI {
+class App;
+}
+
+namespace quillmere::app {
+
+// How `render` goes about several frames.
+struct SequenceOptions {
+  bool resume = false;
+  FailureRules rules;
+  std::optional<int> jobs;         // none: what pays
+  std::optional<std::string> log;  // none: beside the output, of more than one frame; empty: no log
+  bool worker = false;             // this process renders for another one
+};
+
+inline constexpr int kMostJobs = 64;
+
+void addSequenceOptions(CLI::App& command, SequenceOptions& options);
+
+// The command line that was parsed, without the named options: one word an option with its value.
+std::vector<std::string> argumentsOf(const CLI::App& command, const std::vector<std::string>& without);
+
+// For a worker, whose write directory is still to be added: what says what the pictures become, and nothing of what
+// becomes of them.
+std::vector<std::string> workerArguments(const CLI::App& command, const std::string& plugin,
+                                         const std::string& pictures);
+
+// What a shell takes, to render these frames of the same sequence to the same files. `view` (may be empty) is the
+// camera of the host's own, which would show other frames otherwise.
+std::string commandFor(const CLI::App& command, const std::string& frames, const std::string& output,
+                       const std::string& view);
+
+}  // namespace quillmere::app
