@@ -16,8 +16,8 @@
 // `<picture>.json`; docs/workflows.md lists the keys.
 namespace quillmere::app {
 
-// What only the host knows of the pictures that the effect's node makes now: scene, camera, prompts, guide mode, workflow
-// ID, version, and what `shown` says of how the scene is shown.
+// What only the host knows of the pictures that the effect's node makes now: scene, camera, prompts, guide mode,
+// workflow ID, version, and what `shown` says of how the scene is shown.
 Json factsOf(EffectSession& session, const std::filesystem::path& scene, const Json& shown);
 
 // Lets every helper that this process starts from now on keep these facts in its pictures. They stand in a file of

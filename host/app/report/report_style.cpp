@@ -31,9 +31,7 @@ class QuietReport : public Report {
     if (report.state == FrameReport::State::Failed) errors_.write(told_[report.frame]);
     told_.erase(report.frame);
   }
-  void sequenceEnds(const SequenceSummary& summary) override {
-    errors_.write(printableLines(missingText(summary)));
-  }
+  void sequenceEnds(const SequenceSummary& summary) override { errors_.write(printableLines(missingText(summary))); }
   bool outputLost() const override { return false; }
 
  private:

@@ -28,12 +28,13 @@ struct StatusLine {
   std::int64_t index = 0, count = 1;  // of this frame, from 0
   double fraction = 0;                // of this frame, 0 to 1
   bool spinning = false;
-  std::string text;             // may be anything
-  double seconds = 0;           // since the frame began
-  double secondsLeft = 0;       // an estimate; less than 1: there is none
-  std::int64_t others = 0;      // further frames in flight
-  std::optional<double> share = {};  // of the whole sequence that is done, 0 to 1; none: what comes before this frame is
-  double allSecondsLeft = 0;    // as above, of the whole sequence
+  std::string text;         // may be anything
+  double seconds = 0;       // since the frame began
+  double secondsLeft = 0;   // an estimate; less than 1: there is none
+  std::int64_t others = 0;  // further frames in flight
+  std::optional<double> share =
+      {};                     // of the whole sequence that is done, 0 to 1; none: what comes before this frame is
+  double allSecondsLeft = 0;  // as above, of the whole sequence
 };
 
 // "frame 12" or, of several frames, "frame 12 (3/48)".
