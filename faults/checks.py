@@ -34,8 +34,8 @@ def _texts(ended: Ended) -> Iterator[str]:
     if crash and "KeyboardInterrupt" not in ended.errors:  # a break while Python starts is told so by itself
         yield f"its errors tell of a crash: {ended.errors[crash.start() :][-1500:]}"
     errors = [line for line in ended.errors.splitlines() if line.startswith("quillmere: ")]
-    if len(errors) != len(set(errors)):
-        yield f"an error is told twice: {ended.errors[-300:]}"
+    for error in sorted(error for error in set(errors) if errors.count(error) > 1):
+        yield f"an error is told twice: {error}"
 
 
 def _processes(place: Place) -> Iterator[str]:

@@ -44,6 +44,7 @@ std::shared_ptr<EventHub::Listener> EventHub::listen() {
 void EventHub::leave(const std::shared_ptr<Listener>& listener) {
   const std::lock_guard lock(mutex_);
   listeners_.erase(listener);
+  left_.notify_all();
 }
 
 void EventHub::tell(const std::string& event, const Json& data) {
@@ -53,9 +54,11 @@ void EventHub::tell(const std::string& event, const Json& data) {
 }
 
 void EventHub::close() {
-  const std::lock_guard lock(mutex_);
+  constexpr std::chrono::seconds kMoment{1};
+  std::unique_lock lock(mutex_);
   closed_ = true;
   for (const auto& listener : listeners_) listener->close();
+  left_.wait_for(lock, kMoment, [this] { return listeners_.empty(); });
 }
 
 }  // namespace quillmere::studio

@@ -41,13 +41,14 @@ class EventHub {
   std::shared_ptr<Listener> listen();
   void leave(const std::shared_ptr<Listener>& listener);
   void tell(const std::string& event, const Json& data);
-  // Ends every listener's waiting, for good.
+  // Ends every listener's waiting, for good, once it has taken what waits; gives them a moment to leave.
   void close();
 
  private:
   static constexpr std::size_t kMostListeners = 12;
 
   std::mutex mutex_;
+  std::condition_variable left_;
   std::set<std::shared_ptr<Listener>> listeners_;
   bool closed_ = false;
 };

@@ -39,7 +39,7 @@ class Limits(AppCase):
         for megabytes in (70, 90, 150, 200, 230, 280, 320, 600):
             with self.subTest(megabytes=megabytes):
                 status, errors = self.limited(limited((resource.RLIMIT_AS, megabytes * MB)))
-                self.assertEqual(len(errors.splitlines()), status, errors)
+                self.assertEqual(len([line for line in errors.splitlines() if line[:1] != " "]), status, errors)  # but for the remedy
                 self.assertRegex(errors, r"about \d+ MiB of memory|raise the limits" if status else "^$")
                 self.assertEqual((self.folder / "render_0000.png").exists(), status == 0)
                 ends.add(status)

@@ -137,7 +137,7 @@ cp {self.folder}/told.json $(field status_path).new; mv $(field status_path).new
                 self.assertEqual(sorted(self.folder.glob("render_*")), [])
         self.helper('printf \'{"ok": true}\' > "$response"')
         done = self.render("--frames", "0-1")  # the second one could pass an earlier picture off as its own
-        self.assertEqual((done.returncode, done.stderr.count("says that all went well, but names no picture")), (1, 2), done.stderr)
+        self.assertEqual((done.returncode, done.stderr.count("says that all went well, but names no picture;")), (1, 4), done.stderr)  # the summary again
         self.assertEqual(sorted(self.folder.glob("render_*")), [])
         self.helper("exit 1")
         self.assertIn("frame 7: Quillmere render failed; 'quillmere doctor' tells", self.render("--frames", "7").stderr)

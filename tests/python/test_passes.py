@@ -69,7 +69,7 @@ class OfComfy(Passing, ComfyCase):
         self.assertEqual((header_of(sent["11"]).colour, alphas), (6, {0}))  # servers make 1 - alpha of it
 
     def test_without_the_host_the_error_says_so_and_a_wrapper_may_let_the_guide_stand_in(self):
-        self.assertIn("only the stand-alone host draws", self.render()[1]["error"])
+        self.assertIn("only the stand-alone host draws", self.run_helper()[1]["error"])
         self.assertEqual(self.server.submitted, [])
         content = graph()
         content["4"]["_meta"]["title"] = "Quillmere Depth"
@@ -77,7 +77,7 @@ class OfComfy(Passing, ComfyCase):
         response = self.assert_rendered()
         self.assertIn("the guide stands in", response["notes"][0])
         self.use({"backend": "comfyui", "graph": asking(), "without_passes": "guide"})
-        self.assertIn('matte of "Boat"', self.render()[1]["error"])  # which no guide is
+        self.assertIn('matte of "Boat"', self.run_helper()[1]["error"])  # which no guide is
 
     def test_what_is_asked_for_is_known_without_a_server_too(self):
         editor = {"nodes": [{"title": "Quillmere Lines"}, {"title": "Quillmere Depth", "mode": 2}]}

@@ -49,7 +49,7 @@ class SeveralComfy(ComfyCase):
         self.server.stop()
         self.assertEqual(self.maker(2), self.other.url)
         self.other.stop()
-        error = self.render()[1]["error"]
+        error = self.run_helper()[1]["error"]
         self.assertIn(self.server.url, error)
         self.assertIn(self.other.url, error)
         self.assertEqual(json.loads(self.status_file.read_text())["failure"], "passing")

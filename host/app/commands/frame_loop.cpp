@@ -191,7 +191,7 @@ void FrameLoop::drawPasses() {
     tellHelper(all, runtimeFolder(plan_.writeDirectory));
   };
   const auto fileFor = [this](const std::string& stem, int frame) {
-    const std::filesystem::path file = passFile(plan_.writeDirectory, stem, frame);
+    std::filesystem::path file = passFile(plan_.writeDirectory, stem, frame);
     refuse(obstacleAtLink("pass", file));
     return file;
   };

@@ -37,6 +37,7 @@ void addPassSettings(CLI::App& command, PassSettings& settings) {
 
 void addPassOptions(CLI::App& command, std::vector<std::string>& passes, PassSettings& settings) {
   std::vector<std::string> words;
+  words.reserve(kNamedPasses.size() + 1);
   for (const NamedPass& pass : kNamedPasses) words.emplace_back(pass.name);
   words.emplace_back("all");
   command

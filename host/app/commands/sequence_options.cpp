@@ -37,8 +37,12 @@ std::string quoted(const std::string& word) {
   };
   if (!word.empty() && std::all_of(word.begin(), word.end(), plain)) return word;
   std::string text = "'";
-  for (const char letter : word) text += letter == '\'' ? "'\\''" : std::string(1, letter);
-  return text + "'";
+  for (const char letter : word) {
+    if (letter == '\'') text += "'\\'";
+    text += letter;
+  }
+  text += '\'';
+  return text;
 }
 
 void append(const CLI::Option& option, std::vector<std::string>& arguments) {

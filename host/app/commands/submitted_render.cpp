@@ -70,7 +70,9 @@ void read(const std::vector<RenderArgument>& given, const Options& options) {
   for (const auto& [kind, option, value] : given) {
     if (!option.empty() && reader.get_option_no_throw(option) == nullptr) continue;
     const bool whole = !option.empty() && !value.empty();
-    words.insert(words.begin(), whole ? option + "=" + value : option.empty() ? value : option);
+    std::string word = option.empty() ? value : option;
+    if (whole) word.append("=").append(value);
+    words.insert(words.begin(), word);
     if (kind != Kind::Flag && !option.empty() && value.empty()) words.insert(words.begin(), value);
   }
   reader.parse(words);

@@ -26,7 +26,7 @@ void copyFile(const fs::path& from, const fs::path& to) {
 
 // The document in a .gltf, or in the first chunk of a .glb: a header of 12 bytes, the chunk's length and its kind.
 std::string documentIn(const std::vector<std::uint8_t>& content) {
-  const std::string text(content.begin(), content.end());
+  std::string text(content.begin(), content.end());
   if (!text.starts_with("glTF") || text.size() < 20) return text;
   std::size_t length = 0;
   for (std::size_t byte = 0; byte < 4; ++byte) length |= static_cast<std::size_t>(content[12 + byte]) << (8 * byte);
@@ -62,7 +62,7 @@ fs::path Bundle::nextFolder() {
 }
 
 fs::path Bundle::add(const fs::path& file) {
-  const fs::path copy = nextFolder() / file.filename();
+  fs::path copy = nextFolder() / file.filename();
   copyFile(file, copy);
   return copy;
 }
@@ -79,12 +79,13 @@ fs::path Bundle::addScene(const fs::path& file) {
 }
 
 fs::path Bundle::addWorkflow(const fs::path& file) {
-  const fs::path copy = add(file);
+  fs::path copy = add(file);
   try {
     const Json workflow = parsedJson(readText(file, kLargestDocument), kDeepest);
     const Json graph = workflow.is_object() ? workflow.value("graph", Json()) : Json();
-    if (graph.is_string())
-      copyFile(file.parent_path() / graph.get<std::string>(), copy.parent_path() / graph.get<std::string>());
+    const fs::path name = graph.is_string() ? graph.get<std::string>() : "";
+    // Elsewhere than beside it the helper takes none, and nothing is written there.
+    if (!name.empty() && name == name.filename()) copyFile(file.parent_path() / name, copy.parent_path() / name);
   } catch (const Failure&) {
     throw;
   } catch (const Error&) {  // a picture that holds its workflow, or what the helper will name as damaged

@@ -38,7 +38,7 @@ std::string identifierOf(std::string name) {
 class Call {
  public:
   // What stands for the parameter's value in an argument.
-  std::string parameter(const std::string& name, const char* type, const Json& value, Json more,
+  std::string parameter(const std::string& name, const char* type, const Json& value, const Json& more,
                         const Json& interface) {
     Json definition{{"name", name}, {"type", type}};
     definition.update(more);

@@ -128,6 +128,7 @@ std::vector<fs::path> historyEntries(const fs::path& writeDirectory, std::int32_
 
 std::vector<fs::path> filesOfFrame(const fs::path& writeDirectory, std::int32_t frame) {
   std::vector<fs::path> files;
+  files.reserve(kOfFrame.size() + 1);
   for (const Kind& kind : kOfFrame) files.push_back(fileOf(kind, writeDirectory, frame));
   files.push_back(fileOf({kResponse.what, kResponse.stem, ".log"}, writeDirectory, frame));
   return files;

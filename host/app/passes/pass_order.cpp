@@ -27,9 +27,13 @@ Json jsonOf(const PassOrder& order) {
   if (order.wish.empty()) return {};
   Json told{{"passes", namesOf(order.wish)}};
   const PassSettings& settings = order.settings;
-  if (settings.range) told["depth-range"] = textOf(*settings.range);
-  if (settings.depth) told["depth-kind"] = wordOf(kDepthKindWords, *settings.depth);
-  if (settings.normal) told["normal-kind"] = wordOf(kNormalKindWords, *settings.normal);
+  if (order.wish.passes.has(render::Pass::Depth)) {
+    if (settings.range) told["depth-range"] = textOf(*settings.range);
+    told["depth-kind"] = wordOf(kDepthKindWords, settings.depth.value_or(render::DepthTone::Kind::Inverse));
+  }
+  if (order.wish.passes.has(render::Pass::Normal) && settings.normal) {
+    told["normal-kind"] = wordOf(kNormalKindWords, *settings.normal);
+  }
   return told;
 }
 

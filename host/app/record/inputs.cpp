@@ -70,6 +70,11 @@ std::string whyChanged(const Json& record, std::int32_t frame, const Json& input
   const auto made = record.find("inputs");
   if (made == record.end() || !made->is_object()) return "its record doesn't tell all that made it";
   if (record.value("frame", Json()) != frame) return "it is another frame";
+  // Of a picture that is repeated: the record of either tells the same seed.
+  const Json seed = seedTold();
+  if (!seed.is_null() && seedRuleTold().is_null() && record.value("seed", Json()).dump() != seed.get<std::string>()) {
+    return "changed: 'seed'";
+  }
   const std::vector<std::string> changed = changedInputs(*made, inputs);
   if (!changed.empty()) return "changed: " + listed(changed);
   return "";
@@ -92,7 +97,7 @@ Json inputsOf(EffectSession& session, const RenderInputs& given) {
   inputs["system-prompt"] = node.text(QUILLMERE_SYSTEM_PROMPT);
   inputs["prompt"] = node.text(QUILLMERE_PROMPT);
   inputs["style"] = hashOf(style ? *style : lockedStyle(given.writeDirectory));
-  inputs["seed"] = seedTold();
+  inputs["seed"] = seedRuleTold();
   if (given.format == FileFormat::Exr) {
     inputs["exr-encoding"] = given.exr == image::ExrEncoding::Srgb ? "srgb" : "linear";
   }

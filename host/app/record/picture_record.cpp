@@ -64,8 +64,9 @@ std::string writeExrWithRecord(const fs::path& file, image::ExrEncoding exr, con
   // A name that is swept when this process is gone.
   const fs::path side = sideFileOf(file), aside = side.parent_path() / ("." + side.filename().string() + "." +
                                                                         std::to_string(::getpid()) + ".part");
-  fs::rename(side, aside, error);
-  const bool replaces = !error;
+  const bool former = fs::is_regular_file(side, error);
+  if (former) fs::rename(side, aside, error);
+  const bool replaces = former && !error;
   try {
     image::writeExr(file, picture, exr);
   } catch (const Error&) {
@@ -126,10 +127,13 @@ void tellSeedRule(const std::string& rule) {
 }
 
 Json seedTold() {
-  for (const char* variable : {kSeedRule, kSeed}) {
-    if (const char* told = std::getenv(variable); told != nullptr) return told;
-  }
-  return {};
+  const char* const told = std::getenv(kSeed);
+  return told == nullptr ? Json() : Json(told);
+}
+
+Json seedRuleTold() {
+  const char* const told = std::getenv(kSeedRule);
+  return told == nullptr ? Json() : Json(told);
 }
 
 void tellStyle(const std::string& picture) {

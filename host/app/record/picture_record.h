@@ -30,8 +30,9 @@ std::string cameraOf(EffectSession& session);
 
 // Every helper that this process starts from now on makes its pictures with this seed. As above.
 void tellSeed(std::uint64_t seed);
-// What they are told of seeds, the rule before the seed; null when the workflow decides.
+// The seed, and the rule for seeds, that they are told; null when they aren't.
 Json seedTold();
+Json seedRuleTold();
 
 // Every helper that this process starts from now on chooses seeds so, whatever its workflow says and any seed that it
 // was told: a whole number of 64 bits, "frame" or "random". As above.

@@ -27,6 +27,7 @@ struct RenderPlan {
 };
 
 // How one frame ended.
+// NOLINTNEXTLINE(bugprone-exception-escape): JSON tells of no move that can't fail
 struct FrameReport {
   enum class State { Done, Failed, Stopped, Kept };  // Kept: the file was what it would have become
 

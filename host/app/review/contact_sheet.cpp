@@ -123,7 +123,8 @@ void refuseTooLarge(const Grid& grid) {
 std::string captionOf(const Json& record, const fs::path& picture) {
   const Json frame = record.value("frame", Json()), camera = record.value("camera", Json());
   if (!frame.is_number_integer()) return picture.filename().string();
-  return frame.dump() + (camera.is_string() && camera != "" ? "  " + camera.get<std::string>() : "");
+  return frame.dump() +
+         (camera.is_string() && !camera.get_ref<const std::string&>().empty() ? "  " + camera.get<std::string>() : "");
 }
 
 // Drawn before the picture was made from it: a later one is another render's.

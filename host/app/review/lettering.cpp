@@ -74,7 +74,7 @@ void writeText(image::Image& picture, int x, int y, std::string_view text, int s
     const Letter& letter = letterOf(character);
     for (int row = 0; row < kRows; ++row) {
       for (int column = 0; column < kColumns; ++column) {
-        const char dot = letter.dots[static_cast<std::size_t>(row * kAdvance + column)];
+        const char dot = letter.dots[static_cast<std::size_t>(row) * kAdvance + static_cast<std::size_t>(column)];
         if (dot == '#') fillDot(picture, x + column * scale, y + row * scale, scale, ink);
       }
     }

@@ -134,8 +134,8 @@ void Sequence::fail(const Shot& shot, const Attempt& attempt) {
   tally_.failed({shot.frame, shot.camera, attempt.report.error, tries});
   const bool lasts = attempt.failure == FailureKind::Lasting && plan_.rules.onFailure == OnFailure::StopIfLasting;
   if (!lasts && plan_.rules.onFailure != OnFailure::Stop) return;
-  halted_ = true;
-  if (next_ < plan_.count()) {
+  // Those that were in flight may fail of the same.
+  if (!std::exchange(halted_, true) && next_ < plan_.count()) {
     report_.trouble(
         lasts ? "the other frames are not begun: they would fail of the same; --keep-going renders them all the same"
               : "the other frames are not begun, as --stop-at-first-failure asks");

@@ -45,6 +45,7 @@ struct Shot {
 };
 
 // How a try to render it has ended.
+// NOLINTNEXTLINE(bugprone-exception-escape): JSON tells of no move that can't fail
 struct Attempt {
   FrameReport report;
   std::string lost;                            // files beside the picture that are not whole, in words; mostly empty
