@@ -22,7 +22,7 @@ class Across {
  public:
   Across(const image::Image& picture, int x, int y, bool down)
       : here_(picture.pixel<float>(x, y)),
-        step_(picture.channels() * (down ? picture.width() : 1)),
+        step_(static_cast<std::ptrdiff_t>(picture.channels()) * (down ? picture.width() : 1)),
         before_(down ? y : x),
         behind_((down ? picture.height() : picture.width()) - 1 - before_) {}
 

@@ -21,7 +21,7 @@ std::string withPath(const std::string& name, const NodeGraph& graph, int node) 
   int above = graph.nodes[static_cast<std::size_t>(node)].parent;
   for (int step = 0; above >= 0 && step < kMostAbove; ++step) {
     const Node& parent = graph.nodes[static_cast<std::size_t>(above)];
-    if (!parent.name.empty()) path = excerpt(parent.name) + "/" + path;
+    if (!parent.name.empty()) path = excerpt(parent.name).append("/").append(path);
     above = parent.parent;
   }
   return path;

@@ -44,6 +44,3 @@ class FarmCase(AppCase):
             self.assertEqual(len(png_pixels.read(file)), 36)
             frames.append(int(file.stem[2:]))
         return frames
-
-    def resumes(self) -> bool:
-        return "--resume" in self.run_command("render", "--help").stdout

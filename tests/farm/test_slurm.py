@@ -65,7 +65,7 @@ class Slurm(FarmCase):
         self.assertEqual(self.whole_frames(), list(range(1, 25)))
         starts = self.starts()
         for frame in range(1, 25):
-            once = frame not in share or (frame in there and self.resumes())
+            once = frame not in share or frame in there
             self.assertLessEqual(starts[frame], 1 if once else 2, f"frame {frame}\n{self.log()}")
         self.assertEqual(os.listdir(self.folder / "tmp"), [])
 

@@ -22,7 +22,7 @@ struct Options {
   std::vector<std::string> engineOptions;
   std::int64_t tasks = 0;  // 0: the engine's own measure
   int atATime = 0;
-  bool bundle = false, dryRun = false, resumes = false;
+  bool bundle = false, dryRun = false;
 };
 
 constexpr const char* kEngineOptions = "SBATCH";
@@ -83,7 +83,6 @@ ExitStatus submitToSlurm(SubmittedRender& render, const Options& options, const 
   if (options.tasks == 0) job.tasks = tasksFor(frames);
   if (!options.dryRun) prepare(render, options, folder);
   job.render = render.asArguments(folder / kSettingsFile);
-  job.render.resumes = options.resumes;
   if (options.dryRun) {
     printResult(slurmScript(job));
     return ExitStatus::Done;
@@ -100,7 +99,6 @@ ExitStatus submitToSlurm(SubmittedRender& render, const Options& options, const 
 ExitStatus makeOpenJdBundle(SubmittedRender& render, const Options& options, const fs::path& folder) {
   if (!options.dryRun) prepare(render, options, folder);
   OpenJdJob job = render.asOpenJdJob(folder / kSettingsFile);
-  job.render.resumes = options.resumes;
   if (options.tasks > 0) job.framesPerTask = (render.frames().count() + options.tasks - 1) / options.tasks;
   const std::string text = openJdTemplate(job).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
   if (options.dryRun) {
@@ -155,7 +153,6 @@ Action addSubmit(CLI::App& command) {
   const auto options = std::make_shared<Options>();
   options->render = addRender(command);
   command.get_option("SCENE")->required();
-  options->resumes = command.get_option_no_throw("--resume") != nullptr;
   for (const char* name : kOfTasks) {
     if (CLI::Option* option = command.get_option_no_throw(name)) command.remove_option(option);
   }

@@ -20,9 +20,6 @@ struct FarmRender {
   std::vector<RenderArgument> arguments;  // but for frames, output, and what is each task's own
   FrameSet frames;
   std::filesystem::path output;  // pattern of the frames' files, absolute
-  // Whether a task that is started again keeps the frames that are whole already, and its log can be told a place: what
-  // --resume and --log do.
-  bool resumes = false;
 };
 
 }  // namespace quillmere::app

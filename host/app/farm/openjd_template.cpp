@@ -202,10 +202,8 @@ Call callOf(const OpenJdJob& job) {
     if (fits(field)) addField(field, call);
   }
   call.argument("--write-dir={{Session.WorkingDirectory}}/quillmere");
-  if (job.render.resumes) {
-    call.argument("--resume");
-    call.argument("--log={{Session.WorkingDirectory}}/frames.log");
-  }
+  call.argument("--resume");
+  call.argument("--log={{Session.WorkingDirectory}}/frames.log");
   call.argument("--report=openjd");
   return call;
 }

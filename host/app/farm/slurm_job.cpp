@@ -91,8 +91,7 @@ std::string wordsOf(const RenderArgument& argument) {
 std::string call(const SlurmJob& job) {
   std::string lines = shellQuoted(job.program) + " render";
   for (const RenderArgument& argument : job.render.arguments) lines += " \\\n  " + wordsOf(argument);
-  if (job.render.resumes)
-    lines += " \\\n  --resume --log=\"$job/logs/${SLURM_ARRAY_JOB_ID}_$SLURM_ARRAY_TASK_ID.frames.log\"";
+  lines += " \\\n  --resume --log=\"$job/logs/${SLURM_ARRAY_JOB_ID}_$SLURM_ARRAY_TASK_ID.frames.log\"";
   return lines + " \\\n  --output=" + shellQuoted(job.render.output.string()) +
          " \\\n  --frames=\"$frames\" --write-dir=\"$own\"\n";
 }
