@@ -25,9 +25,9 @@ void addPassSettings(CLI::App& command, PassSettings& settings) {
   command
       .add_option_function<std::string>(
           "--depth-range", [&settings](const std::string& text) { settings.range = parseDepthRange(text); },
-          "Distances in metres that a picture of depth shows as white and as black (default:\n"
-          "of all that is seen in the frames)")
-      ->type_name("NEAR:FAR");
+          "NEAR:FAR, the distances in metres that a picture of depth shows as white and as\n"
+          "black (default: of all that is seen in the frames)")
+      ->type_name("RANGE");
   addKind(command, "--depth-kind", kDepthKindWords, settings.depth,
           "How a picture of depth fades between them: even in 1 / distance, or in distance");
   addKind(command, "--normal-kind", kNormalKindWords, settings.normal,

@@ -26,7 +26,9 @@ const Heading kHeadings[] = {
     {"How the final guide is drawn", {"--exposure", "--samples", "--background", "--light", "--two-sided"}},
     {"How passes are drawn, for workflows that ask for them", {"--depth-range", "--depth-kind", "--normal-kind"}},
     {"Renders kept and repeated", {"--like", "--settings", "--save-settings", "--save-job"}},
-    {"What is printed", {"--json", "--quiet", "--help"}},
+    {"What is done about several frames, and about failures",
+     {"--resume", "--jobs", "--retries", "--keep-going", "--stop-at-first-failure", "--log"}},
+    {"What is printed", {"--json", "--report", "--quiet", "--help"}},
     {"Seldom needed", {"--set", "--output-dir", "--prefix", "--history", "--preview", "--write-dir", "--plugin"}},
 };
 
@@ -40,6 +42,7 @@ constexpr const char* kExamples =
     "  quillmere render harbour.glb --prompt \"a storm\" --save-settings storm.json\n"
     "  quillmere render pier.glb --settings storm.json --save-job night.json\n"
     "  quillmere render night.json --frames 25-48\n"
+    "  quillmere render night.json --frames 1-240 --resume --retries 3\n"
     "  quillmere render --like render_0012.png --prompt \"the same at night\" --output night_####.png";
 
 std::ptrdiff_t placeOf(const std::string& heading) {

@@ -52,8 +52,7 @@ std::string row(const char* label, const std::string& file) {
 std::string textOf(const FrameReport& report) {
   char seconds[32];
   std::snprintf(seconds, sizeof seconds, "%.2f s", report.seconds);
-  std::string summary =
-      "frame " + std::to_string(report.frame) + " " + wordOf(report.state) + " in " + seconds + "\n";
+  std::string summary = "frame " + std::to_string(report.frame) + " " + wordOf(report.state) + " in " + seconds + "\n";
   if (report.state == FrameReport::State::Kept) {
     return "frame " + std::to_string(report.frame) + " kept\n" + row("output   ", report.output);
   }
