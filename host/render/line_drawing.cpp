@@ -26,7 +26,7 @@ class Across {
         before_(down ? y : x),
         behind_((down ? picture.height() : picture.width()) - 1 - before_) {}
 
-  const float* at(int offset) const { return here_ + std::ptrdiff_t{std::clamp(offset, -before_, behind_)} * step_; }
+  const float* at(int offset) const { return &here_[std::ptrdiff_t{std::clamp(offset, -before_, behind_)} * step_]; }
 
  private:
   const float* here_;

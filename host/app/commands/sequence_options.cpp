@@ -104,10 +104,14 @@ std::vector<std::string> workerArguments(const CLI::App& command, const std::str
 }
 
 std::string commandFor(const CLI::App& command, const std::string& frames, const std::string& output,
-                       const std::string& view) {
-  std::vector<std::string> arguments = argumentsOf(command, {"frames", "frame", "time", "output", "save-settings"});
+                       const OfAllFrames& kept) {
+  std::vector<std::string> arguments =
+      argumentsOf(command, {"frames", "frame", "time", "output", "save-settings", "save-job"});
   arguments.insert(arguments.end(), {"--frames=" + frames, "--output=" + output});
-  if (!view.empty() && command.count("--view") == 0) arguments.push_back("--view=" + view);
+  if (!kept.view.empty() && command.count("--view") == 0) arguments.push_back("--view=" + kept.view);
+  if (!kept.depthRange.empty() && command.count("--depth-range") == 0) {
+    arguments.push_back("--depth-range=" + kept.depthRange);
+  }
   std::string text = "quillmere";
   for (const std::string& argument : arguments) text += " " + quoted(argument);
   return text;

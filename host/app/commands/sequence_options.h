@@ -33,9 +33,14 @@ std::vector<std::string> argumentsOf(const CLI::App& command, const std::vector<
 std::vector<std::string> workerArguments(const CLI::App& command, const std::string& plugin,
                                          const std::string& pictures);
 
-// What a shell takes, to render these frames of the same sequence to the same files. `view` (may be empty) is the
-// camera of the host's own, which would show other frames otherwise.
+// What of a sequence follows from all its frames, and would be another for some of them: where the host's own camera
+// stands, how deep what is seen lies. Empty where there is none.
+struct OfAllFrames {
+  std::string view, depthRange;
+};
+
+// What a shell takes, to render these frames of the same sequence to the same files.
 std::string commandFor(const CLI::App& command, const std::string& frames, const std::string& output,
-                       const std::string& view);
+                       const OfAllFrames& kept);
 
 }  // namespace quillmere::app

@@ -27,8 +27,10 @@ SequenceSummary summaryOf(const Sequence& sequence, const SequenceRun& run) {
   const std::vector<std::int32_t> missing = sequence.missing();
   if (missing.empty()) return summary;
   summary.missing = FrameSet::of(missing).text();
-  const std::string view = run.shown.contains("view") ? run.shown["view"].get<std::string>() : "";
-  summary.command = commandFor(run.command, summary.missing, run.plan.output.text(), view);
+  OfAllFrames kept{run.shown.value("view", ""), {}};
+  const Json& passes = run.passes.begin()->second;  // each camera has a range of its own
+  if (run.passes.size() == 1 && passes.is_object()) kept.depthRange = passes.value("depth-range", "");
+  summary.command = commandFor(run.command, summary.missing, run.plan.output.text(), kept);
   // Of several cameras, some may have these frames.
   if (run.plan.cameras.size() > 1 && !run.options.resume) summary.command += " --resume";
   return summary;

@@ -6,9 +6,12 @@
 
 #include "base/atomic_file.h"
 #include "base/file_reading.h"
+#include "doctor/helper_check.h"
 #include "effect/controls.h"
 #include "effect/effect_session.h"
 #include "effect/workflow_catalog.h"
+#include "passes/depth_range.h"
+#include "passes/pass_wish.h"
 #include "report/output.h"
 #include "values/failure.h"
 #include "values/output_pattern.h"
@@ -25,6 +28,8 @@ constexpr const char* kSettings = "--settings";
 constexpr const char* kWorkflow = "--workflow";
 constexpr const char* kView = "--view";
 constexpr const char* kControl = "--control";
+constexpr const char* kDepthRange = "--depth-range";
+constexpr std::chrono::seconds kPatience{30};  // for the helper, which may ask a server
 
 std::string nameOf(const CLI::Option& option) {
   return option.get_positional() ? "" : "--" + option.get_lnames().front();
@@ -197,6 +202,27 @@ void SubmittedRender::setUpEffect() {
                   "give another with --workflow");
   }
   workflow_ = workflow.empty() ? "" : fs::absolute(workflow);
+  fixDepths();
+}
+
+// The depths of the nearest and the farthest that is seen follow from all frames, too.
+void SubmittedRender::fixDepths() {
+  const bool given =
+      std::ranges::any_of(arguments_, [](const RenderArgument& argument) { return argument.option == kDepthRange; });
+  if (given || workflow_.empty()) return;
+  const WorkflowCheck check = checkWorkflow(session_->plugin(), "workflow", workflow_, kPatience);
+  if (!wishIn(check.answer).passes.has(render::Pass::Depth)) return;
+  std::vector<std::string> cameras = opened_.cameras;
+  if (cameras.empty()) cameras.push_back(session_->document().cameras().front().name);
+  const std::vector<double> seconds = posesOf(frames_, sceneOptions_.clock);
+  render::DepthRange all{};
+  for (const std::string& camera : cameras) {
+    const render::DepthRange range =
+        depthRangeOf(opened_.scene, camera, {seconds, sceneOptions_.size, sidesOf(drawing_)});
+    const bool first = camera == cameras.front();
+    all = {first ? range.near : std::min(all.near, range.near), first ? range.far : std::max(all.far, range.far)};
+  }
+  arguments_.push_back({Kind::Text, kDepthRange, textOf(all)});
 }
 
 void SubmittedRender::bundleInto(Bundle& bundle) {

@@ -40,6 +40,7 @@ class SubmittedRender {
  private:
   void openScene();
   void setUpEffect();
+  void fixDepths();
   std::vector<RenderArgument> without(const std::vector<std::string>& options) const;
   std::string sceneName() const;
 
