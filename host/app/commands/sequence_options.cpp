@@ -50,7 +50,8 @@ void append(const CLI::Option& option, std::vector<std::string>& arguments) {
   const bool flag = option.get_items_expected_max() == 0;
   if (flag && option.results().front() == "true") return arguments.push_back(name);
   for (const std::string& value : option.results()) {
-    arguments.push_back(name + "=" + value);
+    std::string word = name;
+    arguments.push_back(word.append("=").append(value));
   }
 }
 

@@ -91,6 +91,9 @@ std::string wordsOf(const RenderArgument& argument) {
 std::string call(const SlurmJob& job) {
   std::string lines = shellQuoted(job.program) + " render";
   for (const RenderArgument& argument : job.render.arguments) lines += " \\\n  " + wordsOf(argument);
+  const auto& given = job.render.arguments;
+  const bool sized = std::ranges::any_of(given, [](const RenderArgument& one) { return one.option == "--jobs"; });
+  if (!sized) lines += " \\\n  --jobs=\"${SLURM_CPUS_PER_TASK:-1}\"";  // the cores that Slurm counts, not the node's
   lines += " \\\n  --resume --log=\"$job/logs/${SLURM_ARRAY_JOB_ID}_$SLURM_ARRAY_TASK_ID.frames.log\"";
   return lines + " \\\n  --output=" + shellQuoted(job.render.output.string()) +
          " \\\n  --frames=\"$frames\" --write-dir=\"$own\"\n";
