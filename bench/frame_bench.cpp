@@ -4,12 +4,14 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "api/document.h"
 #include "api/frame.h"
@@ -62,6 +64,16 @@ void TransferOfTheBuffersSize(benchmark::State& state) {
 }
 void TransferStretchedFrom1024x576(benchmark::State& state) {
   transfer(state, 1024, 576);
+}
+
+// What a transfer can't do without beside reading: as many floats as the buffer holds, from one place to another.
+void CopyOfTheBuffer(benchmark::State& state) {
+  const std::vector<float> from(static_cast<std::size_t>(state.range(0) * state.range(1) * 4), 0.5F);
+  std::vector<float> to(from.size());
+  for (auto _ : state) {
+    std::memcpy(to.data(), from.data(), from.size() * sizeof(float));
+    benchmark::ClobberMemory();
+  }
 }
 
 // The part of a transfer that is the picture library's.
@@ -195,6 +207,7 @@ void usualSizes(benchmark::internal::Benchmark* benchmark) {
       ->MeasureProcessCPUTime()
       ->UseRealTime();
 }
+BENCHMARK(CopyOfTheBuffer)->Apply(usualSizes);
 BENCHMARK(LoadResult)->Apply(usualSizes);
 BENCHMARK(TransferOfTheBuffersSize)->Apply(usualSizes);
 BENCHMARK(TransferStretchedFrom1024x576)->Apply(usualSizes);
