@@ -46,7 +46,7 @@ float stored(float light) {
 
 std::uint8_t storedByte(float light) {
   static const std::array<std::uint8_t, kSteps + 1> bytes = makeBytes();
-  return bytes[static_cast<std::size_t>(std::lround(clamped(light) * kSteps))];
+  return bytes[static_cast<std::size_t>(clamped(light) * kSteps + 0.5F)];
 }
 
 glm::vec3 viewed(glm::vec3 radiance) {

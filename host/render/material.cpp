@@ -65,6 +65,7 @@ std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>
       made.occlusionMap = textures.lay(material.occlusionMap, Texture::Holds::Numbers);
       made.glossy = made.glossy || static_cast<bool>(made.metalRoughnessMap);
     }
+    made.textured = made.texture || made.emissionMap || made.metalRoughnessMap || made.normalMap || made.occlusionMap;
     made.frontOnly = !material.doubleSided && (material.unlit || singleSided == SingleSided::All);
     made.filtered = material.alpha != Alpha::Opaque;
   }

@@ -22,6 +22,7 @@ struct LaidTexture {
 struct ShadingMaterial {
   const scene::Material* definition;
   LaidTexture texture, emissionMap, metalRoughnessMap, normalMap, occlusionMap;
+  bool textured;   // shows any of these pictures
   bool emits;      // in places
   bool glossy;     // reflects in other ways than chalk does
   bool filtered;   // whether parts of it may be invisible, so that no hit can be taken as it is found
@@ -58,7 +59,9 @@ struct SurfacePlace {
   float share = 0.0F;  // of the triangle's area that the pixel covers; 0 for a pixel as small as can be
 
   SurfacePlace(const scene::Geometry& on, const TrianglePoint& at)
-      : geometry(on), point(at), corners(cornersOf(on, at.triangle)) {}
+      : SurfacePlace(on, at, cornersOf(on, at.triangle)) {}
+  SurfacePlace(const scene::Geometry& on, const TrianglePoint& at, glm::uvec3 cornersThere)
+      : geometry(on), point(at), corners(cornersThere) {}
 };
 
 // What a picture holds there, averaged over the pixel.

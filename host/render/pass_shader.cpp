@@ -121,24 +121,21 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
 template <Mattes kMattes>
 RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   if (target_.quick != nullptr) {
-    target_.quick->light(layer, [&](int ray) -> QuickShader::Sum& { return sums[ray].quick; });
+    target_.quick->light(layer, [&](int ray) -> QuickShader::Sum& { return sums[layer.block.summedAt(ray)].quick; });
   }
-  const int first = ~(layer.block.raysPerPixel() - 1);
   const auto sumOf = [&](int ray) -> Seen& {
-    std::optional<Seen>& held = sums[ray & first].seen;
+    std::optional<Seen>& held = sums[layer.block.summedAt(ray)].seen;
     return held ? *held : held.emplace();
   };
   RaySet seen = 0;
-  PerRay<float> weights{};  // of points: most are shared by all rays of their pixel
   forEachRay(layer.met, [&](int ray) {
     const float weight = layer.weight[ray], reaching = layer.reaching[ray];
-    weights[layer.pointOf[ray]] += weight;
     if (reaching <= kSeen || reaching - weight > kSeen) return;
     if (scene_.instances()[layer.surface.instance[layer.pointOf[ray]]].sky) return;
     addSeen(layer, ray, sumOf(ray));
     seen |= setOf(ray);
   });
-  forEachRay(layer.points, [&](int at) { addPoint(layer, at, weights[at], sumOf(at)); });
+  forEachRay(layer.points, [&](int at) { addPoint(layer, at, layer.weightAt[at], sumOf(at)); });
   return toTheEnd_ ? 0 : seen;
 }
 

@@ -53,7 +53,39 @@ glm::vec3 bent(glm::vec3 normal, const ShadingMaterial& material, const SurfaceP
   return unit(u * (told.x * scale) - v * (told.y * scale) + normal * told.z, normal);
 }
 
+void fill(float (&lanes)[kRays], float value) {
+  std::fill(std::begin(lanes), std::end(lanes), value);
+}
+void fill(unsigned int (&lanes)[kRays], unsigned int value) {
+  std::fill(std::begin(lanes), std::end(lanes), value);
+}
+void copy(const PerRay<float>& from, float (&lanes)[kRays]) {
+  std::copy(std::begin(from.values), std::end(from.values), std::begin(lanes));
+}
+
 }  // namespace
+
+// The rest of the hits is Embree's to write.
+// cppcheck-suppress uninitMemberVar
+RayPacket::RayPacket(RaySet active, const VectorPerRay& origins, const VectorPerRay& directions, float nearest,
+                     float farthest)
+    : active_(active) {
+  RTCRay16& rays = rays_.ray;
+  copy(origins.x, rays.org_x);
+  copy(origins.y, rays.org_y);
+  copy(origins.z, rays.org_z);
+  copy(directions.x, rays.dir_x);
+  copy(directions.y, rays.dir_y);
+  copy(directions.z, rays.dir_z);
+  fill(rays.tnear, nearest);
+  fill(rays.tfar, farthest);
+  fill(rays.time, 0.0F);
+  fill(rays.mask, ~0U);
+  fill(rays.id, 0U);
+  fill(rays.flags, 0U);
+  fill(rays_.hit.geomID, RTC_INVALID_GEOMETRY_ID);
+  fill(rays_.hit.instID[0], RTC_INVALID_GEOMETRY_ID);
+}
 
 void RayPacket::start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest,
                       std::uint32_t random) {
@@ -104,36 +136,49 @@ Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
           turned * (positions[corners.z] - corner)};
 }
 
-void SurfacePoints::resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight) {
-  const Instance& met = scene.instances()[hit.instance];
-  const scene::Geometry& geometry = *met.surface->geometry;
-  SurfacePlace place(geometry, hit.point);
-  const Triangle triangle = triangleOf(*met.surface, place.corners);
-  const glm::vec3 viewer = unit(-direction, {0.0F, 0.0F, 1.0F});
-  const glm::vec3 cross = glm::cross(triangle.edge1, triangle.edge2);
-  const glm::vec3 flat = towards(unit(cross, viewer), viewer);
-  place.share = shareOf(glm::length(cross), pixelHeight, glm::dot(flat, viewer));
-  const glm::vec4 rgba = colorOf(*met.material, place);
+MetTriangle::MetTriangle(const RayScene& scene, std::uint32_t instance, std::uint32_t index)
+    : met_(&scene.instances()[instance]),
+      instance_(instance),
+      index_(index),
+      corners_(cornersOf(*met_->surface->geometry, index)),
+      world_(triangleOf(*met_->surface, corners_)),
+      cross_(glm::cross(world_.edge1, world_.edge2)),
+      normal_(unit(cross_, glm::vec3(0.0F))),
+      doubleArea_(glm::length(cross_)) {}
 
-  position.set(at, triangle.corner + hit.point.u * triangle.edge1 + hit.point.v * triangle.edge2);
+void SurfacePoints::resolve(int at, const MetTriangle& on, const Hit& hit, glm::vec3 direction, float pixelHeight) {
+  const Instance& met = *on.met_;
+  const ShadingMaterial& shown = *met.material;
+  const scene::Geometry& geometry = *met.surface->geometry;
+  SurfacePlace place(geometry, hit.point, on.corners_);
+  const bool isFlat = on.normal_ != glm::vec3(0.0F);
+  const glm::vec3 flat = isFlat ? towards(on.normal_, -direction) : unit(-direction, {0.0F, 0.0F, 1.0F});
+  if (shown.textured) {
+    const glm::vec3 viewer = unit(-direction, {0.0F, 0.0F, 1.0F});
+    place.share = shareOf(on.doubleArea_, pixelHeight, glm::dot(flat, viewer));
+  }
+  const glm::vec4 rgba = colorOf(shown, place);
+
+  position.set(at, on.world_.corner + hit.point.u * on.world_.edge1 + hit.point.v * on.world_.edge2);
   faceNormal.set(at, flat);
-  normal.set(at, flat);
+  glm::vec3 facing = flat;
   if (!geometry.normals.empty()) {
     // A smoothed normal belongs to the side that its triangle shows, also where it already leans over the edge.
     const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, place.corners, hit.point);
-    normal.set(at, towards(unit(smooth, flat), flat));
+    facing = towards(unit(smooth, flat), flat);
   }
-  if (met.material->normalMap) {
+  if (shown.normalMap) {
     // The map belongs to the side that the geometry's normals are on.
-    const float side = glm::dot(cross, flat) * met.mirroring < 0.0F ? -1.0F : 1.0F;
-    normal.set(at, side * bent(side * normal[at], *met.material, place, triangle));
+    const float side = glm::dot(on.cross_, flat) * met.mirroring < 0.0F ? -1.0F : 1.0F;
+    facing = side * bent(side * facing, shown, place, on.world_);
   }
+  normal.set(at, facing);
   color.set(at, rgba);
-  emission.set(at, emissionOf(*met.material, place));
-  finish[at] = finishOf(*met.material, place);
+  emission.set(at, emissionOf(shown, place));
+  finish[at] = finishOf(shown, place);
   alpha[at] = rgba.a;
   instance[at] = hit.instance;
-  material[at] = met.material;
+  material[at] = &shown;
 }
 
 glm::vec3 SurfacePoints::leaving(int at) const {

@@ -39,7 +39,7 @@ class Texture {
 
   std::shared_ptr<const image::Image> picture_;
   Holds holds_;
-  const std::array<float, 256>& values_;           // of the 8-bit values
+  const std::array<float, 256>&values_, &numbers_;  // of the 8-bit values: as it holds them, and of opacities
   std::vector<std::vector<std::uint8_t>> halved_;  // what levels_[1] and up point into
   std::vector<Level> levels_;                      // never empty
 };
