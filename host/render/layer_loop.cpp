@@ -152,12 +152,13 @@ RaySet LayerTrace::sharingWith(int ray, RaySet among) const {
 void LayerTrace::addPoint(RaySet sharing) {
   const int first = std::countr_zero(sharing);
   Hit middle = rays_.hit(first);
+  float count = 1.0F;
   forEachRay(sharing & ~setOf(first), [&](int ray) {
     const TrianglePoint point = rays_.hit(ray).point;
     middle.point.u += point.u;
     middle.point.v += point.v;
+    count += 1.0F;
   });
-  const auto count = static_cast<float>(std::popcount(sharing));
   middle.point.u /= count;
   middle.point.v /= count;
   if (!triangle_.is(middle.instance, middle.point.triangle)) {
@@ -169,12 +170,13 @@ void LayerTrace::addPoint(RaySet sharing) {
   layer_.points |= setOf(first);
   const float alpha = layer_.surface.alpha[first];
   seesThrough_ = seesThrough_ || alpha < 1.0F;
-  layer_.weightAt[first] = 0.0F;
+  float weight = 0.0F;
   forEachRay(sharing, [&](int ray) {
     layer_.pointOf[ray] = first;
     layer_.weight[ray] = layer_.reaching[ray] * alpha;
-    layer_.weightAt[first] += layer_.weight[ray];
+    weight += layer_.weight[ray];
   });
+  layer_.weightAt[first] = weight;
 }
 
 void LayerTrace::goOn(RaySet done) {

@@ -74,7 +74,7 @@ glm::vec3 QuickShader::lightOf(const Layer& layer, int at) const {
 void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
   const glm::vec3 light = (sum.surfaces + sum.backdrop) * (1.0F / samples);
   std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + std::ptrdiff_t{3} * x;
-  for (int c = 0; c < 3; ++c) rgb[c] = storedByte(light[c]);
+  for (int c = 0; c < 3; ++c) rgb[c] = bytes_.of(light[c]);
 }
 
 glm::vec3 QuickShader::lightOn(glm::vec3 normal, float occlusion) const {

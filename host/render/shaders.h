@@ -2,6 +2,7 @@
 
 #include <glm/glm.hpp>
 
+#include "color_encoding.h"
 #include "image/image.h"
 #include "layer_loop.h"
 #include "light_filter.h"
@@ -45,6 +46,7 @@ class QuickShader {
   glm::vec3 background(int row) const;
 
   image::Image& picture_;
+  StoredBytes bytes_;
   glm::vec3 headlight_;  // towards it: over the left shoulder, so that faces at different angles differ
 };
 
