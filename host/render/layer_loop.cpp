@@ -130,6 +130,7 @@ bool LayerTrace::findNext() {
   layer_.missed = rays_.active() & ~layer_.met;
   layer_.points = 0;
   seesThrough_ = false;
+  if (layer_.block.side == PixelBlock::Side::Two && rays_.allAgree() && addFour()) return true;
   for (RaySet open = layer_.met; open != 0;) {
     const RaySet sharing = sharingWith(std::countr_zero(open), open);
     addPoint(sharing);
@@ -148,6 +149,43 @@ RaySet LayerTrace::sharingWith(int ray, RaySet among) const {
   return sharing;
 }
 
+void LayerTrace::meet(const Hit& hit) {
+  if (triangle_.is(hit.instance, hit.point.triangle)) return;
+  triangle_ = MetTriangle(request_.scene, hit.instance, hit.point.triangle);
+}
+
+// Resolves the middles of all four pixels of a packet that met one triangle; false, with nothing done, where these have
+// to be looked at one by one.
+bool LayerTrace::addFour() {
+  meet(rays_.hit(0));
+  if (!triangle_.isPlain()) return false;
+  FourHits hits;
+  for (int i = 0; i < 4; ++i) {
+    const int first = 4 * i;
+    const Hit hit = rays_.hit(first);
+    TrianglePoint middle = hit.point;
+    float weight = layer_.reaching[first];
+    for (int ray = first + 1; ray < first + 4; ++ray) {
+      const TrianglePoint point = rays_.hit(ray).point;
+      middle.u += point.u;
+      middle.v += point.v;
+      weight += layer_.reaching[ray];
+    }
+    hits.u[i] = 0.25F * middle.u;
+    hits.v[i] = 0.25F * middle.v;
+    hits.direction.x[i] = rays_.direction(first).x;
+    hits.direction.y[i] = rays_.direction(first).y;
+    hits.direction.z[i] = rays_.direction(first).z;
+    hits.pixelHeight[i] = footprint_ * camera_.pixelHeight(hit.distance);
+    layer_.weightAt[first] = weight;
+  }
+  layer_.surface.resolveFour(triangle_, hits);
+  layer_.points = 0x1111U;
+  for (int ray = 0; ray < kRays; ++ray) layer_.pointOf[ray] = ray & ~3;
+  layer_.weight = layer_.reaching;
+  return true;
+}
+
 // Resolves the middle of what those rays met.
 void LayerTrace::addPoint(RaySet sharing) {
   const int first = std::countr_zero(sharing);
@@ -161,9 +199,7 @@ void LayerTrace::addPoint(RaySet sharing) {
   });
   middle.point.u /= count;
   middle.point.v /= count;
-  if (!triangle_.is(middle.instance, middle.point.triangle)) {
-    triangle_ = MetTriangle(request_.scene, middle.instance, middle.point.triangle);
-  }
+  meet(middle);
   layer_.surface.resolve(first, triangle_, middle, rays_.direction(first),
                          footprint_ * camera_.pixelHeight(middle.distance));
   if (found_ == kLayers) layer_.surface.alpha[first] = 1.0F;

@@ -112,6 +112,8 @@ class LayerTrace {
   RayPacket packetOf(RaySet active, const PixelSampling& sampling) const;
   RaySet sharingWith(int ray, RaySet among) const;
   void addPoint(RaySet sharing);
+  bool addFour();
+  void meet(const Hit& hit);
 
   const PictureRequest& request_;
   const CameraRays& camera_;

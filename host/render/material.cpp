@@ -66,6 +66,8 @@ std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>
       made.glossy = made.glossy || static_cast<bool>(made.metalRoughnessMap);
     }
     made.textured = made.texture || made.emissionMap || made.metalRoughnessMap || made.normalMap || made.occlusionMap;
+    made.plain = material.alpha != Alpha::Blend && !made.emissionMap && !made.metalRoughnessMap && !made.normalMap &&
+                 !made.occlusionMap;
     made.frontOnly = !material.doubleSided && (material.unlit || singleSided == SingleSided::All);
     made.filtered = material.alpha != Alpha::Opaque;
   }

@@ -23,6 +23,7 @@ struct ShadingMaterial {
   const scene::Material* definition;
   LaidTexture texture, emissionMap, metalRoughnessMap, normalMap, occlusionMap;
   bool textured;   // shows any of these pictures
+  bool plain;      // stops light wherever it is hit, and has no picture but that of its colour
   bool emits;      // in places
   bool glossy;     // reflects in other ways than chalk does
   bool filtered;   // whether parts of it may be invisible, so that no hit can be taken as it is found

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace quillmere::render {
 namespace {
@@ -32,10 +33,23 @@ glm::vec3 towards(glm::vec3 normal, glm::vec3 viewer) {
   return glm::dot(normal, viewer) < 0.0F ? -normal : normal;
 }
 
+FourVectors towards(const FourVectors& normals, const FourVectors& viewers) {
+  return chosen(dot(normals, viewers) < four(0.0F), four(-1.0F) * normals, normals);
+}
+
+FourVectors unit(const FourVectors& directions, const FourVectors& otherwise) {
+  constexpr float kLeast = std::numeric_limits<float>::min(), kMost = std::numeric_limits<float>::max();
+  const Four square = dot(directions, directions);
+  const FourVectors turned = (four(1.0F) / rootOf(square)) * directions;
+  return chosen((square >= four(kLeast)) & (square <= four(kMost)), turned, otherwise);
+}
+
+constexpr float kLeastCosine = 0.05F;
+
 // Of a triangle's area what a pixel covers; one that looks along the surface covers more of it, of which the geometric
 // mean of both directions is taken.
 float shareOf(float doubleArea, float pixelHeight, float cosine) {
-  return pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
+  return pixelHeight * pixelHeight / (doubleArea * std::max(cosine, kLeastCosine));
 }
 
 // `normal` turned as a normal map says: its red along growing u, its green against growing v (glTF 2.0, 3.9.3).
@@ -123,6 +137,16 @@ RaySet RayPacket::found() const {
   return active_ & raysThat([&](int ray) { return rays_.hit.geomID[ray] != RTC_INVALID_GEOMETRY_ID; });
 }
 
+bool RayPacket::allAgree() const {
+  const RTCHit16& hits = rays_.hit;
+  unsigned int different = 0;
+  for (int ray = 0; ray < kRays; ++ray) {
+    different |= hits.geomID[ray];  // 0 of all hits, as shapes hold one geometry
+    different |= (hits.primID[ray] ^ hits.primID[0]) | (hits.instID[0][ray] ^ hits.instID[0][0]);
+  }
+  return different == 0 && active_ == (RaySet{1} << kRays) - 1;
+}
+
 RaySet RayPacket::findUnblocked(const RayScene& scene) {
   scene.occlude(TraceMask(active_).valid.data(), rays_.ray);
   return active_ & raysThat([&](int ray) { return !(rays_.ray.tfar[ray] < 0.0F); });
@@ -173,12 +197,51 @@ void SurfacePoints::resolve(int at, const MetTriangle& on, const Hit& hit, glm::
     facing = side * bent(side * facing, shown, place, on.world_);
   }
   normal.set(at, facing);
+  fillIn(at, on, rgba, emissionOf(shown, place), finishOf(shown, place));
+}
+
+void SurfacePoints::fillIn(int at, const MetTriangle& on, glm::vec4 rgba, glm::vec3 given, const Finish& reflecting) {
   color.set(at, rgba);
-  emission.set(at, emissionOf(shown, place));
-  finish[at] = finishOf(shown, place);
+  emission.set(at, given);
+  finish[at] = reflecting;
   alpha[at] = rgba.a;
-  instance[at] = hit.instance;
-  material[at] = &shown;
+  instance[at] = on.instance_;
+  material[at] = on.met_->material;
+}
+
+// The same steps as of one point, but for what `isPlain` rules out.
+void SurfacePoints::resolveFour(const MetTriangle& on, const FourHits& hits) {
+  const Instance& met = *on.met_;
+  const ShadingMaterial& shown = *met.material;
+  const scene::Geometry& geometry = *met.surface->geometry;
+  const FourVectors face = FourVectors::of(on.normal_);
+  const Four facing = dot(face, hits.direction);
+  const FourVectors flat = chosen(facing > four(0.0F), FourVectors::of(-on.normal_), face);
+  const FourVectors place = FourVectors::of(on.world_.corner) + hits.u * FourVectors::of(on.world_.edge1) +
+                            hits.v * FourVectors::of(on.world_.edge2);
+  FourVectors smooth = flat;
+  if (!geometry.normals.empty()) {
+    const Four first = four(1.0F) - hits.u - hits.v;
+    smooth = met.normalToWorld * (first * FourVectors::of(geometry.normals[on.corners_.x]) +
+                                  hits.u * FourVectors::of(geometry.normals[on.corners_.y]) +
+                                  hits.v * FourVectors::of(geometry.normals[on.corners_.z]));
+    smooth = towards(unit(smooth, flat), flat);
+  }
+  Four share = four(0.0F);
+  if (shown.textured) {
+    const Four cosine = chosen(facing < four(0.0F), -facing, facing) / rootOf(dot(hits.direction, hits.direction));
+    share = hits.pixelHeight * hits.pixelHeight /
+            (on.doubleArea_ * chosen(cosine < four(kLeastCosine), four(kLeastCosine), cosine));
+  }
+  for (int i = 0; i < 4; ++i) {
+    const int at = 4 * i;
+    SurfacePlace there(geometry, {on.index_, hits.u[i], hits.v[i]}, on.corners_);
+    there.share = share[i];
+    position.set(at, place[i]);
+    faceNormal.set(at, flat[i]);
+    normal.set(at, smooth[i]);
+    fillIn(at, on, colorOf(shown, there), emissionOf(shown, there), finishOf(shown, there));
+  }
 }
 
 glm::vec3 SurfacePoints::leaving(int at) const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <glm/glm.hpp>
 
+#include "four.h"
 #include "ray_scene.h"
 
 namespace quillmere::render {
@@ -63,7 +64,8 @@ class RayPacket {
   // The nearest hit of each active ray.
   void findNearest(const RayScene& scene, RayUse use);
   RaySet found() const;  // the active rays that hit something
-  // Whether these rays, which all hit something, hit the same triangle.
+  bool allAgree() const;  // whether all sixteen rays are active and hit the same triangle
+  // Whether these rays, which both hit something, hit the same triangle.
   bool agree(int ray, int other) const {
     const RTCHit16& hits = rays_.hit;
     return hits.primID[ray] == hits.primID[other] && hits.instID[0][ray] == hits.instID[0][other];
@@ -99,6 +101,8 @@ class MetTriangle {
   bool is(std::uint32_t instance, std::uint32_t index) const {
     return met_ != nullptr && instance_ == instance && index_ == index;
   }
+  // Whether SurfacePoints::resolveFour may be called.
+  bool isPlain() const { return met_->material->plain && normal_ != glm::vec3(0.0F); }
 
  private:
   friend struct SurfacePoints;
@@ -109,6 +113,13 @@ class MetTriangle {
   Triangle world_{};
   glm::vec3 cross_{}, normal_{};  // the cross product of its edges; that with unit length, or 0 where it has none
   float doubleArea_ = 0.0F;
+};
+
+// Where four rays met one triangle.
+struct FourHits {
+  Four u, v;  // weights of the triangle's second and third corner
+  FourVectors direction;
+  Four pixelHeight;  // metres
 };
 
 // What is to be shaded where rays met surfaces, in the world: structure of arrays, of which only those entries hold
@@ -132,9 +143,15 @@ struct SurfacePoints {
   // The same of a triangle that several points are on.
   void resolve(int at, const MetTriangle& on, const Hit& hit, glm::vec3 direction, float pixelHeight);
 
+  // Fills the entries 0, 4, 8 and 12 alike.
+  void resolveFour(const MetTriangle& on, const FourHits& hits);
+
   bool isUnlit(int at) const { return material[at]->definition->unlit; }
   // Just off the surface, on the side of the normals, where a ray starts without meeting it again.
   glm::vec3 leaving(int at) const;
+
+ private:
+  void fillIn(int at, const MetTriangle& on, glm::vec4 rgba, glm::vec3 given, const Finish& reflecting);
 };
 
 }  // namespace quillmere::render
