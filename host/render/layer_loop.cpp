@@ -90,11 +90,12 @@ void PixelSampling::place(const PixelBlock& pixels, const PerRay<std::uint32_t>&
 }
 
 LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-                       const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass)
+                       const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, MetTriangle& triangle)
     : request_(request),
       camera_(camera),
       layer_(rays_, block, numbersOf(firsts, pass), sampling.seed),
       rays_(packetOf(insideOf(request, block), sampling)),
+      triangle_(triangle),
       footprint_(sampling.footprint) {
   for (int ray = 0; ray < kRays; ++ray) layer_.reaching[ray] = 1.0F;
 }

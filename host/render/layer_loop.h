@@ -96,8 +96,9 @@ struct Layer {
 // Follows the rays of one packet from layer to layer. The arguments must outlive it.
 class LayerTrace {
  public:
+  // `triangle` is kept from packet to packet: neighbours mostly meet the same one.
   LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-             const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass);
+             const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, MetTriangle& triangle);
   LayerTrace(const LayerTrace&) = delete;
   LayerTrace& operator=(const LayerTrace&) = delete;
 
@@ -119,7 +120,7 @@ class LayerTrace {
   const CameraRays& camera_;
   Layer layer_;
   RayPacket rays_;
-  MetTriangle triangle_;  // the last one that was met: most points of a packet are on one
+  MetTriangle& triangle_;  // the last one that was met
   float footprint_;
   int found_ = 0;              // layers
   bool seesThrough_ = false;  // whether any point of the layer lets light through
@@ -149,18 +150,18 @@ Outcome drawTiles(const PictureRequest& request, int side, const std::function<v
 template <Shader Shading>
 void drawPass(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
               const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, const Shading& shader,
-              PerRay<typename Shading::Sum>& sums) {
-  LayerTrace trace(request, camera, sampling, block, firsts, pass);
+              PerRay<typename Shading::Sum>& sums, MetTriangle& triangle) {
+  LayerTrace trace(request, camera, sampling, block, firsts, pass, triangle);
   while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
 }
 
 template <Shader Shading>
 void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-               const PixelBlock& block, const Shading& shader) {
+               const PixelBlock& block, const Shading& shader, MetTriangle& triangle) {
   const PerRay<std::uint32_t> firsts = sampling.firstSamples(block);
   PerRay<typename Shading::Sum> sums{};
   for (int pass = 0; pass < sampling.passes; ++pass) {
-    drawPass(request, camera, sampling, block, firsts, pass, shader, sums);
+    drawPass(request, camera, sampling, block, firsts, pass, shader, sums, triangle);
   }
   const int perPixel = block.raysPerPixel();
   for (int ray = 0; ray < kRays; ray += perPixel) {
@@ -176,9 +177,10 @@ Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling
   const CameraRays camera(request.camera, request.width, request.height);
   return drawTiles(request, sampling.tileSide(), [&](Tile tile) {
     PixelBlock block{sampling.block, tile.left, tile.top};
+    MetTriangle triangle;
     for (; block.top < tile.bottom; block.top += block.pixels()) {
       for (block.left = tile.left; block.left < tile.right; block.left += block.pixels()) {
-        drawBlock(request, camera, sampling, block, shader);
+        drawBlock(request, camera, sampling, block, shader, triangle);
       }
     }
   });

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <glm/glm.hpp>
 #include <memory>
 #include <optional>
 #include <vector>
 
+#include "four.h"
 #include "scene/scene.h"
 #include "texture.h"
 
@@ -77,6 +79,14 @@ std::optional<CornerUvs> uvsAt(const LaidTexture& texture, const SurfacePlace& p
 // Linear RGBA of a surface: base colour times texture times vertex colour; opaque materials have an alpha of 1, and so
 // has what a mask lets through.
 glm::vec4 colorOf(const ShadingMaterial& material, const SurfacePlace& place);
+
+// The same of four places on a triangle of a material that is plain. `shares` as in SurfacePlace.
+struct FourPlaces {
+  const scene::Geometry& geometry;
+  glm::uvec3 corners;
+  Four u, v, shares;
+};
+std::array<glm::vec4, 4> colorsOf(const ShadingMaterial& material, const FourPlaces& places);
 
 // How it reflects: shares from 0 to 1.
 struct Finish {

@@ -233,14 +233,16 @@ void SurfacePoints::resolveFour(const MetTriangle& on, const FourHits& hits) {
     share = hits.pixelHeight * hits.pixelHeight /
             (on.doubleArea_ * chosen(cosine < four(kLeastCosine), four(kLeastCosine), cosine));
   }
+  const std::array<glm::vec4, 4> colors = colorsOf(shown, {geometry, on.corners_, hits.u, hits.v, share});
+  const SurfacePlace anywhere(geometry, {on.index_, 0.0F, 0.0F}, on.corners_);
+  const glm::vec3 given = emissionOf(shown, anywhere);
+  const Finish reflecting = finishOf(shown, anywhere);
   for (int i = 0; i < 4; ++i) {
     const int at = 4 * i;
-    SurfacePlace there(geometry, {on.index_, hits.u[i], hits.v[i]}, on.corners_);
-    there.share = share[i];
     position.set(at, place[i]);
     faceNormal.set(at, flat[i]);
     normal.set(at, smooth[i]);
-    fillIn(at, on, colorOf(shown, there), emissionOf(shown, there), finishOf(shown, there));
+    fillIn(at, on, colors[static_cast<std::size_t>(i)], given, reflecting);
   }
 }
 
