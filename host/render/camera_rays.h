@@ -28,14 +28,15 @@ class CameraRays {
         position_(camera.toWorld[3]),
         right_(camera.toWorld[0]),
         up_(camera.toWorld[1]),
-        forward_(-camera.toWorld[2]) {}
+        forward_(-camera.toWorld[2]),
+        shift_(orthographic_ ? 1.0F : 0.0F),
+        turn_(1.0F - shift_) {}
 
   // Through a point of the picture in pixels; (0, 0) is the top left corner of the top left pixel.
   Ray through(glm::vec2 place) const {
     const glm::vec3 offset =
         right_ * ((place.x - halfWidth_) * pixelStep_) + up_ * ((halfHeight_ - place.y) * pixelStep_);
-    if (orthographic_) return {position_ + offset, forward_};
-    return {position_, forward_ + offset};
+    return {position_ + shift_ * offset, forward_ + turn_ * offset};
   }
   float nearest() const { return nearest_; }    // depth of the near plane
   float farthest() const { return farthest_; }  // depth of the far plane, maybe infinite
@@ -55,6 +56,7 @@ class CameraRays {
   float pixelStep_;               // from pixel to pixel, in metres, for a perspective at a depth of 1 m
   float nearest_, farthest_;
   glm::vec3 position_, right_, up_, forward_;
+  float shift_, turn_;  // what a place's offset counts for a ray's origin and for its direction
 };
 
 }  // namespace quillmere::render

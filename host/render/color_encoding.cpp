@@ -7,8 +7,6 @@
 namespace quillmere::render {
 namespace {
 
-constexpr int kSteps = 8192;
-
 std::array<float, 256> makeLights() {
   std::array<float, 256> lights{};
   for (std::size_t i = 0; i < lights.size(); ++i) {
@@ -21,14 +19,6 @@ std::array<float, 256> makeLights() {
 // Comparisons written so that NaN fails them.
 float clamped(float light) {
   return light > 0.0F ? (light < 1.0F ? light : 1.0F) : 0.0F;
-}
-
-std::array<std::uint8_t, kSteps + 1> makeBytes() {
-  std::array<std::uint8_t, kSteps + 1> bytes{};
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    bytes[i] = static_cast<std::uint8_t>(std::lround(stored(static_cast<float>(i) / kSteps) * 255.0F));
-  }
-  return bytes;
 }
 
 }  // namespace
@@ -44,9 +34,15 @@ float stored(float light) {
   return value <= 0.0031308F ? value * 12.92F : 1.055F * std::pow(value, 1.0F / 2.4F) - 0.055F;
 }
 
-std::uint8_t storedByte(float light) {
-  static const std::array<std::uint8_t, kSteps + 1> bytes = makeBytes();
-  return bytes[static_cast<std::size_t>(std::lround(clamped(light) * kSteps))];
+StoredBytes::StoredBytes() {
+  static const std::array<std::uint8_t, kSteps + 1> all = [] {
+    std::array<std::uint8_t, kSteps + 1> bytes{};
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+      bytes[i] = static_cast<std::uint8_t>(std::lround(stored(static_cast<float>(i) / kSteps) * 255.0F));
+    }
+    return bytes;
+  }();
+  bytes_ = all.data();
 }
 
 glm::vec3 viewed(glm::vec3 radiance) {

@@ -28,7 +28,7 @@ class SpanShader {
     forEachRay(layer.met, [&](int ray) {
       if (picture_.scene.instances()[layer.surface.instance[layer.pointOf[ray]]].sky) return;
       const float depth = layer.rays.hit(ray).distance;
-      sums[ray] += Sum{depth, depth};
+      sums[layer.block.summedAt(ray)] += Sum{depth, depth};
     });
     return layer.met;
   }

@@ -20,8 +20,9 @@ void sampleEdge(const PictureRequest& request, const CameraRays& camera, const P
   const PixelBlock block{sampling.block, pixel.x, pixel.y};
   const PerRay<std::uint32_t> firsts = sampling.firstSamples(block);
   PerRay<FinalShader::Sum> sums{};
+  MetTriangle triangle;
   for (int pass = 0; pass < sampling.passes; ++pass) {
-    drawPass(request, camera, sampling, block, firsts, pass, shader, sums);
+    drawPass(request, camera, sampling, block, firsts, pass, shader, sums, triangle);
   }
   for (int ray = 1; ray < kRays; ++ray) sums[0] += sums[ray];
   shader.addTo(sums[0], static_cast<float>(kRays * sampling.passes), static_cast<float>(storedSamples), pixel.x,

@@ -15,6 +15,18 @@ constexpr float kSpent = 1.0F / 512.0F;  // of a sample: what lies behind is not
 // A rotated grid: four different columns and four different rows of the pixel.
 constexpr std::array<glm::vec2, 4> kGrid{{{0.375F, 0.125F}, {0.875F, 0.375F}, {0.125F, 0.625F}, {0.625F, 0.875F}}};
 
+// Where the sixteen samples of a block of two by two pixels lie in it, in pixels.
+struct GridPlaces {
+  constexpr GridPlaces() {
+    for (std::size_t ray = 0; ray < kRays; ++ray) {
+      x[ray] = kGrid[ray % 4].x + static_cast<float>(ray / 4 % 2);
+      y[ray] = kGrid[ray % 4].y + static_cast<float>(ray / 8);
+    }
+  }
+  std::array<float, kRays> x{}, y{};
+};
+constexpr GridPlaces kGridPlaces;
+
 // Every second bit, from the lowest.
 std::uint32_t spread(std::uint32_t bits) {
   bits &= 0xFFFFU;
@@ -27,6 +39,12 @@ std::uint32_t spread(std::uint32_t bits) {
 // The place of a pixel on Morton's curve, which fills squares of two by two, of four by four and so on.
 std::uint32_t alongCurve(glm::uvec2 pixel) {
   return spread(pixel.x) | spread(pixel.y) << 1U;
+}
+
+PerRay<std::uint32_t> numbersOf(const PerRay<std::uint32_t>& firsts, int pass) {
+  PerRay<std::uint32_t> numbers;
+  for (int ray = 0; ray < kRays; ++ray) numbers[ray] = firsts[ray] + static_cast<std::uint32_t>(pass);
+  return numbers;
 }
 
 }  // namespace
@@ -58,24 +76,51 @@ PerRay<std::uint32_t> PixelSampling::firstSamples(const PixelBlock& pixels) cons
   return firsts;
 }
 
-glm::vec2 PixelSampling::placeOf(int ray, std::uint32_t number) const {
-  if (isGrid()) return kGrid[static_cast<std::size_t>(ray) % kGrid.size()];
-  return samplePoint(number, seed);
+void PixelSampling::place(const PixelBlock& pixels, const PerRay<std::uint32_t>& numbers, PerRay<float>& x,
+                          PerRay<float>& y) const {
+  for (int ray = 0; ray < kRays && isGrid(); ++ray) {
+    x[ray] = static_cast<float>(pixels.left) + kGridPlaces.x[static_cast<std::size_t>(ray)];
+    y[ray] = static_cast<float>(pixels.top) + kGridPlaces.y[static_cast<std::size_t>(ray)];
+  }
+  for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
+    const glm::vec2 there = glm::vec2(pixels.pixelOf(ray)) + samplePoint(numbers[ray], seed);
+    x[ray] = there.x;
+    y[ray] = there.y;
+  }
 }
 
 LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-                       const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass)
-    : request_(request), camera_(camera), layer_(rays_, block, sampling.seed), footprint_(sampling.footprint) {
-  for (int ray = 0; ray < kRays; ++ray) layer_.numbers[ray] = firsts[ray] + static_cast<std::uint32_t>(pass);
-  for (int first = 0; first < kRays; first += block.raysPerPixel()) {
-    const glm::ivec2 pixel = block.pixelOf(first);
-    if (pixel.x >= request.width || pixel.y >= request.height) continue;
-    for (int ray = first; ray < first + block.raysPerPixel(); ++ray) {
-      const Ray seen = camera.through(glm::vec2(pixel) + sampling.placeOf(ray, layer_.numbers[ray]));
-      rays_.start(ray, seen.origin, seen.direction, camera.nearest(), camera.farthest(), 0);
-      layer_.reaching[ray] = 1.0F;
-    }
+                       const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, MetTriangle& triangle)
+    : request_(request),
+      camera_(camera),
+      layer_(rays_, block, numbersOf(firsts, pass), sampling.seed),
+      rays_(packetOf(insideOf(request, block), sampling)),
+      triangle_(triangle),
+      footprint_(sampling.footprint) {
+  for (int ray = 0; ray < kRays; ++ray) layer_.reaching[ray] = 1.0F;
+}
+
+// The rays of pixels that are in the picture: blocks may stick out.
+RaySet LayerTrace::insideOf(const PictureRequest& request, const PixelBlock& block) {
+  RaySet inside = (RaySet{1} << kRays) - 1;
+  if (block.left + block.pixels() <= request.width && block.top + block.pixels() <= request.height) return inside;
+  for (int ray = 0; ray < kRays; ++ray) {
+    const glm::ivec2 pixel = block.pixelOf(ray);
+    if (pixel.x >= request.width || pixel.y >= request.height) inside &= ~setOf(ray);
   }
+  return inside;
+}
+
+RayPacket LayerTrace::packetOf(RaySet active, const PixelSampling& sampling) const {
+  PerRay<float> x, y;
+  sampling.place(layer_.block, layer_.numbers, x, y);
+  VectorPerRay origins, directions;
+  for (int ray = 0; ray < kRays; ++ray) {
+    const Ray seen = camera_.through({x[ray], y[ray]});
+    origins.set(ray, seen.origin);
+    directions.set(ray, seen.direction);
+  }
+  return {active, origins, directions, camera_.nearest(), camera_.farthest()};
 }
 
 bool LayerTrace::findNext() {
@@ -85,6 +130,8 @@ bool LayerTrace::findNext() {
   layer_.met = rays_.found();
   layer_.missed = rays_.active() & ~layer_.met;
   layer_.points = 0;
+  seesThrough_ = false;
+  if (layer_.block.side == PixelBlock::Side::Two && rays_.allAgree() && addFour()) return true;
   for (RaySet open = layer_.met; open != 0;) {
     const RaySet sharing = sharingWith(std::countr_zero(open), open);
     addPoint(sharing);
@@ -97,37 +144,80 @@ bool LayerTrace::findNext() {
 // The rays of the same pixel that met the same triangle.
 RaySet LayerTrace::sharingWith(int ray, RaySet among) const {
   RaySet sharing = setOf(ray);
-  const Hit hit = rays_.hit(ray);
   forEachRay(among & layer_.block.raysBeside(ray) & ~sharing, [&](int other) {
-    const Hit beside = rays_.hit(other);
-    if (beside.instance == hit.instance && beside.point.triangle == hit.point.triangle) sharing |= setOf(other);
+    if (rays_.agree(ray, other)) sharing |= setOf(other);
   });
   return sharing;
+}
+
+void LayerTrace::meet(const Hit& hit) {
+  if (triangle_.is(hit.instance, hit.point.triangle)) return;
+  triangle_ = MetTriangle(request_.scene, hit.instance, hit.point.triangle);
+}
+
+// Resolves the middles of all four pixels of a packet that met one triangle; false, with nothing done, where these have
+// to be looked at one by one.
+bool LayerTrace::addFour() {
+  meet(rays_.hit(0));
+  if (!triangle_.isPlain()) return false;
+  FourHits hits;
+  for (int i = 0; i < 4; ++i) {
+    const int first = 4 * i;
+    const Hit hit = rays_.hit(first);
+    TrianglePoint middle = hit.point;
+    float weight = layer_.reaching[first];
+    for (int ray = first + 1; ray < first + 4; ++ray) {
+      const TrianglePoint point = rays_.hit(ray).point;
+      middle.u += point.u;
+      middle.v += point.v;
+      weight += layer_.reaching[ray];
+    }
+    hits.u[i] = 0.25F * middle.u;
+    hits.v[i] = 0.25F * middle.v;
+    hits.direction.x[i] = rays_.direction(first).x;
+    hits.direction.y[i] = rays_.direction(first).y;
+    hits.direction.z[i] = rays_.direction(first).z;
+    hits.pixelHeight[i] = footprint_ * camera_.pixelHeight(hit.distance);
+    layer_.weightAt[first] = weight;
+  }
+  layer_.surface.resolveFour(triangle_, hits);
+  layer_.points = 0x1111U;
+  for (int ray = 0; ray < kRays; ++ray) layer_.pointOf[ray] = ray & ~3;
+  layer_.weight = layer_.reaching;
+  return true;
 }
 
 // Resolves the middle of what those rays met.
 void LayerTrace::addPoint(RaySet sharing) {
   const int first = std::countr_zero(sharing);
   Hit middle = rays_.hit(first);
+  float count = 1.0F;
   forEachRay(sharing & ~setOf(first), [&](int ray) {
     const TrianglePoint point = rays_.hit(ray).point;
     middle.point.u += point.u;
     middle.point.v += point.v;
+    count += 1.0F;
   });
-  const auto count = static_cast<float>(std::popcount(sharing));
   middle.point.u /= count;
   middle.point.v /= count;
-  layer_.surface.resolve(first, request_.scene, middle, rays_.direction(first),
+  meet(middle);
+  layer_.surface.resolve(first, triangle_, middle, rays_.direction(first),
                          footprint_ * camera_.pixelHeight(middle.distance));
   if (found_ == kLayers) layer_.surface.alpha[first] = 1.0F;
   layer_.points |= setOf(first);
+  const float alpha = layer_.surface.alpha[first];
+  seesThrough_ = seesThrough_ || alpha < 1.0F;
+  float weight = 0.0F;
   forEachRay(sharing, [&](int ray) {
     layer_.pointOf[ray] = first;
-    layer_.weight[ray] = layer_.reaching[ray] * layer_.surface.alpha[first];
+    layer_.weight[ray] = layer_.reaching[ray] * alpha;
+    weight += layer_.weight[ray];
   });
+  layer_.weightAt[first] = weight;
 }
 
 void LayerTrace::goOn(RaySet done) {
+  if (!seesThrough_) return rays_.end(rays_.active());
   rays_.end(layer_.missed | done);
   forEachRay(layer_.met & ~done, [&](int ray) {
     layer_.reaching[ray] *= 1.0F - layer_.surface.alpha[layer_.pointOf[ray]];

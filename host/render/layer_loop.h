@@ -37,6 +37,8 @@ struct PixelBlock {
     return {left + (pixel & (pixels() - 1)), top + (pixel >> bits)};
   }
   RaySet raysBeside(int ray) const;  // those of the same pixel
+  // The ray whose sum is that of all samples of a ray's pixel. A block of one pixel has a sum for each sample.
+  int summedAt(int ray) const { return side == Side::Two ? ray & ~3 : ray; }
 };
 
 // Where the samples of a picture lie in its pixels.
@@ -63,8 +65,8 @@ struct PixelSampling {
   int tileSide() const { return isGrid() ? 32 : 16; }  // pixels; whoever stops the drawing waits for one tile
   // For each ray the place of its pixel's first sample in the sequence; on a grid, where nothing is random, 0.
   PerRay<std::uint32_t> firstSamples(const PixelBlock& pixels) const;
-  // Within the pixel, 0-1. `number` is the sample's in the sequence.
-  glm::vec2 placeOf(int ray, std::uint32_t number) const;
+  // Where in the picture the samples of these numbers of the sequence lie, in pixels.
+  void place(const PixelBlock& pixels, const PerRay<std::uint32_t>& numbers, PerRay<float>& x, PerRay<float>& y) const;
 };
 
 // What the rays of a packet meet next on their way from the camera. Only the entries of rays and points that are in
@@ -72,8 +74,9 @@ struct PixelSampling {
 struct Layer {
   // Filling what no set names would cost every packet.
   // cppcheck-suppress uninitMemberVar
-  Layer(const RayPacket& traced, const PixelBlock& pixels, std::uint32_t sequenceSeed)
-      : rays(traced), block(pixels), seed(sequenceSeed) {}
+  Layer(const RayPacket& traced, const PixelBlock& pixels, const PerRay<std::uint32_t>& samples,
+        std::uint32_t sequenceSeed)
+      : rays(traced), block(pixels), numbers(samples), seed(sequenceSeed) {}
 
   const RayPacket& rays;  // directions, as long as one metre of depth; distances, so metres along the view axis
   const PixelBlock& block;
@@ -86,14 +89,16 @@ struct Layer {
   PerRay<float> weight;    // share that ends here: for a surface `reaching` times its alpha, else all that is reaching
   PerRay<int> pointOf;     // of the rays that met a surface: its entry in `surface`
   RaySet points = 0;       // the entries of `surface` that were resolved: each is shared by rays of one pixel
+  PerRay<float> weightAt;  // of those entries: the weights of the rays that share it
   SurfacePoints surface;   // in the last layer that is looked at, everything is opaque
 };
 
 // Follows the rays of one packet from layer to layer. The arguments must outlive it.
 class LayerTrace {
  public:
+  // `triangle` is kept from packet to packet: neighbours mostly meet the same one.
   LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-             const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass);
+             const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, MetTriangle& triangle);
   LayerTrace(const LayerTrace&) = delete;
   LayerTrace& operator=(const LayerTrace&) = delete;
 
@@ -104,22 +109,28 @@ class LayerTrace {
   void goOn(RaySet done);
 
  private:
+  static RaySet insideOf(const PictureRequest& request, const PixelBlock& block);
+  RayPacket packetOf(RaySet active, const PixelSampling& sampling) const;
   RaySet sharingWith(int ray, RaySet among) const;
   void addPoint(RaySet sharing);
+  bool addFour();
+  void meet(const Hit& hit);
 
-  RayPacket rays_;
   const PictureRequest& request_;
   const CameraRays& camera_;
   Layer layer_;
+  RayPacket rays_;
+  MetTriangle& triangle_;  // the last one that was met
   float footprint_;
-  int found_ = 0;  // layers
+  int found_ = 0;              // layers
+  bool seesThrough_ = false;  // whether any point of the layer lets light through
 };
 
 // What turns layers into pixels. A Sum is what one pixel's samples add up to; a fresh one, `Sum{}`, is nothing.
 template <class T>
 concept Shader = requires(const T& shader, const Layer& layer, PerRay<typename T::Sum>& sums) {
-  // Adds to each ray's sum what the layer brings to its sample. Returns the rays whose samples need no layer behind
-  // this one; samples that are spent end without being told.
+  // Adds to the sum of each ray's pixel, `sums[layer.block.summedAt(ray)]`, what the layer brings to its sample. Returns
+  // the rays whose samples need no layer behind this one; samples that are spent end without being told.
   { shader.shade(layer, sums) } -> std::same_as<RaySet>;
   sums[0] += sums[1];
   // Writes pixel (x, y) from the sum of that many samples; each pixel once, on any thread.
@@ -139,24 +150,23 @@ Outcome drawTiles(const PictureRequest& request, int side, const std::function<v
 template <Shader Shading>
 void drawPass(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
               const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, const Shading& shader,
-              PerRay<typename Shading::Sum>& sums) {
-  LayerTrace trace(request, camera, sampling, block, firsts, pass);
+              PerRay<typename Shading::Sum>& sums, MetTriangle& triangle) {
+  LayerTrace trace(request, camera, sampling, block, firsts, pass, triangle);
   while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
 }
 
 template <Shader Shading>
 void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-               const PixelBlock& block, const Shading& shader) {
+               const PixelBlock& block, const Shading& shader, MetTriangle& triangle) {
   const PerRay<std::uint32_t> firsts = sampling.firstSamples(block);
   PerRay<typename Shading::Sum> sums{};
   for (int pass = 0; pass < sampling.passes; ++pass) {
-    drawPass(request, camera, sampling, block, firsts, pass, shader, sums);
+    drawPass(request, camera, sampling, block, firsts, pass, shader, sums, triangle);
   }
   const int perPixel = block.raysPerPixel();
   for (int ray = 0; ray < kRays; ray += perPixel) {
     const glm::ivec2 pixel = block.pixelOf(ray);
     if (pixel.x >= request.width || pixel.y >= request.height) continue;
-    for (int i = 1; i < perPixel; ++i) sums[ray] += sums[ray + i];
     shader.store(sums[ray], static_cast<float>(perPixel * sampling.passes), pixel.x, pixel.y);
   }
 }
@@ -167,9 +177,10 @@ Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling
   const CameraRays camera(request.camera, request.width, request.height);
   return drawTiles(request, sampling.tileSide(), [&](Tile tile) {
     PixelBlock block{sampling.block, tile.left, tile.top};
+    MetTriangle triangle;
     for (; block.top < tile.bottom; block.top += block.pixels()) {
       for (block.left = tile.left; block.left < tile.right; block.left += block.pixels()) {
-        drawBlock(request, camera, sampling, block, shader);
+        drawBlock(request, camera, sampling, block, shader, triangle);
       }
     }
   });

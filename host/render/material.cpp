@@ -23,13 +23,36 @@ const std::vector<glm::vec2>& uvsOf(const scene::Geometry& geometry, std::uint32
   return index <= geometry.otherUvs.size() ? geometry.otherUvs[index - 1] : none;
 }
 
-// Binary logarithm of a pixel's width in texels.
-float levelOf(const SurfacePlace& place, const std::vector<glm::vec2>& uvs, glm::vec2 size) {
-  if (place.share <= 0.0F) return 0.0F;
-  const glm::vec2 a = (uvs[place.corners.y] - uvs[place.corners.x]) * size;
-  const glm::vec2 b = (uvs[place.corners.z] - uvs[place.corners.x]) * size;
-  const float squared = std::abs(a.x * b.y - a.y * b.x) * place.share;
-  return squared > 1.0F ? 0.5F * std::log2(squared) : 0.0F;
+// Twice the triangle's area in texels.
+float texelsOf(const glm::uvec3& corners, const std::vector<glm::vec2>& uvs, glm::vec2 size) {
+  const glm::vec2 a = (uvs[corners.y] - uvs[corners.x]) * size;
+  const glm::vec2 b = (uvs[corners.z] - uvs[corners.x]) * size;
+  return std::abs(a.x * b.y - a.y * b.x);
+}
+
+// Binary logarithm of a pixel's width in texels, of which it covers so many.
+float levelOf(float texels) {
+  return texels > 1.0F ? 0.5F * std::log2(texels) : 0.0F;
+}
+
+Four mixed(Four first, Four second, Four third, const FourPlaces& places) {
+  return first * (four(1.0F) - places.u - places.v) + second * places.u + third * places.v;
+}
+
+void multiply(std::array<glm::vec4, 4>& colors, const LaidTexture& texture, const FourPlaces& places) {
+  const std::vector<glm::vec2>& uvs = uvsOf(places.geometry, texture.map->uvs);
+  if (uvs.empty()) {
+    for (glm::vec4& color : colors) color *= texture.texture->read(glm::vec2(0.0F), 0.0F, *texture.map);
+    return;
+  }
+  const glm::uvec3 corners = places.corners;
+  const glm::vec2 first = uvs[corners.x], second = uvs[corners.y], third = uvs[corners.z];
+  const Four u = mixed(four(first.x), four(second.x), four(third.x), places);
+  const Four v = mixed(four(first.y), four(second.y), four(third.y), places);
+  const Four texels = places.shares * texelsOf(corners, uvs, texture.texture->size());
+  for (int i = 0; i < 4; ++i) {
+    colors[static_cast<std::size_t>(i)] *= texture.texture->read({u[i], v[i]}, levelOf(texels[i]), *texture.map);
+  }
 }
 
 // Prepares each picture once, however many materials use it.
@@ -65,6 +88,9 @@ std::vector<ShadingMaterial> shadingMaterials(const std::vector<scene::Material>
       made.occlusionMap = textures.lay(material.occlusionMap, Texture::Holds::Numbers);
       made.glossy = made.glossy || static_cast<bool>(made.metalRoughnessMap);
     }
+    made.textured = made.texture || made.emissionMap || made.metalRoughnessMap || made.normalMap || made.occlusionMap;
+    made.plain = material.alpha != Alpha::Blend && !made.emissionMap && !made.metalRoughnessMap && !made.normalMap &&
+                 !made.occlusionMap;
     made.frontOnly = !material.doubleSided && (material.unlit || singleSided == SingleSided::All);
     made.filtered = material.alpha != Alpha::Opaque;
   }
@@ -79,7 +105,8 @@ glm::uvec3 cornersOf(const scene::Geometry& geometry, std::uint32_t triangle) {
 glm::vec4 read(const LaidTexture& texture, const SurfacePlace& place) {
   const std::vector<glm::vec2>& uvs = uvsOf(place.geometry, texture.map->uvs);
   if (uvs.empty()) return texture.texture->read(glm::vec2(0.0F), 0.0F, *texture.map);
-  const float level = levelOf(place, uvs, texture.texture->size());
+  const float level =
+      place.share > 0.0F ? levelOf(texelsOf(place.corners, uvs, texture.texture->size()) * place.share) : 0.0F;
   return texture.texture->read(interpolated(uvs, place.corners, place.point), level, *texture.map);
 }
 
@@ -93,6 +120,19 @@ glm::vec4 colorOf(const ShadingMaterial& material, const SurfacePlace& place) {
   glm::vec4 color = rawColor(material, place);
   if (material.definition->alpha != Alpha::Blend) color.a = 1.0F;
   return color;
+}
+
+std::array<glm::vec4, 4> colorsOf(const ShadingMaterial& material, const FourPlaces& places) {
+  std::array<glm::vec4, 4> colors;
+  colors.fill(material.definition->baseColor);
+  if (material.texture) multiply(colors, material.texture, places);
+  const std::vector<glm::vec4>& own = places.geometry.colors;
+  for (int i = 0; i < 4; ++i) {
+    glm::vec4& color = colors[static_cast<std::size_t>(i)];
+    if (!own.empty()) color *= interpolated(own, places.corners, {0, places.u[i], places.v[i]});
+    color.a = 1.0F;
+  }
+  return colors;
 }
 
 Finish finishOf(const ShadingMaterial& material, const SurfacePlace& place) {

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <array>
 #include <glm/glm.hpp>
 #include <memory>
 #include <optional>
 #include <vector>
 
+#include "four.h"
 #include "scene/scene.h"
 #include "texture.h"
 
@@ -22,6 +24,8 @@ struct LaidTexture {
 struct ShadingMaterial {
   const scene::Material* definition;
   LaidTexture texture, emissionMap, metalRoughnessMap, normalMap, occlusionMap;
+  bool textured;   // shows any of these pictures
+  bool plain;      // stops light wherever it is hit, and has no picture but that of its colour
   bool emits;      // in places
   bool glossy;     // reflects in other ways than chalk does
   bool filtered;   // whether parts of it may be invisible, so that no hit can be taken as it is found
@@ -58,7 +62,9 @@ struct SurfacePlace {
   float share = 0.0F;  // of the triangle's area that the pixel covers; 0 for a pixel as small as can be
 
   SurfacePlace(const scene::Geometry& on, const TrianglePoint& at)
-      : geometry(on), point(at), corners(cornersOf(on, at.triangle)) {}
+      : SurfacePlace(on, at, cornersOf(on, at.triangle)) {}
+  SurfacePlace(const scene::Geometry& on, const TrianglePoint& at, glm::uvec3 cornersThere)
+      : geometry(on), point(at), corners(cornersThere) {}
 };
 
 // What a picture holds there, averaged over the pixel.
@@ -73,6 +79,14 @@ std::optional<CornerUvs> uvsAt(const LaidTexture& texture, const SurfacePlace& p
 // Linear RGBA of a surface: base colour times texture times vertex colour; opaque materials have an alpha of 1, and so
 // has what a mask lets through.
 glm::vec4 colorOf(const ShadingMaterial& material, const SurfacePlace& place);
+
+// The same of four places on a triangle of a material that is plain. `shares` as in SurfacePlace.
+struct FourPlaces {
+  const scene::Geometry& geometry;
+  glm::uvec3 corners;
+  Four u, v, shares;
+};
+std::array<glm::vec4, 4> colorsOf(const ShadingMaterial& material, const FourPlaces& places);
 
 // How it reflects: shares from 0 to 1.
 struct Finish {

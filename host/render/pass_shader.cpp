@@ -10,12 +10,8 @@ namespace {
 
 constexpr float kSeen = 0.5F;  // of a sample that a surface has to stop, together with those in front of it
 
-void put(image::Image& plane, int x, int y, std::initializer_list<float> values) {
-  if (!plane.empty()) std::copy(values.begin(), values.end(), plane.pixel<float>(x, y));
-}
-
-void put(image::Image& plane, int x, int y, glm::vec3 rgb, float alpha) {
-  put(plane, x, y, {rgb.x, rgb.y, rgb.z, alpha});
+std::vector<Plane> planesOf(std::vector<image::Image>& pictures) {
+  return {pictures.begin(), pictures.end()};
 }
 
 glm::vec3 unit(glm::vec3 direction) {
@@ -50,26 +46,21 @@ MatteSum& MatteSum::operator+=(const MatteSum& other) {
   return *this;
 }
 
-void MatteSum::store(std::vector<image::Image>& layers, float whole, int x, int y) const {
-  if (count_ == 1 && !layers.empty()) {  // as in most pixels
-    float* ranks = layers.front().pixel<float>(x, y);
-    ranks[0] = std::bit_cast<float>(shares_.front().id);
-    ranks[1] = std::min(1.0F, shares_.front().weight / whole);
-    return;
-  }
+void MatteSum::store(const std::vector<Plane>& layers, float whole, std::ptrdiff_t pixel) const {
   std::array<Share, 8> shares;
   const auto end = std::copy_n(shares_.begin(), count_, shares.begin());
   const auto isLess = [](const Share& a, const Share& b) {
     return std::make_tuple(a.weight, b.id) < std::make_tuple(b.weight, a.id);
   };
   auto next = shares.begin();
-  for (image::Image& layer : layers) {
-    float* ranks = layer.pixel<float>(x, y);
+  for (const Plane& layer : layers) {
+    float* ranks = layer.at(pixel);
     for (const int rank : {0, 2}) {
-      if (next == end) return;
-      std::iter_swap(next, std::max_element(next, end, isLess));
-      ranks[rank] = std::bit_cast<float>(next->id);
-      ranks[rank + 1] = std::min(1.0F, next++->weight / whole);
+      const bool more = next != end;
+      if (end - next > 1) std::iter_swap(next, std::max_element(next, end, isLess));
+      ranks[rank] = more ? std::bit_cast<float>(next->id) : 0.0F;
+      ranks[rank + 1] = more ? std::min(1.0F, next->weight / whole) : 0.0F;
+      next += more ? 1 : 0;
     }
   }
 }
@@ -102,8 +93,17 @@ template <Mattes kMattes>
 PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids,
                                 PassTarget target)
     : scene_(picture.scene),
-      request_(request),
-      target_(target),
+      quick_(target.quick),
+      width_(picture.width),
+      color_(target.passes.color),
+      depth_(target.passes.depth),
+      tone_(target.passes.tone),
+      normal_(target.passes.normal),
+      position_(target.passes.position),
+      albedo_(target.passes.albedo),
+      shape_(target.ground.shape),
+      objects_(planesOf(target.passes.objects)),
+      materials_(planesOf(target.passes.materials)),
       toCamera_(glm::transpose(glm::mat3(picture.camera.toWorld))),
       inverse_(request.tone.kind == DepthTone::Kind::Inverse),
       orthographic_(picture.camera.orthographic),
@@ -120,71 +120,118 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
 
 template <Mattes kMattes>
 RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
-  if (target_.quick != nullptr) {
-    target_.quick->light(layer, [&](int ray) -> QuickShader::Sum& { return sums[ray].quick; });
-  }
-  const int first = ~(layer.block.raysPerPixel() - 1);
-  const auto sumOf = [&](int ray) -> Seen& {
-    std::optional<Seen>& held = sums[ray & first].seen;
+  const auto sumOf = [&](int ray) -> Sum& { return sums[layer.block.summedAt(ray)]; };
+  if (quick_ != nullptr) quick_->light(layer, [&](int ray) -> QuickShader::Sum& { return sumOf(ray).quick; });
+  const auto seenOf = [&](int ray) -> Seen& {
+    std::optional<Seen>& held = sumOf(ray).seen;
     return held ? *held : held.emplace();
   };
-  RaySet seen = 0;
-  PerRay<float> weights{};  // of points: most are shared by all rays of their pixel
-  forEachRay(layer.met, [&](int ray) {
-    const float weight = layer.weight[ray], reaching = layer.reaching[ray];
-    weights[layer.pointOf[ray]] += weight;
-    if (reaching <= kSeen || reaching - weight > kSeen) return;
-    if (scene_.instances()[layer.surface.instance[layer.pointOf[ray]]].sky) return;
-    addSeen(layer, ray, sumOf(ray));
-    seen |= setOf(ray);
-  });
-  forEachRay(layer.points, [&](int at) { addPoint(layer, at, weights[at], sumOf(at)); });
+  const RaySet seen = seenIn(layer);
+  const Depths depths = depthsOf(layer);
+  for (RaySet open = seen; open != 0;) {
+    const int ray = std::countr_zero(open);
+    const RaySet beside = open & layer.block.raysBeside(ray);
+    addSeen(layer, beside, depths, seenOf(ray));
+    open &= ~beside;
+  }
+  forEachRay(layer.points, [&](int at) { addPoint(layer, at, seenOf(at)); });
   return toTheEnd_ ? 0 : seen;
+}
+
+// The rays whose samples are stopped by this layer, together with those in front of it, and not by those alone.
+template <Mattes kMattes>
+RaySet PassShader<kMattes>::seenIn(const Layer& layer) const {
+  RaySet stopped = 0, sky = 0;
+  for (int ray = 0; ray < kRays; ++ray) {
+    const float reaching = layer.reaching[ray], left = reaching - layer.weight[ray];
+    stopped |= static_cast<RaySet>(reaching > kSeen && left <= kSeen) << ray;
+  }
+  forEachRay(layer.points, [&](int at) {
+    if (scene_.instances()[layer.surface.instance[at]].sky) sky |= setOf(at);
+  });
+  stopped &= layer.met;
+  if (sky == 0) return stopped;
+  forEachRay(stopped, [&](int ray) {
+    if ((sky & setOf(layer.pointOf[ray])) != 0) stopped &= ~setOf(ray);
+  });
+  return stopped;
+}
+
+template <Mattes kMattes>
+typename PassShader<kMattes>::Depths PassShader<kMattes>::depthsOf(const Layer& layer) const {
+  Depths depths;
+  for (int ray = 0; ray < kRays && tone_; ++ray) {
+    const float depth = layer.rays.hit(ray).distance;
+    depths.tones[ray] = std::clamp(toneOffset_ + toneScale_ * (inverse_ ? 1.0F / depth : depth), 0.0F, 1.0F);
+  }
+  for (int ray = 0; ray < kRays && shape_; ++ray) {
+    const float depth = layer.rays.hit(ray).distance;
+    depths.even[ray] = orthographic_ ? depth : 1.0F / depth;
+  }
+  return depths;
 }
 
 // The place of a sample is its own: those of one pixel may share a point of the surface.
 template <Mattes kMattes>
-void PassShader<kMattes>::addSeen(const Layer& layer, int ray, Seen& seen) const {
-  const float depth = layer.rays.hit(ray).distance, inverse = 1.0F / depth;
-  seen.samples += 1.0F;
-  seen.normal += layer.surface.normal[layer.pointOf[ray]];
-  seen.tone += std::clamp(toneOffset_ + toneScale_ * (inverse_ ? inverse : depth), 0.0F, 1.0F);
-  seen.evenDepth += orthographic_ ? depth : inverse;
-  if (!(depth < seen.nearest)) return;
-  seen.nearest = depth;
-  seen.position = layer.rays.origin(ray) + depth * layer.rays.direction(ray);
+void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const {
+  int nearest = -1;
+  forEachRay(rays, [&](int ray) {
+    const float depth = layer.rays.hit(ray).distance;
+    seen.samples += 1.0F;
+    if (normal_ || shape_) seen.normal += layer.surface.normal[layer.pointOf[ray]];
+    if (tone_) seen.tone += depths.tones[ray];
+    if (shape_) seen.evenDepth += depths.even[ray];
+    if (!(depth < seen.nearest)) return;
+    seen.nearest = depth;
+    nearest = ray;
+  });
+  if (position_ && nearest >= 0) {
+    seen.position = layer.rays.origin(nearest) + seen.nearest * layer.rays.direction(nearest);
+  }
 }
 
 // What all rays that share the point see alike.
 template <Mattes kMattes>
-void PassShader<kMattes>::addPoint(const Layer& layer, int at, float weight, Seen& seen) const {
+void PassShader<kMattes>::addPoint(const Layer& layer, int at, Seen& seen) const {
+  const float weight = layer.weightAt[at];
   seen.alpha += weight;
-  seen.albedo += weight * layer.surface.color[at];
+  if (albedo_) seen.albedo += weight * layer.surface.color[at];
   if constexpr (kMattes == Mattes::Yes) {
     const auto& [object, material] = ids_[layer.surface.instance[at]];
-    if (!target_.passes.objects.empty()) seen.mattes.objects.add(object, weight);
-    if (!target_.passes.materials.empty()) seen.mattes.materials.add(material, weight);
+    if (!objects_.empty()) seen.mattes.objects.add(object, weight);
+    if (!materials_.empty()) seen.mattes.materials.add(material, weight);
   }
 }
 
 template <Mattes kMattes>
 void PassShader<kMattes>::store(const Sum& sum, float samples, int x, int y) const {
-  Passes& passes = target_.passes;
-  if (target_.quick != nullptr) target_.quick->store(sum.quick, samples, x, y);
-  if (!sum.seen) return put(passes.depth, x, y, {std::numeric_limits<float>::infinity()});  // all else is 0
+  if (quick_ != nullptr) quick_->store(sum.quick, samples, x, y);
+  const std::ptrdiff_t pixel = std::ptrdiff_t{y} * width_ + x;
+  if (!sum.seen) return storeNothing(pixel);
   const Seen& seen = *sum.seen;
-  const float alpha = std::min(1.0F, seen.alpha / samples), coverage = seen.samples / samples;
-  put(passes.color, x, y, sum.quick.surfaces / samples, alpha);
-  put(passes.depth, x, y, {seen.nearest});
-  put(passes.tone, x, y, {seen.tone / samples});
-  if (!passes.normal.empty()) put(passes.normal, x, y, toCamera_ * unit(seen.normal), coverage);
-  put(passes.position, x, y, {seen.position.x, seen.position.y, seen.position.z});
-  put(passes.albedo, x, y, seen.albedo / samples, alpha);
-  put(target_.ground.shape, x, y, seen.normal / samples, seen.evenDepth / std::max(1.0F, seen.samples));
+  const float each = 1.0F / samples, alpha = std::min(1.0F, seen.alpha * each);
+  color_.put(pixel, sum.quick.surfaces * each, alpha);
+  depth_.put(pixel, seen.nearest);
+  tone_.put(pixel, seen.tone * each);
+  if (normal_) normal_.put(pixel, toCamera_ * unit(seen.normal), seen.samples * each);
+  position_.put(pixel, seen.position);
+  albedo_.put(pixel, seen.albedo * each, alpha);
+  if (shape_) shape_.put(pixel, seen.normal * each, seen.evenDepth / std::max(1.0F, seen.samples));
   if constexpr (kMattes == Mattes::Yes) {
-    seen.mattes.objects.store(passes.objects, samples, x, y);
-    seen.mattes.materials.store(passes.materials, samples, x, y);
+    seen.mattes.objects.store(objects_, samples, pixel);
+    seen.mattes.materials.store(materials_, samples, pixel);
   }
+}
+
+template <Mattes kMattes>
+void PassShader<kMattes>::storeNothing(std::ptrdiff_t pixel) const {
+  constexpr glm::vec3 kNone(0.0F);
+  depth_.put(pixel, std::numeric_limits<float>::infinity());
+  tone_.put(pixel, 0.0F);
+  position_.put(pixel, kNone);
+  for (const Plane& plane : {color_, normal_, albedo_, shape_}) plane.put(pixel, kNone, 0.0F);
+  for (const Plane& layer : objects_) layer.put(pixel, kNone, 0.0F);
+  for (const Plane& layer : materials_) layer.put(pixel, kNone, 0.0F);
 }
 
 template class PassShader<Mattes::No>;

@@ -16,6 +16,34 @@
 
 namespace quillmere::render {
 
+// Where a pass is written, of as many floats a pixel as its picture has channels; nowhere where it isn't drawn.
+class Plane {
+ public:
+  explicit Plane(image::Image& picture)
+      : samples_(picture.empty() ? nullptr : picture.row<float>(0)), channels_(picture.channels()) {}
+  explicit operator bool() const { return samples_ != nullptr; }
+  // Of the pixel with that number, counted row by row.
+  float* at(std::ptrdiff_t pixel) const { return samples_ + pixel * channels_; }
+  void put(std::ptrdiff_t pixel, float value) const {
+    if (samples_ != nullptr) *at(pixel) = value;
+  }
+  void put(std::ptrdiff_t pixel, glm::vec3 value) const {
+    if (samples_ == nullptr) return;
+    float* const to = at(pixel);
+    to[0] = value.x;
+    to[1] = value.y;
+    to[2] = value.z;
+  }
+  void put(std::ptrdiff_t pixel, glm::vec3 value, float last) const {
+    put(pixel, value);
+    if (samples_ != nullptr) at(pixel)[3] = last;
+  }
+
+ private:
+  float* samples_;
+  int channels_;
+};
+
 // Shares of a pixel by id, the largest few of them: where there are more, the smallest give way.
 class MatteSum {
  public:
@@ -25,8 +53,8 @@ class MatteSum {
   void add(std::uint32_t id, float weight);
   MatteSum& operator+=(const MatteSum& other);
   // Writes the largest as pairs of id and share to `layers`, by falling share; of equal ones by id, so that nothing
-  // hangs on the order in which they came. `whole` is what all of a pixel would be.
-  void store(std::vector<image::Image>& layers, float whole, int x, int y) const;
+  // hangs on the order in which they came; and 0 behind them. `whole` is what all of a pixel would be.
+  void store(const std::vector<Plane>& layers, float whole, std::ptrdiff_t pixel) const;
 
  private:
   struct Share {
@@ -95,13 +123,22 @@ class PassShader {
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
-  void addSeen(const Layer& layer, int ray, Seen& seen) const;
-  void addPoint(const Layer& layer, int at, float weight, Seen& seen) const;
+  // Of the rays of a layer: their tones and depths, as far as anybody wants them.
+  struct Depths {
+    PerRay<float> tones, even;
+  };
+  Depths depthsOf(const Layer& layer) const;
+  RaySet seenIn(const Layer& layer) const;
+  void addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const;
+  void addPoint(const Layer& layer, int at, Seen& seen) const;
+  void storeNothing(std::ptrdiff_t pixel) const;
 
   const RayScene& scene_;
-  const PassRequest& request_;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> ids_;  // of each instance's object and material
-  PassTarget target_;
+  const QuickShader* quick_;
+  int width_;
+  Plane color_, depth_, tone_, normal_, position_, albedo_, shape_;
+  std::vector<Plane> objects_, materials_;
   glm::mat3 toCamera_;
   float toneScale_, toneOffset_;  // of 1 / depth, or of depth
   bool inverse_, orthographic_;

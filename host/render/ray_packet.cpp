@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace quillmere::render {
 namespace {
@@ -32,10 +33,23 @@ glm::vec3 towards(glm::vec3 normal, glm::vec3 viewer) {
   return glm::dot(normal, viewer) < 0.0F ? -normal : normal;
 }
 
+FourVectors towards(const FourVectors& normals, const FourVectors& viewers) {
+  return chosen(dot(normals, viewers) < four(0.0F), four(-1.0F) * normals, normals);
+}
+
+FourVectors unit(const FourVectors& directions, const FourVectors& otherwise) {
+  constexpr float kLeast = std::numeric_limits<float>::min(), kMost = std::numeric_limits<float>::max();
+  const Four square = dot(directions, directions);
+  const FourVectors turned = (four(1.0F) / rootOf(square)) * directions;
+  return chosen((square >= four(kLeast)) & (square <= four(kMost)), turned, otherwise);
+}
+
+constexpr float kLeastCosine = 0.05F;
+
 // Of a triangle's area what a pixel covers; one that looks along the surface covers more of it, of which the geometric
 // mean of both directions is taken.
 float shareOf(float doubleArea, float pixelHeight, float cosine) {
-  return pixelHeight * pixelHeight / (doubleArea * std::max(cosine, 0.05F));
+  return pixelHeight * pixelHeight / (doubleArea * std::max(cosine, kLeastCosine));
 }
 
 // `normal` turned as a normal map says: its red along growing u, its green against growing v (glTF 2.0, 3.9.3).
@@ -53,7 +67,39 @@ glm::vec3 bent(glm::vec3 normal, const ShadingMaterial& material, const SurfaceP
   return unit(u * (told.x * scale) - v * (told.y * scale) + normal * told.z, normal);
 }
 
+void fill(float (&lanes)[kRays], float value) {
+  std::fill(std::begin(lanes), std::end(lanes), value);
+}
+void fill(unsigned int (&lanes)[kRays], unsigned int value) {
+  std::fill(std::begin(lanes), std::end(lanes), value);
+}
+void copy(const PerRay<float>& from, float (&lanes)[kRays]) {
+  std::copy(std::begin(from.values), std::end(from.values), std::begin(lanes));
+}
+
 }  // namespace
+
+// The rest of the hits is Embree's to write.
+// cppcheck-suppress uninitMemberVar
+RayPacket::RayPacket(RaySet active, const VectorPerRay& origins, const VectorPerRay& directions, float nearest,
+                     float farthest)
+    : active_(active) {
+  RTCRay16& rays = rays_.ray;
+  copy(origins.x, rays.org_x);
+  copy(origins.y, rays.org_y);
+  copy(origins.z, rays.org_z);
+  copy(directions.x, rays.dir_x);
+  copy(directions.y, rays.dir_y);
+  copy(directions.z, rays.dir_z);
+  fill(rays.tnear, nearest);
+  fill(rays.tfar, farthest);
+  fill(rays.time, 0.0F);
+  fill(rays.mask, ~0U);
+  fill(rays.id, 0U);
+  fill(rays.flags, 0U);
+  fill(rays_.hit.geomID, RTC_INVALID_GEOMETRY_ID);
+  fill(rays_.hit.instID[0], RTC_INVALID_GEOMETRY_ID);
+}
 
 void RayPacket::start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest,
                       std::uint32_t random) {
@@ -91,6 +137,16 @@ RaySet RayPacket::found() const {
   return active_ & raysThat([&](int ray) { return rays_.hit.geomID[ray] != RTC_INVALID_GEOMETRY_ID; });
 }
 
+bool RayPacket::allAgree() const {
+  const RTCHit16& hits = rays_.hit;
+  unsigned int different = 0;
+  for (int ray = 0; ray < kRays; ++ray) {
+    different |= hits.geomID[ray];  // 0 of all hits, as shapes hold one geometry
+    different |= (hits.primID[ray] ^ hits.primID[0]) | (hits.instID[0][ray] ^ hits.instID[0][0]);
+  }
+  return different == 0 && active_ == (RaySet{1} << kRays) - 1;
+}
+
 RaySet RayPacket::findUnblocked(const RayScene& scene) {
   scene.occlude(TraceMask(active_).valid.data(), rays_.ray);
   return active_ & raysThat([&](int ray) { return !(rays_.ray.tfar[ray] < 0.0F); });
@@ -104,36 +160,90 @@ Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners) {
           turned * (positions[corners.z] - corner)};
 }
 
-void SurfacePoints::resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight) {
-  const Instance& met = scene.instances()[hit.instance];
-  const scene::Geometry& geometry = *met.surface->geometry;
-  SurfacePlace place(geometry, hit.point);
-  const Triangle triangle = triangleOf(*met.surface, place.corners);
-  const glm::vec3 viewer = unit(-direction, {0.0F, 0.0F, 1.0F});
-  const glm::vec3 cross = glm::cross(triangle.edge1, triangle.edge2);
-  const glm::vec3 flat = towards(unit(cross, viewer), viewer);
-  place.share = shareOf(glm::length(cross), pixelHeight, glm::dot(flat, viewer));
-  const glm::vec4 rgba = colorOf(*met.material, place);
+MetTriangle::MetTriangle(const RayScene& scene, std::uint32_t instance, std::uint32_t index)
+    : met_(&scene.instances()[instance]),
+      instance_(instance),
+      index_(index),
+      corners_(cornersOf(*met_->surface->geometry, index)),
+      world_(triangleOf(*met_->surface, corners_)),
+      cross_(glm::cross(world_.edge1, world_.edge2)),
+      normal_(unit(cross_, glm::vec3(0.0F))),
+      doubleArea_(glm::length(cross_)) {}
 
-  position.set(at, triangle.corner + hit.point.u * triangle.edge1 + hit.point.v * triangle.edge2);
+void SurfacePoints::resolve(int at, const MetTriangle& on, const Hit& hit, glm::vec3 direction, float pixelHeight) {
+  const Instance& met = *on.met_;
+  const ShadingMaterial& shown = *met.material;
+  const scene::Geometry& geometry = *met.surface->geometry;
+  SurfacePlace place(geometry, hit.point, on.corners_);
+  const bool isFlat = on.normal_ != glm::vec3(0.0F);
+  const glm::vec3 flat = isFlat ? towards(on.normal_, -direction) : unit(-direction, {0.0F, 0.0F, 1.0F});
+  if (shown.textured) {
+    const glm::vec3 viewer = unit(-direction, {0.0F, 0.0F, 1.0F});
+    place.share = shareOf(on.doubleArea_, pixelHeight, glm::dot(flat, viewer));
+  }
+  const glm::vec4 rgba = colorOf(shown, place);
+
+  position.set(at, on.world_.corner + hit.point.u * on.world_.edge1 + hit.point.v * on.world_.edge2);
   faceNormal.set(at, flat);
-  normal.set(at, flat);
+  glm::vec3 facing = flat;
   if (!geometry.normals.empty()) {
     // A smoothed normal belongs to the side that its triangle shows, also where it already leans over the edge.
     const glm::vec3 smooth = met.normalToWorld * interpolated(geometry.normals, place.corners, hit.point);
-    normal.set(at, towards(unit(smooth, flat), flat));
+    facing = towards(unit(smooth, flat), flat);
   }
-  if (met.material->normalMap) {
+  if (shown.normalMap) {
     // The map belongs to the side that the geometry's normals are on.
-    const float side = glm::dot(cross, flat) * met.mirroring < 0.0F ? -1.0F : 1.0F;
-    normal.set(at, side * bent(side * normal[at], *met.material, place, triangle));
+    const float side = glm::dot(on.cross_, flat) * met.mirroring < 0.0F ? -1.0F : 1.0F;
+    facing = side * bent(side * facing, shown, place, on.world_);
   }
+  normal.set(at, facing);
+  fillIn(at, on, rgba, emissionOf(shown, place), finishOf(shown, place));
+}
+
+void SurfacePoints::fillIn(int at, const MetTriangle& on, glm::vec4 rgba, glm::vec3 given, const Finish& reflecting) {
   color.set(at, rgba);
-  emission.set(at, emissionOf(*met.material, place));
-  finish[at] = finishOf(*met.material, place);
+  emission.set(at, given);
+  finish[at] = reflecting;
   alpha[at] = rgba.a;
-  instance[at] = hit.instance;
-  material[at] = met.material;
+  instance[at] = on.instance_;
+  material[at] = on.met_->material;
+}
+
+// The same steps as of one point, but for what `isPlain` rules out.
+void SurfacePoints::resolveFour(const MetTriangle& on, const FourHits& hits) {
+  const Instance& met = *on.met_;
+  const ShadingMaterial& shown = *met.material;
+  const scene::Geometry& geometry = *met.surface->geometry;
+  const FourVectors face = FourVectors::of(on.normal_);
+  const Four facing = dot(face, hits.direction);
+  const FourVectors flat = chosen(facing > four(0.0F), FourVectors::of(-on.normal_), face);
+  const FourVectors place = FourVectors::of(on.world_.corner) + hits.u * FourVectors::of(on.world_.edge1) +
+                            hits.v * FourVectors::of(on.world_.edge2);
+  FourVectors smooth = flat;
+  if (!geometry.normals.empty()) {
+    const Four first = four(1.0F) - hits.u - hits.v;
+    smooth = met.normalToWorld * (first * FourVectors::of(geometry.normals[on.corners_.x]) +
+                                  hits.u * FourVectors::of(geometry.normals[on.corners_.y]) +
+                                  hits.v * FourVectors::of(geometry.normals[on.corners_.z]));
+    smooth = towards(unit(smooth, flat), flat);
+  }
+  Four share = four(0.0F);
+  if (shown.textured) {
+    const Four cosine = chosen(facing < four(0.0F), -facing, facing) / rootOf(dot(hits.direction, hits.direction));
+    share = hits.pixelHeight * hits.pixelHeight /
+            (on.doubleArea_ * chosen(cosine < four(kLeastCosine), four(kLeastCosine), cosine));
+  }
+  const std::array<glm::vec4, 4> colors = colorsOf(shown, {geometry, on.corners_, hits.u, hits.v, share});
+  const SurfacePlace anywhere(geometry, {on.index_, 0.0F, 0.0F}, on.corners_);
+  const glm::vec3 given = emissionOf(shown, anywhere);
+  const Finish reflecting = finishOf(shown, anywhere);
+  for (int i = 0; i < 4; ++i) {
+    const int at = 4 * i;
+    position.set(at, place[i]);
+    faceNormal.set(at, flat[i]);
+    normal.set(at, smooth[i]);
+    fillIn(at, on, colors[static_cast<std::size_t>(i)], given, reflecting);
+  }
 }
 
 glm::vec3 SurfacePoints::leaving(int at) const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <glm/glm.hpp>
 
+#include "four.h"
 #include "ray_scene.h"
 
 namespace quillmere::render {
@@ -50,6 +51,8 @@ struct Hit {
 class RayPacket {
  public:
   RayPacket() : rays_{} {}
+  // Starts the rays of `active`. The other entries must hold numbers, too; nobody looks at them.
+  RayPacket(RaySet active, const VectorPerRay& origins, const VectorPerRay& directions, float nearest, float farthest);
 
   // Makes a ray active, from `nearest` to `farthest` in lengths of its direction. `random` decides dithered hits.
   void start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest, std::uint32_t random);
@@ -61,6 +64,12 @@ class RayPacket {
   // The nearest hit of each active ray.
   void findNearest(const RayScene& scene, RayUse use);
   RaySet found() const;  // the active rays that hit something
+  bool allAgree() const;  // whether all sixteen rays are active and hit the same triangle
+  // Whether these rays, which both hit something, hit the same triangle.
+  bool agree(int ray, int other) const {
+    const RTCHit16& hits = rays_.hit;
+    return hits.primID[ray] == hits.primID[other] && hits.instID[0][ray] == hits.instID[0][other];
+  }
   Hit hit(int ray) const {
     const RTCHit16& hits = rays_.hit;
     return {hits.instID[0][ray], {hits.primID[ray], hits.u[ray], hits.v[ray]}, rays_.ray.tfar[ray]};
@@ -83,6 +92,36 @@ struct Triangle {
 };
 Triangle triangleOf(const scene::Surface& surface, glm::uvec3 corners);
 
+// A triangle that rays met, with what is the same wherever they met it.
+class MetTriangle {
+ public:
+  MetTriangle() = default;  // none: to be assigned before it is used
+  MetTriangle(const RayScene& scene, std::uint32_t instance, std::uint32_t index);
+
+  bool is(std::uint32_t instance, std::uint32_t index) const {
+    return met_ != nullptr && instance_ == instance && index_ == index;
+  }
+  // Whether SurfacePoints::resolveFour may be called.
+  bool isPlain() const { return met_->material->plain && normal_ != glm::vec3(0.0F); }
+
+ private:
+  friend struct SurfacePoints;
+
+  const Instance* met_ = nullptr;
+  std::uint32_t instance_ = 0, index_ = 0;
+  glm::uvec3 corners_{};
+  Triangle world_{};
+  glm::vec3 cross_{}, normal_{};  // the cross product of its edges; that with unit length, or 0 where it has none
+  float doubleArea_ = 0.0F;
+};
+
+// Where four rays met one triangle.
+struct FourHits {
+  Four u, v;  // weights of the triangle's second and third corner
+  FourVectors direction;
+  Four pixelHeight;  // metres
+};
+
 // What is to be shaded where rays met surfaces, in the world: structure of arrays, of which only those entries hold
 // anything that were resolved. The two normals are of unit length and on the side that the ray came from.
 struct SurfacePoints {
@@ -98,11 +137,21 @@ struct SurfacePoints {
 
   // Fills the entry `at`. `direction` is the ray's, of any length; `pixelHeight` what one pixel covers at the hit, in
   // metres.
-  void resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight);
+  void resolve(int at, const RayScene& scene, const Hit& hit, glm::vec3 direction, float pixelHeight) {
+    resolve(at, MetTriangle(scene, hit.instance, hit.point.triangle), hit, direction, pixelHeight);
+  }
+  // The same of a triangle that several points are on.
+  void resolve(int at, const MetTriangle& on, const Hit& hit, glm::vec3 direction, float pixelHeight);
+
+  // Fills the entries 0, 4, 8 and 12 alike.
+  void resolveFour(const MetTriangle& on, const FourHits& hits);
 
   bool isUnlit(int at) const { return material[at]->definition->unlit; }
   // Just off the surface, on the side of the normals, where a ray starts without meeting it again.
   glm::vec3 leaving(int at) const;
+
+ private:
+  void fillIn(int at, const MetTriangle& on, glm::vec4 rgba, glm::vec3 given, const Finish& reflecting);
 };
 
 }  // namespace quillmere::render

@@ -21,7 +21,6 @@ struct TraceContext : RTCIntersectContext {
   RayUse use;
 };
 
-constexpr unsigned int kPacket = 16;         // rays
 constexpr float kInvisible = 1.0F / 512.0F;  // of a surface that blends: alphas up to here are taken for 0
 
 bool facesAway(const RTCFilterFunctionNArguments& question, unsigned int ray) {
@@ -185,20 +184,21 @@ RTCScene RayScene::sceneFor(RayUse use) const {
 void RayScene::intersect(const int* valid, RTCRayHit16& rays, RayUse use) const {
   TraceContext context(*this, use);
   if (!hasFronts_) return rtcIntersect16(valid, sceneFor(use), &context, &rays);
-  const RTCRayHit16 begun = rays;
+  RayEnds ends;
+  std::ranges::copy(rays.ray.tfar, ends.begin());
   rtcIntersect16(valid, sceneFor(use), &context, &rays);
-  findFronts(valid, begun, rays, use);
+  findFronts(valid, ends, rays, use);
 }
 
 // Few rays meet a back before any front, so only those pay for being asked about each hit.
-void RayScene::findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit16& rays, RayUse use) const {
-  alignas(64) int again[kPacket];
+void RayScene::findFronts(const int* valid, const RayEnds& ends, RTCRayHit16& rays, RayUse use) const {
+  alignas(64) int again[kPacketRays];
   bool any = false;
-  for (unsigned int ray = 0; ray < kPacket; ++ray) {
+  for (unsigned int ray = 0; ray < kPacketRays; ++ray) {
     again[ray] = valid[ray] != 0 && isBack(rays, ray) ? -1 : 0;
     if (again[ray] == 0) continue;
     any = true;
-    rays.ray.tfar[ray] = begun.ray.tfar[ray];
+    rays.ray.tfar[ray] = ends[ray];
     rays.hit.geomID[ray] = RTC_INVALID_GEOMETRY_ID;
     rays.hit.instID[0][ray] = RTC_INVALID_GEOMETRY_ID;
   }

@@ -2,6 +2,7 @@
 
 #include <embree3/rtcore.h>
 
+#include <array>
 #include <memory>
 #include <vector>
 
@@ -30,6 +31,8 @@ enum class RayUse {
   Sky,    // meets skies alone
   Shadow  // towards a light, so against the light's way: a single-sided surface lets through what comes from behind
 };
+
+constexpr unsigned int kPacketRays = 16;
 
 // A snapshot of a scene with what Embree needs to trace it. Any thread may read between two calls of pose.
 class RayScene {
@@ -60,7 +63,8 @@ class RayScene {
   RTCScene sceneFor(RayUse use) const;
   void build();
   bool isBack(const RTCRayHit16& rays, unsigned int ray) const;
-  void findFronts(const int* valid, const RTCRayHit16& begun, RTCRayHit16& rays, RayUse use) const;
+  using RayEnds = std::array<float, kPacketRays>;  // before they were traced
+  void findFronts(const int* valid, const RayEnds& ends, RTCRayHit16& rays, RayUse use) const;
   RTCScene solid() const { return solid_ ? solid_.get() : visible_.get(); }
 
   std::shared_ptr<const scene::Scene> scene_;

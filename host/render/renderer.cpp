@@ -27,10 +27,11 @@ std::string refusalOf(int width, int height) {
   return "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
 }
 
+// Its samples are the caller's to write, each of them.
 image::Image blankPicture(int width, int height, image::Sample sample, int channels = 3) {
   const std::string what = refusalOf(width, height);
   try {
-    return {width, height, channels, sample};
+    return {width, height, channels, sample, image::Filling::None};
   } catch (const std::bad_alloc&) {
     throw Error(what + "not enough memory; ask for a smaller one");
   } catch (const Error&) {

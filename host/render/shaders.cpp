@@ -62,23 +62,19 @@ QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture)
       headlight_(glm::normalize(glm::vec3(camera.toWorld[2]) + 0.45F * glm::vec3(camera.toWorld[1]) -
                                 0.3F * glm::vec3(camera.toWorld[0]))) {}
 
-VectorPerRay QuickShader::lightOf(const Layer& layer) const {
-  VectorPerRay light;
-  forEachRay(layer.points, [&](int at) {
-    const glm::vec3 color = layer.surface.color[at];
-    if (layer.surface.isUnlit(at)) return light.set(at, color);
-    const glm::vec3 lit = layer.surface.material[at]->glossy
-                              ? reflected(layer.surface, at, -glm::normalize(layer.rays.direction(at)))
-                              : color * lightOn(layer.surface.normal[at], layer.surface.finish[at].occlusion);
-    light.set(at, lit + displayed(layer.surface.emission[at]));
-  });
-  return light;
+glm::vec3 QuickShader::lightOf(const Layer& layer, int at) const {
+  const SurfacePoints& points = layer.surface;
+  const glm::vec3 color = points.color[at];
+  if (points.isUnlit(at)) return color;
+  const glm::vec3 lit = points.material[at]->glossy ? reflected(points, at, -glm::normalize(layer.rays.direction(at)))
+                                                    : color * lightOn(points.normal[at], points.finish[at].occlusion);
+  return points.material[at]->emits ? lit + displayed(points.emission[at]) : lit;
 }
 
 void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
   const glm::vec3 light = (sum.surfaces + sum.backdrop) * (1.0F / samples);
   std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + std::ptrdiff_t{3} * x;
-  for (int c = 0; c < 3; ++c) rgb[c] = storedByte(light[c]);
+  for (int c = 0; c < 3; ++c) rgb[c] = bytes_.of(light[c]);
 }
 
 glm::vec3 QuickShader::lightOn(glm::vec3 normal, float occlusion) const {

@@ -2,6 +2,7 @@
 
 #include <glm/glm.hpp>
 
+#include "color_encoding.h"
 #include "image/image.h"
 #include "layer_loop.h"
 #include "light_filter.h"
@@ -26,26 +27,26 @@ class QuickShader {
 
   QuickShader(const scene::Camera& camera, image::Image& picture);
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
-    light(layer, [&](int ray) -> Sum& { return sums[ray]; });
+    light(layer, [&](int ray) -> Sum& { return sums[layer.block.summedAt(ray)]; });
     return 0;
   }
-  // Adds to sumOf(ray), for shaders that draw more beside it, what the layer brings to a ray's sample.
+  // Adds to sumOf(ray), for shaders that draw more beside it, what the layer brings to the ray's pixel.
   template <class SumOf>
   void light(const Layer& layer, const SumOf& sumOf) const {
-    const VectorPerRay light = lightOf(layer);
-    forEachRay(layer.met, [&](int ray) { sumOf(ray).surfaces += layer.weight[ray] * light[layer.pointOf[ray]]; });
+    forEachRay(layer.points, [&](int at) { sumOf(at).surfaces += layer.weightAt[at] * lightOf(layer, at); });
     forEachRay(layer.missed,
                [&](int ray) { sumOf(ray).backdrop += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
   }
   void store(const Sum& sum, float samples, int x, int y) const;
 
  private:
-  VectorPerRay lightOf(const Layer& layer) const;  // of its points
+  glm::vec3 lightOf(const Layer& layer, int at) const;  // of its point
   glm::vec3 lightOn(glm::vec3 normal, float occlusion) const;
   glm::vec3 reflected(const SurfacePoints& points, int at, glm::vec3 viewer) const;
   glm::vec3 background(int row) const;
 
   image::Image& picture_;
+  StoredBytes bytes_;
   glm::vec3 headlight_;  // towards it: over the left shoulder, so that faces at different angles differ
 };
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "color_encoding.h"
 #include "image/image.h"
 #include "scene/scene.h"
 
@@ -15,6 +16,9 @@ namespace quillmere::render {
 class Texture {
  public:
   enum class Holds { Colors, Numbers };  // sRGB-encoded, or values as they stand
+  struct Wrapping {
+    bool repeat, mirror;
+  };
 
   // `picture` must be Byte RGBA. Its pixels are used in place, not copied.
   explicit Texture(std::shared_ptr<const image::Image> picture, Holds holds = Holds::Colors);
@@ -31,15 +35,20 @@ class Texture {
     int width, height;
     const std::uint8_t* texels;
   };
-  glm::vec4 nearest(glm::vec2 uv, const Level& level, const scene::TextureMap& map) const;
-  glm::vec4 bilinear(glm::vec2 uv, const Level& level, const scene::TextureMap& map) const;
+  struct Place {
+    float u, v;  // of the picture, each from 0 to 1, or to 2 where it is mirrored
+    Wrapping acrossU, acrossV;
+  };
+  glm::vec4 nearest(const Place& place, const Level& level) const;
+  glm::vec4 bilinear(const Place& place, const Level& level) const;
   glm::vec4 texel(const std::uint8_t* rgba) const;
   void average(const std::array<const std::uint8_t*, 4>& from, std::uint8_t* to) const;
   void addHalved();
 
   std::shared_ptr<const image::Image> picture_;
   Holds holds_;
-  const std::array<float, 256>& values_;           // of the 8-bit values
+  const std::array<float, 256>&values_, &numbers_;  // of the 8-bit values: as it holds them, and of opacities
+  StoredBytes bytes_;
   std::vector<std::vector<std::uint8_t>> halved_;  // what levels_[1] and up point into
   std::vector<Level> levels_;                      // never empty
 };

@@ -47,7 +47,7 @@ struct SurfaceShader {
       EXPECT_EQ(layer.reaching[ray], 1.0F) << "the second layer of a sample that was done with the first";
       const SurfacePoints& surface = layer.surface;
       const int at = layer.pointOf[ray];
-      sums[ray] += glm::mat4(glm::vec4(surface.position[at], 0), glm::vec4(surface.normal[at], 0),
+      sums[layer.block.summedAt(ray)] += glm::mat4(glm::vec4(surface.position[at], 0), glm::vec4(surface.normal[at], 0),
                              glm::vec4(surface.faceNormal[at], 0), glm::vec4(layer.rays.hit(ray).distance, 1, 0, 0));
     });
     return layer.met;
@@ -65,9 +65,10 @@ struct IdShader {
 
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
     forEachRay(layer.met, [&](int ray) {
-      sums[ray][static_cast<int>(layer.surface.instance[layer.pointOf[ray]])] += layer.weight[ray];
+      const auto instance = static_cast<int>(layer.surface.instance[layer.pointOf[ray]]);
+      sums[layer.block.summedAt(ray)][instance] += layer.weight[ray];
     });
-    forEachRay(layer.missed, [&](int ray) { sums[ray][3] += layer.weight[ray]; });
+    forEachRay(layer.missed, [&](int ray) { sums[layer.block.summedAt(ray)][3] += layer.weight[ray]; });
     return 0;
   }
   void store(const Sum& sum, float samples, int x, int y) const { pixels.at(x, y) = sum / samples; }
