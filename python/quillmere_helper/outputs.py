@@ -7,7 +7,6 @@ import itertools
 import json
 import os
 import re
-from pathlib import Path
 from typing import Any, Iterator, Mapping, Optional
 
 from . import VERSION, exchange, png, untrusted
@@ -44,8 +43,8 @@ class Outputs:
         """Raises HelperError for names that cannot be used, or that the effect could not read back."""
         if any(letter in prefix for letter in "/\\\0") or not exchange.reads_back(prefix) or "\n" in prefix:
             raise HelperError(f'The Filename Prefix "{prefix}" holds a slash or a control character; use a plain name')
-        self._folder = Path(os.path.abspath(os.path.expanduser(folder)))
-        if not exchange.reads_back(str(self._folder)):
+        self._folder = os.path.abspath(os.path.expanduser(folder))
+        if not exchange.reads_back(self._folder):
             raise HelperError(f'The Output Directory "{folder}" holds a backslash or a control character; {CHOOSE}')
         self._prefix, self._stem = prefix, f"{prefix}_f{frame}_"
         if len(os.fsencode(self._stem)) > LONGEST_STEM:
@@ -57,7 +56,7 @@ class Outputs:
         """Makes the directory and sees that it can be written to, before any long work is done for it; writes there
         what an earlier render had no room for."""
         try:
-            self._folder.mkdir(parents=True, exist_ok=True)
+            os.makedirs(self._folder, exist_ok=True)
         except OSError as error:
             why = f"{reason_of(error)}; {CHOOSE}"
             raise HelperError(f'Cannot make the Output Directory "{self._folder}": {why}') from error
@@ -67,7 +66,7 @@ class Outputs:
 
     def spool(self) -> untrusted.Spool:
         """For a picture on its way here: on the same disk, which has to have room for it anyway. Raises HelperError."""
-        return untrusted.Spool(str(self._folder))
+        return untrusted.Spool(self._folder)
 
     def write(self, picture: png.Content, kind: str, record: Mapping[str, Any]) -> None:
         """Writes one picture with its record, each whole, under the next free name. Raises HelperError.
@@ -101,27 +100,27 @@ class Outputs:
         except OSError:  # of a folder that may be written to, but not looked into
             names = set()
         pattern = re.compile(re.escape(self._prefix) + r"_f-?[0-9]+_[0-9]+\.png")
-        return (str(self._folder / name) for name in names if pattern.fullmatch(name) and name + SIDE_FILE not in names)
+        return (os.path.join(self._folder, name) for name in names if pattern.fullmatch(name) and name + SIDE_FILE not in names)
 
     def _write_picture(self, parts: png.Parts, extension: str) -> str:
         """Returns the path; on failure nothing is left behind."""
-        beside = self._folder / f".{self._stem}{os.getpid()}.part"
+        beside = os.path.join(self._folder, f".{self._stem}{os.getpid()}.part")
         try:
             with open(beside, "wb") as file:
                 file.writelines(parts)
                 file.flush()
                 os.fsync(file.fileno())
             for number in itertools.count(self._highest() + 1):
-                path = self._folder / f"{self._stem}{number}.{extension}"
+                path = os.path.join(self._folder, f"{self._stem}{number}.{extension}")
                 if _take_name(beside, path):
                     break
-            exchange.sync_folder(str(self._folder))
-            return str(path)
+            exchange.sync_folder(self._folder)
+            return path
         except OSError as error:
             remedy = "free some space" if error.errno in (errno.ENOSPC, errno.EDQUOT) else "check the Output Directory"
             raise HelperError(f'Cannot write a picture into "{self._folder}": {reason_of(error)}; {remedy}') from error
         finally:
-            beside.unlink(missing_ok=True)
+            _remove(beside)
 
     def _highest(self) -> int:
         """Of all extensions: n tells pictures of one frame apart by itself."""
@@ -135,7 +134,12 @@ def _write_side_file(picture: str, record: Mapping[str, Any]) -> None:
     exchange.write_whole(picture + SIDE_FILE, content.encode("utf-8", "replace"), lasting=True)
 
 
-def _take_name(beside: Path, path: Path) -> bool:
+def _remove(path: str) -> None:
+    with contextlib.suppress(FileNotFoundError):
+        os.unlink(path)
+
+
+def _take_name(beside: str, path: str) -> bool:
     """Gives the file its final name in one step, unless another process was faster."""
     try:
         os.link(beside, path)
@@ -150,6 +154,6 @@ def _take_name(beside: Path, path: Path) -> bool:
     try:
         os.replace(beside, path)
     except BaseException:
-        path.unlink(missing_ok=True)
+        _remove(path)
         raise
     return True

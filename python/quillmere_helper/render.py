@@ -1,15 +1,16 @@
 """One run of the helper: from a request to a response, also when something fails in between."""
 
 import time
+from typing import TYPE_CHECKING
 
-from . import backends, cancellation, interpreter
-from .backends import Job
+from . import cancellation
 from .errors import HelperError, PassingFailure, reason_of
 from .exchange import LASTING, PASSING, Response, Status, status_of
-from .outputs import Outputs
 from .readable import complain
 from .request import read_request
-from .workflows import read_workflow
+
+if TYPE_CHECKING:  # loaded when the user has been told that something is going on
+    from .backends import Job, Result
 
 DONE, FAILED, CANCELLED = 0, 1, 143
 
@@ -36,10 +37,8 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
     status = status_of(request_path)
     try:
         started = time.monotonic()
-        job = _prepare(argv, request_path, status)
-        backend = job.workflow.backend
-        made = backends.load(backend).make(job)
-        facts = {"backend": backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
+        job, made = _made(argv, request_path, status)
+        facts = {"backend": job.workflow.backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
         notes = [*made.notes, *job.outputs.notes]
         response.succeed(job.outputs.paths, {**facts, "notes": notes})
         for note in notes:
@@ -60,16 +59,21 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
         return _failed(response, text, traceback.format_exc())
 
 
-def _prepare(argv: list[str], request_path: str, status: Status) -> Job:
+def _made(argv: list[str], request_path: str, status: Status) -> "tuple[Job, Result]":
     request = read_request(request_path)
     status.tell("prepare", "Reading the workflow")
+    from . import backends, interpreter
+    from .outputs import Outputs
+    from .workflows import read_workflow
+
     workflow = read_workflow(request.workflow_path, backends.MODULES)
-    required = backends.load(workflow.backend).REQUIRES
-    if required and not interpreter.has(required):
-        raise HelperError(interpreter.hand_over(argv, required))
+    backend = backends.load(workflow.backend)
+    if backend.REQUIRES and not interpreter.has(backend.REQUIRES):
+        raise HelperError(interpreter.hand_over(argv, backend.REQUIRES))
     outputs = Outputs(request.output_dir, request.output_prefix, request.frame)
     outputs.prepare()
-    return Job(request, workflow, status, outputs)
+    job = backends.Job(request, workflow, status, outputs)
+    return job, backend.make(job)
 
 
 def _failed(response: Response, text: str, details: str) -> int:

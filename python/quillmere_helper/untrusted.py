@@ -6,7 +6,6 @@ import math
 import mmap
 import os
 import stat
-import tempfile
 from typing import Any, Union, cast
 
 from . import png
@@ -37,6 +36,8 @@ class Spool:
     that ends, and nobody else can shorten it. Raises HelperError."""
 
     def __init__(self, folder: str) -> None:
+        import tempfile  # which takes as long to load as all of a drawing's own modules
+
         self._folder = folder
         try:
             self._file = cast(io.BufferedRandom, tempfile.TemporaryFile(dir=folder))

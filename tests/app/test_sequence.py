@@ -30,8 +30,8 @@ class SequenceCase(AppCase):
         self.helper("succeed")
         (self.folder / "ink.json").write_text("{}")
 
-    def helper(self, script: str) -> None:
-        super().helper(WITH_RECORD + script)
+    def helper(self, script: str, looks: str = "exit") -> None:
+        super().helper(WITH_RECORD + script, looks)
 
     def render_arguments(self, *more: str) -> list[str]:
         return super().render_arguments("--workflow", "ink.json", "-o", "shot/a_####.png", *more)
@@ -96,6 +96,16 @@ class Resume(SequenceCase):
             self.assertEqual(self.states(self.events("--resume")), {0: "done"}, name)
 
 
+    def test_a_server_that_is_gone_matters_only_to_frames_that_are_left(self) -> None:
+        self.render("--frames", "0-1")
+        self.helper("succeed", """echo '{"ok": false, "backend": "comfyui", "problem": "no server"}'; exit 1""")
+        self.assertEqual(self.render("--frames", "0-1", "--resume").returncode, 0)
+        for more in (["--frames", "0-2", "--resume"], ["--frames", "0-1"]):
+            done = self.render(*more)
+            self.assertEqual((done.returncode, done.stderr.count("no server")), (2, 1), done.stderr)
+            self.assertFalse((self.folder / "shot/a_0002.png").exists())
+
+
 class Failures(SequenceCase):
     def test_what_may_pass_is_tried_again_and_what_lasts_stops_the_rest(self) -> None:
         once = 'mkdir "$(field output_dir)/tried_$frame" && '
@@ -134,6 +144,23 @@ class Failures(SequenceCase):
         log = (self.folder / "shot/a.log").read_text()
         self.assertIn("frame 4: failed", log)
         self.assertIn("frame 4: done", log)
+
+
+class Log(SequenceCase):
+    def test_what_the_helper_prints_of_a_frame_is_told_there_and_on_standard_error(self) -> None:
+        flood = "head -c 3000000 /dev/zero | tr '\\0' x | fold -w 99; "
+        self.helper(f'echo "out $frame"; [ "$frame" = 1 ] && {flood} printf "\\033[31mred $frame" >&2; succeed')
+        for jobs in ("1", "2"):
+            with self.subTest(jobs=jobs):
+                done = self.render("--frames", "0-2", "--jobs", jobs, "--log", f"{jobs}.log")
+                self.assertEqual((done.returncode, done.stderr.count("x")), (0, 3000000))
+                lines = (self.folder / f"{jobs}.log").read_text().splitlines()
+                for frame in range(3):
+                    told = [line.split(": ", 1)[1] for line in lines if f" frame {frame}" in line]
+                    self.assertEqual(told.count(f"out {frame}"), 1)
+                    self.assertIn("left out" if frame == 1 else f"\ufffd[31mred {frame}", " ".join(told))
+                    self.assertTrue(told[-1].startswith("done"), told[-1])
+                self.assertLess((self.folder / f"{jobs}.log").stat().st_size, 1 << 20)
 
 
 class SideBySide(SequenceCase):
@@ -180,6 +207,11 @@ class SideBySide(SequenceCase):
             entry, = (runtime.parent / "history").glob(f"*/render_f{frame}.json")
             self.assertEqual(json.loads(entry.read_text())["frame"], frame)
         self.assertEqual(self.states(self.events("--frames", "0-5", "--resume")), dict.fromkeys(range(6), "kept"))
+
+    def test_there_is_one_frame_ahead_of_all_servers(self) -> None:
+        self.helper("succeed", """echo '{"ok": true, "backend": "comfyui", "servers": 3}'""")
+        self.render("--frames", "0-5")
+        self.assertEqual(len(list((self.folder / "write/quillmere/c4d/jobs").iterdir())), 4)
 
     def test_a_worker_that_dies_costs_a_try_of_its_frame(self) -> None:
         for retries, ends in [("1", {"done"}), ("0", {"done", "failed"})]:

@@ -151,7 +151,7 @@ class WebSockets(unittest.TestCase):
         for pieces in (1 << 20, 7):
             with self.subTest(pieces=pieces):
                 client = self.connect(content, pieces=pieces)
-                received = [client.receive(5) for _ in range(6)]
+                received = [client.receive(60) for _ in range(6)]
                 self.assertEqual(received, [*texts, "in zwölf", b"\0\1"])
                 client.close()
                 self.thread.join(5)

@@ -182,7 +182,8 @@ ExitStatus render(const RenderOptions& options, const CLI::App& command, Report&
   const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
   refuseSharedFiles(sequence.cameras, plan.output);
   for (const std::string& camera : sequence.cameras) requireOutput(plan.output.forCamera(camera), sequence.frames);
-  const WorkflowCheck check = requireWorkflow(session, configured.workflow, stop);
+  const WorkflowCheck check = lookAtWorkflow(session, configured.workflow, stop);
+  if (!options.sequence.resume) requireRunnable(check);  // else there may be nothing left to render
   if (options.style) tellStyle(*options.style);
   if (!options.seed.empty()) tellSeedRule(options.seed);
   if (report.wantsPreviews()) askForPreviews();
@@ -196,7 +197,8 @@ ExitStatus render(const RenderOptions& options, const CLI::App& command, Report&
                         *opened.scene,
                         options.scene.scene,
                         shownAs(opened, options),
-                        textAt(check.answer, "backend"),
+                        {textAt(check.answer, "backend"), countAt(check.answer, "servers")},
+                        [&check] { requireRunnable(check); },
                         shared,
                         options.json ? ToldOnce::Reader::Program : ToldOnce::Reader::Person};
   const ExitStatus status = renderSequence(run, report, logged, log, stop);
@@ -221,10 +223,11 @@ ExitStatus renderOrders(const RenderOptions& options) {
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), report, opened.scene,
                         options.scene.scene);
   configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
+  HelperOutput output;
   FrameLoop loop(session, *opened.scene, plan, report);
   const auto stop = [&] { return userBreak.seen() || results.lost() || orders.ended(); };
-  return serve(
-      orders, writeDirectory, [&](const Shot& shot, const auto& end) { return loop.render(shot, end); }, worker, stop);
+  const auto here = [&loop](const Shot& shot, const auto& end) { return loop.render(shot, end); };
+  return serve(orders, writeDirectory, listening(here, output, worker), worker, stop);
 }
 
 ExitStatus run(const RenderOptions& options, const CLI::App& command) {

@@ -4,7 +4,6 @@
 
 #include "record/picture_record.h"
 #include "sequence/in_turn.h"
-#include "sequence/jobs.h"
 #include "sequence/pool.h"
 
 namespace quillmere::app {
@@ -39,13 +38,13 @@ SequenceSummary summaryOf(const Sequence& sequence, const SequenceRun& run) {
 void render(Sequence& sequence, const SequenceRun& run, ToldOnce& told, LoggedReport& logged, SequenceLog& log,
             const std::function<bool()>& stop) {
   const int jobs = jobsFor(run.options.jobs, run.backend, sequence.plan().count());
-  FrameLoop loop(run.session, run.content, run.frames, told);
   if (jobs == 1) {
-    const RenderShot here = [&loop](const Shot& shot, const std::function<bool()>& end) {
-      return loop.render(shot, end);
-    };
-    return renderInTurn(sequence, here, logged, stop);
+    HelperOutput output;
+    FrameLoop loop(run.session, run.content, run.frames, told);
+    const auto here = [&loop](const Shot& shot, const auto& end) { return loop.render(shot, end); };
+    return renderInTurn(sequence, listening(here, output, logged), logged, stop);
   }
+  const FrameLoop loop(run.session, run.content, run.frames, told);
   const Json pictures = run.session.node().stored(QUILLMERE_OUTPUT_DIRECTORY);
   const Workers workers{jobs,
                         workerArguments(run.command, run.session.plugin().path.string(),
@@ -66,7 +65,7 @@ ExitStatus renderSequence(const SequenceRun& run, ToldOnce& told, LoggedReport& 
   if (const fs::path file = logFileOf(run.options, run.plan); !file.empty()) log.open(file);
   log.add("", "render of '" + run.scene.string() + "' begins: frames " + run.plan.frames.text() + ", " +
                   std::to_string(run.plan.count()) + " pictures as '" + run.plan.output.text() + "'");
-  Sequence sequence(run.plan, factsFor(run), logged);
+  Sequence sequence(run.plan, factsFor(run), logged, run.beforeFirst);
   render(sequence, run, told, logged, log, stop);
   if (run.plan.count() > 1) logged.sequenceEnds(summaryOf(sequence, run));
   const bool complete = sequence.tally().complete();

@@ -7,6 +7,7 @@
 #include "effect/effect_session.h"
 #include "frame_loop.h"
 #include "record/inputs.h"
+#include "sequence/jobs.h"
 #include "sequence/log.h"
 #include "sequence_options.h"
 
@@ -24,7 +25,8 @@ struct SequenceRun {
   const scene::Scene& content;         // the session's
   std::filesystem::path scene;         // file
   Json shown;                          // what a picture's record keeps of how the scene is shown
-  std::string backend;                 // that the helper has named; may be empty
+  BackEnd backend;                     // of the workflow, as far as the helper has told
+  std::function<void()> beforeFirst;   // throws Failure when nothing can be rendered
   Report& shared;                      // of frames that are rendered side by side
   ToldOnce::Reader reader = ToldOnce::Reader::Person;
 };

@@ -111,6 +111,11 @@ std::string textAt(const Json& object, const char* key) {
   return object.is_object() && found != object.end() && found->is_string() ? found->get<std::string>() : "";
 }
 
+std::int64_t countAt(const Json& object, const char* key) {
+  const auto found = object.is_object() ? object.find(key) : object.end();
+  return object.is_object() && found != object.end() && found->is_number_unsigned() ? found->get<std::int64_t>() : 0;
+}
+
 std::vector<Json> objectsAt(const Json& object, const char* key) {
   std::vector<Json> objects;
   const auto found = object.is_object() ? object.find(key) : object.end();

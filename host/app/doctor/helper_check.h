@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -29,6 +30,7 @@ inline Finding broken(const std::string& subject, const Obstacle& obstacle) {
 
 // The members of JSON objects that others wrote: empty for one that is missing or of another kind.
 std::string textAt(const Json& object, const char* key);
+std::int64_t countAt(const Json& object, const char* key);  // 0 for one that is missing
 std::vector<Json> objectsAt(const Json& object, const char* key);
 
 inline constexpr std::string_view kServer = "server ";  // how the subjects of servers begin

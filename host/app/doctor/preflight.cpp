@@ -56,18 +56,19 @@ void requireOutput(const OutputPattern& output, const FrameSet& frames) {
                 "cannot be made: " + error.message(), "give one that you may write to");
 }
 
-WorkflowCheck requireWorkflow(EffectSession& session, const std::string& workflow, const std::function<bool()>& stop) {
+WorkflowCheck lookAtWorkflow(EffectSession& session, const std::string& workflow, const std::function<bool()>& stop) {
   const fs::path file = session.node().text(QUILLMERE_WORKFLOW_PATH);
   if (file.empty()) return {};
   const std::string pictures = session.node().text(QUILLMERE_OUTPUT_DIRECTORY);
   if (!pictures.empty()) refuseUse(obstacleToFilesIn("folder of the pictures", pictures));
-  WorkflowCheck check = checkWorkflow(session.plugin(), "'" + workflow + "'", file, kPatience, stop);
+  return checkWorkflow(session.plugin(), "'" + workflow + "'", file, kPatience, stop);
+}
+
+void requireRunnable(const WorkflowCheck& check) {
   const Finding& found = check.finding;
   const bool told = check.answered || !check.readable;
-  if (told && found.state == Finding::State::Broken) {
-    throw Failure(ExitStatus::Usage, found.subject, found.detail, found.remedy);
-  }
-  return check;
+  if (!told || found.state != Finding::State::Broken) return;
+  throw Failure(ExitStatus::Usage, found.subject, found.detail, found.remedy);
 }
 
 }  // namespace quillmere::app

@@ -19,10 +19,13 @@ std::optional<Obstacle> obstacleToFilesIn(const std::string& what, const std::fi
 // its place. Makes the folder that all of them share.
 void requireOutput(const OutputPattern& output, const FrameSet& frames);
 
-// Throws Failure (usage) when the generated pictures can't be written, when the workflow that the node has isn't there,
-// or when the helper finds that it can't be run here and now; messages name it by `workflow`. Asks the helper once, for
-// half a minute at most and until `stop`; one that doesn't answer, as one of another make may, keeps nothing from being
-// tried. Returns its answer; of a node without a workflow, whose frames the effect itself refuses, there is none.
-WorkflowCheck requireWorkflow(EffectSession& session, const std::string& workflow, const std::function<bool()>& stop);
+// What the helper finds about the workflow that the node has, which findings call `workflow`. Asks it once, for half a
+// minute at most and until `stop`; of a node without a workflow, whose frames the effect itself refuses, there is no
+// answer. Throws Failure (usage) when the generated pictures can't be written.
+WorkflowCheck lookAtWorkflow(EffectSession& session, const std::string& workflow, const std::function<bool()>& stop);
+
+// Throws Failure (usage) when the workflow isn't there, or when the helper has found that it can't be run here and now.
+// One that hasn't answered, as one of another make may, keeps nothing from being tried.
+void requireRunnable(const WorkflowCheck& check);
 
 }  // namespace quillmere::app

@@ -92,6 +92,8 @@ class Report : public host::Events {
   virtual void frameEnds(const FrameReport& report) = 0;
   // In place of the above: the frame is tried again, as the text says.
   virtual void frameFails(std::int32_t /*frame*/, const std::string& /*error*/) {}
+  // Lines that its helper has printed, as they are.
+  virtual void helperPrints(const std::string& /*lines*/) {}
   // Of several frames in flight, what follows is about this one.
   virtual void turnTo(std::int32_t /*frame*/, std::int64_t /*index*/, std::int64_t /*count*/) {}
   // What else there is to know of a frame.

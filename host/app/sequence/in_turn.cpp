@@ -1,6 +1,7 @@
 #include "in_turn.h"
 
 #include <thread>
+#include <utility>
 
 #include "base/error.h"
 #include "files/merged_files.h"
@@ -28,7 +29,23 @@ void renderUntilItEnds(const Shot& shot, Sequence& sequence, const RenderShot& r
   }
 }
 
+void tell(const std::string& lines, Report& report) {
+  if (!lines.empty()) report.helperPrints(lines);
+}
+
 }  // namespace
+
+RenderShot listening(RenderShot render, HelperOutput& output, Report& report) {
+  return [render = std::move(render), &output, &report](const Shot& shot, const std::function<bool()>& stop) {
+    const std::thread::id thread = std::this_thread::get_id();
+    const Attempt attempt = render(shot, [&] {
+      if (std::this_thread::get_id() == thread) tell(output.lines(), report);
+      return stop();
+    });
+    tell(output.rest(), report);
+    return attempt;
+  };
+}
 
 void renderInTurn(Sequence& sequence, const RenderShot& render, Report& report, const std::function<bool()>& stop) {
   while (const auto shot = sequence.next(stop)) renderUntilItEnds(*shot, sequence, render, report, stop);

@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "process/helper_output.h"
 #include "process/orders.h"
 #include "sequence.h"
 #include "values/failure.h"
@@ -11,6 +12,9 @@ namespace quillmere::app {
 
 // Renders one shot in this process, to its end or until `stop`; the report that it tells is not its business.
 using RenderShot = std::function<Attempt(const Shot& shot, const std::function<bool()>& stop)>;
+
+// `render`, and meanwhile `report` is told what the helper prints.
+RenderShot listening(RenderShot render, HelperOutput& output, Report& report);
 
 // The worker's side: renders what is ordered until no other order comes or `stop` says true, and tells how it ends.
 // `writeDirectory` is this process' own.

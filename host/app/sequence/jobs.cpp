@@ -3,11 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
-#include <cstdlib>
 #include <fstream>
-#include <iterator>
-#include <sstream>
 #include <string>
 #include <thread>
 
@@ -44,29 +40,17 @@ int fitting() {
   return static_cast<int>(std::clamp<std::uintmax_t>(number, 1, kMostByDefault));
 }
 
-// Those that the helper's environment variable for the back end lists, with commas or blanks between them; at least
-// one.
-int serversOf(const std::string& backend) {
-  std::string variable = "QUILLMERE_" + backend + "_URL";
-  for (char& letter : variable) letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
-  const char* const told = std::getenv(variable.c_str());
-  std::string list = told == nullptr ? "" : told;
-  std::replace(list.begin(), list.end(), ',', ' ');
-  std::istringstream words(list);
-  const auto count = std::distance(std::istream_iterator<std::string>(words), std::istream_iterator<std::string>());
-  return static_cast<int>(std::clamp<std::ptrdiff_t>(count, 1, kMostByDefault - 1));
-}
-
-int paying(const std::string& backend) {
-  if (backend.empty()) return 1;
-  if (backend != kEmbedded) return serversOf(backend) + 1;
+int paying(const BackEnd& backend) {
+  if (backend.name.empty()) return 1;
+  if (backend.name != kEmbedded)
+    return static_cast<int>(std::clamp<std::int64_t>(backend.servers, 1, kMostByDefault - 1) + 1);
   const int cores = static_cast<int>(std::max(std::thread::hardware_concurrency(), 1U));
   return std::min(cores, fitting());
 }
 
 }  // namespace
 
-int jobsFor(std::optional<int> asked, const std::string& backend, std::int64_t frames) {
+int jobsFor(std::optional<int> asked, const BackEnd& backend, std::int64_t frames) {
   if (frames <= 1) return 1;
   return static_cast<int>(std::min<std::int64_t>(asked ? *asked : paying(backend), frames));
 }

@@ -12,7 +12,6 @@
 #include <utility>
 
 #include "base/file_reading.h"
-#include "base/json.h"
 #include "base/utf8.h"
 #include "files/exchange_files.h"
 #include "report/event_stream.h"
@@ -24,7 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kDeepest = 16;
 constexpr mode_t kMode = 0644;
 
 [[noreturn]] void refuse(const fs::path& file, const std::string& why) {
@@ -56,21 +54,6 @@ std::string withoutNumbers(const std::string& text) {
     if (letter < '0' || letter > '9') kept += letter;
   }
   return kept;
-}
-
-// What the helper wants known of a picture that it has made.
-std::string notesIn(const fs::path& response) {
-  try {
-    const Json told = parsedJson(readText(response, LoggedReport::kLongestDetails), kDeepest);
-    std::string notes;
-    if (!told.is_object() || !told.contains("notes") || !told["notes"].is_array()) return {};
-    for (const Json& note : told["notes"]) {
-      if (note.is_string()) notes += note.get<std::string>() + "\n";
-    }
-    return notes;
-  } catch (const Error&) {
-    return {};
-  }
 }
 
 }  // namespace
@@ -149,7 +132,6 @@ void LoggedReport::frameEnds(const FrameReport& report) {
 
 void LoggedReport::addDetails(std::int32_t frame) {
   const std::string about = "frame " + std::to_string(frame);
-  log_.add(about, notesIn(responseFile(writeDirectory_, frame)));
   try {
     const fs::path details = responseFile(writeDirectory_, frame).replace_extension(".log");
     log_.add(about, readText(details, kLongestDetails));

@@ -31,8 +31,8 @@ class SequenceLog {
   std::uintmax_t added_ = 0;
 };
 
-// Stands before a report and keeps in the log what that is told, and at the end of each frame what the helper has
-// written of it: its notes, and the details of a failure, as far as they are not longer than kLongestDetails.
+// Stands before a report and keeps in the log what that is told, what the helper prints, and at the end of each frame
+// the details of a failure that the helper has written, as far as they are not longer than kLongestDetails.
 class LoggedReport : public Report {
  public:
   static constexpr std::uintmax_t kLongestDetails = std::uintmax_t{1} << 20U;  // bytes
@@ -51,6 +51,7 @@ class LoggedReport : public Report {
   void progress(const Progress& progress) override { report_.progress(progress); }
   void remark(std::int32_t frame, const std::string& text) override;
   void trouble(const std::string& text) override;
+  void helperPrints(const std::string& lines) override { log_.add(frame_ + " helper", lines); }
   void frameFails(std::int32_t frame, const std::string& error) override;
   void frameEnds(const FrameReport& report) override;
   void sequence(const SequenceProgress& progress) override { report_.sequence(progress); }

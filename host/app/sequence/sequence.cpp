@@ -33,8 +33,12 @@ Attempt failedBefore(const Shot& shot, const std::string& why) {
   return attempt;
 }
 
-Sequence::Sequence(SequencePlan plan, Facts facts, Report& report)
-    : plan_(std::move(plan)), facts_(std::move(facts)), report_(report), tally_(plan_.count()) {}
+Sequence::Sequence(SequencePlan plan, Facts facts, Report& report, std::function<void()> beforeFirst)
+    : plan_(std::move(plan)),
+      facts_(std::move(facts)),
+      report_(report),
+      beforeFirst_(std::move(beforeFirst)),
+      tally_(plan_.count()) {}
 
 Shot Sequence::shotAt(std::int64_t index) const {
   const std::int64_t frames = plan_.frames.count();
@@ -59,6 +63,7 @@ std::optional<Shot> Sequence::next(const Stop& stop) {
     }
   }
   if (kept) tellProgress();
+  if (found && beforeFirst_) std::exchange(beforeFirst_, {})();
   return found;
 }
 

@@ -72,8 +72,8 @@ class Sequence {
   using Stop = std::function<bool()>;
 
   // `facts` tells what would make a shot now, "inputs" among it. The report gets what concerns the whole; it must
-  // outlive this.
-  Sequence(SequencePlan plan, Facts facts, Report& report);
+  // outlive this. `beforeFirst` is called once, when there is something to render, and may throw.
+  Sequence(SequencePlan plan, Facts facts, Report& report, std::function<void()> beforeFirst);
 
   // The next shot to render, after those that are kept have been told; none when there is no other, when a failure has
   // ended the sequence and when `stop` says true.
@@ -101,6 +101,7 @@ class Sequence {
   SequencePlan plan_;
   Facts facts_;
   Report& report_;
+  std::function<void()> beforeFirst_;
   Tally tally_;
   std::int64_t next_ = 0;
   std::map<std::int64_t, int> tries_;  // that have failed, of shots that are tried again

@@ -76,6 +76,7 @@ WorkerNews passOnParsed(const Json& told, Report& report) {
     report.pictureViewer(
         image::Image(told.at("width").get<int>(), told.at("height").get<int>(), 1, image::Sample::Byte));
   }
+  if (kind == "prints") report.helperPrints(told.at("lines").get<std::string>());
   if (kind == "progress") report.progress(progressIn(told.at("progress")));
   return {kind == "ready", kind == "attempt" ? attemptIn(told) : std::nullopt};
 }
@@ -121,6 +122,9 @@ void WorkerReport::pictureViewer(const image::Image& shown) {
 }
 void WorkerReport::progress(const Progress& progress) {
   results_.write(lineOf(Json{{"tells", "progress"}, {"progress", jsonOf(progress)}}));
+}
+void WorkerReport::helperPrints(const std::string& lines) {
+  results_.write(lineOf(Json{{"tells", "prints"}, {"lines", lines}}));
 }
 void WorkerReport::ready() {
   results_.write(lineOf(Json{{"tells", "ready"}}));

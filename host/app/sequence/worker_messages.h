@@ -31,6 +31,7 @@ class WorkerReport : public Report {
   void command(int id, int subid) override;
   void pictureViewer(const image::Image& shown) override;
   void progress(const Progress& progress) override;
+  void helperPrints(const std::string& lines) override;
   bool wantsPreviews() const override { return true; }
   void frameEnds(const FrameReport& /*report*/) override {}  // the attempt tells all of it
   bool outputLost() const override { return results_.lost(); }

@@ -25,7 +25,7 @@ def check(workflow: Workflow) -> dict[str, Any]:
     reports = [_look(settings) for settings in read_settings(workflow).on_each()]
     good = [report for report in reports if not report["problem"]]
     passed = [f"{report['server']} would be passed over: {report['problem']}" for report in reports if report["problem"]]
-    return {**good[0], "notes": passed} if good else reports[0]
+    return {**(good or reports)[0], "notes": passed if good else [], "servers": len(reports)}
 
 
 def _look(settings: Settings) -> dict[str, Any]:

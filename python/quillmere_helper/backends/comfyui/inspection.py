@@ -26,11 +26,12 @@ def report(workflow: Workflow) -> dict[str, Any]:
     the workflow cannot run as it is. Raises HelperError for one that cannot be read."""
     sources = read_source(workflow).on_each()
     if len(sources) == 1:
-        return _report(sources[0])
+        return {**_report(sources[0]), "servers": 1}
     reports = [_report_or_problem(source) for source in sources]
     chosen = next((one for one in reports if not one["problem"]), reports[0])
     passed = [f"{one['server']} would be passed over: {one['problem']}" for one in reports if one["problem"]]
-    return {**chosen, "notes": [*chosen.get("notes", []), *passed]} if not chosen["problem"] else chosen
+    notes = [] if chosen["problem"] else [*chosen.get("notes", []), *passed]
+    return {**chosen, "notes": notes or chosen.get("notes", []), "servers": len(sources)}
 
 
 def _report_or_problem(source: Source) -> dict[str, Any]:

@@ -7,7 +7,8 @@ from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageOps
 
 from . import painting
 from . import scene as scenery
-from .images import Noise, blurred, curve, png_of, ramp
+from .images import COARSE_STEPS, TWICE, Noise, blurred, curve, enlarged, png_of, ramp, shrunk, softened, step_for
+from .images import without
 from .painting import Paper
 from .prompt import Mood
 from .scene import Scene
@@ -19,7 +20,7 @@ BRIGHTENED = curve(lambda light: light**0.6)  # edges in the shadows count as mu
 COLOUR_GAIN = 1.6  # an edge between two colours of one lightness counts as if they differed this much more
 NIBS = ((0.6, 0.012), (1.5, 0.036))  # width in pixels at a width of 1024, and the least step of 0..1 that it draws
 GRAIN_WINDOW = 8  # half the side of the surroundings of an edge, in widths of the nib
-GRAIN_SHARE = 1.6  # how much of the mean depth around counts as grain
+GRAINY = curve(lambda value: 1.6 * value)  # how much of the mean depth around counts as grain
 STROKE_GAP = 5.2  # pixels between two strokes of a hatching, at a width of 1024
 STROKE_LEAN = 0.62  # of a stroke: how far it leans over, per height
 
@@ -55,17 +56,17 @@ def draw(
     tones = _spread(calm, mood.key)
     if scene.objects is not None:
         tones = scenery.painted(tones, scene.objects)
-    light = Image.new("L", guide.size, 255)
     strength = options["wash"] * (1 - 0.6 * mood.key)
     wetness = min(max(0.6 + mood.wetness, 0.1), 1.0)
     brush = painting.Brush(options["layers"], strength, wetness, options["granulation"])
-    washes = painting.Washes(tones, paper.relief, noise, unit, brush)
+    washes = painting.Washes(tones, noise, unit, brush)
     for layer in range(brush.layers):
         yield "Washing tones", 0.2 + 0.4 * layer / brush.layers
-        light = ImageChops.multiply(light, washes.light(layer))
+        washes.lay(layer)
     yield "Adding colour", 0.6
+    light = washes.dried(paper.relief)
     bare = painting.left_out(grey, noise, unit)
-    soft = [blurred(hue, 1.6 * unit) for hue in hues]
+    soft = [blurred(hue, 1.6 * unit, COARSE_STEPS) for hue in hues]
     colour = painting.colour(ImageChops.lighter(light, bare), soft, options["saturation"] * mood.saturation)
     colour = painting.graded(painting.thin(colour, bare, noise, unit), mood)
     if look is not None:
@@ -92,7 +93,7 @@ def _untextured(light: Image.Image, unit: float) -> Image.Image:
 def _spread(light: Image.Image, key: float) -> Image.Image:
     """The tones of `light` spread over black to white, lighter or darker as the mood has it."""
     spread = Image.blend(ImageOps.autocontrast(light, 1), ImageOps.equalize(light), 0.35)
-    return spread.filter(ImageFilter.GaussianBlur(0.7)).point(curve(lambda value: value ** math.exp(-1.4 * key)))
+    return blurred(spread, 0.7).point(curve(lambda value: value ** math.exp(-1.4 * key)))
 
 
 def _ink(
@@ -124,10 +125,11 @@ def _lines(
     pressure = noise.clouds(60 * unit, curve(lambda value: 0.4 + 0.6 * value))
     light, blue, red = planes
     widened = curve(lambda value: 0.5 + COLOUR_GAIN * (value - 0.5))
+    channels = (light.point(BRIGHTENED), blue.point(widened), red.point(widened))
     ink = Image.new("L", relief.size, 0)
-    for channel in (light.point(BRIGHTENED), blue.point(widened), red.point(widened)):
-        for width, least in NIBS:
-            ink = ImageChops.lighter(ink, _strokes(channel, pressure, width * unit, least / strength))
+    for width, least in NIBS:
+        deep = ImageChops.multiply(_edges(channels, width * unit), pressure)
+        ink = ImageChops.lighter(ink, deep.point(ramp(least / strength, 3.8 * least / strength)))
     return _dry(_without_dots(ink, unit), relief)
 
 
@@ -141,19 +143,25 @@ def _hatching(tones: Image.Image, noise: Noise, unit: float) -> Image.Image:
         lean = STROKE_LEAN * height + noise.between(-2.5, 2.5) * unit
         pen.line((start, height, start + lean, 0), round(noise.between(150, 255)), max(1, round(1.1 * unit)))
         start += STROKE_GAP * unit * noise.between(0.75, 1.25)
-    strokes = strokes.filter(ImageFilter.GaussianBlur(0.55 * unit)).point(curve(lambda value: 1.5 * value))
+    strokes = blurred(strokes, 0.55 * unit).point(curve(lambda value: 1.5 * value))
     dark = ImageChops.multiply(tones.point(ramp(0.30, 0.16)), noise.clouds(30 * unit, ramp(0.25, 0.6)))
     return ImageChops.multiply(strokes, dark)
 
 
-def _strokes(channel: Image.Image, pressure: Image.Image, width: float, least: float) -> Image.Image:
-    """Ink on the dark side of each edge: where a narrow mean lies below a wide one by more than `least`."""
-    narrow, wide = blurred(channel, width), blurred(channel, width * 2.2)
-    depth = ImageChops.subtract(wide, narrow, 0.5)
-    # Where everything around is as deep, that is the grain of a rendering and no edge.
-    around = depth.filter(ImageFilter.BoxBlur(GRAIN_WINDOW * width)).point(curve(lambda value: GRAIN_SHARE * value))
-    depth = ImageChops.subtract(depth, around)
-    return ImageChops.multiply(depth, pressure).point(ramp(least, 3.8 * least))
+def _edges(channels: Sequence[Image.Image], width: float) -> Image.Image:
+    """How deep the dark side of each edge is: how far a narrow mean lies below a wide one, in any of the channels."""
+    step = step_for(channels[0], width, COARSE_STEPS)
+    deepest = None
+    for channel in channels:
+        small = shrunk(channel, step)
+        narrow, wide = softened(small, width, step), softened(small, 2.2 * width, step)
+        depth = without(wide, narrow).point(TWICE)
+        # Where everything around is as deep, that is the grain of a rendering and no edge.
+        around = depth.filter(ImageFilter.BoxBlur(GRAIN_WINDOW * width / step)).point(GRAINY)
+        depth = without(depth, around)
+        deepest = depth if deepest is None else ImageChops.lighter(deepest, depth)
+    assert deepest is not None
+    return enlarged(deepest, channels[0].size, step)
 
 
 def _without_dots(ink: Image.Image, unit: float) -> Image.Image:
@@ -164,5 +172,5 @@ def _without_dots(ink: Image.Image, unit: float) -> Image.Image:
 
 def _dry(ink: Image.Image, relief: Image.Image) -> Image.Image:
     """Thin ink skips the valleys of the paper; solid ink covers them."""
-    skipping = ImageChops.subtract(ink, relief.point(curve(lambda value: 0.5 * (1 - value))))
+    skipping = without(ink, relief.point(curve(lambda value: 0.5 * (1 - value))))
     return Image.composite(ink, skipping, ink.point(ramp(0.35, 0.85)))

@@ -7,7 +7,7 @@ import struct
 import threading
 import zlib
 from functools import lru_cache
-from typing import Any, Callable
+from typing import Any, Callable, Sequence
 
 from PIL import Image, ImageChops, ImageFilter, PngImagePlugin, UnidentifiedImageError
 
@@ -17,8 +17,9 @@ from ...request import LARGEST_AREA
 from ...untrusted import LARGEST_PICTURE, read_file
 
 FINER = 2.7  # how much finer than clouds the shapes in them are
-HALVED, QUARTERED = 2.0, 5.0  # pixels: blurs from which on a picture of half, or a quarter, of the sides will do
-PACKING = 1  # of 1 to 9: more makes noise no smaller
+Steps = Sequence["tuple[int, float]"]  # in what part of the sides a blur of so many pixels or more is done
+STEPS = ((4, 3.5), (2, 2.0))
+COARSE_STEPS = ((2, 1.2),)  # of colours, and of thick lines
 ZLIB_HEAD = b"\x78\x01"
 MOST_SCANS = 100  # real progressive files have about ten
 MOST_SCANNED = 1 << 30  # pixels of all scans
@@ -56,25 +57,42 @@ class Noise:
         step = 4 if fine >= 8 and min(self._size) >= 16 else 1
         small = (-(-self._size[0] // step), -(-self._size[1] // step))
         mixed = Image.blend(self._coarse(cell, small), self._coarse(fine, small), 0.35)
-        return mixed.point(shape) if step == 1 else enlarged(mixed.point(shape), self._size, step)
+        return enlarged(mixed, self._size, step).point(shape)
 
     def between(self, least: float, most: float) -> float:
         return self._random.uniform(least, most)
 
 
-def blurred(picture: Image.Image, radius: float) -> Image.Image:
+def blurred(picture: Image.Image, radius: float, steps: "Steps" = STEPS) -> Image.Image:
     """A Gaussian blur; a wide one is done in a smaller picture, where it takes a fraction of the time."""
-    step = 1 if min(picture.size) < 16 or radius < HALVED else 2 if radius < QUARTERED else 4
-    if step == 1:
-        return picture.filter(ImageFilter.GaussianBlur(radius))
-    spread = radius**2 - (step**2 - 1) / 12 - step**2 / 6  # of its square, what making smaller and larger adds
-    small = picture.reduce(step).filter(ImageFilter.GaussianBlur(math.sqrt(max(spread, 0.0)) / step))
-    return enlarged(small, picture.size, step)
+    step = step_for(picture, radius, steps)
+    return enlarged(softened(shrunk(picture, step), radius, step), picture.size, step)
+
+
+def step_for(picture: Image.Image, radius: float, steps: "Steps" = STEPS) -> int:
+    """How many pixels of a side one may stand for, where the picture is blurred so far anyway."""
+    return next((step for step, least in steps if radius >= least and min(picture.size) >= 16), 1)
+
+
+def softened(small: Image.Image, radius: float, step: int) -> Image.Image:
+    """What is the picture with a blur of `radius` when it is enlarged by `step`; `small` is the picture made smaller."""
+    added = (step**2 - 1) / 12 + step**2 / 6 if step > 1 else 0.0  # to the square, by making smaller and larger
+    square = max(radius**2 - added, 0.0) / step**2
+    return small.filter(ImageFilter.GaussianBlur(math.sqrt(square)))
+
+
+def shrunk(picture: Image.Image, step: int) -> Image.Image:
+    return picture if step == 1 else picture.reduce(step)
+
+
+def without(whole: Image.Image, part: Image.Image) -> Image.Image:
+    """`whole` less `part`, at least 0; takes a tenth of the time of ImageChops.subtract."""
+    return ImageChops.subtract_modulo(ImageChops.lighter(whole, part), part)
 
 
 def enlarged(small: Image.Image, size: tuple[int, int], step: int) -> Image.Image:
-    """The reverse of `reduce`: each pixel of `small` stands for `step` pixels of a side."""
-    return small.resize(size, Image.BILINEAR, box=(0, 0, size[0] / step, size[1] / step))
+    """The reverse of `shrunk`: each pixel of `small` stands for `step` pixels of a side."""
+    return small if step == 1 else small.resize(size, Image.BILINEAR, box=(0, 0, size[0] / step, size[1] / step))
 
 
 def read_picture(path: str, what: str, remedy: str) -> Image.Image:
@@ -114,7 +132,8 @@ def picture_of(content: bytes) -> Image.Image:
 
 def png_of(picture: Image.Image) -> bytes:
     """The file of an RGB picture: each row as what it differs from the one above, in two halves at the same time. Pillow's
-    own encoder tries every way to store a row, which gains nothing on the grain of paper."""
+    own encoder tries every way to store a row, which gains nothing on the grain of paper; nor is there anything in it
+    that repeats: looking for that takes as long again for a tenth of the size."""
     above = Image.new("RGB", picture.size)
     above.paste(picture, (0, 1))
     stored, length = ImageChops.subtract_modulo(picture, above).tobytes(), 3 * picture.width
@@ -123,7 +142,7 @@ def png_of(picture: Image.Image) -> bytes:
     packed = [b"", b""]
 
     def pack(half: int, part: bytes, end: int) -> None:
-        packer = zlib.compressobj(PACKING, zlib.DEFLATED, -zlib.MAX_WBITS)
+        packer = zlib.compressobj(1, zlib.DEFLATED, -zlib.MAX_WBITS, 9, zlib.Z_HUFFMAN_ONLY)
         packed[half] = packer.compress(part) + packer.flush(end)
 
     thread = threading.Thread(target=pack, args=(0, rows[:middle], zlib.Z_SYNC_FLUSH))
@@ -166,7 +185,10 @@ def ramp(start: float, end: float) -> list[int]:
     return curve(shape)
 
 
+TWICE = curve(lambda value: 2 * value)
+
+
 @lru_cache(maxsize=None)
-def fade(strength: float) -> list[int]:
-    """A covering of 0..1 as the light that it lets through: 1 down to 1 - `strength`."""
-    return curve(lambda value: 1 - strength * value)
+def fade(strength: float, times: int = 1) -> list[int]:
+    """A covering of 0..1 as the light that it lets through: 1 down to 1 - `strength`, and that so many `times`."""
+    return curve(lambda value: max(1 - strength * value, 0.0) ** times)

@@ -4,14 +4,13 @@ from typing import NamedTuple, Sequence
 
 from PIL import Image, ImageChops, ImageFilter, ImageOps, ImageStat
 
-from .images import Noise, blurred, curve, fade, ramp
+from .images import TWICE, Noise, blurred, curve, fade, ramp, without
 from .prompt import Mood
 
 LIGHT_FROM = ImageFilter.Kernel((3, 3), (-2, -1, 0, -1, 0, 1, 0, 1, 2), 3, 128)  # a lamp at the upper left
 SOFTNESS = 0.05  # half the width of a tone's border, in tones of 0..1
 RIM_WIDTH = 3.0  # how far a drying wash carries its pigment to the border, in pixels at a width of 1024
 SHADOWS = (0.16, 0.18, 0.36)  # the colour that shade leans to whatever its own: indigo
-LUMA = (0.299, 0.587, 0.114)
 WHITE = (255, 255, 255)
 STYLE_SAMPLE = (256, 256)  # pixels are enough for a mean and a spread
 STYLE_SHARES = (0.35, 1.0, 1.0)  # of lightness and the two colour differences: the drawing keeps its own light
@@ -23,16 +22,15 @@ class Paper:
     def __init__(self, noise: Noise, unit: float, roughness: float) -> None:
         grain = noise.grains().filter(ImageFilter.GaussianBlur(0.6 * unit))
         tooth = noise.grains().filter(ImageFilter.GaussianBlur(1.7 * unit))
-        relief = ImageChops.add(ImageOps.autocontrast(grain, 0.5), ImageOps.autocontrast(tooth, 0.5), 2)
+        relief = Image.blend(ImageOps.autocontrast(grain, 0.5), ImageOps.autocontrast(tooth, 0.5), 0.5)
         self.relief = ImageOps.autocontrast(relief, 0.5)  # valleys 0, hills 255
         self._roughness = roughness
 
     def sheet(self, colour: tuple[int, int, int]) -> Image.Image:
         """The empty sheet under a slanting light."""
-        shade = self.relief.filter(LIGHT_FROM)
-        depth = 0.11 * self._roughness
-        light = shade.point(curve(lambda value: 1 - depth * max(0.0, 0.62 - value)))
-        return ImageChops.multiply(Image.new("RGB", self.relief.size, colour), Image.merge("RGB", (light,) * 3))
+        shade, depth = self.relief.filter(LIGHT_FROM), 0.11 * self._roughness
+        lit = [[round(full * (1 - depth * max(0.0, 0.62 - value / 255))) for value in range(256)] for full in colour]
+        return Image.merge("RGB", [shade.point([max(value, 0) for value in table]) for table in lit])
 
 
 class Brush(NamedTuple):
@@ -47,15 +45,17 @@ class Brush(NamedTuple):
 class Washes:
     """The washes of one picture, for `tones` spread over 0..255."""
 
-    def __init__(self, tones: Image.Image, relief: Image.Image, noise: Noise, unit: float, brush: Brush) -> None:
+    def __init__(self, tones: Image.Image, noise: Noise, unit: float, brush: Brush) -> None:
         self._tones, self._noise, self._unit, self._brush = tones, noise, unit, brush
         amount = 0.10 + 0.05 * brush.wetness
         self._swing = curve(lambda value: 0.5 + 2 * amount * (value - 0.5))
         self._pool = curve(lambda value: 1 - 0.75 * brush.wetness + 0.75 * value)
-        self._valleys = relief.point(curve(lambda value: 1.5 * (0.5 - value)))
+        self._body = 0.86 * brush.strength / brush.layers
+        self._light = Image.new("L", tones.size, 255)
+        self._covered = Image.new("L", tones.size, 0)  # on average, by the layers so far
 
-    def light(self, layer: int) -> Image.Image:
-        """The light that one layer lets through (255: all of it).
+    def lay(self, layer: int) -> None:
+        """Adds a layer, which is darker in pools and along its border.
 
         Layer 0 covers all but the lightest tones, the last one only the darkest. Borders wander only where the tones run
         smoothly into each other; a sharp border of the guide stays where it is.
@@ -64,17 +64,19 @@ class Washes:
         border = 1 - (layer + 0.7) / (brush.layers + 0.4)
         swing = self._noise.clouds((26 + 90 * brush.wetness) * self._unit, self._swing)
         wandering = ImageChops.add(self._tones, swing, 1, -128)
-        return self._dried(wandering.point(ramp(border + SOFTNESS, border - SOFTNESS)))
-
-    def _dried(self, covered: Image.Image) -> Image.Image:
-        """Where the pigment ends up: in pools, along the border, in the valleys of the paper."""
-        body = 0.86 * self._brush.strength / self._brush.layers
+        covered = wandering.point(ramp(border + SOFTNESS, border - SOFTNESS))
         pools = self._noise.clouds(150 * self._unit, self._pool)
-        rim = ImageChops.subtract(covered, blurred(covered, RIM_WIDTH * self._unit))
-        grains = ImageChops.multiply(covered, self._valleys)
-        light = ImageChops.multiply(covered, pools).point(fade(body))
-        light = ImageChops.multiply(light, rim.point(fade(2.2 * body)))
-        return ImageChops.multiply(light, grains.point(fade(0.4 * body * self._brush.granulation)))
+        self._light = ImageChops.multiply(self._light, ImageChops.multiply(covered, pools).point(fade(self._body)))
+        rim = without(covered, blurred(covered, RIM_WIDTH * self._unit))
+        self._light = ImageChops.multiply(self._light, rim.point(fade(2.2 * self._body)))
+        self._covered = Image.blend(self._covered, covered, 1 / (layer + 1))
+
+    def dried(self, relief: Image.Image) -> Image.Image:
+        """The light that all layers let through (255: all of it), with the pigment that has gone into the valleys of the
+        paper."""
+        valleys = ImageChops.multiply(self._covered, relief.point(curve(lambda value: 1.5 * (0.5 - value))))
+        grainy = 0.4 * self._body * self._brush.granulation
+        return ImageChops.multiply(self._light, valleys.point(fade(grainy, self._brush.layers)))
 
 
 def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -> Image.Image:
@@ -87,28 +89,38 @@ def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -
 def thin(picture: Image.Image, bare: Image.Image, noise: Noise, unit: float) -> Image.Image:
     """Paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
     water = noise.clouds(170 * unit, curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
-    pale = Image.blend(picture, Image.new("RGB", picture.size, WHITE), 0.6)
-    return Image.composite(pale, picture, ImageChops.lighter(water, bare))
+    pale = ImageChops.lighter(water, bare).point(curve(lambda value: 0.6 * value))
+    return Image.composite(Image.new("RGB", picture.size, WHITE), picture, pale)
 
 
 def left_out(light: Image.Image, noise: Noise, unit: float) -> Image.Image:
     """Slivers of bare paper on the light side of edges, here and there; `light`: the guide in grey."""
     narrow, wide = blurred(light, 0.9 * unit), blurred(light, 2.4 * unit)
-    slivers = ImageChops.subtract(narrow, wide, 0.5).point(ramp(0.06, 0.2))
+    slivers = without(narrow, wide).point(TWICE).point(ramp(0.06, 0.2))
     return ImageChops.multiply(slivers, noise.clouds(40 * unit, ramp(0.45, 0.6)))
 
 
 def graded(picture: Image.Image, mood: Mood) -> Image.Image:
     """`picture` with cool shadows and in the light of `mood`."""
+    weight = 0.6 * mood.weight
 
-    def grade(*rgb: float) -> tuple[float, ...]:
-        light = sum(share * value for share, value in zip(LUMA, rgb))
-        cooling = 0.38 * (1 - light) ** 1.6
-        cooled = (value + (shadow - value) * cooling for value, shadow in zip(rgb, SHADOWS))
-        tinted = (dark + (bright - dark) * light for dark, bright in zip(mood.shadow, mood.light))
-        return tuple(value + (tint - value) * 0.6 * mood.weight for value, tint in zip(cooled, tinted))
+    def cooling(light: float) -> float:
+        return 0.38 * float((1 - light) ** 1.6)
 
-    return picture.filter(ImageFilter.Color3DLUT.generate(9, grade))
+    def covering(light: float) -> float:
+        return 1 - (1 - cooling(light)) * (1 - weight)
+
+    def tint(channel: int) -> "list[int]":
+        def shape(light: float) -> float:
+            mooded = mood.shadow[channel] + (mood.light[channel] - mood.shadow[channel]) * light
+            shade = SHADOWS[channel] * cooling(light) * (1 - weight)
+            return (shade + mooded * weight) / max(covering(light), 1e-6)
+
+        return curve(shape)
+
+    light = picture.convert("L")
+    tints = Image.merge("RGB", [light.point(tint(channel)) for channel in range(3)])
+    return Image.composite(tints, picture, light.point(curve(covering)))
 
 
 def in_colours_of(picture: Image.Image, style: Image.Image, strength: float) -> Image.Image:
