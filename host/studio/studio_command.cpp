@@ -33,7 +33,7 @@ fs::path pageFolder() {
 }
 
 void openBrowser(const std::string& address) {
-  const app::ChildResult result = app::runChild({"xdg-open", address}, kBrowserPatience);
+  const app::ChildResult result = app::runChild({"xdg-open", address}, {kBrowserPatience});
   if (result.end == app::ChildResult::End::Exited && result.status == 0) return;
   app::printError("no browser could be opened (xdg-open); open the address yourself");
 }
@@ -43,7 +43,8 @@ app::ExitStatus run(const Options& options) {
   std::vector<fs::path> folders;
   for (const std::string& folder : options.folders) folders.emplace_back(folder);
   Watch watch(app::writeDirectoryOf(options.session), folders);
-  const Server server(watch, pageFolder(), options.port);
+  Studio studio{watch, options.session};
+  const Server server(studio, pageFolder(), options.port);
   app::printResult(server.address() + "\n");
   if (options.open) openBrowser(server.address());
   while (!userBreak.seen()) std::this_thread::sleep_for(kPause);

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "commands/options.h"
+#include "watch.h"
+
+namespace quillmere::studio {
+
+// What a request may ask of.
+struct Studio {
+  Watch& watch;
+  app::SessionOptions session;  // what the commands are given that it runs
+};
+
+}  // namespace quillmere::studio
