@@ -89,7 +89,8 @@ Answer setMark(Studio& studio, const Request& request) {
 
 Answer openFolder(Studio& studio, const Request& request) {
   const fs::path file = shownPicture(studio.watch, requiredText(bodyOf(request), "picture"));
-  const app::ChildResult result = app::runChild({"xdg-open", file.parent_path().string()}, {kFolderPatience});
+  const app::ChildResult result = app::runChild({"xdg-open", file.parent_path().string()},
+                                                {.patience = kFolderPatience, .kill = app::ChildLimits::Kill::Itself});
   if (result.end == app::ChildResult::End::Exited && result.status == 0) return answerWith(Json::object());
   throw Refused(501, "this machine's desktop could not open '" + file.parent_path().string() + "' (xdg-open)");
 }

@@ -26,7 +26,7 @@ void addFailureOptions(CLI::App& command, FailureRules& rules) {
 
 // Options that are the first process' alone: what it does with frames and with what it is told.
 const std::vector<std::string> kNotForWorkers{
-    "write-dir", "output-dir", "plugin", "save-settings", "save-job", "json",       "quiet",
+    "write-dir", "output-dir", "plugin", "save-settings", "save-job", "dry-run", "json",       "quiet",
     "report",    "log",        "resume", "jobs",          "retries",  "keep-going", "stop-at-first-failure",
     "style",     "worker"};
 

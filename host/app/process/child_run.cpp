@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "process_tree.h"
+#include "spawn_files.h"
 
 extern char** environ;
 
@@ -91,7 +92,8 @@ std::optional<int> statusUntil(pid_t child, Clock::time_point end) {
   }
 }
 
-pid_t start(const std::vector<std::string>& command, const Captured& output, const Captured& errors, int& error) {
+pid_t start(const std::vector<std::string>& command, ChildLimits::Kill kill, const Captured& output,
+            const Captured& errors, int& error) {
   std::vector<char*> arguments;
   arguments.reserve(command.size() + 1);
   for (const std::string& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
@@ -101,6 +103,7 @@ pid_t start(const std::vector<std::string>& command, const Captured& output, con
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_adddup2(&actions, output.writing(), STDOUT_FILENO);
   posix_spawn_file_actions_adddup2(&actions, errors.writing(), STDERR_FILENO);
+  if (kill == ChildLimits::Kill::Itself) closeOthers(actions);
   pid_t child = -1;
   error = ::posix_spawnp(&child, arguments[0], &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
@@ -126,7 +129,7 @@ ChildResult runChild(const std::vector<std::string>& command, const ChildLimits&
                      const std::function<bool()>& stop) {
   Captured output(limits.mostOutput), errors(limits.mostOutput);
   int error = 0;
-  const pid_t child = start(command, output, errors, error);
+  const pid_t child = start(command, limits.kill, output, errors, error);
   if (child < 0) return {ChildResult::End::NotStarted, -1, {}, std::strerror(error)};
   output.closeWriting();
   errors.closeWriting();

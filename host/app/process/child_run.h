@@ -11,7 +11,7 @@ struct ChildLimits {
   std::chrono::milliseconds patience{};
   std::size_t mostOutput = std::size_t{1} << 20U;  // bytes of each stream that are kept
   // What is killed when time is up: all that runs below this process, what the child has left behind too; or, where
-  // others run beside it, the child and what still runs below it.
+  // others run beside it, the child and what still runs below it; such a child gets no open file but its streams.
   enum class Kill { Everything, Itself } kill = Kill::Everything;
 };
 
