@@ -5,6 +5,7 @@
 
 #include "process/child_run.h"
 #include "record/picture_record.h"
+#include "steering_answers.h"
 #include "values/failure.h"
 #include "view_state.h"
 
@@ -110,7 +111,7 @@ constexpr std::array kRoutes{
 }  // namespace
 
 std::vector<std::span<const Route>> routes() {
-  return {kRoutes};
+  return {kRoutes, steeringRoutes()};
 }
 
 Answer answerOf(const Route& route, Studio& studio, const Request& request) {

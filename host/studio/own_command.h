@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,7 +11,8 @@
 namespace quillmere::studio {
 
 // Commands of this program in processes of their own: the page says what the command line says, by the same code, and
-// what breaks there breaks nothing here. Any thread.
+// what breaks there breaks nothing here. A few run at a time; another waits for a moment, and is refused (503). Any
+// thread.
 
 constexpr std::chrono::seconds kCommandPatience{60};
 
@@ -21,5 +23,10 @@ std::vector<std::string> withSession(std::vector<std::string> words, const app::
 // error when it prints none, takes longer than `patience`, or can't be started; an exit status of 1 beside JSON is an
 // answer.
 Json answerOfCommand(std::vector<std::string> words, std::chrono::milliseconds patience = kCommandPatience);
+
+// The same for a command that is run for what it does: throws whenever its exit status isn't 0, and Refused (409) when
+// it was ended because `stop` (may be empty) has come to say true.
+void runCommand(std::vector<std::string> words, const std::function<bool()>& stop = {},
+                std::chrono::milliseconds patience = kCommandPatience);
 
 }  // namespace quillmere::studio

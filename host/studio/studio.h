@@ -5,10 +5,13 @@
 
 namespace quillmere::studio {
 
+struct Steering;
+
 // What a request may ask of.
 struct Studio {
   Watch& watch;
-  app::SessionOptions session;  // what the commands are given that it runs
+  app::SessionOptions session;   // what the commands are given that it runs
+  Steering* steering = nullptr;  // none: it was started without a scene
 };
 
 }  // namespace quillmere::studio

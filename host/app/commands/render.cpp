@@ -88,8 +88,8 @@ Configured configure(EffectSession& session, const RenderOptions& options, const
   if (!options.saveSettings.empty()) {
     saveSettings(session.node(), made.controls, options.drawing, options.saveSettings);
   }
-  return {session.node().text(QUILLMERE_WORKFLOW_PATH),
-                        settingsOf(session.node(), made.controls, options.drawing), made.controls};
+  return {session.node().text(QUILLMERE_WORKFLOW_PATH), settingsOf(session.node(), made.controls, options.drawing),
+          made.controls};
 }
 
 void tellOf(const OpenedScene& opened) {
