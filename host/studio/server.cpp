@@ -63,7 +63,7 @@ struct Server::Parts {
     std::thread thread;
   };
 
-  Parts(Watch& watched, const fs::path& pageFolder, int wanted) : watch(watched), page(pageFolder) {
+  Parts(Studio& shown, const fs::path& pageFolder, int wanted) : studio(shown), page(pageFolder) {
     std::error_code error;
     if (!fs::is_regular_file(page / "index.html", error)) {
       throw app::Failure(app::ExitStatus::Failed, "studio", "the page is missing in '" + page.string() + "'",
@@ -79,7 +79,7 @@ struct Server::Parts {
     if (bind(doors[1], "::1", port) == port) open(doors[1]);
   }
   ~Parts() {
-    watch.hub().close();
+    studio.watch.hub().close();
     for (Door& door : doors) {
       door.http.stop();
       if (door.thread.joinable()) door.thread.join();
@@ -129,16 +129,19 @@ struct Server::Parts {
     return Handled::Handled;
   }
 
+  void addRoute(httplib::Server& http, const Route& route) {
+    const std::string path = route.path;
+    const std::string pattern = path.back() == '/' ? path + "([-0-9a-f]{1,20})" : path;
+    const auto handler = [this, &route](const httplib::Request& request, httplib::Response& response) {
+      Request asked{{request.params.begin(), request.params.end()}, {}, request.body};
+      if (request.matches.size() > 1) asked.subject = request.matches[1];
+      give(response, answerOf(route, studio, asked));
+    };
+    route.method == Route::Method::Get ? http.Get(pattern, handler) : http.Post(pattern, handler);
+  }
   void addRoutes(httplib::Server& http) {
-    for (const Route& route : routes()) {
-      const std::string path = route.path;
-      const std::string pattern = path.back() == '/' ? path + "([-0-9a-f]{1,20})" : path;
-      const auto handler = [this, &route](const httplib::Request& request, httplib::Response& response) {
-        Request asked{{request.params.begin(), request.params.end()}, {}, request.body};
-        if (request.matches.size() > 1) asked.subject = request.matches[1];
-        give(response, answerOf(route, watch, asked));
-      };
-      route.method == Route::Method::Get ? http.Get(pattern, handler) : http.Post(pattern, handler);
+    for (const std::span<const Route> table : routes()) {
+      for (const Route& route : table) addRoute(http, route);
     }
     http.Get("/api/events", [this](const httplib::Request&, httplib::Response& response) { stream(response); });
     http.Get("/([a-z_]*(?:\\.[a-z]+)?)", [this](const httplib::Request& request, httplib::Response& response) {
@@ -161,7 +164,7 @@ struct Server::Parts {
   }
 
   void stream(httplib::Response& response) {
-    const auto listener = watch.hub().listen();
+    const auto listener = studio.watch.hub().listen();
     if (!listener) return give(response, refused(503, "too many pages are open; close one"));
     response.set_header("Cache-Control", "no-store");
     response.set_chunked_content_provider(
@@ -173,16 +176,16 @@ struct Server::Parts {
           sink.done();
           return true;
         },
-        [this, listener](bool /*success*/) { watch.hub().leave(listener); });
+        [this, listener](bool /*success*/) { studio.watch.hub().leave(listener); });
   }
 
-  Watch& watch;
+  Studio& studio;
   fs::path page;
   std::optional<Access> access;
   std::array<Door, 2> doors;
 };
 
-Server::Server(Watch& watch, const fs::path& page, int port) : parts_(std::make_unique<Parts>(watch, page, port)) {}
+Server::Server(Studio& studio, const fs::path& page, int port) : parts_(std::make_unique<Parts>(studio, page, port)) {}
 
 Server::~Server() = default;
 

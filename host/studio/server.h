@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "watch.h"
+#include "studio.h"
 
 namespace quillmere::studio {
 
@@ -12,9 +12,9 @@ namespace quillmere::studio {
 // of its own while it lives.
 class Server {
  public:
-  // `port` 0 takes any that is free. `watch` must outlive the server. Throws Failure when it can't listen or there is
+  // `port` 0 takes any that is free. `studio` must outlive the server. Throws Failure when it can't listen or there is
   // no page in `page`.
-  Server(Watch& watch, const std::filesystem::path& page, int port);
+  Server(Studio& studio, const std::filesystem::path& page, int port);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

@@ -1,15 +1,23 @@
 #include "studio_command.h"
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <thread>
 
-#include "commands/options.h"
+#include "commands/render_options.h"
+#include "desk.h"
 #include "effect/effect_session.h"
+#include "files/exchange_files.h"
 #include "process/child_run.h"
 #include "process/user_break.h"
 #include "report/output.h"
+#include "request.h"
 #include "server.h"
+#include "steering_answers.h"
 
 namespace quillmere::studio {
 namespace {
@@ -17,12 +25,18 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Options {
-  app::SessionOptions session;
+  app::RenderOptions render;  // what is rendered, as far as it is given
   std::vector<std::string> folders;
   int port = 0;
   bool open = false;
 };
 
+// Of render's options those that a page has no use for.
+constexpr std::array kOfRenderAlone{"--quiet", "--report", "--save-settings", "--save-job", "--dry-run", "--worker"};
+// Those that a job doesn't hold: each render is told them.
+const std::vector<std::string> kAlways{"resume", "jobs", "retries", "keep-going", "stop-at-first-failure", "log"};
+// Those that are no render's, or that it is told anyway.
+const std::vector<std::string> kOwn{"port", "open", "pictures", "write-dir", "plugin", "json"};
 constexpr int kLargestPort = 65535;
 constexpr std::chrono::seconds kBrowserPatience{10};
 constexpr std::chrono::milliseconds kPause{100};
@@ -33,20 +47,61 @@ fs::path pageFolder() {
 }
 
 void openBrowser(const std::string& address) {
-  const app::ChildResult result = app::runChild({"xdg-open", address}, kBrowserPatience);
+  const app::ChildResult result = app::runChild({"xdg-open", address}, {kBrowserPatience});
   if (result.end == app::ChildResult::End::Exited && result.status == 0) return;
   app::printError("no browser could be opened (xdg-open); open the address yourself");
 }
 
-app::ExitStatus run(const Options& options) {
+std::vector<std::string> joined(std::vector<std::string> names, const std::vector<std::string>& others) {
+  names.insert(names.end(), others.begin(), others.end());
+  return names;
+}
+
+// What was given of kAlways.
+std::vector<std::string> alwaysGiven(const CLI::App& command) {
+  std::vector<std::string> others;
+  for (const CLI::Option* option : command.get_options()) {
+    const auto& names = option->get_lnames();
+    if (!names.empty() && std::ranges::find(kAlways, names.front()) == kAlways.end()) others.push_back(names.front());
+  }
+  std::vector<std::string> words = app::argumentsOf(command, others);
+  std::erase_if(words, [](const std::string& word) { return !word.starts_with("--"); });
+  return words;
+}
+
+void tellAddress(const std::string& address, bool json) {
+  app::printResult(json ? lineOf({{"event", "studio"}, {"address", address}}) : address + "\n");
+}
+
+// The job that the page begins with.
+void begin(Studio& studio, const CLI::App& command) {
+  std::vector<std::string> words = app::argumentsOf(command, joined(kAlways, kOwn));
+  words.front() = "render";
+  try {
+    settledJob(studio, std::move(words));
+  } catch (const Refused& refusal) {
+    throw app::Failure(app::ExitStatus::Failed, "studio", refusal.what());
+  }
+}
+
+app::ExitStatus run(const Options& options, const CLI::App& command) {
   const app::UserBreak userBreak([] {});
   std::vector<fs::path> folders;
   for (const std::string& folder : options.folders) folders.emplace_back(folder);
-  Watch watch(app::writeDirectoryOf(options.session), folders);
-  const Server server(watch, pageFolder(), options.port);
-  app::printResult(server.address() + "\n");
+  Watch watch(app::writeDirectoryOf(options.render.session), folders);
+  std::function<void(const std::string&)> echo;
+  if (options.render.json) echo = [](const std::string& line) { app::printResult(line + "\n"); };
+  Desk desk(watch.hub(), echo);
+  DeskGuides guides(app::exchangeFolder(watch.writeDirectory()) / "studio" / "guides", watch.shelf());
+  Steering steering{desk, guides, alwaysGiven(command)};
+  const bool steered = !options.render.scene.scene.empty() || !options.render.like.empty();
+  Studio studio{watch, options.render.session, steered ? &steering : nullptr};
+  if (steered) begin(studio, command);
+  const Server server(studio, pageFolder(), options.port);
+  tellAddress(server.address(), options.render.json);
   if (options.open) openBrowser(server.address());
   while (!userBreak.seen()) std::this_thread::sleep_for(kPause);
+  desk.finish();
   watch.hub().tell("end", Json::object());
   return app::ExitStatus::Done;
 }
@@ -55,6 +110,11 @@ app::ExitStatus run(const Options& options) {
 
 app::Action addStudio(CLI::App& command) {
   const auto options = std::make_shared<Options>();
+  app::addRenderOptions(command, options->render);
+  for (const char* name : kOfRenderAlone) {
+    if (CLI::Option* option = command.get_option_no_throw(name)) command.remove_option(option);
+  }
+  command.get_option("SCENE")->description("The scene to render: a glTF 2.0 file, or a job of --save-job");
   command.add_option("--port", options->port, "Where the page is on this machine; 0 is any that is free")
       ->check(CLI::Range(0, kLargestPort))
       ->capture_default_str()
@@ -66,13 +126,14 @@ app::Action addStudio(CLI::App& command) {
                   "may be given several times")
       ->type_name("DIR")
       ->allow_extra_args(false);
-  app::addSessionOptions(command, options->session);
   command.footer(
       "The address that is printed opens the page, on this machine alone and until the program ends (Ctrl-C).\n"
+      "With a scene the page renders, too; it begins with what the options of render say.\n"
       "Examples:\n"
       "  quillmere studio --open\n"
+      "  quillmere studio harbour.glb --camera Quayside --frames 1-24 --open\n"
       "  quillmere studio --write-dir ~/second-render");
-  return [options] { return run(*options); };
+  return [options, &command] { return run(*options, command); };
 }
 
 }  // namespace quillmere::studio

@@ -47,15 +47,24 @@ TEST(ChildRun, TellsHowTheChildEnded) {
   };
   for (const auto& [script, end, status, output] : rows) {
     SCOPED_TRACE(script);
-    const ChildResult result = runChild({"sh", "-c", script}, end == End::TimedOut ? 300ms : 20000ms);
+    const ChildResult result = runChild({"sh", "-c", script}, {end == End::TimedOut ? 300ms : 20000ms});
     EXPECT_EQ(result.end, end);
     EXPECT_EQ(result.status, status);
     EXPECT_EQ(result.output, output);
     EXPECT_TRUE(nothingIsLeft());
   }
-  const ChildResult missing = runChild({"no-such-program-anywhere"}, 1s);
+  const ChildResult missing = runChild({"no-such-program-anywhere"}, {1s});
   EXPECT_EQ(missing.end, End::NotStarted);
   EXPECT_NE(missing.errors, "");
+}
+
+TEST(ChildRun, OutOfTimeKillsWhatRunsBelowItAloneWhereOthersRunBeside) {
+  const pid_t beside = ::fork();
+  while (beside == 0) ::pause();
+  const ChildResult result = runChild({"sh", "-c", "sleep 60 & sleep 60"}, {300ms, 100, ChildLimits::Kill::Itself});
+  EXPECT_EQ(result.end, ChildResult::End::TimedOut);
+  EXPECT_EQ(descendants(::getpid()), std::vector{beside});
+  endDescendants(0ms);
 }
 
 TEST(ProcessTree, LeavesOutWhatVanishesWhileItIsRead) {

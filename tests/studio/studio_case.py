@@ -66,7 +66,10 @@ class StudioCase(AppCase):
         self.addCleanup(self.process.stdout.close)
         self.addCleanup(self.process.wait)
         self.addCleanup(self.process.kill)
-        self.address = self.process.stdout.readline().strip()
+        self.entered(self.process.stdout.readline().strip())
+
+    def entered(self, address: str) -> None:
+        self.address = address
         parts = urllib.parse.urlsplit(self.address)
         self.port, self.token = parts.port, urllib.parse.parse_qs(parts.query)["token"][0]
 

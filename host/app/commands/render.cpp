@@ -69,13 +69,13 @@ struct Configured {
   Json settings, controls;
 };
 
-Configured configure(EffectSession& session, const RenderOptions& options, const std::string& camera,
-                     const fs::path& writeDirectory) {
+Configured configure(EffectSession& session, const RenderOptions& options, const OpenedScene& opened) {
   host::Document& document = session.document();
   document.setFps(options.scene.clock.rate.whole());
   document.setSize(options.scene.size.width, options.scene.size.height);
   applyTo(document, options.drawing);
-  const NodeSetUp made = setUpNode(session.node(), document, options.effect, camera);
+  const NodeSetUp made =
+      setUpNode(session.node(), document, options.effect, opened.cameras.empty() ? "" : opened.cameras.front());
   if (made.workflow == WorkflowGiven::No &&
       preferWorkflow(session.node(), session.plugin()) == Preferred::ReplacedByExample && !options.quiet &&
       !options.sequence.worker) {
@@ -88,10 +88,8 @@ Configured configure(EffectSession& session, const RenderOptions& options, const
   if (!options.saveSettings.empty()) {
     saveSettings(session.node(), made.controls, options.drawing, options.saveSettings);
   }
-  Configured configured{session.node().text(QUILLMERE_WORKFLOW_PATH),
-                        settingsOf(session.node(), made.controls, options.drawing), made.controls};
-  setControls(session.node(), made.controls, runtimeFolder(writeDirectory));
-  return configured;
+  return {session.node().text(QUILLMERE_WORKFLOW_PATH), settingsOf(session.node(), made.controls, options.drawing),
+          made.controls};
 }
 
 void tellOf(const OpenedScene& opened) {
@@ -158,6 +156,32 @@ RenderInputs inputsGiven(const RenderOptions& options, const std::string& scene,
           .exr = plan.exr};
 }
 
+void saveJobOf(const RenderOptions& options, const OpenedScene& opened, const Configured& configured) {
+  if (options.saveJob.empty()) return;
+  const std::string scene = fs::absolute(options.scene.scene).lexically_normal().string();
+  saveJob(options.saveJob, scene, jobOptions(options, opened), configured.settings);
+}
+
+// Neither frames nor exchange files are written, so that it may be asked while another render runs.
+ExitStatus describe(const RenderOptions& options, ToldOnce& report) {
+  const fs::path writeDirectory = writeDirectoryOf(options.session);
+  const OpenedScene opened = openScene(options.scene, options.frames);
+  EffectSession session(writeDirectory, pluginFolder(options.session.plugin), report, opened.scene,
+                        options.scene.scene);
+  if (!options.quiet) tellOf(opened);
+  const Configured configured = configure(session, options, opened);
+  const SequencePlan sequence = sequenceOf(options, camerasOf(session, opened));
+  refuseSharedFiles(sequence.cameras, sequence.output);
+  const RenderPlan plan = tellable(options, sequence, opened, configured);
+  report.renderBegins(plan);
+  saveJobOf(options, opened, configured);
+  if (styleOf(options) == ReportStyle::Lines) {
+    printError("would render " + std::to_string(plan.count) + (plan.count == 1 ? " picture as '" : " pictures as '") +
+               plan.output + "'");
+  }
+  return ExitStatus::Done;
+}
+
 // `shared` is what stands behind `report`.
 ExitStatus render(const RenderOptions& options, const CLI::App& command, Report& shared, ToldOnce& report,
                   const UserBreak& userBreak) {
@@ -171,14 +195,11 @@ ExitStatus render(const RenderOptions& options, const CLI::App& command, Report&
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), logged, opened.scene,
                         options.scene.scene);
   if (!options.quiet) tellOf(opened);
-  const Configured configured =
-      configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
+  const Configured configured = configure(session, options, opened);
+  setControls(session.node(), configured.controls, runtimeFolder(writeDirectory));
   const SequencePlan sequence = sequenceOf(options, camerasOf(session, opened));
   report.renderBegins(tellable(options, sequence, opened, configured));
-  if (!options.saveJob.empty()) {
-    const std::string scene = fs::absolute(options.scene.scene).lexically_normal().string();
-    saveJob(options.saveJob, scene, jobOptions(options, opened), configured.settings);
-  }
+  saveJobOf(options, opened, configured);
   const auto stop = [&] { return userBreak.seen() || report.outputLost(); };
   refuseSharedFiles(sequence.cameras, plan.output);
   for (const std::string& camera : sequence.cameras) requireOutput(plan.output.forCamera(camera), sequence.frames);
@@ -222,7 +243,8 @@ ExitStatus renderOrders(const RenderOptions& options) {
   const OpenedScene opened = openScene(options.scene, options.frames);
   EffectSession session(writeDirectory, pluginFolder(options.session.plugin), report, opened.scene,
                         options.scene.scene);
-  configure(session, options, opened.cameras.empty() ? "" : opened.cameras.front(), writeDirectory);
+  const Configured configured = configure(session, options, opened);
+  setControls(session.node(), configured.controls, runtimeFolder(writeDirectory));
   HelperOutput output;
   FrameLoop loop(session, *opened.scene, plan, report);
   const auto stop = [&] { return userBreak.seen() || results.lost() || orders.ended(); };
@@ -238,7 +260,8 @@ ExitStatus run(const RenderOptions& options, const CLI::App& command) {
   const UserBreak userBreak([&report] { report.silence(); });
   adoptOrphans();
   try {
-    const ExitStatus status = render(options, command, *styled, report, userBreak);
+    const ExitStatus status =
+        options.dryRun ? describe(options, report) : render(options, command, *styled, report, userBreak);
     report.renderEnds({status, {}, {}});
     return status;
   } catch (const std::exception& error) {

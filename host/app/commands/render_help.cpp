@@ -25,7 +25,7 @@ const Heading kHeadings[] = {
      {"--workflow", "--control", "--prompt", "--prompt-file", "--system-prompt", "--style", "--seed", "--guide"}},
     {"How the final guide is drawn", {"--exposure", "--samples", "--background", "--light", "--two-sided"}},
     {"How passes are drawn, for workflows that ask for them", {"--depth-range", "--depth-kind", "--normal-kind"}},
-    {"Renders kept and repeated", {"--like", "--settings", "--save-settings", "--save-job"}},
+    {"Renders kept and repeated", {"--like", "--settings", "--save-settings", "--save-job", "--dry-run"}},
     {"What is done about several frames, and about failures",
      {"--resume", "--jobs", "--retries", "--keep-going", "--stop-at-first-failure", "--log"}},
     {"What is printed", {"--json", "--report", "--quiet", "--help"}},

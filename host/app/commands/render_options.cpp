@@ -79,6 +79,9 @@ void addOutputOptions(CLI::App& command, RenderOptions& options) {
                   "Write all of this render to a file, before the first frame is rendered;\n"
                   "'quillmere render FILE' renders it, and what else is given goes before it")
       ->type_name("FILE");
+  command.add_flag("--dry-run", options.dryRun,
+                   "Render nothing: check the options, tell with --json what they come to, and write\n"
+                   "what --save-settings and --save-job name");
   auto* json =
       command.add_flag("--json", options.json, "Print events as JSON, one a line, instead of status and file names");
   auto* quiet = command.add_flag("--quiet", options.quiet, "Print nothing but errors")->excludes(json);
@@ -136,7 +139,8 @@ void complete(RenderOptions& options, CLI::App& command) {
   if (!options.like.empty()) {
     const LikeTarget target{options.scene,   options.frames, options.effect,
                             options.drawing, options.passes, options.style};
-    if (const auto seed = renderLike(options.like, command, target)) tellSeed(*seed);
+    options.repeatedSeed = renderLike(options.like, command, target);
+    if (options.repeatedSeed) tellSeed(*options.repeatedSeed);
   } else if (options.scene.scene.empty()) {
     throw Failure(ExitStatus::Usage, "render", "SCENE is required", "see quillmere render --help");
   }
@@ -160,6 +164,7 @@ Json jobOptions(const RenderOptions& options, const OpenedScene& opened) {
   if (scene.turntable > 0) job["turntable"] = std::to_string(scene.turntable);
   if (!scene.clip.empty()) job["clip"] = scene.clip;
   if (scene.loop) job["loop"] = true;
+  if (options.repeatedSeed) job["seed"] = std::to_string(*options.repeatedSeed);
   if (!options.seed.empty()) job["seed"] = options.seed;
   if (options.style) job["style"] = *options.style;
   if (options.passes.range) job["depth-range"] = textOf(*options.passes.range);

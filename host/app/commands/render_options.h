@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -23,7 +24,8 @@ struct RenderOptions {
   std::string seed;  // the rule that --seed gives; empty: the workflow's
   std::optional<std::string> style;
   image::ExrEncoding exr = image::ExrEncoding::Linear;
-  bool json = false, quiet = false, openJd = false;
+  std::optional<std::uint64_t> repeatedSeed;  // of the picture that --like repeats
+  bool json = false, quiet = false, openJd = false, dryRun = false;
   SequenceOptions sequence;
 };
 

@@ -26,8 +26,9 @@ void addFailureOptions(CLI::App& command, FailureRules& rules) {
 
 // Options that are the first process' alone: what it does with frames and with what it is told.
 const std::vector<std::string> kNotForWorkers{
-    "write-dir", "output-dir", "plugin", "save-settings", "save-job", "json",       "quiet",
-    "report",    "log",        "resume", "jobs",          "retries",  "keep-going", "stop-at-first-failure",
+    "write-dir", "output-dir", "plugin",  "save-settings", "save-job",
+    "dry-run",   "json",       "quiet",   "report",        "log",
+    "resume",    "jobs",       "retries", "keep-going",    "stop-at-first-failure",
     "style",     "worker"};
 
 std::string quoted(const std::string& word) {
@@ -113,6 +114,10 @@ std::string commandFor(const CLI::App& command, const std::string& frames, const
   if (!kept.depthRange.empty() && command.count("--depth-range") == 0) {
     arguments.push_back("--depth-range=" + kept.depthRange);
   }
+  return shellLine(arguments);
+}
+
+std::string shellLine(const std::vector<std::string>& arguments) {
   std::string text = "quillmere";
   for (const std::string& argument : arguments) text += " " + quoted(argument);
   return text;

@@ -33,6 +33,9 @@ std::vector<std::string> argumentsOf(const CLI::App& command, const std::vector<
 std::vector<std::string> workerArguments(const CLI::App& command, const std::string& plugin,
                                          const std::string& pictures);
 
+// What a shell takes to run this program with these arguments.
+std::string shellLine(const std::vector<std::string>& arguments);
+
 // What of a sequence follows from all its frames, and would be another for some of them: where the host's own camera
 // stands, how deep what is seen lies. Empty where there is none.
 struct OfAllFrames {

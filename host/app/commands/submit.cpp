@@ -30,8 +30,9 @@ constexpr const char* kSettingsFile = "settings.json";
 constexpr const char* kCopies = "bundle";
 
 // Of a render: what each task is told by its job, and what makes sense on one machine only.
-constexpr std::array kOfTasks{"--output",    "--json", "--quiet", "--report", "--save-settings", "--save-job",
-                              "--write-dir", "--like", "--time",  "--resume", "--log",           "--worker"};
+constexpr std::array kOfTasks{"--output",   "--json",      "--quiet",  "--report", "--save-settings",
+                              "--save-job", "--write-dir", "--like",   "--time",   "--resume",
+                              "--log",      "--worker",    "--dry-run"};
 
 // Not a render's.
 const std::vector<std::string> kOwn{"--to",     "--job-folder", "--array-size", "--nodes",

@@ -40,7 +40,7 @@ std::string firstLine(const std::string& text) {
 Finding python() {
   const std::string subject = "python3";
   const ChildResult found = runChild({"python3", "-c", "import sys; print(sys.executable, sys.version.split()[0])"},
-                                     std::chrono::seconds(20));
+                                     {std::chrono::seconds(20)});
   if (found.end == ChildResult::End::Exited && found.status == 0)
     return {subject, State::Ok, firstLine(found.output), {}};
   if (found.end == ChildResult::End::NotStarted) {
@@ -65,7 +65,7 @@ Finding helper(const PluginFolder& plugin) {
 // How the shell runs a command line like the effect's: the inner one tells whose child it is.
 Finding shell() {
   const std::string subject = "shell";
-  const ChildResult told = runChild({"/bin/sh", "-c", "/bin/sh -c 'echo $PPID'"}, std::chrono::seconds(20));
+  const ChildResult told = runChild({"/bin/sh", "-c", "/bin/sh -c 'echo $PPID'"}, {std::chrono::seconds(20)});
   if (told.end != ChildResult::End::Exited || told.status != 0) {
     return {subject, State::Broken, "/bin/sh does not run commands" + (told.errors.empty() ? "" : ": " + told.errors),
             "install a shell there; the effect starts its helper with it"};

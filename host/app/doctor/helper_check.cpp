@@ -93,7 +93,7 @@ WorkflowCheck ask(const PluginFolder& plugin, const std::string& option, const s
     return unanswered(file, {subject, State::Note, "not checked: the checks before took too long",
                              "run: quillmere workflows check '" + file.string() + "'"});
   }
-  const ChildResult result = runChild(command, patience, stop);
+  const ChildResult result = runChild(command, {patience}, stop);
   const Json answer = answerIn(result.output);
   const bool ended = result.end == ChildResult::End::Exited && result.status == 0;
   if (!answer.contains("ok")) {  // a helper of another make may know nothing of such questions
@@ -127,7 +127,7 @@ std::vector<Json> objectsAt(const Json& object, const char* key) {
 }
 
 std::vector<Finding> checkServers(const PluginFolder& plugin) {
-  const ChildResult result = runChild({"python3", plugin.helper().string(), "--servers", "--json"}, kServersPatience);
+  const ChildResult result = runChild({"python3", plugin.helper().string(), "--servers", "--json"}, {kServersPatience});
   std::vector<Finding> findings;
   std::istringstream lines(result.output);
   for (std::string line; std::getline(lines, line);) {

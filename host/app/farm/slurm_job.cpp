@@ -157,7 +157,7 @@ std::string submitSlurmJob(const SlurmJob& job, const std::vector<std::string>& 
   command.insert(command.end(), options.begin(), options.end());
   command.push_back(script.string());
   for (const char* login : kLogins) ::unsetenv(login);
-  const ChildResult result = runChild(command, kPatience);
+  const ChildResult result = runChild(command, {kPatience});
   if (result.end != ChildResult::End::Exited || result.status != 0) refuseUnsubmitted(result, script);
   return result.output.substr(0, result.output.find_first_of(";\n"));  // "12" or, of several clusters, "12;north"
 }

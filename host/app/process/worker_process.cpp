@@ -10,6 +10,8 @@
 #include <system_error>
 #include <utility>
 
+#include "spawn_files.h"
+
 #ifdef __APPLE__
 #include <mach-o/dyld.h>
 #endif
@@ -32,7 +34,8 @@ void shut(int& descriptor) {
   descriptor = -1;
 }
 
-pid_t started(const std::filesystem::path& program, const std::vector<std::string>& arguments, int input, int output) {
+pid_t started(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+              WorkerProcess::Group group, int input, int output) {
   std::vector<char*> words{const_cast<char*>(program.c_str())};
   for (const std::string& word : arguments) words.push_back(const_cast<char*>(word.c_str()));
   words.push_back(nullptr);
@@ -40,8 +43,13 @@ pid_t started(const std::filesystem::path& program, const std::vector<std::strin
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+  closeOthers(actions);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  if (group == WorkerProcess::Group::Own) posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
   pid_t child = -1;
-  const int error = ::posix_spawn(&child, program.c_str(), &actions, nullptr, words.data(), environ);
+  const int error = ::posix_spawn(&child, program.c_str(), &actions, &attributes, words.data(), environ);
+  posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::system_error(error, std::generic_category(), "cannot start another process to render");
   return child;
@@ -61,11 +69,12 @@ std::filesystem::path thisProgram() {
 #endif
 }
 
-WorkerProcess::WorkerProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments) {
+WorkerProcess::WorkerProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                             Group group) {
   std::array<int, 2> input = closedPipe(), output{-1, -1};
   try {
     output = closedPipe();
-    id_ = started(program, arguments, input[0], output[1]);
+    id_ = started(program, arguments, group, input[0], output[1]);
   } catch (const std::system_error&) {
     for (int* end : {&input[0], &input[1], &output[0], &output[1]}) shut(*end);
     throw;

@@ -17,8 +17,12 @@ std::filesystem::path thisProgram();
 // each. Its standard error is this one's. It learns of this one's end by the end of its input.
 class WorkerProcess {
  public:
+  // Whether a break that a terminal sends to this process's group reaches that one too.
+  enum class Group { Shared, Own };
+
   // Starts `program`, whose arguments follow. Throws std::system_error.
-  WorkerProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments);
+  WorkerProcess(const std::filesystem::path& program, const std::vector<std::string>& arguments,
+                Group group = Group::Shared);
   ~WorkerProcess();  // closes both streams; the process stays to be ended and waited for
   WorkerProcess(WorkerProcess&& other) noexcept;
   WorkerProcess& operator=(WorkerProcess&&) = delete;

@@ -1,6 +1,7 @@
 #include "output.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,6 +22,11 @@ bool Output::write(std::string_view text) {
     }
   }
   return !lost_;
+}
+
+bool Output::lost() const {
+  pollfd look{descriptor_, 0, 0};
+  return lost_ || (::poll(&look, 1, 0) > 0 && (look.revents & POLLERR) != 0);
 }
 
 void openMissingStandardStreams() {

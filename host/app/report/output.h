@@ -16,7 +16,8 @@ class Output {
   int descriptor() const { return descriptor_; }
   // False once a write has failed (the reader went away, the disk is full); everything after that is dropped.
   bool write(std::string_view text);
-  bool lost() const { return lost_; }
+  // So it is, or would be: the reader of a pipe is missed before there is something to write.
+  bool lost() const;
 
  private:
   int descriptor_;

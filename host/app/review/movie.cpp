@@ -187,7 +187,7 @@ FrameSet makeMovie(const MoviePlan& plan, const std::function<bool()>& stop) {
   const ScratchFolder folder;
   linkFrames(plan, frames, folder.path());
   const UnfinishedFilm film(plan.file);
-  const ChildResult result = runChild(commandFor(plan, folder.path(), film.place()), kPatience, stop);
+  const ChildResult result = runChild(commandFor(plan, folder.path(), film.place()), {kPatience}, stop);
   if (stop()) return frames;
   if (result.end != ChildResult::End::Exited || result.status != 0) refuseFailed(result, plan.file.string());
   film.finish();
