@@ -7,6 +7,7 @@
 #include "record/picture_record.h"
 #include "values/failure.h"
 #include "view_state.h"
+#include "workflow_answers.h"
 
 namespace quillmere::studio {
 namespace {
@@ -109,7 +110,7 @@ constexpr std::array kRoutes{
 }  // namespace
 
 std::vector<std::span<const Route>> routes() {
-  return {kRoutes};
+  return {kRoutes, workflowRoutes()};
 }
 
 Answer answerOf(const Route& route, Studio& studio, const Request& request) {

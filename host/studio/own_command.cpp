@@ -1,6 +1,7 @@
 #include "own_command.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "process/child_run.h"
 #include "process/worker_process.h"
@@ -11,6 +12,12 @@ namespace {
 
 constexpr int kDeepest = 32;
 constexpr std::size_t kMostOutput = std::size_t{256} << 20U;  // a catalog of 100,000 workflows is 60 MB
+
+std::atomic<bool> ended = false;
+
+void addOptions(std::vector<std::string>& words, const std::vector<std::string>& options) {
+  words.insert(std::find(words.begin(), words.end(), "--"), options.begin(), options.end());
+}
 
 // What was said, in one line, without the program's name.
 std::string complaintOf(const app::ChildResult& result, const std::string& command) {
@@ -25,22 +32,32 @@ std::string complaintOf(const app::ChildResult& result, const std::string& comma
 }  // namespace
 
 std::vector<std::string> withSession(std::vector<std::string> words, const app::SessionOptions& session) {
-  words.insert(words.end(), {"--write-dir", app::writeDirectoryOf(session).string()});
-  if (!session.plugin.empty()) words.insert(words.end(), {"--plugin", session.plugin});
+  addOptions(words, {"--write-dir", app::writeDirectoryOf(session).string()});
+  return withPlugin(std::move(words), session);
+}
+
+std::vector<std::string> withPlugin(std::vector<std::string> words, const app::SessionOptions& session) {
+  if (!session.plugin.empty()) addOptions(words, {"--plugin", session.plugin});
   return words;
 }
 
 Json answerOfCommand(std::vector<std::string> words, std::chrono::milliseconds patience) {
   words.insert(words.begin(), app::thisProgram().string());
-  words.emplace_back("--json");
+  addOptions(words, {"--json"});
   const app::ChildResult result =
-      app::runChild(words, {.patience = patience, .mostOutput = kMostOutput, .kill = app::ChildLimits::Kill::Itself});
+      app::runChild(words, {.patience = patience, .mostOutput = kMostOutput, .kill = app::ChildLimits::Kill::Itself},
+                    [] { return ended.load(); });
+  if (ended) throw Refused(503, "the program ends");
   try {
     if (result.end == app::ChildResult::End::Exited) return parsedJson(result.output, kDeepest);
   } catch (const Error&) {
     // what it printed is no answer
   }
   throw Refused(422, complaintOf(result, words[1]));
+}
+
+void endCommands() {
+  ended = true;
 }
 
 }  // namespace quillmere::studio

@@ -6,6 +6,7 @@
 
 #include "commands/options.h"
 #include "effect/effect_session.h"
+#include "own_command.h"
 #include "process/child_run.h"
 #include "process/user_break.h"
 #include "report/output.h"
@@ -48,6 +49,7 @@ app::ExitStatus run(const Options& options) {
   app::printResult(server.address() + "\n");
   if (options.open) openBrowser(server.address());
   while (!userBreak.seen()) std::this_thread::sleep_for(kPause);
+  endCommands();
   watch.hub().tell("end", Json::object());
   return app::ExitStatus::Done;
 }

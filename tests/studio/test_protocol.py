@@ -58,7 +58,7 @@ class Access(StudioCase):
             ("nothing to mark", 400, "/api/mark", {"star": True}, {}),
             ("a picture that nobody knows", 404, "/api/mark", {"picture": "0" * 16, "star": True}, {}),
             ("a path for an identifier", 404, "/api/view", {"selected": "/etc/passwd"}, {}),
-            ("too much", 413, "/api/mark", "x" * (2 << 20), {}),
+            ("too much", 413, "/api/mark", "x" * (5 << 20), {}),
             ("a number that is none", 400, "/api/history?from=-1", None, {}),
             ("no frame", 404, "/api/log/x", None, {}),
         ]:

@@ -4,6 +4,7 @@ import { MODES } from "/viewer.js";
 import "/timeline.js";
 import "/history.js";
 import { Details } from "/details.js";
+import { attendViews } from "/views.js";
 
 const SEARCH_PAUSE = 150; // ms after the last letter
 const QUIET = 60_000; // ms without a word of a frame that is being rendered
@@ -167,7 +168,8 @@ const KEYS = {
 };
 
 function onKey(event) {
-  const typing = event.target.closest("input, textarea, select, dialog[open]");
+  const elsewhere = at("view-pictures").hidden;
+  const typing = elsewhere || event.target.closest("input, textarea, select, dialog[open]");
   const pressed = event.target.closest("button") && event.key === " ";
   if (typing || pressed || event.ctrlKey || event.metaKey || event.altKey || !KEYS[event.key]) return;
   event.preventDefault();
@@ -176,6 +178,7 @@ function onKey(event) {
 
 function attend() {
   let waiting = 0;
+  attendViews(tell);
   document.addEventListener("keydown", onKey);
   parts.mode.addEventListener("change", () => setMode(parts.mode.value));
   at("fit").addEventListener("click", () => parts.viewer.fit());
