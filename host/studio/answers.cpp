@@ -95,6 +95,11 @@ Answer openFolder(Studio& studio, const Request& request) {
   throw Refused(501, "this machine's desktop could not open '" + file.parent_path().string() + "' (xdg-open)");
 }
 
+Answer renderExample(Studio& studio, const Request& /*request*/) {
+  studio.example.start();
+  return answerWith(Json::object());
+}
+
 constexpr std::array kRoutes{
     Route{Route::Method::Get, "/api/state", state},
     Route{Route::Method::Get, "/api/history", history},
@@ -105,6 +110,7 @@ constexpr std::array kRoutes{
     Route{Route::Method::Post, "/api/view", setView},
     Route{Route::Method::Post, "/api/mark", setMark},
     Route{Route::Method::Post, "/api/open-folder", openFolder},
+    Route{Route::Method::Post, "/api/example", renderExample},
 };
 
 }  // namespace

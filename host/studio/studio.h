@@ -1,6 +1,7 @@
 #pragma once
 
 #include "commands/options.h"
+#include "example_render.h"
 #include "watch.h"
 
 namespace quillmere::studio {
@@ -9,6 +10,7 @@ namespace quillmere::studio {
 struct Studio {
   Watch& watch;
   app::SessionOptions session;  // what the commands are given that it runs
+  ExampleRender& example;
 };
 
 }  // namespace quillmere::studio

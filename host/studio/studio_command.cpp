@@ -44,7 +44,8 @@ app::ExitStatus run(const Options& options) {
   std::vector<fs::path> folders;
   for (const std::string& folder : options.folders) folders.emplace_back(folder);
   Watch watch(app::writeDirectoryOf(options.session), folders);
-  Studio studio{watch, options.session};
+  ExampleRender example(watch, options.session);
+  Studio studio{watch, options.session, example};
   const Server server(studio, pageFolder(), options.port);
   app::printResult(server.address() + "\n");
   if (options.open) openBrowser(server.address());

@@ -9,7 +9,6 @@
 #include <semaphore>
 
 #include "base/atomic_file.h"
-#include "files/exchange_files.h"
 #include "own_command.h"
 #include "studio.h"
 
@@ -70,8 +69,8 @@ Answer change(const Studio& studio, std::vector<std::string> options, std::vecto
 // A file as a browser has sent it, under its name in a folder of its own, gone with this.
 class SentFile {
  public:
-  SentFile(const fs::path& writeDirectory, const std::string& name, const std::string& content)
-      : SentFile(freshFolder(writeDirectory), ownName(name)) {
+  SentFile(const fs::path& studioFolder, const std::string& name, const std::string& content)
+      : SentFile(freshFolder(studioFolder), ownName(name)) {
     std::error_code error;  // told by the file that can't be written
     fs::create_directories(folder_, error);
     writeFile(path_, content);
@@ -88,10 +87,9 @@ class SentFile {
  private:
   SentFile(fs::path folder, const std::string& name) : folder_(std::move(folder)), path_(folder_ / name) {}
 
-  static fs::path freshFolder(const fs::path& writeDirectory) {
+  static fs::path freshFolder(const fs::path& studioFolder) {
     static std::atomic<unsigned> count = 0;
-    return app::exchangeFolder(writeDirectory) / "studio" /
-           ("sent-" + std::to_string(::getpid()) + "-" + std::to_string(++count));
+    return studioFolder / ("sent-" + std::to_string(::getpid()) + "-" + std::to_string(++count));
   }
   // Without what would lead elsewhere.
   static std::string ownName(const std::string& name) {
@@ -132,7 +130,7 @@ Answer add(Studio& studio, const Request& request) {
   if (const auto menu = textIn(body, "name"); menu && !menu->empty()) options.push_back("--name=" + *menu);
   if (const auto path = textIn(body, "path")) return change(studio, std::move(options), {fullPath(*path)});
   const std::string name = requiredText(body, "file");
-  const SentFile file(studio.watch.writeDirectory(), name, requiredText(body, "content"));
+  const SentFile file(studio.watch.studioFolder(), name, requiredText(body, "content"));
   return change(studio, std::move(options), {file.path()});
 }
 

@@ -179,7 +179,7 @@ class Content(StudioCase):
         events.request("GET", "/api/events", headers={"X-Quillmere-Token": self.token})
         stream = events.getresponse()
         self.helper('say "Inking"\nsleep 0.3\nanswer')
-        self.start("--frames", "4", "--output", "out.png")
+        self.start("--frames", "4-5", "--jobs", "2", "--output", "out_#.png")  # each in a folder of its own
         seen: list[str] = []
         while "done" not in seen:
             line = stream.readline().decode()

@@ -1,5 +1,6 @@
 """The workflow list and the doctor, from a program and on the page."""
 
+import concurrent.futures
 import json
 import threading
 import unittest
@@ -38,6 +39,9 @@ class Asked(StudioCase):
         self.assertEqual(self.told("/api/workflow-check?id=soft")["places"][0]["part"], "prompt")
         self.assertEqual(self.told("/api/workflow-check?id=lost")["missing"]["files"][0]["value"], "sd.safetensors")
         self.assertEqual(self.told("/api/workflow-check?id=-x")["ok"], True)
+        with concurrent.futures.ThreadPoolExecutor() as pool:
+            list(pool.map(lambda _: self.told("/api/workflow-check?id=soft"), range(4)))
+        self.assertLessEqual(max(map(int, (self.folder / "most").read_text().split())), 2)
         self.assertEqual(self.told("/api/workflow-controls?id=soft")["controls"][0]["default"], 0.6)
         for change, body, names in [
             ("rename", {"id": "-x", "name": "--help"}, ["Depth, soft", "Lost", "--help"]),
@@ -109,7 +113,6 @@ class Shown(PageCase):
         self.press(Keys.ARROW_RIGHT)
         until(lambda: len(self.titles()) == 6)
         until(lambda: len(self.all("workflow-list .row.ok")) == 5 and len(self.all("workflow-list .row.broken")) == 1, 40)
-        self.assertLessEqual(max(map(int, (self.folder / "most").read_text().split())), 2)
         until(lambda: "Positive #6" in self.find(".detail").text and "Strength" in self.find(".detail").text)
         self.assertIn('by the graph; the title "Quillmere Prompt" would decide', self.find(".detail").text)
         self.shot("workflows")
