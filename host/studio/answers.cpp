@@ -8,6 +8,7 @@
 #include "steering_answers.h"
 #include "values/failure.h"
 #include "view_state.h"
+#include "workflow_answers.h"
 
 namespace quillmere::studio {
 namespace {
@@ -96,6 +97,11 @@ Answer openFolder(Studio& studio, const Request& request) {
   throw Refused(501, "this machine's desktop could not open '" + file.parent_path().string() + "' (xdg-open)");
 }
 
+Answer renderExample(Studio& studio, const Request& /*request*/) {
+  studio.example.start();
+  return answerWith(Json::object());
+}
+
 constexpr std::array kRoutes{
     Route{Route::Method::Get, "/api/state", state},
     Route{Route::Method::Get, "/api/history", history},
@@ -106,12 +112,13 @@ constexpr std::array kRoutes{
     Route{Route::Method::Post, "/api/view", setView},
     Route{Route::Method::Post, "/api/mark", setMark},
     Route{Route::Method::Post, "/api/open-folder", openFolder},
+    Route{Route::Method::Post, "/api/example", renderExample},
 };
 
 }  // namespace
 
 std::vector<std::span<const Route>> routes() {
-  return {kRoutes, steeringRoutes()};
+  return {kRoutes, steeringRoutes(), workflowRoutes()};
 }
 
 Answer answerOf(const Route& route, Studio& studio, const Request& request) {

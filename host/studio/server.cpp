@@ -17,7 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kConnections = 40;  // answered at a time; the events of each page take one
-constexpr std::size_t kLargestBody = std::size_t{1} << 20U;
+constexpr std::size_t kLargestBody = std::size_t{4} << 20U;
 constexpr std::uintmax_t kLargestPageFile = std::uintmax_t{4} << 20U;
 constexpr std::chrono::seconds kRead{5}, kWrite{10};
 constexpr std::chrono::milliseconds kHeartbeat{2000};

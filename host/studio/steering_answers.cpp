@@ -15,7 +15,6 @@
 #include "desk.h"
 #include "desk_job.h"
 #include "effect/settings.h"
-#include "files/exchange_files.h"
 #include "own_command.h"
 #include "values/failure.h"
 
@@ -37,7 +36,7 @@ class PassedFile {
  public:
   explicit PassedFile(const Studio& studio) {
     static std::atomic<unsigned> count{0};
-    const fs::path folder = app::exchangeFolder(studio.watch.writeDirectory()) / "studio";
+    const fs::path folder = studio.watch.studioFolder();
     std::error_code error;
     fs::create_directories(folder, error);
     path_ = folder / ("passed-" + std::to_string(::getpid()) + "-" + std::to_string(count++) + ".json");
@@ -151,6 +150,7 @@ Answer cameras(Studio& studio, const Request& request) {
 Answer render(Studio& studio, const Request& request) {
   const Json body = bodyOf(request);
   std::vector<std::string> words = renderWords(jobIn(studio, body), framesIn(body));
+  studio.watch.ownership().require();
   const std::vector<std::string>& always = studio.steering->always;
   words.insert(words.end(), always.begin(), always.end());
   words.emplace_back("--json");

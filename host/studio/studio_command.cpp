@@ -11,7 +11,7 @@
 #include "commands/render_options.h"
 #include "desk.h"
 #include "effect/effect_session.h"
-#include "files/exchange_files.h"
+#include "own_command.h"
 #include "process/child_run.h"
 #include "process/user_break.h"
 #include "report/output.h"
@@ -89,18 +89,20 @@ app::ExitStatus run(const Options& options, const CLI::App& command) {
   std::vector<fs::path> folders;
   for (const std::string& folder : options.folders) folders.emplace_back(folder);
   Watch watch(app::writeDirectoryOf(options.render.session), folders);
+  ExampleRender example(watch, options.render.session);
   std::function<void(const std::string&)> echo;
   if (options.render.json) echo = [](const std::string& line) { app::printResult(line + "\n"); };
   Desk desk(watch.hub(), echo);
-  DeskGuides guides(app::exchangeFolder(watch.writeDirectory()) / "studio" / "guides", watch.shelf());
+  DeskGuides guides(watch.studioFolder() / "guides", watch.shelf());
   Steering steering{desk, guides, alwaysGiven(command)};
   const bool steered = !options.render.scene.scene.empty() || !options.render.like.empty();
-  Studio studio{watch, options.render.session, steered ? &steering : nullptr};
+  Studio studio{watch, options.render.session, example, steered ? &steering : nullptr};
   if (steered) begin(studio, command);
   const Server server(studio, pageFolder(), options.port);
   tellAddress(server.address(), options.render.json);
   if (options.open) openBrowser(server.address());
   while (!userBreak.seen()) std::this_thread::sleep_for(kPause);
+  endCommands();
   desk.finish();
   watch.hub().tell("end", Json::object());
   return app::ExitStatus::Done;

@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import time
 import unittest
 
 from selenium import webdriver
@@ -42,6 +43,20 @@ class PageCase(StudioCase):
         self.studio("--pictures", "renders", *arguments)
         self.browser.get(self.address)
         until(lambda: self.find("#found").text)
+
+    def shot(self, name: str) -> None:
+        """As it is, in both themes, small and large."""
+        for scheme, width, height in (("dark", 1024, 700), ("dark", 2560, 1440), ("light", 1440, 900)) if SHOTS else ():
+            self.scheme(scheme)
+            self.browser.set_window_size(width, height)
+            time.sleep(0.3)
+            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{name}_{scheme}_{width}.png"))
+        self.browser.set_window_size(1440, 900)
+        self.scheme()
+
+    def scheme(self, name: str = "") -> None:
+        features = [{"name": "prefers-color-scheme", "value": name}] if name else []
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": features})
 
     def find(self, selector: str):
         return self.browser.find_element(By.CSS_SELECTOR, selector)
@@ -110,13 +125,12 @@ class Look(PageCase):
         self.done_frame(1)
         grounds = []
         for scheme in ("dark", "light"):
-            feature = {"features": [{"name": "prefers-color-scheme", "value": scheme}]}
-            self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", feature)
+            self.scheme(scheme)
             self.open()
             grounds.append(self.js("getComputedStyle(document.body).backgroundColor"))
             if SHOTS:
                 self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{scheme}.png"))
-        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
+        self.scheme()
         self.assertEqual(len(set(grounds)), 2)
 
 

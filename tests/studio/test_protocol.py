@@ -58,7 +58,7 @@ class Access(StudioCase):
             ("nothing to mark", 400, "/api/mark", {"star": True}, {}),
             ("a picture that nobody knows", 404, "/api/mark", {"picture": "0" * 16, "star": True}, {}),
             ("a path for an identifier", 404, "/api/view", {"selected": "/etc/passwd"}, {}),
-            ("too much", 413, "/api/mark", "x" * (2 << 20), {}),
+            ("too much", 413, "/api/mark", "x" * (5 << 20), {}),
             ("a number that is none", 400, "/api/history?from=-1", None, {}),
             ("no frame", 404, "/api/log/x", None, {}),
         ]:
@@ -179,7 +179,7 @@ class Content(StudioCase):
         events.request("GET", "/api/events", headers={"X-Quillmere-Token": self.token})
         stream = events.getresponse()
         self.helper('say "Inking"\nsleep 0.3\nanswer')
-        self.start("--frames", "4", "--output", "out.png")
+        self.start("--frames", "4-5", "--jobs", "2", "--output", "out_#.png")  # each in a folder of its own
         seen: list[str] = []
         while "done" not in seen:
             line = stream.readline().decode()

@@ -4,6 +4,7 @@ import { MODES } from "/viewer.js";
 import "/timeline.js";
 import "/history.js";
 import { Details } from "/details.js";
+import { attendViews } from "/views.js";
 
 const SEARCH_PAUSE = 150; // ms after the last letter
 const QUIET = 60_000; // ms without a word of a frame that is being rendered
@@ -107,6 +108,18 @@ function setView(view) {
   tell(view.status || "");
 }
 
+function setOwner(told) {
+  at("shows-only").hidden = told.owner;
+  const why = told.other_owner ? `Another studio (process ${told.other_owner}) has this write directory` : "The write directory can't be written";
+  at("shows-only").textContent = `${why}: this one shows, and doesn't render`;
+}
+
+function setExample(told) {
+  at("example").disabled = told.state === "running";
+  if (told.state === "running") tell("The example is being rendered");
+  if (told.state === "failed") tell(`The example failed: ${told.problem}`);
+}
+
 function setFrame(frame) {
   state.frames.set(frame.frame, frame);
   parts.timeline.update(frame);
@@ -122,6 +135,7 @@ async function loadAll() {
   const told = await get("/api/state");
   state.frames = new Map(told.frames.map((frame) => [frame.frame, frame]));
   setView(told.view);
+  setOwner(told);
   at("write-directory").textContent = told.write_directory;
   parts.timeline.replaceAll(told.frames);
   const latest = told.frames.reduce((best, frame) => (!best || frame.heard > best.heard ? frame : best), null);
@@ -167,7 +181,8 @@ const KEYS = {
 };
 
 function onKey(event) {
-  const typing = event.target.closest("input, textarea, select, dialog[open]");
+  const elsewhere = at("view-pictures").hidden;
+  const typing = elsewhere || event.target.closest("input, textarea, select, dialog[open]");
   const pressed = event.target.closest("button") && event.key === " ";
   if (typing || pressed || event.ctrlKey || event.metaKey || event.altKey || !KEYS[event.key]) return;
   event.preventDefault();
@@ -176,10 +191,12 @@ function onKey(event) {
 
 function attend() {
   let waiting = 0;
+  attendViews(tell);
   document.addEventListener("keydown", onKey);
   parts.mode.addEventListener("change", () => setMode(parts.mode.value));
   at("fit").addEventListener("click", () => parts.viewer.fit());
   at("actual").addEventListener("click", () => parts.viewer.actual());
+  at("example").addEventListener("click", () => post("/api/example", {}).catch((error) => tell(error.message)));
   at("help-open").addEventListener("click", () => at("help").showModal());
   for (const one of ["history", "details", "console"]) {
     at(`tab-${one}`).addEventListener("click", () => selectTab(one));
@@ -223,6 +240,8 @@ listen({
   closed: () => tell("The program doesn't answer; waiting for it"),
   view: setView,
   frame: setFrame,
+  owner: setOwner,
+  example: setExample,
   history: () => {
     clearTimeout(reload);
     reload = setTimeout(() => parts.history.reload(), 200);
