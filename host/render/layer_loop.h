@@ -37,8 +37,8 @@ struct PixelBlock {
     return {left + (pixel & (pixels() - 1)), top + (pixel >> bits)};
   }
   RaySet raysBeside(int ray) const;  // those of the same pixel
-  // The ray whose sum is that of all samples of a ray's pixel. A block of one pixel has a sum for each sample.
-  int summedAt(int ray) const { return side == Side::Two ? ray & ~3 : ray; }
+  // Which sum is that of all samples of a ray's pixel. A block of one pixel has a sum for each sample.
+  int summedAt(int ray) const { return side == Side::Two ? ray >> 2 : ray; }
 };
 
 // Where the samples of a picture lie in its pixels.
@@ -167,7 +167,7 @@ void drawBlock(const PictureRequest& request, const CameraRays& camera, const Pi
   for (int ray = 0; ray < kRays; ray += perPixel) {
     const glm::ivec2 pixel = block.pixelOf(ray);
     if (pixel.x >= request.width || pixel.y >= request.height) continue;
-    shader.store(sums[ray], static_cast<float>(perPixel * sampling.passes), pixel.x, pixel.y);
+    shader.store(sums[block.summedAt(ray)], static_cast<float>(perPixel * sampling.passes), pixel.x, pixel.y);
   }
 }
 

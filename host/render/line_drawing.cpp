@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <glm/glm.hpp>
+
+#include "four.h"
 
 namespace quillmere::render {
 namespace {
@@ -87,23 +90,67 @@ float length(float across, float down) {
   return std::min(1.0F, std::sqrt(across * across + down * down));
 }
 
+// Whether neither axis shows anything of a line at a pixel, as in most of a picture: the same bounds, looked at
+// all at once.
+class EvenPixels {
+ public:
+  EvenPixels(const image::Image& objects, const image::Image& shape) : objects_(objects), shape_(shape) {}
+
+  bool at(int x, int y, float leastLeap) const {
+    if (x < kReach || y < kReach || x >= shape_.width() - kReach || y >= shape_.height() - kReach) return false;
+    const float* const ranks = objects_.pixel<float>(x, y);
+    const float* const shape = shape_.pixel<float>(x, y);
+    const std::ptrdiff_t row = std::ptrdiff_t{4} * shape_.width();
+    return sameObject(ranks - 4, ranks + 4) && sameObject(ranks - row, ranks + row) &&
+           sameShape(shape - 2 * 4, shape + 2 * 4, leastLeap) && sameShape(shape - 2 * row, shape + 2 * row, leastLeap);
+  }
+
+ private:
+  static constexpr int kReach = 3;  // pixels
+
+  static bool sameObject(const float* a, const float* b) {
+    return a[0] == b[0] && a[1] == b[1] && (a[1] == 1.0F || a[1] == 0.0F);
+  }
+  static bool sameShape(const float* a, const float* b, float leastLeap) {
+    const Four apart = fourAt(a) - fourAt(b), squared = apart * apart;
+    return squared[0] + squared[1] + squared[2] <= kCrease * kCrease && squared[3] <= leastLeap * leastLeap;
+  }
+  static Four fourAt(const float* values) {
+    Four result;
+    std::memcpy(&result, values, sizeof result);
+    return result;
+  }
+
+  const image::Image &objects_, &shape_;
+};
+
+// How much of a line there is in a pixel. `height` is what the camera sees at a depth of 1 m, or at any, in metres.
+float lineAt(const image::Image& objects, const image::Image& ground, bool orthographic, float height, int x, int y) {
+  std::array<float, 2> border{}, crease{}, leap{};
+  for (const std::size_t axis : {0U, 1U}) {
+    const Across ranks(objects, x, y, axis == 1), shape(ground, x, y, axis == 1);
+    const float depth = shape.at(0)[3];
+    border[axis] = difference(ranks.at(-1), ranks.at(1));
+    crease[axis] = creaseAt(shape);
+    leap[axis] = depth > 0.0F ? leapAt(shape, orthographic ? height : depth * height) : 0.0F;
+  }
+  return std::max({length(border[0], border[1]), length(crease[0], crease[1]), length(leap[0], leap[1])});
+}
+
 }  // namespace
 
 Outcome drawLines(const std::vector<image::Image>& objects, const LineGround& ground, const scene::Camera& camera,
                   int threads, const std::function<bool()>& stop, image::Image& lines) {
   const float height = camera.orthographic ? 2.0F * camera.ymag : 2.0F * std::tan(0.5F * camera.yfov);
+  const EvenPixels even(objects.front(), ground.shape);
   return forEach(lines.height(), threads, stop, [&](int y) {
-    for (int x = 0; x < lines.width(); ++x) {
-      std::array<float, 2> border{}, crease{}, leap{};
-      for (const std::size_t axis : {0U, 1U}) {
-        const Across ranks(objects.front(), x, y, axis == 1), shape(ground.shape, x, y, axis == 1);
-        const float depth = shape.at(0)[3];
-        border[axis] = difference(ranks.at(-1), ranks.at(1));
-        crease[axis] = creaseAt(shape);
-        leap[axis] = depth > 0.0F ? leapAt(shape, camera.orthographic ? height : depth * height) : 0.0F;
-      }
-      lines.row<float>(y)[x] =
-          std::max({length(border[0], border[1]), length(crease[0], crease[1]), length(leap[0], leap[1])});
+    const float* shape = ground.shape.row<float>(y);
+    float* const to = lines.row<float>(y);
+    for (int x = 0; x < lines.width(); ++x, shape += 4) {
+      const float leastLeap = kLeap * (camera.orthographic ? height : shape[3] * height);
+      to[x] = even.at(x, y, leastLeap)
+                  ? 0.0F
+                  : lineAt(objects.front(), ground.shape, camera.orthographic, height, x, y);
     }
   });
 }

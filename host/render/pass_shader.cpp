@@ -47,6 +47,15 @@ MatteSum& MatteSum::operator+=(const MatteSum& other) {
 }
 
 void MatteSum::store(const std::vector<Plane>& layers, float whole, std::ptrdiff_t pixel) const {
+  if (count_ == 1) {  // as in most pixels
+    const Share& only = shares_.front();
+    for (const Plane& layer : layers) layer.put(pixel, glm::vec3(0.0F), 0.0F);
+    if (layers.empty()) return;
+    float* const ranks = layers.front().at(pixel);
+    ranks[0] = std::bit_cast<float>(only.id);
+    ranks[1] = std::min(1.0F, only.weight / whole);
+    return;
+  }
   std::array<Share, 8> shares;
   const auto end = std::copy_n(shares_.begin(), count_, shares.begin());
   const auto isLess = [](const Share& a, const Share& b) {
@@ -56,11 +65,11 @@ void MatteSum::store(const std::vector<Plane>& layers, float whole, std::ptrdiff
   for (const Plane& layer : layers) {
     float* ranks = layer.at(pixel);
     for (const int rank : {0, 2}) {
-      const bool more = next != end;
-      if (end - next > 1) std::iter_swap(next, std::max_element(next, end, isLess));
-      ranks[rank] = more ? std::bit_cast<float>(next->id) : 0.0F;
-      ranks[rank + 1] = more ? std::min(1.0F, next->weight / whole) : 0.0F;
-      next += more ? 1 : 0;
+      ranks[rank] = ranks[rank + 1] = 0.0F;
+      if (next == end) continue;
+      std::iter_swap(next, std::max_element(next, end, isLess));
+      ranks[rank] = std::bit_cast<float>(next->id);
+      ranks[rank + 1] = std::min(1.0F, next++->weight / whole);
     }
   }
 }
@@ -174,20 +183,26 @@ typename PassShader<kMattes>::Depths PassShader<kMattes>::depthsOf(const Layer& 
 // The place of a sample is its own: those of one pixel may share a point of the surface.
 template <Mattes kMattes>
 void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const {
-  int nearest = -1;
+  float samples = 0.0F, tone = 0.0F, even = 0.0F, nearest = seen.nearest;  // which the compiler keeps at hand
+  glm::vec3 normal(0.0F);
+  int nearestRay = -1;
   forEachRay(rays, [&](int ray) {
+    samples += 1.0F;
+    if (normal_ || shape_) normal += layer.surface.normal[layer.pointOf[ray]];
+    if (tone_) tone += depths.tones[ray];
+    if (shape_) even += depths.even[ray];
     const float depth = layer.rays.hit(ray).distance;
-    seen.samples += 1.0F;
-    if (normal_ || shape_) seen.normal += layer.surface.normal[layer.pointOf[ray]];
-    if (tone_) seen.tone += depths.tones[ray];
-    if (shape_) seen.evenDepth += depths.even[ray];
-    if (!(depth < seen.nearest)) return;
-    seen.nearest = depth;
-    nearest = ray;
+    if (!(depth < nearest)) return;
+    nearest = depth;
+    nearestRay = ray;
   });
-  if (position_ && nearest >= 0) {
-    seen.position = layer.rays.origin(nearest) + seen.nearest * layer.rays.direction(nearest);
-  }
+  seen.samples += samples;
+  seen.normal += normal;
+  seen.tone += tone;
+  seen.evenDepth += even;
+  seen.nearest = nearest;
+  if (!position_ || nearestRay < 0) return;
+  seen.position = layer.rays.origin(nearestRay) + nearest * layer.rays.direction(nearestRay);
 }
 
 // What all rays that share the point see alike.

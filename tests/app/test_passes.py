@@ -6,10 +6,14 @@ import json
 import math
 import pathlib
 import struct
+import sys
 import unittest
 import zlib
 
-from app_case import AppCase
+sys.path.insert(0, str(pathlib.Path(__file__).parents[1] / "python"))
+
+import scratch_render  # noqa: E402
+from app_case import AppCase  # noqa: E402
 
 
 def murmur(text: bytes) -> int:
@@ -158,6 +162,21 @@ class Passes(AppCase):
         self.assertEqual(done.returncode, 1)
         self.assertRegex(done.stderr, "mask of 'Sal'.*\n.*did you mean 'Sail'")
         self.assertFalse((self.folder / "g.png").exists())
+
+    def test_a_repeated_picture_has_the_passes_that_it_had(self) -> None:
+        self.asking_for("depth", "normal")
+        (self.folder / "w.json").write_text("{}")
+        (self.folder / "like.png").write_bytes(scratch_render.png(1, 1))
+        record = {"helper_version": "0.1.0", "width": 32, "height": 24, "seed": 1, "prompt": "", "system_prompt": ""}
+        told = []
+        for arguments in (["--workflow", "w.json", "--depth-range", "1.5:9", "--depth-kind", "linear", "--normal-kind", "directx"], ["--like", "like.png"]):
+            done = self.render(*arguments, "-o", "a.png")
+            self.assertEqual(done.returncode, 0, done.stderr)
+            told.append(json.loads((self.folder / "write/quillmere/c4d/runtime/told_request_0.json").read_text()))
+            (self.folder / "like.png.json").write_text(json.dumps({**record, **told[-1]}))
+        first, again = ([one["passes"][key] for key in ("depth", "normal")] for one in told)
+        self.assertEqual((first[0]["near"], first[0]["far"], first[0]["kind"], first[1]["kind"]), (1.5, 9, "linear", "directx"))
+        self.assertEqual(again, first)
 
 
 if __name__ == "__main__":

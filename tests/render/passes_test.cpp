@@ -7,6 +7,7 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <limits>
 
+#include "gltf_builder.h"
 #include "hand_made_scene.h"
 #include "render/renderer.h"
 
@@ -194,6 +195,50 @@ TEST(Passes, FollowGeometryThatDeforms) {
     renderer.pose(static_cast<double>(reach));
     const auto passes = renderer.drawPasses(ahead(), kSide, kSide, asking({Pass::Depth}));
     EXPECT_NEAR(*passes->depth.pixel<float>(3, 3), 5.0F - reach, 1e-4F);
+  }
+}
+
+// A wall that a morph target moves by half a metre and a joint turns by 45 degrees and moves by one metre, in a second.
+std::shared_ptr<const scene::Scene> carriedWall() {
+  scene::GltfBuilder builder;
+  const auto corners = [&](const std::vector<float>& numbers) { return builder.accessor<float>(numbers, "VEC3"); };
+  const nlohmann::json attributes{
+      {"POSITION", corners({-200, -100, 0, 200, -100, 0, 0, 300, 0})},
+      {"NORMAL", corners({0, 0, 1, 0, 0, 1, 0, 0, 1})},
+      {"JOINTS_0", builder.accessor<std::uint8_t>(std::vector<std::uint8_t>(12, 0), "VEC4")},
+      {"WEIGHTS_0", builder.accessor<float>({1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0}, "VEC4")}};
+  const nlohmann::json target{{"POSITION", corners({0, 0, 0.5F, 0, 0, 0.5F, 0, 0, 0.5F})}};
+  const int node = builder.show({{"attributes", attributes}, {"targets", nlohmann::json::array({target})}});
+  const int joint = builder.addNode(nlohmann::json::object());
+  builder.add("skins", {{"joints", {joint}}});
+  builder.json["nodes"][node]["skin"] = 0;
+  builder.animate<float>(node, "weights", "LINEAR", 2, {0, 1}, "SCALAR");
+  builder.animate<float>(joint, "translation", "LINEAR", 2, {0, 0, 0, 0, 0, 1}, "VEC3");
+  const float half = glm::radians(22.5F);
+  builder.animate<float>(joint, "rotation", "LINEAR", 2, {0, 0, 0, 1, std::sin(half), 0, 0, std::cos(half)}, "VEC4");
+  return builder.load();
+}
+
+TEST(Passes, AreExactOnWhatJointsAndMorphTargetsMove) {
+  Renderer renderer(carriedWall());
+  const float diagonal = std::sqrt(0.5F);
+  struct Row {
+    double seconds;
+    glm::vec3 normal;
+    float distance;  // of the plane from the origin, along its normal
+  };
+  for (const Row& row : {Row{0.0, {0, 0, 1}, 0.0F}, Row{1.0, {0, -diagonal, diagonal}, 0.5F + diagonal}}) {
+    renderer.pose(row.seconds);
+    const auto passes = renderer.drawPasses(ahead(), kSide, kSide, asking(kAll));
+    for (int y = 0; y < kSide; ++y) {
+      SCOPED_TRACE(testing::Message() << row.seconds << " s, line " << y);
+      const glm::vec3 place = vectorAt(passes->position, 3, y);
+      const float depth = *passes->depth.pixel<float>(3, y);
+      ASSERT_LT(glm::distance(vectorAt(passes->normal, 3, y), row.normal), 1e-4F);
+      ASSERT_NEAR(glm::dot(place, row.normal), row.distance, 1e-3F);
+      ASSERT_NEAR(depth, 5.0F - place.z, 1e-3F);
+      ASSERT_NEAR(place.y / depth, (0.5F * kSide - 0.5F - static_cast<float>(y)) / kSide, 0.5F / kSide) << "its pixel";
+    }
   }
 }
 
