@@ -85,7 +85,8 @@ def _checked(path: str) -> dict[str, Any]:
 def _check(backend: backends.Backend, workflow: Workflow, report: dict[str, Any]) -> dict[str, Any]:
     report["passes"] = backend.passes(workflow)  # which is known also when a server isn't there to ask for the rest
     facts = backend.check(workflow)
-    return facts if facts.get("problem") else {**facts, "problem": interpreter.problem_with(backend.REQUIRES)}
+    problem, remedy = interpreter.problem_with(backend.REQUIRES)
+    return facts if facts.get("problem") or not problem else {**facts, "problem": problem, "remedy": remedy}
 
 
 def _controls_of(path: str) -> dict[str, Any]:

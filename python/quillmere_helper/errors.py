@@ -11,8 +11,8 @@ class HelperError(Exception):
     """
 
     def __init__(self, text: str, details: str = "", remedy: str = "") -> None:
-        self.text, self.details, self.remedy = cut(text), details, remedy  # names in the text may be of any length
-        super().__init__(f"{self.text}; {remedy}" if remedy else self.text)
+        self.text, self.details, self.remedy = cut(text), details, cut(remedy)  # names in them may be of any length
+        super().__init__(f"{self.text}; {self.remedy}" if remedy else self.text)
 
 
 class PassingFailure(HelperError):

@@ -43,7 +43,7 @@ def leave_if_too_old(argv: "list[str]") -> None:
     """Returns on an interpreter that is new enough; otherwise hands over to one, or ends the process with an answer."""
     if sys.version_info >= OLDEST:
         return
-    problem = hand_over(argv, "")
+    problem = "; ".join(hand_over(argv, ""))
     from .readable import complain
 
     if len(argv) == 3 and not argv[1].startswith("-"):
@@ -55,10 +55,10 @@ def leave_if_too_old(argv: "list[str]") -> None:
     sys.exit(1)
 
 
-def hand_over(argv: "list[str]", module: str) -> str:
+def hand_over(argv: "list[str]", module: str) -> "tuple[str, str]":
     """Replaces this process by the same run in an interpreter that can import `module`; the process ID stays.
 
-    Returns only when there is none, with an error text that names this interpreter and the remedy.
+    Returns only when there is none, with an error text that names this interpreter, and the remedy.
     """
     chosen_for = module or "version"
     if os.environ.get(HANDED_OVER) != chosen_for:
@@ -68,9 +68,9 @@ def hand_over(argv: "list[str]", module: str) -> str:
     return _none_found(module)
 
 
-def problem_with(module: str) -> str:
-    """Empty when this or another interpreter can import `module`, else the text that `hand_over` would return."""
-    return "" if not module or has(module) or find(module) else _none_found(module)
+def problem_with(module: str) -> "tuple[str, str]":
+    """What `hand_over` would return; empty texts when this or another interpreter can import `module`."""
+    return ("", "") if not module or has(module) or find(module) else _none_found(module)
 
 
 def has(module: str) -> bool:
@@ -142,12 +142,11 @@ def _identity(path: str) -> str:
     return home if os.path.isfile(os.path.join(home, "pyvenv.cfg")) else os.path.realpath(path)
 
 
-def _none_found(module: str) -> str:
+def _none_found(module: str) -> "tuple[str, str]":
     wanted = "Python {}.{} or newer".format(*OLDEST) + (" with Pillow" if module else "")
     this = "{} (Python {}.{}.{})".format(sys.executable, *sys.version_info)
     install = "install a newer Python 3"
     if module:
         install = "install it with {} -m pip install Pillow, or your system's package for it".format(sys.executable)
-    return "This workflow needs {}; {} is none, and no other one was found: {}, or name an interpreter in {}".format(
-        wanted, this, install, CHOICE
-    )
+    text = "This workflow needs {}: {} is none, and no other one was found".format(wanted, this)
+    return text, "{}, or name an interpreter in {}".format(install, CHOICE)

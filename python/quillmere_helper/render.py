@@ -69,7 +69,8 @@ def _made(argv: list[str], request_path: str, status: Status) -> "tuple[Job, Res
     workflow = read_workflow(request.workflow_path, backends.MODULES)
     backend = backends.load(workflow.backend)
     if backend.REQUIRES and not interpreter.has(backend.REQUIRES):
-        raise HelperError(interpreter.hand_over(argv, backend.REQUIRES))
+        text, remedy = interpreter.hand_over(argv, backend.REQUIRES)
+        raise HelperError(text, remedy=remedy)
     outputs = Outputs(request.output_dir, request.output_prefix, request.frame)
     outputs.prepare()
     job = backends.Job(request, workflow, status, outputs)

@@ -49,13 +49,14 @@ def sites_for(kind: Kind, given: Any, where: str) -> list[web.Site]:
     environment, else the one on loopback; at least one, each once. A text may name several, with commas or spaces."""
     texts = [] if given is None else given if isinstance(given, list) else [given]
     if not all(isinstance(text, str) for text in texts):
-        raise HelperError(f'"url" in {where} must be a text like "{kind.default_url}", or a list of such texts')
+        remedy = f'it must be a text like "{kind.default_url}", or a list of such texts'
+        raise HelperError(f'"url" in {where} is no text', remedy=remedy)
     own = _named_in(os.environ.get(kind.variable("URL"), ""))
     named = [url for text in texts for url in _named_in(text)]
     source = f'"url" in {where}' if named else kind.variable("URL")
     urls = dict.fromkeys(_checked_url(url, source, kind) for url in named or own or [kind.default_url])
     if len(urls) > MOST_SERVERS:
-        raise HelperError(f"{source} names {len(urls)} servers; at most {MOST_SERVERS} are taken")
+        raise HelperError(f"{source} names {len(urls)} servers", remedy=f"at most {MOST_SERVERS} are taken")
     return [web.Site(url, _login(kind, url, own)) for url in urls]
 
 
@@ -69,7 +70,7 @@ def patience() -> float:
     try:
         wanted = max(0.0, float(text)) if text else USUAL_PATIENCE  # NaN is in no order
     except ValueError as error:
-        raise HelperError(f'{PATIENCE} is "{text}"; it must be a number of seconds') from error
+        raise HelperError(f'{PATIENCE} is "{text}"', remedy="it must be a number of seconds") from error
     return min(wanted, *_limits) if _limits else wanted
 
 
@@ -106,10 +107,11 @@ def _checked_url(url: str, where: str, kind: Kind) -> str:
     except ValueError:
         usable = False
     if not usable or any(letter <= " " for letter in url) or parts.query or parts.fragment:
-        raise HelperError(f'{where} is "{_without_secrets(url)}"; it must be like {kind.default_url}')
+        raise HelperError(f'{where} is "{_without_secrets(url)}"', remedy=f"it must be like {kind.default_url}")
     if "@" in parts.netloc:
         raise HelperError(
-            f"{where} holds a login; take it out and put it into {kind.variable('AUTH')} or {CREDENTIALS_FILE}"
+            f"{where} holds a login",
+            remedy=f"take it out and put it into {kind.variable('AUTH')} or {CREDENTIALS_FILE}",
         )
     return url.rstrip("/")
 
@@ -157,10 +159,10 @@ def _login_from_file(url: str) -> Mapping[str, str]:
     except OSError:
         return {}
     if facts.st_uid != os.getuid() or facts.st_mode & (stat.S_IRWXG | stat.S_IRWXO):
-        raise HelperError(f'The logins in "{path}" can be read by others; run: chmod 600 "{path}"')
+        raise HelperError(f'The logins in "{path}" can be read by others', remedy=f'run: chmod 600 "{path}"')
     remedy = 'it must be like {"https://host:8188": {"token": "..."}} or {"basic": "user:password"}'
     for known, login in read_object(str(path), "file of logins", LARGEST_CREDENTIALS, remedy).items():
-        wrong = HelperError(f'The entry "{known}" in "{path}" is no login; {remedy}')
+        wrong = HelperError(f'The entry "{known}" in "{path}" is no login', remedy=remedy)
         if not isinstance(login, dict):
             raise wrong
         if _origin(known) == _origin(url):
@@ -173,5 +175,5 @@ def _login_from_file(url: str) -> Mapping[str, str]:
 
 def _one_line(secret: str, where: str) -> str:
     if any(not " " <= letter <= "~" for letter in secret):
-        raise HelperError(f"The login in {where} holds characters that cannot be sent; correct it")
+        raise HelperError(f"The login in {where} holds characters that cannot be sent", remedy="correct it")
     return secret

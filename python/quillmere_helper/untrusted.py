@@ -25,9 +25,9 @@ def read_file(path: str, what: str, largest: int, remedy: str, largest_png: int 
             largest = max(largest, largest_png) if raw == png.SIGNATURE else largest
             raw += file.read(max(largest + 1 - len(raw), 0))
     except (OSError, ValueError) as error:
-        raise HelperError(f"Cannot read {name}: {reason_of(error)}; {remedy}") from error
+        raise HelperError(f"Cannot read {name}: {reason_of(error)}", remedy=remedy) from error
     if len(raw) > largest:
-        raise HelperError(f"T{name[1:]} is larger than {largest >> 20} MB; {remedy}")
+        raise HelperError(f"T{name[1:]} is larger than {largest >> 20} MB", remedy=remedy)
     return raw
 
 
@@ -84,14 +84,14 @@ def parse_object(raw: bytes, name: str, remedy: str) -> dict[str, Any]:
     Raises HelperError that begins with `name` and ends in `remedy`.
     """
     if not raw.strip():
-        raise HelperError(f"{name} is empty: the disk may be full; {remedy}")
+        raise HelperError(f"{name} is empty: the disk may be full", remedy=remedy)
     try:
         text = raw.decode("utf-8-sig", "surrogateescape")
         value = _parsed(text, strict=False)
     except (ValueError, RecursionError) as error:
-        raise HelperError(f"{name} is not JSON: {reason_of(error)}; {remedy}") from error
+        raise HelperError(f"{name} is not JSON: {reason_of(error)}", remedy=remedy) from error
     if not isinstance(value, dict):
-        raise HelperError(f"{name} is not a JSON object; {remedy}")
+        raise HelperError(f"{name} is not a JSON object", remedy=remedy)
     return value
 
 

@@ -10,7 +10,7 @@ from scratch_render import RenderCase, with_pillow
 from quillmere_helper.png import file_of
 
 try:
-    from PIL import Image, ImageDraw, ImageStat
+    from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageStat
 except ImportError:
     Image = None
 
@@ -94,6 +94,17 @@ class Drawing(unittest.TestCase):
         looks = (Image.new("RGB", (50, 50), colour) for colour in ((220, 150, 60), (60, 110, 220)))
         warm, cold = (means(drawn(guide, look=look)) for look in looks)
         self.assertGreater((warm[0] - warm[2]) - (cold[0] - cold[2]), 80)
+
+    def test_blurs_and_differences_that_take_less_time_are_like_the_usual_ones(self):
+        from quillmere_helper.backends.embedded import images
+
+        grey = a_guide((321, 181)).convert("L")
+        for radius, steps, most in ((0.7, images.STEPS, 0), (1.5, images.COARSE_STEPS, 9), (2.4, images.STEPS, 3)):
+            with self.subTest(radius):
+                usual = grey.filter(ImageFilter.GaussianBlur(radius))
+                apart = ImageChops.difference(images.blurred(grey, radius, steps), usual)
+                self.assertLessEqual(apart.getextrema()[1], most)
+                self.assertEqual(images.without(grey, usual), ImageChops.subtract(grey, usual))
 
     def test_pictures_of_any_size_and_plain_ones_are_drawn(self):
         for size in ((1, 1), (1, 200), (3000, 2)):

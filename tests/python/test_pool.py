@@ -1,6 +1,7 @@
 """Several servers: which one a frame goes to, and what becomes of those that fail."""
 
 import json
+import os
 from pathlib import Path
 from unittest import mock
 
@@ -10,8 +11,9 @@ from comfy_classes import graph
 from comfy_server import ComfyServer
 from scratch_render import RenderCase
 
-from quillmere_helper import pool
+from quillmere_helper import backends, pool
 from quillmere_helper.pool import LONGEST_REST, Rests
+from quillmere_helper.workflows import read_workflow
 
 
 class SeveralComfy(ComfyCase):
@@ -44,6 +46,11 @@ class SeveralComfy(ComfyCase):
         self.assertEqual(self.maker(4), self.other.url)  # the other one's turn, but it is left alone
         told = self.folder / "servers.json"
         self.assertEqual((list(json.loads(told.read_text())), told.stat().st_mode & 0o077), ([self.server.url], 0))
+
+    def test_a_look_tells_how_many_there_are(self):
+        with mock.patch.dict(os.environ, self.environment):
+            told = backends.load("comfyui").check(read_workflow(self.members["workflow_path"], backends.MODULES))
+        self.assertEqual((told["servers"], told["problem"], told["server"]), (2, "", self.server.url))
 
     def test_one_that_is_away_costs_no_frame_and_all_of_them_are_named(self):
         self.server.stop()

@@ -8,6 +8,8 @@ import unittest
 
 from studio_case import StudioCase, until
 
+from quillmere_helper import exchange  # of which studio_case tells where it is
+
 
 class Access(StudioCase):
     def test_who_is_answered(self) -> None:
@@ -87,8 +89,7 @@ class Content(StudioCase):
         self.frame(1, status={"phase": "done", "message": ""}, response={"ok": True, "first_output": str(picture)})
         self.frame(-2, status={"phase": "x", "message": ""}, response={"ok": False, "error": "no server"})
         self.frame(3, response={"ok": False, "error": "stopped"}, status={"phase": "generate", "message": "Sampling", "progress": 0.4, "step": "x"})
-        begun = "The render was stopped before its picture was finished; render the frame again"
-        self.frame(4, response={"ok": False, "error": begun}, status={"phase": "prepare", "message": ""})
+        self.frame(4, response={"ok": False, "error": exchange.STOPPED}, status={"phase": "prepare", "message": ""})
         self.frame(5, status=[1, 2])
         self.frame(6, status={"phase": "prepare"}, response={"ok": False, "error": "at once"})
         (self.exchange / "runtime" / "request_x.json").write_text("{}")

@@ -38,7 +38,7 @@ void tell(const std::string& lines, Report& report) {
 RenderShot listening(RenderShot render, HelperOutput& output, Report& report) {
   return [render = std::move(render), &output, &report](const Shot& shot, const std::function<bool()>& stop) {
     const std::thread::id thread = std::this_thread::get_id();
-    const Attempt attempt = render(shot, [&] {
+    Attempt attempt = render(shot, [&] {
       if (std::this_thread::get_id() == thread) tell(output.lines(), report);
       return stop();
     });

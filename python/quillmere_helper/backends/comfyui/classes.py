@@ -126,7 +126,7 @@ class Classes:
         """None when the server does not know the class."""
         if name not in self._known:
             if len(self._known) == MOST_CLASSES:
-                raise HelperError(f"The workflow has more than {MOST_CLASSES} classes of nodes; divide it")
+                raise HelperError(f"The workflow has more than {MOST_CLASSES} classes of nodes", remedy="divide it")
             described = self._ask(name).get(name)
             self._known[name] = _node_class(name, described) if isinstance(described, dict) else None
         return self._known[name]

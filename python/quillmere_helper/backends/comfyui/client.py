@@ -130,7 +130,7 @@ class Comfy:
         """The running and the waiting jobs."""
         content = self._checked(self.site.get("/queue")).json()
         if not isinstance(content, dict):
-            raise web.UnreachableServer(f"{self.site.url} does not tell its queue; see its console")
+            raise web.UnreachableServer(f"{self.site.url} does not tell its queue", remedy="see its console")
         return as_list(content.get("queue_running")), as_list(content.get("queue_pending"))
 
     def _history(self, ticket: Ticket) -> Optional[Entry]:
@@ -171,9 +171,12 @@ class Comfy:
     def _checked(self, answer: web.Answer) -> web.Answer:
         if answer.status in (401, 403, 407):
             raise HelperError(
-                f"{self.site.url} refuses us (status {answer.status}); set QUILLMERE_COMFYUI_TOKEN or "
-                "QUILLMERE_COMFYUI_AUTH for its URL, or put the login into ~/.quillmere/credentials.json",
+                f"{self.site.url} refuses us (status {answer.status})",
                 answer.text(),
+                remedy=(
+                    "set QUILLMERE_COMFYUI_TOKEN or "
+                    "QUILLMERE_COMFYUI_AUTH for its URL, or put the login into ~/.quillmere/credentials.json"
+                ),
             )
         return answer
 

@@ -85,10 +85,10 @@ def controls_of(graph: Graph, classes: Classes, where: str) -> list[Control]:
             name, _, wanted = (part.strip() for part in asked.partition("="))
             if not name or ("=" in asked and not wanted):
                 text = f'"{node.title}" (node {node.id}) in {where} names no control'
-                raise HelperError(f"{text}; write {PREFIX.capitalize()} Control: NAME, or NAME=INPUT")
+                raise HelperError(text, remedy=f"write {PREFIX.capitalize()} Control: NAME, or NAME=INPUT")
             if name.lower() in found:
                 both = f"{found[name.lower()].node.id} and {node.id}"
-                raise HelperError(f'Two nodes in {where} have the control "{name}": {both}; rename one')
+                raise HelperError(f'Two nodes in {where} have the control "{name}": {both}', remedy="rename one")
             chosen = _input_of(node, name, wanted, where)
             spec = classes.of(node.kind).inputs.get(chosen)
             if spec is None or (spec.kind not in TYPES and not spec.choices):
@@ -106,13 +106,13 @@ def set_controls(graph: Graph, classes: Classes, given: Mapping[str, Any], where
             names = [control.name for control in known.values()]
             near = difflib.get_close_matches(name, names, 1, 0.0)
             there = f'did you mean "{near[0]}"? It has: {", ".join(names)}' if near else "it has none"
-            raise HelperError(f'There is no control "{name}" in {where}; {there}')
+            raise HelperError(f'There is no control "{name}" in {where}', remedy=there)
         fitting = control.fitting(value)
         if fitting is None:
             place = f'{control.input} of {control.node.label}'
             raise HelperError(
-                f'The control "{control.name}" ({place}) in {where} cannot be {shown(value)}; '
-                f"it must be {control.accepted()}"
+                f'The control "{control.name}" ({place}) in {where} cannot be {shown(value)}',
+                remedy=f"it must be {control.accepted()}",
             )
         control.node.inputs[control.input] = fitting
         graph.controls[control.name] = fitting
@@ -126,12 +126,18 @@ def _input_of(node: Node, name: str, wanted: str, where: str) -> str:
         return wanted
     what = f'The control "{name}" (node {node.id}, {node.kind}) in {where}'
     if wanted and link_of(node.inputs.get(wanted)):
-        raise HelperError(f'{what} names "{wanted}", which is linked; title the node that the link comes from')
+        raise HelperError(
+            f'{what} names "{wanted}", which is linked',
+            remedy="title the node that the link comes from",
+        )
     if wanted:
-        raise HelperError(f'{what} names "{wanted}", which is no value of the node; it has {listed or "none"}')
+        raise HelperError(
+            f'{what} names "{wanted}", which is no value of the node',
+            remedy=f'it has {listed or "none"}',
+        )
     if not literal:
-        raise HelperError(f"{what} has no value to set: all is linked; title another node")
+        raise HelperError(f"{what} has no value to set: all is linked", remedy="title another node")
     if len(literal) > 1:
         example = f'write it behind, as in "{name}={literal[0]}"'
-        raise HelperError(f"{what} does not say which value is meant: {listed}; {example}")
+        raise HelperError(f"{what} does not say which value is meant: {listed}", remedy=example)
     return literal[0]

@@ -54,7 +54,7 @@ class _Conversion:
             for node in _to_send(scope, self._classes, left_out):
                 made = self._node(scope, node)
                 if made.id in graph.nodes:
-                    raise HelperError(f"Two nodes in {self._where} get the number {made.id}; {ADVICE}")
+                    raise HelperError(f"Two nodes in {self._where} get the number {made.id}", remedy=ADVICE)
                 graph.nodes[made.id] = made
             alone = [node for node in scope.graph.nodes.values() if node.id in scope.uses or node.kind in LINKING]
             graph.of_editor.update((scope.path + node.id, node.title) for node in alone if node.is_active)
@@ -66,8 +66,8 @@ class _Conversion:
         described = self._classes.get(node.kind)
         if described is None:
             raise HelperError(
-                f"The ComfyUI server does not know {node.label} in {self._where}; "
-                f"install the node pack that it belongs to, or {ADVICE}"
+                f"The ComfyUI server does not know {node.label} in {self._where}",
+                remedy=f"install the node pack that it belongs to, or {ADVICE}",
             )
         made = Node(scope.path + node.id, node.kind, {}, node.title)
         for name, kept in self._values(scope, node, described).items():
@@ -90,7 +90,10 @@ class _Conversion:
             return
         if isinstance(value, (dict, list)) and spec is None or spec is not None and spec.misfit(value) == 2:
             kind = f" ({spec.kind})" if spec else ""
-            raise HelperError(f'{made.label} in {self._where}: "{name}"{kind} cannot be {shown(value)}; {ADVICE}')
+            raise HelperError(
+                f'{made.label} in {self._where}: "{name}"{kind} cannot be {shown(value)}',
+                remedy=ADVICE,
+            )
         whole = spec is not None and spec.kind == "INT"
         made.inputs[name] = {"__value__": value} if isinstance(value, list) else int(value) if whole else value
         made.places[name] = kept.place
@@ -133,7 +136,8 @@ class _Conversion:
             spec, value = first_misfit(widgets, values)
             raise HelperError(
                 f"The values of {node.label} in {self._where} do not fit its inputs any more: {shown(value)} cannot be "
-                f'"{spec.name}" ({spec.kind}); set the values of the node again and {ADVICE}'
+                f'"{spec.name}" ({spec.kind})',
+                remedy=f"set the values of the node again and {ADVICE}",
             )
         if any(isinstance(value, dict) and value for value in values[alignment.count :]):
             self._notes.append(f"Values of {node.label} in {self._where} that only the editor understands are left out")
@@ -173,7 +177,8 @@ class _Conversion:
             names = ", ".join(f'"{gain}"' for gain in gained)
             raise HelperError(
                 f'{node.label} in {self._where} has no input "{name}" on this server, and it is not clear whether it '
-                f"is {names} now; put a new node of this kind in its place and {ADVICE}"
+                f"is {names} now",
+                remedy=f"put a new node of this kind in its place and {ADVICE}",
             )
 
 

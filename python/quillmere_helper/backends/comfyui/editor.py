@@ -94,7 +94,7 @@ class Document:
         identifier = self._field(definition, "id", str, "", what)
         graph = self._graph(definition, place, what)
         if not identifier or self.subgraphs.setdefault(identifier, graph) != graph:
-            raise HelperError(f"{what} has no ID of its own; {ADVICE}")
+            raise HelperError(f"{what} has no ID of its own", remedy=ADVICE)
 
     def _graph(self, given: Mapping[str, Any], place: Place, what: str) -> EditorGraph:
         name = as_text(given.get("name"))
@@ -103,11 +103,11 @@ class Document:
         for number, told in enumerate(self._objects(given, "nodes", what)):
             node = self._node(told, (*place, "nodes", number, "widgets_values"))
             if node.id in nodes:
-                raise HelperError(f"{what} has two nodes with the number {node.id}; {ADVICE}")
+                raise HelperError(f"{what} has two nodes with the number {node.id}", remedy=ADVICE)
             nodes[node.id] = node
         inputs = tuple(as_text(slot.get("name")) for slot in self._objects(given, "inputs", what)) if place else ()
         if len(inputs) > MOST_INPUTS:
-            raise HelperError(f"{what} has {len(inputs)} inputs; {ADVICE}")
+            raise HelperError(f"{what} has {len(inputs)} inputs", remedy=ADVICE)
         links = self._links(given, what)
         entering = sorted((link for link in links.values() if link.origin == ENTRY), key=lambda link: link.slot)
         from_slot = {slot: tuple(group) for slot, group in itertools.groupby(entering, lambda link: link.slot)}
@@ -179,7 +179,7 @@ class Document:
         return value
 
     def _damaged(self, what: str, key: str, value: Any) -> HelperError:
-        return HelperError(f'{what} is damaged: "{key}" cannot be {shown(value)}; {ADVICE}')
+        return HelperError(f'{what} is damaged: "{key}" cannot be {shown(value)}', remedy=ADVICE)
 
 
 def _type_of(slot: Mapping[str, Any]) -> str:

@@ -84,7 +84,10 @@ class Follower:
         somebody has taken out a job that waited; one that had begun would be in the history."""
         if waited and self._unbroken:
             url = self._comfy.site.url
-            return PassingFailure(f"Somebody took the job of {where} out of the queue of {url}; render the frame again")
+            return PassingFailure(
+                f"Somebody took the job of {where} out of the queue of {url}",
+                remedy="render the frame again",
+            )
         return LostJob()
 
     def _listen(self, progress: Progress, ticket: Ticket) -> None:
@@ -172,4 +175,8 @@ def succeeded(entry: Entry, graph: Graph, where: str) -> Entry:
             raise refusals.run_failed(as_object(data), graph, where)
         if kind == "execution_interrupted":
             raise web.interrupted(where)
-    raise HelperError(f"{where} failed on the server; see its console", json.dumps(entry, indent=2, default=str))
+    raise HelperError(
+        f"{where} failed on the server",
+        json.dumps(entry, indent=2, default=str),
+        remedy="see its console",
+    )

@@ -107,11 +107,14 @@ class Graph:
                 size += sum(len(str(values[asked])) for asked in found)
                 if size > LARGEST_FILLING:
                     least = f"more than {LARGEST_FILLING >> 20} MB of text"
-                    raise HelperError(f"The placeholders in {where} become {least}; use fewer, or a shorter prompt")
+                    raise HelperError(
+                        f"The placeholders in {where} become {least}",
+                        remedy="use fewer, or a shorter prompt",
+                    )
                 for asked in dict.fromkeys(found):
                     if values[asked] is None:
                         lacks = f'set "{asked}" in the parameters of the workflow'
-                        raise HelperError(f"A text in {where} asks for {{{asked}}}; {lacks}")
+                        raise HelperError(f"A text in {where} asks for {{{asked}}}", remedy=lacks)
                     filled.append((asked, node, name))
                 whole = pattern.fullmatch(text)
                 # In one pass: what is put in may itself hold braces.
@@ -132,7 +135,10 @@ def read_api(content: Mapping[str, Any], where: str) -> Graph:
     for identifier, given in content.items():
         kind, inputs = given.get("class_type"), given.get("inputs", {})
         if not isinstance(kind, str) or not isinstance(inputs, dict):
-            raise HelperError(f"Node {identifier} in {where} is damaged; export the workflow again (Export (API))")
+            raise HelperError(
+                f"Node {identifier} in {where} is damaged",
+                remedy="export the workflow again (Export (API))",
+            )
         nodes[identifier] = Node(identifier, kind, dict(inputs), as_text(as_object(given.get("_meta")).get("title")))
     return Graph(nodes)
 

@@ -1,7 +1,7 @@
 """What a workflow would do on its server, told before a job is ever sent."""
 
 from dataclasses import replace
-from typing import Any
+from typing import Any, Sequence
 
 from ...errors import HelperError
 from ...parameters import seed_for, seed_rule
@@ -38,7 +38,7 @@ def _report_or_problem(source: Source) -> dict[str, Any]:
     try:
         return _report(source)
     except HelperError as error:
-        return {"server": source.site.url, "problem": str(error)}
+        return {"server": source.site.url, **_told([error])}
 
 
 def _report(source: Source) -> dict[str, Any]:
@@ -47,16 +47,23 @@ def _report(source: Source) -> dict[str, Any]:
     facts: dict[str, Any] = {"server": source.site.url, "version": comfy.version()}
     facts.update(places=[], results=[], notes=[], missing={"nodes": source.missing_classes(classes), "files": []})
     if facts["missing"]["nodes"]:
-        return {**facts, "problem": unknown_nodes(facts["missing"]["nodes"], source.where)}
-    problems = []
+        return {**facts, **_told([unknown_nodes(facts["missing"]["nodes"], source.where)])}
+    problems: list[HelperError] = []
     try:
         _try(source, classes, facts)
     except HelperError as error:
-        problems.append(str(error))
+        problems.append(error)
     absent = facts["missing"]["files"]
     if absent:
         problems.append(not_there(absent, source.where))
-    return {**facts, "problem": ". ".join(problems)}
+    return {**facts, **_told(problems)}
+
+
+def _told(problems: Sequence[HelperError]) -> dict[str, str]:
+    """Of several each stands with its remedy in the problem."""
+    if len(problems) == 1:
+        return {"problem": problems[0].text, "remedy": problems[0].remedy}
+    return {"problem": ". ".join(map(str, problems)), "remedy": ""}
 
 
 def controls(workflow: Workflow) -> list[dict[str, Any]]:

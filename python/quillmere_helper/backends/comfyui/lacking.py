@@ -2,6 +2,7 @@
 
 from typing import Sequence
 
+from ...pool import Lacking
 from .classes import Classes, Input
 from .graph import Graph
 from .source import some
@@ -27,9 +28,9 @@ def missing_files(graph: Graph, wired: Wiring, classes: Classes) -> list[Missing
     return absent
 
 
-def not_there(absent: Sequence[Missing], where: str) -> str:
+def not_there(absent: Sequence[Missing], where: str) -> Lacking:
     names = [f'"{file["value"]}" ({file["input"]} of {file["kind"]}, node {file["node"]})' for file in absent]
-    return f"Not on the server, for {where}: {some(names)}; put the files there"
+    return Lacking(f"Not on the server, for {where}: {some(names)}", remedy="put the files there")
 
 
 def _offers(spec: Input, value: str) -> bool:

@@ -34,7 +34,7 @@ class Links:
         step: Optional[Step] = (scope, link)
         while step is not None and step not in self._known:
             if step in trail:
-                raise HelperError(f"The links before {asked} in {self._where} run in a circle; {LINK_AGAIN}")
+                raise HelperError(f"The links before {asked} in {self._where} run in a circle", remedy=LINK_AGAIN)
             here = step
             trail[here] = None
             step, trail[here] = self._next(*here, asked)
@@ -48,7 +48,10 @@ class Links:
         """The link that this one comes from, if any, and what it brings in case that one brings nothing."""
         told = scope.graph.links.get(link)
         if told is None:
-            raise HelperError(f"{asked} in {self._where} hangs on link {link}, which is not there; {LINK_AGAIN}")
+            raise HelperError(
+                f"{asked} in {self._where} hangs on link {link}, which is not there",
+                remedy=LINK_AGAIN,
+            )
         if told.origin == ENTRY and scope.parent is not None and scope.instance is not None:
             name = scope.graph.inputs[told.slot] if told.slot < len(scope.graph.inputs) else ""
             slot = scope.instance.slot(name)
@@ -57,7 +60,7 @@ class Links:
         node = scope.graph.nodes.get(told.origin)
         if node is None:
             missing = f"node {told.origin}, which is not there"
-            raise HelperError(f"{asked} in {self._where} is linked to {missing}; {LINK_AGAIN}")
+            raise HelperError(f"{asked} in {self._where} is linked to {missing}", remedy=LINK_AGAIN)
         if node.mode == MUTED:
             return None, None
         if node.mode == BYPASSED or node.kind == REROUTE:

@@ -66,7 +66,7 @@ def marked_nodes(graph: Graph, needed: Iterable[str], where: str) -> dict[str, N
     for node_id, title in graph.of_editor.items():
         if word_of(title) is not None:
             remedy = "title the node that it feeds, or one inside of the subgraph"
-            raise HelperError(f'"{title}" (node {node_id}) in {where} is known to the editor alone; {remedy}')
+            raise HelperError(f'"{title}" (node {node_id}) in {where} is known to the editor alone', remedy=remedy)
     used = set(needed)
     return {part: _only(part, nodes, used, where) for part, nodes in found.items()}
 
@@ -83,6 +83,9 @@ def _only(part: str, nodes: list[Node], used: set[str], where: str) -> Node:
         return left[0]
     names = ", ".join(f"node {node.id} ({node.kind})" for node in nodes)
     if is_word(part):
-        raise HelperError(f"Several nodes in {where} ask for {called(part)}: {names}; keep one, and link it to all")
+        raise HelperError(
+            f"Several nodes in {where} ask for {called(part)}: {names}",
+            remedy="keep one, and link it to all",
+        )
     remedy = "keep one of them" + ("; write {prompt} into the others" if part == "prompt" else "")
-    raise HelperError(f'Several nodes in {where} are titled "{title_of(part)}": {names}; {remedy}')
+    raise HelperError(f'Several nodes in {where} are titled "{title_of(part)}": {names}', remedy=remedy)

@@ -33,14 +33,18 @@ def not_taken(url: str, answer: web.Answer, graph: Graph, where: str) -> HelperE
         text = f"{message} In {where}: install the node pack on the server, or change the workflow"
         return HelperError(text, details)
     if kind == "prompt_no_outputs":
-        return HelperError(no_output(where), details)
+        return no_output(where, details)
     if not message and error.get("type") == FAILED_OUTPUTS:
         message = "its links may run in a circle"
-    return HelperError(f"{url} does not take {where}: {message or 'no reason given'}; correct the workflow", details)
+    return HelperError(
+        f"{url} does not take {where}: {message or 'no reason given'}",
+        details,
+        remedy="correct the workflow",
+    )
 
 
-def no_output(where: str) -> str:
-    return f'No node in {where} gives a picture out; add a "Save Image" node'
+def no_output(where: str, details: str = "") -> HelperError:
+    return HelperError(f"No node in {where} gives a picture out", details, remedy='add a "Save Image" node')
 
 
 def too_large(url: str, role: str, size: int, limit: Optional[int]) -> HelperError:
@@ -48,7 +52,7 @@ def too_large(url: str, role: str, size: int, limit: Optional[int]) -> HelperErr
     most = "" if limit is None else f"; it takes {limit / (1 << 20):.1f} MB"
     remedy = "choose a smaller one" if role == "style" else "lower the resolution"
     text = f"The {role} image, {size / (1 << 20):.1f} MB, is too large for {url}{most}"
-    return HelperError(f"{text}: {remedy}, or start the server with a larger --max-upload-size")
+    return HelperError(text, remedy=f"{remedy}, or start the server with a larger --max-upload-size")
 
 
 def node_problems(node_errors: Any, graph: Graph) -> list[str]:
@@ -111,6 +115,6 @@ def run_failed(data: Mapping[str, Any], graph: Graph, where: str) -> HelperError
         text = f"The server ran out of memory in {label}; lower the resolution or use a smaller model"
         return PassingFailure(f"{text} (in {where})", details)
     if "No space left" in message:
-        return HelperError(f"The disk of the server is full ({label}); free some space there", details)
+        return HelperError(f"The disk of the server is full ({label})", details, remedy="free some space there")
     reason = web.shortened(message) or kind or "no reason given"
     return HelperError(f"{label} failed on the server: {reason}; in {where}", details)

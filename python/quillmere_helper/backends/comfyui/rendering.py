@@ -12,7 +12,7 @@ from ...exchange import ALMOST
 from ...parameters import seed_for, seed_rule
 from ...passes import Passes
 from ...pictures import Stored
-from ...pool import LOOK, Lacking
+from ...pool import LOOK
 from ...request import told_by_host
 from ...servers import until_answered
 from .. import Job, Result
@@ -67,7 +67,7 @@ class Rendering:
         self._source.refuse_missing_classes(self._classes)
         absent = missing_files(*self._wired(""), self._classes)
         if absent:
-            raise Lacking(not_there(absent, self._source.where))
+            raise not_there(absent, self._source.where)
 
     def run(self) -> Result:
         self._tell(f"Connecting to {self._source.site.url}")
@@ -112,7 +112,10 @@ class Rendering:
                 return self._once(follower)
             except (LostJob, results.MissingPicture):
                 self._tell("The server has lost the job; submitting it again")
-        raise PassingFailure(f"{self._source.site.url} has lost the job {MOST_SUBMISSIONS} times; see its console")
+        raise PassingFailure(
+            f"{self._source.site.url} has lost the job {MOST_SUBMISSIONS} times",
+            remedy="see its console",
+        )
 
     def _once(self, follower: Follower) -> Made:
         job = str(uuid.uuid4())
@@ -124,7 +127,7 @@ class Rendering:
         entry = follower.until_ended(self._ticket, graph, ends, self._source.where)
         named = results.named_in(entry, ends, wired.result)
         if not named:
-            raise HelperError(f'{self._source.where} has made no picture; end it in a "Save Image" node')
+            raise HelperError(f"{self._source.where} has made no picture", remedy='end it in a "Save Image" node')
         if wired.result and named[0].node != wired.result:
             label, node = graph.nodes[wired.result].label, named[0].node
             wired.notes.append(f"{label} has made no picture: the frame is that of node {node}")

@@ -67,8 +67,8 @@ def fetch(comfy: Comfy, picture: Mapping[str, Any], spool: Callable[[], Spool]) 
         if kind is not None:
             return answer.body, kind
     raise HelperError(
-        f'"{name}" from the server is no whole PNG, JPEG or WebP picture (status {answer.status}); '
-        'end the workflow in a "Save Image" node'
+        f'"{name}" from the server is no whole PNG, JPEG or WebP picture (status {answer.status})',
+        remedy='end the workflow in a "Save Image" node',
     )
 
 

@@ -40,7 +40,10 @@ class Sending:
             try:
                 content = with_mask(found.content) if as_mask and found.is_grey else found.content
             except png.BadPng as error:
-                raise HelperError(f"A pass for {where} cannot be used as a mask: {error}; render the frame again") from error
+                raise HelperError(
+                    f"A pass for {where} cannot be used as a mask: {error}",
+                    remedy="render the frame again",
+                ) from error
             self._pictures[word] = content, "png"
 
     def to(self, comfy: Comfy, tell: Tell) -> Sent:

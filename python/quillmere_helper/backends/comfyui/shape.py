@@ -23,9 +23,9 @@ def outputs(graph: Graph, classes: Classes, marked: Optional[Node], where: str) 
     that only show them."""
     ends = all_outputs(graph, classes)
     if marked is not None and marked.id not in ends:
-        raise HelperError(f'{marked.label} in {where} gives no picture out; title a "Save Image" node so')
+        raise HelperError(f"{marked.label} in {where} gives no picture out", remedy='title a "Save Image" node so')
     if not ends:
-        raise HelperError(no_output(where))
+        raise no_output(where)
 
     def rank(end: str) -> tuple[bool, bool, bool, list[int]]:
         node = graph.nodes[end]
@@ -78,8 +78,8 @@ def empty_latents(nodes: Sequence[Node], classes: Classes) -> list[Node]:
     return [node for node in making if not any(link_of(value) for value in node.inputs.values())]
 
 
-def dangling(graph: Graph, nodes: Iterable[Node], where: str) -> Optional[str]:
-    """What is wrong with the first link of `nodes` that leads nowhere, with the remedy."""
+def dangling(graph: Graph, nodes: Iterable[Node], where: str) -> Optional[HelperError]:
+    """What is wrong with the first link of `nodes` that leads nowhere."""
     for node in nodes:
         for name, value in node.inputs.items():
             link = link_of(value)
@@ -88,5 +88,5 @@ def dangling(graph: Graph, nodes: Iterable[Node], where: str) -> Optional[str]:
             source = graph.nodes.get(link[0])
             end = f"node {link[0]}, which is not there" if source is None else f"output {link[1]} of {source.label}"
             if source is None or link[1] < 0:
-                return f'"{name}" of {node.label} in {where} is linked to {end}; {LINK_AGAIN}'
+                return HelperError(f'"{name}" of {node.label} in {where} is linked to {end}', remedy=LINK_AGAIN)
     return None

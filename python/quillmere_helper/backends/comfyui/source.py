@@ -63,12 +63,12 @@ class Source:
         """Before any work: the server itself would name only one of them."""
         missing = self.missing_classes(classes)
         if missing:
-            raise Lacking(unknown_nodes(missing, self.where))
+            raise unknown_nodes(missing, self.where)
 
 
-def unknown_nodes(missing: list[str], where: str) -> str:
-    advice = "install their node packs there; when they are the editor's own, use File > Export (API)"
-    return f"The server does not know these nodes of {where}: {some(missing)}; {advice}"
+def unknown_nodes(missing: list[str], where: str) -> Lacking:
+    remedy = "install their node packs there; when they are the editor's own, use File > Export (API)"
+    return Lacking(f"The server does not know these nodes of {where}: {some(missing)}", remedy=remedy)
 
 
 def read_source(workflow: Workflow) -> Source:
@@ -76,11 +76,12 @@ def read_source(workflow: Workflow) -> Source:
     given, graph = _parts_of(workflow)
     options = read_parameters(given, KEYS, PARAMETERS, workflow.name)
     if max(len(graph), len(as_list(graph.get("nodes")))) > MOST_NODES:
-        raise HelperError(f"{workflow.name} has more than {MOST_NODES} nodes; divide it")
+        raise HelperError(f"{workflow.name} has more than {MOST_NODES} nodes", remedy="divide it")
     sites = servers.sites_for(KIND, given.get("url"), workflow.name)
     controls = given.get("controls", {})
     if not isinstance(controls, dict):
-        raise HelperError(f'"controls" in {workflow.name} must be a JSON object of names and values')
+        remedy = "it must be a JSON object of names and values"
+        raise HelperError(f'"controls" in {workflow.name} is none', remedy=remedy)
     whole, where = {**given, "graph": graph} if given else graph, workflow.name
     return Source(graph, whole, sites, options, controls, where, stands_in(given, where))
 
@@ -102,13 +103,14 @@ def _parts_of(workflow: Workflow) -> tuple[Mapping[str, Any], Mapping[str, Any]]
 
 
 def _graph_of(given: Mapping[str, Any], workflow: Workflow) -> Mapping[str, Any]:
-    remedy = f'"graph" in {workflow.name} must be a ComfyUI graph or the name of a file with one beside it'
+    remedy = "it must be a ComfyUI graph, or the name of a file with one beside the workflow"
+    wrong = HelperError(f'"graph" in {workflow.name} is none', remedy=remedy)
     graph = given.get("graph")
     if isinstance(graph, str):
         if os.path.basename(graph) != graph or not graph:
-            raise HelperError(remedy)
+            raise wrong
         path = os.path.join(os.path.dirname(os.path.expanduser(workflow.path)), graph)
         graph = read_object(path, "graph", LARGEST_WORKFLOW, remedy)
     if not isinstance(graph, dict) or not is_graph(graph):
-        raise HelperError(remedy)
+        raise wrong
     return graph

@@ -52,16 +52,19 @@ def uses_in(document: Document) -> list[Scope]:
         around = list(scope.around())
         count += 1 + len(scope.graph.nodes) + len(scope.graph.links)
         if any(other.graph is scope.graph for other in around):
-            raise HelperError(f'The subgraph "{scope.graph.name}" in {document.where} holds itself; {ADVICE}')
+            raise HelperError(f'The subgraph "{scope.graph.name}" in {document.where} holds itself', remedy=ADVICE)
         if len(around) > DEEPEST or count > MOST_PARTS:
-            raise HelperError(f"The subgraphs in {document.where} are too many or too deep; {ADVICE}")
+            raise HelperError(f"The subgraphs in {document.where} are too many or too deep", remedy=ADVICE)
         for node in scope.graph.nodes.values():
             if node.kind in document.subgraphs and node.is_active:
                 used = Scope(document.subgraphs[node.kind], f"{scope.path}{node.id}:", scope, node)
                 scope.uses[node.id] = used
                 uses.append(used)
             elif ID.fullmatch(node.kind) and node.is_active:
-                raise HelperError(f"The definition of the subgraph {node.label} is not in {document.where}; {ADVICE}")
+                raise HelperError(
+                    f"The definition of the subgraph {node.label} is not in {document.where}",
+                    remedy=ADVICE,
+                )
     return uses
 
 
@@ -122,7 +125,8 @@ class Instances:
         names = ", ".join(f'"{widget.name}"' for widget in free) or "none"
         raise HelperError(
             f"The {len(values)} values of the subgraph {instance.label} in {self._document.where} do not fit the "
-            f"inputs that it shows ({names}); {ADVICE}"
+            f"inputs that it shows ({names})",
+            remedy=ADVICE,
         )
 
     def _widget(self, graph: EditorGraph, instance: EditorNode, name: str) -> Optional[Input]:

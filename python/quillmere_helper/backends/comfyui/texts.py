@@ -66,7 +66,7 @@ def text_inputs(node: Node, classes: Classes) -> list[str]:
 def several_texts(node: Node, names: Sequence[str], where: str) -> HelperError:
     listed = ", ".join(f'"{name}"' for name in names)
     remedy = "write {prompt} where the prompt belongs"
-    return HelperError(f"{node.label} in {where} has several texts ({listed}); {remedy}")
+    return HelperError(f"{node.label} in {where} has several texts ({listed})", remedy=remedy)
 
 
 def _follow(graph: Graph, classes: Classes, end: Text, found: dict[str, Text]) -> None:

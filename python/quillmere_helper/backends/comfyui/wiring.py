@@ -99,7 +99,7 @@ class Placement:
         self.wired.result = marked.id if marked else None
         problem = shape.dangling(graph, self._needed, where)
         if problem:
-            raise HelperError(problem)
+            raise problem
         for part, node, name in graph.fill({name: getattr(self._wanted, name) for name in PLACEHOLDERS}, where):
             self._filled.add(part)
             self._tell_place("size" if part in SIZES else part, node, name, PLACEHOLDER)
@@ -130,7 +130,7 @@ class Placement:
                 return
             if not free:
                 remedy = f'add a "Load Image" node, or title the right node "{title_of("guide")}"'
-                raise HelperError(f"No node in {self._where} loads the guide image; {remedy}")
+                raise HelperError(f"No node in {self._where} loads the guide image", remedy=remedy)
             node, how = self._only(free, "loads the guide image", "guide"), SHAPE
         self._set_picture("guide", node, self._wanted.guide, how)
 
@@ -168,7 +168,10 @@ class Placement:
         held = [name for name, value in node.inputs.items() if isinstance(value, str)]
         names = [name for name in texts.text_inputs(node, self._classes) if name in held] or held
         if not names:
-            raise HelperError(f"{node.label} in {self._where} has no text to put the prompt into; give it one")
+            raise HelperError(
+                f"{node.label} in {self._where} has no text to put the prompt into",
+                remedy="give it one",
+            )
         if len(names) > 1 and not texts.ENCODER_TEXTS.issuperset(names):
             raise texts.several_texts(node, names, self._where)
         return [(node, name) for name in names]
@@ -204,11 +207,14 @@ class Placement:
             return candidates[0]
         names = ", ".join(_told(node, candidates) for node in candidates)
         remedy = f'title one of them "{title_of(part)}"{other_remedy}'
-        raise HelperError(f"It is not clear which node in {self._where} {does}: {names}; {remedy}")
+        raise HelperError(f"It is not clear which node in {self._where} {does}: {names}", remedy=remedy)
 
     def _set_picture(self, part: str, node: Node, name: str, how: str) -> bool:
         if "image" not in node.inputs or link_of(node.inputs["image"]) is not None:
-            raise HelperError(f'{node.label} in {self._where} loads no picture; title a "Load Image" node so')
+            raise HelperError(
+                f"{node.label} in {self._where} loads no picture",
+                remedy='title a "Load Image" node so',
+            )
         return self._put(part, node, "image", name, how)
 
     def _put_fitted(self, part: str, node: Node, name: str, value: int, how: str = "") -> None:
@@ -241,7 +247,10 @@ class Placement:
         for candidate in (*names, "value", *(numbers if len(numbers) == 1 else ())):
             if candidate in numbers:
                 return candidate
-        raise HelperError(f"{node.label} in {self._where} has no number to put the {name} into; title another node so")
+        raise HelperError(
+            f"{node.label} in {self._where} has no number to put the {name} into",
+            remedy="title another node so",
+        )
 
 
 def _told(node: Node, candidates: Sequence[Node]) -> str:

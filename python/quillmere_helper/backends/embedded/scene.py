@@ -19,8 +19,8 @@ PAINTS = 0.1  # how far the paints of two objects may be apart, of 0..1
 AIR, FOG = 0.5, 0.9  # how much of the farthest object the air hides, on a usual day and at most
 AIR_SAMPLE = (64, 36)  # pixels that are enough for the colours of the air
 FARTHEST = 1  # of 255: a depth that counts as the backdrop, a dome with the sky on it above all
-SKY = (206, 216, 226)  # where no background is seen
 FOUR_WAYS = ((1, 0), (-1, 0), (0, 1), (0, -1))
+SKY = (206, 216, 226)  # where no background is seen
 
 
 class Scene(NamedTuple):
@@ -155,12 +155,15 @@ def _unlike(one: Image.Image, other: Image.Image, most: int) -> Image.Image:
 
 def _mixed(picture: Image.Image, objects: Image.Image, stride: int) -> Image.Image:
     """Each pixel with those a `stride` away that are of the same object and of about the same colour."""
-    mixed = picture
-    for number, (x, y) in enumerate(FOUR_WAYS, 2):
-        way = (stride * x, stride * y)
-        other = _moved(picture, way)
-        apart = ImageChops.lighter(_unlike(picture, other, ALIKE), _unlike(objects, _moved(objects, way), 0))
-        mixed = Image.blend(mixed, Image.composite(picture, other, apart), 1 / number)
+    mixed, number = picture, 1
+    for x, y in ((stride, 0), (0, stride)):
+        apart = ImageChops.lighter(
+            _unlike(picture, _moved(picture, (x, y)), ALIKE), _unlike(objects, _moved(objects, (x, y)), 0)
+        )
+        # What lies the other way is as far apart as that is from here.
+        for way, split in (((x, y), apart), ((-x, -y), _moved(apart, (-x, -y)))):
+            number += 1
+            mixed = Image.blend(mixed, Image.composite(picture, _moved(picture, way), split), 1 / number)
     return mixed
 
 
@@ -173,4 +176,7 @@ def _spread(lines: Image.Image, radius: float) -> Image.Image:
 def _over_edges(near: Image.Image) -> Image.Image:
     """What is near reaches a little beyond itself: a line along its border is as near as it is."""
     half = (max(1, near.width // 2), max(1, near.height // 2))
-    return near.resize(half, Image.BOX).filter(ImageFilter.MaxFilter(5)).resize(near.size, Image.BILINEAR)
+    reaching = near.resize(half, Image.BOX)
+    for way in 2 * FOUR_WAYS:  # two pixels each way, in a third of the time of MaxFilter
+        reaching = ImageChops.lighter(reaching, _moved(reaching, way))
+    return reaching.resize(near.size, Image.BILINEAR)
