@@ -22,6 +22,7 @@ class PictureViewer extends HTMLElement {
   #blinking = 0;
   #pointers = new Map();
   #generation = 0;
+  right = null; // what was shown there last, as show() takes it
 
   connectedCallback() {
     this.#divider.setAttribute("role", "slider");
@@ -44,6 +45,7 @@ class PictureViewer extends HTMLElement {
   // Each picture is {url, name}; either may be missing. Shown together, once both are there, so that nothing flickers.
   async show(left, right) {
     const generation = ++this.#generation;
+    this.right = right;
     const pictures = [left, right].map((one) => (one?.url ? one : null));
     const loaded = await Promise.all(pictures.map((one) => one && decoded(one.url)));
     if (generation !== this.#generation) return false;
