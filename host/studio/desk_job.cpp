@@ -116,10 +116,16 @@ const CLI::Option* optionOf(const CLI::App& command, std::string_view name) {
   return command.get_option_no_throw("--" + std::string(name));
 }
 
+// What its value is called, without what checks it.
+std::string exampleOf(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  return type.substr(0, type.find(':'));
+}
+
 // The words that an option takes, where they are all.
 Json wordsTaken(const CLI::Option& option) {
   if (option.get_items_expected_max() == 0) return "flag";
-  const std::string names = option.get_type_name();
+  const std::string names = exampleOf(option);
   const auto plain = [](char letter) { return (letter >= 'a' && letter <= 'z') || letter == '|'; };
   const bool listed = names.find('|') != std::string::npos && std::all_of(names.begin(), names.end(), plain);
   return listed ? Json(CLI::detail::split(names, '|')) : Json("text");
@@ -205,7 +211,7 @@ Json offeredOptions() {
                        {"help", unwrapped(option->get_description())},
                        {"takes", wordsTaken(*option)},
                        {"default", option->get_default_str()},
-                       {"example", option->get_type_name()},
+                       {"example", exampleOf(*option)},
                        {"group", option->get_group()}});
   }
   return offered;

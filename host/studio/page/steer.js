@@ -21,7 +21,9 @@ export class Steer {
   #turn = Promise.resolve(); // edits, one after the other
   #waiting = 0;
   #wish = 0;
-  #total = 0;
+  #total = 0; // pictures of the render that goes on
+  #missing = null; // frames, of the last one
+  #offered = []; // options beside the panel
 
   constructor(shown) {
     this.#shown = shown;
@@ -39,7 +41,6 @@ export class Steer {
     await this.#take(told.job);
     return true;
   }
-  #offered = [];
 
   // What a picture of the history was made with.
   async use(picture) {
@@ -54,7 +55,6 @@ export class Steer {
     if (told.event === "summary") this.#missing = told.missing;
     if (told.event === "end") this.#setRender({ running: false, end: told });
   }
-  #missing = null;
 
   async #take(job) {
     this.#job = job;
@@ -62,8 +62,7 @@ export class Steer {
     this.#fields.clear();
     this.#rows = [];
     await this.#edit(() => {});
-    await Promise.all([this.#drawControls(), this.#drawScene()]);
-    this.#drawGuide();
+    await this.#drawScene();
   }
 
   // Tries the changed job; it is the job from then on, unless it is refused.
@@ -71,11 +70,11 @@ export class Steer {
     const turn = this.#turn.then(async () => {
       const job = structuredClone(this.#job);
       change(job);
+      this.#guideSoon(job);
       const { rows } = await post("/api/desk/panel", { job });
       this.#job = job;
       this.#drawPanel(rows);
       if ((job.options.workflow ?? "") !== this.#workflow) await this.#drawControls();
-      this.#guideSoon();
     });
     this.#turn = turn.catch(() => {});
     return turn;
@@ -86,6 +85,7 @@ export class Steer {
       if (value === "" || value === false) delete options[name];
       else options[name] = value;
       if (name === "frames") delete options.time;
+      if ((name === "view" || name === "turntable") && value) delete options.camera;
     });
   }
 
@@ -125,10 +125,16 @@ export class Steer {
     for (const { name } of [{ name: "frames" }, { name: "size" }, ...this.#offered]) {
       this.#fields.get(`--${name}`)?.update({ value: shownOption(this.#job.options[name]) });
     }
-    const chosen = this.#job.options.camera?.[0];
+    const chosen = this.#camera();
     for (const button of at("steer-panel").querySelectorAll(".camera")) {
       button.setAttribute("aria-pressed", String(button.dataset.camera === chosen));
     }
+  }
+
+  // By its name; none where the host's own looks.
+  #camera() {
+    const { camera, view, turntable } = this.#job.options;
+    return camera?.[0] ?? (view || turntable ? undefined : this.#info?.cameras?.[0]?.name);
   }
 
   #buildPanel(rows) {
@@ -239,7 +245,7 @@ export class Steer {
     const buttons = new Map(names.map((name) => {
       const made = element("button", { type: "button", className: "camera", title: name }, element("span", { className: "picture" }), element("span", { textContent: name }));
       made.dataset.camera = name;
-      made.setAttribute("aria-pressed", String(name === this.#job.options.camera?.[0]));
+      made.setAttribute("aria-pressed", String(name === this.#camera()));
       made.addEventListener("click", () => this.#setCamera(name).catch((error) => this.#shown.tell(error.message)));
       return [name, made];
     }));
@@ -250,15 +256,14 @@ export class Steer {
     }
   }
 
-  #guideSoon() {
+  #guideSoon(job) {
     clearTimeout(this.#waiting);
-    this.#waiting = setTimeout(() => this.#drawGuide(), GUIDE_PAUSE);
+    this.#waiting = setTimeout(() => this.#drawGuide(job), GUIDE_PAUSE);
   }
 
   // A small one first, so that it is there at once; then as large as it is looked at. The newest wish wins.
-  async #drawGuide() {
+  async #drawGuide(job) {
     const wish = ++this.#wish;
-    const job = this.#job;
     const camera = job.options.camera?.[0];
     const name = ["guide now", camera, `frame ${job.frame}`].filter(Boolean).join(" · ");
     for (const longest of [SKETCH, Math.round(Math.max(at("viewer").clientWidth, SKETCH) * (window.devicePixelRatio || 1))]) {
@@ -267,7 +272,7 @@ export class Steer {
         if (wish !== this.#wish) return;
         this.#shown.guide(picture, name);
       } catch (error) {
-        if (wish === this.#wish) this.#shown.tell(error.message);
+        if (wish === this.#wish && job === this.#job) this.#shown.tell(error.message);
         return;
       }
     }
@@ -290,7 +295,7 @@ export class Steer {
   }
 
   #say(text, kind = "") {
-    at("steer-state").textContent = text;
+    at("steer-state").textContent = at("steer-state").title = text;
     at("steer-state").className = kind;
   }
 

@@ -41,7 +41,7 @@ function showFrame(frame) {
 // The guide as it would be now, left of what was rendered last.
 function showGuide(card, name) {
   state.shown = { ...state.shown, live: true };
-  parts.viewer.show({ url: pictureUrl(card), name }, parts.viewer.right);
+  parts.viewer.show({ url: pictureUrl(card), name, sketch: true }, parts.viewer.right);
 }
 
 // Against what is shown on the right now, so that two results can be compared.
