@@ -136,10 +136,11 @@ std::string unwrapped(std::string text) {
   return text;
 }
 
-Json workflowOf(const Json& parameters) {
-  const Json none = "";
-  const std::string id = parameters.value("QUILLMERE_WORKFLOW_ID", none);
-  return id.empty() ? parameters.value("QUILLMERE_WORKFLOW_PATH", none) : Json(id);
+// Empty where none is chosen.
+std::string workflowOf(const Json& saved) {
+  const Json parameters = saved.value("parameters", Json::object());
+  const std::string id = parameters.value("QUILLMERE_WORKFLOW_ID", "");
+  return id.empty() ? parameters.value("QUILLMERE_WORKFLOW_PATH", "") : id;
 }
 
 Json optionsFrom(const Json& saved, const Json& rows) {
@@ -150,9 +151,7 @@ Json optionsFrom(const Json& saved, const Json& rows) {
     std::replace(option.begin(), option.end(), '_', '-');
     options[option] = value;
   }
-  if (const Json workflow = workflowOf(saved.value("parameters", Json::object())); workflow != "") {
-    options["workflow"] = workflow;
-  }
+  if (const std::string workflow = workflowOf(saved); !workflow.empty()) options["workflow"] = workflow;
   for (const Json& row : rows) {
     const bool camera = row.value("name", "") == kCamera && row["value"].is_string();
     if (camera && !options.contains("camera") && !options.contains("view")) {

@@ -31,6 +31,9 @@ class SteerCase(PageCase):
         """The input with this label."""
         return until(lambda: self.js("[...document.querySelectorAll('#panel-render .field label')].find(one => one.textContent === arguments[0])?.control", label))
 
+    def value(self, label: str) -> str:
+        return self.js("[...document.querySelectorAll('#panel-render .field label')].find(one => one.textContent === arguments[0])?.control.value", label)
+
     def fill(self, label: str, text: str) -> None:
         field = self.field(label)
         self.js("arguments[0].scrollIntoView({block: 'center'})", field)
@@ -165,10 +168,10 @@ class Render(SteerCase):
         self.find("#tab-history").click()
         until(lambda: len(self.all("history-list .entry")) == 2)
         self.all("history-list .entry")[1].click()
-        until(lambda: "a misty harbour" in self.find("#details table").text)
+        until(lambda: "a misty harbour" in self.js("document.querySelector('#details table')?.textContent || ''"))
         next(one for one in self.all("#details button") if one.text == "Use these settings").click()
-        until(lambda: self.find("#panel-render").is_displayed() and self.field("Prompt").get_attribute("value") == "a misty harbour")
-        self.assertEqual(self.field("Frame").get_attribute("value"), "0")
+        until(lambda: self.find("#panel-render").is_displayed() and self.value("Prompt") == "a misty harbour")
+        self.assertEqual(self.value("Frame"), "0")
 
     def test_a_sequence_is_followed_and_broken_off(self) -> None:
         self.helper('tell \'"phase": "generate", "message": "Inking", "progress": 0.4\'\nsleep 0.3\nanswer')
@@ -207,11 +210,11 @@ class Keep(SteerCase):
         self.fill("Prompt", "sun")
         until(lambda: self.job()["set"]["QUILLMERE_PROMPT"] == "sun")
         self.find("#load-file").click()
-        until(lambda: self.field("Prompt").get_attribute("value") == "it's fog")
+        until(lambda: self.value("Prompt") == "it's fog")
         self.fill("Prompt", "sun")
         until(lambda: self.job()["set"]["QUILLMERE_PROMPT"] == "sun")
         self.find("#load-content").send_keys(str(self.folder / "kept.json"))
-        until(lambda: self.field("Prompt").get_attribute("value") == "it's fog")
+        until(lambda: self.value("Prompt") == "it's fog")
         self.find("#copy-command").click()
         until(lambda: self.state() == "Copied")
         line = self.browser.execute_async_script("navigator.clipboard.readText().then(arguments[0])")
