@@ -1,13 +1,10 @@
 // What is to be rendered, and the rendering of it: the panel, the guide as it would be now, renders, settings.
 import { element, get, pictureUrl, post } from "/api.js";
+import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, factsOf, groupOf, shownOption, wordsOfEnd } from "/fields.js";
+import { LiveGuide } from "/live_guide.js";
 import { Field } from "/panel.js";
 
-const GUIDE_PAUSE = 50; // ms after the last change
-const SKETCH = 480; // pixels of the longer side, drawn first
 const at = (id) => document.getElementById(id);
-const CAMERA = "QUILLMERE_CAMERA";
-const WORKFLOW = "QUILLMERE_WORKFLOW";
-const PROMPT = "QUILLMERE_PROMPT";
 const FRAME = /^-?\d{1,9}$/;
 
 export class Steer {
@@ -19,14 +16,14 @@ export class Steer {
   #workflow = null; // whose controls are shown
   #info = null;
   #turn = Promise.resolve(); // edits, one after the other
-  #waiting = 0;
-  #wish = 0;
+  #guide;
   #total = 0; // pictures of the render that goes on
   #missing = null; // frames, of the last one
   #offered = []; // options beside the panel
 
   constructor(shown) {
     this.#shown = shown;
+    this.#guide = new LiveGuide(shown, at("viewer"));
     this.#attend();
   }
 
@@ -70,7 +67,7 @@ export class Steer {
     const turn = this.#turn.then(async () => {
       const job = structuredClone(this.#job);
       change(job);
-      this.#guideSoon(job);
+      this.#guide.wish(job, () => job === this.#job);
       const { rows } = await post("/api/desk/panel", { job });
       this.#job = job;
       this.#drawPanel(rows);
@@ -256,28 +253,6 @@ export class Steer {
     }
   }
 
-  #guideSoon(job) {
-    clearTimeout(this.#waiting);
-    this.#waiting = setTimeout(() => this.#drawGuide(job), GUIDE_PAUSE);
-  }
-
-  // A small one first, so that it is there at once; then as large as it is looked at. The newest wish wins.
-  async #drawGuide(job) {
-    const wish = ++this.#wish;
-    const camera = job.options.camera?.[0];
-    const name = ["guide now", camera, `frame ${job.frame}`].filter(Boolean).join(" · ");
-    for (const longest of [SKETCH, Math.round(Math.max(at("viewer").clientWidth, SKETCH) * (window.devicePixelRatio || 1))]) {
-      try {
-        const { picture } = await post("/api/desk/guide", { job, longest });
-        if (wish !== this.#wish) return;
-        this.#shown.guide(picture, name);
-      } catch (error) {
-        if (wish === this.#wish && job === this.#job) this.#shown.tell(error.message);
-        return;
-      }
-    }
-  }
-
   async #render(frames) {
     for (const field of this.#fields.values()) await field.settle();
     await this.#turn;
@@ -287,8 +262,7 @@ export class Steer {
       this.#say("A value is refused; correct it first", "bad");
       return;
     }
-    clearTimeout(this.#waiting);
-    ++this.#wish;
+    this.#guide.drop();
     this.#shown.follow();
     await post("/api/desk/render", { job: this.#job, frames });
     this.#setRender({ running: true });
@@ -357,52 +331,4 @@ export class Steer {
     await navigator.clipboard.writeText(command);
     this.#say("Copied");
   }
-}
-
-function groupOf(name, fields) {
-  return element("fieldset", {}, element("legend", { textContent: name }), ...fields);
-}
-
-const shownOption = (value) => (Array.isArray(value) ? value.join(", ") : value === undefined ? "" : typeof value === "boolean" ? value : String(value));
-
-// The panel's types as fields.
-function aboutRow(row) {
-  const types = { bool: "bool", choice: "choice", camera: "choice", "read-only": "note" };
-  const long = row.name === PROMPT || (row.type === "text" && String(row.value).length > 60);
-  return { label: row.label, type: types[row.type] || (long ? "long" : "text"), value: row.value, enabled: row.enabled, choices: row.choices,
-    least: row.min, most: row.max, note: row.note, rows: row.name === PROMPT ? 5 : 3 };
-}
-
-function aboutOption({ name, help, takes, example, ...option }) {
-  const about = { label: name.replaceAll("-", " "), help, value: "", placeholder: option.default || (takes === "text" ? example : "") };
-  if (takes === "flag") return { ...about, type: "bool", value: false };
-  if (takes === "text") return { ...about, type: "text" };
-  return { ...about, type: "choice", choices: takes.map((word) => ({ value: word, text: word })) };
-}
-
-function aboutControl(control, given) {
-  const value = given === undefined ? "" : given.replace(/^"(.*)"$/s, "$1");
-  const about = { label: control.name, value, least: control.least ?? undefined, most: control.most ?? undefined,
-    help: [control.title, control.kind, control.input].filter(Boolean).join(" · "), placeholder: String(control.default ?? "") };
-  if (control.most > Number.MAX_SAFE_INTEGER) about.most = undefined;
-  if (control.type === "switch") return { ...about, type: "choice", choices: ["true", "false"].map((word) => ({ value: word, text: word })) };
-  if (control.type === "choice") return { ...about, type: "choice", choices: (control.choices || []).map((word) => ({ value: word, text: word })) };
-  return { ...about, type: "text", words: control.choices };
-}
-
-function factsOf(info, scene) {
-  const count = (number, word) => `${number.toLocaleString()} ${word}${number === 1 ? "" : "s"}`;
-  const clips = (info.clips || []).map((clip) => `${clip.name}: ${clip.seconds} s, frames ${clip.first_frame} to ${clip.last_frame}${clip.played ? "" : " (not played)"}`);
-  const facts = [["File", scene], ["Made by", info.generator], ["Holds", [count(info.triangles, "triangle"), count(info.instances, "object")].join(", ")],
-    ["Size", info.bounds ? `${info.bounds.size.map((side) => side.toFixed(1)).join(" × ")} m` : ""], ["Clips", clips.join("\n")],
-    ["Lights", String((info.lights || []).length)], ["Materials", (info.materials || []).join(", ")], ["Not supported", (info.not_supported || []).join("\n")]];
-  return facts.filter(([, text]) => text);
-}
-
-function wordsOfEnd(end, missing) {
-  if (end.error) return [[end.error, end.remedy].filter(Boolean).join("; "), "bad"];
-  const left = missing ? `; frames ${missing} are missing` : "";
-  if (end.status === 130) return [`Stopped${left}`, ""];
-  if (end.failed) return [`${end.failed} failed${left}`, "bad"];
-  return [`Done: ${(end.done || 0) + (end.kept || 0)} rendered`, "good"];
 }
