@@ -105,6 +105,7 @@ Json DeskGuides::cameras(Json job, const std::vector<std::string>& names) {
   words.push_back("--output=" + output);
   const app::OutputPattern pattern = app::OutputPattern::parse(output);
   std::vector<fs::path> files;
+  files.reserve(names.size());
   for (const std::string& name : names) files.push_back(pattern.forCamera(name).fileFor(0));
   draw(cameras_, std::move(words), files);
   Json cards = Json::array();

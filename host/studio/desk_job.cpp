@@ -116,10 +116,16 @@ const CLI::Option* optionOf(const CLI::App& command, std::string_view name) {
   return command.get_option_no_throw("--" + std::string(name));
 }
 
+// What its value is called, without what checks it.
+std::string exampleOf(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  return type.substr(0, type.find(':'));
+}
+
 // The words that an option takes, where they are all.
 Json wordsTaken(const CLI::Option& option) {
   if (option.get_items_expected_max() == 0) return "flag";
-  const std::string names = option.get_type_name();
+  const std::string names = exampleOf(option);
   const auto plain = [](char letter) { return (letter >= 'a' && letter <= 'z') || letter == '|'; };
   const bool listed = names.find('|') != std::string::npos && std::all_of(names.begin(), names.end(), plain);
   return listed ? Json(CLI::detail::split(names, '|')) : Json("text");
@@ -130,10 +136,11 @@ std::string unwrapped(std::string text) {
   return text;
 }
 
-Json workflowOf(const Json& parameters) {
-  const Json none = "";
-  const std::string id = parameters.value("QUILLMERE_WORKFLOW_ID", none);
-  return id.empty() ? parameters.value("QUILLMERE_WORKFLOW_PATH", none) : Json(id);
+// Empty where none is chosen.
+std::string workflowOf(const Json& saved) {
+  const Json parameters = saved.value("parameters", Json::object());
+  const std::string id = parameters.value("QUILLMERE_WORKFLOW_ID", "");
+  return id.empty() ? parameters.value("QUILLMERE_WORKFLOW_PATH", "") : id;
 }
 
 Json optionsFrom(const Json& saved, const Json& rows) {
@@ -144,9 +151,7 @@ Json optionsFrom(const Json& saved, const Json& rows) {
     std::replace(option.begin(), option.end(), '_', '-');
     options[option] = value;
   }
-  if (const Json workflow = workflowOf(saved.value("parameters", Json::object())); workflow != "") {
-    options["workflow"] = workflow;
-  }
+  if (const std::string workflow = workflowOf(saved); !workflow.empty()) options["workflow"] = workflow;
   for (const Json& row : rows) {
     const bool camera = row.value("name", "") == kCamera && row["value"].is_string();
     if (camera && !options.contains("camera") && !options.contains("view")) {
@@ -205,7 +210,7 @@ Json offeredOptions() {
                        {"help", unwrapped(option->get_description())},
                        {"takes", wordsTaken(*option)},
                        {"default", option->get_default_str()},
-                       {"example", option->get_type_name()},
+                       {"example", exampleOf(*option)},
                        {"group", option->get_group()}});
   }
   return offered;

@@ -198,7 +198,7 @@ Answer load(Studio& studio, const Request& request) {
 
 // Over nothing but what was saved before: a slip of the keys must not cost another file.
 fs::path fileToSave(const std::string& given) {
-  const fs::path file = fs::absolute(given).lexically_normal();
+  fs::path file = fs::absolute(given).lexically_normal();
   if (given.empty() || file.extension() != ".json") throw Refused(422, "give a file whose name ends in .json");
   std::error_code error;
   if (!fs::exists(fs::symlink_status(file, error))) return file;

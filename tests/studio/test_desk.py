@@ -111,7 +111,7 @@ class Job(DeskCase):
             self.assertIn(why, done.stderr)
 
     def test_settings_and_jobs_are_kept_loaded_and_copied(self) -> None:
-        job = self.desk("--prompt", "it's \"fog\"", "--frames", "1-2", "--output", "o_####.png")
+        job = self.desk("--prompt", "it's \"fog\"", "--frames", "1-2", "--output", "o_####.png", "--style", "")
         for kind in ("settings", "job"):
             saved = self.told("/api/desk/save", {"job": job, "as": kind, "file": f"{kind}.json"})["file"]
             self.assertEqual(json.loads(pathlib.Path(saved).read_text())["format"], f"quillmere {kind}")
@@ -121,7 +121,7 @@ class Job(DeskCase):
                 self.assertEqual((loaded["set"], loaded["options"]["frames"]), (job["set"], "1-2"))
         line = self.told("/api/desk/command", {"job": job, "frames": "all"})["command"]
         words = shlex.split(line)
-        self.assertEqual(words[:2], ["quillmere", "render"])
+        self.assertEqual((words[:2], words[words.index("--style") + 1]), (["quillmere", "render"], ""))
         done = subprocess.run([QUILLMERE, *words[1:], "--dry-run", "--json"], env=self.env, cwd="/", capture_output=True, encoding="utf-8")
         start = json.loads(done.stdout.splitlines()[0])
         self.assertEqual((start["settings"]["parameters"]["QUILLMERE_PROMPT"], start["frames"]), ("it's \"fog\"", "1-2"))

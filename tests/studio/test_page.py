@@ -19,6 +19,7 @@ SHOTS = os.environ.get("QUILLMERE_STUDIO_SHOTS")
 
 class PageCase(StudioCase):
     browser: webdriver.Chrome
+    refusals: tuple[str, ...] = ()  # statuses that the browser may have met
 
     @classmethod
     def setUpClass(cls) -> None:
@@ -36,7 +37,8 @@ class PageCase(StudioCase):
             self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{self.id().split('.')[-1]}.png"))
         self.browser.get("about:blank")
         wrong = [entry for entry in self.browser.get_log("browser") if entry["level"] == "SEVERE"]
-        self.assertEqual([entry for entry in wrong if "/api/events - " not in entry["message"]], [])
+        met = ("/api/events - ", *(f"a status of {status} " for status in self.refusals))
+        self.assertEqual([entry for entry in wrong if not any(one in entry["message"] for one in met)], [])
         super().tearDown()
 
     def open(self, *arguments: str) -> None:

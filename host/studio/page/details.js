@@ -22,6 +22,7 @@ export class Details {
   #place;
   #told; // (text) => void, for what was done or failed
   #former = null; // the record shown before this one
+  use = null; // (entry) => promise, where its settings can be used
 
   constructor(place, told) {
     this.#place = place;
@@ -59,6 +60,7 @@ export class Details {
     add(locked ? "Unlock style" : "Lock as style", "The next renders follow the style of this picture",
       () => post("/api/view", { locked_style: locked ? "" : entry.id }));
     if (!selected) add("Select", "What other viewers show as selected", () => post("/api/view", { selected: entry.id }));
+    if (path && this.use) add("Use these settings", "What made this picture is taken into the panel", () => this.use(entry));
     if (path) {
       add("Copy command", "The command that renders one like it", () => navigator.clipboard.writeText(commandFor(path)).then(() => this.#told("Copied")));
       add("Open folder", path, () => post("/api/open-folder", { picture: entry.id }));

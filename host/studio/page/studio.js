@@ -5,6 +5,7 @@ import "/timeline.js";
 import "/history.js";
 import { Details } from "/details.js";
 import { attendViews } from "/views.js";
+import { Steer } from "/steer.js";
 
 const SEARCH_PAUSE = 150; // ms after the last letter
 const QUIET = 60_000; // ms without a word of a frame that is being rendered
@@ -16,6 +17,12 @@ const parts = {
 };
 const state = { view: {}, frames: new Map(), following: true, shown: null };
 const details = new Details(at("details"), tell);
+const steer = new Steer({
+  tell,
+  guide: showGuide,
+  follow: () => Object.assign(state, { following: true, shown: null }),
+});
+const TABS = [...document.querySelectorAll("aside [role=tab]")].map((tab) => tab.id.slice("tab-".length));
 
 function tell(text) {
   parts.status.textContent = text;
@@ -30,6 +37,12 @@ function showFrame(frame) {
     frame.guide && { url: pictureUrl(frame.guide), name: `guide ${frame.frame}` },
     right && { url: pictureUrl(right), name: frame.picture ? `result ${frame.frame}` : `preview ${frame.frame}` });
   if (!at("panel-console").hidden) showConsole();
+}
+
+// The guide as it would be now, left of what was rendered last.
+function showGuide(card, name) {
+  state.shown = { ...state.shown, live: true };
+  parts.viewer.show({ url: pictureUrl(card), name, sketch: true }, parts.viewer.right);
 }
 
 // Against what is shown on the right now, so that two results can be compared.
@@ -68,7 +81,7 @@ async function showConsole() {
 }
 
 function selectTab(name) {
-  for (const one of ["history", "details", "console"]) {
+  for (const one of TABS) {
     const tab = at(`tab-${one}`);
     tab.setAttribute("aria-selected", String(one === name));
     tab.tabIndex = one === name ? 0 : -1;
@@ -100,7 +113,7 @@ function drawRunning() {
       element("span", { textContent: shown.error })));
   }
   parts.running.replaceChildren(...lines);
-  parts.empty.hidden = all.length > 0 || Boolean(state.view.last);
+  parts.empty.hidden = all.length > 0 || Boolean(state.view.last) || state.steered;
 }
 
 function setView(view) {
@@ -125,7 +138,7 @@ function setFrame(frame) {
   parts.timeline.update(frame);
   if (state.following && parts.timeline.current !== frame.frame) {
     parts.timeline.choose(frame.frame);
-  } else if (parts.timeline.current === frame.frame && !state.shown?.entry) {
+  } else if (parts.timeline.current === frame.frame && !state.shown?.entry && !state.shown?.live) {
     showFrame(frame);
   }
   drawRunning();
@@ -198,7 +211,7 @@ function attend() {
   at("actual").addEventListener("click", () => parts.viewer.actual());
   at("example").addEventListener("click", () => post("/api/example", {}).catch((error) => tell(error.message)));
   at("help-open").addEventListener("click", () => at("help").showModal());
-  for (const one of ["history", "details", "console"]) {
+  for (const one of TABS) {
     at(`tab-${one}`).addEventListener("click", () => selectTab(one));
     at(`tab-${one}`).addEventListener("keydown", (event) => {
       const other = { ArrowLeft: "previousElementSibling", ArrowRight: "nextElementSibling" }[event.key];
@@ -232,8 +245,16 @@ function attend() {
   setInterval(drawRunning, 5000);
 }
 
+async function beginToSteer() {
+  state.steered = await steer.begin();
+  if (!state.steered) return;
+  details.use = (entry) => steer.use(entry.id);
+  drawRunning();
+}
+
 attend();
 setMode("split");
+beginToSteer().catch((error) => tell(error.message));
 let reload = 0;
 listen({
   open: () => loadAll().catch((error) => tell(error.message)),
@@ -246,6 +267,7 @@ listen({
     clearTimeout(reload);
     reload = setTimeout(() => parts.history.reload(), 200);
   },
+  render: (told) => steer.event(told),
   lost: () => loadAll(),
   end: () => tell("The program has ended"),
 });

@@ -22,6 +22,7 @@ class PictureViewer extends HTMLElement {
   #blinking = 0;
   #pointers = new Map();
   #generation = 0;
+  right = null; // what was shown there last, as show() takes it
 
   connectedCallback() {
     this.#divider.setAttribute("role", "slider");
@@ -41,9 +42,11 @@ class PictureViewer extends HTMLElement {
     this.addEventListener("keydown", (event) => this.#onKey(event));
   }
 
-  // Each picture is {url, name}; either may be missing. Shown together, once both are there, so that nothing flickers.
+  // Each picture is {url, name, sketch: whether it stands for a larger one}; either may be missing. Shown together, once both are there, so that nothing flickers.
   async show(left, right) {
     const generation = ++this.#generation;
+    this.right = right;
+    this.classList.toggle("sketch", Boolean(left?.sketch));
     const pictures = [left, right].map((one) => (one?.url ? one : null));
     const loaded = await Promise.all(pictures.map((one) => one && decoded(one.url)));
     if (generation !== this.#generation) return false;

@@ -1,0 +1,55 @@
+// What the panel's rows, the command line's options and a workflow's controls are as fields, and what is said of scenes
+// and of the ends of renders.
+import { element } from "/api.js";
+
+export const CAMERA = "QUILLMERE_CAMERA";
+export const WORKFLOW = "QUILLMERE_WORKFLOW";
+const PROMPT = "QUILLMERE_PROMPT";
+
+export function groupOf(name, fields) {
+  return element("fieldset", {}, element("legend", { textContent: name }), ...fields);
+}
+
+export const shownOption = (value) => (Array.isArray(value) ? value.join(", ") : value === undefined ? "" : typeof value === "boolean" ? value : String(value));
+
+// The panel's types as fields.
+export function aboutRow(row) {
+  const types = { bool: "bool", choice: "choice", camera: "choice", "read-only": "note" };
+  const long = row.name === PROMPT || (row.type === "text" && String(row.value).length > 60);
+  return { label: row.label, type: types[row.type] || (long ? "long" : "text"), value: row.value, enabled: row.enabled, choices: row.choices,
+    least: row.min, most: row.max, note: row.note, rows: row.name === PROMPT ? 5 : 3 };
+}
+
+export function aboutOption({ name, help, takes, example, ...option }) {
+  const about = { label: name.replaceAll("-", " "), help, value: "", placeholder: option.default || (takes === "text" ? example : "") };
+  if (takes === "flag") return { ...about, type: "bool", value: false };
+  if (takes === "text") return { ...about, type: "text" };
+  return { ...about, type: "choice", choices: takes.map((word) => ({ value: word, text: word })) };
+}
+
+export function aboutControl(control, given) {
+  const value = given === undefined ? "" : given.replace(/^"(.*)"$/s, "$1");
+  const about = { label: control.name, value, least: control.least ?? undefined, most: control.most ?? undefined,
+    help: [control.title, control.kind, control.input].filter(Boolean).join(" · "), placeholder: String(control.default ?? "") };
+  if (control.most > Number.MAX_SAFE_INTEGER) about.most = undefined;
+  if (control.type === "switch") return { ...about, type: "choice", choices: ["true", "false"].map((word) => ({ value: word, text: word })) };
+  if (control.type === "choice") return { ...about, type: "choice", choices: (control.choices || []).map((word) => ({ value: word, text: word })) };
+  return { ...about, type: "text", words: control.choices };
+}
+
+export function factsOf(info, scene) {
+  const count = (number, word) => `${number.toLocaleString()} ${word}${number === 1 ? "" : "s"}`;
+  const clips = (info.clips || []).map((clip) => `${clip.name}: ${clip.seconds} s, frames ${clip.first_frame} to ${clip.last_frame}${clip.played ? "" : " (not played)"}`);
+  const facts = [["File", scene], ["Made by", info.generator], ["Holds", [count(info.triangles, "triangle"), count(info.instances, "object")].join(", ")],
+    ["Size", info.bounds ? `${info.bounds.size.map((side) => side.toFixed(1)).join(" × ")} m` : ""], ["Clips", clips.join("\n")],
+    ["Lights", String((info.lights || []).length)], ["Materials", (info.materials || []).join(", ")], ["Not supported", (info.not_supported || []).join("\n")]];
+  return facts.filter(([, text]) => text);
+}
+
+export function wordsOfEnd(end, missing) {
+  if (end.error) return [[end.error, end.remedy].filter(Boolean).join("; "), "bad"];
+  const left = missing ? `; frames ${missing} are missing` : "";
+  if (end.status === 130) return [`Stopped${left}`, ""];
+  if (end.failed) return [`${end.failed} failed${left}`, "bad"];
+  return [`Done: ${(end.done || 0) + (end.kept || 0)} rendered`, "good"];
+}

@@ -1,0 +1,334 @@
+// What is to be rendered, and the rendering of it: the panel, the guide as it would be now, renders, settings.
+import { element, get, pictureUrl, post } from "/api.js";
+import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, factsOf, groupOf, shownOption, wordsOfEnd } from "/fields.js";
+import { LiveGuide } from "/live_guide.js";
+import { Field } from "/panel.js";
+
+const at = (id) => document.getElementById(id);
+const FRAME = /^-?\d{1,9}$/;
+
+export class Steer {
+  #shown; // {guide(card, name), tell(text), follow()}: what the page does with guides, words and renders that begin
+  #job = null;
+  #fields = new Map(); // by parameter, "--option" or "control NAME"
+  #rows = [];
+  #controls = [];
+  #workflow = null; // whose controls are shown
+  #info = null;
+  #turn = Promise.resolve(); // edits, one after the other
+  #guide;
+  #total = 0; // pictures of the render that goes on
+  #missing = null; // frames, of the last one
+  #offered = []; // options beside the panel
+
+  constructor(shown) {
+    this.#shown = shown;
+    this.#guide = new LiveGuide(shown, at("viewer"));
+    this.#attend();
+  }
+
+  // False where the program was started without a scene.
+  async begin() {
+    const told = await get("/api/desk");
+    if (!told.job) return false;
+    this.#offered = told.options;
+    this.#setRender(told.render);
+    at("tab-render").hidden = at("steer-tools").hidden = false;
+    at("tab-render").click();
+    await this.#take(told.job);
+    return true;
+  }
+
+  // What a picture of the history was made with.
+  async use(picture) {
+    await this.#take((await post("/api/desk/load", { job: this.#job, like: picture })).job);
+    at("tab-render").click();
+  }
+
+  // An event of the render that the desk has begun.
+  event(told) {
+    if (told.event === "start") this.#setRender({ running: true, start: told });
+    if (told.event === "sequence") this.#setRender({ running: true, sequence: told });
+    if (told.event === "summary") this.#missing = told.missing;
+    if (told.event === "end") this.#setRender({ running: false, end: told });
+  }
+
+  async #take(job) {
+    this.#job = job;
+    this.#workflow = null;
+    this.#fields.clear();
+    this.#rows = [];
+    await this.#edit(() => {});
+    await this.#drawScene();
+  }
+
+  // Tries the changed job; it is the job from then on, unless it is refused.
+  #edit(change) {
+    const turn = this.#turn.then(async () => {
+      const job = structuredClone(this.#job);
+      change(job);
+      this.#guide.wish(job, () => job === this.#job);
+      const { rows } = await post("/api/desk/panel", { job });
+      this.#job = job;
+      this.#drawPanel(rows);
+      if ((job.options.workflow ?? "") !== this.#workflow) await this.#drawControls();
+    });
+    this.#turn = turn.catch(() => {});
+    return turn;
+  }
+
+  #option(name, value) {
+    return this.#edit(({ options }) => {
+      if (value === "" || value === false) delete options[name];
+      else options[name] = value;
+      if (name === "frames") delete options.time;
+      if ((name === "view" || name === "turntable") && value) delete options.camera;
+    });
+  }
+
+  async #set(row, value) {
+    if (row.name === WORKFLOW) return this.#setWorkflow(value);
+    if (row.name === CAMERA) return this.#setCamera(value);
+    return this.#edit(({ set }) => { set[row.name] = String(value); });
+  }
+
+  #setCamera(name) {
+    return this.#edit(({ options }) => {
+      for (const own of ["view", "turntable"]) delete options[own];
+      options.camera = [name];
+    });
+  }
+
+  // By its identifier, since numbers change with the list.
+  async #setWorkflow(number) {
+    const found = number === "0" ? null : (await get("/api/desk/workflows")).workflows.find((one) => String(one.number) === number);
+    if (number !== "0" && !found) throw new Error("the list of workflows has changed; choose again");
+    return this.#edit(({ options, set, ...job }) => {
+      delete options.workflow;
+      delete set[WORKFLOW];
+      if (found) options.workflow = found.id;
+      else set[WORKFLOW] = "0";
+      for (const name of Object.keys(job.control)) delete job.control[name];
+    });
+  }
+
+  // Group by group as the effect describes it, what is shown staying where it can.
+  #drawPanel(rows) {
+    const same = rows.length === this.#rows.length && rows.every((row, index) => row.name === this.#rows[index].name && row.group === this.#rows[index].group);
+    this.#rows = rows;
+    if (!same) this.#buildPanel(rows);
+    for (const row of rows) this.#fields.get(row.name)?.update(aboutRow(row));
+    this.#fields.get("frame")?.update({ value: String(this.#job.frame) });
+    for (const { name } of [{ name: "frames" }, { name: "size" }, ...this.#offered]) {
+      this.#fields.get(`--${name}`)?.update({ value: shownOption(this.#job.options[name]) });
+    }
+    const chosen = this.#camera();
+    for (const button of at("steer-panel").querySelectorAll(".camera")) {
+      button.setAttribute("aria-pressed", String(button.dataset.camera === chosen));
+    }
+  }
+
+  // By its name; none where the host's own looks.
+  #camera() {
+    const { camera, view, turntable } = this.#job.options;
+    return camera?.[0] ?? (view || turntable ? undefined : this.#info?.cameras?.[0]?.name);
+  }
+
+  #buildPanel(rows) {
+    const groups = [];
+    for (const row of rows) {
+      if (groups.at(-1)?.name !== row.group) groups.push({ name: row.group, fields: [] });
+      groups.at(-1).fields.push(this.#fieldFor(row.name, aboutRow(row), (value) => this.#set(row, value)).place);
+      if (row.name === WORKFLOW) groups.at(-1).fields.push(element("div", { id: "steer-controls" }));
+      if (row.name === CAMERA) groups.at(-1).fields.push(element("div", { id: "steer-cameras", className: "cameras" }));
+    }
+    at("steer-panel").replaceChildren(this.#shot(), ...groups.map(({ name, fields }) => groupOf(name, fields)), ...this.#others());
+  }
+
+  #fieldFor(key, about, change) {
+    const field = new Field(about, change);
+    this.#fields.set(key, field);
+    return field;
+  }
+
+  #shot() {
+    const range = element("input", { type: "range", id: "steer-scrub", hidden: true });
+    range.setAttribute("aria-label", "Frame");
+    range.addEventListener("input", () => { this.#setFrame(range.value).catch(() => {}); });
+    const frame = this.#fieldFor("frame", { label: "Frame", type: "text", value: String(this.#job.frame), help: "What Render frame renders, and what the guide shows" },
+      (value) => this.#setFrame(value));
+    const frames = this.#fieldFor("--frames", { label: "Frames", type: "text", value: "", placeholder: "1-24", help: "What Render sequence renders: A-B, A-BxSTEP, with commas between them" },
+      (value) => this.#option("frames", value));
+    const size = this.#fieldFor("--size", { label: "Size", type: "text", value: "", placeholder: "1024x576", help: "Width x height in pixels" },
+      (value) => this.#option("size", value));
+    const group = groupOf("Shot", [element("div", { className: "three" }, frame.place, frames.place, size.place), range]);
+    group.classList.add("shot");
+    return group;
+  }
+
+  #setFrame(value) {
+    if (!FRAME.test(value)) return Promise.reject(new Error("a whole number is wanted"));
+    return this.#edit((job) => {
+      job.frame = Number(value);
+      delete job.options.time;
+    });
+  }
+
+  // What the command line has beside the panel, folded up under its own headings.
+  #others() {
+    const names = [...new Set(this.#offered.map((option) => option.group))];
+    return names.map((name) => {
+      const fields = this.#offered.filter((option) => option.group === name).map((option) =>
+        this.#fieldFor(`--${option.name}`, aboutOption(option), (value) => this.#option(option.name, value)).place);
+      return element("details", {}, element("summary", { textContent: name }), ...fields);
+    });
+  }
+
+  // Below the workflow, which alone says what it has.
+  async #drawControls() {
+    const workflow = this.#job.options.workflow ?? "";
+    this.#workflow = workflow;
+    const place = at("steer-controls");
+    for (const key of [...this.#fields.keys()]) if (key.startsWith("control ")) this.#fields.delete(key);
+    place?.replaceChildren();
+    if (!workflow || !place) return;
+    try {
+      const told = await post("/api/desk/controls", { workflow });
+      if (this.#workflow !== workflow) return;
+      this.#controls = told.controls || [];
+      const fields = this.#controls.map((control) => this.#fieldFor(`control ${control.name}`, aboutControl(control, this.#job.control[control.name]),
+        (value) => this.#setControl(control, value)).place);
+      const problem = told.problem ? [element("p", { className: "error", textContent: [told.problem, told.remedy].filter(Boolean).join("; ") })] : [];
+      if (!fields.length && !problem.length) return;
+      place.replaceChildren(element("details", { className: "controls", open: Object.keys(this.#job.control).length > 0 || fields.length < 5 },
+        element("summary", { textContent: `Controls (${fields.length})` }), ...problem, ...fields));
+    } catch (error) {
+      place.replaceChildren(element("p", { className: "error", textContent: error.message }));
+    }
+  }
+
+  #setControl(control, value) {
+    const number = Number(value);
+    const measured = (control.type === "whole" || control.type === "number") && !control.choices?.includes(value) && value !== "";
+    if (measured && (Number.isNaN(number) || number < control.least || number > control.most)) {
+      return Promise.reject(new Error(`it takes ${control.least ?? "any number"} to ${control.most ?? "any number"}`));
+    }
+    return this.#edit((job) => {
+      if (value === "") delete job.control[control.name];
+      else job.control[control.name] = control.type === "text" ? `"${value}"` : String(value);
+    });
+  }
+
+  async #drawScene() {
+    const { info } = await post("/api/desk/scene", { job: this.#job });
+    this.#info = info;
+    at("steer-scene").replaceChildren(element("table", {}, element("tbody", {}, ...factsOf(info, this.#job.scene).map(([name, text]) =>
+      element("tr", {}, element("th", { scope: "row", textContent: name }), element("td", { textContent: text }))))));
+    const scrub = at("steer-scrub");
+    const clips = (info.clips || []).filter((clip) => clip.played);
+    if (scrub && clips.length) {
+      scrub.min = Math.min(...clips.map((clip) => clip.first_frame));
+      scrub.max = Math.max(...clips.map((clip) => clip.last_frame));
+      scrub.value = this.#job.frame;
+      scrub.hidden = false;
+    }
+    this.#drawCameras().catch((error) => this.#shown.tell(error.message));
+  }
+
+  async #drawCameras() {
+    const names = (this.#info.cameras || []).filter((camera) => !camera.of_host).map((camera) => camera.name);
+    const place = at("steer-cameras");
+    if (!names.length || !place) return;
+    const buttons = new Map(names.map((name) => {
+      const made = element("button", { type: "button", className: "camera", title: name }, element("span", { className: "picture" }), element("span", { textContent: name }));
+      made.dataset.camera = name;
+      made.setAttribute("aria-pressed", String(name === this.#camera()));
+      made.addEventListener("click", () => this.#setCamera(name).catch((error) => this.#shown.tell(error.message)));
+      return [name, made];
+    }));
+    place.replaceChildren(...buttons.values());
+    const { cameras } = await post("/api/desk/cameras", { job: this.#job, names });
+    for (const { name, picture } of cameras) {
+      buttons.get(name)?.firstChild.replaceChildren(element("img", { src: pictureUrl(picture), alt: "" }));
+    }
+  }
+
+  async #render(frames) {
+    for (const field of this.#fields.values()) await field.settle();
+    await this.#turn;
+    const refused = [...this.#fields.values()].find((field) => field.refused);
+    if (refused) {
+      refused.focus();
+      this.#say("A value is refused; correct it first", "bad");
+      return;
+    }
+    this.#guide.drop();
+    this.#shown.follow();
+    await post("/api/desk/render", { job: this.#job, frames });
+    this.#setRender({ running: true });
+  }
+
+  #say(text, kind = "") {
+    at("steer-state").textContent = at("steer-state").title = text;
+    at("steer-state").className = kind;
+  }
+
+  #setRender({ running, start, sequence, end }) {
+    at("render-frame").disabled = at("render-sequence").disabled = running;
+    at("render-break").disabled = !running;
+    if (start) this.#total = start.count;
+    if (start) this.#missing = null;
+    if (running) {
+      const left = sequence?.seconds_left ? `, ${Math.ceil(sequence.seconds_left)} s left` : "";
+      this.#say(sequence ? `${sequence.done + sequence.kept} of ${sequence.count}${left}` : this.#total > 1 ? `0 of ${this.#total}` : "Rendering");
+    } else if (end) {
+      this.#say(...wordsOfEnd(end, this.#missing));
+    }
+  }
+
+  #attend() {
+    const act = (id, action) => at(id).addEventListener("click", () => action().catch((error) => this.#say(error.message, "bad")));
+    at("steer-panel").addEventListener("submit", (event) => event.preventDefault());
+    act("render-frame", () => this.#render("current"));
+    act("render-sequence", () => this.#render("all"));
+    act("render-break", () => post("/api/desk/break", {}));
+    act("save-settings", () => this.#save("settings"));
+    act("save-job", () => this.#save("job"));
+    act("load-file", () => this.#load({ file: at("steer-file").value }));
+    act("copy-command", () => this.#copy());
+    at("load-content").addEventListener("change", async () => {
+      const [file] = at("load-content").files;
+      at("load-content").value = "";
+      if (!file) return;
+      try {
+        await this.#load({ content: JSON.parse(await file.text()) });
+      } catch (error) {
+        this.#say(`${file.name}: ${error.message}`, "bad");
+      }
+    });
+    document.addEventListener("keydown", (event) => {
+      if (event.key !== "Enter" || !(event.ctrlKey || event.metaKey) || !this.#job || at("render-frame").disabled) return;
+      event.preventDefault();
+      this.#render("current").catch((error) => this.#say(error.message, "bad"));
+    });
+    window.addEventListener("focus", () => { if (this.#job) this.#edit(() => {}).catch(() => {}); });
+  }
+
+  async #save(as) {
+    await this.#turn;
+    const { file } = await post("/api/desk/save", { job: this.#job, as, file: at("steer-file").value });
+    this.#say(`Saved ${file}`);
+  }
+
+  async #load(what) {
+    await this.#take((await post("/api/desk/load", { job: this.#job, ...what })).job);
+    this.#say("Loaded");
+  }
+
+  async #copy() {
+    await this.#turn;
+    const { command } = await post("/api/desk/command", { job: this.#job, frames: "all" });
+    await navigator.clipboard.writeText(command);
+    this.#say("Copied");
+  }
+}

@@ -1,0 +1,227 @@
+"""Rendering from the page as a person does it, in a browser without a screen."""
+
+import json
+import pathlib
+import subprocess
+import unittest
+
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.support.ui import Select
+
+from studio_case import until
+from test_page import SHOTS, PageCase
+from app_case import QUILLMERE
+
+
+class SteerCase(PageCase):
+    refusals = ("409", "422")
+
+    def open_scene(self, *arguments: str, plugin: str = "plugin", size: str = "64x36") -> None:
+        given = ["--plugin", plugin] if plugin else []
+        self.studio("scene.glb", *given, "--pictures", "renders", "--output", "o_####.png", "--size", size, *arguments)
+        self.browser.get(self.address)
+        until(lambda: self.all("#steer-panel .field") and self.guide_name())
+
+    def guide_name(self) -> str:
+        return self.find(".name.left").text
+
+    def field(self, label: str):
+        """The input with this label."""
+        return until(lambda: self.js("[...document.querySelectorAll('#panel-render .field label')].find(one => one.textContent === arguments[0])?.control", label))
+
+    def value(self, label: str) -> str:
+        return self.js("[...document.querySelectorAll('#panel-render .field label')].find(one => one.textContent === arguments[0])?.control.value", label)
+
+    def fill(self, label: str, text: str) -> None:
+        field = self.field(label)
+        self.js("arguments[0].scrollIntoView({block: 'center'})", field)
+        field.clear()
+        field.send_keys(text, Keys.TAB)
+
+    def error_of(self, label: str) -> str:
+        field = self.field(label)
+        if field.get_attribute("aria-invalid") != "true":
+            return ""
+        return self.browser.find_element(By.ID, field.get_attribute("aria-describedby")).text
+
+    def open_all(self) -> None:
+        self.js("document.querySelectorAll('#panel-render details').forEach(one => one.open = true)")
+
+    def job(self) -> dict:
+        return self.told("/api/desk")["job"]
+
+    def state(self) -> str:
+        return self.find("#steer-state").text
+
+    def shot(self, name: str) -> None:
+        if SHOTS:
+            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{name}.png"))
+
+
+class Panel(SteerCase):
+    def test_the_panel_is_the_effects_own_and_refusals_stand_beside_their_field(self) -> None:
+        self.catalog(("ink", "Ink"), ("flux", "FLUX.2 Dev"))
+        self.open_scene()
+        rows = json.loads(self.run_command("panel", "scene.glb", "--plugin", "plugin", "--write-dir", "write", "--json").stdout)
+        shown = [one.get_property("textContent") for one in self.all("#steer-panel fieldset:not(.shot) > .field > label")]
+        self.assertEqual(shown, [row["label"] for row in rows])
+        self.assertFalse(self.field("System Prompt").is_enabled())
+        self.assertEqual([one.text for one in Select(self.field("Workflow")).options], ["None", "Ink", "FLUX.2 Dev"])
+        self.fill("History Limit", "0")
+        until(lambda: "from 1 to 5000" in self.error_of("History Limit"))
+        self.shot("steer_refused")
+        self.find("#render-frame").click()
+        until(lambda: "refused" in self.state())
+        self.assertEqual(self.js("document.activeElement.id"), self.field("History Limit").get_attribute("id"))
+        self.fill("History Limit", "50")
+        until(lambda: not self.error_of("History Limit"))
+        self.field("Unlock System Prompt").click()
+        until(lambda: self.field("System Prompt").is_enabled())
+        Select(self.field("Workflow")).select_by_visible_text("Ink")
+        until(lambda: self.job()["options"]["workflow"] == "ink")
+        self.fill("Size", "0x0")
+        until(lambda: "--size" in self.error_of("Size"))
+        self.assertEqual(self.job()["set"], {"QUILLMERE_HISTORY_LIMIT": "50", "QUILLMERE_UNLOCK_SYSTEM_PROMPT": "true"})
+
+    def test_the_guide_follows_the_panel(self) -> None:
+        self.open_scene()
+        until(lambda: len(self.all(".camera img")) == 2)
+        source = self.find("picture-viewer img").get_attribute("src")
+        self.find(".camera[data-camera=Chart]").click()
+        until(lambda: "Chart" in self.guide_name() and self.find("picture-viewer img").get_attribute("src") != source)
+        self.assertEqual(Select(self.field("Camera")).first_selected_option.text, "Chart")
+        self.assertEqual(self.find(".camera[data-camera=Chart]").get_attribute("aria-pressed"), "true")
+        self.fill("Frame", "20")
+        until(lambda: "frame 20" in self.guide_name())
+        source = self.find("picture-viewer img").get_attribute("src")
+        Select(self.field("Guide Mode")).select_by_visible_text("Final Render")
+        until(lambda: self.find("picture-viewer img").get_attribute("src") != source)
+        self.open_all()
+        until(lambda: "Walk: 1 s" in self.find("#steer-scene").text)
+
+    def test_by_keyboard_alone_in_light_and_dark(self) -> None:
+        for scheme in ("dark", "light"):
+            self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": [{"name": "prefers-color-scheme", "value": scheme}]})
+            self.open_scene()
+            self.find("body").send_keys(Keys.TAB)
+            reached = set()
+            for _ in range(40):
+                reached.add(self.js("document.activeElement.id"))
+                ActionChains(self.browser).send_keys(Keys.TAB).perform()
+            self.assertLessEqual({"render-frame", "render-sequence", "tab-render", self.field("Prompt").get_attribute("id")}, reached)
+            faint = self.js(CONTRASTS)
+            self.assertEqual([one for one in faint if one[1] < 4.5], [])
+            self.shot(f"steer_{scheme}")
+            self.process.terminate()
+            self.process.wait()
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
+
+
+# [text, contrast] of what the panel and the buttons say, but for what is greyed out.
+CONTRASTS = """(() => {
+  const parts = (colour) => colour.match(/[\\d.]+/g).map(Number);
+  const light = (colour) => parts(colour).slice(0, 3).map((one) => one / 255)
+    .map((one) => (one <= 0.03928 ? one / 12.92 : ((one + 0.055) / 1.055) ** 2.4)).reduce((sum, one, at) => sum + one * [0.2126, 0.7152, 0.0722][at], 0);
+  const ground = (node) => {
+    for (let one = node; one; one = one.parentElement) {
+      const colour = getComputedStyle(one).backgroundColor;
+      if (parts(colour)[3] !== 0) return colour;
+    }
+    return "rgb(255, 255, 255)";
+  };
+  const shown = [...document.querySelectorAll("#panel-render label, #panel-render legend, #panel-render summary, #panel-render input, #panel-render button, #steer-tools button")]
+    .filter((node) => node.offsetParent && !node.disabled);
+  return shown.map((node) => {
+    const both = [light(getComputedStyle(node).color), light(ground(node))].sort((a, b) => b - a);
+    return [node.textContent || node.id, (both[0] + 0.05) / (both[1] + 0.05)];
+  });
+})()"""
+
+
+class Render(SteerCase):
+    def test_a_frame_is_drawn_from_start_to_picture(self) -> None:
+        (self.folder / "bin" / "python3").unlink()  # the program's own helper draws
+        self.open_scene(size="320x180", plugin="")
+        self.fill("Prompt", "a misty harbour")
+        ActionChains(self.browser).key_down(Keys.CONTROL).send_keys(Keys.ENTER).key_up(Keys.CONTROL).perform()
+        until(lambda: self.all(".in-flight p"))
+        self.assertFalse(self.find("#render-frame").is_enabled())
+        until(lambda: "Done" in self.state(), 60)
+        until(lambda: self.find(".name.right").text == "result 0")
+        self.shot("steer_rendered")
+        record = json.loads(self.run_command("show", "o_0000.png", "--json").stdout)
+        self.assertEqual(record["prompt"], "a misty harbour")
+        self.find("#tab-history").click()
+        until(lambda: self.all("history-list .entry"))
+        self.find("history-list .entry").click()
+        until(lambda: "a misty harbour" in self.find("#details").text)
+        next(one for one in self.all("#details button") if one.text == "Lock as style").click()
+        until(lambda: self.told("/api/state")["view"]["locked_style"])
+        self.find("#tab-render").click()
+        self.fill("Prompt", "at night")
+        self.fill("Frame", "3")
+        self.find("#render-frame").click()
+        until(lambda: self.find(".name.right").text == "result 3", 60)
+        self.assertTrue(self.request(3)["locked_style_image"])
+        self.find("#tab-history").click()
+        until(lambda: len(self.all("history-list .entry")) == 2)
+        self.all("history-list .entry")[1].click()
+        until(lambda: "a misty harbour" in self.js("document.querySelector('#details table')?.textContent || ''"))
+        next(one for one in self.all("#details button") if one.text == "Use these settings").click()
+        until(lambda: self.find("#panel-render").is_displayed() and self.value("Prompt") == "a misty harbour")
+        self.assertEqual(self.value("Frame"), "0")
+
+    def test_a_sequence_is_followed_and_broken_off(self) -> None:
+        self.helper('tell \'"phase": "generate", "message": "Inking", "progress": 0.4\'\nsleep 0.3\nanswer')
+        self.open_scene("--jobs", "1")
+        self.fill("Frames", "1-3")
+        self.find("#render-sequence").click()
+        until(lambda: "of 3" in self.state())
+        until(lambda: "Done: 3" in self.state(), 60)
+        self.assertEqual(len(self.all("frame-timeline button.done")), 3)
+        self.helper('tell \'"phase": "generate", "message": "Inking", "progress": 0.4\'\nsleep 30\nanswer')
+        self.fill("Frames", "4-6")
+        self.find("#render-sequence").click()
+        until(lambda: "Inking" in self.find(".in-flight").text)
+        self.find("#render-break").click()
+        until(lambda: "Stopped" in self.state() and "4-6" in self.state())
+        self.assertTrue(self.find("#render-frame").is_enabled())
+
+    def test_why_a_render_cannot_begin_and_that_the_program_has_ended(self) -> None:
+        self.open_scene()
+        (self.folder / "scene.glb").write_text("no scene any more")
+        self.find("#render-frame").click()
+        until(lambda: "scene.glb" in self.state() and self.find("#steer-state.bad"))
+        self.process.terminate()
+        until(lambda: any(words in self.find("#status").text for words in ("has ended", "doesn't answer")))
+
+
+class Keep(SteerCase):
+    def test_settings_are_saved_loaded_and_copied(self) -> None:
+        self.browser.execute_cdp_cmd("Browser.grantPermissions", {"permissions": ["clipboardReadWrite", "clipboardSanitizedWrite"]})
+        self.open_scene()
+        self.fill("Prompt", "it's fog")
+        self.open_all()
+        self.find("#steer-file").send_keys("kept.json")
+        self.find("#save-settings").click()
+        until(lambda: (self.folder / "kept.json").exists() and "Saved" in self.state())
+        self.fill("Prompt", "sun")
+        until(lambda: self.job()["set"]["QUILLMERE_PROMPT"] == "sun")
+        self.find("#load-file").click()
+        until(lambda: self.value("Prompt") == "it's fog")
+        self.fill("Prompt", "sun")
+        until(lambda: self.job()["set"]["QUILLMERE_PROMPT"] == "sun")
+        self.find("#load-content").send_keys(str(self.folder / "kept.json"))
+        until(lambda: self.value("Prompt") == "it's fog")
+        self.find("#copy-command").click()
+        until(lambda: self.state() == "Copied")
+        line = self.browser.execute_async_script("navigator.clipboard.readText().then(arguments[0])")
+        self.assertTrue(line.startswith("quillmere render "), line)
+        done = subprocess.run(["sh", "-c", line.replace("quillmere", QUILLMERE, 1)], env=self.env, capture_output=True, cwd="/", timeout=60)
+        self.assertEqual((done.returncode, (self.folder / "o_0000.png").exists()), (0, True), done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
