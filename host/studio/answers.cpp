@@ -68,6 +68,12 @@ Answer log(Studio& studio, const Request& request) {
   return answerWith({{"frame", *frame}, {"text", studio.watch.frames().log(*frame)}});
 }
 
+Answer passes(Studio& studio, const Request& request) {
+  const auto frame = numberIn<std::int64_t>(request.subject);
+  if (!frame) throw Refused(400, "'" + request.subject + "' is no frame");
+  return answerWith({{"frame", *frame}, {"passes", studio.watch.frames().passes(*frame)}});
+}
+
 Answer setView(Studio& studio, const Request& request) {
   const Json body = bodyOf(request);
   ViewChoice choice;
@@ -109,6 +115,7 @@ constexpr std::array kRoutes{
     Route{Route::Method::Get, "/api/thumbnail/", thumbnail},
     Route{Route::Method::Get, "/api/record/", record},
     Route{Route::Method::Get, "/api/log/", log},
+    Route{Route::Method::Get, "/api/passes/", passes},
     Route{Route::Method::Post, "/api/view", setView},
     Route{Route::Method::Post, "/api/mark", setMark},
     Route{Route::Method::Post, "/api/open-folder", openFolder},

@@ -12,6 +12,7 @@
 #include "base/file_reading.h"
 #include "files/exchange_files.h"
 #include "files/merged_files.h"
+#include "record/picture_record.h"
 
 namespace quillmere::studio {
 namespace {
@@ -97,6 +98,21 @@ std::string stampsOf(const fs::path& folder, std::int64_t frame) {
   return stamps;
 }
 
+// Those of which there is one picture a frame.
+std::vector<std::string> passesIn(const fs::path& picture) {
+  std::vector<std::string> passes;
+  try {
+    const Json record = app::recordOf(picture);
+    const Json told = record.value("passes", Json::object());
+    for (const char* pass : {"depth", "normal", "lines", "object", "material", "albedo"}) {
+      if (told.contains(pass)) passes.emplace_back(pass);
+    }
+  } catch (const Error&) {
+    return {};
+  }
+  return passes;
+}
+
 }  // namespace
 
 Frames::Frames(fs::path writeDirectory, PictureShelf& shelf)
@@ -180,6 +196,23 @@ std::vector<Json> Frames::told() const {
   const std::lock_guard lock(mutex_);
   for (const auto& [frame, told] : told_) all.push_back(told);
   return all;
+}
+
+Json Frames::passes(std::int64_t frame) const {
+  const std::lock_guard lock(mutex_);
+  const auto told = told_.find(frame);
+  if (told == told_.end() || !told->second["picture"].is_object()) return Json::array();
+  const auto picture = shelf_.find(told->second["picture"]["id"]);
+  Json passes = Json::array();
+  for (const std::string& pass : picture ? passesIn(*picture) : std::vector<std::string>()) {
+    fs::path latest;
+    for (const auto& [folder, read] : folders_) {
+      const fs::path file = fileOf(folder, (pass + "_").c_str(), frame, ".png");
+      if (timeOf(file) > timeOf(latest)) latest = file;
+    }
+    if (!latest.empty()) passes.push_back({{"name", pass}, {"picture", shelf_.cardOf(latest)}});
+  }
+  return passes;
 }
 
 std::string Frames::log(std::int64_t frame) const {

@@ -113,6 +113,25 @@ class Look(PageCase):
         self.press(Keys.ARROW_RIGHT)
         until(lambda: self.find(".name.right").text == "result 2")
 
+    def test_a_pass_stands_on_the_left(self) -> None:
+        runtime = self.exchange / "runtime"
+        for number, passes in ((1, {"depth": {}, "lines": {}}), (2, {})):
+            picture = self.picture(f"f{number}.png", prompt="x", passes=passes)
+            self.frame(number, response={"ok": True, "first_output": str(picture)})
+            for name in ("depth", "normal"):  # of an earlier render, as far as the record doesn't name them
+                (runtime / f"{name}_{number}.png").write_bytes(picture.read_bytes())
+        self.open()
+        self.js("arguments[0].focus()", self.find("frame-timeline [aria-selected=true]"))
+        self.press(Keys.HOME)
+        until(lambda: self.js("[...document.querySelector('#left').options].map(one => one.value)") == ["guide", "depth"])
+        self.find("#left").send_keys("depth")
+        until(lambda: self.find(".name.left").text == "depth 1")
+        self.js("arguments[0].focus()", self.find("frame-timeline [aria-selected=true]"))
+        self.press(Keys.ARROW_RIGHT)
+        until(lambda: self.find(".name.left").text == "guide 2")
+        self.press(Keys.ARROW_LEFT)
+        until(lambda: self.find(".name.left").text == "depth 1")
+
     def test_the_frames_are_played(self) -> None:
         for number in (1, 2, 3):
             self.done_frame(number)
@@ -166,6 +185,12 @@ class Find(PageCase):
         self.press("/")
         self.press("prompt 3")
         until(lambda: "1 of 5" in self.find("#found").text)
+        self.find("#words").clear()
+        self.find("#filters summary").click()
+        next(one for one in self.all("#filters button") if one.text == "frame:").click()
+        self.press("3")
+        until(lambda: "1 of 5" in self.find("#found").text)
+        self.assertEqual(self.find("#words").get_attribute("value"), "frame:3")
         self.find("history-list .entry").click()
         until(lambda: "prompt 3" in self.find("#details").text)
         next(one for one in self.all("#details button") if one.text == "Lock as style").click()

@@ -4,6 +4,7 @@ import { MODES } from "/viewer.js";
 import "/timeline.js";
 import "/history.js";
 import { Details } from "/details.js";
+import { LeftChooser } from "/passes.js";
 import { attendViews } from "/views.js";
 import { Steer } from "/steer.js";
 
@@ -23,18 +24,22 @@ const steer = new Steer({
   follow: () => Object.assign(state, { following: true, shown: null }),
 });
 const TABS = [...document.querySelectorAll("aside [role=tab]")].map((tab) => tab.id.slice("tab-".length));
+const leftChooser = new LeftChooser(at("left"), () => showFrame(state.frames.get(parts.timeline.current)), tell);
 
 function tell(text) {
   parts.status.textContent = text;
 }
 
-// Left the guide, right the result, or the preview while there is none.
-function showFrame(frame) {
+// Left the guide or what was chosen instead, right the result, or the preview while there is none.
+async function showFrame(frame) {
   if (!frame) return;
   const right = frame.picture || frame.preview;
-  state.shown = { frame: frame.frame, id: right?.id };
+  const shown = { frame: frame.frame, id: right?.id };
+  state.shown = shown;
+  const left = await leftChooser.leftOf(frame);
+  if (state.shown !== shown) return;
   parts.viewer.show(
-    frame.guide && { url: pictureUrl(frame.guide), name: `guide ${frame.frame}` },
+    left.picture && { url: pictureUrl(left.picture), name: left.name },
     right && { url: pictureUrl(right), name: frame.picture ? `result ${frame.frame}` : `preview ${frame.frame}` });
   if (!at("panel-console").hidden) showConsole();
 }
@@ -236,6 +241,14 @@ function attend() {
     post("/api/mark", { picture: detail.id, star: !detail.star })
       .then((mark) => parts.history.replace({ ...detail, ...mark }))
       .catch((error) => tell(error.message));
+  });
+  at("filters").addEventListener("click", ({ target }) => {
+    if (!target.matches("button")) return;
+    const words = at("words");
+    const today = "today" in target.dataset ? new Date().toLocaleDateString("sv") : ""; // 2026-11-22
+    words.value = `${words.value.trim()} ${target.textContent}${today}`.trim();
+    words.focus();
+    search();
   });
   at("search").addEventListener("submit", (event) => event.preventDefault());
   at("search").addEventListener("input", () => {
