@@ -148,9 +148,8 @@ Outcome drawLines(const std::vector<image::Image>& objects, const LineGround& gr
     float* const to = lines.row<float>(y);
     for (int x = 0; x < lines.width(); ++x, shape += 4) {
       const float leastLeap = kLeap * (camera.orthographic ? height : shape[3] * height);
-      to[x] = even.at(x, y, leastLeap)
-                  ? 0.0F
-                  : lineAt(objects.front(), ground.shape, camera.orthographic, height, x, y);
+      to[x] =
+          even.at(x, y, leastLeap) ? 0.0F : lineAt(objects.front(), ground.shape, camera.orthographic, height, x, y);
     }
   });
 }
