@@ -17,10 +17,11 @@ float stored(float light);
 class StoredBytes {
  public:
   StoredBytes();
-  std::uint8_t of(float light) const { return bytes_[static_cast<std::size_t>(clamped(light) * kSteps + 0.5F)]; }
+  std::uint8_t of(float light) const { return bytes_[static_cast<std::size_t>(clamped(light) * kSteps + kRounding)]; }
 
  private:
   static constexpr int kSteps = 8192;
+  static constexpr float kRounding = 0.5F;
   // Comparisons written so that NaN fails them.
   static float clamped(float light) {
     const float positive = light > 0.0F ? light : 0.0F;

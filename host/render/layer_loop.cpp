@@ -19,8 +19,8 @@ constexpr std::array<glm::vec2, 4> kGrid{{{0.375F, 0.125F}, {0.875F, 0.375F}, {0
 struct GridPlaces {
   constexpr GridPlaces() {
     for (std::size_t ray = 0; ray < kRays; ++ray) {
-      x[ray] = kGrid[ray % 4].x + static_cast<float>(ray / 4 % 2);
-      y[ray] = kGrid[ray % 4].y + static_cast<float>(ray / 8);
+      x[ray] = kGrid[ray % 4].x + static_cast<float>(ray >> 2U & 1U);
+      y[ray] = kGrid[ray % 4].y + static_cast<float>(ray >> 3U);
     }
   }
   std::array<float, kRays> x{}, y{};

@@ -122,15 +122,15 @@ class LayerTrace {
   RayPacket rays_;
   MetTriangle& triangle_;  // the last one that was met
   float footprint_;
-  int found_ = 0;              // layers
+  int found_ = 0;             // layers
   bool seesThrough_ = false;  // whether any point of the layer lets light through
 };
 
 // What turns layers into pixels. A Sum is what one pixel's samples add up to; a fresh one, `Sum{}`, is nothing.
 template <class T>
 concept Shader = requires(const T& shader, const Layer& layer, PerRay<typename T::Sum>& sums) {
-  // Adds to the sum of each ray's pixel, `sums[layer.block.summedAt(ray)]`, what the layer brings to its sample. Returns
-  // the rays whose samples need no layer behind this one; samples that are spent end without being told.
+  // Adds to the sum of each ray's pixel, `sums[layer.block.summedAt(ray)]`, what the layer brings to its sample.
+  // Returns the rays whose samples need no layer behind this one; samples that are spent end without being told.
   { shader.shade(layer, sums) } -> std::same_as<RaySet>;
   sums[0] += sums[1];
   // Writes pixel (x, y) from the sum of that many samples; each pixel once, on any thread.

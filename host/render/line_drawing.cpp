@@ -100,9 +100,10 @@ class EvenPixels {
     if (x < kReach || y < kReach || x >= shape_.width() - kReach || y >= shape_.height() - kReach) return false;
     const float* const ranks = objects_.pixel<float>(x, y);
     const float* const shape = shape_.pixel<float>(x, y);
-    const std::ptrdiff_t row = std::ptrdiff_t{4} * shape_.width();
-    return sameObject(ranks - 4, ranks + 4) && sameObject(ranks - row, ranks + row) &&
-           sameShape(shape - 2 * 4, shape + 2 * 4, leastLeap) && sameShape(shape - 2 * row, shape + 2 * row, leastLeap);
+    const std::ptrdiff_t pixel = 4, row = pixel * shape_.width();
+    return sameObject(ranks - pixel, ranks + pixel) && sameObject(ranks - row, ranks + row) &&
+           sameShape(shape - 2 * pixel, shape + 2 * pixel, leastLeap) &&
+           sameShape(shape - 2 * row, shape + 2 * row, leastLeap);
   }
 
  private:
@@ -148,9 +149,8 @@ Outcome drawLines(const std::vector<image::Image>& objects, const LineGround& gr
     float* const to = lines.row<float>(y);
     for (int x = 0; x < lines.width(); ++x, shape += 4) {
       const float leastLeap = kLeap * (camera.orthographic ? height : shape[3] * height);
-      to[x] = even.at(x, y, leastLeap)
-                  ? 0.0F
-                  : lineAt(objects.front(), ground.shape, camera.orthographic, height, x, y);
+      to[x] =
+          even.at(x, y, leastLeap) ? 0.0F : lineAt(objects.front(), ground.shape, camera.orthographic, height, x, y);
     }
   });
 }

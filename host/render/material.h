@@ -61,8 +61,7 @@ struct SurfacePlace {
   glm::uvec3 corners;  // of the triangle
   float share = 0.0F;  // of the triangle's area that the pixel covers; 0 for a pixel as small as can be
 
-  SurfacePlace(const scene::Geometry& on, const TrianglePoint& at)
-      : SurfacePlace(on, at, cornersOf(on, at.triangle)) {}
+  SurfacePlace(const scene::Geometry& on, const TrianglePoint& at) : SurfacePlace(on, at, cornersOf(on, at.triangle)) {}
   SurfacePlace(const scene::Geometry& on, const TrianglePoint& at, glm::uvec3 cornersThere)
       : geometry(on), point(at), corners(cornersThere) {}
 };

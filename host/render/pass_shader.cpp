@@ -8,7 +8,8 @@
 namespace quillmere::render {
 namespace {
 
-constexpr float kSeen = 0.5F;  // of a sample that a surface has to stop, together with those in front of it
+constexpr RaySet kOnePerPixel = 0x1111;  // the points of a block of two by two pixels of which each met one triangle
+constexpr float kSeen = 0.5F;            // of a sample that a surface has to stop, together with those in front of it
 
 std::vector<Plane> planesOf(std::vector<image::Image>& pictures) {
   return {pictures.begin(), pictures.end()};
@@ -116,6 +117,7 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
       toCamera_(glm::transpose(glm::mat3(picture.camera.toWorld))),
       inverse_(request.tone.kind == DepthTone::Kind::Inverse),
       orthographic_(picture.camera.orthographic),
+      looksAtSurfaces_(depth_ || normal_ || position_ || shape_),
       toTheEnd_(target.quick != nullptr || kMattes == Mattes::Yes || request.passes.has(Pass::Albedo)) {
   const float near = inverse_ ? 1.0F / request.tone.range.near : request.tone.range.near;
   const float far = inverse_ ? 1.0F / request.tone.range.far : request.tone.range.far;
@@ -137,7 +139,7 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   };
   const RaySet seen = seenIn(layer);
   const Depths depths = depthsOf(layer);
-  for (RaySet open = seen; open != 0;) {
+  for (RaySet open = looksAtSurfaces_ ? seen : 0; open != 0;) {
     const int ray = std::countr_zero(open);
     const RaySet beside = open & layer.block.raysBeside(ray);
     addSeen(layer, beside, depths, seenOf(ray));
@@ -184,11 +186,13 @@ typename PassShader<kMattes>::Depths PassShader<kMattes>::depthsOf(const Layer& 
 template <Mattes kMattes>
 void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const {
   float samples = 0.0F, tone = 0.0F, even = 0.0F, nearest = seen.nearest;  // which the compiler keeps at hand
+  const int first = std::countr_zero(rays), at = layer.pointOf[first];
+  const bool bends = normal_ || shape_, onOne = layer.points == kOnePerPixel;
   glm::vec3 normal(0.0F);
   int nearestRay = -1;
   forEachRay(rays, [&](int ray) {
     samples += 1.0F;
-    if (normal_ || shape_) normal += layer.surface.normal[layer.pointOf[ray]];
+    if (bends && !onOne) normal += layer.surface.normal[layer.pointOf[ray]];
     if (tone_) tone += depths.tones[ray];
     if (shape_) even += depths.even[ray];
     const float depth = layer.rays.hit(ray).distance;
@@ -196,6 +200,7 @@ void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths&
     nearest = depth;
     nearestRay = ray;
   });
+  if (bends && onOne) normal = samples * layer.surface.normal[at];
   seen.samples += samples;
   seen.normal += normal;
   seen.tone += tone;

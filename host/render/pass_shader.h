@@ -98,10 +98,13 @@ class PassShader {
   };
   // Of what the samples see, see Passes.
   struct Seen {
+    // Without it a fresh one would be filled with zeros first, mattes and all.
+    Seen() {}  // NOLINT(modernize-use-equals-default)
+
     glm::vec3 albedo{0.0F}, normal{0.0F}, position{0.0F};
     float alpha = 0.0F, samples = 0.0F, tone = 0.0F, evenDepth = 0.0F;
     float nearest = std::numeric_limits<float>::infinity();
-    std::conditional_t<kMattes == Mattes::Yes, BothMattes, NoMattes> mattes = {};
+    std::conditional_t<kMattes == Mattes::Yes, BothMattes, NoMattes> mattes;
 
     Seen& operator+=(const Seen& other);
   };
@@ -142,7 +145,8 @@ class PassShader {
   glm::mat3 toCamera_;
   float toneScale_, toneOffset_;  // of 1 / depth, or of depth
   bool inverse_, orthographic_;
-  bool toTheEnd_;  // whether what lies behind the surfaces that are seen counts, too
+  bool looksAtSurfaces_;  // whether anybody wants to know what a sample sees first
+  bool toTheEnd_;         // whether what lies behind the surfaces that are seen counts, too
 };
 
 }  // namespace quillmere::render

@@ -63,7 +63,7 @@ class RayPacket {
 
   // The nearest hit of each active ray.
   void findNearest(const RayScene& scene, RayUse use);
-  RaySet found() const;  // the active rays that hit something
+  RaySet found() const;   // the active rays that hit something
   bool allAgree() const;  // whether all sixteen rays are active and hit the same triangle
   // Whether these rays, which both hit something, hit the same triangle.
   bool agree(int ray, int other) const {

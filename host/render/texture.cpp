@@ -60,7 +60,9 @@ std::uint32_t wordOf(const std::uint8_t* rgba) {
 }  // namespace
 
 Texture::Texture(std::shared_ptr<const image::Image> picture, Holds holds)
-    : picture_(std::move(picture)), holds_(holds), values_(holds == Holds::Colors ? lights() : numbers()),
+    : picture_(std::move(picture)),
+      holds_(holds),
+      values_(holds == Holds::Colors ? lights() : numbers()),
       numbers_(numbers()) {
   levels_.push_back({picture_->width(), picture_->height(), picture_->row<std::uint8_t>(0)});
   while (levels_.back().width > 1 || levels_.back().height > 1) addHalved();

@@ -47,8 +47,9 @@ struct SurfaceShader {
       EXPECT_EQ(layer.reaching[ray], 1.0F) << "the second layer of a sample that was done with the first";
       const SurfacePoints& surface = layer.surface;
       const int at = layer.pointOf[ray];
-      sums[layer.block.summedAt(ray)] += glm::mat4(glm::vec4(surface.position[at], 0), glm::vec4(surface.normal[at], 0),
-                             glm::vec4(surface.faceNormal[at], 0), glm::vec4(layer.rays.hit(ray).distance, 1, 0, 0));
+      sums[layer.block.summedAt(ray)] +=
+          glm::mat4(glm::vec4(surface.position[at], 0), glm::vec4(surface.normal[at], 0),
+                    glm::vec4(surface.faceNormal[at], 0), glm::vec4(layer.rays.hit(ray).distance, 1, 0, 0));
     });
     return layer.met;
   }
