@@ -4,6 +4,7 @@ This file and the modules that it imports first also run on interpreters that ar
 interpreter can hand over to a newer one.
 """
 
+import gc
 import _signal  # what `signal` is made of: in the interpreter itself, where nothing can take its place
 import os
 import sys
@@ -14,6 +15,7 @@ from quillmere_helper import interpreter  # noqa: E402
 
 
 def main() -> int:
+    gc.disable()  # what is loaded stays, and looking for garbage in it is a tenth of the start
     if _signal.getsignal(_signal.SIGINT) is _signal.default_int_handler:
         _signal.signal(_signal.SIGINT, _signal.SIG_DFL)  # until a render listens: a break is no traceback
     interpreter.settle(sys.argv)

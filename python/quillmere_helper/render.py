@@ -1,5 +1,6 @@
 """One run of the helper: from a request to a response, also when something fails in between."""
 
+import gc
 import time
 from typing import TYPE_CHECKING
 
@@ -73,6 +74,8 @@ def _made(argv: list[str], request_path: str, status: Status) -> "tuple[Job, Res
         raise HelperError(text, remedy=remedy)
     outputs = Outputs(request.output_dir, request.output_prefix, request.frame)
     outputs.prepare()
+    if backend.SERVER is not None:  # it may take hours; without one, a picture comes at once
+        gc.enable()
     job = backends.Job(request, workflow, status, outputs)
     return job, backend.make(job)
 
