@@ -24,6 +24,11 @@ std::uint32_t spread(std::uint32_t bits) {
   return (bits | bits << 1U) & 0x55555555U;
 }
 
+// How many bits it takes to count so many.
+int bitsFor(int count) {
+  return static_cast<int>(std::bit_width(static_cast<std::uint32_t>(count - 1)));
+}
+
 // The place of a pixel on Morton's curve, which fills squares of two by two, of four by four and so on.
 std::uint32_t alongCurve(glm::uvec2 pixel) {
   return spread(pixel.x) | spread(pixel.y) << 1U;
@@ -41,26 +46,33 @@ PixelSampling PixelSampling::scattered(int samples, std::uint32_t seed) {
   return {PixelBlock::Side::Four, std::max(1, samples), 0.5F, mixed(seed)};
 }
 
-PixelSampling PixelSampling::single(int samples, std::uint32_t seed) {
-  return {PixelBlock::Side::One, std::max(1, (samples + kRays - 1) / kRays), 0.5F, mixed(mixed(seed) + 1)};
+PixelSampling PixelSampling::further(int samples, int earlier, std::uint32_t seed) {
+  return {PixelBlock::Side::One,
+          std::max(1, (samples + kRays - 1) / kRays),
+          0.5F,
+          mixed(mixed(seed) + 1),
+          earlier,
+          mixed(seed)};
 }
 
-// What is too far along the curve for a number of 32 bits has the samples of pixels at least 1024 away.
+// What is too far along the curve for a number of 32 bits has the samples of other pixels, hundreds away.
 PerRay<std::uint32_t> PixelSampling::firstSamples(const PixelBlock& pixels) const {
   PerRay<std::uint32_t> firsts{};
   const bool single = block == PixelBlock::Side::One;
-  const auto bits =
-      static_cast<int>(std::bit_width(static_cast<std::uint32_t>((single ? kRays * passes : passes) - 1)));
+  const int bits = single ? bitsFor(kMostTimes * earlier) : bitsFor(passes);
   for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
     const glm::uvec2 pixel(pixels.pixelOf(ray));
-    firsts[ray] = (alongCurve(pixel) << bits) + (single ? static_cast<std::uint32_t>(ray * passes) : 0U);
+    firsts[ray] = (alongCurve(pixel) << bits) + (single ? static_cast<std::uint32_t>(earlier + ray * passes) : 0U);
   }
   return firsts;
 }
 
 glm::vec2 PixelSampling::placeOf(int ray, std::uint32_t number) const {
   if (isGrid()) return kGrid[static_cast<std::size_t>(ray) % kGrid.size()];
-  return samplePoint(number, seed);
+  if (block == PixelBlock::Side::One) return samplePoint(number, placeSeed);
+  const int bits = bitsFor(passes);
+  const std::uint32_t pixel = number >> bits, sample = number - (pixel << bits);
+  return samplePoint((pixel << bitsFor(kMostTimes * passes)) + sample, placeSeed);
 }
 
 LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
