@@ -125,7 +125,7 @@ def main() -> None:
     if not scenes:
         harbour = bench.folder / "harbour.glb"
         if not harbour.exists():
-            subprocess.run([str(HERE.parent / "examples" / "make_harbour.py"), str(harbour)], check=True)
+            subprocess.run([sys.executable, str(HERE.parent / "examples" / "make_harbour.py"), str(harbour)], check=True)
         scenes = [harbour, *write_scenes(bench.folder)]
     other = Program("other", asked.against) if asked.against else None
     print(f"{'scene':<18} {'program':<7} {'samples':>7} {'whole s':>8} {'draw s':>8} {'RMSE':>8} {'SSIM':>8}")

@@ -36,6 +36,11 @@ std::uint32_t spread(std::uint32_t bits) {
   return (bits | bits << 1U) & 0x55555555U;
 }
 
+// How many bits it takes to count so many.
+int bitsFor(int count) {
+  return static_cast<int>(std::bit_width(static_cast<std::uint32_t>(count - 1)));
+}
+
 // The place of a pixel on Morton's curve, which fills squares of two by two, of four by four and so on.
 std::uint32_t alongCurve(glm::uvec2 pixel) {
   return spread(pixel.x) | spread(pixel.y) << 1U;
@@ -59,19 +64,23 @@ PixelSampling PixelSampling::scattered(int samples, std::uint32_t seed) {
   return {PixelBlock::Side::Four, std::max(1, samples), 0.5F, mixed(seed)};
 }
 
-PixelSampling PixelSampling::single(int samples, std::uint32_t seed) {
-  return {PixelBlock::Side::One, std::max(1, (samples + kRays - 1) / kRays), 0.5F, mixed(mixed(seed) + 1)};
+PixelSampling PixelSampling::further(int samples, int earlier, std::uint32_t seed) {
+  return {PixelBlock::Side::One,
+          std::max(1, (samples + kRays - 1) / kRays),
+          0.5F,
+          mixed(mixed(seed) + 1),
+          earlier,
+          mixed(seed)};
 }
 
-// What is too far along the curve for a number of 32 bits has the samples of pixels at least 1024 away.
+// What is too far along the curve for a number of 32 bits has the samples of other pixels, hundreds away.
 PerRay<std::uint32_t> PixelSampling::firstSamples(const PixelBlock& pixels) const {
   PerRay<std::uint32_t> firsts{};
   const bool single = block == PixelBlock::Side::One;
-  const auto bits =
-      static_cast<int>(std::bit_width(static_cast<std::uint32_t>((single ? kRays * passes : passes) - 1)));
+  const int bits = single ? bitsFor(kMostTimes * earlier) : bitsFor(passes);
   for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
     const glm::uvec2 pixel(pixels.pixelOf(ray));
-    firsts[ray] = (alongCurve(pixel) << bits) + (single ? static_cast<std::uint32_t>(ray * passes) : 0U);
+    firsts[ray] = (alongCurve(pixel) << bits) + (single ? static_cast<std::uint32_t>(earlier + ray * passes) : 0U);
   }
   return firsts;
 }
@@ -83,10 +92,17 @@ void PixelSampling::place(const PixelBlock& pixels, const PerRay<std::uint32_t>&
     y[ray] = static_cast<float>(pixels.top) + kGridPlaces.y[static_cast<std::size_t>(ray)];
   }
   for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
-    const glm::vec2 there = glm::vec2(pixels.pixelOf(ray)) + samplePoint(numbers[ray], seed);
+    const glm::vec2 there = glm::vec2(pixels.pixelOf(ray)) + samplePoint(placeNumber(numbers[ray]), placeSeed);
     x[ray] = there.x;
     y[ray] = there.y;
   }
+}
+
+std::uint32_t PixelSampling::placeNumber(std::uint32_t number) const {
+  if (block == PixelBlock::Side::One) return number;
+  const int bits = bitsFor(passes);
+  const std::uint32_t pixel = number >> bits, sample = number - (pixel << bits);
+  return (pixel << bitsFor(kMostTimes * passes)) + sample;
 }
 
 LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,

@@ -53,13 +53,17 @@ struct PixelSampling {
   // Sampling Error via Hierarchical Ordering of Pixels, 2020).
   static PixelSampling scattered(int samples, std::uint32_t seed);
 
-  // As many samples of single pixels, sixteen in a pass: another sequence than that of the same seed above.
-  static PixelSampling single(int samples, std::uint32_t seed);
+  // As many samples more of single pixels that have had `earlier` of those above, sixteen in a pass. Their places go on
+  // where those stopped; for all else they are another sequence than that of the same seed above.
+  static PixelSampling further(int samples, int earlier, std::uint32_t seed);
+  static constexpr int kMostTimes = 8;  // as many samples as earlier ones may be in a pixel in all
 
   PixelBlock::Side block;
   int passes;
   float footprint;  // side of the square that textures are averaged over for a surface point, in pixels
   std::uint32_t seed;
+  int earlier = 0;                 // samples that the pixels have had
+  std::uint32_t placeSeed = seed;  // of where in the pixels samples are
 
   bool isGrid() const { return block == PixelBlock::Side::Two; }
   int tileSide() const { return isGrid() ? 32 : 16; }  // pixels; whoever stops the drawing waits for one tile
@@ -67,6 +71,8 @@ struct PixelSampling {
   PerRay<std::uint32_t> firstSamples(const PixelBlock& pixels) const;
   // Where in the picture the samples of these numbers of the sequence lie, in pixels.
   void place(const PixelBlock& pixels, const PerRay<std::uint32_t>& numbers, PerRay<float>& x, PerRay<float>& y) const;
+  // That of a sample's place, which leaves room for further samples of its pixel.
+  std::uint32_t placeNumber(std::uint32_t number) const;
 };
 
 // What the rays of a packet meet next on their way from the camera. Only the entries of rays and points that are in

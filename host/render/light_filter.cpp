@@ -1,7 +1,6 @@
 #include "light_filter.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 namespace quillmere::render {
@@ -10,12 +9,14 @@ namespace {
 // An edge-avoiding wavelet filter with weights from the error of each pixel (H. Dammertz et al., Edge-Avoiding
 // A-Trous Wavelet Transform for fast Global Illumination Filtering, HPG 2010; C. Schied et al., Spatiotemporal
 // Variance-Guided Filtering, HPG 2017).
-constexpr int kLevels = 4;                                       // of kernels, each twice as wide
-constexpr std::array<float, 3> kKernel{0.375F, 0.25F, 0.0625F};  // by distance, of a cubic spline
+constexpr int kLevels = 5;        // of kernels of three by three, each twice as wide
+constexpr int kLevelsToLook = 2;  // for a first look at how much grain stays
 constexpr float kNormalPower = 48.0F;
-constexpr float kDepthSlack = 1.5F;  // in slopes of the surface
-constexpr float kErrors = 3.0F;      // by which light may differ
+constexpr float kDepthSlack = 1.5F;   // in slopes of the surface
+constexpr float kAroundSlack = 6.0F;  // times as much may geometry differ for light from all around
+constexpr float kErrors = 3.0F;       // by which light may differ
 constexpr float kLeastAlbedo = 1e-3F;
+constexpr float kMostError = 1e30F;  // which also stands for what is no number
 
 float luminance(glm::vec3 color) {
   return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
@@ -26,21 +27,87 @@ struct Feature {
   float depth, slope;  // metres; metres a pixel
 };
 
+// How different lights look, in numbers to be subtracted: else a highlight, far brighter than the display shows, would
+// count its error among all pixels beside it.
+glm::vec3 look(glm::vec3 luminances) {
+  return luminances / (0.5F + luminances);
+}
+glm::vec3 steepnessOfLook(glm::vec3 luminances) {
+  return 0.5F / ((0.5F + luminances) * (0.5F + luminances));
+}
+
 // What is smoothed, as it goes from level to level: chalk's light without its colour, and mirrored light.
 struct Light {
-  glm::vec3 chalk, mirror;
-  float chalkError, mirrorError;
+  glm::vec3 chalk, around, mirror;
+  glm::vec3 errors;  // of how the three look, variances
+
+  glm::vec3 luminances() const {
+    constexpr float kMost = 1e6F;  // more would overflow when squared
+    return glm::min(glm::vec3(kMost), glm::vec3(luminance(chalk), luminance(around), luminance(mirror)));
+  }
 };
 
-// Near exp(-x), and nothing from 8 on: six rounded products are what a pixel's hundreds of weights can afford.
+Light lightOf(const LitPixel& pixel) {
+  const glm::vec3 albedo = glm::max(pixel.albedo, kLeastAlbedo);
+  Light light{pixel.chalk / albedo, pixel.around / albedo,
+              pixel.lit > 0.0F ? pixel.mirror / pixel.lit : glm::vec3(0.0F),
+              glm::min(glm::vec3(kMostError), glm::vec3(pixel.chalkError, pixel.aroundError, pixel.mirrorError))};
+  const glm::vec3 steepness = steepnessOfLook(light.luminances());
+  light.errors *= steepness * steepness;
+  return light;
+}
+
+// Near exp(-x), and nothing from 8 on: six rounded products are what a pixel's many weights can afford.
 float falloff(float x) {
   const float root = std::max(0.0F, 1.0F - 0.125F * x), square = root * root, fourth = square * square;
   return fourth * fourth;
 }
 
+// The variance of about what the display shows of a pixel under that light: its values go with the root of light.
+float shownError(const Light& light, const LitPixel& pixel) {
+  constexpr float kWhite = 1.5F, kDark = 3e-3F;
+  const float shown =
+      luminance(pixel.albedo * (light.chalk + light.around) + pixel.lit * light.mirror + pixel.emission);
+  if (shown > kWhite) return 0.0F;
+  const glm::vec3 steepness = steepnessOfLook(light.luminances()), errors = light.errors / (steepness * steepness);
+  const float albedo = luminance(pixel.albedo);
+  return (albedo * albedo * (errors.x + errors.y) + errors.z) / (4.0F * std::max(kDark, shown));
+}
+
+// Gives a pixel the light that it is to have.
+void keep(const Light& light, LitPixel& pixel) {
+  const glm::vec3 albedo = glm::max(pixel.albedo, kLeastAlbedo);
+  pixel.chalk = light.chalk * albedo;
+  pixel.around = light.around * albedo;
+  pixel.mirror = light.mirror * pixel.lit;
+}
+
+// A weighted mean of lights, each of the three with weights of its own.
+class LightMean {
+ public:
+  void add(const Light& light, glm::vec3 albedo, glm::vec3 weight) {
+    const glm::vec3 known = albedo + kLeastAlbedo;  // black tells nothing of its light
+    sum_.chalk += weight.x * known * light.chalk;
+    chalks_ += weight.x * known;
+    sum_.around += weight.y * known * light.around;
+    arounds_ += weight.y * known;
+    sum_.mirror += weight.z * light.mirror;
+    sum_.errors += weight * weight * light.errors;
+    weights_ += weight;
+  }
+  Light mean() const {
+    return {sum_.chalk / chalks_, sum_.around / arounds_, sum_.mirror / weights_.z,
+            sum_.errors / (weights_ * weights_)};
+  }
+
+ private:
+  Light sum_{glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F)};
+  glm::vec3 chalks_{0.0F}, arounds_{0.0F}, weights_{0.0F};
+};
+
 class GrainFilter {
  public:
-  GrainFilter(LitPicture& picture, int threads, const std::function<bool()>& stop)
+  GrainFilter(const LitPicture& picture, int threads, const std::function<bool()>& stop)
       : picture_(picture),
         threads_(threads),
         stop_(stop),
@@ -48,20 +115,29 @@ class GrainFilter {
         from_(picture.pixels.size()),
         to_(picture.pixels.size()) {}
 
-  Outcome run() {
-    if (eachRow([&](int y) { prepareRow(y); }) == Outcome::Stopped) return Outcome::Stopped;
-    for (int level = 0; level < kLevels; ++level) {
-      if (eachRow([&](int y) { smoothRow(y, 1 << level); }) == Outcome::Stopped) return Outcome::Stopped;
-      std::swap(from_, to_);
+  Outcome smooth(int levels) {
+    Outcome outcome = eachRow([&](int y) { prepareRow(y); });
+    for (int level = 0; level < levels && outcome == Outcome::Complete; ++level) {
+      outcome = eachLit([&](int x, int y) { return smoothed(x, y, 1 << level); });
     }
-    return eachRow([&](int y) { storeRow(y); });
+    if (outcome == Outcome::Complete) outcome = eachLit([&](int x, int y) { return sharpened(x, y); });
+    return outcome;
   }
+  const Light& light(int x, int y) const { return from_[picture_.index(x, y)]; }
 
  private:
   Outcome eachRow(const std::function<void(int)>& work) { return forEach(picture_.height, threads_, stop_, work); }
 
-  std::size_t index(int x, int y) const {
-    return static_cast<std::size_t>(y) * static_cast<std::size_t>(picture_.width) + static_cast<std::size_t>(x);
+  // Takes all pixels that are lit one step on.
+  template <class Step>
+  Outcome eachLit(const Step& step) {
+    const Outcome outcome = eachRow([&](int y) {
+      for (int x = 0; x < picture_.width; ++x) {
+        if (picture_.at(x, y).lit > 0.0F) to_[picture_.index(x, y)] = step(x, y);
+      }
+    });
+    std::swap(from_, to_);
+    return outcome;
   }
 
   float depthAt(int x, int y, float otherwise) const {
@@ -83,38 +159,38 @@ class GrainFilter {
   void prepareRow(int y) {
     for (int x = 0; x < picture_.width; ++x) {
       const LitPixel& pixel = picture_.at(x, y);
-      Feature& feature = features_[index(x, y)];
+      Feature& feature = features_[picture_.index(x, y)];
       const float length = glm::length(pixel.normal);
       feature.normal = length > 0.0F ? pixel.normal / length : glm::vec3(0.0F);
       feature.depth = pixel.depth;
       feature.slope = slopeAt(x, y, pixel.depth) + 1e-3F * pixel.depth + 1e-9F;
-      Light& light = from_[index(x, y)];
-      light.chalk = pixel.chalk / glm::max(pixel.albedo, kLeastAlbedo);
-      light.mirror = pixel.lit > 0.0F ? pixel.mirror / pixel.lit : glm::vec3(0.0F);
-      light.chalkError = pixel.chalkError;
-      light.mirrorError = pixel.mirrorError;
+      from_[picture_.index(x, y)] = lightOf(pixel);
+    }
+  }
+
+  // Calls each(x, y, weight) for a pixel and those `step` beside it, as far as the picture goes.
+  template <class Each>
+  void around(int x, int y, int step, const Each& each) const {
+    for (int row = -1; row <= 1; ++row) {
+      const int line = y + row * step;
+      if (line < 0 || line >= picture_.height) continue;
+      for (int column = -1; column <= 1; ++column) {
+        const int place = x + column * step;
+        if (place < 0 || place >= picture_.width) continue;
+        each(place, line, (row == 0 ? 2.0F : 1.0F) * (column == 0 ? 2.0F : 1.0F));
+      }
     }
   }
 
   // Errors of single pixels are themselves full of errors: their mean around one.
-  glm::vec2 errorAround(int x, int y) const {
-    glm::vec2 sum(0.0F);
+  glm::vec3 errorsAround(int x, int y) const {
+    glm::vec3 sum(0.0F);
     float weights = 0.0F;
-    for (int row = std::max(0, y - 1); row <= std::min(picture_.height - 1, y + 1); ++row) {
-      for (int column = std::max(0, x - 1); column <= std::min(picture_.width - 1, x + 1); ++column) {
-        const float weight = (row == y ? 2.0F : 1.0F) * (column == x ? 2.0F : 1.0F);
-        const Light& light = from_[index(column, row)];
-        sum += weight * glm::vec2(light.chalkError, light.mirrorError);
-        weights += weight;
-      }
-    }
+    around(x, y, 1, [&](int column, int row, float weight) {
+      sum += weight * from_[picture_.index(column, row)].errors;
+      weights += weight;
+    });
     return sum / weights;
-  }
-
-  void smoothRow(int y, int step) {
-    for (int x = 0; x < picture_.width; ++x) {
-      if (picture_.at(x, y).lit > 0.0F) to_[index(x, y)] = smoothed(x, y, step);
-    }
   }
 
   static float unlikeness(const Feature& here, const Feature& there, float depthScale) {
@@ -123,57 +199,45 @@ class GrainFilter {
   }
 
   Light smoothed(int x, int y, int step) const {
-    const Feature& here = features_[index(x, y)];
-    const Light& middle = from_[index(x, y)];
-    const float chalk = luminance(middle.chalk), mirror = luminance(middle.mirror);
-    const glm::vec2 scale = 1.0F / (kErrors * glm::sqrt(errorAround(x, y)) + 1e-5F);
+    const Feature& here = features_[picture_.index(x, y)];
+    const glm::vec3 looks = look(from_[picture_.index(x, y)].luminances());
+    const glm::vec3 scale = 1.0F / (kErrors * glm::sqrt(errorsAround(x, y)) + 1e-5F);
     const float depthScale = 1.0F / (kDepthSlack * here.slope * static_cast<float>(step));
-    Light sum{glm::vec3(0.0F), glm::vec3(0.0F), 0.0F, 0.0F};
-    glm::vec3 chalks(0.0F);
-    float chalkWeights = 0.0F, mirrors = 0.0F;
-    for (int row = -2; row <= 2; ++row) {
-      const int line = y + row * step;
-      if (line < 0 || line >= picture_.height) continue;
-      for (int column = -2; column <= 2; ++column) {
-        const int place = x + column * step;
-        if (place < 0 || place >= picture_.width) continue;
-        const LitPixel& pixel = picture_.at(place, line);
-        if (pixel.lit <= 0.0F) continue;
-        const Light& light = from_[index(place, line)];
-        const float weight = kKernel[static_cast<std::size_t>(std::abs(row))] *
-                             kKernel[static_cast<std::size_t>(std::abs(column))] * pixel.lit;
-        float unlike = 0.0F;
-        if (row != 0 || column != 0) {
-          const auto distance = static_cast<float>(std::max(std::abs(row), std::abs(column)));
-          unlike = unlikeness(here, features_[index(place, line)], depthScale / distance);
-          if (unlike > 8.0F) continue;
-        }
-        const float chalkWeight = weight * falloff(unlike + std::abs(luminance(light.chalk) - chalk) * scale.x);
-        const float mirrorWeight = weight * falloff(unlike + std::abs(luminance(light.mirror) - mirror) * scale.y);
-        const glm::vec3 known = chalkWeight * (pixel.albedo + kLeastAlbedo);  // black tells nothing of its light
-        sum.chalk += known * light.chalk;
-        chalks += known;
-        sum.chalkError += chalkWeight * chalkWeight * light.chalkError;
-        chalkWeights += chalkWeight;
-        sum.mirror += mirrorWeight * light.mirror;
-        sum.mirrorError += mirrorWeight * mirrorWeight * light.mirrorError;
-        mirrors += mirrorWeight;
-      }
-    }
-    return {sum.chalk / chalks, sum.mirror / mirrors, sum.chalkError / (chalkWeights * chalkWeights),
-            sum.mirrorError / (mirrors * mirrors)};
+    LightMean mean;
+    around(x, y, step, [&](int place, int line, float weight) {
+      const LitPixel& pixel = picture_.at(place, line);
+      if (pixel.lit <= 0.0F) return;
+      const bool self = place == x && line == y;
+      const float unlike = self ? 0.0F : unlikeness(here, features_[picture_.index(place, line)], depthScale);
+      if (unlike > 8.0F * kAroundSlack) return;
+      const Light& light = from_[picture_.index(place, line)];
+      const glm::vec3 off = glm::abs(look(light.luminances()) - looks) * scale;
+      const glm::vec3 alike(falloff(unlike + off.x), falloff(unlike / kAroundSlack + off.y), falloff(unlike + off.z));
+      mean.add(light, pixel.albedo, weight * pixel.lit * alike);
+    });
+    return mean.mean();
   }
 
-  void storeRow(int y) {
-    for (int x = 0; x < picture_.width; ++x) {
-      LitPixel& pixel = picture_.at(x, y);
-      if (pixel.lit <= 0.0F) continue;
-      pixel.chalk = from_[index(x, y)].chalk * glm::max(pixel.albedo, kLeastAlbedo);
-      pixel.mirror = from_[index(x, y)].mirror * pixel.lit;
-    }
+  // Light goes back to what it was as far as its error doesn't explain how far it was moved: an estimate after Stein,
+  // which keeps the edges of shadows and highlights.
+  Light sharpened(int x, int y) const {
+    glm::vec3 moved(1e-12F), errors(0.0F);
+    around(x, y, 1, [&](int column, int row, float weight) {
+      const LitPixel& pixel = picture_.at(column, row);
+      if (pixel.lit <= 0.0F) return;
+      const Light found = lightOf(pixel);
+      const glm::vec3 way = look(from_[picture_.index(column, row)].luminances()) - look(found.luminances());
+      moved += weight * way * way;
+      errors += weight * found.errors;
+    });
+    const glm::vec3 back = glm::max(1.0F - errors / moved, 0.0F);
+    const Light &smooth = from_[picture_.index(x, y)], found = lightOf(picture_.at(x, y));
+    return {glm::mix(smooth.chalk, found.chalk, back.x), glm::mix(smooth.around, found.around, back.y),
+            glm::mix(smooth.mirror, found.mirror, back.z),
+            back * back * found.errors + (1.0F - back) * (1.0F - back) * smooth.errors};
   }
 
-  LitPicture& picture_;
+  const LitPicture& picture_;
   int threads_;
   const std::function<bool()>& stop_;
   std::vector<Feature> features_;
@@ -188,6 +252,7 @@ LitPixel LitPixel::with(float samples, const LitPixel& other, float otherSamples
   const auto error = [&](float mine, float others) { return share * share * mine + rest * rest * others; };
   LitPixel both;
   both.chalk = mean(chalk, other.chalk);
+  both.around = mean(around, other.around);
   both.albedo = mean(albedo, other.albedo);
   both.mirror = mean(mirror, other.mirror);
   both.emission = mean(emission, other.emission);
@@ -196,17 +261,39 @@ LitPixel LitPixel::with(float samples, const LitPixel& other, float otherSamples
   both.normal = normal + other.normal;
   both.depth = both.lit > 0.0F ? mean(lit * depth, other.lit * other.depth) / both.lit : 0.0F;
   both.chalkError = error(chalkError, other.chalkError);
+  both.aroundError = error(aroundError, other.aroundError);
   both.mirrorError = error(mirrorError, other.mirrorError);
   both.edgeError = error(edgeError, other.edgeError);
   return both;
 }
 
 std::uintmax_t memoryToLight(std::size_t pixels) {
-  return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(Feature) + 2 * sizeof(Light));
+  return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(Feature) + 2 * sizeof(Light) + sizeof(float));
+}
+
+Outcome findGrain(const LitPicture& picture, int threads, const std::function<bool()>& stop,
+                  std::vector<float>& errors) {
+  GrainFilter filter(picture, threads, stop);
+  if (filter.smooth(kLevelsToLook) == Outcome::Stopped) return Outcome::Stopped;
+  errors.resize(picture.pixels.size());
+  return forEach(picture.height, threads, stop, [&](int y) {
+    for (int x = 0; x < picture.width; ++x) {
+      const LitPixel& pixel = picture.at(x, y);
+      float& error = errors[picture.index(x, y)];
+      error = pixel.edgeError + (pixel.lit > 0.0F ? shownError(filter.light(x, y), pixel) : 0.0F);
+    }
+  });
 }
 
 Outcome smoothGrain(LitPicture& picture, int threads, const std::function<bool()>& stop) {
-  return GrainFilter(picture, threads, stop).run();
+  GrainFilter filter(picture, threads, stop);
+  if (filter.smooth(kLevels) == Outcome::Stopped) return Outcome::Stopped;
+  return forEach(picture.height, threads, stop, [&](int y) {
+    for (int x = 0; x < picture.width; ++x) {
+      LitPixel& pixel = picture.at(x, y);
+      if (pixel.lit > 0.0F) keep(filter.light(x, y), pixel);
+    }
+  });
 }
 
 }  // namespace quillmere::render

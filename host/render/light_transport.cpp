@@ -229,7 +229,9 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
   const VectorPerRay arriving = transport.surroundings(rays, densities, random);
   forEachRay(rays.active(), [&](int ray) {
     const float weight = points.finish[ray].occlusion / (densities[ray] * glm::pi<float>());
-    send(ray, reflections[ray].sent(rays.direction(ray), 0.0F), arriving[ray] * weight);
+    const Reflection::Sent sent = reflections[ray].sent(rays.direction(ray), 0.0F);
+    light.around.set(ray, sent.chalk * weight * arriving[ray]);
+    add(light.mirror, ray, sent.mirror * weight * arriving[ray]);
   });
   return light;
 }

@@ -10,7 +10,9 @@ namespace quillmere::render {
 
 // What is sent to the viewer by points, but for what they emit.
 struct SentLight {
-  VectorPerRay chalk;   // by white chalk in their place: to be multiplied with Reflection::chalk
+  // By white chalk in their place, to be multiplied with Reflection::chalk: of what comes straight from lamps and
+  // emitters, whose shadows have edges, and of what comes from all around, which changes little from place to place.
+  VectorPerRay chalk, around;
   VectorPerRay mirror;  // by the coat that mirrors
 };
 

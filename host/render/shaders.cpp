@@ -23,7 +23,7 @@ float luminance(glm::vec3 color) {
   return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
 }
 
-// Near what the display's values are.
+// Near what the display's values are, of a light without hue.
 float shown(glm::vec3 light) {
   return std::sqrt(std::min(1.0F, std::max(0.0F, luminance(light))));
 }
@@ -42,6 +42,7 @@ glm::vec3 displayed(glm::vec3 light) {
 LitPixel meanOf(const FinalShader::Sum& sum, float samples) {
   LitPixel pixel;
   pixel.chalk = sum.chalk / samples;
+  pixel.around = sum.around / samples;
   pixel.albedo = sum.albedo / samples;
   pixel.mirror = sum.mirror / samples;
   pixel.emission = sum.emission / samples;
@@ -50,6 +51,7 @@ LitPixel meanOf(const FinalShader::Sum& sum, float samples) {
   pixel.normal = sum.normal;
   pixel.depth = sum.lit > 0.0F ? sum.depth / sum.lit : 0.0F;
   pixel.chalkError = sum.chalkLight.error(samples);
+  pixel.aroundError = sum.aroundLight.error(samples);
   pixel.mirrorError = sum.mirrorLight.error(samples);
   pixel.edgeError = samples > 1.0F ? sum.evenLight.error(samples) : 0.0F;
   return pixel;
@@ -109,6 +111,7 @@ glm::vec3 QuickShader::background(int row) const {
 
 FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
   chalk += other.chalk;
+  around += other.around;
   albedo += other.albedo;
   mirror += other.mirror;
   emission += other.emission;
@@ -117,6 +120,7 @@ FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
   lit += other.lit;
   depth += other.depth;
   chalkLight += other.chalkLight;
+  aroundLight += other.aroundLight;
   mirrorLight += other.mirrorLight;
   evenLight += other.evenLight;
   return *this;
@@ -151,6 +155,7 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
     Sum& sum = sums[ray];
     const glm::vec3 albedo = weight * Reflection::chalk(layer.surface, at);
     sum.chalk += albedo * sent.chalk[at];
+    sum.around += albedo * sent.around[at];
     sum.albedo += albedo;
     sum.mirror += weight * sent.mirror[at];
     sum.emission += weight * sources_.stops() * layer.surface.emission[at];
@@ -158,6 +163,7 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
     sum.normal += weight * layer.surface.normal[at];
     sum.depth += weight * layer.rays.hit(ray).distance;
     sum.chalkLight.add(weight * luminance(sent.chalk[at]));
+    sum.aroundLight.add(weight * luminance(sent.around[at]));
     sum.mirrorLight.add(weight * luminance(sent.mirror[at]));
   });
   return 0;
@@ -173,7 +179,7 @@ void FinalShader::addTo(const Sum& sum, float samples, float storedSamples, int 
 }
 
 glm::vec3 displayLight(const LitPixel& pixel) {
-  const glm::vec3 light = pixel.chalk + pixel.mirror + pixel.emission;
+  const glm::vec3 light = pixel.chalk + pixel.around + pixel.mirror + pixel.emission;
   return pixel.own + (pixel.lit > 0.0F ? pixel.lit * viewed(light / pixel.lit) : glm::vec3(0.0F));
 }
 

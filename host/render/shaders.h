@@ -77,9 +77,10 @@ class FinalShader {
       }
     };
 
-    glm::vec3 chalk{0.0F}, albedo{0.0F}, mirror{0.0F}, emission{0.0F}, own{0.0F}, normal{0.0F};
+    glm::vec3 chalk{0.0F}, around{0.0F}, albedo{0.0F}, mirror{0.0F}, emission{0.0F}, own{0.0F}, normal{0.0F};
     float lit = 0.0F, depth = 0.0F;
-    Moments chalkLight, mirrorLight, evenLight;  // the last of what the display would show under even light
+    Moments chalkLight, aroundLight, mirrorLight;
+    Moments evenLight;  // of what the display would show under even light
 
     Sum& operator+=(const Sum& other);
   };

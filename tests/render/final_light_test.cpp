@@ -74,25 +74,63 @@ TEST(FinalLight, ManyLampsGiveAsMuchLightAsOneOfTheirStrength) {
   }
 }
 
-TEST(FinalLight, EdgesOfFewSamplesAreNearThoseOfMany) {
+std::shared_ptr<HandMadeScene> withBars(const scene::Material& material, float height) {
   auto scene = greyGround();
+  const int kind = scene->addMaterial(material);
   for (int i = 0; i < 12; ++i) {
-    const float turn = 0.5F * static_cast<float>(i);
-    scene->add(cube(0.02F), scene->addMaterial(unlit({1, 1, 1})),
-               glm::rotate(glm::mat4(1.0F), turn, glm::vec3(0, 1, 0)) * glm::scale(glm::mat4(1.0F), {150, 1, 1}));
+    const glm::mat4 turned = glm::rotate(moved(0, height, 0), 0.5F * static_cast<float>(i), glm::vec3(0, 1, 0));
+    scene->add(cube(0.02F), kind, glm::scale(turned, {150, 1, 1}));
   }
-  Renderer renderer(scene);
-  renderer.pose(0.0);
-  const auto drawn = [&](int samples, std::uint32_t seed) {
-    return renderer.drawFinal(fromAbove(), kPlanSide, kPlanSide, {samples, seed});
+  return scene;
+}
+
+std::shared_ptr<HandMadeScene> polishedUnderLamp() {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene::Material steel = colored({0.6F, 0.5F, 0.4F});
+  steel.metallic = 1.0F;
+  steel.roughness = 0.1F;
+  scene->add(ground(40), scene->addMaterial(steel));
+  for (const float x : {-1.0F, 0.2F, 1.3F}) {
+    scene->now.lights.push_back(lamp(scene::Light::Kind::Point, {x, 2, 0.5F * x}, {0, -1, 0}));
+  }
+  return scene;
+}
+
+std::shared_ptr<HandMadeScene> stripesUnderSky() {
+  auto stripes = std::make_shared<image::Image>(64, 64, 4, image::Sample::Byte);
+  for (int i = 0; i < 64 * 64 * 4; ++i) stripes->row<std::uint8_t>(0)[i] = i % 4 == 3 || i / 8 % 2 == 0 ? 255 : 40;
+  scene::Material material = colored({0.7F, 0.7F, 0.7F});
+  material.texture.picture = stripes;
+  auto scene = std::make_shared<HandMadeScene>();
+  scene->add(rectangle(-2, -2, 2, 2), scene->addMaterial(material),
+             glm::rotate(glm::mat4(1.0F), -glm::half_pi<float>(), glm::vec3(1, 0, 0)));
+  scene->add(cube(0.5F), 0, moved(0, 1.5F, 0));
+  return scene;
+}
+
+TEST(FinalLight, WhatHasEdgesIsWithFewSamplesNearWhatItIsWithMany) {
+  struct Row {
+    const char* name;
+    std::shared_ptr<HandMadeScene> scene;
+    double most;  // of the root mean square of what stored values are off by
   };
-  const image::Image few = drawn(16, 1), many = drawn(128, 2);
-  double sum = 0.0;
-  for (int i = 0; i < kPlanSide * kPlanSide; ++i) {
-    const double off = few.row<float>(0)[3 * i] - many.row<float>(0)[3 * i];
-    sum += off * off;
+  for (const Row& row : {Row{"bars", withBars(unlit({1, 1, 1}), 0), 0.0078},
+                         Row{"shadows", withBars(colored({0.4F, 0.4F, 0.4F}), 0.5F), 0.010},
+                         Row{"highlights", polishedUnderLamp(), 0.0078}, Row{"texture", stripesUnderSky(), 0.0024}}) {
+    SCOPED_TRACE(row.name);
+    Renderer renderer(row.scene);
+    renderer.pose(0.0);
+    const auto drawn = [&](int samples, std::uint32_t seed) {
+      return renderer.drawFinal(fromAbove(), kPlanSide, kPlanSide, {samples, seed});
+    };
+    const image::Image few = drawn(16, 1), many = drawn(128, 2);
+    double sum = 0.0;
+    for (int i = 0; i < kPlanSide * kPlanSide; ++i) {
+      const double off = few.row<float>(0)[3 * i] - many.row<float>(0)[3 * i];
+      sum += off * off;
+    }
+    EXPECT_LT(std::sqrt(sum / (kPlanSide * kPlanSide)), row.most);
   }
-  EXPECT_LT(std::sqrt(sum / (kPlanSide * kPlanSide)), 0.008);
 }
 
 }  // namespace
