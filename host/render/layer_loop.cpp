@@ -112,7 +112,7 @@ RaySet LayerTrace::insideOf(const PictureRequest& request, const PixelBlock& blo
 }
 
 RayPacket LayerTrace::packetOf(RaySet active, const PixelSampling& sampling) const {
-  PerRay<float> x, y;
+  PerRay<float> x{}, y{};
   sampling.place(layer_.block, layer_.numbers, x, y);
   VectorPerRay origins, directions;
   for (int ray = 0; ray < kRays; ++ray) {
