@@ -42,7 +42,7 @@ std::uint32_t alongCurve(glm::uvec2 pixel) {
 }
 
 PerRay<std::uint32_t> numbersOf(const PerRay<std::uint32_t>& firsts, int pass) {
-  PerRay<std::uint32_t> numbers;
+  PerRay<std::uint32_t> numbers{};
   for (int ray = 0; ray < kRays; ++ray) numbers[ray] = firsts[ray] + static_cast<std::uint32_t>(pass);
   return numbers;
 }
