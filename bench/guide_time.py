@@ -2,8 +2,8 @@
 """How long quick guides take, as whole processes: guide_time.py BUILD [--against OTHER/bin/quillmere] SCENE [CAMERA]
 
 Draws one at 1024 x 576 and at 3840 x 2160 with each build in turn, prints the medians of processor and wall time and
-their ratio to the other build's. Then eight frames of the scene in one process: what a further frame takes, as a share
-of a process that draws one. Processor time is what to compare: wall time tells of what else the machine does.
+their ratio to the other build's. Then eight frames with a pass in one process: what a further one takes, as a share of
+a process that draws one of them. Processor time is what to compare: wall time tells of what else the machine does.
 """
 
 from __future__ import annotations
@@ -19,6 +19,7 @@ from typing import List, Tuple
 
 SIZES = {"1024x576": 11, "3840x2160": 5}  # and rounds
 FRAMES = 8
+PASS = ["--pass", "depth", "--depth-range", "1:200"]  # guides alone are written one at a time
 
 Times = Tuple[float, float]  # seconds of processors and by the clock
 
@@ -46,19 +47,21 @@ def main() -> None:
     with tempfile.TemporaryDirectory() as folder:
         for size, rounds in SIZES.items():
             one = [*seen, "--size", size, "-o", f"{folder}/guide.png"]
-            many = [*seen, "--size", size, "--frames", f"0-{FRAMES - 1}", "-o", f"{folder}/guide_####.png"]
+            passes = [[*seen, *PASS, "--size", size, "--frames", frames, "-o", f"{folder}/{size}_####.png"] for frames in ("0", f"0-{FRAMES - 1}")]
             times: List[List[Times]] = [[] for _ in programs]
-            sequences = []
+            sequences: List[List[Times]] = [[], []]
             for _ in range(rounds):
                 for program, kept in zip(programs, times):
                     kept.append(timed(program, one))
-                sequences.append(timed(programs[0], many))
+                for arguments, kept in zip(passes, sequences):
+                    kept.append(timed(programs[0], arguments))
             (cpu, wall), *others = map(medians, times)
             print(f"{size:>10}  {cpu:6.3f} s CPU  {wall:6.3f} s", end="")
             for other_cpu, other_wall in others:
                 print(f"  against {other_cpu:6.3f} {other_wall:6.3f}: {cpu / other_cpu:.2f} {wall / other_wall:.2f}", end="")
-            further = [(a - b) / (FRAMES - 1) for a, b in zip(medians(sequences), (cpu, wall))]
-            print(f"\n{'next frame':>10}  {further[0]:6.3f} s CPU  {further[1]:6.3f} s  {further[0] / cpu:.2f} {further[1] / wall:.2f} of a process")
+            alone, together = map(medians, sequences)
+            further = [(many - single) / (FRAMES - 1) for single, many in zip(alone, together)]
+            print(f"\n  a further frame with a pass {further[0]:6.3f} s CPU  {further[1]:6.3f} s, of a process {further[0] / alone[0]:.2f} {further[1] / alone[1]:.2f}")
 
 
 if __name__ == "__main__":

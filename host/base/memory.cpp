@@ -24,7 +24,8 @@ class KeptBlocks {
 
   void* take(std::size_t bytes) {
     const std::lock_guard lock(mutex_);
-    const auto found = std::ranges::find(blocks_, bytes, &Block::bytes);
+    const auto found =
+        std::find_if(blocks_.begin(), blocks_.end(), [&](const Block& block) { return block.bytes == bytes; });
     if (found == blocks_.end()) return nullptr;
     void* const start = found->start;
     bytes_ -= bytes;

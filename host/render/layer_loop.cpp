@@ -47,7 +47,7 @@ std::uint32_t alongCurve(glm::uvec2 pixel) {
 }
 
 PerRay<std::uint32_t> numbersOf(const PerRay<std::uint32_t>& firsts, int pass) {
-  PerRay<std::uint32_t> numbers;
+  PerRay<std::uint32_t> numbers{};
   for (int ray = 0; ray < kRays; ++ray) numbers[ray] = firsts[ray] + static_cast<std::uint32_t>(pass);
   return numbers;
 }
@@ -128,7 +128,7 @@ RaySet LayerTrace::insideOf(const PictureRequest& request, const PixelBlock& blo
 }
 
 RayPacket LayerTrace::packetOf(RaySet active, const PixelSampling& sampling) const {
-  PerRay<float> x, y;
+  PerRay<float> x{}, y{};
   sampling.place(layer_.block, layer_.numbers, x, y);
   VectorPerRay origins, directions;
   for (int ray = 0; ray < kRays; ++ray) {

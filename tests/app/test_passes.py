@@ -167,7 +167,7 @@ class Passes(AppCase):
         self.asking_for("depth", "normal")
         (self.folder / "w.json").write_text("{}")
         (self.folder / "like.png").write_bytes(scratch_render.png(1, 1))
-        record = {"helper_version": "0.1.0", "width": 32, "height": 24, "seed": 1, "prompt": "", "system_prompt": ""}
+        record = {"helper_version": "0.1.0", "frame": 0, "width": 32, "height": 24, "seed": 1, "prompt": "", "system_prompt": "", "workflow_path": str(self.folder / "w.json"), "workflow": {}}
         told = []
         for arguments in (["--workflow", "w.json", "--depth-range", "1.5:9", "--depth-kind", "linear", "--normal-kind", "directx"], ["--like", "like.png"]):
             done = self.render(*arguments, "-o", "a.png")

@@ -256,6 +256,28 @@ TEST(Passes, LeaveThePictureAsItIs) {
   }
 }
 
+// What blends is shaded point by point, what doesn't four at a time where a packet met one triangle.
+TEST(QuickPicture, IsTheSameHoweverManyPointsAreShadedAtOnce) {
+  auto bent = wall();
+  bent->normals = {{1, 0, 1}, {0, 1, 1}, {-1, 0, 1}, {0, -1, 2}};
+  bent->colors = {{1, 0, 0, 1}, {0, 1, 0, 1}, {0, 0, 1, 1}, {1, 1, 1, 1}};
+  scene::Material one = colored({0.9F, 0.8F, 0.7F}), other = glass({0.9F, 0.8F, 0.7F}, 1.0F);
+  for (scene::Material* material : {&one, &other}) {
+    auto checks = std::make_shared<image::Image>(2, 2, 4, image::Sample::Byte);
+    for (int i = 0; i < 16; ++i)
+      checks->row<std::uint8_t>(0)[i] = static_cast<std::uint8_t>(255 - 10 * i * (i % 4 != 3));
+    material->texture.picture = checks;
+  }
+  const glm::mat4 tilted = glm::rotate(glm::mat4(1.0F), glm::radians(40.0F), glm::vec3(1, 1, 0));
+  Renderer together(sceneOf(bent, tilted, one)), single(sceneOf(bent, tilted, other));
+  for (Renderer* renderer : {&together, &single}) renderer->pose(0.0);
+  const image::Image a = together.drawQuick(ahead(), kSide, kSide), b = single.drawQuick(ahead(), kSide, kSide);
+  int sum = 0;
+  for (int i = 0; i < 3 * kSide * kSide; ++i) sum += std::abs(a.row<std::uint8_t>(0)[i] - b.row<std::uint8_t>(0)[i]);
+  EXPECT_LE(sum, 3 * kSide * kSide / 255) << "a mean of a 255th of a step";
+  EXPECT_NE(a.row<std::uint8_t>(2)[6], a.row<std::uint8_t>(kSide - 3)[6]) << "nothing to be wrong about";
+}
+
 // The middle row or column crosses one line, as bright as `full` says.
 TEST(Lines, AreOnSilhouettesBordersLeapsAndCreasesAlone) {
   auto ledge = wall();  // one object that leaps: a wall with another before its right half
