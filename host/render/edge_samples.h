@@ -5,10 +5,9 @@
 
 namespace quillmere::render {
 
-// Draws more samples of those pixels of a final picture whose samples differ most in what the display shows (edges, fine
-// textures, shadows, highlights), up to seven times the `samples` with which `picture` was drawn by `shader`. Most of
-// what is wrong with a picture of few samples is wrong there, where no filter may smooth. The outcome doesn't depend on
-// the threads.
+// Draws more samples of those pixels of a final picture where smoothing would leave most grain (edges, fine textures,
+// the edges of shadows and highlights), up to seven times the `samples` with which `picture` was drawn by `shader`. The
+// outcome doesn't depend on the threads.
 Outcome sampleEdges(const PictureRequest& request, int samples, std::uint32_t seed, const FinalShader& shader,
                     const LitPicture& picture);
 

@@ -125,7 +125,7 @@ TEST(FinalLight, WhatHasEdgesIsWithFewSamplesNearWhatItIsWithMany) {
     };
     const image::Image few = drawn(16, 1), many = drawn(128, 2);
     double sum = 0.0;
-    for (int i = 0; i < kPlanSide * kPlanSide; ++i) {
+    for (std::ptrdiff_t i = 0; i < kPlanSide * kPlanSide; ++i) {
       const double off = few.row<float>(0)[3 * i] - many.row<float>(0)[3 * i];
       sum += off * off;
     }
