@@ -105,7 +105,7 @@ class Job(DeskCase):
         self.assertEqual(self.ask("/api/desk/render", {"job": {"scene": "scene.glb"}}).status, 404)
 
     def test_what_render_would_refuse_ends_the_studio(self) -> None:
-        for arguments, why in [(["scene.glb", "--camera", "x"], "camera 'x'"), (["scene.glb", "--quiet"], "--quiet")]:
+        for arguments, why in [(["scene.glb", "--camera", "x"], "camera 'x'"), (["scene.glb", "--quiet"], "--quiet"), (["--prompt", "fog"], "no scene")]:
             done = self.run_command("studio", "--write-dir", "write", *arguments)
             self.assertNotEqual(done.returncode, 0)
             self.assertIn(why, done.stderr)

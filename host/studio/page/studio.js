@@ -240,7 +240,7 @@ setMode("split");
 beginToSteer().catch((error) => tell(error.message));
 let reload = 0;
 listen({
-  open: () => loadAll().catch((error) => tell(error.message)),
+  open: () => Promise.all([loadAll(), steer.again()]).catch((error) => tell(error.message)),
   closed: () => tell("The program doesn't answer; waiting for it"),
   view: setView,
   frame: setFrame,
@@ -249,6 +249,6 @@ listen({
     reload = setTimeout(() => parts.history.reload(), 200);
   },
   render: (told) => steer.event(told),
-  lost: () => loadAll(),
+  lost: () => Promise.all([loadAll(), steer.again()]).catch((error) => tell(error.message)),
   end: () => tell("The program has ended"),
 });
