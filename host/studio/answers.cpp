@@ -8,6 +8,7 @@
 #include "steering_answers.h"
 #include "values/failure.h"
 #include "view_state.h"
+#include "workflow_answers.h"
 
 namespace quillmere::studio {
 namespace {
@@ -67,6 +68,12 @@ Answer log(Studio& studio, const Request& request) {
   return answerWith({{"frame", *frame}, {"text", studio.watch.frames().log(*frame)}});
 }
 
+Answer passes(Studio& studio, const Request& request) {
+  const auto frame = numberIn<std::int64_t>(request.subject);
+  if (!frame) throw Refused(400, "'" + request.subject + "' is no frame");
+  return answerWith({{"frame", *frame}, {"passes", studio.watch.frames().passes(*frame)}});
+}
+
 Answer setView(Studio& studio, const Request& request) {
   const Json body = bodyOf(request);
   ViewChoice choice;
@@ -96,6 +103,11 @@ Answer openFolder(Studio& studio, const Request& request) {
   throw Refused(501, "this machine's desktop could not open '" + file.parent_path().string() + "' (xdg-open)");
 }
 
+Answer renderExample(Studio& studio, const Request& /*request*/) {
+  studio.example.start();
+  return answerWith(Json::object());
+}
+
 constexpr std::array kRoutes{
     Route{Route::Method::Get, "/api/state", state},
     Route{Route::Method::Get, "/api/history", history},
@@ -103,15 +115,17 @@ constexpr std::array kRoutes{
     Route{Route::Method::Get, "/api/thumbnail/", thumbnail},
     Route{Route::Method::Get, "/api/record/", record},
     Route{Route::Method::Get, "/api/log/", log},
+    Route{Route::Method::Get, "/api/passes/", passes},
     Route{Route::Method::Post, "/api/view", setView},
     Route{Route::Method::Post, "/api/mark", setMark},
     Route{Route::Method::Post, "/api/open-folder", openFolder},
+    Route{Route::Method::Post, "/api/example", renderExample},
 };
 
 }  // namespace
 
 std::vector<std::span<const Route>> routes() {
-  return {kRoutes, steeringRoutes()};
+  return {kRoutes, workflowRoutes(), steeringRoutes()};
 }
 
 Answer answerOf(const Route& route, Studio& studio, const Request& request) {

@@ -5,12 +5,14 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <chrono>
 #include <optional>
-#include <set>
 
 #include "base/error.h"
 #include "base/file_reading.h"
 #include "files/exchange_files.h"
+#include "files/merged_files.h"
+#include "record/picture_record.h"
 
 namespace quillmere::studio {
 namespace {
@@ -20,6 +22,7 @@ namespace fs = std::filesystem;
 constexpr std::uintmax_t kLargestText = std::uintmax_t{1} << 20U;  // bytes
 constexpr std::uintmax_t kLargestLog = std::uintmax_t{4} << 20U;
 constexpr int kDeepest = 20;
+constexpr std::chrono::seconds kSettled{2};
 
 // The frame's number where `name` is "<stem><frame><ending>".
 std::optional<std::int64_t> numberIn(std::string_view name, std::string_view stem, std::string_view ending) {
@@ -76,16 +79,12 @@ bool hasEnded(const Times& times, const Json& answer, const Json& status) {
   return times.answered >= times.told && (textAt(status, "phase") != "prepare" || textAt(answer, "error") != kBegun);
 }
 
-}  // namespace
-
-Frames::Frames(fs::path writeDirectory, PictureShelf& shelf)
-    : writeDirectory_(std::move(writeDirectory)), folder_(app::runtimeFolder(writeDirectory_)), shelf_(shelf) {}
-
-fs::path Frames::file(const char* stem, std::int64_t frame, const char* extension) const {
-  return folder_ / (stem + std::to_string(frame) + extension);
+fs::path fileOf(const fs::path& folder, const char* stem, std::int64_t frame, const char* extension) {
+  return folder / (stem + std::to_string(frame) + extension);
 }
 
-std::string Frames::stampsOf(std::int64_t frame) const {
+// Of all files that a frame is told of.
+std::string stampsOf(const fs::path& folder, std::int64_t frame) {
   std::string stamps;
   for (const auto& [stem, extension] : {std::pair{"request_", ".json"},
                                         {"reference_", ".png"},
@@ -94,45 +93,99 @@ std::string Frames::stampsOf(std::int64_t frame) const {
                                         {"response_", ".log"},
                                         {"preview_", ".jpg"},
                                         {"preview_", ".png"}}) {
-    stamps += stampOf(file(stem, frame, extension)) + "/";
+    stamps += stampOf(fileOf(folder, stem, frame, extension)) + "/";
   }
   return stamps;
 }
 
-Json Frames::look(std::int64_t frame) const {
-  const fs::path response = file("response_", frame, ".json"), status = file("status_", frame, ".json");
-  const Times times{timeOf(file("request_", frame, ".json")), timeOf(status), timeOf(response)};
+// Those of which there is one picture a frame.
+std::vector<std::string> passesIn(const fs::path& picture) {
+  std::vector<std::string> passes;
+  try {
+    const Json record = app::recordOf(picture);
+    const Json told = record.value("passes", Json::object());
+    for (const char* pass : {"depth", "normal", "lines", "object", "material", "albedo"}) {
+      if (told.contains(pass)) passes.emplace_back(pass);
+    }
+  } catch (const Error&) {
+    return {};
+  }
+  return passes;
+}
+
+}  // namespace
+
+Frames::Frames(fs::path writeDirectory, PictureShelf& shelf)
+    : writeDirectory_(std::move(writeDirectory)), folder_(app::runtimeFolder(writeDirectory_)), shelf_(shelf) {}
+
+Json Frames::look(const fs::path& folder, std::int64_t frame) const {
+  const auto file = [&](const char* stem, const char* extension) { return fileOf(folder, stem, frame, extension); };
+  const fs::path response = file("response_", ".json"), status = file("status_", ".json");
+  const Times times{timeOf(file("request_", ".json")), timeOf(status), timeOf(response)};
   const Json answer = objectIn(response), latest = objectIn(status);
   const bool ended = hasEnded(times, answer, latest);
   Json told{{"frame", frame}, {"heard", std::max({times.asked, times.told, times.answered}) / 1'000'000}};
   const bool ok = answer.value("ok", Json()) == Json(true);
   told["state"] = !ended ? "running" : ok ? "done" : "failed";
-  told["guide"] = shelf_.cardOf(file("reference_", frame, ".png"));
+  told["guide"] = shelf_.cardOf(file("reference_", ".png"));
   told["picture"] = ended && ok ? shelf_.cardOf(textAt(answer, "first_output")) : Json();
   told["error"] = ended && !ok ? textAt(answer, "error") : "";
-  told["log"] = timeOf(file("response_", frame, ".log")) != 0;
+  told["log"] = timeOf(file("response_", ".log")) != 0;
   if (ended) return told;
   addProgress(latest, told);
-  const fs::path jpg = file("preview_", frame, ".jpg"), png = file("preview_", frame, ".png");
+  const fs::path jpg = file("preview_", ".jpg"), png = file("preview_", ".png");
   told["preview"] = shelf_.cardOf(timeOf(png) > timeOf(jpg) ? png : jpg);
   return told;
 }
 
-std::vector<Json> Frames::refresh() {
-  std::set<std::int64_t> numbers;
+// Not again while its own time says that nothing has come or gone; that time has a grain, so that a fresh one says
+// nothing.
+void Frames::readFolder(const fs::path& folder) {
+  const std::int64_t time = timeOf(folder);
+  Folder& known = folders_[folder];
+  if (time == known.read) return;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  known.read = now - std::chrono::nanoseconds(time) > kSettled ? time : -1;
+  known.frames.clear();
   std::error_code error;
-  for (fs::directory_iterator place(folder_, error), end; !error && place != end; place.increment(error)) {
-    if (const auto number = numberIn(place->path().filename().native(), "request_", ".json")) numbers.insert(*number);
+  for (fs::directory_iterator place(folder, error), end; !error && place != end; place.increment(error)) {
+    const auto number = numberIn(place->path().filename().native(), "request_", ".json");
+    if (number) known.frames[*number] = {folder, timeOf(place->path())};
   }
+}
+
+std::map<std::int64_t, Frames::Place> Frames::places() {
+  std::vector<fs::path> folders{folder_};
+  std::error_code error;
+  for (fs::directory_iterator place(app::jobsFolder(writeDirectory_), error), end; !error && place != end;
+       place.increment(error)) {
+    folders.push_back(app::runtimeFolder(place->path()));
+  }
+  std::map<std::int64_t, Place> latest;
+  for (const fs::path& folder : folders) {
+    readFolder(folder);
+    for (const auto& [frame, place] : folders_[folder].frames) {
+      const auto [known, added] = latest.emplace(frame, place);
+      if (!added && place.asked > known->second.asked) known->second = place;
+    }
+  }
+  return latest;
+}
+
+std::vector<Json> Frames::refresh() {
   std::vector<Json> changed;
   const std::lock_guard lock(mutex_);
-  std::erase_if(stamps_, [&](const auto& one) { return !numbers.contains(one.first); });
-  std::erase_if(told_, [&](const auto& one) { return !numbers.contains(one.first); });
-  for (const std::int64_t frame : numbers) {
-    const std::string stamps = stampsOf(frame);
+  const auto latest = places();
+  const auto gone = [&](const auto& one) { return !latest.contains(one.first); };
+  std::erase_if(stamps_, gone);
+  std::erase_if(told_, gone);
+  std::erase_if(logs_, gone);
+  for (const auto& [frame, place] : latest) {
+    const std::string stamps = stampsOf(place.folder, frame);
     if (std::string& known = stamps_[frame]; known != stamps) {
       known = stamps;
-      changed.push_back(told_[frame] = look(frame));
+      logs_[frame] = fileOf(place.folder, "response_", frame, ".log");
+      changed.push_back(told_[frame] = look(place.folder, frame));
     }
   }
   return changed;
@@ -145,9 +198,28 @@ std::vector<Json> Frames::told() const {
   return all;
 }
 
+Json Frames::passes(std::int64_t frame) const {
+  const std::lock_guard lock(mutex_);
+  const auto told = told_.find(frame);
+  if (told == told_.end() || !told->second["picture"].is_object()) return Json::array();
+  const auto picture = shelf_.find(told->second["picture"]["id"]);
+  Json passes = Json::array();
+  for (const std::string& pass : picture ? passesIn(*picture) : std::vector<std::string>()) {
+    fs::path latest;
+    for (const auto& [folder, read] : folders_) {
+      const fs::path file = fileOf(folder, (pass + "_").c_str(), frame, ".png");
+      if (timeOf(file) > timeOf(latest)) latest = file;
+    }
+    if (!latest.empty()) passes.push_back({{"name", pass}, {"picture", shelf_.cardOf(latest)}});
+  }
+  return passes;
+}
+
 std::string Frames::log(std::int64_t frame) const {
+  const std::lock_guard lock(mutex_);
+  const auto found = logs_.find(frame);
   try {
-    return readText(file("response_", frame, ".log"), kLargestLog);
+    return found == logs_.end() ? "" : readText(found->second, kLargestLog);
   } catch (const Error&) {
     return {};
   }

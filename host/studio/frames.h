@@ -13,7 +13,8 @@
 namespace quillmere::studio {
 
 // The frames that have exchange files in a write directory: what renders of this or any other process are doing or have
-// done there. Any thread.
+// done there. Renders of several frames at a time have a folder each below it, and a frame's files are in the write
+// directory itself from its end on; of several the latest request counts. Any thread.
 class Frames {
  public:
   Frames(std::filesystem::path writeDirectory, PictureShelf& shelf);
@@ -28,19 +29,33 @@ class Frames {
   //    runs}
   std::vector<Json> told() const;
 
+  // The pictures of the scene beside the guide that its result was made with, as the result's record tells:
+  // [{"name": "depth", "picture": card}, ...]
+  Json passes(std::int64_t frame) const;
+
   // What the helper has left to be read of the frame; empty when it is nothing.
   std::string log(std::int64_t frame) const;
 
  private:
-  Json look(std::int64_t frame) const;
-  std::string stampsOf(std::int64_t frame) const;
-  std::filesystem::path file(const char* stem, std::int64_t frame, const char* extension) const;
+  struct Place {
+    std::filesystem::path folder;
+    std::int64_t asked = 0;  // when its request was written there, nanoseconds since 1970
+  };
+  struct Folder {
+    std::int64_t read = -1;  // its own time when it was
+    std::map<std::int64_t, Place> frames;
+  };
+  void readFolder(const std::filesystem::path& folder);
+  std::map<std::int64_t, Place> places();
+  Json look(const std::filesystem::path& folder, std::int64_t frame) const;
 
   std::filesystem::path writeDirectory_, folder_;
   PictureShelf& shelf_;
-  mutable std::mutex mutex_;                    // guards all below
+  mutable std::mutex mutex_;  // guards all below
+  std::map<std::filesystem::path, Folder> folders_;
   std::map<std::int64_t, std::string> stamps_;  // of all files that the frame was told of
   std::map<std::int64_t, Json> told_;
+  std::map<std::int64_t, std::filesystem::path> logs_;
 };
 
 }  // namespace quillmere::studio

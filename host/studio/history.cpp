@@ -7,12 +7,12 @@
 #include <ctime>
 #include <optional>
 #include <set>
-#include <sstream>
 
 #include "base/error.h"
 #include "base/file_reading.h"
 #include "files/exchange_files.h"
 #include "record/picture_record.h"
+#include "search.h"
 
 namespace quillmere::studio {
 namespace {
@@ -52,13 +52,6 @@ std::optional<HistoryEntry> entryIn(const fs::path& file) {
   }
 }
 
-std::string lowered(std::string text) {
-  for (char& letter : text) {
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
-  }
-  return text;
-}
-
 std::string cut(std::string text) {
   if (text.size() <= kLongestFact) return text;
   std::size_t end = kLongestFact;
@@ -81,26 +74,49 @@ Json factsOf(const fs::path& picture) {
   return facts;
 }
 
+std::string textOf(const Json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  return value.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string dayOf(const HistoryEntry& entry) {
+  const std::time_t seconds = entry.time / 1'000'000'000;
+  std::tm local{};
+  char day[32] = {};
+  if (::localtime_r(&seconds, &local) != nullptr) std::strftime(day, sizeof day, "%Y-%m-%d", &local);
+  return day;
+}
+
 std::string wordsOf(const HistoryEntry& entry) {
   std::string words = entry.document + " f" + std::to_string(entry.frame) + " " + entry.picture.filename().string();
   static const Json kNone = Json::object();
   for (const auto& fact : (entry.facts ? *entry.facts : kNone).items()) {
-    const Json& value = fact.value();
-    words += " " + (value.is_string() ? value.get<std::string>() : lineOf(value));
+    words += " " + textOf(fact.value());
   }
-  const std::time_t seconds = entry.time / 1'000'000'000;
-  std::tm local{};
-  char day[32] = {};
-  if (::localtime_r(&seconds, &local) != nullptr) std::strftime(day, sizeof day, " %Y-%m-%d", &local);
-  return lowered(words + day);
+  return lowered(words + " " + dayOf(entry));
 }
 
-bool holdsAll(const std::string& text, const std::string& words) {
-  std::istringstream stream(lowered(words));
-  for (std::string word; stream >> word;) {
-    if (text.find(word) == std::string::npos) return false;
-  }
-  return true;
+// What the picture's record tells under `key`.
+std::string recorded(const HistoryEntry& entry, const char* key) {
+  if (!entry.facts || !entry.facts->contains(key)) return {};
+  return textOf((*entry.facts)[key]);
+}
+
+std::string statusOf(const HistoryEntry& entry, const Mark& mark) {
+  return std::string(stampOf(entry.picture).empty() ? "gone" : "complete") + (mark.star ? " starred" : "") +
+         (mark.note.empty() ? "" : " noted");
+}
+
+// As Search asks for it.
+std::string factOf(const HistoryEntry& entry, const Mark& mark, const std::string& name) {
+  if (name == "prompt") return recorded(entry, "prompt") + " " + recorded(entry, "effective_prompt");
+  if (name == "workflow") return recorded(entry, "workflow_path") + " " + recorded(entry, "workflow_id");
+  if (name == "scene") return recorded(entry, "scene") + " " + entry.document;
+  if (name == "note") return mark.note;
+  if (name == "frame") return std::to_string(entry.frame);
+  if (name == "status") return statusOf(entry, mark);
+  if (name == "date") return dayOf(entry);
+  return recorded(entry, name.c_str());
 }
 
 }  // namespace
@@ -200,6 +216,7 @@ Json History::answer(const HistoryQuestion& question) const {
     const auto found = marks.find(entry.picture.string());
     return found == marks.end() ? Mark{} : found->second;
   };
+  const Search search(question.words);
   Json rows = Json::array();
   std::set<std::string> documents;
   std::size_t found = 0;
@@ -209,7 +226,10 @@ Json History::answer(const HistoryQuestion& question) const {
     if (!question.document.empty() && entry->document != question.document) continue;
     const Mark mark = markOf(*entry);
     if (question.starred && !mark.star) continue;
-    if (!holdsAll(entry->words + (mark.note.empty() ? "" : " " + lowered(mark.note)), question.words)) continue;
+    if (!search.accepts(entry->words + (mark.note.empty() ? "" : " " + lowered(mark.note)),
+                        [&](const std::string& name) { return lowered(factOf(*entry, mark, name)); })) {
+      continue;
+    }
     const std::size_t at = found++;
     if (at >= question.from && rows.size() < std::min(question.count, kMostRows)) rows.push_back(rowOf(*entry, mark));
   }

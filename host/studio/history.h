@@ -28,7 +28,7 @@ struct HistoryEntry {
 
 // What is asked of the history; empty members ask nothing.
 struct HistoryQuestion {
-  std::string words;     // all of them, in any order and case, anywhere in the facts
+  std::string words;     // as Search takes them
   std::string document;  // exactly
   bool starred = false;
   std::size_t from = 0, count = 200;

@@ -1,6 +1,7 @@
 #include "own_command.h"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <semaphore>
 
@@ -15,6 +16,12 @@ constexpr int kDeepest = 32;
 constexpr std::size_t kMostOutput = std::size_t{256} << 20U;  // a catalog of 100,000 workflows is 60 MB
 constexpr int kMostCommands = 4;
 constexpr std::chrono::seconds kMoment{20};
+
+std::atomic<bool> ended = false;
+
+void addOptions(std::vector<std::string>& words, const std::vector<std::string>& options) {
+  words.insert(std::find(words.begin(), words.end(), "--"), options.begin(), options.end());
+}
 
 // A place among those that run at a time, while this lives.
 class Place {
@@ -45,22 +52,28 @@ app::ChildResult resultOf(std::vector<std::string>& words, std::chrono::millisec
                           const std::function<bool()>& stop) {
   const Place place;
   words.insert(words.begin(), app::thisProgram().string());
-  return app::runChild(words, {.patience = patience, .mostOutput = kMostOutput, .kill = app::ChildLimits::Kill::Itself},
-                       stop);
+  app::ChildResult result =
+      app::runChild(words, {.patience = patience, .mostOutput = kMostOutput, .kill = app::ChildLimits::Kill::Itself},
+                    [&stop] { return ended || (stop && stop()); });
+  if (ended) throw Refused(503, "the program ends");
+  return result;
 }
 
 }  // namespace
 
 std::vector<std::string> withSession(std::vector<std::string> words, const app::SessionOptions& session) {
-  words.insert(words.end(), {"--write-dir", app::writeDirectoryOf(session).string()});
-  if (!session.plugin.empty()) {
-    words.insert(words.end(), {"--plugin", std::filesystem::absolute(session.plugin).lexically_normal().string()});
-  }
+  addOptions(words, {"--write-dir", app::writeDirectoryOf(session).string()});
+  return withPlugin(std::move(words), session);
+}
+
+std::vector<std::string> withPlugin(std::vector<std::string> words, const app::SessionOptions& session) {
+  if (session.plugin.empty()) return words;
+  addOptions(words, {"--plugin", std::filesystem::absolute(session.plugin).lexically_normal().string()});
   return words;
 }
 
 Json answerOfCommand(std::vector<std::string> words, std::chrono::milliseconds patience) {
-  words.emplace_back("--json");
+  addOptions(words, {"--json"});
   const app::ChildResult result = resultOf(words, patience, {});
   try {
     if (result.end == app::ChildResult::End::Exited) return parsedJson(result.output, kDeepest);
@@ -75,6 +88,10 @@ void runCommand(std::vector<std::string> words, const std::function<bool()>& sto
   if (result.end == app::ChildResult::End::Exited && result.status == 0) return;
   if (stop && stop()) throw Refused(409, "something newer was asked for");
   throw Refused(422, complaintOf(result, words[1]));
+}
+
+void endCommands() {
+  ended = true;
 }
 
 }  // namespace quillmere::studio

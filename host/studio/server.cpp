@@ -1,6 +1,5 @@
 #include "server.h"
 
-#include <httplib.h>
 #include <sys/socket.h>
 
 #include <array>
@@ -9,6 +8,7 @@
 #include "access.h"
 #include "answers.h"
 #include "base/file_reading.h"
+#include "http_server.h"
 #include "values/failure.h"
 
 namespace quillmere::studio {
@@ -16,10 +16,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kConnections = 40;  // answered at a time; the events of each page take one
-constexpr std::size_t kLargestBody = std::size_t{1} << 20U;
+constexpr std::size_t kLargestBody = std::size_t{4} << 20U;
 constexpr std::uintmax_t kLargestPageFile = std::uintmax_t{4} << 20U;
-constexpr std::chrono::seconds kRead{5}, kWrite{10};
+constexpr HttpLimits kLimits;  // the events of each page take one connection
 constexpr std::chrono::milliseconds kHeartbeat{2000};
 constexpr const char* kForever = "private, max-age=31536000, immutable";
 
@@ -59,7 +58,8 @@ void setSocketOptions(socket_t socket) {
 struct Server::Parts {
   // One address that is listened on.
   struct Door {
-    httplib::Server http;
+    explicit Door(std::atomic<std::size_t>& open) : http(kLimits, open) {}
+    HttpServer http;
     std::thread thread;
   };
 
@@ -93,10 +93,6 @@ struct Server::Parts {
   }
   void open(Door& door) {
     httplib::Server& http = door.http;
-    http.new_task_queue = [] { return new httplib::ThreadPool(kConnections); };
-    http.set_read_timeout(kRead);
-    http.set_write_timeout(kWrite);
-    http.set_keep_alive_timeout(kRead.count());
     http.set_payload_max_length(kLargestBody);
     http.set_tcp_nodelay(true);
     http.set_default_headers(kHeaders);
@@ -182,7 +178,8 @@ struct Server::Parts {
   Studio& studio;
   fs::path page;
   std::optional<Access> access;
-  std::array<Door, 2> doors;
+  std::atomic<std::size_t> connections = 0;
+  std::array<Door, 2> doors{Door(connections), Door(connections)};
 };
 
 Server::Server(Studio& studio, const fs::path& page, int port) : parts_(std::make_unique<Parts>(studio, page, port)) {}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "commands/options.h"
+#include "example_render.h"
 #include "watch.h"
 
 namespace quillmere::studio {
@@ -10,7 +11,8 @@ struct Steering;
 // What a request may ask of.
 struct Studio {
   Watch& watch;
-  app::SessionOptions session;   // what the commands are given that it runs
+  app::SessionOptions session;  // what the commands are given that it runs
+  ExampleRender& example;
   Steering* steering = nullptr;  // none: it was started without a scene
 };
 

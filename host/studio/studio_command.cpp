@@ -14,6 +14,7 @@
 #include "desk.h"
 #include "effect/effect_session.h"
 #include "files/exchange_files.h"
+#include "own_command.h"
 #include "process/child_run.h"
 #include "process/user_break.h"
 #include "report/output.h"
@@ -104,12 +105,14 @@ app::ExitStatus run(const Options& options, const CLI::App& command) {
   DeskGuides guides(app::exchangeFolder(watch.writeDirectory()) / "studio" / "guides", watch.shelf());
   Steering steering{desk, guides, alwaysGiven(command)};
   const bool steered = isSteered(options, command);
-  Studio studio{watch, options.render.session, steered ? &steering : nullptr};
+  ExampleRender example(watch, options.render.session);
+  Studio studio{watch, options.render.session, example, steered ? &steering : nullptr};
   if (steered) begin(studio, command);
   const Server server(studio, pageFolder(), options.port);
   tellAddress(server.address(), options.render.json);
   if (options.open) openBrowser(server.address());
   while (!userBreak.seen()) std::this_thread::sleep_for(kPause);
+  endCommands();
   desk.finish();
   watch.hub().tell("end", Json::object());
   return app::ExitStatus::Done;

@@ -20,20 +20,17 @@ std::vector<fs::path> withWriteDirectory(const fs::path& writeDirectory, std::ve
   return folders;
 }
 
-// Of the program's own, beside the folders that the effect knows.
-fs::path studioFolder(const fs::path& writeDirectory) {
-  return app::exchangeFolder(writeDirectory) / "studio";
-}
-
 }  // namespace
 
 Watch::Watch(fs::path writeDirectory, const std::vector<fs::path>& folders)
     : writeDirectory_(std::move(writeDirectory)),
       shelf_(withWriteDirectory(writeDirectory_, folders)),
-      marks_(studioFolder(writeDirectory_) / "marks.json"),
+      marks_(studioFolder() / "marks.json"),
+      ownership_(studioFolder()),
       history_(writeDirectory_, shelf_, marks_),
       frames_(writeDirectory_, shelf_),
-      thumbnails_(studioFolder(writeDirectory_) / "thumbnails") {
+      thumbnails_(studioFolder() / "thumbnails") {
+  owner_ = ownership_.mine();
   history_.refresh();
   frames_.refresh();
   viewStamp_ = stampOf(app::viewStateFile(writeDirectory_));
@@ -44,6 +41,10 @@ Watch::~Watch() {
   ended_ = true;
   hub_.close();
   thread_.join();
+}
+
+fs::path Watch::studioFolder() const {
+  return app::exchangeFolder(writeDirectory_) / "studio";
 }
 
 Json Watch::view() {
@@ -57,7 +58,14 @@ Json Watch::view() {
 }
 
 Json Watch::state() {
-  return {{"version", 1}, {"write_directory", writeDirectory_.string()}, {"view", view()}, {"frames", frames_.told()}};
+  Json state{
+      {"version", 1}, {"write_directory", writeDirectory_.string()}, {"view", view()}, {"frames", frames_.told()}};
+  state.update(owner());
+  return state;
+}
+
+Json Watch::owner() {
+  return {{"owner", ownership_.mine()}, {"other_owner", ownership_.other()}};
 }
 
 void Watch::look(unsigned round) {
@@ -70,6 +78,7 @@ void Watch::look(unsigned round) {
   }
   for (const Json& frame : frames_.refresh()) hub_.tell("frame", frame);
   if (round % kRoundsPerHistory != 0) return;
+  if (!owner_ && (owner_ = ownership_.mine())) hub_.tell("owner", owner());
   if (round <= lookAgainUntil_) history_.lookAgain();
   const bool changed = history_.refresh();
   const bool read = history_.readRecords(kRecordsPerRound * kRoundsPerHistory);

@@ -9,13 +9,14 @@
 #include "frames.h"
 #include "history.h"
 #include "marks.h"
+#include "ownership.h"
 #include "picture_shelf.h"
 #include "thumbnails.h"
 
 namespace quillmere::studio {
 
 // All that a page shows of a write directory, kept up to date by a thread that looks every kPause, and told to those
-// who listen: "view", "frame", "history". docs/studio.md has the members.
+// who listen: "view", "frame", "history", "owner". docs/studio.md has the members.
 class Watch {
  public:
   // Below `folders`, besides the write directory, any picture may be shown.
@@ -24,29 +25,35 @@ class Watch {
   Watch(const Watch&) = delete;
   Watch& operator=(const Watch&) = delete;
 
-  // {"write_directory", "view": as in the event, "frames": [...]}
+  // {"write_directory", "owner", "other_owner": as in the event, "view": likewise, "frames": [...]}
   Json state();
   Json view();  // {"last", "selected", "locked_style", "guide": cards; "status", "history": its document}
   const std::filesystem::path& writeDirectory() const { return writeDirectory_; }
+  // Of this program's own, beside the folders that the effect knows.
+  std::filesystem::path studioFolder() const;
   PictureShelf& shelf() { return shelf_; }
   Marks& marks() { return marks_; }
+  Ownership& ownership() { return ownership_; }
   const History& history() const { return history_; }
   const Frames& frames() const { return frames_; }
   Thumbnails& thumbnails() { return thumbnails_; }
   EventHub& hub() { return hub_; }
 
  private:
+  Json owner();  // {"owner": whether this program may render here, "other_owner": the process that may, as a text}
   void look(unsigned round);
   void lookUntilEnd();
 
   std::filesystem::path writeDirectory_;
   PictureShelf shelf_;
   Marks marks_;
+  Ownership ownership_;
   History history_;
   Frames frames_;
   Thumbnails thumbnails_;
   EventHub hub_;
   std::string viewStamp_;
+  bool owner_ = false;           // as it was told
   unsigned lookAgainUntil_ = 0;  // round
   std::atomic<bool> ended_ = false;
   std::thread thread_;  // last, so that it starts with everything above made

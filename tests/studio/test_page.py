@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import time
 import unittest
 
 from selenium import webdriver
@@ -44,6 +45,20 @@ class PageCase(StudioCase):
         self.studio("--pictures", "renders", *arguments)
         self.browser.get(self.address)
         until(lambda: self.find("#found").text)
+
+    def shot(self, name: str) -> None:
+        """As it is, in both themes, small and large."""
+        for scheme, width, height in (("dark", 1024, 700), ("dark", 2560, 1440), ("light", 1440, 900)) if SHOTS else ():
+            self.scheme(scheme)
+            self.browser.set_window_size(width, height)
+            time.sleep(0.3)
+            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{name}_{scheme}_{width}.png"))
+        self.browser.set_window_size(1440, 900)
+        self.scheme()
+
+    def scheme(self, name: str = "") -> None:
+        features = [{"name": "prefers-color-scheme", "value": name}] if name else []
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": features})
 
     def find(self, selector: str):
         return self.browser.find_element(By.CSS_SELECTOR, selector)
@@ -98,6 +113,25 @@ class Look(PageCase):
         self.press(Keys.ARROW_RIGHT)
         until(lambda: self.find(".name.right").text == "result 2")
 
+    def test_a_pass_stands_on_the_left(self) -> None:
+        runtime = self.exchange / "runtime"
+        for number, passes in ((1, {"depth": {}, "lines": {}}), (2, {})):
+            picture = self.picture(f"f{number}.png", prompt="x", passes=passes)
+            self.frame(number, response={"ok": True, "first_output": str(picture)})
+            for name in ("depth", "normal"):  # of an earlier render, as far as the record doesn't name them
+                (runtime / f"{name}_{number}.png").write_bytes(picture.read_bytes())
+        self.open()
+        self.js("arguments[0].focus()", self.find("frame-timeline [aria-selected=true]"))
+        self.press(Keys.HOME)
+        until(lambda: self.js("[...document.querySelector('#left').options].map(one => one.value)") == ["guide", "depth"])
+        self.find("#left").send_keys("depth")
+        until(lambda: self.find(".name.left").text == "depth 1")
+        self.js("arguments[0].focus()", self.find("frame-timeline [aria-selected=true]"))
+        self.press(Keys.ARROW_RIGHT)
+        until(lambda: self.find(".name.left").text == "guide 2")
+        self.press(Keys.ARROW_LEFT)
+        until(lambda: self.find(".name.left").text == "depth 1")
+
     def test_the_frames_are_played(self) -> None:
         for number in (1, 2, 3):
             self.done_frame(number)
@@ -112,13 +146,12 @@ class Look(PageCase):
         self.done_frame(1)
         grounds = []
         for scheme in ("dark", "light"):
-            feature = {"features": [{"name": "prefers-color-scheme", "value": scheme}]}
-            self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", feature)
+            self.scheme(scheme)
             self.open()
             grounds.append(self.js("getComputedStyle(document.body).backgroundColor"))
             if SHOTS:
                 self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{scheme}.png"))
-        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
+        self.scheme()
         self.assertEqual(len(set(grounds)), 2)
 
 
@@ -152,6 +185,12 @@ class Find(PageCase):
         self.press("/")
         self.press("prompt 3")
         until(lambda: "1 of 5" in self.find("#found").text)
+        self.find("#words").clear()
+        self.find("#filters summary").click()
+        next(one for one in self.all("#filters button") if one.text == "frame:").click()
+        self.press("3")
+        until(lambda: "1 of 5" in self.find("#found").text)
+        self.assertEqual(self.find("#words").get_attribute("value"), "frame:3")
         self.find("history-list .entry").click()
         until(lambda: "prompt 3" in self.find("#details").text)
         next(one for one in self.all("#details button") if one.text == "Lock as style").click()

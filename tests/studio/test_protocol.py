@@ -3,7 +3,10 @@
 import http.client
 import json
 import os
+import select
 import signal
+import socket
+import time
 import unittest
 
 from studio_case import StudioCase, until
@@ -58,7 +61,7 @@ class Access(StudioCase):
             ("nothing to mark", 400, "/api/mark", {"star": True}, {}),
             ("a picture that nobody knows", 404, "/api/mark", {"picture": "0" * 16, "star": True}, {}),
             ("a path for an identifier", 404, "/api/view", {"selected": "/etc/passwd"}, {}),
-            ("too much", 413, "/api/mark", "x" * (2 << 20), {}),
+            ("too much", 413, "/api/mark", "x" * (5 << 20), {}),
             ("a number that is none", 400, "/api/history?from=-1", None, {}),
             ("no frame", 404, "/api/log/x", None, {}),
         ]:
@@ -69,6 +72,45 @@ class Access(StudioCase):
                     self.assertEqual(status, 413)
                     continue
                 self.assertEqual(response.status, status, response.read())
+
+    def test_who_is_slow_is_dropped_and_who_is_too_many_refused(self) -> None:
+        self.studio()
+        begun = time.monotonic()
+        drips = [b"GET / HTTP/1.1\r\nHost: " + b"x" * 60,
+                 f"POST /api/mark HTTP/1.1\r\nHost: 127.0.0.1:{self.port}\r\nX-Quillmere-Token: {self.token}\r\n"
+                 "Content-Type: application/json\r\nContent-Length: 1000\r\n\r\n".encode() + b" " * 60]
+        slow = [self.connect() for _ in drips]
+        for connection, text in zip(slow, drips):
+            connection.sendall(text[:-60])
+        many = []
+        for _ in range(45):
+            many.append(self.connect())
+            many[-1].sendall(b"G")
+            time.sleep(0.01)  # the system lets few wait to be taken
+        until(lambda: len(select.select(many, [], [], 0)[0]) >= 7)
+        refused = [connection.recv(100) for connection in select.select(many, [], [], 0)[0]]
+        self.assertEqual([text[:12] for text in refused], [b"HTTP/1.1 503"] * 7)
+        for connection in many:
+            connection.close()
+        until(lambda: self.ask("/api/state").status == 200)
+        for tick in range(40):  # a byte now and then, well within what may pass between two
+            for connection in [*slow]:
+                try:
+                    connection.sendall(b" ")
+                    if select.select([connection], [], [], 0)[0]:
+                        slow.remove(connection)
+                except OSError:
+                    slow.remove(connection)
+            if not slow:
+                break
+            time.sleep(1)
+        self.assertEqual(slow, [])
+        self.assertTrue(12 < time.monotonic() - begun < 25, time.monotonic() - begun)
+
+    def connect(self) -> socket.socket:
+        connection = socket.create_connection(("127.0.0.1", self.port), timeout=20)
+        self.addCleanup(connection.close)
+        return connection
 
     def test_a_port_in_use_and_the_end(self) -> None:
         self.studio()
@@ -136,6 +178,13 @@ class Content(StudioCase):
             ("words=flux", ["sun.png"]),
             ("words=client", ["rain.png"]),
             ("words=2027-01-15", ["sun.png", "rain.png"]),
+            ("words=camera:PIER+prompt:%22a+rainy%22", ["rain.png"]),
+            ("words=camera:rainy", []),
+            ("words=seed:7", []),
+            ("words=seed:77+frame:7+scene:harbour+date:2027-01+status:noted", ["rain.png"]),
+            ("words=workflow:flux+status:complete", ["sun.png"]),
+            ("words=status:gone", []),
+            ("words=unknown:flux", []),
             ("document=city.glb", ["sun.png"]),
             ("starred=true", ["rain.png"]),
             ("from=1&count=5", ["rain.png"]),
@@ -179,7 +228,7 @@ class Content(StudioCase):
         events.request("GET", "/api/events", headers={"X-Quillmere-Token": self.token})
         stream = events.getresponse()
         self.helper('say "Inking"\nsleep 0.3\nanswer')
-        self.start("--frames", "4", "--output", "out.png")
+        self.start("--frames", "4-5", "--jobs", "2", "--output", "out_#.png")  # each in a folder of its own
         seen: list[str] = []
         while "done" not in seen:
             line = stream.readline().decode()

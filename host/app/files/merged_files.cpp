@@ -41,8 +41,12 @@ void mergeHistory(const fs::path& from, const fs::path& into, std::int32_t frame
 
 }  // namespace
 
+fs::path jobsFolder(const fs::path& writeDirectory) {
+  return exchangeFolder(writeDirectory) / "jobs";
+}
+
 fs::path writeDirectoryOfJob(const fs::path& writeDirectory, int number) {
-  return exchangeFolder(writeDirectory) / "jobs" / std::to_string(number);
+  return jobsFolder(writeDirectory) / std::to_string(number);
 }
 
 void mergeFrame(const fs::path& from, const fs::path& into, std::int32_t frame) noexcept {

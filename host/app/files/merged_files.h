@@ -7,6 +7,9 @@
 // Renders that run side by side have a write directory each; a viewer sees that of all of them.
 namespace quillmere::app {
 
+// Where those are.
+std::filesystem::path jobsFolder(const std::filesystem::path& writeDirectory);
+
 // The write directory of the `number`th process (from 1) that renders for the one that owns `writeDirectory`.
 std::filesystem::path writeDirectoryOfJob(const std::filesystem::path& writeDirectory, int number);
 

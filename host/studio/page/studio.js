@@ -5,6 +5,8 @@ import "/timeline.js";
 import "/history.js";
 import { Details } from "/details.js";
 import { Steer } from "/steer.js";
+import { LeftChooser } from "/passes.js";
+import { attendViews } from "/views.js";
 
 const SEARCH_PAUSE = 150; // ms after the last letter
 const QUIET = 60_000; // ms without a word of a frame that is being rendered
@@ -22,18 +24,22 @@ const steer = new Steer({
   follow: () => Object.assign(state, { following: true, shown: null }),
 });
 const TABS = [...document.querySelectorAll("aside [role=tab]")].map((tab) => tab.id.slice("tab-".length));
+const leftChooser = new LeftChooser(at("left"), () => showFrame(state.frames.get(parts.timeline.current)), tell);
 
 function tell(text) {
   parts.status.textContent = text;
 }
 
-// Left the guide, right the result, or the preview while there is none.
-function showFrame(frame) {
+// Left the guide or what was chosen instead, right the result, or the preview while there is none.
+async function showFrame(frame) {
   if (!frame) return;
   const right = frame.picture || frame.preview;
-  state.shown = { frame: frame.frame, id: right?.id };
+  const shown = { frame: frame.frame, id: right?.id };
+  state.shown = shown;
+  const left = await leftChooser.leftOf(frame);
+  if (state.shown !== shown) return;
   parts.viewer.show(
-    frame.guide && { url: pictureUrl(frame.guide), name: `guide ${frame.frame}` },
+    left.picture && { url: pictureUrl(left.picture), name: left.name },
     right && { url: pictureUrl(right), name: frame.picture ? `result ${frame.frame}` : `preview ${frame.frame}` });
   if (!at("panel-console").hidden) showConsole();
 }
@@ -120,6 +126,18 @@ function setView(view) {
   tell(view.status || "");
 }
 
+function setOwner(told) {
+  at("shows-only").hidden = told.owner;
+  const why = told.other_owner ? `Another studio (process ${told.other_owner}) has this write directory` : "The write directory can't be written";
+  at("shows-only").textContent = `${why}: this one shows, and doesn't render`;
+}
+
+function setExample(told) {
+  at("example").disabled = told.state === "running";
+  if (told.state === "running") tell("The example is being rendered");
+  if (told.state === "failed") tell(`The example failed: ${told.problem}`);
+}
+
 function setFrame(frame) {
   state.frames.set(frame.frame, frame);
   parts.timeline.update(frame);
@@ -135,6 +153,7 @@ async function loadAll() {
   const told = await get("/api/state");
   state.frames = new Map(told.frames.map((frame) => [frame.frame, frame]));
   setView(told.view);
+  setOwner(told);
   at("write-directory").textContent = told.write_directory;
   parts.timeline.replaceAll(told.frames);
   const latest = told.frames.reduce((best, frame) => (!best || frame.heard > best.heard ? frame : best), null);
@@ -180,7 +199,8 @@ const KEYS = {
 };
 
 function onKey(event) {
-  const typing = event.target.closest("input, textarea, select, dialog[open]");
+  const elsewhere = at("view-pictures").hidden;
+  const typing = elsewhere || event.target.closest("input, textarea, select, dialog[open]");
   const pressed = event.target.closest("button") && event.key === " ";
   if (typing || pressed || event.ctrlKey || event.metaKey || event.altKey || !KEYS[event.key]) return;
   event.preventDefault();
@@ -189,10 +209,12 @@ function onKey(event) {
 
 function attend() {
   let waiting = 0;
+  attendViews(tell);
   document.addEventListener("keydown", onKey);
   parts.mode.addEventListener("change", () => setMode(parts.mode.value));
   at("fit").addEventListener("click", () => parts.viewer.fit());
   at("actual").addEventListener("click", () => parts.viewer.actual());
+  at("example").addEventListener("click", () => post("/api/example", {}).catch((error) => tell(error.message)));
   at("help-open").addEventListener("click", () => at("help").showModal());
   for (const one of TABS) {
     at(`tab-${one}`).addEventListener("click", () => selectTab(one));
@@ -220,6 +242,14 @@ function attend() {
       .then((mark) => parts.history.replace({ ...detail, ...mark }))
       .catch((error) => tell(error.message));
   });
+  at("filters").addEventListener("click", ({ target }) => {
+    if (!target.matches("button")) return;
+    const words = at("words");
+    const today = "today" in target.dataset ? new Date().toLocaleDateString("sv") : ""; // 2026-11-22
+    words.value = `${words.value.trim()} ${target.textContent}${today}`.trim();
+    words.focus();
+    search();
+  });
   at("search").addEventListener("submit", (event) => event.preventDefault());
   at("search").addEventListener("input", () => {
     clearTimeout(waiting);
@@ -244,6 +274,8 @@ listen({
   closed: () => tell("The program doesn't answer; waiting for it"),
   view: setView,
   frame: setFrame,
+  owner: setOwner,
+  example: setExample,
   history: () => {
     clearTimeout(reload);
     reload = setTimeout(() => parts.history.reload(), 200);
