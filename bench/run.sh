@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # run.sh BUILD FILTER: every benchmark program of the build whose cases match, then whole processes of the command
-# what a large catalog costs it, and what a farm makes of it.
+# what a large catalog costs it, what a farm makes of it, and what the studio page takes.
 # QUILLMERE_BENCH_SCENE and QUILLMERE_BENCH_CAMERA choose another scene than the harbour of examples/.
 set -euo pipefail
 build=$1
@@ -18,3 +18,4 @@ done
 "$here/processes.py" "$build/bin/quillmere" "$QUILLMERE_BENCH_SCENE" "${QUILLMERE_BENCH_CAMERA:-}"
 "$here/catalog.py" "$build/bin/quillmere" "$build/plugin/quillmere"
 "$here/farm.py" "$build/bin/quillmere" "$QUILLMERE_BENCH_SCENE"
+/usr/bin/python3 "$here/studio.py" "$build/bin/quillmere"

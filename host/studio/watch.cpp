@@ -31,7 +31,6 @@ Watch::Watch(fs::path writeDirectory, const std::vector<fs::path>& folders)
       frames_(writeDirectory_, shelf_),
       thumbnails_(studioFolder() / "thumbnails") {
   owner_ = ownership_.mine();
-  history_.refresh();
   frames_.refresh();
   viewStamp_ = stampOf(app::viewStateFile(writeDirectory_));
   thread_ = std::thread([this] { lookUntilEnd(); });
@@ -85,7 +84,13 @@ void Watch::look(unsigned round) {
   if (changed || read) hub_.tell("history", Json::object());
 }
 
+const History& Watch::history() {
+  std::call_once(historyRead_, [this] { history_.refresh(); });
+  return history_;
+}
+
 void Watch::lookUntilEnd() {
+  history();
   for (unsigned round = 0; !ended_; ++round) {
     look(round);
     std::this_thread::sleep_for(kPause);

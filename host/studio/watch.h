@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -34,7 +35,9 @@ class Watch {
   PictureShelf& shelf() { return shelf_; }
   Marks& marks() { return marks_; }
   Ownership& ownership() { return ownership_; }
-  const History& history() const { return history_; }
+  // Read when it is asked for or the thread comes to it, so that a long one doesn't keep a page from what else there
+  // is.
+  const History& history();
   const Frames& frames() const { return frames_; }
   Thumbnails& thumbnails() { return thumbnails_; }
   EventHub& hub() { return hub_; }
@@ -53,7 +56,8 @@ class Watch {
   Thumbnails thumbnails_;
   EventHub hub_;
   std::string viewStamp_;
-  bool owner_ = false;           // as it was told
+  bool owner_ = false;  // as it was told
+  std::once_flag historyRead_;
   unsigned lookAgainUntil_ = 0;  // round
   std::atomic<bool> ended_ = false;
   std::thread thread_;  // last, so that it starts with everything above made
