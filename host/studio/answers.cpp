@@ -125,7 +125,7 @@ constexpr std::array kRoutes{
 }  // namespace
 
 std::vector<std::span<const Route>> routes() {
-  return {kRoutes, steeringRoutes(), workflowRoutes()};
+  return {kRoutes, workflowRoutes(), steeringRoutes()};
 }
 
 Answer answerOf(const Route& route, Studio& studio, const Request& request) {

@@ -17,7 +17,8 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kCameraSide = 240;  // pixels
-constexpr int kQuickSamples = 4;  // of a final guide that is drawn to be looked at
+// Of a final guide that is drawn to be looked at: where the job doesn't say, and however much it says.
+constexpr std::int64_t kFewSamples = 4, kMostSamples = 64;
 
 // The job's shape at another size.
 std::string sizeWithin(const Json& options, int longest) {
@@ -86,7 +87,13 @@ Json DeskGuides::live(const Json& wanted, int longest) {
   Json job = wanted;
   Json& options = optionsOf(job);
   options["size"] = sizeWithin(options, longest);
-  if (!options.contains("samples")) options["samples"] = kQuickSamples;
+  if (const auto camera = options.find("camera"); camera != options.end() && camera->is_array() && camera->size() > 1) {
+    camera->erase(camera->begin() + 1, camera->end());
+  }
+  const Json samples = options.value("samples", Json(kFewSamples));
+  const auto number = numberIn<std::int64_t>(samples.is_string() ? samples.get<std::string>() : samples.dump());
+  if (number && *number > kMostSamples) options["samples"] = kMostSamples;
+  if (!options.contains("samples")) options["samples"] = kFewSamples;
   std::vector<std::string> words = wordsFor("guide", job);
   const fs::path file = folder_ / (nameFor(job, words) + ".png");
   words.push_back("--output=" + patternFor(file));

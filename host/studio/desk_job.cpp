@@ -25,7 +25,7 @@ constexpr std::array<std::string_view, 21> kOptions{
     "size",       "output", "workflow",  "style",       "seed",       "exposure",    "samples",
     "background", "light",  "two-sided", "depth-range", "depth-kind", "normal-kind", "exr-encoding"};
 // Those that the page has fields of its own for.
-constexpr std::array<std::string_view, 5> kShownElsewhere{"camera", "workflow", "style", "size", "time"};
+constexpr std::array<std::string_view, 4> kShownElsewhere{"camera", "workflow", "size", "time"};
 constexpr const char* kFrames = "frames";
 constexpr const char* kGuideMode = "QUILLMERE_GUIDE_MODE";
 constexpr const char* kWorkflow = "QUILLMERE_WORKFLOW";

@@ -19,6 +19,10 @@ constexpr std::chrono::seconds kMoment{20};
 
 std::atomic<bool> ended = false;
 
+void addOptions(std::vector<std::string>& words, const std::vector<std::string>& options) {
+  words.insert(std::find(words.begin(), words.end(), "--"), options.begin(), options.end());
+}
+
 // A place among those that run at a time, while this lives.
 class Place {
  public:
@@ -32,11 +36,6 @@ class Place {
  private:
   static inline std::counting_semaphore<kMostCommands> places_{kMostCommands};
 };
-
-// Before what stands behind "--".
-void addOptions(std::vector<std::string>& words, const std::vector<std::string>& options) {
-  words.insert(std::find(words.begin(), words.end(), "--"), options.begin(), options.end());
-}
 
 // What was said last, without the program's name and the warnings before it.
 std::string complaintOf(const app::ChildResult& result, const std::string& command) {
@@ -68,9 +67,8 @@ std::vector<std::string> withSession(std::vector<std::string> words, const app::
 }
 
 std::vector<std::string> withPlugin(std::vector<std::string> words, const app::SessionOptions& session) {
-  if (!session.plugin.empty()) {
-    addOptions(words, {"--plugin", std::filesystem::absolute(session.plugin).lexically_normal().string()});
-  }
+  if (session.plugin.empty()) return words;
+  addOptions(words, {"--plugin", std::filesystem::absolute(session.plugin).lexically_normal().string()});
   return words;
 }
 

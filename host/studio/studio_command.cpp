@@ -1,5 +1,7 @@
 #include "studio_command.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
@@ -11,6 +13,7 @@
 #include "commands/render_options.h"
 #include "desk.h"
 #include "effect/effect_session.h"
+#include "files/exchange_files.h"
 #include "own_command.h"
 #include "process/child_run.h"
 #include "process/user_break.h"
@@ -69,6 +72,13 @@ std::vector<std::string> alwaysGiven(const CLI::App& command) {
   return words;
 }
 
+bool isSteered(const Options& options, const CLI::App& command) {
+  if (!options.render.scene.scene.empty() || !options.render.like.empty()) return true;
+  if (app::argumentsOf(command, kOwn).size() < 2) return false;
+  throw app::Failure(app::ExitStatus::Usage, "studio", "there is no scene for the options of a render",
+                     "give one: quillmere studio SCENE");
+}
+
 void tellAddress(const std::string& address, bool json) {
   app::printResult(json ? lineOf({{"event", "studio"}, {"address", address}}) : address + "\n");
 }
@@ -89,13 +99,13 @@ app::ExitStatus run(const Options& options, const CLI::App& command) {
   std::vector<fs::path> folders;
   for (const std::string& folder : options.folders) folders.emplace_back(folder);
   Watch watch(app::writeDirectoryOf(options.render.session), folders);
-  ExampleRender example(watch, options.render.session);
   std::function<void(const std::string&)> echo;
-  if (options.render.json) echo = [](const std::string& line) { app::printResult(line + "\n"); };
+  if (options.render.json) echo = [](const std::string& line) { app::Output(STDOUT_FILENO).write(line + "\n"); };
   Desk desk(watch.hub(), echo);
-  DeskGuides guides(watch.studioFolder() / "guides", watch.shelf());
+  DeskGuides guides(app::exchangeFolder(watch.writeDirectory()) / "studio" / "guides", watch.shelf());
   Steering steering{desk, guides, alwaysGiven(command)};
-  const bool steered = !options.render.scene.scene.empty() || !options.render.like.empty();
+  const bool steered = isSteered(options, command);
+  ExampleRender example(watch, options.render.session);
   Studio studio{watch, options.render.session, example, steered ? &steering : nullptr};
   if (steered) begin(studio, command);
   const Server server(studio, pageFolder(), options.port);

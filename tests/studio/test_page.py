@@ -211,6 +211,20 @@ class Find(PageCase):
         self.find("history-list .entry").click()
         until(lambda: self.all("#details tr.differs"))
 
+    def test_of_ten_thousand_only_what_is_seen_is_in_the_page(self) -> None:
+        picture = self.picture("one.png")
+        for number in range(10_000):
+            self.entry(f"scene_{number % 7}.glb", number, picture, seconds=number)
+        self.open()
+        until(lambda: "10000 of 10000" in self.find("#found").text, 60)
+        self.js("arguments[0].focus()", self.find("history-list"))
+        self.press(Keys.END)
+        until(lambda: "frame 0" in self.find("history-list").text)
+        self.assertLess(len(self.all("history-list .entry")), 40)
+        self.find("#words").send_keys("frame:4321")
+        until(lambda: "1 of 10000" in self.find("#found").text)
+        self.assertEqual(len(self.all("history-list .entry")), 1)
+
     def test_what_others_wrote_is_shown_as_text(self) -> None:
         picture = self.picture("<img src=x onerror=alert(1)>.png", prompt="<script>document.title='no'</script>", seed=[1, {"a": None}])
         self.entry("<b>scene", 1, picture)

@@ -93,6 +93,8 @@ class Panel(SteerCase):
         until(lambda: "Chart" in self.guide_name() and self.find("picture-viewer img").get_attribute("src") != source)
         self.assertEqual(Select(self.field("Camera")).first_selected_option.text, "Chart")
         self.assertEqual(self.find(".camera[data-camera=Chart]").get_attribute("aria-pressed"), "true")
+        ActionChains(self.browser).key_down(Keys.SHIFT).click(self.find(".camera[data-camera=Pier]")).key_up(Keys.SHIFT).perform()
+        until(lambda: self.job()["options"]["camera"] == ["Chart", "Pier"])
         self.fill("Frame", "20")
         until(lambda: "frame 20" in self.guide_name())
         source = self.find("picture-viewer img").get_attribute("src")
@@ -172,6 +174,10 @@ class Render(SteerCase):
         next(one for one in self.all("#details button") if one.text == "Use these settings").click()
         until(lambda: self.find("#panel-render").is_displayed() and self.value("Prompt") == "a misty harbour")
         self.assertEqual(self.value("Frame"), "0")
+        self.open_all()
+        self.assertEqual(Select(self.field("style picture")).first_selected_option.text, "None")  # as the picture was made
+        Select(self.field("style picture")).select_by_visible_text("The locked picture")
+        until(lambda: "style" not in self.job()["options"])
 
     def test_a_sequence_is_followed_and_broken_off(self) -> None:
         self.helper('tell \'"phase": "generate", "message": "Inking", "progress": 0.4\'\nsleep 0.3\nanswer')

@@ -28,7 +28,7 @@ export function listen(told) {
   const source = new EventSource("/api/events");
   source.onopen = () => told.open();
   source.onerror = () => told.closed();
-  for (const event of ["view", "frame", "history", "render", "owner", "example", "lost", "end"]) {
+  for (const event of ["view", "frame", "history", "owner", "example", "render", "lost", "end"]) {
     source.addEventListener(event, (message) => told[event](JSON.parse(message.data)));
   }
   return source;

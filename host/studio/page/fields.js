@@ -27,6 +27,14 @@ export function aboutOption({ name, help, takes, example, ...option }) {
   return { ...about, type: "choice", choices: takes.map((word) => ({ value: word, text: word })) };
 }
 
+// The locked picture is followed unless the job says another, or none.
+export function aboutStyle(style) {
+  const choices = [{ value: "locked", text: "The locked picture" }, { value: "none", text: "None" }];
+  if (style) choices.push({ value: style, text: style.split("/").pop() });
+  return { label: "style picture", type: "choice", value: style === undefined ? "locked" : style || "none", choices };
+}
+export const styleOf = (choice) => (choice === "locked" ? undefined : choice === "none" ? "" : choice);
+
 export function aboutControl(control, given) {
   const value = given === undefined ? "" : given.replace(/^"(.*)"$/s, "$1");
   const about = { label: control.name, value, least: control.least ?? undefined, most: control.most ?? undefined,

@@ -38,7 +38,8 @@ export class LiveGuide {
         if (wish !== this.#wish) return;
         this.#shown.guide(picture, name);
       } catch (error) {
-        if (wish === this.#wish && taken()) this.#shown.tell(error.message);
+        const gone = error instanceof TypeError; // the program; the page is told so anyway
+        if (wish === this.#wish && taken() && !gone) this.#shown.tell(error.message);
         return;
       }
     }

@@ -15,6 +15,7 @@ export class Field {
   #hint;
   #waiting = 0;
   #sent; // the value that was told last
+  #pending = 0; // values that were told and not yet answered
 
   constructor(about, change) {
     this.#about = about;
@@ -45,8 +46,13 @@ export class Field {
     this.place.classList.toggle("greyed", !enabled);
     this.#hint.textContent = note || (least !== undefined && most !== undefined ? `${least} to ${most}` : "");
     this.#hint.hidden = !this.#hint.textContent;
+    this.#settleShown(value);
+  }
+
+  // What is being typed, asked or refused stays.
+  #settleShown(value) {
     const typing = document.activeElement === this.#input && this.#shown() !== this.#sent;
-    if (!this.refused && !typing) this.#show(value);
+    if (!this.refused && !typing && !this.#pending) this.#show(value);
   }
 
   refuse(reason) {
@@ -61,13 +67,16 @@ export class Field {
     clearTimeout(this.#waiting);
     const value = this.#shown();
     if (value === this.#sent) return;
-    this.#sent = value;
+    this.#sent = this.#about.value = value;
+    ++this.#pending;
     try {
       await this.#change(value);
       if (value === this.#sent) this.refuse("");
     } catch (error) {
       if (value === this.#sent) this.refuse(error.message);
     }
+    --this.#pending;
+    this.#settleShown(this.#about.value);
   }
 
   #shown() {

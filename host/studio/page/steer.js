@@ -1,6 +1,6 @@
 // What is to be rendered, and the rendering of it: the panel, the guide as it would be now, renders, settings.
 import { element, get, pictureUrl, post } from "/api.js";
-import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, factsOf, groupOf, shownOption, wordsOfEnd } from "/fields.js";
+import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, aboutStyle, factsOf, groupOf, shownOption, styleOf, wordsOfEnd } from "/fields.js";
 import { LiveGuide } from "/live_guide.js";
 import { Field } from "/panel.js";
 
@@ -37,6 +37,11 @@ export class Steer {
     at("tab-render").click();
     await this.#take(told.job);
     return true;
+  }
+
+  // After events may have been missed.
+  async again() {
+    if (this.#job) this.#setRender((await get("/api/desk")).render);
   }
 
   // What a picture of the history was made with.
@@ -79,7 +84,7 @@ export class Steer {
 
   #option(name, value) {
     return this.#edit(({ options }) => {
-      if (value === "" || value === false) delete options[name];
+      if (value === undefined || value === false || (value === "" && name !== "style")) delete options[name];
       else options[name] = value;
       if (name === "frames") delete options.time;
       if ((name === "view" || name === "turntable") && value) delete options.camera;
@@ -92,10 +97,12 @@ export class Steer {
     return this.#edit(({ set }) => { set[row.name] = String(value); });
   }
 
-  #setCamera(name) {
+  // `beside`: with the others that are rendered, or no longer.
+  #setCamera(name, beside = false) {
     return this.#edit(({ options }) => {
       for (const own of ["view", "turntable"]) delete options[own];
-      options.camera = [name];
+      const others = beside ? this.#cameras().filter((one) => one !== name) : [];
+      options.camera = this.#cameras().includes(name) && others.length ? others : [...others, name];
     });
   }
 
@@ -120,18 +127,19 @@ export class Steer {
     for (const row of rows) this.#fields.get(row.name)?.update(aboutRow(row));
     this.#fields.get("frame")?.update({ value: String(this.#job.frame) });
     for (const { name } of [{ name: "frames" }, { name: "size" }, ...this.#offered]) {
-      this.#fields.get(`--${name}`)?.update({ value: shownOption(this.#job.options[name]) });
+      const value = this.#job.options[name];
+      this.#fields.get(`--${name}`)?.update(name === "style" ? aboutStyle(value) : { value: shownOption(value) });
     }
-    const chosen = this.#camera();
+    const chosen = this.#cameras();
     for (const button of at("steer-panel").querySelectorAll(".camera")) {
-      button.setAttribute("aria-pressed", String(button.dataset.camera === chosen));
+      button.setAttribute("aria-pressed", String(chosen.includes(button.dataset.camera)));
     }
   }
 
-  // By its name; none where the host's own looks.
-  #camera() {
+  // By their names; none where the host's own looks.
+  #cameras() {
     const { camera, view, turntable } = this.#job.options;
-    return camera?.[0] ?? (view || turntable ? undefined : this.#info?.cameras?.[0]?.name);
+    return camera ?? (view || turntable ? [] : (this.#info?.cameras || []).slice(0, 1).map((one) => one.name));
   }
 
   #buildPanel(rows) {
@@ -179,7 +187,8 @@ export class Steer {
     const names = [...new Set(this.#offered.map((option) => option.group))];
     return names.map((name) => {
       const fields = this.#offered.filter((option) => option.group === name).map((option) =>
-        this.#fieldFor(`--${option.name}`, aboutOption(option), (value) => this.#option(option.name, value)).place);
+        this.#fieldFor(`--${option.name}`, option.name === "style" ? aboutStyle(this.#job.options.style) : aboutOption(option),
+          (value) => this.#option(option.name, option.name === "style" ? styleOf(value) : value)).place);
       return element("details", {}, element("summary", { textContent: name }), ...fields);
     });
   }
@@ -240,10 +249,10 @@ export class Steer {
     const place = at("steer-cameras");
     if (!names.length || !place) return;
     const buttons = new Map(names.map((name) => {
-      const made = element("button", { type: "button", className: "camera", title: name }, element("span", { className: "picture" }), element("span", { textContent: name }));
+      const made = element("button", { type: "button", className: "camera", title: `${name} (Shift: beside the others)` }, element("span", { className: "picture" }), element("span", { textContent: name }));
       made.dataset.camera = name;
-      made.setAttribute("aria-pressed", String(name === this.#camera()));
-      made.addEventListener("click", () => this.#setCamera(name).catch((error) => this.#shown.tell(error.message)));
+      made.setAttribute("aria-pressed", String(this.#cameras().includes(name)));
+      made.addEventListener("click", ({ shiftKey }) => this.#setCamera(name, shiftKey).catch((error) => this.#shown.tell(error.message)));
       return [name, made];
     }));
     place.replaceChildren(...buttons.values());

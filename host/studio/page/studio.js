@@ -4,9 +4,9 @@ import { MODES } from "/viewer.js";
 import "/timeline.js";
 import "/history.js";
 import { Details } from "/details.js";
+import { Steer } from "/steer.js";
 import { LeftChooser } from "/passes.js";
 import { attendViews } from "/views.js";
-import { Steer } from "/steer.js";
 
 const SEARCH_PAUSE = 150; // ms after the last letter
 const QUIET = 60_000; // ms without a word of a frame that is being rendered
@@ -270,7 +270,7 @@ setMode("split");
 beginToSteer().catch((error) => tell(error.message));
 let reload = 0;
 listen({
-  open: () => loadAll().catch((error) => tell(error.message)),
+  open: () => Promise.all([loadAll(), steer.again()]).catch((error) => tell(error.message)),
   closed: () => tell("The program doesn't answer; waiting for it"),
   view: setView,
   frame: setFrame,
@@ -281,6 +281,6 @@ listen({
     reload = setTimeout(() => parts.history.reload(), 200);
   },
   render: (told) => steer.event(told),
-  lost: () => loadAll(),
+  lost: () => Promise.all([loadAll(), steer.again()]).catch((error) => tell(error.message)),
   end: () => tell("The program has ended"),
 });
