@@ -179,6 +179,15 @@ class Jobs(AppCase):
                 self.assertEqual((other["cameras"], other["frames"], other["settings"]["drawing"]["samples"]), (["Pier"], "7", 4))
                 self.assertEqual(other["settings"]["parameters"]["QUILLMERE_PROMPT"], "rain")
 
+    def test_a_dry_run_saves_what_is_asked_for_and_renders_nothing(self) -> None:
+        told = self.events("--dry-run", "--frames", "1-3", "--save-job", "job.json", "--save-settings", "settings.json")
+        self.assertEqual([event["event"] for event in told], ["start", "end"])
+        self.assertEqual((told[0]["count"], told[1]["status"], told[1]["left"]), (3, 0, 3))
+        formats = [json.loads((self.folder / f"{name}.json").read_text())["format"] for name in ("job", "settings")]
+        self.assertEqual(formats, ["quillmere job", "quillmere settings"])
+        self.assertEqual([file.name for file in self.folder.glob("*.png")] + list(self.folder.glob("write/**/*_[0-9].*")), [])
+        self.assertEqual(self.render("--dry-run", "--camera", "x").returncode, 2)
+
     def test_paths_of_a_job_are_taken_from_its_folder(self) -> None:
         (self.folder / "jobs").mkdir()
         job = {"format": "quillmere job", "version": 1, "scene": "../scene.glb", "options": {"output": "../b.png", "size": "8x8"}, "parameters": {}}
