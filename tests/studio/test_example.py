@@ -4,9 +4,8 @@ import os
 import subprocess
 import unittest
 
-import studio_case  # noqa: F401  finds the next
+from studio_case import until  # first: it finds app_case
 from app_case import PLUGIN, processes_with
-from studio_case import until
 from test_page import PageCase
 
 
