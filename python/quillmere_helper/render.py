@@ -14,6 +14,7 @@ if TYPE_CHECKING:  # loaded when the user has been told that something is going 
     from .backends import Job, Result
 
 DONE, FAILED, CANCELLED = 0, 1, 143
+NO_THREAD = "The render helper can start no thread"
 
 
 def run(argv: list[str], request_path: str, response_path: str) -> int:
@@ -23,7 +24,6 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
     try:
         response.begin()
         try:
-            cancellation.listen()
             return _answered(argv, request_path, response)
         except cancellation.Cancellation as cancelled:  # also at the edges of what is done there
             response.fail(str(cancelled) or cancellation.TEXT)
@@ -37,6 +37,7 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
 def _answered(argv: list[str], request_path: str, response: Response) -> int:
     status = status_of(request_path)
     try:
+        cancellation.listen()
         started = time.monotonic()
         job, made = _made(argv, request_path, status)
         facts = {"backend": job.workflow.backend, "seed": made.seed, "seconds": round(time.monotonic() - started, 3)}
@@ -51,13 +52,22 @@ def _answered(argv: list[str], request_path: str, response: Response) -> int:
     except MemoryError:
         status.fail(PASSING)
         return _failed(response, "The render helper had too little memory; free some, or render a smaller picture", "")
+    except RuntimeError as error:
+        if "start new thread" not in str(error):
+            return _unexpected(response, status, error)
+        status.fail(PASSING)
+        return _failed(response, f"{NO_THREAD}; raise the limit (ulimit -u), or end other programs", "")
     except Exception as error:  # the last resort: a fault of ours, or a system at its limits
-        what = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
-        import traceback
+        return _unexpected(response, status, error)
 
-        status.fail(LASTING)
-        text = f'The render helper failed unexpectedly ({what}); details are in "{response.log_path}"'
-        return _failed(response, text, traceback.format_exc())
+
+def _unexpected(response: Response, status: Status, error: Exception) -> int:
+    what = f"{type(error).__name__}: {error}" if str(error) else type(error).__name__
+    import traceback
+
+    status.fail(LASTING)
+    text = f'The render helper failed unexpectedly ({what}); details are in "{response.log_path}"'
+    return _failed(response, text, traceback.format_exc())
 
 
 def _made(argv: list[str], request_path: str, status: Status) -> "tuple[Job, Result]":

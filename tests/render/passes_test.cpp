@@ -7,7 +7,7 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <limits>
 
-#include "gltf_builder.h"
+#include "scene/gltf_builder.h"
 #include "hand_made_scene.h"
 #include "render/renderer.h"
 

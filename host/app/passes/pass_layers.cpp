@@ -44,14 +44,17 @@ image::ExrLayers::View viewOf(const scene::Camera& camera, int width, int height
   return {rowsOf(toCamera), rowsOf(toPicture * toCamera), across};
 }
 
-// The light of a rendered guide in the place of the colour's.
+// The light of a rendered guide in the place of the colour's. Where the guide alone has looked closely enough to meet
+// anything, there is no coverage that light could stand on.
 image::Image withLightOf(const image::Image& guide, const image::Image& color) {
   const image::Image light = image::premultipliedLight(guide);
   image::Image both = color;
   for (int y = 0; y < both.height(); ++y) {
     const float* from = light.row<float>(y);
     float* to = both.row<float>(y);
-    for (int x = 0; x < both.width(); ++x, from += 3, to += 4) std::copy_n(from, 3, to);
+    for (int x = 0; x < both.width(); ++x, from += 3, to += 4) {
+      if (to[3] > 0.0F) std::copy_n(from, 3, to);
+    }
   }
   return both;
 }

@@ -49,7 +49,8 @@ struct Slot {
   LoggedReport logged;
   std::optional<WorkerProcess> process;
   bool ready = false;
-  int vainStarts = 0;  // of processes that have ended before they were ready, one after the other
+  std::optional<Ending> ending;  // what the process has said of its own end
+  int vainStarts = 0;            // of processes that have ended before they were ready, one after the other
   std::optional<Shot> shot;
   std::optional<Clock::time_point> again;  // when the shot is tried again
   Clock::time_point begun;
@@ -146,6 +147,7 @@ void Pool::start(Slot& slot) const {
   std::vector<std::string> arguments = workers_.arguments;
   arguments.push_back("--write-dir=" + slot.writeDirectory.string());
   slot.ready = false;
+  slot.ending.reset();
   slot.process.emplace(thisProgram(), arguments);
 }
 
@@ -182,6 +184,7 @@ void Pool::hear(Slot& slot) {
       WorkerNews news = passOn(line, slot.logged);
       if (news.ready) slot.ready = true;
       if (news.ready) slot.vainStarts = 0;
+      if (news.ending) slot.ending = std::move(news.ending);
       if (news.attempt && slot.busy() && !toldToStop(*news.attempt)) end(slot, std::move(*news.attempt));
     }
   } catch (const Error&) {  // it speaks of something else: its end is heard next
@@ -227,8 +230,10 @@ void Pool::restart(Slot& slot) {
   returned_.push_back(std::move(*slot.shot));
   slot.shot.reset();
   if (!std::all_of(slots_.begin(), slots_.end(), [](const auto& one) { return one->retired(); })) return;
-  throw Failure(ExitStatus::Failed, "--jobs " + std::to_string(workers_.count),
-                "the processes that render end before they have begun", "render with --jobs 1, which tells why");
+  const std::string what = "--jobs " + std::to_string(workers_.count);
+  const std::string why = "the processes that render end before they have begun";
+  if (slot.ending) throw Failure(ExitStatus::Failed, what, why + ": " + slot.ending->error, slot.ending->remedy);
+  throw Failure(ExitStatus::Failed, what, why, "render with --jobs 1, which tells why");
 }
 
 void Pool::bury(Slot& slot) {
@@ -248,7 +253,7 @@ void Pool::bury(Slot& slot) {
   attempt.report.state = stopped ? FrameReport::State::Stopped : FrameReport::State::Failed;
   attempt.report.result = static_cast<int>(stopped ? cinema::RENDERRESULT::USERBREAK : cinema::RENDERRESULT::FAILED);
   attempt.report.seconds = std::chrono::duration<double>(Clock::now() - slot.begun).count();
-  if (!stopped) attempt.report.error = "the process that rendered it " + how;
+  if (!stopped) attempt.report.error = slot.ending ? slot.ending->error : "the process that rendered it " + how;
   attempt.failure = FailureKind::Passing;
   end(slot, std::move(attempt));
 }

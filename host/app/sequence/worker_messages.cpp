@@ -65,6 +65,10 @@ std::optional<Attempt> attemptIn(const Json& told) {
   return attempt;
 }
 
+Ending endingIn(const Json& told) {
+  return {ExitStatus::Failed, told.at("error").get<std::string>(), told.at("remedy").get<std::string>()};
+}
+
 WorkerNews passOnParsed(const Json& told, Report& report) {
   const std::string kind = told.at("tells").get<std::string>();
   if (kind == "status") report.statusText(told.at("text").get<std::string>());
@@ -78,7 +82,8 @@ WorkerNews passOnParsed(const Json& told, Report& report) {
   }
   if (kind == "prints") report.helperPrints(told.at("lines").get<std::string>());
   if (kind == "progress") report.progress(progressIn(told.at("progress")));
-  return {kind == "ready", kind == "attempt" ? attemptIn(told) : std::nullopt};
+  return {kind == "ready", kind == "attempt" ? attemptIn(told) : std::nullopt,
+          kind == "ending" ? std::optional(endingIn(told)) : std::nullopt};
 }
 
 }  // namespace
@@ -128,6 +133,9 @@ void WorkerReport::helperPrints(const std::string& lines) {
 }
 void WorkerReport::ready() {
   results_.write(lineOf(Json{{"tells", "ready"}}));
+}
+void WorkerReport::renderEnds(const Ending& ending) {
+  results_.write(lineOf(Json{{"tells", "ending"}, {"error", ending.error}, {"remedy", ending.remedy}}));
 }
 void WorkerReport::attempted(const Attempt& attempt) {
   results_.write(lineOf(Json{{"tells", "attempt"},

@@ -34,6 +34,7 @@ class WorkerReport : public Report {
   void helperPrints(const std::string& lines) override;
   bool wantsPreviews() const override { return true; }
   void frameEnds(const FrameReport& /*report*/) override {}  // the attempt tells all of it
+  void renderEnds(const Ending& ending) override;            // why it ends by itself
   bool outputLost() const override { return results_.lost(); }
 
   void ready();  // for the first order
@@ -47,6 +48,7 @@ class WorkerReport : public Report {
 struct WorkerNews {
   bool ready = false;
   std::optional<Attempt> attempt;  // the shot has ended
+  std::optional<Ending> ending;    // the process ends because of that
 };
 
 // Passes what the line tells on to `report`, which was told on the worker's side; returns what is none of a report's
