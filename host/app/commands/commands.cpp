@@ -6,9 +6,11 @@
 #include <string>
 #include <string_view>
 
-#include "values/texts.h"
-
 #include "help_text.h"
+#include "report/output.h"
+#include "sequence/worker_messages.h"
+#include "sequence_options.h"
+#include "values/texts.h"
 
 namespace quillmere::app {
 namespace {
@@ -118,6 +120,21 @@ ExitStatus runChosen(const std::vector<std::pair<CLI::App*, Action>>& actions) {
   return ExitStatus::Usage;
 }
 
+ExitStatus parseAndRun(int argc, const char* const* argv, std::span<const Command> further) {
+  CommandTree tree(further);
+  refuseUnknownCommand(tree.root(), argc, argv);
+  try {
+    tree.root().parse(argumentsFor(tree.root(), argc, argv));
+  } catch (const CLI::Success& answer) {  // --help, --version
+    tree.root().exit(answer);
+    return ExitStatus::Done;
+  } catch (const CLI::ParseError& error) {
+    const bool unknown = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
+    refuse(tree.root(), error, unknown ? suggestedOption(tree.root(), argc, argv) : "");
+  }
+  return runChosen(tree.actions());
+}
+
 }  // namespace
 
 CommandTree::CommandTree(std::span<const Command> further)
@@ -141,18 +158,16 @@ CommandTree::CommandTree(std::span<const Command> further)
 }
 
 ExitStatus run(int argc, const char* const* argv, std::span<const Command> further) {
-  CommandTree tree(further);
-  refuseUnknownCommand(tree.root(), argc, argv);
+  const bool worker = std::find(argv, argv + argc, std::string_view(kWorkerOption)) != argv + argc;
+  if (!worker) return parseAndRun(argc, argv, further);
   try {
-    tree.root().parse(argumentsFor(tree.root(), argc, argv));
-  } catch (const CLI::Success& answer) {  // --help, --version
-    tree.root().exit(answer);
-    return ExitStatus::Done;
-  } catch (const CLI::ParseError& error) {
-    const bool unknown = dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr;
-    refuse(tree.root(), error, unknown ? suggestedOption(tree.root(), argc, argv) : "");
+    return parseAndRun(argc, argv, further);
+  } catch (const std::exception& error) {
+    const Ending ending = endingOf(error);
+    Output answers(STDOUT_FILENO);
+    WorkerReport(answers).renderEnds(ending);  // whoever has started it tells it, once for all of them
+    return ending.status;
   }
-  return runChosen(tree.actions());
 }
 
 }  // namespace quillmere::app

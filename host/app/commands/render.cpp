@@ -229,8 +229,11 @@ ExitStatus render(const RenderOptions& options, const CLI::App& command, Report&
 }
 
 // For another process, which has looked at everything and tells what to render on standard input.
-ExitStatus renderOrders(const RenderOptions& options, Output& results, WorkerReport& worker) {
+ExitStatus renderOrders(const RenderOptions& options) {
+  const OwnStandardOutput own;
+  Output results(own.descriptor());
   Orders orders;
+  WorkerReport worker(results);
   ToldOnce report(worker, ToldOnce::Reader::Program);
   const UserBreak userBreak([] {});
   adoptOrphans();
@@ -247,20 +250,6 @@ ExitStatus renderOrders(const RenderOptions& options, Output& results, WorkerRep
   const auto stop = [&] { return userBreak.seen() || results.lost() || orders.ended(); };
   const auto here = [&loop](const Shot& shot, const auto& end) { return loop.render(shot, end); };
   return serve(orders, writeDirectory, listening(here, output, worker), worker, stop);
-}
-
-// What ends it is told to the other process, which tells it once for all that it has started.
-ExitStatus renderOrders(const RenderOptions& options) {
-  const OwnStandardOutput own;
-  Output results(own.descriptor());
-  WorkerReport worker(results);
-  try {
-    return renderOrders(options, results, worker);
-  } catch (const std::exception& error) {
-    const Ending ending = endingOf(error);
-    worker.renderEnds(ending);
-    return ending.status;
-  }
 }
 
 ExitStatus run(const RenderOptions& options, const CLI::App& command) {

@@ -75,7 +75,7 @@ void addSequenceOptions(CLI::App& command, SequenceOptions& options) {
                   "What the helper and the server say of each frame goes there too, '' for nowhere\n"
                   "(default: beside the output, of more than one frame)")
       ->type_name("FILE");
-  command.add_flag("--worker", options.worker)->group("");  // told what to render on standard input
+  command.add_flag(kWorkerOption, options.worker)->group("");  // told what to render on standard input
 }
 
 std::vector<std::string> argumentsOf(const CLI::App& command, const std::vector<std::string>& without) {
@@ -100,7 +100,7 @@ std::vector<std::string> argumentsOf(const CLI::App& command, const std::vector<
 std::vector<std::string> workerArguments(const CLI::App& command, const std::string& plugin,
                                          const std::string& pictures) {
   std::vector<std::string> arguments = argumentsOf(command, kNotForWorkers);
-  arguments.insert(arguments.end(), {"--worker", "--plugin=" + plugin});
+  arguments.insert(arguments.end(), {kWorkerOption, "--plugin=" + plugin});
   if (!pictures.empty()) arguments.push_back("--output-dir=" + pictures);
   return arguments;
 }

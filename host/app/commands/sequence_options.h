@@ -33,6 +33,9 @@ std::vector<std::string> argumentsOf(const CLI::App& command, const std::vector<
 std::vector<std::string> workerArguments(const CLI::App& command, const std::string& plugin,
                                          const std::string& pictures);
 
+// Of a process that is told what to render by another one.
+inline constexpr const char* kWorkerOption = "--worker";
+
 // What a shell takes to run this program with these arguments.
 std::string shellLine(const std::vector<std::string>& arguments);
 
