@@ -3,14 +3,15 @@
 #include <algorithm>
 #include <string>
 
-#include "base/memory.h"
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 namespace quillmere::image {
 
 namespace {
 
-// Bytes from which on handing out small pages takes the system as long as writing the picture takes us.
-constexpr std::size_t kLarge = std::size_t{4} << 20U;
+constexpr std::size_t kHugePage = std::size_t{2} << 20U;  // bytes, on amd64 and mostly on aarch64
 
 void checkShape(int width, int height, int channels) {
   if (width >= 1 && width <= kMaxSide && height >= 1 && height <= kMaxSide && channels >= 1 && channels <= 4) return;
@@ -21,12 +22,15 @@ void checkShape(int width, int height, int channels) {
 
 }  // namespace
 
+// A large picture asks for huge pages: handing out small ones takes the system as long as writing the picture takes us.
 void* pixelMemory(std::size_t bytes) {
-  return bytes < kLarge ? std::malloc(bytes) : takeBlock(bytes);
-}
-
-void freePixelMemory(void* memory, std::size_t bytes) {
-  bytes < kLarge ? std::free(memory) : giveBlock(memory, bytes);
+  if (bytes < 2 * kHugePage) return std::malloc(bytes);
+  const std::size_t size = (bytes + kHugePage - 1) / kHugePage * kHugePage;
+  void* const memory = std::aligned_alloc(kHugePage, size);
+#ifdef __linux__
+  if (memory != nullptr) madvise(memory, size, MADV_HUGEPAGE);  // where it isn't taken, nothing is lost
+#endif
+  return memory;
 }
 
 Image::Image(int width, int height, int channels, Sample sample, Filling filling)

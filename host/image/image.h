@@ -18,9 +18,8 @@ inline constexpr int kMaxSide = 16000;
 enum class Sample { Byte, Word, Float };
 enum class Filling { Zero, None };  // None for who writes every sample before it is read
 
-// Memory for the samples of a picture; null when there is none to be had.
+// Memory for the samples of a picture, to be given back with std::free; null when there is none to be had.
 void* pixelMemory(std::size_t bytes);
-void freePixelMemory(void* memory, std::size_t bytes);
 
 // The allocator of sample vectors. What is made without a value isn't filled.
 template <class T>
@@ -37,7 +36,7 @@ class PixelAllocator {
     if (memory == nullptr) throw std::bad_alloc();
     return static_cast<T*>(memory);
   }
-  void deallocate(T* memory, std::size_t count) noexcept { freePixelMemory(memory, count * sizeof(T)); }
+  void deallocate(T* memory, std::size_t /*count*/) noexcept { std::free(memory); }
 
   template <class U>
   void construct(U* place) noexcept {

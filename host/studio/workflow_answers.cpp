@@ -93,7 +93,7 @@ class SentFile {
   }
   // Without what would lead elsewhere.
   static std::string ownName(const std::string& name) {
-    const std::string last = name.substr(name.find_last_of("/\\") + 1);
+    std::string last = name.substr(name.find_last_of("/\\") + 1);
     const bool plain = std::none_of(last.begin(), last.end(), [](unsigned char letter) { return letter < 0x20U; });
     if (last.empty() || last.front() == '.' || !plain || last.size() > kLongestName) {
       throw Refused(400, "the file's name can't be kept; rename the file");

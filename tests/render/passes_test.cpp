@@ -7,9 +7,9 @@
 #include <glm/gtc/matrix_transform.hpp>
 #include <limits>
 
-#include "scene/gltf_builder.h"
 #include "hand_made_scene.h"
 #include "render/renderer.h"
+#include "scene/gltf_builder.h"
 
 namespace quillmere::render {
 namespace {

@@ -10,7 +10,8 @@ Ending endingOf(const std::exception& thrown) {
     return {failure->status(), failure->what(), failure->remedy()};
   }
   if (dynamic_cast<const std::bad_alloc*>(&thrown) != nullptr) {
-    return {ExitStatus::Failed, "memory: there is not enough of it for this", "raise the limits (ulimit -v), or try a smaller --size or scene"};
+    return {ExitStatus::Failed, "memory: there is not enough of it for this",
+            "raise the limits (ulimit -v), or try a smaller --size or scene"};
   }
   const auto* system = dynamic_cast<const std::system_error*>(&thrown);
   const bool limit = system != nullptr && (system->code() == std::errc::resource_unavailable_try_again ||
