@@ -17,15 +17,21 @@ sys.path[:0] = [str(pathlib.Path(__file__).parents[1] / "app"), str(pathlib.Path
 from app_case import AppCase, QUILLMERE  # noqa: E402
 
 from PIL import Image  # noqa: E402
+from selenium.common.exceptions import NoSuchElementException, StaleElementReferenceException  # noqa: E402
 
 
 def until(holds: Callable[[], Any], seconds: float = 20) -> Any:
+    """What `holds` comes to return that counts as true. An element that isn't there yet, or any more, is none."""
     end = time.monotonic() + seconds
-    while not (found := holds()):
+    while True:
+        try:
+            if found := holds():
+                return found
+        except (NoSuchElementException, StaleElementReferenceException):
+            pass
         if time.monotonic() > end:
             raise AssertionError("it didn't come to hold")
         time.sleep(0.02)
-    return found
 
 
 class StudioCase(AppCase):
