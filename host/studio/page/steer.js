@@ -273,8 +273,13 @@ export class Steer {
     }
     this.#guide.drop();
     this.#shown.follow();
-    await post("/api/desk/render", { job: this.#job, frames });
-    this.#setRender({ running: true });
+    this.#setRender({ running: true }); // its end may be told before the answer comes
+    try {
+      await post("/api/desk/render", { job: this.#job, frames });
+    } catch (error) {
+      this.#setRender((await get("/api/desk")).render);
+      throw error;
+    }
   }
 
   #say(text, kind = "") {
