@@ -114,11 +114,6 @@ Answer scene(Studio& studio, const Request& request) {
   return answerWith({{"info", answerOfCommand({"info", requiredText(job, "scene")})}});
 }
 
-Answer workflows(Studio& studio, const Request& /*request*/) {
-  steeringOf(studio);
-  return answerWith({{"workflows", answerOfCommand(withSession({"workflows"}, studio.session))}});
-}
-
 Answer controls(Studio& studio, const Request& request) {
   steeringOf(studio);
   std::string workflow = requiredText(bodyOf(request), "workflow");
@@ -228,7 +223,6 @@ Answer command(Studio& studio, const Request& request) {
 
 constexpr std::array kRoutes{
     Route{Route::Method::Get, "/api/desk", desk},
-    Route{Route::Method::Get, "/api/desk/workflows", workflows},
     Route{Route::Method::Post, "/api/desk/panel", panel},
     Route{Route::Method::Post, "/api/desk/scene", scene},
     Route{Route::Method::Post, "/api/desk/controls", controls},

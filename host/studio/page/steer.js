@@ -108,7 +108,7 @@ export class Steer {
 
   // By its identifier, since numbers change with the list.
   async #setWorkflow(number) {
-    const found = number === "0" ? null : (await get("/api/desk/workflows")).workflows.find((one) => String(one.number) === number);
+    const found = number === "0" ? null : (await get("/api/workflows")).workflows.find((one) => String(one.number) === number);
     if (number !== "0" && !found) throw new Error("the list of workflows has changed; choose again");
     return this.#edit(({ options, set, ...job }) => {
       delete options.workflow;
@@ -335,6 +335,7 @@ export class Steer {
   }
 
   async #load(what) {
+    this.#say("Loading");
     await this.#take((await post("/api/desk/load", { job: this.#job, ...what })).job);
     this.#say("Loaded");
   }
