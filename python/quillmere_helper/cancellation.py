@@ -6,13 +6,14 @@ import signal
 import stat
 import threading
 import time
-from contextlib import contextmanager
+from contextlib import contextmanager, suppress
 from typing import Iterator, Optional
 
 SIGNALS = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
 TEXT = "Quillmere render cancelled"
 LONGEST_END = 0.8  # seconds from the signal to the end of this process, whatever still has to be tidied up
 LOOK = 0.5  # seconds from one look for the host to the next
+ENDED = 143  # exit status of what was stopped
 HOST_PIPE = "QUILLMERE_HOST_PIPE"  # environment: number and inode of a pipe whose other end only the host holds
 
 
@@ -29,6 +30,14 @@ def listen() -> None:
     signal.signal(signal.SIGALRM, signal.SIG_DFL)
     signal.pthread_sigmask(signal.SIG_UNBLOCK, (*SIGNALS, signal.SIGALRM))
     threading.Thread(target=_watch, daemon=True).start()
+
+
+def end_with_reader() -> None:
+    """From now on this process ends when nobody reads the pipe any more that is its standard output: what it prints is
+    an answer to whoever started it, and finding it may take as long as servers take. Nothing may be half-done outside."""
+    with suppress(OSError, RuntimeError):  # no standard output, no thread: the answer comes in its time
+        if stat.S_ISFIFO(os.fstat(1).st_mode):
+            threading.Thread(target=_watch_reader, daemon=True).start()
 
 
 def has_host() -> bool:
@@ -74,6 +83,13 @@ def _watch() -> None:
     while not _orphaned():
         time.sleep(LOOK)
     signal.pthread_kill(threading.main_thread().ident or 0, signal.SIGTERM)
+
+
+def _watch_reader() -> None:
+    pipe = select.poll()
+    pipe.register(1, 0)  # reported all the same: that its other end is gone
+    pipe.poll()
+    os._exit(ENDED)
 
 
 def _orphaned() -> bool:

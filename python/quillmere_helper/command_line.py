@@ -4,7 +4,7 @@ import argparse
 import json
 from typing import Any, Callable, Optional
 
-from . import VERSION, backends, interpreter, render, servers, web
+from . import VERSION, backends, cancellation, interpreter, render, servers, web
 from .errors import HelperError
 from .readable import complain, masked, readable
 from .workflows import Workflow, read_workflow
@@ -19,6 +19,8 @@ def run(argv: list[str]) -> int:
     looks = given.check is not None or given.controls is not None or given.servers
     if given.request is not None and looks:
         parser.error("--check, --controls and --servers take no request")
+    if looks:
+        cancellation.end_with_reader()
     if given.servers:
         return _show_servers(given.json)
     if given.check is not None:

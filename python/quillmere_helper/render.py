@@ -13,7 +13,7 @@ from .request import read_request
 if TYPE_CHECKING:  # loaded when the user has been told that something is going on
     from .backends import Job, Result
 
-DONE, FAILED, CANCELLED = 0, 1, 143
+DONE, FAILED = 0, 1
 NO_THREAD = "The render helper can start no thread"
 
 
@@ -27,7 +27,7 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
             return _answered(argv, request_path, response)
         except cancellation.Cancellation as cancelled:  # also at the edges of what is done there
             response.fail(str(cancelled) or cancellation.TEXT)
-            return CANCELLED
+            return cancellation.ENDED
     except OSError as error:
         text = f'cannot write the response "{response_path}": {reason_of(error)}'
         complain(text)

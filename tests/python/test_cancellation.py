@@ -2,6 +2,7 @@
 
 import os
 import signal
+import socket
 import subprocess
 import sys
 import time
@@ -24,6 +25,20 @@ class LongCalls(unittest.TestCase):
                 time.sleep(0.3)  # into the work
                 process.send_signal(signal.SIGTERM)
                 self.assertNotEqual(process.wait(timeout=5), 0)
+
+
+class Looks(RenderCase):
+    def test_a_check_whose_answer_nobody_reads_any_more_ends_although_its_server_is_silent(self):
+        with socket.create_server(("127.0.0.1", 0)) as silent:
+            self.environment["QUILLMERE_COMFYUI_URL"] = f"http://127.0.0.1:{silent.getsockname()[1]}"
+            graph = {"1": {"class_type": "SaveImage", "inputs": {"images": ["2", 0]}}, "2": {"class_type": "LoadImage", "inputs": {}}}
+            command = [sys.executable, str(HELPER), "--check", self.write("graph.json", graph)]
+            process = subprocess.Popen(command, env=self.environment, stdout=subprocess.PIPE)
+            self.addCleanup(lambda: (process.kill(), process.wait()))
+            asking = silent.accept()[0]
+            process.stdout.close()
+            self.assertEqual(process.wait(timeout=1.5), 143)  # long before it would give up
+            asking.close()
 
 
 @unittest.skipUnless(with_pillow(), "NO INTERPRETER WITH PILLOW: stopping a drawing is not tested")
