@@ -82,7 +82,7 @@ void SequenceLog::add(const std::string& about, const std::string& text) {
 }
 
 LoggedReport::LoggedReport(Report& report, SequenceLog& log, fs::path writeDirectory)
-    : report_(report), log_(log), writeDirectory_(std::move(writeDirectory)) {}
+    : ForwardingReport(report), log_(log), writeDirectory_(std::move(writeDirectory)) {}
 
 void LoggedReport::statusText(const std::string& utf8) {
   const std::string text = withoutNumbers(utf8);

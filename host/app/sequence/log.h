@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-#include "report/report.h"
+#include "report/forwarding_report.h"
 
 namespace quillmere::app {
 
@@ -33,7 +33,7 @@ class SequenceLog {
 
 // Stands before a report and keeps in the log what that is told, what the helper prints, and at the end of each frame
 // the details of a failure that the helper has written, as far as they are not longer than kLongestDetails.
-class LoggedReport : public Report {
+class LoggedReport : public ForwardingReport {
  public:
   static constexpr std::uintmax_t kLongestDetails = std::uintmax_t{1} << 20U;  // bytes
 
@@ -41,30 +41,18 @@ class LoggedReport : public Report {
   LoggedReport(Report& report, SequenceLog& log, std::filesystem::path writeDirectory);
 
   void statusText(const std::string& utf8) override;
-  void statusSpin(bool on) override { report_.statusSpin(on); }
-  void statusBar(double fraction) override { report_.statusBar(fraction); }
   void console(const std::string& utf8) override;
-  void command(int id, int subid) override { report_.command(id, subid); }
-  void pictureViewer(const image::Image& shown) override { report_.pictureViewer(shown); }
-  void renderBegins(const RenderPlan& plan) override { report_.renderBegins(plan); }
   void frameBegins(std::int32_t frame, std::int64_t index, std::int64_t count) override;
-  void progress(const Progress& progress) override { report_.progress(progress); }
   void remark(std::int32_t frame, const std::string& text) override;
   void trouble(const std::string& text) override;
   void helperPrints(const std::string& lines) override { log_.add(frame_ + " helper", lines); }
   void frameFails(std::int32_t frame, const std::string& error) override;
   void frameEnds(const FrameReport& report) override;
-  void sequence(const SequenceProgress& progress) override { report_.sequence(progress); }
   void sequenceEnds(const SequenceSummary& summary) override;
-  void renderEnds(const Ending& ending) override { report_.renderEnds(ending); }
-  bool wantsPreviews() const override { return report_.wantsPreviews(); }
-  bool outputLost() const override { return report_.outputLost(); }
-  void silence() override { report_.silence(); }
 
  private:
   void addDetails(std::int32_t frame);
 
-  Report& report_;
   SequenceLog& log_;
   std::filesystem::path writeDirectory_;
   std::string frame_;  // "frame 12"
