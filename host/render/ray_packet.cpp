@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace quillmere::render {
@@ -74,7 +75,7 @@ void fill(unsigned int (&lanes)[kRays], unsigned int value) {
   std::fill(std::begin(lanes), std::end(lanes), value);
 }
 void copy(const PerRay<float>& from, float (&lanes)[kRays]) {
-  std::copy(std::begin(from.values), std::end(from.values), std::begin(lanes));
+  std::memcpy(lanes, from.values, sizeof lanes);  // std::copy calls memmove, as the two might overlap
 }
 
 }  // namespace

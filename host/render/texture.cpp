@@ -72,6 +72,8 @@ struct FourTaps {
     first += whole & (first < none);
     second -= whole & (second >= whole);
   }
+  bool isOne() const { return first[0] == first[1] && first[0] == first[2] && first[0] == first[3]; }
+
   FourTests first, second;
   Four share;  // of the second
 };
@@ -165,12 +167,16 @@ glm::vec4 Texture::bilinear(const Place& place, const Level& level) const {
                 y - static_cast<float>(top)});
 }
 
+// Of one colour, as most of painted pictures is.
+bool Texture::Around::isEven() const {
+  const std::uint32_t first = wordOf(texels[0]);
+  return first == wordOf(texels[1]) && first == wordOf(texels[2]) && first == wordOf(texels[3]);
+}
+
 glm::vec4 Texture::mixed(const Around& around) const {
   const auto& texels = around.texels;
-  const std::uint32_t first = wordOf(texels[0]);
   const glm::vec4 corner = texel(texels[0]);
-  // Of one colour, as most of painted pictures is.
-  if (first == wordOf(texels[1]) && first == wordOf(texels[2]) && first == wordOf(texels[3])) return corner;
+  if (around.isEven()) return corner;
   return glm::mix(glm::mix(corner, texel(texels[1]), around.right),
                   glm::mix(texel(texels[2]), texel(texels[3]), around.right), around.below);
 }
@@ -183,15 +189,18 @@ std::array<glm::vec4, 4> Texture::readFour(Four u, Four v, const scene::TextureM
   for (std::size_t i = 0; i < 4 && !easy; ++i) colors[i] = read({u[i], v[i]}, 0.0F, map);
   if (!easy) return colors;
   const FourTaps across(u, level.width), down(v, level.height);
-  for (int i = 0; i < 4; ++i) {
+  const auto around = [&](int i) -> Around {
     const std::uint8_t* const rows[] = {level.texels + std::ptrdiff_t{4} * level.width * down.first[i],
                                         level.texels + std::ptrdiff_t{4} * level.width * down.second[i]};
     const std::ptrdiff_t columns[] = {std::ptrdiff_t{4} * across.first[i], std::ptrdiff_t{4} * across.second[i]};
-    colors[static_cast<std::size_t>(i)] =
-        mixed({{rows[0] + columns[0], rows[0] + columns[1], rows[1] + columns[0], rows[1] + columns[1]},
-               across.share[i],
-               down.share[i]});
-  }
+    return {{rows[0] + columns[0], rows[0] + columns[1], rows[1] + columns[0], rows[1] + columns[1]},
+            across.share[i],
+            down.share[i]};
+  };
+  const Around one = around(0);
+  colors.fill(mixed(one));
+  if (across.isOne() && down.isOne() && one.isEven()) return colors;
+  for (int i = 1; i < 4; ++i) colors[static_cast<std::size_t>(i)] = mixed(around(i));
   return colors;
 }
 

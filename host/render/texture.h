@@ -47,6 +47,8 @@ class Texture {
   glm::vec4 bilinear(const Place& place, const Level& level) const;
   // The four texels around a place, and how far it lies from the first to the one on its right and to the one below.
   struct Around {
+    bool isEven() const;
+
     std::array<const std::uint8_t*, 4> texels;
     float right, below;
   };
