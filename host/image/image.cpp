@@ -43,9 +43,8 @@ Image::Image(int width, int height, int channels, Sample sample, Filling filling
     : width_(width), height_(height), channels_(channels) {
   checkShape(width, height, channels);
   try {
-    withSampleType(sample, [&]<class T>(T) {
-      samples_.emplace<Samples<T>>(offset(height), PixelAllocator<T>(filling));
-    });
+    withSampleType(sample,
+                   [&]<class T>(T) { samples_.emplace<Samples<T>>(offset(height), PixelAllocator<T>(filling)); });
   } catch (const std::bad_alloc&) {
     throw Error("cannot make a picture of " + std::to_string(width) + " x " + std::to_string(height) +
                 " pixels: there is not enough memory; make it smaller");

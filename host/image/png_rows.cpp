@@ -112,14 +112,15 @@ void packPngRows(const Image& picture, Sample depth, const std::function<void(st
   const int together = 4 * allCores();
   for (int first = 0; first < rows.strips(); first += together) {
     std::vector<Strip> strips(static_cast<std::size_t>(std::min(together, rows.strips() - first)));
-    forEach(static_cast<int>(strips.size()), allCores(), {}, [&](int i) {
-      strips[static_cast<std::size_t>(i)] = stripOf(rows, first + i);
-    });
+    forEach(static_cast<int>(strips.size()), allCores(), {},
+            [&](int i) { strips[static_cast<std::size_t>(i)] = stripOf(rows, first + i); });
     for (Strip& strip : strips) {
       checksum = adler32_combine(checksum, strip.checksum, static_cast<z_off_t>(strip.raw));
-      if (first == 0 && &strip == &strips.front()) strip.packed.insert(strip.packed.begin(), kHeader.begin(), kHeader.end());
+      if (first == 0 && &strip == &strips.front())
+        strip.packed.insert(strip.packed.begin(), kHeader.begin(), kHeader.end());
       const bool isLast = first + together >= rows.strips() && &strip == &strips.back();
-      for (int bits = 24; isLast && bits >= 0; bits -= 8) strip.packed.push_back(static_cast<std::uint8_t>(checksum >> bits));
+      for (int bits = 24; isLast && bits >= 0; bits -= 8)
+        strip.packed.push_back(static_cast<std::uint8_t>(checksum >> bits));
       write(strip.packed);
     }
   }

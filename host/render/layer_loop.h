@@ -154,8 +154,8 @@ concept Shader = requires(const T& shader, const Layer& layer, PerRay<typename T
 // A shader of a grid's pixels that needs no sums where all samples of four of them meet one plain triangle whose
 // material it takes so: it stores the same as by shade and store.
 template <class T>
-concept FourShader = Shader<T> && requires(const T& shader, const ShadingMaterial& material, const FourPoints& points,
-                                           const PixelBlock& block) {
+concept FourShader = Shader<T> &&
+    requires(const T& shader, const ShadingMaterial& material, const FourPoints& points, const PixelBlock& block) {
   { shader.takesFour(material) } -> std::same_as<bool>;
   shader.storeFour(points, material, block);
 };
