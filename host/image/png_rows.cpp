@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "base/parallel.h"
@@ -24,6 +26,7 @@ constexpr std::uint8_t kFilter = 1;  // each byte less that of the pixel on its 
 constexpr std::size_t kStripBytes = std::size_t{512} << 10U;
 constexpr int kRawDeflate = -15, kMemoryLevel = 8;
 constexpr std::array<std::uint8_t, 2> kHeader{0x78, 0x01};  // zlib's: a window of 32 KB, the fastest level
+constexpr std::size_t kEnd = 4;                             // bytes of the checksum of all
 
 struct Rows {
   const Image& picture;
@@ -33,10 +36,11 @@ struct Rows {
   int stripRows() const { return static_cast<int>(std::max<std::size_t>(1, kStripBytes / (bytes + 1))); }
 };
 
+// A part of the stream, behind room for what opens it and before room for what closes it.
 struct Strip {
-  std::vector<std::uint8_t> packed;
-  uLong checksum;   // of what was packed
-  std::size_t raw;  // as many bytes
+  std::unique_ptr<std::uint8_t[]> memory;
+  std::size_t packed, raw;  // bytes
+  uLong checksum;           // of the raw ones
 };
 
 // The samples of row `y` in the order that files have them, the higher byte first.
@@ -60,68 +64,85 @@ void filter(const std::uint8_t* __restrict row, std::uint8_t* __restrict to, con
   for (std::size_t i = rows.pixelBytes; i < rows.bytes; ++i) to[i] = static_cast<std::uint8_t>(row[i] - left[i]);
 }
 
-std::vector<std::uint8_t> filtered(const Rows& rows, int top, int bottom) {
-  std::vector<std::uint8_t> all(static_cast<std::size_t>(bottom - top) * (rows.bytes + 1)), row(rows.bytes);
-  std::uint8_t* to = all.data();
-  for (int y = top; y < bottom; ++y, to += rows.bytes + 1) {
-    rows.sampleBytes == 2 ? storeRow<std::uint16_t>(rows.picture, y, row.data())
-                          : storeRow<std::uint8_t>(rows.picture, y, row.data());
-    filter(row.data(), to, rows);
+class Deflate {
+ public:
+  Deflate() {
+    const int made =
+        deflateInit2(&stream_, kCompressionLevel, Z_DEFLATED, kRawDeflate, kMemoryLevel, Z_DEFAULT_STRATEGY);
+    if (made != Z_OK) throw std::bad_alloc();
   }
-  return all;
-}
+  ~Deflate() { deflateEnd(&stream_); }
+  Deflate(const Deflate&) = delete;
+  Deflate& operator=(const Deflate&) = delete;
 
-// Deflated so that another strip may follow, or nothing.
-std::vector<std::uint8_t> deflated(std::vector<std::uint8_t>& bytes, bool isLast) {
-  z_stream stream{};
-  if (deflateInit2(&stream, kCompressionLevel, Z_DEFLATED, kRawDeflate, kMemoryLevel, Z_DEFAULT_STRATEGY) != Z_OK) {
-    throw std::bad_alloc();
+  std::size_t mostFor(std::size_t bytes) {
+    constexpr std::size_t kFlushed = 16;  // what ends a strip
+    return deflateBound(&stream_, static_cast<uLong>(bytes)) + kFlushed;
   }
-  std::vector<std::uint8_t> packed;
-  try {
-    constexpr uLong kFlushed = 16;  // what ends a strip
-    packed.resize(deflateBound(&stream, static_cast<uLong>(bytes.size())) + kFlushed);
-  } catch (...) {
-    deflateEnd(&stream);
-    throw;
+  void packTo(std::uint8_t* place, std::size_t room) {
+    stream_.next_out = place;
+    stream_.avail_out = static_cast<uInt>(room);
   }
-  stream.next_in = bytes.data();
-  stream.avail_in = static_cast<uInt>(bytes.size());
-  stream.next_out = packed.data();
-  stream.avail_out = static_cast<uInt>(packed.size());
-  deflate(&stream, isLast ? Z_FINISH : Z_SYNC_FLUSH);
-  packed.resize(stream.total_out);
-  deflateEnd(&stream);
-  return packed;
-}
+  void pack(std::vector<std::uint8_t>& bytes, int flush) {
+    stream_.next_in = bytes.data();
+    stream_.avail_in = static_cast<uInt>(bytes.size());
+    deflate(&stream_, flush);
+  }
+  std::size_t packed() const { return stream_.total_out; }
 
+ private:
+  z_stream stream_{};
+};
+
+// Ends so that another strip may follow, or the stream.
 Strip stripOf(const Rows& rows, int index) {
   const int top = index * rows.stripRows(), bottom = std::min(top + rows.stripRows(), rows.picture.height());
-  std::vector<std::uint8_t> bytes = filtered(rows, top, bottom);
-  const uLong checksum = adler32_z(adler32(0, nullptr, 0), bytes.data(), bytes.size());
-  return {deflated(bytes, bottom == rows.picture.height()), checksum, bytes.size()};
+  const std::size_t raw = static_cast<std::size_t>(bottom - top) * (rows.bytes + 1);
+  Deflate deflate;
+  const std::size_t room = deflate.mostFor(raw);
+  // Most of it won't be written, nor ever be there.
+  auto memory = std::make_unique_for_overwrite<std::uint8_t[]>(kHeader.size() + room + kEnd);
+  deflate.packTo(memory.get() + kHeader.size(), room);
+  std::vector<std::uint8_t> row(rows.bytes), filtered(rows.bytes + 1);
+  uLong checksum = adler32(0, nullptr, 0);
+  for (int y = top; y < bottom; ++y) {
+    rows.sampleBytes == 2 ? storeRow<std::uint16_t>(rows.picture, y, row.data())
+                          : storeRow<std::uint8_t>(rows.picture, y, row.data());
+    filter(row.data(), filtered.data(), rows);
+    checksum = adler32_z(checksum, filtered.data(), filtered.size());
+    const bool isLast = y + 1 == rows.picture.height();
+    deflate.pack(filtered, isLast ? Z_FINISH : y + 1 == bottom ? Z_SYNC_FLUSH : Z_NO_FLUSH);
+  }
+  return {std::move(memory), deflate.packed(), raw, checksum};
+}
+
+using Write = std::function<void(std::span<const std::uint8_t>)>;
+
+// Opens and closes the stream with its first and last strip: as chunks of their own those few bytes would be odd.
+void writeStrip(Strip& strip, bool isFirst, bool isLast, uLong checksum, const Write& write) {
+  std::uint8_t* begin = strip.memory.get() + kHeader.size();
+  std::uint8_t* end = begin + strip.packed;
+  if (isFirst) begin = std::copy_backward(kHeader.begin(), kHeader.end(), begin);
+  for (int bits = 24; isLast && bits >= 0; bits -= 8) *end++ = static_cast<std::uint8_t>(checksum >> bits);
+  write({begin, end});
 }
 
 }  // namespace
 
-void packPngRows(const Image& picture, Sample depth, const std::function<void(std::span<const std::uint8_t>)>& write) {
+void packPngRows(const Image& picture, Sample depth, const Write& write) {
   const std::size_t sampleBytes = depth == Sample::Word ? 2 : 1;
   const std::size_t pixelBytes = sampleBytes * static_cast<std::size_t>(picture.channels());
   const Rows rows{picture, sampleBytes, pixelBytes, pixelBytes * static_cast<std::size_t>(picture.width())};
   uLong checksum = adler32(0, nullptr, 0);
-  const int together = 4 * allCores();
-  for (int first = 0; first < rows.strips(); first += together) {
-    std::vector<Strip> strips(static_cast<std::size_t>(std::min(together, rows.strips() - first)));
+  const int count = rows.strips(), together = 4 * allCores();
+  for (int first = 0; first < count; first += together) {
+    std::vector<Strip> strips(static_cast<std::size_t>(std::min(together, count - first)));
     forEach(static_cast<int>(strips.size()), allCores(), {},
             [&](int i) { strips[static_cast<std::size_t>(i)] = stripOf(rows, first + i); });
-    for (Strip& strip : strips) {
+    for (int i = 0; Strip & strip : strips) {
       checksum = adler32_combine(checksum, strip.checksum, static_cast<z_off_t>(strip.raw));
-      if (first == 0 && &strip == &strips.front())
-        strip.packed.insert(strip.packed.begin(), kHeader.begin(), kHeader.end());
-      const bool isLast = first + together >= rows.strips() && &strip == &strips.back();
-      for (int bits = 24; isLast && bits >= 0; bits -= 8)
-        strip.packed.push_back(static_cast<std::uint8_t>(checksum >> bits));
-      write(strip.packed);
+      const int index = first + i++;
+      writeStrip(strip, index == 0, index + 1 == count, checksum, write);
     }
   }
 }
