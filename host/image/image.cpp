@@ -1,6 +1,8 @@
 #include "image/image.h"
 
-#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
 #include <string>
 
 #ifdef __linux__
@@ -23,12 +25,16 @@ void checkShape(int width, int height, int channels) {
 }  // namespace
 
 // A large picture asks for huge pages: handing out small ones takes the system as long as writing the picture takes us.
-void* pixelMemory(std::size_t bytes) {
-  if (bytes < 2 * kHugePage) return std::malloc(bytes);
+void* pixelMemory(std::size_t bytes, Filling filling) {
+  if (bytes < 2 * kHugePage) return filling == Filling::Zero ? std::calloc(bytes, 1) : std::malloc(bytes);
   const std::size_t size = (bytes + kHugePage - 1) / kHugePage * kHugePage;
-  void* const memory = std::aligned_alloc(kHugePage, size);
+  // There is no calloc that aligns: what lies before the first whole huge page is of small ones.
+  void* const memory = filling == Filling::Zero ? std::calloc(size, 1) : std::aligned_alloc(kHugePage, size);
 #ifdef __linux__
-  if (memory != nullptr) madvise(memory, size, MADV_HUGEPAGE);  // where it isn't taken, nothing is lost
+  if (memory != nullptr) {
+    const std::size_t before = kHugePage - 1 - (reinterpret_cast<std::uintptr_t>(memory) + kHugePage - 1) % kHugePage;
+    madvise(static_cast<std::byte*>(memory) + before, size - before, MADV_HUGEPAGE);  // if it isn't taken, so be it
+  }
 #endif
   return memory;
 }
@@ -37,10 +43,8 @@ Image::Image(int width, int height, int channels, Sample sample, Filling filling
     : width_(width), height_(height), channels_(channels) {
   checkShape(width, height, channels);
   try {
-    withSampleType(sample, [&]<class T>(T) {
-      Samples<T>& samples = samples_.emplace<Samples<T>>(offset(height));
-      if (filling == Filling::Zero) std::fill(samples.begin(), samples.end(), T{});
-    });
+    withSampleType(sample,
+                   [&]<class T>(T) { samples_.emplace<Samples<T>>(offset(height), PixelAllocator<T>(filling)); });
   } catch (const std::bad_alloc&) {
     throw Error("cannot make a picture of " + std::to_string(width) + " x " + std::to_string(height) +
                 " pixels: there is not enough memory; make it smaller");

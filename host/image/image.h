@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 #include <new>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -18,21 +19,24 @@ inline constexpr int kMaxSide = 16000;
 enum class Sample { Byte, Word, Float };
 enum class Filling { Zero, None };  // None for who writes every sample before it is read
 
-// Memory for the samples of a picture, to be given back with std::free; null when there is none to be had.
-void* pixelMemory(std::size_t bytes);
+// Memory for the samples of a picture, to be given back with std::free; null when there is none to be had. Zeros of a
+// large picture are the system's: who writes all of it, or nothing, doesn't pay for them.
+void* pixelMemory(std::size_t bytes, Filling filling);
 
-// The allocator of sample vectors. What is made without a value isn't filled.
+// The allocator of sample vectors. What is made without a value holds what `filling` says.
 template <class T>
 class PixelAllocator {
  public:
   using value_type = T;
+  using is_always_equal = std::true_type;  // memory of one can be given back to another
   PixelAllocator() = default;
+  explicit PixelAllocator(Filling filling) : filling_(filling) {}
   template <class U>
   explicit PixelAllocator(const PixelAllocator<U>& /*other*/) {}
 
   T* allocate(std::size_t count) {
-    void* const memory =
-        count > std::numeric_limits<std::size_t>::max() / 2 / sizeof(T) ? nullptr : pixelMemory(count * sizeof(T));
+    constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() / 2 / sizeof(T);
+    void* const memory = count > kMost ? nullptr : pixelMemory(count * sizeof(T), filling_);
     if (memory == nullptr) throw std::bad_alloc();
     return static_cast<T*>(memory);
   }
@@ -42,7 +46,10 @@ class PixelAllocator {
   void construct(U* place) noexcept {
     ::new (static_cast<void*>(place)) U;
   }
-  bool operator==(const PixelAllocator&) const = default;
+  bool operator==(const PixelAllocator& /*other*/) const { return true; }
+
+ private:
+  Filling filling_ = Filling::None;
 };
 
 // Pixels in memory: rows top to bottom without padding, channels interleaved (1 grey, 2 grey and alpha, 3 RGB,

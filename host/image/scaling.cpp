@@ -165,29 +165,31 @@ void scaleOnAllCores(const Job& job) {
   });
 }
 
-Image crop(const Image& picture, const Area& area) {
-  Image result(area.width, area.height, picture.channels(), picture.sample(), Filling::None);
+void crop(Image& to, const Image& picture, const Area& area) {
   withSampleType(picture.sample(), [&](auto type) {
     using T = decltype(type);
     for (int y = 0; y < area.height; ++y) {
       const T* from = picture.pixel<T>(area.left, area.top + y);
-      std::copy_n(from, area.width * picture.channels(), result.row<T>(y));
+      std::copy_n(from, area.width * picture.channels(), to.row<T>(y));
     }
   });
-  return result;
 }
 
 }  // namespace
 
-Image scaleBicubic(const Image& picture, Area from, int width, int height) {
+void scaleBicubicInto(Image& to, const Image& picture, Area from) {
   checkArea(picture, from);
-  if (width == from.width && height == from.height) return crop(picture, from);
-  Image result(width, height, picture.channels(), picture.sample(), Filling::None);
+  if (to.width() == from.width && to.height() == from.height) return crop(to, picture, from);
   try {
-    scaleOnAllCores({picture, from, result, FilterTaps(from.width, width), FilterTaps(from.height, height)});
+    scaleOnAllCores({picture, from, to, FilterTaps(from.width, to.width()), FilterTaps(from.height, to.height())});
   } catch (const std::bad_alloc&) {
     throw Error("cannot scale the picture: there is not enough memory; make it smaller");
   }
+}
+
+Image scaleBicubic(const Image& picture, Area from, int width, int height) {
+  Image result(width, height, picture.channels(), picture.sample(), Filling::None);
+  scaleBicubicInto(result, picture, from);
   return result;
 }
 

@@ -14,5 +14,8 @@ struct Area {
 // All channels are scaled alike: alpha doesn't weigh the colours. Works on all cores with the same result on any
 // number of them. Throws Error.
 Image scaleBicubic(const Image& picture, Area from, int width, int height);
+// The same to the size of `to`, another picture of the same samples and channels, all of which it writes. What it holds
+// after an Error is partly scaled.
+void scaleBicubicInto(Image& to, const Image& picture, Area from);
 
 }  // namespace quillmere::image

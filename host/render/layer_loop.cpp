@@ -139,10 +139,23 @@ RayPacket LayerTrace::packetOf(RaySet active, const PixelSampling& sampling) con
   return {active, origins, directions, camera_.nearest(), camera_.farthest()};
 }
 
+void LayerTrace::trace() {
+  if (!isTraced_) rays_.findNearest(request_.scene, RayUse::Camera);
+  isTraced_ = true;
+}
+
+const MetTriangle* LayerTrace::findOne() {
+  trace();
+  if (!rays_.allAgree()) return nullptr;
+  meet(rays_.hit(0));
+  return triangle_.isPlain() ? &triangle_ : nullptr;
+}
+
 bool LayerTrace::findNext() {
   if (rays_.active() == 0) return false;
   ++found_;
-  rays_.findNearest(request_.scene, RayUse::Camera);
+  trace();
+  isTraced_ = false;
   layer_.met = rays_.found();
   layer_.missed = rays_.active() & ~layer_.met;
   layer_.points = 0;
@@ -171,22 +184,17 @@ void LayerTrace::meet(const Hit& hit) {
   triangle_ = MetTriangle(request_.scene, hit.instance, hit.point.triangle);
 }
 
-// Resolves the middles of all four pixels of a packet that met one triangle; false, with nothing done, where these have
-// to be looked at one by one.
-bool LayerTrace::addFour() {
-  meet(rays_.hit(0));
-  if (!triangle_.isPlain()) return false;
+// Of each of a grid's four pixels the middle of its samples, all of which met one triangle.
+FourHits LayerTrace::middles() const {
   FourHits hits;
   for (int i = 0; i < 4; ++i) {
     const int first = 4 * i;
     const Hit hit = rays_.hit(first);
     TrianglePoint middle = hit.point;
-    float weight = layer_.reaching[first];
     for (int ray = first + 1; ray < first + 4; ++ray) {
       const TrianglePoint point = rays_.hit(ray).point;
       middle.u += point.u;
       middle.v += point.v;
-      weight += layer_.reaching[ray];
     }
     hits.u[i] = 0.25F * middle.u;
     hits.v[i] = 0.25F * middle.v;
@@ -194,9 +202,20 @@ bool LayerTrace::addFour() {
     hits.direction.y[i] = rays_.direction(first).y;
     hits.direction.z[i] = rays_.direction(first).z;
     hits.pixelHeight[i] = footprint_ * camera_.pixelHeight(hit.distance);
-    layer_.weightAt[first] = weight;
   }
-  layer_.surface.resolveFour(triangle_, hits);
+  return hits;
+}
+
+// Resolves the middles of all four pixels of a packet that met one triangle; false, with nothing done, where these have
+// to be looked at one by one.
+bool LayerTrace::addFour() {
+  meet(rays_.hit(0));
+  if (!triangle_.isPlain()) return false;
+  layer_.surface.resolveFour(triangle_, middles());
+  for (int first = 0; first < kRays; first += 4) {
+    const PerRay<float>& reaching = layer_.reaching;
+    layer_.weightAt[first] = reaching[first] + reaching[first + 1] + reaching[first + 2] + reaching[first + 3];
+  }
   layer_.points = 0x1111U;
   for (int ray = 0; ray < kRays; ++ray) layer_.pointOf[ray] = ray & ~3;
   layer_.weight = layer_.reaching;

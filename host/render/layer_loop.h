@@ -108,6 +108,11 @@ class LayerTrace {
   LayerTrace(const LayerTrace&) = delete;
   LayerTrace& operator=(const LayerTrace&) = delete;
 
+  // Looks ahead at the first layer, before findNext: the triangle that all sixteen rays met where that is so and it is
+  // plain, else null. Then `points` are the middles of a grid's four pixels.
+  const MetTriangle* findOne();
+  FourPoints points() const { return {triangle_, middles()}; }
+
   // False when no ray goes on.
   bool findNext();
   const Layer& layer() const { return layer_; }
@@ -118,6 +123,8 @@ class LayerTrace {
   static RaySet insideOf(const PictureRequest& request, const PixelBlock& block);
   RayPacket packetOf(RaySet active, const PixelSampling& sampling) const;
   RaySet sharingWith(int ray, RaySet among) const;
+  void trace();
+  FourHits middles() const;
   void addPoint(RaySet sharing);
   bool addFour();
   void meet(const Hit& hit);
@@ -129,6 +136,7 @@ class LayerTrace {
   MetTriangle& triangle_;  // the last one that was met
   float footprint_;
   int found_ = 0;             // layers
+  bool isTraced_ = false;     // whether the next layer's hits are there already
   bool seesThrough_ = false;  // whether any point of the layer lets light through
 };
 
@@ -143,6 +151,15 @@ concept Shader = requires(const T& shader, const Layer& layer, PerRay<typename T
   shader.store(sums[0], 1.0F, 0, 0);
 };
 
+// A shader of a grid's pixels that needs no sums where all samples of four of them meet one plain triangle whose
+// material it takes so: it stores the same as by shade and store.
+template <class T>
+concept FourShader = Shader<T> &&
+    requires(const T& shader, const ShadingMaterial& material, const FourPoints& points, const PixelBlock& block) {
+  { shader.takesFour(material) } -> std::same_as<bool>;
+  shader.storeFour(points, material, block);
+};
+
 // A rectangle of pixels of a picture, cut off at its right and bottom edge.
 struct Tile {
   int left, top, right, bottom;  // right and bottom lie outside
@@ -154,11 +171,28 @@ Outcome drawTiles(const PictureRequest& request, int side, const std::function<v
 
 // Follows the rays of a block through all layers, in one pass, and adds what they bring to `sums`.
 template <Shader Shading>
+void follow(LayerTrace& trace, const Shading& shader, PerRay<typename Shading::Sum>& sums) {
+  while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
+}
+
+template <Shader Shading>
 void drawPass(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
               const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, const Shading& shader,
               PerRay<typename Shading::Sum>& sums, MetTriangle& triangle) {
   LayerTrace trace(request, camera, sampling, block, firsts, pass, triangle);
-  while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
+  follow(trace, shader, sums);
+}
+
+// Stores the pixels of a block from the sums of all passes.
+template <Shader Shading>
+void storeBlock(const PictureRequest& request, const PixelSampling& sampling, const PixelBlock& block,
+                const Shading& shader, const PerRay<typename Shading::Sum>& sums) {
+  const int perPixel = block.raysPerPixel();
+  for (int ray = 0; ray < kRays; ray += perPixel) {
+    const glm::ivec2 pixel = block.pixelOf(ray);
+    if (pixel.x >= request.width || pixel.y >= request.height) continue;
+    shader.store(sums[block.summedAt(ray)], static_cast<float>(perPixel * sampling.passes), pixel.x, pixel.y);
+  }
 }
 
 template <Shader Shading>
@@ -169,12 +203,21 @@ void drawBlock(const PictureRequest& request, const CameraRays& camera, const Pi
   for (int pass = 0; pass < sampling.passes; ++pass) {
     drawPass(request, camera, sampling, block, firsts, pass, shader, sums, triangle);
   }
-  const int perPixel = block.raysPerPixel();
-  for (int ray = 0; ray < kRays; ray += perPixel) {
-    const glm::ivec2 pixel = block.pixelOf(ray);
-    if (pixel.x >= request.width || pixel.y >= request.height) continue;
-    shader.store(sums[block.summedAt(ray)], static_cast<float>(perPixel * sampling.passes), pixel.x, pixel.y);
+  storeBlock(request, sampling, block, shader, sums);
+}
+
+// The same on a grid, which has one pass.
+template <FourShader Shading>
+void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
+               const PixelBlock& block, const Shading& shader, MetTriangle& triangle) {
+  LayerTrace trace(request, camera, sampling, block, {}, 0, triangle);
+  const MetTriangle* const one = trace.findOne();
+  if (one != nullptr && shader.takesFour(one->material())) {
+    return shader.storeFour(trace.points(), one->material(), block);
   }
+  PerRay<typename Shading::Sum> sums{};
+  follow(trace, shader, sums);
+  storeBlock(request, sampling, block, shader, sums);
 }
 
 // Traces the request's picture on its threads. The outcome does not depend on their number.

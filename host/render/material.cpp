@@ -50,6 +50,12 @@ void multiply(std::array<glm::vec4, 4>& colors, const LaidTexture& texture, cons
   const Four u = mixed(four(first.x), four(second.x), four(third.x), places);
   const Four v = mixed(four(first.y), four(second.y), four(third.y), places);
   const Four texels = places.shares * texelsOf(corners, uvs, texture.texture->size());
+  const FourTests coarse = texels > four(1.0F);
+  if ((coarse[0] | coarse[1] | coarse[2] | coarse[3]) == 0) {
+    const std::array<glm::vec4, 4> shown = texture.texture->readFour(u, v, *texture.map);
+    for (std::size_t i = 0; i < 4; ++i) colors[i] *= shown[i];
+    return;
+  }
   for (int i = 0; i < 4; ++i) {
     colors[static_cast<std::size_t>(i)] *= texture.texture->read({u[i], v[i]}, levelOf(texels[i]), *texture.map);
   }

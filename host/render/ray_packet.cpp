@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace quillmere::render {
@@ -74,7 +75,7 @@ void fill(unsigned int (&lanes)[kRays], unsigned int value) {
   std::fill(std::begin(lanes), std::end(lanes), value);
 }
 void copy(const PerRay<float>& from, float (&lanes)[kRays]) {
-  std::copy(std::begin(from.values), std::end(from.values), std::begin(lanes));
+  std::memcpy(lanes, from.values, sizeof lanes);  // std::copy calls memmove, as the two might overlap
 }
 
 }  // namespace
@@ -209,40 +210,52 @@ void SurfacePoints::fillIn(int at, const MetTriangle& on, glm::vec4 rgba, glm::v
   material[at] = on.met_->material;
 }
 
+namespace {
+
+// The four normals on their geometry's smooth surface.
+FourVectors smoothAt(const Instance& met, glm::uvec3 corners, const FourHits& hits) {
+  const std::vector<glm::vec3>& normals = met.surface->geometry->normals;
+  const Four first = four(1.0F) - hits.u - hits.v;
+  return met.normalToWorld *
+         (first * FourVectors::of(normals[corners.x]) + hits.u * FourVectors::of(normals[corners.y]) +
+          hits.v * FourVectors::of(normals[corners.z]));
+}
+
+}  // namespace
+
 // The same steps as of one point, but for what `isPlain` rules out.
-void SurfacePoints::resolveFour(const MetTriangle& on, const FourHits& hits) {
+FourPoints::FourPoints(const MetTriangle& on, const FourHits& hits) {
   const Instance& met = *on.met_;
-  const ShadingMaterial& shown = *met.material;
   const scene::Geometry& geometry = *met.surface->geometry;
   const FourVectors face = FourVectors::of(on.normal_);
   const Four facing = dot(face, hits.direction);
-  const FourVectors flat = chosen(facing > four(0.0F), FourVectors::of(-on.normal_), face);
-  const FourVectors place = FourVectors::of(on.world_.corner) + hits.u * FourVectors::of(on.world_.edge1) +
-                            hits.v * FourVectors::of(on.world_.edge2);
-  FourVectors smooth = flat;
+  faceNormal = chosen(facing > four(0.0F), FourVectors::of(-on.normal_), face);
+  normal = faceNormal;
   if (!geometry.normals.empty()) {
-    const Four first = four(1.0F) - hits.u - hits.v;
-    smooth = met.normalToWorld * (first * FourVectors::of(geometry.normals[on.corners_.x]) +
-                                  hits.u * FourVectors::of(geometry.normals[on.corners_.y]) +
-                                  hits.v * FourVectors::of(geometry.normals[on.corners_.z]));
-    smooth = towards(unit(smooth, flat), flat);
+    normal = towards(unit(smoothAt(met, on.corners_, hits), faceNormal), faceNormal);
   }
   Four share = four(0.0F);
-  if (shown.textured) {
+  if (met.material->textured) {
     const Four cosine = chosen(facing < four(0.0F), -facing, facing) / rootOf(dot(hits.direction, hits.direction));
     share = hits.pixelHeight * hits.pixelHeight /
             (on.doubleArea_ * chosen(cosine < four(kLeastCosine), four(kLeastCosine), cosine));
   }
-  const std::array<glm::vec4, 4> colors = colorsOf(shown, {geometry, on.corners_, hits.u, hits.v, share});
-  const SurfacePlace anywhere(geometry, {on.index_, 0.0F, 0.0F}, on.corners_);
-  const glm::vec3 given = emissionOf(shown, anywhere);
-  const Finish reflecting = finishOf(shown, anywhere);
+  colors = colorsOf(*met.material, {geometry, on.corners_, hits.u, hits.v, share});
+}
+
+void SurfacePoints::resolveFour(const MetTriangle& on, const FourHits& hits) {
+  const FourPoints points(on, hits);
+  const FourVectors place = FourVectors::of(on.world_.corner) + hits.u * FourVectors::of(on.world_.edge1) +
+                            hits.v * FourVectors::of(on.world_.edge2);
+  const SurfacePlace anywhere(*on.met_->surface->geometry, {on.index_, 0.0F, 0.0F}, on.corners_);
+  const glm::vec3 given = emissionOf(on.material(), anywhere);
+  const Finish reflecting = finishOf(on.material(), anywhere);
   for (int i = 0; i < 4; ++i) {
     const int at = 4 * i;
     position.set(at, place[i]);
-    faceNormal.set(at, flat[i]);
-    normal.set(at, smooth[i]);
-    fillIn(at, on, colors[static_cast<std::size_t>(i)], given, reflecting);
+    faceNormal.set(at, points.faceNormal[i]);
+    normal.set(at, points.normal[i]);
+    fillIn(at, on, points.colors[static_cast<std::size_t>(i)], given, reflecting);
   }
 }
 

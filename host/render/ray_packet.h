@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <glm/glm.hpp>
@@ -103,9 +104,11 @@ class MetTriangle {
   }
   // Whether SurfacePoints::resolveFour may be called.
   bool isPlain() const { return met_->material->plain && normal_ != glm::vec3(0.0F); }
+  const ShadingMaterial& material() const { return *met_->material; }
 
  private:
   friend struct SurfacePoints;
+  friend struct FourPoints;
 
   const Instance* met_ = nullptr;
   std::uint32_t instance_ = 0, index_ = 0;
@@ -120,6 +123,14 @@ struct FourHits {
   Four u, v;  // weights of the triangle's second and third corner
   FourVectors direction;
   Four pixelHeight;  // metres
+};
+
+// What those show, as in SurfacePoints. The triangle's isPlain() must hold.
+struct FourPoints {
+  FourPoints(const MetTriangle& on, const FourHits& hits);
+
+  FourVectors faceNormal, normal;
+  std::array<glm::vec4, 4> colors;
 };
 
 // What is to be shaded where rays met surfaces, in the world: structure of arrays, of which only those entries hold

@@ -57,6 +57,10 @@ LitPixel meanOf(const FinalShader::Sum& sum, float samples) {
   return pixel;
 }
 
+// The light from above and below, and of the headlight.
+constexpr glm::vec3 kAbove(0.40F, 0.42F, 0.45F), kBelow(0.17F, 0.165F, 0.16F);
+constexpr float kHeadlight = 0.62F;
+
 }  // namespace
 
 QuickShader::QuickShader(const scene::Camera& camera, image::Image& picture)
@@ -79,9 +83,23 @@ void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
   for (int c = 0; c < 3; ++c) rgb[c] = bytes_.of(light[c]);
 }
 
+// As `store` of the four, each with all its samples: their light is the pixel's.
+void QuickShader::storeFour(const FourPoints& points, const ShadingMaterial& material, const PixelBlock& block) const {
+  const bool unlit = material.definition->unlit;
+  const FourVectors& normal = points.normal;
+  const Four towards = dot(normal, FourVectors::of(headlight_));
+  const Four facing = chosen(towards > four(0.0F), towards, four(0.0F));
+  const Four upwards = four(0.5F) + four(0.5F) * normal.y, downwards = four(1.0F) - upwards;
+  std::uint8_t* const rows[] = {picture_.pixel<std::uint8_t>(block.left, block.top),
+                                picture_.pixel<std::uint8_t>(block.left, block.top + 1)};
+  for (int c = 0; c < 3; ++c) {
+    Four light{points.colors[0][c], points.colors[1][c], points.colors[2][c], points.colors[3][c]};
+    if (!unlit) light *= kBelow[c] * downwards + kAbove[c] * upwards + kHeadlight * facing;
+    for (int i = 0; i < 4; ++i) rows[i >> 1][3 * (i & 1) + c] = bytes_.of(light[i]);
+  }
+}
+
 glm::vec3 QuickShader::lightOn(glm::vec3 normal, float occlusion) const {
-  constexpr glm::vec3 kAbove(0.40F, 0.42F, 0.45F), kBelow(0.17F, 0.165F, 0.16F);
-  constexpr float kHeadlight = 0.62F;
   const float facing = std::max(0.0F, glm::dot(normal, headlight_));
   return glm::mix(kBelow, kAbove, 0.5F + 0.5F * normal.y) * occlusion + kHeadlight * facing;
 }

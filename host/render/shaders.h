@@ -38,6 +38,8 @@ class QuickShader {
                [&](int ray) { sumOf(ray).backdrop += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
   }
   void store(const Sum& sum, float samples, int x, int y) const;
+  bool takesFour(const ShadingMaterial& material) const { return !material.glossy && !material.emits; }
+  void storeFour(const FourPoints& points, const ShadingMaterial& material, const PixelBlock& block) const;
 
  private:
   glm::vec3 lightOf(const Layer& layer, int at) const;  // of its point

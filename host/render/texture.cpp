@@ -51,6 +51,33 @@ int wrapped(int index, int size, Wrapping wrapping) {
   return std::clamp(index, 0, size - 1);
 }
 
+FourTests wholeBelow(Four values) {
+  const FourTests towardsZero = __builtin_convertvector(values, FourTests);
+  return towardsZero + (__builtin_convertvector(towardsZero, Four) > values);  // -1 where that holds
+}
+
+// `reduced`, `bilinear` and `wrapped` of four coordinates of a repeated picture: each lies between two texels.
+struct FourTaps {
+  FourTaps(Four coordinates, int size) {
+    constexpr float kWhole = 8388608.0F;
+    const Four sizes = four(static_cast<float>(size));
+    const FourTests whole{size, size, size, size}, none{};
+    const FourTests small = (coordinates < four(kWhole)) & (coordinates > four(-kWhole));
+    const Four known = chosen(small, coordinates, four(0.0F));
+    const Four fraction = known - __builtin_convertvector(wholeBelow(known), Four);
+    const Four place = fraction * sizes - four(0.5F);
+    first = wholeBelow(place);
+    share = place - __builtin_convertvector(first, Four);
+    second = first + 1;
+    first += whole & (first < none);
+    second -= whole & (second >= whole);
+  }
+  bool isOne() const { return first[0] == first[1] && first[0] == first[2] && first[0] == first[3]; }
+
+  FourTests first, second;
+  Four share;  // of the second
+};
+
 std::uint32_t wordOf(const std::uint8_t* rgba) {
   std::uint32_t word;
   std::memcpy(&word, rgba, sizeof word);
@@ -100,9 +127,19 @@ void Texture::addHalved() {
     return from.texels + 4 * (static_cast<std::ptrdiff_t>(y) * from.width + x);
   };
   std::uint8_t* to = texels.data();
+  const std::uint8_t* mean = nullptr;  // of four texels `of`, which as they stand in a row are averaged once
+  std::uint32_t of = 0;
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x, to += 4) {
-      average({at(2 * x, 2 * y), at(2 * x + 1, 2 * y), at(2 * x, 2 * y + 1), at(2 * x + 1, 2 * y + 1)}, to);
+      const std::array from{at(2 * x, 2 * y), at(2 * x + 1, 2 * y), at(2 * x, 2 * y + 1), at(2 * x + 1, 2 * y + 1)};
+      const std::uint32_t first = wordOf(from[0]);
+      const bool alike = first == wordOf(from[1]) && first == wordOf(from[2]) && first == wordOf(from[3]);
+      if (alike && mean != nullptr && of == first) {
+        std::memcpy(to, mean, 4);
+        continue;
+      }
+      average(from, to);
+      if (alike) mean = to, of = first;
     }
   }
   halved_.push_back(std::move(texels));
@@ -125,15 +162,46 @@ glm::vec4 Texture::bilinear(const Place& place, const Level& level) const {
   };
   const std::ptrdiff_t columns[] = {column(left), column(left + 1)};
   const std::uint8_t* const rows[] = {row(top), row(top + 1)};
-  const std::uint8_t* const texels[] = {rows[0] + columns[0], rows[0] + columns[1], rows[1] + columns[0],
-                                        rows[1] + columns[1]};
+  return mixed({{rows[0] + columns[0], rows[0] + columns[1], rows[1] + columns[0], rows[1] + columns[1]},
+                x - static_cast<float>(left),
+                y - static_cast<float>(top)});
+}
+
+// Of one colour, as most of painted pictures is.
+bool Texture::Around::isEven() const {
   const std::uint32_t first = wordOf(texels[0]);
+  return first == wordOf(texels[1]) && first == wordOf(texels[2]) && first == wordOf(texels[3]);
+}
+
+glm::vec4 Texture::mixed(const Around& around) const {
+  const auto& texels = around.texels;
   const glm::vec4 corner = texel(texels[0]);
-  // Of one colour, as most of painted pictures is.
-  if (first == wordOf(texels[1]) && first == wordOf(texels[2]) && first == wordOf(texels[3])) return corner;
-  const float right = x - static_cast<float>(left), below = y - static_cast<float>(top);
-  return glm::mix(glm::mix(corner, texel(texels[1]), right), glm::mix(texel(texels[2]), texel(texels[3]), right),
-                  below);
+  if (around.isEven()) return corner;
+  return glm::mix(glm::mix(corner, texel(texels[1]), around.right),
+                  glm::mix(texel(texels[2]), texel(texels[3]), around.right), around.below);
+}
+
+// Pictures are repeated nearly always; any other is read at one place after the other.
+std::array<glm::vec4, 4> Texture::readFour(Four u, Four v, const scene::TextureMap& map) const {
+  std::array<glm::vec4, 4> colors;
+  const Level& level = levels_[0];
+  const bool easy = map.repeatU && map.repeatV && !map.mirrorU && !map.mirrorV && !map.nearest;
+  for (std::size_t i = 0; i < 4 && !easy; ++i) colors[i] = read({u[i], v[i]}, 0.0F, map);
+  if (!easy) return colors;
+  const FourTaps across(u, level.width), down(v, level.height);
+  const auto around = [&](int i) -> Around {
+    const std::uint8_t* const rows[] = {level.texels + std::ptrdiff_t{4} * level.width * down.first[i],
+                                        level.texels + std::ptrdiff_t{4} * level.width * down.second[i]};
+    const std::ptrdiff_t columns[] = {std::ptrdiff_t{4} * across.first[i], std::ptrdiff_t{4} * across.second[i]};
+    return {{rows[0] + columns[0], rows[0] + columns[1], rows[1] + columns[0], rows[1] + columns[1]},
+            across.share[i],
+            down.share[i]};
+  };
+  const Around one = around(0);
+  colors.fill(mixed(one));
+  if (across.isOne() && down.isOne() && one.isEven()) return colors;
+  for (int i = 1; i < 4; ++i) colors[static_cast<std::size_t>(i)] = mixed(around(i));
+  return colors;
 }
 
 glm::vec4 Texture::read(glm::vec2 uv, float level, const scene::TextureMap& map) const {

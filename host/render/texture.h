@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "color_encoding.h"
+#include "four.h"
 #include "image/image.h"
 #include "scene/scene.h"
 
@@ -28,6 +29,9 @@ class Texture {
   // those of the corner.
   glm::vec4 read(glm::vec2 uv, float level, const scene::TextureMap& map) const;
 
+  // The same of four places whose levels are 0 or below.
+  std::array<glm::vec4, 4> readFour(Four u, Four v, const scene::TextureMap& map) const;
+
   glm::vec2 size() const { return {levels_[0].width, levels_[0].height}; }
 
  private:
@@ -41,6 +45,14 @@ class Texture {
   };
   glm::vec4 nearest(const Place& place, const Level& level) const;
   glm::vec4 bilinear(const Place& place, const Level& level) const;
+  // The four texels around a place, and how far it lies from the first to the one on its right and to the one below.
+  struct Around {
+    bool isEven() const;
+
+    std::array<const std::uint8_t*, 4> texels;
+    float right, below;
+  };
+  glm::vec4 mixed(const Around& around) const;
   glm::vec4 texel(const std::uint8_t* rgba) const;
   void average(const std::array<const std::uint8_t*, 4>& from, std::uint8_t* to) const;
   void addHalved();

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "base/file_reading.h"
 #include "image/conversion.h"
@@ -194,14 +195,13 @@ class TextureLoader {
   Picture decoded(std::string_view bytes, const std::string& name) {
     const auto known = pictures_.find(bytes);
     if (known != pictures_.end()) return known->second;
-    const image::Image picture =
-        image::decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, name);
+    image::Image picture = image::decode({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()}, name);
     const std::uint64_t size =
         std::uint64_t{4} * static_cast<std::uint64_t>(picture.width()) * static_cast<std::uint64_t>(picture.height());
     if (size > bytesLeft_) throw Error("its textures need more than 2 GiB");
     bytesLeft_ -= size;
-    auto shared =
-        std::make_shared<const image::Image>(image::withChannels(image::convert(picture, image::Sample::Byte), 4));
+    if (picture.sample() != image::Sample::Byte) picture = image::convert(picture, image::Sample::Byte);
+    auto shared = std::make_shared<const image::Image>(image::withChannels(std::move(picture), 4));
     pictures_.emplace(bytes, shared);
     return shared;
   }

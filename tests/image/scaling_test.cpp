@@ -141,5 +141,19 @@ TEST(Conversion, ChannelsAreSpreadWeighedAndFilled) {
   }
 }
 
+// Memory that held something before is handed out again.
+TEST(Image, StartsBlackAtAnySize) {
+  for (const int side : {3, 700, 1500}) {
+    for (int i = 0; i < 3; ++i) {
+      Image used(side, side, 4, Sample::Byte, Filling::None);
+      std::fill_n(used.row<std::uint8_t>(0), side * side * 4, std::uint8_t{7});
+      used = Image();
+      const Image black(side, side, 4, Sample::Byte);
+      const auto* const first = black.row<std::uint8_t>(0);
+      ASSERT_EQ(std::count(first, first + side * side * 4, 0), side * side * 4) << side;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace quillmere::image::testing

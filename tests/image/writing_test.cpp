@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <limits>
+#include <random>
 #include <string>
 #include <utility>
 
@@ -32,6 +34,41 @@ TEST(Writing, PngReadsBackInEveryDepth) {
       EXPECT_EQ(samplesOf(read(folder / "8.png")), samplesOf(convert(picture, Sample::Byte)));
       EXPECT_EQ(samplesOf(read(folder / "16.png")), samplesOf(convert(picture, Sample::Word)));
     }
+  }
+}
+
+// What the IDAT chunks hold together; checks every chunk's checksum.
+File packedPixels(const File& png) {
+  File packed;
+  const auto number = [&](std::size_t at) {
+    return std::uint32_t{png[at]} << 24U | std::uint32_t{png[at + 1]} << 16U | std::uint32_t{png[at + 2]} << 8U |
+           png[at + 3];
+  };
+  for (std::size_t at = 8; at < png.size();) {
+    const std::uint32_t size = number(at);
+    EXPECT_EQ(number(at + 8 + size), crc32(0, &png[at + 4], size + 4));
+    if (std::equal(&png[at + 4], &png[at + 8], "IDAT")) packed.insert(packed.end(), &png[at + 8], &png[at + 8 + size]);
+    at += 12 + size;
+  }
+  return packed;
+}
+
+// Of many strips, one, and rows that are strips by themselves.
+TEST(Writing, PngsPackedInStripsAreOneWholeStream) {
+  const TemporaryFolder folder;
+  std::mt19937 random(3);
+  for (const auto& [width, height] : {std::pair(3001, 1201), {1, 1}, {1, 700}, {16000, 90}}) {
+    Image picture(width, height, 3, Sample::Word);
+    std::generate_n(picture.row<std::uint16_t>(0), width * height * 3, [&, i = 0U]() mutable {
+      return static_cast<std::uint16_t>(++i % 5000 < 2500 ? i / 977 : random());
+    });
+    writePng(folder / "a.png", picture, PngDepth::As16Bit);
+    const File packed = packedPixels(contentOf(folder / "a.png"));
+    File rows(static_cast<std::size_t>(height) * (6U * static_cast<std::size_t>(width) + 1));
+    uLongf size = rows.size();
+    EXPECT_EQ(uncompress(rows.data(), &size, packed.data(), packed.size()), Z_OK) << width;  // its checksum, too
+    EXPECT_EQ(size, rows.size()) << width;
+    EXPECT_EQ(samplesOf(read(folder / "a.png")), samplesOf(picture)) << width;
   }
 }
 

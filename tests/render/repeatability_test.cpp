@@ -42,6 +42,40 @@ std::shared_ptr<HandMadeScene> village() {
 const scene::Camera kView = perspective({3, 4, 7}, {0, 0, 0}, 0.8F);
 constexpr int kWidth = 101, kHeight = 67;
 
+// Draws no four pixels at once.
+struct OneAtATime {
+  using Sum = QuickShader::Sum;
+  const QuickShader& shader;
+
+  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const { return shader.shade(layer, sums); }
+  void store(const Sum& sum, float samples, int x, int y) const { shader.store(sum, samples, x, y); }
+};
+
+TEST(Repeatability, FourPixelsAtOnceShowWhatTheyShowAlone) {
+  const auto shown = village();
+  const auto painted = std::make_shared<image::Image>(6, 4, 4, image::Sample::Byte);
+  for (int i = 0; i < 96; ++i) painted->row<std::uint8_t>(0)[i] = static_cast<std::uint8_t>(53 * i);
+  scene::Material shiny = colored({0.6F, 0.6F, 0.5F}), lamp = colored({0.4F, 0.5F, 0.6F}), papered = colored({1, 1, 1});
+  shiny.metallic = 1.0F;
+  shiny.roughness = 0.4F;
+  lamp.emission = {0.5F, 0.2F, 0.1F};
+  papered.texture.picture = painted;
+  int column = 0;
+  for (const scene::Material& material : {shiny, lamp, papered, unlit({0.2F, 0.9F, 0.4F})}) {
+    const auto wall = rectangle(-1, -1, 1, 1);
+    if (column % 2 == 0) wall->normals.assign(4, glm::normalize(glm::vec3(1, 2, 3)));
+    shown->add(wall, shown->addMaterial(material), moved(static_cast<float>(2 * column++ - 3), 1, 4));
+  }
+  RayScene scene(shown);
+  scene.pose(0.0);
+  const PictureRequest request{scene, kView, kWidth, kHeight, {}, 1};
+  image::Image together(kWidth, kHeight, 3, image::Sample::Byte), alone = together;
+  drawPicture(request, PixelSampling::grid(), QuickShader(kView, together));
+  const QuickShader shader(kView, alone);
+  drawPicture(request, PixelSampling::grid(), OneAtATime{shader});
+  EXPECT_TRUE(samePixels<std::uint8_t>(together, alone));
+}
+
 TEST(Repeatability, ThePictureDependsOnTheSeedButNotOnTheNumberOfThreads) {
   RayScene scene(village());
   scene.pose(0.0);

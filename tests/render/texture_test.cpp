@@ -73,5 +73,29 @@ TEST(Texture, AnyCoordinatesCanBeRead) {
   }
 }
 
+TEST(Texture, FourPlacesShowWhatEachShowsAlone) {
+  auto picture = std::make_shared<image::Image>(5, 3, 4, image::Sample::Byte);
+  for (int i = 0; i < 60; ++i) picture->row<std::uint8_t>(0)[i] = static_cast<std::uint8_t>(i < 24 ? 90 : 37 * i);
+  const Texture texture(picture);
+  constexpr float kHuge = 3e9F, kEdge = std::numeric_limits<float>::infinity();
+  const Four coordinates[] = {{0, 0.2F, 0.4F, 0.6F},        {0.1F, 0.11F, 0.12F, 0.13F},
+                              {0.99F, 1, 1.01F, -0.01F},    {-1e-9F, -7.3F, 8.5F, 1e-9F},
+                              {kHuge, -kHuge, kNan, kEdge}, {8388607.5F, -4194303.5F, 2, -3}};
+  for (const auto& [repeat, mirror] : {std::pair(true, false), {true, true}, {false, false}}) {
+    scene::TextureMap map;
+    map.repeatU = repeat;
+    map.mirrorV = mirror;
+    for (const Four& u : coordinates) {
+      for (const Four& v : coordinates) {
+        const auto together = texture.readFour(u, v, map);
+        for (int i = 0; i < 4; ++i) {
+          EXPECT_EQ(together[static_cast<std::size_t>(i)], texture.read({u[i], v[i]}, 0.0F, map))
+              << u[i] << ", " << v[i];
+        }
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace quillmere::render

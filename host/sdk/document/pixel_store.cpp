@@ -152,8 +152,12 @@ void PixelStore::stretch(const Corners& from, PixelStore& target, const Corners&
   if (misses || wide > image::kMaxSide || high > image::kMaxSide) return;
 
   const image::Area area{narrow(columns.first), narrow(rows.first), narrow(columns.count), narrow(rows.count)};
+  const bool whole = to.left == 0 && to.top == 0 && wide == target.width() && high == target.height();
+  const bool alike = pixels_.channels() == target.pixels_.channels() && pixels_.sample() == target.pixels_.sample();
+  // No other picture of that size: for the system, clearing its memory is as much work as scaling.
+  if (whole && alike && &target != this) return image::scaleBicubicInto(target.pixels_, pixels_, area);
   image::Image scaled = matching(image::scaleBicubic(pixels_, area, narrow(wide), narrow(high)), target.pixels_);
-  if (to.left == 0 && to.top == 0 && wide == target.width() && high == target.height()) {
+  if (whole) {
     target.pixels_ = std::move(scaled);
     return;
   }
