@@ -24,7 +24,7 @@ void checkShape(int width, int height, int channels) {
 
 // A large picture asks for huge pages: handing out small ones takes the system as long as writing the picture takes us.
 void* pixelMemory(std::size_t bytes) {
-  if (bytes < 2 * kHugePage) return std::malloc(bytes);
+  if (bytes < kHugePage) return std::malloc(bytes);
   const std::size_t size = (bytes + kHugePage - 1) / kHugePage * kHugePage;
   void* const memory = std::aligned_alloc(kHugePage, size);
 #ifdef __linux__
