@@ -26,7 +26,7 @@ void checkShape(int width, int height, int channels) {
 
 // A large picture asks for huge pages: handing out small ones takes the system as long as writing the picture takes us.
 void* pixelMemory(std::size_t bytes, Filling filling) {
-  if (bytes < 2 * kHugePage) return filling == Filling::Zero ? std::calloc(bytes, 1) : std::malloc(bytes);
+  if (bytes < kHugePage) return filling == Filling::Zero ? std::calloc(bytes, 1) : std::malloc(bytes);
   const std::size_t size = (bytes + kHugePage - 1) / kHugePage * kHugePage;
   // There is no calloc that aligns: what lies before the first whole huge page is of small ones.
   void* const memory = filling == Filling::Zero ? std::calloc(size, 1) : std::aligned_alloc(kHugePage, size);

@@ -220,11 +220,19 @@ void drawBlock(const PictureRequest& request, const CameraRays& camera, const Pi
   storeBlock(request, sampling, block, shader, sums);
 }
 
+// Shaders that are told of each tile, on its thread, before its first pixel and after its last.
+template <class T>
+concept TileShader = Shader<T> && requires(const T& shader, const Tile& tile) {
+  shader.begin(tile);
+  shader.end(tile);
+};
+
 // Traces the request's picture on its threads. The outcome does not depend on their number.
 template <Shader Shading>
 Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling, const Shading& shader) {
   const CameraRays camera(request.camera, request.width, request.height);
   return drawTiles(request, sampling.tileSide(), [&](Tile tile) {
+    if constexpr (TileShader<Shading>) shader.begin(tile);
     PixelBlock block{sampling.block, tile.left, tile.top};
     MetTriangle triangle;
     for (; block.top < tile.bottom; block.top += block.pixels()) {
@@ -232,6 +240,7 @@ Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling
         drawBlock(request, camera, sampling, block, shader, triangle);
       }
     }
+    if constexpr (TileShader<Shading>) shader.end(tile);
   });
 }
 

@@ -1,10 +1,8 @@
 #include "line_drawing.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstring>
-#include <glm/glm.hpp>
 
 #include "four.h"
 
@@ -20,139 +18,224 @@ constexpr float kLeap = 0.01F, kDeepLeap = 0.04F;
 // leaps.
 constexpr float kGrazing = 4.0F;
 
-// Pixels along a row or a column around one of them; beyond the picture's edge its last pixel goes on.
-class Across {
- public:
-  Across(const image::Image& picture, int x, int y, bool down)
-      : here_(picture.pixel<float>(x, y)),
-        step_(static_cast<std::ptrdiff_t>(picture.channels()) * (down ? picture.width() : 1)),
-        before_(down ? y : x),
-        behind_((down ? picture.height() : picture.width()) - 1 - before_) {}
+constexpr int kLanes = 4;  // of a Four
+using Rows = std::array<LineRow, 2 * LineSearch::kReach + 1>;
+enum class Axis { Across, Down };
 
-  const float* at(int offset) const { return &here_[std::ptrdiff_t{std::clamp(offset, -before_, behind_)} * step_]; }
+Four fourAt(const float* values) {
+  Four result;
+  std::memcpy(&result, values, sizeof result);
+  return result;
+}
+
+FourTests idsAt(const float* ids) {
+  FourTests result;
+  std::memcpy(&result, ids, sizeof result);
+  return result;
+}
+
+bool any(FourTests tests) {
+  std::array<std::uint64_t, 2> halves;
+  std::memcpy(halves.data(), &tests, sizeof tests);
+  return (halves[0] | halves[1]) != 0;
+}
+
+Four smaller(Four a, Four b) {
+  return chosen(a < b, a, b);
+}
+Four larger(Four a, Four b) {
+  return chosen(a < b, b, a);
+}
+Four absolute(Four value) {
+  return larger(value, -value);
+}
+Four limited(Four value) {
+  return smaller(larger(value, four(0.0F)), four(1.0F));
+}
+
+FourVectors operator-(const FourVectors& a, const FourVectors& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+Four distance(const FourVectors& a, const FourVectors& b) {
+  const FourVectors apart = a - b;
+  return rootOf(dot(apart, apart));
+}
+
+// Pixels of a row from `x` on, and those around them along one axis.
+template <Axis kAxis>
+class Along {
+ public:
+  Along(const Rows& rows, int x) : rows_(rows), x_(x) {}
+
+  FourVectors normals(int offset) const {
+    const LineRow& row = rowAt(offset);
+    const int x = columnAt(offset);
+    return {fourAt(row.normals(x, 0)), fourAt(row.normals(x, 1)), fourAt(row.normals(x, 2))};
+  }
+  Four depths(int offset) const { return fourAt(rowAt(offset).depths(columnAt(offset))); }
+  FourTests objects(int offset) const { return idsAt(rowAt(offset).objects(columnAt(offset))); }
+  TwoObjects objectsOf(int offset, int lane) const { return rowAt(offset).objectsOf(columnAt(offset) + lane); }
 
  private:
-  const float* here_;
-  std::ptrdiff_t step_;
-  int before_, behind_;
+  const LineRow& rowAt(int offset) const {
+    const int row = LineSearch::kReach + (kAxis == Axis::Down ? offset : 0);
+    return rows_[static_cast<std::size_t>(row)];
+  }
+  int columnAt(int offset) const { return kAxis == Axis::Across ? x_ + offset : x_; }
+
+  const Rows& rows_;
+  int x_;
 };
 
-// How much of a pixel's first two ranks another one has as well.
-float shared(const float* ranks, const float* others) {
+// How much of a pixel's objects another one has as well.
+float shared(const TwoObjects& one, const TwoObjects& other) {
   float sum = 0.0F;
-  for (const int rank : {0, 2}) {
-    for (const int other : {0, 2}) {
-      if (ranks[rank + 1] > 0.0F && ranks[rank] == others[other]) sum += std::min(ranks[rank + 1], others[other + 1]);
+  for (const std::size_t a : {0U, 1U}) {
+    for (const std::size_t b : {0U, 1U}) {
+      if (one.shares[a] > 0.0F && one.ids[a] == other.ids[b]) sum += std::min(one.shares[a], other.shares[b]);
     }
   }
   return sum;
 }
 
 // The share of one pixel whose object is another one, or none, in the other pixel.
-float difference(const float* ranks, const float* others) {
-  if (ranks[0] == others[0] && ranks[1] == 1.0F && others[1] == 1.0F) return 0.0F;  // as of most pixels
-  const float background = std::max(0.0F, 1.0F - ranks[1] - ranks[3]);
-  const float otherBackground = std::max(0.0F, 1.0F - others[1] - others[3]);
-  return std::max(0.0F, 1.0F - shared(ranks, others) - std::min(background, otherBackground));
+float difference(const TwoObjects& one, const TwoObjects& other) {
+  const float background = std::max(0.0F, 1.0F - one.shares[0] - one.shares[1]);
+  const float otherBackground = std::max(0.0F, 1.0F - other.shares[0] - other.shares[1]);
+  return std::max(0.0F, 1.0F - shared(one, other) - std::min(background, otherBackground));
+}
+
+// Elsewhere one object goes on, or the background.
+template <Axis kAxis>
+FourTests hasBorder(const Along<kAxis>& pixels) {
+  const FourTests before = pixels.objects(-1), behind = pixels.objects(1);
+  return (before != behind) | (before == FourTests{} + static_cast<int>(LineRow::kSeveral));
+}
+
+template <Axis kAxis>
+Four bordersAt(const Along<kAxis>& pixels) {
+  const FourTests parted = hasBorder(pixels);
+  Four borders{};
+  if (!any(parted)) return borders;
+  for (int lane = 0; lane < kLanes; ++lane) {
+    if (parted[lane] != 0) borders[lane] = difference(pixels.objectsOf(-1, lane), pixels.objectsOf(1, lane));
+  }
+  return borders;
 }
 
 // How much of a step of a value lies between a pixel's neighbours, when the value changes evenly on both sides of it:
 // 0 to 1; `size` of the step goes from `least`, where it counts for nothing, to `full`.
-float stepBetween(float near, float wide, float outside, float least, float full) {
-  if (wide <= least) return 0.0F;
-  return glm::smoothstep(least, full, wide) * std::clamp((near - outside) / wide, 0.0F, 1.0F);
+Four stepBetween(Four near, Four wide, Four outside, Four least, Four full) {
+  const Four part = limited((wide - least) / (full - least));
+  const Four smooth = part * part * (3.0F - 2.0F * part);
+  return chosen(wide > least, smooth * limited((near - outside) / wide), four(0.0F));
 }
 
-float creaseAt(const Across& shape) {
-  const auto normal = [&](int offset) {
-    const float* at = shape.at(offset);
-    return glm::vec3(at[0], at[1], at[2]);
-  };
-  const glm::vec3 apart = normal(2) - normal(-2);
-  const float squared = glm::dot(apart, apart);
-  if (squared <= kCrease * kCrease) return 0.0F;
-  const float wide = std::sqrt(squared);
-  const float outside = glm::distance(normal(-3), normal(-2)) + glm::distance(normal(2), normal(3));
-  return stepBetween(glm::distance(normal(-1), normal(1)), wide, outside, kCrease, kSharpCrease);
+template <Axis kAxis>
+Four bend(const Along<kAxis>& pixels) {
+  const FourVectors apart = pixels.normals(2) - pixels.normals(-2);
+  return dot(apart, apart);
 }
 
-float leapAt(const Across& shape, float unit) {
-  const auto depth = [&](int offset) { return shape.at(offset)[3]; };
-  if (std::abs(depth(-2) - depth(2)) <= kLeap * unit) return 0.0F;
-  const float outside = std::abs(depth(-3) - depth(-2)) + std::abs(depth(2) - depth(3));
-  const float wide = std::abs(depth(-2) - depth(2)) - kGrazing * outside;
-  if (wide <= kLeap * unit) return 0.0F;
-  return stepBetween(std::abs(depth(-1) - depth(1)), wide, outside, kLeap * unit, kDeepLeap * unit);
+template <Axis kAxis>
+Four creasesAt(const Along<kAxis>& pixels) {
+  const Four squared = bend(pixels);
+  if (!any(squared > kCrease * kCrease)) return Four{};
+  const Four outside =
+      distance(pixels.normals(-3), pixels.normals(-2)) + distance(pixels.normals(2), pixels.normals(3));
+  return stepBetween(distance(pixels.normals(-1), pixels.normals(1)), rootOf(squared), outside, four(kCrease),
+                     four(kSharpCrease));
+}
+
+template <Axis kAxis>
+Four leap(const Along<kAxis>& pixels) {
+  return absolute(pixels.depths(-2) - pixels.depths(2));
+}
+
+// `unit` is the height of what the camera sees at the pixels.
+template <Axis kAxis>
+Four leapsAt(const Along<kAxis>& pixels, Four unit) {
+  const Four whole = leap(pixels), least = kLeap * unit;
+  if (!any(whole > least)) return Four{};
+  const Four outside = absolute(pixels.depths(-3) - pixels.depths(-2)) + absolute(pixels.depths(2) - pixels.depths(3));
+  return stepBetween(absolute(pixels.depths(-1) - pixels.depths(1)), whole - kGrazing * outside, outside, least,
+                     kDeepLeap * unit);
 }
 
 // Of the two axes, as of the slope of a plane.
-float length(float across, float down) {
-  return std::min(1.0F, std::sqrt(across * across + down * down));
+Four length(Four across, Four down) {
+  return smaller(four(1.0F), rootOf(across * across + down * down));
 }
 
-// Whether neither axis shows anything of a line at a pixel, as in most of a picture: the same bounds, looked at
-// all at once.
-class EvenPixels {
- public:
-  EvenPixels(const image::Image& objects, const image::Image& shape) : objects_(objects), shape_(shape) {}
+// Whether any of that can be found: in few places of most pictures.
+bool mayShowLines(const Along<Axis::Across>& across, const Along<Axis::Down>& down, Four unit) {
+  return any(hasBorder(across) | hasBorder(down) | (larger(bend(across), bend(down)) > kCrease * kCrease) |
+             (larger(leap(across), leap(down)) > kLeap * unit));
+}
 
-  bool at(int x, int y, float leastLeap) const {
-    if (x < kReach || y < kReach || x >= shape_.width() - kReach || y >= shape_.height() - kReach) return false;
-    const float* const ranks = objects_.pixel<float>(x, y);
-    const float* const shape = shape_.pixel<float>(x, y);
-    const std::ptrdiff_t pixel = 4, row = pixel * shape_.width();
-    return sameObject(ranks - pixel, ranks + pixel) && sameObject(ranks - row, ranks + row) &&
-           sameShape(shape - 2 * pixel, shape + 2 * pixel, leastLeap) &&
-           sameShape(shape - 2 * row, shape + 2 * row, leastLeap);
-  }
-
- private:
-  static constexpr int kReach = 3;  // pixels
-
-  static bool sameObject(const float* a, const float* b) {
-    return a[0] == b[0] && a[1] == b[1] && (a[1] == 1.0F || a[1] == 0.0F);
-  }
-  static bool sameShape(const float* a, const float* b, float leastLeap) {
-    const Four apart = fourAt(a) - fourAt(b), squared = apart * apart;
-    return squared[0] + squared[1] + squared[2] <= kCrease * kCrease && squared[3] <= leastLeap * leastLeap;
-  }
-  static Four fourAt(const float* values) {
-    Four result;
-    std::memcpy(&result, values, sizeof result);
-    return result;
-  }
-
-  const image::Image &objects_, &shape_;
-};
-
-// How much of a line there is in a pixel. `height` is what the camera sees at a depth of 1 m, or at any, in metres.
-float lineAt(const image::Image& objects, const image::Image& ground, bool orthographic, float height, int x, int y) {
-  std::array<float, 2> border{}, crease{}, leap{};
-  for (const std::size_t axis : {0U, 1U}) {
-    const Across ranks(objects, x, y, axis == 1), shape(ground, x, y, axis == 1);
-    const float depth = shape.at(0)[3];
-    border[axis] = difference(ranks.at(-1), ranks.at(1));
-    crease[axis] = creaseAt(shape);
-    leap[axis] = depth > 0.0F ? leapAt(shape, orthographic ? height : depth * height) : 0.0F;
-  }
-  return std::max({length(border[0], border[1]), length(crease[0], crease[1]), length(leap[0], leap[1])});
+// Apart from the test, so that the compiler keeps that one small.
+[[gnu::noinline]] Four linesAt(const Rows& rows, int x, Four unit) {
+  const Along<Axis::Across> across(rows, x);
+  const Along<Axis::Down> down(rows, x);
+  const Four border = length(bordersAt(across), bordersAt(down));
+  const Four crease = length(creasesAt(across), creasesAt(down));
+  const Four leaps = chosen(unit > 0.0F, length(leapsAt(across, unit), leapsAt(down, unit)), four(0.0F));
+  return larger(border, larger(crease, leaps));
 }
 
 }  // namespace
 
-Outcome drawLines(const std::vector<image::Image>& objects, const LineGround& ground, const scene::Camera& camera,
-                  int threads, const std::function<bool()>& stop, image::Image& lines) {
-  const float height = camera.orthographic ? 2.0F * camera.ymag : 2.0F * std::tan(0.5F * camera.yfov);
-  const EvenPixels even(objects.front(), ground.shape);
-  return forEach(lines.height(), threads, stop, [&](int y) {
-    const float* shape = ground.shape.row<float>(y);
-    float* const to = lines.row<float>(y);
-    for (int x = 0; x < lines.width(); ++x, shape += 4) {
-      const float leastLeap = kLeap * (camera.orthographic ? height : shape[3] * height);
-      to[x] =
-          even.at(x, y, leastLeap) ? 0.0F : lineAt(objects.front(), ground.shape, camera.orthographic, height, x, y);
-    }
-  });
+TwoObjects LineRow::objectsOf(int x) const {
+  const auto object = std::bit_cast<std::uint32_t>(*objects(x));
+  if (object == kSeveral) return several_[x];
+  return {{object, 0}, {object == 0 ? 0.0F : 1.0F, 0.0F}};
+}
+
+void LineRow::repeatFirst() const {
+  repeat(0, -LineSearch::kReach, 0);
+}
+
+// Fours that begin inside reach further.
+void LineRow::repeatLast(int width) const {
+  repeat(width - 1, width, width + LineSearch::kReach + kLanes - 1);
+}
+
+void LineRow::repeat(int from, int first, int behind) const {
+  const bool several = std::bit_cast<std::uint32_t>(*objects(from)) == kSeveral;
+  for (int x = first; x < behind; ++x) {
+    for (int plane = 0; plane < kPlanes; ++plane) planes_[plane * stride_ + x] = planes_[plane * stride_ + from];
+    if (several) several_[x] = several_[from];
+  }
+}
+
+LineRows::LineRows(int width, int rows)
+    : stride_(width + 2 * LineSearch::kReach + kLanes - 1),
+      planes_(static_cast<std::size_t>(LineRow::kPlanes * stride_ * rows)),
+      several_(static_cast<std::size_t>(stride_ * rows)),
+      first_(planes_.data() + LineSearch::kReach),
+      firstSeveral_(several_.data() + LineSearch::kReach) {}
+
+LineSearch::LineSearch(const scene::Camera& camera)
+    : orthographic_(camera.orthographic),
+      height_(orthographic_ ? 2.0F * camera.ymag : 2.0F * std::tan(0.5F * camera.yfov)) {}
+
+Four LineSearch::linesFrom(const Rows& rows, int x) const {
+  const Along<Axis::Across> across(rows, x);
+  const Along<Axis::Down> down(rows, x);
+  const Four depth = across.depths(0), seen = orthographic_ ? four(height_) : depth * height_;
+  const Four unit = chosen(depth > 0.0F, seen, four(0.0F));
+  return mayShowLines(across, down, unit) ? linesAt(rows, x, unit) : four(0.0F);
+}
+
+void LineSearch::draw(const Rows& rows, int width, float* lines) const {
+  int x = 0;
+  for (; x + kLanes <= width; x += kLanes) {
+    const Four line = linesFrom(rows, x);
+    std::memcpy(lines + x, &line, sizeof line);
+  }
+  if (x == width) return;
+  const Four line = linesFrom(rows, x);
+  std::memcpy(lines + x, &line, sizeof(float) * static_cast<std::size_t>(width - x));
 }
 
 }  // namespace quillmere::render

@@ -15,6 +15,40 @@ std::vector<Plane> planesOf(std::vector<image::Image>& pictures) {
   return {pictures.begin(), pictures.end()};
 }
 
+// Whether each pixel of a block shows one opaque point and nothing else.
+bool isWhole(const Layer& layer) {
+  constexpr RaySet kAll = (RaySet{1} << kRays) - 1;
+  if (layer.block.side != PixelBlock::Side::Two || layer.points != kOnePerPixel || layer.met != kAll) return false;
+  int whole = 0;
+  for (int ray = 0; ray < kRays; ++ray) whole += static_cast<int>(layer.weight[ray] == 1.0F);
+  return whole == kRays;
+}
+
+// The rays whose samples end in a layer for the most part; of those that meet nothing it may tell anything.
+RaySet stoppedIn(const Layer& layer) {
+  const auto isStopped = [&](int ray) {
+    return (layer.reaching[ray] > kSeen) & (layer.reaching[ray] - layer.weight[ray] <= kSeen);
+  };
+  int count = 0;
+  for (int ray = 0; ray < kRays; ++ray) count += static_cast<int>(isStopped(ray));
+  RaySet stopped = 0;
+  if (count == kRays) return ~stopped;  // as mostly
+  for (int ray = 0; ray < kRays; ++ray) stopped |= static_cast<RaySet>(isStopped(ray)) << ray;
+  return stopped;
+}
+
+float countOf(RaySet rays) {
+  float count = 0.0F;
+  forEachRay(rays, [&](int) { count += 1.0F; });
+  return count;
+}
+
+float sumOf(const PerRay<float>& values, RaySet rays) {
+  float sum = 0.0F;
+  forEachRay(rays, [&](int ray) { sum += values[ray]; });
+  return sum;
+}
+
 glm::vec3 unit(glm::vec3 direction) {
   const float length = glm::length(direction);
   return length > 1e-6F ? direction / length : glm::vec3(0.0F);
@@ -47,32 +81,39 @@ MatteSum& MatteSum::operator+=(const MatteSum& other) {
   return *this;
 }
 
+MatteSum::Ranked MatteSum::ranked() const {
+  Ranked ranks{};
+  std::partial_sort_copy(
+      shares_.begin(), shares_.begin() + count_, ranks.begin(), ranks.end(),
+      [](const Share& a, const Share& b) { return std::make_tuple(b.weight, a.id) < std::make_tuple(a.weight, b.id); });
+  return ranks;
+}
+
 void MatteSum::store(const std::vector<Plane>& layers, float whole, std::ptrdiff_t pixel) const {
   if (count_ == 1) {  // as in most pixels
     const Share& only = shares_.front();
     for (const Plane& layer : layers) layer.put(pixel, glm::vec3(0.0F), 0.0F);
-    if (layers.empty()) return;
     float* const ranks = layers.front().at(pixel);
     ranks[0] = std::bit_cast<float>(only.id);
     ranks[1] = std::min(1.0F, only.weight / whole);
     return;
   }
-  std::array<Share, 8> shares;
-  const auto end = std::copy_n(shares_.begin(), count_, shares.begin());
-  const auto isLess = [](const Share& a, const Share& b) {
-    return std::make_tuple(a.weight, b.id) < std::make_tuple(b.weight, a.id);
-  };
+  const auto shares = ranked();
   auto next = shares.begin();
   for (const Plane& layer : layers) {
     float* ranks = layer.at(pixel);
     for (const int rank : {0, 2}) {
-      ranks[rank] = ranks[rank + 1] = 0.0F;
-      if (next == end) continue;
-      std::iter_swap(next, std::max_element(next, end, isLess));
       ranks[rank] = std::bit_cast<float>(next->id);
       ranks[rank + 1] = std::min(1.0F, next++->weight / whole);
     }
   }
+}
+
+TwoObjects MatteSum::firstTwo(float whole) const {
+  if (count_ == 1) return {{shares_.front().id, 0}, {std::min(1.0F, shares_.front().weight / whole), 0.0F}};
+  const auto shares = ranked();
+  return {{shares[0].id, shares[1].id},
+          {std::min(1.0F, shares[0].weight / whole), std::min(1.0F, shares[1].weight / whole)}};
 }
 
 template <Mattes kMattes>
@@ -104,6 +145,7 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
                                 PassTarget target)
     : scene_(picture.scene),
       quick_(target.quick),
+      lines_(target.lines),
       width_(picture.width),
       color_(target.passes.color),
       depth_(target.passes.depth),
@@ -111,13 +153,14 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
       normal_(target.passes.normal),
       position_(target.passes.position),
       albedo_(target.passes.albedo),
-      shape_(target.ground.shape),
       objects_(planesOf(target.passes.objects)),
       materials_(planesOf(target.passes.materials)),
       toCamera_(glm::transpose(glm::mat3(picture.camera.toWorld))),
       inverse_(request.tone.kind == DepthTone::Kind::Inverse),
       orthographic_(picture.camera.orthographic),
-      looksAtSurfaces_(depth_ || normal_ || position_ || shape_),
+      looksAtSurfaces_(depth_ || normal_ || position_ || lines_ != nullptr),
+      linesAlone_(lines_ != nullptr && !color_ && !depth_ && !normal_ && !position_ && !albedo_ && objects_.empty() &&
+                  materials_.empty()),
       toTheEnd_(target.quick != nullptr || kMattes == Mattes::Yes || request.passes.has(Pass::Albedo)) {
   const float near = inverse_ ? 1.0F / request.tone.range.near : request.tone.range.near;
   const float far = inverse_ ? 1.0F / request.tone.range.far : request.tone.range.far;
@@ -133,12 +176,16 @@ template <Mattes kMattes>
 RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   const auto sumOf = [&](int ray) -> Sum& { return sums[layer.block.summedAt(ray)]; };
   if (quick_ != nullptr) quick_->light(layer, [&](int ray) -> QuickShader::Sum& { return sumOf(ray).quick; });
+  const Depths depths = depthsOf(layer);
+  if (lines_ != nullptr && isWhole(layer)) {
+    putWhole(layer, depths, sums);
+    if (linesAlone_) return layer.met;
+  }
   const auto seenOf = [&](int ray) -> Seen& {
     std::optional<Seen>& held = sumOf(ray).seen;
     return held ? *held : held.emplace();
   };
   const RaySet seen = seenIn(layer);
-  const Depths depths = depthsOf(layer);
   for (RaySet open = looksAtSurfaces_ ? seen : 0; open != 0;) {
     const int ray = std::countr_zero(open);
     const RaySet beside = open & layer.block.raysBeside(ray);
@@ -149,23 +196,35 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   return toTheEnd_ ? 0 : seen;
 }
 
+template <Mattes kMattes>
+void PassShader<kMattes>::putWhole(const Layer& layer, const Depths& depths, PerRay<Sum>& sums) const {
+  const std::array<LineRow, 2> rows{lines_->rowAt(layer.block.top), lines_->rowAt(layer.block.top + 1)};
+  for (int pixel = 0; pixel < 4; ++pixel) {
+    const int at = 4 * pixel;
+    const std::uint32_t instance = layer.surface.instance[at];
+    const bool sky = scene_.instances()[instance].sky;
+    const float even = depths.even[at] + depths.even[at + 1] + depths.even[at + 2] + depths.even[at + 3];
+    rows[static_cast<std::size_t>(pixel >> 1)].put(
+        layer.block.left + (pixel & 1), sky ? glm::vec3(0.0F) : layer.surface.normal[at], sky ? 0.0F : 0.25F * even,
+        {{ids_[instance].first, 0}, {1.0F, 0.0F}});
+    sums[pixel].hasLine = true;
+  }
+}
+
 // The rays whose samples are stopped by this layer, together with those in front of it, and not by those alone.
 template <Mattes kMattes>
 RaySet PassShader<kMattes>::seenIn(const Layer& layer) const {
-  RaySet stopped = 0, sky = 0;
-  for (int ray = 0; ray < kRays; ++ray) {
-    const float reaching = layer.reaching[ray], left = reaching - layer.weight[ray];
-    stopped |= static_cast<RaySet>(reaching > kSeen && left <= kSeen) << ray;
-  }
+  const RaySet stopped = layer.met & stoppedIn(layer);
+  RaySet sky = 0;
   forEachRay(layer.points, [&](int at) {
     if (scene_.instances()[layer.surface.instance[at]].sky) sky |= setOf(at);
   });
-  stopped &= layer.met;
   if (sky == 0) return stopped;
+  RaySet seen = stopped;
   forEachRay(stopped, [&](int ray) {
-    if ((sky & setOf(layer.pointOf[ray])) != 0) stopped &= ~setOf(ray);
+    if ((sky & setOf(layer.pointOf[ray])) != 0) seen &= ~setOf(ray);
   });
-  return stopped;
+  return seen;
 }
 
 template <Mattes kMattes>
@@ -175,39 +234,43 @@ typename PassShader<kMattes>::Depths PassShader<kMattes>::depthsOf(const Layer& 
     const float depth = layer.rays.hit(ray).distance;
     depths.tones[ray] = std::clamp(toneOffset_ + toneScale_ * (inverse_ ? 1.0F / depth : depth), 0.0F, 1.0F);
   }
-  for (int ray = 0; ray < kRays && shape_; ++ray) {
+  for (int ray = 0; ray < kRays && lines_ != nullptr; ++ray) {
     const float depth = layer.rays.hit(ray).distance;
     depths.even[ray] = orthographic_ ? depth : 1.0F / depth;
   }
   return depths;
 }
 
-// The place of a sample is its own: those of one pixel may share a point of the surface.
 template <Mattes kMattes>
 void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const {
-  float samples = 0.0F, tone = 0.0F, even = 0.0F, nearest = seen.nearest;  // which the compiler keeps at hand
-  const int first = std::countr_zero(rays), at = layer.pointOf[first];
-  const bool bends = normal_ || shape_, onOne = layer.points == kOnePerPixel;
-  glm::vec3 normal(0.0F);
-  int nearestRay = -1;
-  forEachRay(rays, [&](int ray) {
-    samples += 1.0F;
-    if (bends && !onOne) normal += layer.surface.normal[layer.pointOf[ray]];
-    if (tone_) tone += depths.tones[ray];
-    if (shape_) even += depths.even[ray];
-    const float depth = layer.rays.hit(ray).distance;
-    if (!(depth < nearest)) return;
-    nearest = depth;
-    nearestRay = ray;
-  });
-  if (bends && onOne) normal = samples * layer.surface.normal[at];
+  const auto samples = countOf(rays);
   seen.samples += samples;
-  seen.normal += normal;
-  seen.tone += tone;
-  seen.evenDepth += even;
-  seen.nearest = nearest;
-  if (!position_ || nearestRay < 0) return;
-  seen.position = layer.rays.origin(nearestRay) + nearest * layer.rays.direction(nearestRay);
+  if (tone_) seen.tone += sumOf(depths.tones, rays);
+  if (lines_ != nullptr) seen.evenDepth += sumOf(depths.even, rays);
+  if (normal_ || lines_ != nullptr) {
+    glm::vec3 normal(0.0F);
+    if (layer.points == kOnePerPixel) {
+      normal = samples * layer.surface.normal[layer.pointOf[std::countr_zero(rays)]];
+    } else {
+      forEachRay(rays, [&](int ray) { normal += layer.surface.normal[layer.pointOf[ray]]; });
+    }
+    seen.normal += normal;
+  }
+  if (depth_ || position_) addNearest(layer, rays, seen);
+}
+
+// The place of a sample is its own: those of one pixel may share a point of the surface.
+template <Mattes kMattes>
+void PassShader<kMattes>::addNearest(const Layer& layer, RaySet rays, Seen& seen) const {
+  int nearest = -1;
+  forEachRay(rays, [&](int ray) {
+    const float depth = layer.rays.hit(ray).distance;
+    if (!(depth < seen.nearest)) return;
+    seen.nearest = depth;
+    nearest = ray;
+  });
+  if (!position_ || nearest < 0) return;
+  seen.position = layer.rays.origin(nearest) + seen.nearest * layer.rays.direction(nearest);
 }
 
 // What all rays that share the point see alike.
@@ -218,7 +281,7 @@ void PassShader<kMattes>::addPoint(const Layer& layer, int at, Seen& seen) const
   if (albedo_) seen.albedo += weight * layer.surface.color[at];
   if constexpr (kMattes == Mattes::Yes) {
     const auto& [object, material] = ids_[layer.surface.instance[at]];
-    if (!objects_.empty()) seen.mattes.objects.add(object, weight);
+    if (!objects_.empty() || lines_ != nullptr) seen.mattes.objects.add(object, weight);
     if (!materials_.empty()) seen.mattes.materials.add(material, weight);
   }
 }
@@ -226,6 +289,8 @@ void PassShader<kMattes>::addPoint(const Layer& layer, int at, Seen& seen) const
 template <Mattes kMattes>
 void PassShader<kMattes>::store(const Sum& sum, float samples, int x, int y) const {
   if (quick_ != nullptr) quick_->store(sum.quick, samples, x, y);
+  if (lines_ != nullptr && !sum.hasLine) putLine(sum, samples, x, y);
+  if (linesAlone_) return;
   const std::ptrdiff_t pixel = std::ptrdiff_t{y} * width_ + x;
   if (!sum.seen) return storeNothing(pixel);
   const Seen& seen = *sum.seen;
@@ -236,10 +301,20 @@ void PassShader<kMattes>::store(const Sum& sum, float samples, int x, int y) con
   if (normal_) normal_.put(pixel, toCamera_ * unit(seen.normal), seen.samples * each);
   position_.put(pixel, seen.position);
   albedo_.put(pixel, seen.albedo * each, alpha);
-  if (shape_) shape_.put(pixel, seen.normal * each, seen.evenDepth / std::max(1.0F, seen.samples));
   if constexpr (kMattes == Mattes::Yes) {
-    seen.mattes.objects.store(objects_, samples, pixel);
-    seen.mattes.materials.store(materials_, samples, pixel);
+    if (!objects_.empty()) seen.mattes.objects.store(objects_, samples, pixel);
+    if (!materials_.empty()) seen.mattes.materials.store(materials_, samples, pixel);
+  }
+}
+
+template <Mattes kMattes>
+void PassShader<kMattes>::putLine(const Sum& sum, float samples, int x, int y) const {
+  const LineRow row = lines_->rowAt(y);
+  if (!sum.seen) return row.put(x, glm::vec3(0.0F), 0.0F, {});
+  if constexpr (kMattes == Mattes::Yes) {
+    const Seen& seen = *sum.seen;
+    row.put(x, seen.normal * (1.0F / samples), seen.evenDepth / std::max(1.0F, seen.samples),
+            seen.mattes.objects.firstTwo(samples));
   }
 }
 
@@ -249,7 +324,7 @@ void PassShader<kMattes>::storeNothing(std::ptrdiff_t pixel) const {
   depth_.put(pixel, std::numeric_limits<float>::infinity());
   tone_.put(pixel, 0.0F);
   position_.put(pixel, kNone);
-  for (const Plane& plane : {color_, normal_, albedo_, shape_}) plane.put(pixel, kNone, 0.0F);
+  for (const Plane& plane : {color_, normal_, albedo_}) plane.put(pixel, kNone, 0.0F);
   for (const Plane& layer : objects_) layer.put(pixel, kNone, 0.0F);
   for (const Plane& layer : materials_) layer.put(pixel, kNone, 0.0F);
 }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "layer_loop.h"
-#include "line_drawing.h"
+#include "line_strips.h"
 #include "passes.h"
 #include "shaders.h"
 
@@ -55,12 +55,17 @@ class MatteSum {
   // Writes the largest as pairs of id and share to `layers`, by falling share; of equal ones by id, so that nothing
   // hangs on the order in which they came; and 0 behind them. `whole` is what all of a pixel would be.
   void store(const std::vector<Plane>& layers, float whole, std::ptrdiff_t pixel) const;
+  // The first two of these.
+  TwoObjects firstTwo(float whole) const;
 
  private:
   struct Share {
     std::uint32_t id;
     float weight;
   };
+  // Of a pixel, by rank; their weights are 0 behind the last.
+  using Ranked = std::array<Share, std::size_t{2} * image::kMatteLayers>;
+  Ranked ranked() const;
 
   int count_ = 0;
   std::array<Share, 8> shares_;  // of which `count_` hold anything
@@ -76,12 +81,11 @@ struct PassIds {
 // What a PassShader writes to; the planes must be there.
 struct PassTarget {
   Passes& passes;
-  LineGround& ground;
+  LineStrips* lines;         // null: no lines
   const QuickShader* quick;  // null: no such picture, and no colour
 };
 
-// Draws passes, of which it leaves the lines to be found in `ground`, and the quick picture beside them where there is
-// a shader for it.
+// Draws passes, and the quick picture beside them where there is a shader for it.
 template <Mattes kMattes>
 class PassShader {
  public:
@@ -116,6 +120,7 @@ class PassShader {
 
     QuickShader::Sum quick;
     std::optional<Seen> seen;
+    bool hasLine = false;  // whether what lines are found in is put already
 
     Sum& operator+=(const Sum& other);
   };
@@ -124,6 +129,12 @@ class PassShader {
   PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids, PassTarget target);
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
   void store(const Sum& sum, float samples, int x, int y) const;
+  void begin(const Tile& tile) const {
+    if (lines_ != nullptr) lines_->begin(tile);
+  }
+  void end(const Tile& tile) const {
+    if (lines_ != nullptr) lines_->end(tile);
+  }
 
  private:
   // Of the rays of a layer: their tones and depths, as far as anybody wants them.
@@ -133,19 +144,24 @@ class PassShader {
   Depths depthsOf(const Layer& layer) const;
   RaySet seenIn(const Layer& layer) const;
   void addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const;
+  void addNearest(const Layer& layer, RaySet rays, Seen& seen) const;
   void addPoint(const Layer& layer, int at, Seen& seen) const;
+  void putWhole(const Layer& layer, const Depths& depths, PerRay<Sum>& sums) const;
+  void putLine(const Sum& sum, float samples, int x, int y) const;
   void storeNothing(std::ptrdiff_t pixel) const;
 
   const RayScene& scene_;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> ids_;  // of each instance's object and material
   const QuickShader* quick_;
+  LineStrips* lines_;
   int width_;
-  Plane color_, depth_, tone_, normal_, position_, albedo_, shape_;
+  Plane color_, depth_, tone_, normal_, position_, albedo_;
   std::vector<Plane> objects_, materials_;
   glm::mat3 toCamera_;
   float toneScale_, toneOffset_;  // of 1 / depth, or of depth
   bool inverse_, orthographic_;
   bool looksAtSurfaces_;  // whether anybody wants to know what a sample sees first
+  bool linesAlone_;       // whether nobody wants anything else of what passes hold beside the quick picture
   bool toTheEnd_;         // whether what lies behind the surfaces that are seen counts, too
 };
 

@@ -15,7 +15,7 @@
 #include "layer_loop.h"
 #include "light_filter.h"
 #include "light_sources.h"
-#include "line_drawing.h"
+#include "line_strips.h"
 #include "pass_shader.h"
 #include "ray_scene.h"
 #include "shaders.h"
@@ -23,20 +23,31 @@
 namespace quillmere::render {
 namespace {
 
+constexpr const char* kTooLittle = "not enough memory; ask for a smaller one";
+
 std::string refusalOf(int width, int height) {
   return "cannot draw a picture of " + std::to_string(width) + " x " + std::to_string(height) + ": ";
 }
 
 // Its samples are the caller's to write, each of them.
 image::Image blankPicture(int width, int height, image::Sample sample, int channels = 3) {
-  const std::string what = refusalOf(width, height);
   try {
     return {width, height, channels, sample, image::Filling::None};
   } catch (const std::bad_alloc&) {
-    throw Error(what + "not enough memory; ask for a smaller one");
+    throw Error(refusalOf(width, height) + kTooLittle);
   } catch (const Error&) {
     if (std::max(width, height) <= image::kMaxSide && std::min(width, height) > 0) throw;
-    throw Error(what + "each side must be 1 to " + std::to_string(image::kMaxSide) + " pixels");
+    throw Error(refusalOf(width, height) + "each side must be 1 to " + std::to_string(image::kMaxSide) + " pixels");
+  }
+}
+
+// Throws the Error that says so where `draw` runs out of memory for what it keeps meanwhile.
+template <class Draw>
+Outcome withMemory(int width, int height, const Draw& draw) {
+  try {
+    return draw();
+  } catch (const std::bad_alloc&) {
+    throw Error(refusalOf(width, height) + kTooLittle);
   }
 }
 
@@ -45,9 +56,8 @@ class BlankPlanes {
  public:
   BlankPlanes(int width, int height, const PassRequest& request) : width_(width), height_(height), request_(request) {}
 
-  void make(Passes& passes, LineGround& ground) {
+  void make(Passes& passes) {
     const PassSet& wanted = request_.passes;
-    const bool lines = wanted.has(Pass::Lines);
     if ((wanted.has(Pass::Picture) || wanted.has(Pass::Color)) && !request_.finalSamples) {
       passes.picture = blankPicture(width_, height_, image::Sample::Byte);
     }
@@ -57,11 +67,9 @@ class BlankPlanes {
     if (wanted.has(Pass::Normal)) passes.normal = plane(4);
     if (wanted.has(Pass::Position)) passes.position = plane(3);
     if (wanted.has(Pass::Albedo)) passes.albedo = plane(4);
-    if (lines) ground.shape = plane(4);
-    if (lines) passes.lines = plane(1);
+    if (wanted.has(Pass::Lines)) passes.lines = plane(1);
     if (wanted.has(Pass::Object)) makeMattes(passes.objects, request_.matteLayers);
     if (wanted.has(Pass::Material)) makeMattes(passes.materials, request_.matteLayers);
-    if (lines && passes.objects.empty()) makeMattes(passes.objects, 1);
   }
 
  private:
@@ -166,25 +174,23 @@ image::Image Renderer::drawFinal(const scene::Camera& through, int width, int he
 std::optional<Passes> Renderer::drawPasses(const scene::Camera& camera, int width, int height,
                                            const PassRequest& request, const StopTest& stop) {
   Passes passes;
-  LineGround ground;
-  BlankPlanes(width, height, request).make(passes, ground);
+  BlankPlanes(width, height, request).make(passes);
   const PictureRequest picture{*scene_, camera, width, height, stop, allCores()};
   const auto& settings = request.finalSamples;
   const PixelSampling sampling =
       settings ? PixelSampling::scattered(settings->samples, settings->seed) : PixelSampling::grid();
   std::optional<QuickShader> quick;
   if (!passes.picture.empty()) quick.emplace(camera, passes.picture);
-  const PassTarget target{passes, ground, quick ? &*quick : nullptr};
+  std::optional<LineStrips> lines;
+  if (!passes.lines.empty()) lines.emplace(camera, sampling.tileSide(), passes.lines);
+  const PassTarget target{passes, lines ? &*lines : nullptr, quick ? &*quick : nullptr};
   const PassIds ids{objectIds_, materialIds_};
-  const Outcome outcome = passes.objects.empty() && passes.materials.empty()
-                              ? drawPicture(picture, sampling, PassShader<Mattes::No>(picture, request, ids, target))
-                              : drawPicture(picture, sampling, PassShader<Mattes::Yes>(picture, request, ids, target));
+  const Outcome outcome = withMemory(width, height, [&] {
+    return passes.objects.empty() && passes.materials.empty() && !lines
+               ? drawPicture(picture, sampling, PassShader<Mattes::No>(picture, request, ids, target))
+               : drawPicture(picture, sampling, PassShader<Mattes::Yes>(picture, request, ids, target));
+  });
   if (outcome == Outcome::Stopped) return {};
-  if (!passes.lines.empty() &&
-      drawLines(passes.objects, ground, camera, picture.threads, stop, passes.lines) == Outcome::Stopped) {
-    return {};
-  }
-  if (!request.passes.has(Pass::Object)) passes.objects.clear();
   return passes;
 }
 

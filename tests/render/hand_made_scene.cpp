@@ -82,6 +82,34 @@ std::shared_ptr<scene::Geometry> cube(float side) {
   return geometry;
 }
 
+std::shared_ptr<scene::Geometry> wall() {
+  return rectangle(-50, -50, 50, 50);
+}
+
+std::shared_ptr<scene::Geometry> ball() {
+  constexpr std::uint32_t kRound = 96, kDown = 48;
+  auto ball = std::make_shared<scene::Geometry>();
+  for (std::uint32_t down = 0; down <= kDown; ++down) {
+    for (std::uint32_t round = 0; round <= kRound; ++round) {
+      const float v = glm::pi<float>() * static_cast<float>(down) / kDown;
+      const float u = glm::two_pi<float>() * static_cast<float>(round) / kRound;
+      ball->positions.emplace_back(std::sin(v) * std::cos(u), std::cos(v), std::sin(v) * std::sin(u));
+      const std::uint32_t at = down * (kRound + 1) + round, below = at + kRound + 1;
+      if (down == kDown || round == kRound) continue;
+      for (const std::uint32_t corner : {at, at + 1, below, below, at + 1, below + 1}) ball->indices.push_back(corner);
+    }
+  }
+  ball->normals = ball->positions;
+  return ball;
+}
+
+std::shared_ptr<HandMadeScene> sceneOf(const std::shared_ptr<scene::Geometry>& geometry, const glm::mat4& toWorld,
+                                       const scene::Material& material) {
+  auto scene = std::make_shared<HandMadeScene>();
+  scene->add(geometry, scene->addMaterial(material), toWorld);
+  return scene;
+}
+
 scene::Camera perspective(glm::vec3 from, glm::vec3 to, float yfov) {
   scene::Camera view;
   view.toWorld = looking(from, to);

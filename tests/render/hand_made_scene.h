@@ -36,10 +36,19 @@ glm::mat4 moved(float x, float y, float z);
 
 // A rectangle in the plane z = 0 that faces +Z, its texture coordinates 0-1 from its top left corner.
 std::shared_ptr<scene::Geometry> rectangle(float left, float bottom, float right, float top);
+// One that is larger than all that is seen.
+std::shared_ptr<scene::Geometry> wall();
+// A ball of radius 1 at the origin, smooth.
+std::shared_ptr<scene::Geometry> ball();
 // The square from -side/2 to +side/2 in the plane y = 0 that faces +Y.
 std::shared_ptr<scene::Geometry> ground(float side);
 // A cube around the origin; its faces look outwards.
 std::shared_ptr<scene::Geometry> cube(float side);
+
+// Of one thing.
+std::shared_ptr<HandMadeScene> sceneOf(const std::shared_ptr<scene::Geometry>& geometry,
+                                       const glm::mat4& toWorld = glm::mat4(1.0F),
+                                       const scene::Material& material = scene::Material{});
 
 // At `from`, looking at `to`.
 scene::Camera perspective(glm::vec3 from, glm::vec3 to, float yfov);

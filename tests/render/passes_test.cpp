@@ -41,17 +41,6 @@ scene::Camera parallel() {
   return orthographic({0, 0, 5}, {0, 0, 0}, 2.0F);
 }
 
-ScenePointer sceneOf(const std::shared_ptr<scene::Geometry>& geometry, const glm::mat4& toWorld = glm::mat4(1.0F),
-                     const scene::Material& material = scene::Material{}) {
-  auto scene = std::make_shared<HandMadeScene>();
-  scene->add(geometry, scene->addMaterial(material), toWorld);
-  return scene;
-}
-
-std::shared_ptr<scene::Geometry> wall() {
-  return rectangle(-50, -50, 50, 50);
-}
-
 glm::vec3 vectorAt(const image::Image& plane, int x, int y) {
   const float* values = plane.pixel<float>(x, y);
   return {values[0], values[1], values[2]};
@@ -59,24 +48,6 @@ glm::vec3 vectorAt(const image::Image& plane, int x, int y) {
 
 float shareOf(const Passes& passes, const char* object) {
   return *coverageOf(passes.objects, image::matteId(object)).pixel<float>(kSide / 2, kSide / 2);
-}
-
-// A ball of radius 1 at the origin, smooth.
-std::shared_ptr<scene::Geometry> ball() {
-  constexpr std::uint32_t kRound = 96, kDown = 48;
-  auto ball = std::make_shared<scene::Geometry>();
-  for (std::uint32_t down = 0; down <= kDown; ++down) {
-    for (std::uint32_t round = 0; round <= kRound; ++round) {
-      const float v = glm::pi<float>() * static_cast<float>(down) / kDown;
-      const float u = glm::two_pi<float>() * static_cast<float>(round) / kRound;
-      ball->positions.emplace_back(std::sin(v) * std::cos(u), std::cos(v), std::sin(v) * std::sin(u));
-      const std::uint32_t at = down * (kRound + 1) + round, below = at + kRound + 1;
-      if (down == kDown || round == kRound) continue;
-      for (const std::uint32_t corner : {at, at + 1, below, below, at + 1, below + 1}) ball->indices.push_back(corner);
-    }
-  }
-  ball->normals = ball->positions;
-  return ball;
 }
 
 TEST(Passes, TellWhatIsInTheMiddleOfThePicture) {
@@ -276,52 +247,6 @@ TEST(QuickPicture, IsTheSameHoweverManyPointsAreShadedAtOnce) {
   for (int i = 0; i < 3 * kSide * kSide; ++i) sum += std::abs(a.row<std::uint8_t>(0)[i] - b.row<std::uint8_t>(0)[i]);
   EXPECT_LE(sum, 3 * kSide * kSide / 255) << "a mean of a 255th of a step";
   EXPECT_NE(a.row<std::uint8_t>(2)[6], a.row<std::uint8_t>(kSide - 3)[6]) << "nothing to be wrong about";
-}
-
-// The middle row or column crosses one line, as bright as `full` says.
-TEST(Lines, AreOnSilhouettesBordersLeapsAndCreasesAlone) {
-  auto ledge = wall();  // one object that leaps: a wall with another before its right half
-  const auto before = rectangle(0, -50, 50, 50);
-  for (const glm::vec3 corner : before->positions) ledge->positions.push_back(corner + glm::vec3(0, 0, 1));
-  for (const std::uint32_t corner : before->indices) ledge->indices.push_back(corner + 4);
-  auto roof = wall();  // folded along x = 0, by 90 degrees
-  for (const std::uint32_t corner : {0U, 3U}) roof->positions[corner] = {0, roof->positions[corner].y, 0};
-  for (const std::uint32_t corner : {1U, 2U}) roof->positions[corner].z = -50;
-  const auto half = std::make_shared<scene::Geometry>(*roof);
-  for (glm::vec3 corner : half->positions) roof->positions.push_back(corner * glm::vec3(-1, 1, 1));
-  for (const std::uint32_t corner : {4U, 6U, 5U, 4U, 7U, 6U}) roof->indices.push_back(corner);
-  scene::Material both;
-  both.doubleSided = true;
-  struct Row {
-    const char* what;
-    ScenePointer scene;
-    bool expected;
-  };
-  const glm::mat4 slope = glm::rotate(glm::mat4(1.0F), glm::radians(60.0F), glm::vec3(0, 1, 0));
-  for (const Row& row : {Row{"silhouette", sceneOf(rectangle(0, -50, 50, 50)), true}, Row{"leap", sceneOf(ledge), true},
-                         Row{"crease", sceneOf(roof, glm::mat4(1.0F), both), true}, Row{"wall", sceneOf(wall()), false},
-                         Row{"slope", sceneOf(wall(), slope, both), false},
-                         Row{"ball", sceneOf(ball(), glm::scale(moved(0, 0, 0), glm::vec3(4.5F))), false}}) {
-    for (const scene::Camera& camera : {ahead(), parallel()}) {
-      SCOPED_TRACE(row.what);
-      const Passes passes = drawn(row.scene, camera, asking({Pass::Lines}));
-      const float* lines = passes.lines.row<float>(kSide / 2);
-      if (row.what != std::string("ball")) {
-        EXPECT_LT(lines[3] + lines[kSide - 4], 0.01F);
-      }
-      EXPECT_NEAR(lines[kSide / 2], row.expected ? 1.0F : 0.0F, row.expected ? 0.3F : 0.01F);
-    }
-  }
-}
-
-TEST(Lines, PartObjectsOnOnePlane) {
-  auto scene = std::make_shared<HandMadeScene>();
-  scene->things = {"A", "B"};
-  scene->add(rectangle(-50, -50, 0, 50), 0);
-  scene->add(rectangle(0, -50, 50, 50), 0);
-  EXPECT_LT(*drawn(scene, ahead(), asking({Pass::Lines})).lines.pixel<float>(10, 10), 0.01F) << "one object";
-  scene->now.surfaces.back().object = 1;
-  EXPECT_GT(*drawn(scene, ahead(), asking({Pass::Lines})).lines.pixel<float>(10, 10), 0.9F);
 }
 
 TEST(Depths, OfWhatIsSeenAreMeasured) {
