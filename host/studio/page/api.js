@@ -23,12 +23,11 @@ export async function post(path, body) {
 export const pictureUrl = (card) => (card ? `/api/picture/${card.id}?v=${card.stamp}` : "");
 export const thumbnailUrl = (card) => (card ? `/api/thumbnail/${card.id}?v=${card.stamp}` : "");
 
-// `told` has a function for each event, "open" and "closed" among them.
+// `told` has a function for each event, and "closed" for when there are none.
 export function listen(told) {
   const source = new EventSource("/api/events");
-  source.onopen = () => told.open();
   source.onerror = () => told.closed();
-  for (const event of ["view", "frame", "history", "owner", "example", "render", "lost", "end"]) {
+  for (const event of ["state", "view", "frame", "history", "owner", "example", "render", "lost", "end"]) {
     source.addEventListener(event, (message) => told[event](JSON.parse(message.data)));
   }
   return source;

@@ -22,6 +22,7 @@ export class Details {
   #place;
   #told; // (text) => void, for what was done or failed
   #former = null; // the record shown before this one
+  left = () => {}; // (entry): it is to stand on the left
   use = null; // (entry) => promise, where its settings can be used
 
   constructor(place, told) {
@@ -61,6 +62,7 @@ export class Details {
       () => post("/api/view", { locked_style: locked ? "" : entry.id }));
     if (!selected) add("Select", "What other viewers show as selected", () => post("/api/view", { selected: entry.id }));
     if (path && this.use) add("Use these settings", "What made this picture is taken into the panel", () => this.use(entry));
+    if (entry.picture) add("Put left", "Compare all that is shown from now on with it (L in the history)", async () => this.left(entry));
     if (path) {
       add("Copy command", "The command that renders one like it", () => navigator.clipboard.writeText(commandFor(path)).then(() => this.#told("Copied")));
       add("Open folder", path, () => post("/api/open-folder", { picture: entry.id }));

@@ -128,6 +128,7 @@ class HistoryList extends HTMLElement {
     else if (event.key === "Enter" && entry) this.#tell("show", entry);
     else if (event.key === "s" && entry) this.#tell("star", entry);
     else if (event.key === "x" && entry) this.#choose(entry);
+    else if (event.key === "l" && entry) this.#tell("left", entry);
     else return;
     event.preventDefault();
     event.stopPropagation();
