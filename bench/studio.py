@@ -20,7 +20,7 @@ import tempfile
 import time
 import urllib.parse
 import zlib
-from typing import Any, Iterator
+from typing import Any, Callable, Iterator
 
 DRIVER = "/usr/bin/chromedriver"
 WORDS = "harbour dusk rain lantern mist alley roof gull pier storm morning snow tower boat window crane".split()
@@ -158,19 +158,29 @@ def events(quillmere: str, write: WriteDirectory) -> None:
         stream = listening.getresponse()
         while studio.told("/api/history?count=1")["unread"]:
             time.sleep(0.05)
-        (write.runtime / "request_500.json").write_text("{}")
+        (write.runtime / "request_199.json").write_text("{}")  # is rendered again
         times = []
         for number in range(200):
             time.sleep(random.uniform(0.02, 0.08))
             beside = write.runtime / ".status"
             beside.write_text(json.dumps({"phase": "generate", "message": f"step {number}"}))
-            beside.replace(write.runtime / "status_500.json")
+            beside.replace(write.runtime / "status_199.json")
             begun = time.monotonic()
             while f'"step {number}"' not in stream.readline().decode():
                 pass
             times.append((time.monotonic() - begun) * 1000)
         line("a file of a frame changes to its event", times)
         listening.close()
+        (write.runtime / "response_199.json").touch()
+
+
+def until(told: Callable[[], Any], seconds: float = 60) -> Any:
+    end = time.monotonic() + seconds
+    while not (found := told()):
+        if time.monotonic() > end:
+            raise SystemExit("studio: the page doesn't come to show what it should")
+        time.sleep(0.02)
+    return found
 
 
 def browser(quillmere: str, folder: pathlib.Path) -> None:
@@ -189,15 +199,12 @@ def browser(quillmere: str, folder: pathlib.Path) -> None:
             with studio_on(quillmere, folder) as studio:
                 begun = studio.since()
                 chrome.get(studio.address)
-                while not (at := chrome.execute_script("return window.shownAt")):
-                    time.sleep(0.02)
-                shown.append(begun + at)
+                shown.append(begun + until(lambda: chrome.execute_script("return window.shownAt")))
                 chrome.get("about:blank")
         line("start to first picture on the page", shown)
         with studio_on(quillmere, folder) as studio:
             chrome.get(studio.address)
-            while "reading" in (text := chrome.execute_script("return document.querySelector('#found').textContent")) or not text:
-                time.sleep(0.1)
+            until(lambda: chrome.execute_script("return /pictures$/.test(document.querySelector('#found').textContent)"))
             for what in ("between two frames while the history is scrolled", "the same again, with thumbnails that are there"):
                 chrome.execute_script("document.querySelector('history-list').scrollTop = 0")
                 line(what, chrome.execute_async_script(SCROLL))

@@ -113,6 +113,30 @@ class Look(PageCase):
         self.press(Keys.ARROW_RIGHT)
         until(lambda: self.find(".name.right").text == "result 2")
 
+    def test_what_was_shown_last_is_shown_first_and_gaps_are_seen(self) -> None:
+        for number in (1, 2, 3, 6):
+            self.done_frame(number)
+        self.frame(8, response={"ok": False, "error": "No server; start the server"})
+        (self.exchange / "runtime" / "render_view_state.json").write_text(json.dumps({"last_image": str(self.folder / "renders" / "f2.png")}))
+        self.open()
+        until(lambda: self.find(".name.right").text == "result 2")
+        self.assertEqual([one.text for one in self.all("frame-timeline .frames > *")], ["1", "2", "3", "4–5", "6", "7", "8"])
+        self.assertEqual(len(self.all("frame-timeline .done.kept")), 4)
+        self.assertEqual([one.text for one in self.all("frame-timeline .missing")], ["4–5", "7"])
+        self.done_frame(3)  # again
+        until(lambda: self.find("frame-timeline .fresh").text == "3" and self.find(".name.right").text == "result 3")
+        self.js("arguments[0].focus()", self.find("frame-timeline [aria-selected=true]"))
+        self.press(Keys.END)
+        until(lambda: "start the server" in self.find(".failure").text)
+        self.find(".failure button").click()
+        until(lambda: self.find("#view-doctor").is_displayed())
+
+    def test_all_modules_are_asked_for_at_once(self) -> None:
+        self.open()
+        loaded = self.js("performance.getEntriesByType('resource').map(one => new URL(one.name).pathname).filter(one => one.endsWith('.js'))")
+        asked = [link.get_attribute("href").rpartition("/")[2] for link in self.all("link[rel=modulepreload]")]
+        self.assertEqual(sorted(loaded), sorted({f"/{name}" for name in asked} | {"/studio.js"}))
+
     def test_a_pass_stands_on_the_left(self) -> None:
         runtime = self.exchange / "runtime"
         for number, passes in ((1, {"depth": {}, "lines": {}}), (2, {})):
@@ -205,6 +229,10 @@ class Find(PageCase):
         until(lambda: len(self.all("#side-by-side figure")) == 2)
         until(lambda: self.all("history-list [data-action=star][aria-pressed=true]"))
         self.find("#side-by-side .close").click()
+        self.js("arguments[0].focus()", self.find("history-list"))
+        self.press(Keys.HOME, "l", Keys.ARROW_DOWN, Keys.ENTER)
+        until(lambda: (self.find(".name.left").text, self.find(".name.right").text) == ("f5.png", "f4.png"))
+        self.find("#tab-history").click()
         self.assertFalse(self.find("#side-by-side").is_displayed())
         self.find("#starred").click()
         until(lambda: "1 of 5" in self.find("#found").text)

@@ -228,6 +228,8 @@ class Content(StudioCase):
         self.addCleanup(events.close)
         events.request("GET", "/api/events", headers={"X-Quillmere-Token": self.token})
         stream = events.getresponse()
+        self.assertEqual(stream.readline(), b"event: state\n")
+        self.assertEqual(json.loads(stream.readline()[6:]), self.told("/api/state"))
         self.helper('say "Inking"\nsleep 0.3\nanswer')
         self.start("--frames", "4-5", "--jobs", "2", "--output", "out_#.png")  # each in a folder of its own
         seen: list[str] = []

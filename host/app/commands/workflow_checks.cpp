@@ -65,10 +65,13 @@ ExitStatus runCheck(const Options& options) {
 // With values the helper is asked as a render asks it, so that it judges them.
 ExitStatus runControls(const Options& options) {
   adoptOrphans();
-  fs::path file = fileOf(options);
+  const std::string named = fileOf(options);
+  fs::path file = named;
   std::optional<ScratchFolder> folder;
   if (!options.controls.empty()) file = writeControlled(file, options.controls, folder.emplace().path());
-  return print(askForControls(pluginFolder(options.session.plugin), file, kPatience), options, controlsText);
+  WorkflowCheck found = askForControls(pluginFolder(options.session.plugin), named, file, kPatience);
+  if (found.answer.contains("workflow")) found.answer["workflow"] = named;
+  return print(found, options, controlsText);
 }
 
 std::pair<CLI::App*, Action> addLook(CLI::App& workflows, const char* name, const char* summary, const char* footer,

@@ -17,7 +17,7 @@ export function aboutRow(row) {
   const types = { bool: "bool", choice: "choice", camera: "choice", "read-only": "note" };
   const long = row.name === PROMPT || (row.type === "text" && String(row.value).length > 60);
   return { label: row.label, type: types[row.type] || (long ? "long" : "text"), value: row.value, enabled: row.enabled, choices: row.choices,
-    least: row.min, most: row.max, note: row.note, rows: row.name === PROMPT ? 5 : 3 };
+    least: row.min, most: row.max, note: row.note, none: row.name === CAMERA ? "The scene's first" : undefined, rows: row.name === PROMPT ? 5 : 3 };
 }
 
 export function aboutOption({ name, help, takes, example, ...option }) {

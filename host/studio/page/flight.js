@@ -5,6 +5,7 @@ const QUIET = 60_000; // ms without a word of a frame that is being rendered
 const MOST_LINES = 6;
 // What the page can do itself about a failure, by what its remedy speaks of; the first that fits.
 const ADVICE = [
+  [/\bagain\b/, "renderAgain"],
   [/\bconsole\b/, "console"],
   [/\bWorkflow menu\b|--workflow\b/, "chooseWorkflow"],
   [/\bserver\b|\bURL\b|--api\b|\blogin\b/, "checkServers"],
@@ -44,7 +45,8 @@ export class Flight {
 
   #failureLine(frame) {
     const remedy = frame.error.split(";").at(-1);
-    const advised = ADVICE.find(([words, name]) => words.test(remedy) && this.#can[name])?.[1] ?? "renderAgain";
+    const fits = (text) => ADVICE.find(([words, name]) => words.test(text) && this.#can[name])?.[1];
+    const advised = fits(remedy) ?? fits(frame.error) ?? "renderAgain";
     const act = this.#can[advised];
     const button = act && element("button", { type: "button", textContent: LABELS[advised] });
     button?.addEventListener("click", () => act(frame));

@@ -151,9 +151,10 @@ export class Steer {
     const same = rows.length === this.#rows.length && rows.every((row, index) => row.name === this.#rows[index].name && row.group === this.#rows[index].group);
     this.#rows = rows;
     if (!same) this.#buildPanel(rows);
-    for (const row of rows) this.#fields.get(row.name)?.update(aboutRow(row));
+    const file = aboutWorkflowFile(this.#job, rows);
+    for (const row of rows) this.#fields.get(row.name)?.update(aboutRow(row.name === WORKFLOW && file.value ? { ...row, note: "" } : row));
     this.#fields.get("frame")?.update({ value: String(this.#job.frame) });
-    this.#fields.get("workflow file")?.update(aboutWorkflowFile(this.#job, rows));
+    this.#fields.get("workflow file")?.update(file);
     for (const { name } of [{ name: "frames" }, { name: "size" }, ...this.#offered]) {
       const value = this.#job.options[name];
       this.#fields.get(`--${name}`)?.update(name === "style" ? aboutStyle(value) : { value: shownOption(value) });
