@@ -80,7 +80,7 @@ class Panel(SteerCase):
         self.field("Unlock System Prompt").click()
         until(lambda: self.field("System Prompt").is_enabled())
         Select(self.field("Workflow")).select_by_visible_text("Ink")
-        until(lambda: self.job()["options"]["workflow"] == "ink")
+        until(lambda: self.job()["options"].get("workflow") == "ink")
         self.fill("Size", "0x0")
         until(lambda: "--size" in self.error_of("Size"))
         self.assertEqual(self.job()["set"], {"QUILLMERE_HISTORY_LIMIT": "50", "QUILLMERE_UNLOCK_SYSTEM_PROMPT": "true"})
@@ -93,7 +93,7 @@ class Panel(SteerCase):
         until(lambda: "/nowhere.json" in self.error_of("Workflow File"))
         wash = PLUGIN / "python" / "workflows" / "ink_wash.json"
         self.fill("Workflow File", str(wash))
-        until(lambda: self.job()["options"]["workflow"] == str(wash) and not self.error_of("Workflow File"))
+        until(lambda: self.job()["options"].get("workflow") == str(wash) and not self.error_of("Workflow File"))
         self.assertEqual(Select(self.field("Workflow")).first_selected_option.text, "None")
         self.field("line")
         self.open_all()
@@ -103,7 +103,7 @@ class Panel(SteerCase):
         self.fill("line", "2")
         until(lambda: self.job()["control"] == {"line": "2"} and not self.error_of("line"))
         Select(self.field("Workflow")).select_by_visible_text("Ink")
-        until(lambda: self.job()["options"]["workflow"] == "ink" and not self.value("Workflow File"))
+        until(lambda: self.job()["options"].get("workflow") == "ink" and not self.value("Workflow File"))
 
     def test_the_guide_follows_the_panel(self) -> None:
         self.open_scene()
