@@ -222,7 +222,7 @@ class Render(SteerCase):
         self.find("#render-frame").click()
         until(lambda: "scene.glb" in self.state() and self.find("#steer-state.bad"))
         self.process.terminate()
-        until(lambda: any(words in self.find("#status").text for words in ("has ended", "doesn't answer")))
+        until(lambda: "has ended" in self.find("#status").text and not self.find("#render-frame").is_enabled())
 
 
 class Keep(SteerCase):

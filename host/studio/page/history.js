@@ -81,9 +81,11 @@ class HistoryList extends HTMLElement {
   }
 
   #redraw() {
+    const focused = this.contains(document.activeElement);
     for (const row of this.#rows.values()) row.remove();
     this.#rows.clear();
     this.#draw();
+    if (focused) this.focus({ preventScroll: true });
   }
 
   #draw() {

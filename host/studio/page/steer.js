@@ -1,8 +1,9 @@
 // What is to be rendered, and the rendering of it: the panel, the guide as it would be now, renders, settings.
 import { element, get, post } from "/api.js";
-import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, aboutStyle, aboutWorkflowFile, groupOf, problemOf, rateOf, shownOption, styleOf, wordsOfEnd } from "/fields.js";
+import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, aboutStyle, aboutWorkflowFile, groupOf, problemOf, rateOf, shownOption, styleOf } from "/fields.js";
 import { LiveGuide } from "/live_guide.js";
 import { Field } from "/panel.js";
+import { RenderBar } from "/render_bar.js";
 import { drawCameras, drawFacts, timesOf } from "/scene.js";
 
 const at = (id) => document.getElementById(id);
@@ -18,8 +19,7 @@ export class Steer {
   #timed = ""; // what of the job #info depends on
   #turn = Promise.resolve(); // edits, one after the other
   #guide;
-  #total = 0; // pictures of the render that goes on
-  #missing = null; // frames, of the last one
+  bar = new RenderBar();
   #offered = []; // options beside the panel
 
   constructor(shown) {
@@ -33,7 +33,7 @@ export class Steer {
     const told = await get("/api/desk");
     if (!told.job) return false;
     this.#offered = told.options;
-    this.#setRender(told.render);
+    this.bar.set(told.render);
     at("tab-render").hidden = at("steer-tools").hidden = false;
     at("tab-render").click();
     await this.#take(told.job);
@@ -42,7 +42,7 @@ export class Steer {
 
   // After events may have been missed.
   async again() {
-    if (this.#job) this.#setRender((await get("/api/desk")).render);
+    if (this.#job) this.bar.set((await get("/api/desk")).render);
   }
 
   // What a picture of the history was made with.
@@ -61,15 +61,7 @@ export class Steer {
       await this.#setFrame(String(number));
       await this.#render("current");
     };
-    act().catch((error) => this.#say(error.message, "bad"));
-  }
-
-  // An event of the render that the desk has begun.
-  event(told) {
-    if (told.event === "start") this.#setRender({ running: true, start: told });
-    if (told.event === "sequence") this.#setRender({ running: true, sequence: told });
-    if (told.event === "summary") this.#missing = told.missing;
-    if (told.event === "end") this.#setRender({ running: false, end: told });
+    act().catch((error) => this.bar.say(error.message, "bad"));
   }
 
   async #take(job) {
@@ -273,41 +265,22 @@ export class Steer {
     const refused = [...this.#fields.values()].find((field) => field.refused);
     if (refused) {
       refused.focus();
-      this.#say("A value is refused; correct it first", "bad");
+      this.bar.say("A value is refused; correct it first", "bad");
       return;
     }
     this.#guide.drop();
     this.#shown.follow();
-    this.#setRender({ running: true }); // its end may be told before the answer comes
+    this.bar.set({ running: true }); // its end may be told before the answer comes
     try {
       await post("/api/desk/render", { job: this.#job, frames });
     } catch (error) {
-      this.#setRender((await get("/api/desk")).render);
+      this.bar.set((await get("/api/desk")).render);
       throw error;
     }
   }
 
-  #say(text, kind = "") {
-    at("steer-state").textContent = at("steer-state").title = text;
-    at("steer-state").className = kind;
-  }
-
-  #setRender({ running, start, sequence, end }) {
-    at("render-frame").disabled = at("render-sequence").disabled = running;
-    at("render-break").disabled = !running;
-    if (start) at("timeline").since = Date.parse(start.started);
-    if (start) this.#total = start.count;
-    if (start) this.#missing = null;
-    if (running) {
-      const left = sequence?.seconds_left ? `, ${Math.ceil(sequence.seconds_left)} s left` : "";
-      this.#say(sequence ? `${sequence.done + sequence.kept} of ${sequence.count}${left}` : this.#total > 1 ? `0 of ${this.#total}` : "Rendering");
-    } else if (end) {
-      this.#say(...wordsOfEnd(end, this.#missing));
-    }
-  }
-
   #attend() {
-    const act = (id, action) => at(id).addEventListener("click", () => action().catch((error) => this.#say(error.message, "bad")));
+    const act = (id, action) => at(id).addEventListener("click", () => action().catch((error) => this.bar.say(error.message, "bad")));
     at("steer-panel").addEventListener("submit", (event) => event.preventDefault());
     act("render-frame", () => this.#render("current"));
     act("render-sequence", () => this.#render("all"));
@@ -323,13 +296,13 @@ export class Steer {
       try {
         await this.#load({ content: JSON.parse(await file.text()) });
       } catch (error) {
-        this.#say(`${file.name}: ${error.message}`, "bad");
+        this.bar.say(`${file.name}: ${error.message}`, "bad");
       }
     });
     document.addEventListener("keydown", (event) => {
       if (event.key !== "Enter" || !(event.ctrlKey || event.metaKey) || !this.#job || at("render-frame").disabled) return;
       event.preventDefault();
-      this.#render("current").catch((error) => this.#say(error.message, "bad"));
+      this.#render("current").catch((error) => this.bar.say(error.message, "bad"));
     });
     window.addEventListener("focus", () => { if (this.#job) this.#edit(() => {}).catch(() => {}); });
   }
@@ -337,19 +310,19 @@ export class Steer {
   async #save(as) {
     await this.#turn;
     const { file } = await post("/api/desk/save", { job: this.#job, as, file: at("steer-file").value });
-    this.#say(`Saved ${file}`);
+    this.bar.say(`Saved ${file}`);
   }
 
   async #load(what) {
-    this.#say("Loading");
+    this.bar.say("Loading");
     await this.#take((await post("/api/desk/load", { job: this.#job, ...what })).job);
-    this.#say("Loaded");
+    this.bar.say("Loaded");
   }
 
   async #copy() {
     await this.#turn;
     const { command } = await post("/api/desk/command", { job: this.#job, frames: "all" });
     await navigator.clipboard.writeText(command);
-    this.#say("Copied");
+    this.bar.say("Copied");
   }
 }

@@ -114,7 +114,10 @@ async function showConsole() {
   const frame = state.frames.get(number);
   const told = frame?.error ? `${frame.error}\n\n` : "";
   const log = frame?.log ? (await get(`/api/log/${number}`)).text : "The helper has left no log of this frame.";
+  const place = at("panel-console");
+  const followed = place.scrollTop + place.clientHeight >= place.scrollHeight - 4;
   at("console").textContent = told + log;
+  if (followed) place.scrollTop = place.scrollHeight;
 }
 
 function selectTab(name) {
@@ -135,24 +138,27 @@ function drawRunning() {
 
 function setView(view) {
   state.view = view;
+  details.update(state);
   tell(view.status || "");
 }
 
 function setOwner(told) {
   at("shows-only").hidden = told.owner;
+  at("example").disabled = !told.owner;
+  steer.bar.setOwner(told.owner);
   const why = told.other_owner ? `Another studio (process ${told.other_owner}) has this write directory` : "The write directory can't be written";
   at("shows-only").textContent = `${why}: this one shows, and doesn't render`;
 }
 
 function setExample(told) {
-  at("example").disabled = told.state === "running";
+  at("example").disabled = told.state === "running" || !at("shows-only").hidden;
   if (told.state === "running") tell("The example is being rendered");
   if (told.state === "failed") tell(`The example failed: ${told.problem}`);
 }
 
 // Of several frames that are rendered at a time each is shown at its end, the only one at once.
 function isNews(frame, former) {
-  if (frame.state !== "running") return frame.state !== former?.state;
+  if (frame.state !== "running") return frame.state !== former?.state || frame.heard !== former.heard;
   return [...state.frames.values()].every((one) => one.state !== "running" || one.frame === frame.frame);
 }
 
@@ -227,6 +233,7 @@ const KEYS = {
   " ": () => parts.timeline.toggle(),
   m: () => setMode(MODES[(MODES.indexOf(parts.viewer.mode) + 1) % MODES.length]),
   "/": () => { selectTab("history"); at("words").focus(); },
+  c: () => selectTab("console"),
   "?": () => at("help").showModal(),
   ArrowLeft: () => parts.timeline.step(-1),
   ArrowRight: () => parts.timeline.step(1),
@@ -253,10 +260,11 @@ function attend() {
   for (const one of TABS) {
     at(`tab-${one}`).addEventListener("click", () => selectTab(one));
     at(`tab-${one}`).addEventListener("keydown", (event) => {
-      const other = { ArrowLeft: "previousElementSibling", ArrowRight: "nextElementSibling" }[event.key];
-      const tab = other && event.target[other];
-      if (!tab) return;
+      const by = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
+      if (!by) return;
       event.stopPropagation();
+      const offered = TABS.map((name) => at(`tab-${name}`)).filter((each) => !each.hidden);
+      const tab = offered.at((offered.indexOf(event.target) + by) % offered.length);
       tab.click();
       tab.focus();
     });
@@ -309,7 +317,7 @@ beginToSteer().catch((error) => tell(error.message));
 let reload = 0;
 listen({
   state: (told) => takeState(told).catch((error) => tell(error.message)),
-  closed: () => tell("The program doesn't answer; waiting for it"),
+  closed: (gone) => tell(gone ? "The program is another one now: open the address that it has printed" : "The program doesn't answer; waiting for it"),
   view: setView,
   frame: setFrame,
   owner: setOwner,
@@ -318,7 +326,11 @@ listen({
     clearTimeout(reload);
     reload = setTimeout(() => parts.history.reload(), 200);
   },
-  render: (told) => steer.event(told),
+  render: (told) => steer.bar.event(told),
   lost: () => get("/api/state").then(takeState).catch((error) => tell(error.message)),
-  end: () => tell("The program has ended"),
+  end: () => {
+    tell("The program has ended; what was being rendered was stopped in order");
+    steer.bar.set({ running: false });
+    steer.bar.setOwner(false);
+  },
 });

@@ -123,11 +123,13 @@ class FrameTimeline extends HTMLElement {
   }
 
   #draw() {
+    const focused = this.#row.contains(document.activeElement);
     this.#buttons = new Map(this.numbers.map((number) => [number, this.#button(number)]));
     const gaps = gapsIn(this.numbers, this.#wanted).map((gap) => [gap[0], gapMark(gap)]);
     this.#row.replaceChildren(...[...this.#buttons, ...gaps].sort(([one], [other]) => one - other).map(([, place]) => place));
     for (const frame of this.#frames.values()) this.#mark(frame);
     this.#play.disabled = this.#frames.size < 2;
+    if (focused) this.#buttons.get(this.#current)?.focus();
   }
 
   #button(number) {
