@@ -16,7 +16,7 @@ from app_case import PLUGIN, QUILLMERE
 
 
 class SteerCase(PageCase):
-    refusals = ("409", "422")
+    refusals = ("409", "422", "503")  # 503: asked while the program ended
 
     def open_scene(self, *arguments: str, plugin: str = "plugin", size: str = "64x36") -> None:
         given = ["--plugin", plugin] if plugin else []

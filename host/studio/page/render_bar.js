@@ -34,6 +34,10 @@ export class RenderBar {
     }
   }
 
+  get running() {
+    return this.#running;
+  }
+
   setOwner(owner) {
     this.#owner = owner;
     this.#setButtons();

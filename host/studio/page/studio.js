@@ -37,7 +37,7 @@ details.left = putLeft;
 leftChooser.rated = (fps) => { if (!state.steered && fps) parts.timeline.rate = rateOf(fps); };
 
 function tell(text) {
-  parts.status.textContent = text;
+  parts.status.textContent = parts.status.title = text;
 }
 
 // Of the result, or what stands for it while there is none.
@@ -90,6 +90,7 @@ async function showEntry(entry) {
   const former = state.shown?.entry;
   const left = leftChooser.fixed?.picture || guide || (former && former.id !== entry.id ? former.picture : null);
   state.shown = { entry, frame: entry.frame, id: entry.id };
+  drawRunning();
   parts.viewer.show(
     left && { url: pictureUrl(left), name: left === guide ? `guide ${entry.frame}` : left.name },
     entry.picture && { url: pictureUrl(entry.picture), name: entry.name });
@@ -101,6 +102,7 @@ function showSideBySide() {
   const entries = [...parts.history.chosen].map((id) => parts.history.entryOf(id)).filter((entry) => entry?.picture);
   parts.sideBySide.hidden = entries.length < 2;
   parts.viewer.hidden = !parts.sideBySide.hidden;
+  drawRunning();
   const close = element("button", { type: "button", className: "close", textContent: "Close" });
   close.addEventListener("click", () => parts.history.clearChosen());
   parts.sideBySide.replaceChildren(...entries.map((entry) => element("figure", {},
@@ -132,7 +134,9 @@ function selectTab(name) {
 
 function drawRunning() {
   const all = [...state.frames.values()];
-  flight.draw(all, state.frames.get(parts.timeline.current));
+  const elsewhere = Boolean(state.shown?.entry) || !parts.sideBySide.hidden; // than on the timeline's frame
+  parts.timeline.classList.toggle("elsewhere", elsewhere);
+  flight.draw(all, elsewhere ? null : state.frames.get(parts.timeline.current));
   parts.empty.hidden = all.length > 0 || Boolean(state.view.last) || state.steered;
 }
 
@@ -329,7 +333,7 @@ listen({
   render: (told) => steer.bar.event(told),
   lost: () => get("/api/state").then(takeState).catch((error) => tell(error.message)),
   end: () => {
-    tell("The program has ended; what was being rendered was stopped in order");
+    tell(steer.bar.running ? "The program has ended and stopped its render" : "The program has ended");
     steer.bar.set({ running: false });
     steer.bar.setOwner(false);
   },

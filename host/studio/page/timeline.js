@@ -25,7 +25,7 @@ class FrameTimeline extends HTMLElement {
     this.#play.addEventListener("click", () => this.toggle());
     this.#row.addEventListener("click", (event) => {
       const button = event.target.closest("button");
-      if (button) this.choose(Number(button.dataset.frame));
+      if (button) this.choose(Number(button.dataset.frame), true);
     });
     this.#row.addEventListener("keydown", (event) => {
       const by = { ArrowLeft: -1, ArrowRight: 1, Home: -Infinity, End: Infinity }[event.key];
@@ -78,8 +78,9 @@ class FrameTimeline extends HTMLElement {
     return [...this.#frames.keys()].sort((a, b) => a - b);
   }
 
-  choose(number) {
-    if (number === this.#current || !this.#frames.has(number)) return;
+  // `again`: also when it is the chosen one, which may no longer be what is shown.
+  choose(number, again = false) {
+    if ((number === this.#current && !again) || !this.#frames.has(number)) return;
     this.#buttons.get(this.#current)?.setAttribute("aria-selected", "false");
     this.#current = number;
     const button = this.#buttons.get(number);
