@@ -17,7 +17,7 @@
 namespace quillmere::studio {
 
 // All that a page shows of a write directory, kept up to date by a thread that looks every kPause, and told to those
-// who listen: "view", "frame", "history", "owner". docs/studio.md has the members.
+// who listen: "view", "frame", "history", "owner". docs/studio-protocol.md has the members.
 class Watch {
  public:
   // Below `folders`, besides the write directory, any picture may be shown.

@@ -1,4 +1,4 @@
-// What the page asks its server; docs/studio.md has the protocol.
+// What the page asks its server; docs/studio-protocol.md has the protocol.
 
 async function answer(response) {
   const told = await response.json().catch(() => ({}));
