@@ -20,7 +20,7 @@ import tempfile
 import time
 import urllib.parse
 import zlib
-from typing import Any, Iterator
+from typing import Any, Callable, Iterator
 
 DRIVER = "/usr/bin/chromedriver"
 WORDS = "harbour dusk rain lantern mist alley roof gull pier storm morning snow tower boat window crane".split()
@@ -28,6 +28,15 @@ SCROLL = """const done = arguments[0], list = document.querySelector("history-li
 let last = performance.now(), end = last + 5000;
 requestAnimationFrame(function step(now) {
   gaps.push(now - last); last = now; list.scrollTop += 120;
+  now < end ? requestAnimationFrame(step) : done(gaps.slice(1));
+});"""
+MOVE = """const [zoomed, done] = arguments, viewer = document.querySelector("picture-viewer"), gaps = [];
+let last = performance.now(), end = last + 3000;
+requestAnimationFrame(function step(now) {
+  gaps.push(now - last); last = now;
+  const back = Math.floor(gaps.length / 40) % 2;
+  if (zoomed) viewer.zoomTo(viewer.zoom * (back ? 1 / 1.03 : 1.03));
+  else viewer.dispatchEvent(new KeyboardEvent("keydown", { key: back ? "ArrowLeft" : "ArrowRight" }));
   now < end ? requestAnimationFrame(step) : done(gaps.slice(1));
 });"""
 # From the start of the navigation to the frame after the one in which the pictures were given to the viewer.
@@ -52,15 +61,15 @@ def png(width: int, height: int, seed: int) -> bytes:
 class WriteDirectory:
     """Ten documents with all pictures, and the exchange files of 200 frames."""
 
-    def __init__(self, folder: pathlib.Path, pictures: int) -> None:
+    def __init__(self, folder: pathlib.Path, pictures: int, width: int = 960, height: int = 540) -> None:
         self.folder = folder
         exchange = folder / "quillmere" / "c4d"
         self.runtime, renders = exchange / "runtime", exchange / "renders"
         for made in (self.runtime, renders):
             made.mkdir(parents=True)
-        kinds = [renders / f"kind_{number}.png" for number in range(16)]
+        kinds = [renders / f"kind_{number}.png" for number in range(min(16, pictures))]
         for number, kind in enumerate(kinds):
-            kind.write_bytes(png(960, 540, number))
+            kind.write_bytes(png(width, height, number))
         chance = random.Random(1)
         for number in range(pictures):
             picture = renders / f"render_f{number}_1.png"
@@ -158,19 +167,41 @@ def events(quillmere: str, write: WriteDirectory) -> None:
         stream = listening.getresponse()
         while studio.told("/api/history?count=1")["unread"]:
             time.sleep(0.05)
-        (write.runtime / "request_500.json").write_text("{}")
+        (write.runtime / "request_199.json").write_text("{}")  # is rendered again
         times = []
-        for number in range(200):
+        for number in range(100):
             time.sleep(random.uniform(0.02, 0.08))
             beside = write.runtime / ".status"
             beside.write_text(json.dumps({"phase": "generate", "message": f"step {number}"}))
-            beside.replace(write.runtime / "status_500.json")
+            beside.replace(write.runtime / "status_199.json")
             begun = time.monotonic()
             while f'"step {number}"' not in stream.readline().decode():
                 pass
             times.append((time.monotonic() - begun) * 1000)
         line("a file of a frame changes to its event", times)
         listening.close()
+        (write.runtime / "response_199.json").touch()
+
+
+def until(told: Callable[[], Any], seconds: float = 60) -> Any:
+    end = time.monotonic() + seconds
+    while not (found := told()):
+        if time.monotonic() > end:
+            raise SystemExit("studio: the page doesn't come to show what it should")
+        time.sleep(0.02)
+    return found
+
+
+def moved(quillmere: str, chrome: Any) -> None:
+    with tempfile.TemporaryDirectory() as folder:
+        write = WriteDirectory(pathlib.Path(folder), 1, 3840, 2160)
+        chrome.set_window_size(3840, 2160)
+        with studio_on(quillmere, write.folder) as studio:
+            chrome.get(studio.address)
+            until(lambda: chrome.execute_script("return window.shownAt"))
+            for what in ("panned", "zoomed"):
+                line(f"between two frames while two pictures of 4K are {what}", chrome.execute_async_script(MOVE, what == "zoomed"))
+            chrome.get("about:blank")
 
 
 def browser(quillmere: str, folder: pathlib.Path) -> None:
@@ -189,19 +220,17 @@ def browser(quillmere: str, folder: pathlib.Path) -> None:
             with studio_on(quillmere, folder) as studio:
                 begun = studio.since()
                 chrome.get(studio.address)
-                while not (at := chrome.execute_script("return window.shownAt")):
-                    time.sleep(0.02)
-                shown.append(begun + at)
+                shown.append(begun + until(lambda: chrome.execute_script("return window.shownAt")))
                 chrome.get("about:blank")
         line("start to first picture on the page", shown)
         with studio_on(quillmere, folder) as studio:
             chrome.get(studio.address)
-            while "reading" in (text := chrome.execute_script("return document.querySelector('#found').textContent")) or not text:
-                time.sleep(0.1)
+            until(lambda: chrome.execute_script("return /pictures$/.test(document.querySelector('#found').textContent)"))
             for what in ("between two frames while the history is scrolled", "the same again, with thumbnails that are there"):
                 chrome.execute_script("document.querySelector('history-list').scrollTop = 0")
                 line(what, chrome.execute_async_script(SCROLL))
             chrome.get("about:blank")
+        moved(quillmere, chrome)
     finally:
         chrome.quit()
 

@@ -71,7 +71,9 @@ Answer log(Studio& studio, const Request& request) {
 Answer passes(Studio& studio, const Request& request) {
   const auto frame = numberIn<std::int64_t>(request.subject);
   if (!frame) throw Refused(400, "'" + request.subject + "' is no frame");
-  return answerWith({{"frame", *frame}, {"passes", studio.watch.frames().passes(*frame)}});
+  Json told = studio.watch.frames().madeWith(*frame);
+  told["frame"] = *frame;
+  return answerWith(told);
 }
 
 Answer setView(Studio& studio, const Request& request) {

@@ -186,7 +186,15 @@ std::vector<std::string> wordsFor(const std::string& command, const Json& job, J
   } else {
     appendGuideMode(words, set);
   }
-  if (optionOf(called, "control") != nullptr) appendAssignments(words, "--control", memberOf(job, "control", none));
+  if (optionOf(called, "control") == nullptr) return words;
+  const std::vector<std::string> controls = controlWords(job);
+  words.insert(words.end(), controls.begin(), controls.end());
+  return words;
+}
+
+std::vector<std::string> controlWords(const Json& holder) {
+  std::vector<std::string> words;
+  appendAssignments(words, "--control", memberOf(holder, "control", Json::object()));
   return words;
 }
 

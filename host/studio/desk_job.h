@@ -21,6 +21,9 @@ enum class JobFrames { Current, All };  // the "frame", or the "frames" among th
 // for options that a page may not give.
 std::vector<std::string> wordsFor(const std::string& command, const Json& job, JobFrames frames = JobFrames::Current);
 
+// The values of a workflow's controls in `holder`, as --control has them. Throws Refused (400).
+std::vector<std::string> controlWords(const Json& holder);
+
 // Throws what `quillmere render` would say of the words without looking at what they name.
 void requireRender(const std::vector<std::string>& words);
 

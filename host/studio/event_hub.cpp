@@ -1,14 +1,11 @@
 #include "event_hub.h"
 
 namespace quillmere::studio {
-namespace {
 
 // As https://html.spec.whatwg.org/multipage/server-sent-events.html has it; JSON on one line needs no splitting.
-std::string framed(const std::string& event, const Json& data) {
+std::string eventText(const std::string& event, const Json& data) {
   return "event: " + event + "\ndata: " + lineOf(data) + "\n";
 }
-
-}  // namespace
 
 std::optional<std::string> EventHub::Listener::next(std::chrono::milliseconds patience) {
   std::unique_lock lock(mutex_);
@@ -23,7 +20,7 @@ void EventHub::Listener::add(const std::string& text) {
   const std::lock_guard lock(mutex_);
   if (waiting_.size() >= kMostWaiting) {
     waiting_.clear();
-    waiting_.push_back(framed("lost", Json::object()));
+    waiting_.push_back(eventText("lost", Json::object()));
   }
   waiting_.push_back(text);
   changed_.notify_one();
@@ -48,7 +45,7 @@ void EventHub::leave(const std::shared_ptr<Listener>& listener) {
 }
 
 void EventHub::tell(const std::string& event, const Json& data) {
-  const std::string text = framed(event, data);
+  const std::string text = eventText(event, data);
   const std::lock_guard lock(mutex_);
   for (const auto& listener : listeners_) listener->add(text);
 }

@@ -14,6 +14,9 @@
 
 namespace quillmere::studio {
 
+// An event as a stream of them has it.
+std::string eventText(const std::string& event, const Json& data);
+
 // Passes what changes on to every page that listens. Any thread.
 class EventHub {
  public:

@@ -98,17 +98,21 @@ std::string stampsOf(const fs::path& folder, std::int64_t frame) {
   return stamps;
 }
 
-// Those of which there is one picture a frame.
-std::vector<std::string> passesIn(const fs::path& picture) {
-  std::vector<std::string> passes;
+// Empty where there is none.
+Json recordOf(const fs::path& picture) {
   try {
-    const Json record = app::recordOf(picture);
-    const Json told = record.value("passes", Json::object());
-    for (const char* pass : {"depth", "normal", "lines", "object", "material", "albedo"}) {
-      if (told.contains(pass)) passes.emplace_back(pass);
-    }
+    return app::recordOf(picture);
   } catch (const Error&) {
-    return {};
+    return Json::object();
+  }
+}
+
+// Those of which there is one picture a frame.
+std::vector<std::string> passesIn(const Json& record) {
+  std::vector<std::string> passes;
+  const Json told = record.value("passes", Json());
+  for (const char* pass : {"depth", "normal", "lines", "object", "material", "albedo"}) {
+    if (told.contains(pass)) passes.emplace_back(pass);
   }
   return passes;
 }
@@ -198,13 +202,14 @@ std::vector<Json> Frames::told() const {
   return all;
 }
 
-Json Frames::passes(std::int64_t frame) const {
+Json Frames::madeWith(std::int64_t frame) const {
   const std::lock_guard lock(mutex_);
   const auto told = told_.find(frame);
-  if (told == told_.end() || !told->second["picture"].is_object()) return Json::array();
-  const auto picture = shelf_.find(told->second["picture"]["id"]);
+  const bool shown = told != told_.end() && told->second["picture"].is_object();
+  const auto picture = shown ? shelf_.find(told->second["picture"]["id"]) : std::nullopt;
+  const Json record = picture ? recordOf(*picture) : Json::object();
   Json passes = Json::array();
-  for (const std::string& pass : picture ? passesIn(*picture) : std::vector<std::string>()) {
+  for (const std::string& pass : passesIn(record)) {
     fs::path latest;
     for (const auto& [folder, read] : folders_) {
       const fs::path file = fileOf(folder, (pass + "_").c_str(), frame, ".png");
@@ -212,7 +217,7 @@ Json Frames::passes(std::int64_t frame) const {
     }
     if (!latest.empty()) passes.push_back({{"name", pass}, {"picture", shelf_.cardOf(latest)}});
   }
-  return passes;
+  return {{"passes", passes}, {"fps", record.value("fps", Json())}};
 }
 
 std::string Frames::log(std::int64_t frame) const {

@@ -29,9 +29,9 @@ class Frames {
   //    runs}
   std::vector<Json> told() const;
 
-  // The pictures of the scene beside the guide that its result was made with, as the result's record tells:
-  // [{"name": "depth", "picture": card}, ...]
-  Json passes(std::int64_t frame) const;
+  // The pictures of the scene beside the guide that its result was made with, and the shot's rate, as the result's
+  // record tells: {"passes": [{"name": "depth", "picture": card}, ...], "fps": number, text or null}
+  Json madeWith(std::int64_t frame) const;
 
   // What the helper has left to be read of the frame; empty when it is nothing.
   std::string log(std::int64_t frame) const;

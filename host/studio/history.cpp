@@ -102,9 +102,19 @@ std::string recorded(const HistoryEntry& entry, const char* key) {
   return textOf((*entry.facts)[key]);
 }
 
+constexpr std::array kStatuses{"complete", "gone", "starred", "noted"};
+
+// One of the words of its status may be meant; which one holds takes a look at the picture.
+bool asksForStatus(const std::string& words) {
+  const std::string asked = lowered(words);
+  return std::any_of(kStatuses.begin(), kStatuses.end(),
+                     [&](const char* status) { return asked.find(status) != std::string::npos; });
+}
+
 std::string statusOf(const HistoryEntry& entry, const Mark& mark) {
-  return std::string(stampOf(entry.picture).empty() ? "gone" : "complete") + (mark.star ? " starred" : "") +
-         (mark.note.empty() ? "" : " noted");
+  const auto& [complete, gone, starred, noted] = kStatuses;
+  return std::string(stampOf(entry.picture).empty() ? gone : complete) + " " + (mark.star ? starred : "") + " " +
+         (mark.note.empty() ? "" : noted);
 }
 
 // As Search asks for it.
@@ -217,6 +227,7 @@ Json History::answer(const HistoryQuestion& question) const {
     return found == marks.end() ? Mark{} : found->second;
   };
   const Search search(question.words);
+  const bool asksStatus = asksForStatus(question.words);
   Json rows = Json::array();
   std::set<std::string> documents;
   std::size_t found = 0;
@@ -226,7 +237,8 @@ Json History::answer(const HistoryQuestion& question) const {
     if (!question.document.empty() && entry->document != question.document) continue;
     const Mark mark = markOf(*entry);
     if (question.starred && !mark.star) continue;
-    if (!search.accepts(entry->words + (mark.note.empty() ? "" : " " + lowered(mark.note)),
+    if (!search.accepts(entry->words + (mark.note.empty() ? "" : " " + lowered(mark.note)) +
+                            (asksStatus ? " " + statusOf(*entry, mark) : ""),
                         [&](const std::string& name) { return lowered(factOf(*entry, mark, name)); })) {
       continue;
     }

@@ -26,7 +26,7 @@ struct Answer {
   std::string stamp;  // of content that stays the same under it; empty for what changes
 };
 
-// One line of docs/studio.md's table.
+// One line of docs/studio-protocol.md's table.
 struct Route {
   enum class Method { Get, Post } method;
   const char* path;  // below it stands the subject, where it ends in "/"

@@ -86,15 +86,16 @@ struct Server::Parts {
     }
   }
 
+  // What holds for connections is taken over from the socket that is made here.
   static int bind(Door& door, const char* address, int port) {
     door.http.set_socket_options(setSocketOptions);
+    door.http.set_tcp_nodelay(true);
     if (port == 0) return door.http.bind_to_any_port(address);
     return door.http.bind_to_port(address, port) ? port : -1;
   }
   void open(Door& door) {
     httplib::Server& http = door.http;
     http.set_payload_max_length(kLargestBody);
-    http.set_tcp_nodelay(true);
     http.set_default_headers(kHeaders);
     http.set_pre_routing_handler([this](const auto& request, auto& response) { return admit(request, response); });
     addRoutes(http);
@@ -159,14 +160,15 @@ struct Server::Parts {
     give(response, refused(404, "the page has no '" + name + "'"));
   }
 
+  // Who listens is told the state first, in which nothing is missing of what was told before.
   void stream(httplib::Response& response) {
     const auto listener = studio.watch.hub().listen();
     if (!listener) return give(response, refused(503, "too many pages are open; close one"));
     response.set_header("Cache-Control", "no-store");
     response.set_chunked_content_provider(
         "text/event-stream",
-        [listener, begun = false](std::size_t /*offset*/, httplib::DataSink& sink) mutable {
-          const auto text = begun ? listener->next(kHeartbeat) : std::optional<std::string>(": listening\n\n");
+        [this, listener, begun = false](std::size_t /*offset*/, httplib::DataSink& sink) mutable {
+          const auto text = begun ? listener->next(kHeartbeat) : eventText("state", studio.watch.state());
           begun = true;
           if (text) return sink.write(text->data(), text->size());
           sink.done();

@@ -8,7 +8,7 @@
 
 namespace quillmere::studio {
 
-// The page and its protocol, as docs/studio.md has it, on 127.0.0.1 and, where there is one, ::1. It answers on threads
+// The page and its protocol, as docs/studio-protocol.md has it, on 127.0.0.1 and, where there is one, ::1. It answers on threads
 // of its own while it lives.
 class Server {
  public:

@@ -17,6 +17,7 @@
 #include "effect/settings.h"
 #include "own_command.h"
 #include "values/failure.h"
+#include "values/frame_set.h"
 
 namespace quillmere::studio {
 namespace {
@@ -91,6 +92,18 @@ std::vector<std::string> renderWords(const Json& job, JobFrames frames) {
   return words;
 }
 
+// Those that a sequence of the job renders, as far as it is worth showing each; none where that is a time.
+Json framesOf(const Json& job) {
+  constexpr std::int64_t kMostShown = 20'000;
+  const Json options = job.value("options", Json::object());
+  const Json given = options.value("frames", Json());
+  Json frames = Json::array();
+  if (!given.is_string() || options.contains("time")) return frames;
+  const app::FrameSet set = app::parseFrameSet(given.get<std::string>());
+  for (std::int64_t i = 0; set.count() <= kMostShown && i < set.count(); ++i) frames.push_back(set.at(i));
+  return frames;
+}
+
 Json panelOf(Studio& studio, std::vector<std::string> words) {
   return answerOfCommand(withSession(std::move(words), studio.session));
 }
@@ -106,20 +119,24 @@ Answer panel(Studio& studio, const Request& request) {
   renderWords(job, JobFrames::All);
   const Json rows = panelOf(studio, wordsFor("panel", job));
   studio.steering->desk.keep(job);
-  return answerWith({{"rows", rows}});
+  return answerWith({{"rows", rows}, {"frames", framesOf(job)}});
 }
 
 Answer scene(Studio& studio, const Request& request) {
   const Json job = jobIn(studio, bodyOf(request));
-  return answerWith({{"info", answerOfCommand({"info", requiredText(job, "scene")})}});
+  return answerWith({{"info", answerOfCommand(wordsFor("info", job))}});
 }
 
 Answer controls(Studio& studio, const Request& request) {
   steeringOf(studio);
-  std::string workflow = requiredText(bodyOf(request), "workflow");
+  const Json body = bodyOf(request);
+  std::string workflow = requiredText(body, "workflow");
   if (workflow.starts_with('-')) workflow.insert(0, "./");
   if (workflow.empty() || workflow.find('\0') != std::string::npos) throw Refused(400, "'workflow' names none");
-  return answerWith(answerOfCommand(withSession({"workflows", "controls", workflow}, studio.session)));
+  std::vector<std::string> words{"workflows", "controls", workflow};
+  const std::vector<std::string> values = controlWords(body);
+  words.insert(words.end(), values.begin(), values.end());
+  return answerWith(answerOfCommand(withSession(std::move(words), studio.session)));
 }
 
 Answer guide(Studio& studio, const Request& request) {

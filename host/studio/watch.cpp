@@ -13,7 +13,8 @@ namespace fs = std::filesystem;
 constexpr std::chrono::milliseconds kPause{40};
 constexpr unsigned kRoundsPerHistory = 10;   // what it costs to look through many folders is spread
 constexpr unsigned kRoundsAfterRender = 50;  // the entry is written after the view state
-constexpr std::size_t kRecordsPerRound = 50;
+constexpr std::size_t kRecordsAtOnce = 25;
+constexpr std::chrono::milliseconds kReading{30};  // of records in a round, so that what changes is told soon
 
 std::vector<fs::path> withWriteDirectory(const fs::path& writeDirectory, std::vector<fs::path> folders) {
   folders.push_back(app::exchangeFolder(writeDirectory));
@@ -76,12 +77,18 @@ void Watch::look(unsigned round) {
     hub_.tell("view", view());
   }
   for (const Json& frame : frames_.refresh()) hub_.tell("frame", frame);
+  readRecords();
   if (round % kRoundsPerHistory != 0) return;
   if (!owner_ && (owner_ = ownership_.mine())) hub_.tell("owner", owner());
   if (round <= lookAgainUntil_) history_.lookAgain();
   const bool changed = history_.refresh();
-  const bool read = history_.readRecords(kRecordsPerRound * kRoundsPerHistory);
-  if (changed || read) hub_.tell("history", Json::object());
+  if (changed || recordsRead_) hub_.tell("history", Json::object());
+  recordsRead_ = false;
+}
+
+void Watch::readRecords() {
+  const auto end = std::chrono::steady_clock::now() + kReading;
+  while (!ended_ && std::chrono::steady_clock::now() < end && history_.readRecords(kRecordsAtOnce)) recordsRead_ = true;
 }
 
 const History& Watch::history() {

@@ -17,7 +17,7 @@
 namespace quillmere::studio {
 
 // All that a page shows of a write directory, kept up to date by a thread that looks every kPause, and told to those
-// who listen: "view", "frame", "history", "owner". docs/studio.md has the members.
+// who listen: "view", "frame", "history", "owner". docs/studio-protocol.md has the members.
 class Watch {
  public:
   // Below `folders`, besides the write directory, any picture may be shown.
@@ -45,6 +45,7 @@ class Watch {
  private:
   Json owner();  // {"owner": whether this program may render here, "other_owner": the process that may, as a text}
   void look(unsigned round);
+  void readRecords();
   void lookUntilEnd();
 
   std::filesystem::path writeDirectory_;
@@ -59,6 +60,7 @@ class Watch {
   bool owner_ = false;  // as it was told
   std::once_flag historyRead_;
   unsigned lookAgainUntil_ = 0;  // round
+  bool recordsRead_ = false;     // since the history was told last
   std::atomic<bool> ended_ = false;
   std::thread thread_;  // last, so that it starts with everything above made
 };

@@ -307,6 +307,8 @@ class Checks(unittest.TestCase):
             told = comfyui.controls(Workflow("w.json", "comfyui", controlled(node5="Wide=width")))[0]
             self.assertEqual((told["default"], told["type"], told.get("least")), (512, "whole", least))
             self.assertEqual(told.get("note", "")[:14] or None, note)
+            with self.assertRaisesRegex(HelperError, "cannot be (8|true)"):
+                comfyui.controls(Workflow("w.json", "comfyui", controlled(node5="Wide=width"), {"wide": True if note else 8}))
             self.server.stop()
         with self.assertRaisesRegex(HelperError, "does not answer"):
             comfyui.controls(Workflow("w.json", "comfyui", {"nodes": [{"id": 1, "type": "SaveImage"}]}))

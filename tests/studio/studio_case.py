@@ -82,7 +82,7 @@ class StudioCase(AppCase):
     def ask(self, path: str, body: Optional[Any] = None, host: str = "127.0.0.1", **headers: str) -> http.client.HTTPResponse:
         connection = http.client.HTTPConnection(host, self.port, timeout=20)
         self.addCleanup(connection.close)
-        sent = {"X-Quillmere-Token": self.token, **{name.replace("_", "-"): value for name, value in headers.items()}}
+        sent = {"X-Quillmere-Token": self.token, "Connection": "close", **{name.replace("_", "-"): value for name, value in headers.items()}}
         if body is not None:
             sent.setdefault("Content-Type", "application/json")
         content = None if body is None else body if isinstance(body, (bytes, str)) else json.dumps(body)

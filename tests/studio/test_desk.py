@@ -50,7 +50,11 @@ class Job(DeskCase):
 
     def test_the_panel_follows_and_refuses_as_the_command_line_does(self) -> None:
         job = self.desk()
-        rows = {row["name"]: row for row in self.told("/api/desk/panel", {"job": {**job, "set": {**job["set"], "QUILLMERE_PROMPT": "--camera=x"}}})["rows"]}
+        told = self.told("/api/desk/panel", {"job": {**job, "set": {**job["set"], "QUILLMERE_PROMPT": "--camera=x"}, "options": {"frames": "1-5x2,9"}}})
+        rows = {row["name"]: row for row in told["rows"]}
+        self.assertEqual(told["frames"], [1, 3, 5, 9])
+        info = self.told("/api/desk/scene", {"job": self.with_options(job, fps="12")})["info"]
+        self.assertEqual((info["fps"], info["clips"][0]["last_frame"]), ("12", 12))
         self.assertEqual(rows["QUILLMERE_PROMPT"]["value"], "--camera=x")
         self.assertFalse(rows["QUILLMERE_SYSTEM_PROMPT"]["enabled"])
         for what, changed, why in [

@@ -18,9 +18,10 @@ class Together(PageCase):
         self.assertEqual({key: self.told("/api/state")[key] for key in ("owner", "other_owner")},
                          {"owner": False, "other_owner": str(first.pid)})
         until(lambda: str(first.pid) in self.find("#shows-only").text)
+        self.assertFalse(self.find("#example").is_enabled())
         self.assertEqual(self.ask("/api/example", {}).status, 409)
         first.kill()
-        until(lambda: not self.find("#shows-only").is_displayed())
+        until(lambda: not self.find("#shows-only").is_displayed() and self.find("#example").is_enabled())
         self.assertIs(self.told("/api/state")["owner"], True)
 
 

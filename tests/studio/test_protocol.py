@@ -131,7 +131,7 @@ class Content(StudioCase):
         self.frame(1, status={"phase": "done", "message": ""}, response={"ok": True, "first_output": str(picture)})
         self.frame(-2, status={"phase": "x", "message": ""}, response={"ok": False, "error": "no server"})
         self.frame(3, response={"ok": False, "error": "stopped"}, status={"phase": "generate", "message": "Sampling", "progress": 0.4, "step": "x"})
-        self.frame(4, response={"ok": False, "error": exchange.STOPPED}, status={"phase": "prepare", "message": ""})
+        self.frame(4, status={"phase": "prepare", "message": ""}, response={"ok": False, "error": exchange.STOPPED})
         self.frame(5, status=[1, 2])
         self.frame(6, status={"phase": "prepare"}, response={"ok": False, "error": "at once"})
         (self.exchange / "runtime" / "request_x.json").write_text("{}")
@@ -185,6 +185,7 @@ class Content(StudioCase):
             ("words=seed:77+frame:7+scene:harbour+date:2027-01+status:noted", ["rain.png"]),
             ("words=workflow:flux+status:complete", ["sun.png"]),
             ("words=status:gone", []),
+            ("words=starred+rainy", ["rain.png"]),
             ("words=unknown:flux", []),
             ("document=city.glb", ["sun.png"]),
             ("starred=true", ["rain.png"]),
@@ -228,6 +229,8 @@ class Content(StudioCase):
         self.addCleanup(events.close)
         events.request("GET", "/api/events", headers={"X-Quillmere-Token": self.token})
         stream = events.getresponse()
+        self.assertEqual(stream.readline(), b"event: state\n")
+        self.assertEqual(json.loads(stream.readline()[6:]), self.told("/api/state"))
         self.helper('say "Inking"\nsleep 0.3\nanswer')
         self.start("--frames", "4-5", "--jobs", "2", "--output", "out_#.png")  # each in a folder of its own
         seen: list[str] = []

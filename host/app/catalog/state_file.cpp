@@ -21,6 +21,7 @@
 #include "effect/workflow_catalog.h"
 #include "files/manager_folder.h"
 #include "files/ordinary_file.h"
+#include "files/scratch_folder.h"
 #include "report/output.h"
 #include "values/failure.h"
 
@@ -75,29 +76,22 @@ void write(const fs::path& file, const std::string& text, const fs::path& like) 
 // An empty folder as $HOME while this lives.
 class TemporaryHome {
  public:
-  TemporaryHome() : folder_((fs::temp_directory_path() / "quillmere-XXXXXX").string()) {
-    if (::mkdtemp(folder_.data()) == nullptr) {
-      throw Failure(ExitStatus::Failed, "temporary folder '" + folder_ + "'",
-                    "cannot be made: " + std::generic_category().message(errno),
-                    "give TMPDIR one that you may write to");
-    }
+  TemporaryHome() {
     const char* const home = std::getenv("HOME");
     if (home) former_ = home;
-    ::setenv("HOME", folder_.c_str(), 1);
+    ::setenv("HOME", folder().c_str(), 1);
   }
   ~TemporaryHome() {
     if (former_) ::setenv("HOME", former_->c_str(), 1);
     if (!former_) ::unsetenv("HOME");
-    std::error_code ignored;
-    fs::remove_all(folder_, ignored);
   }
   TemporaryHome(const TemporaryHome&) = delete;
   TemporaryHome& operator=(const TemporaryHome&) = delete;
 
-  const std::string& folder() const { return folder_; }
+  const fs::path& folder() const { return folder_.path(); }
 
  private:
-  std::string folder_;
+  ScratchFolder folder_;
   std::optional<std::string> former_;
 };
 

@@ -32,19 +32,6 @@ void addStyle(CLI::App& command, std::optional<std::string>& style) {
       ->type_name("PICTURE");
 }
 
-void addControls(CLI::App& command, Json& controls) {
-  command
-      .add_option_function<std::vector<std::string>>(
-          "--control",
-          [&controls](const std::vector<std::string>& texts) {
-            for (const std::string& text : texts) readControl(text, controls);
-          },
-          "Set one of the workflow's controls, which 'quillmere workflows controls' lists;\n"
-          "may be given several times")
-      ->type_name("NAME=VALUE")
-      ->allow_extra_args(false);
-}
-
 void addOutputOptions(CLI::App& command, RenderOptions& options) {
   command
       .add_option("-o,--output", options.output,
@@ -103,6 +90,19 @@ void headFormerOptions(CLI::App& command, const std::string& heading) {
 }
 
 }  // namespace
+
+void addControls(CLI::App& command, Json& controls) {
+  command
+      .add_option_function<std::vector<std::string>>(
+          "--control",
+          [&controls](const std::vector<std::string>& texts) {
+            for (const std::string& text : texts) readControl(text, controls);
+          },
+          "Set one of the workflow's controls, which 'quillmere workflows controls' lists;\n"
+          "may be given several times")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+}
 
 void addRenderOptions(CLI::App& command, RenderOptions& options) {
   addSceneOptions(command, options.scene);

@@ -30,6 +30,8 @@ struct RenderOptions {
 };
 
 void addRenderOptions(CLI::App& command, RenderOptions& options);
+// --control, which is read into `controls`.
+void addControls(CLI::App& command, Json& controls);
 
 // Fills in what a job, --like and --time leave to be filled in. Throws Failure.
 void complete(RenderOptions& options, CLI::App& command);

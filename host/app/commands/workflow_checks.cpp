@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -9,8 +10,11 @@
 #include "base/utf8.h"
 #include "doctor/helper_check.h"
 #include "doctor/workflow_text.h"
+#include "effect/controls.h"
 #include "effect/workflow_catalog.h"
+#include "files/scratch_folder.h"
 #include "process/process_tree.h"
+#include "render_options.h"
 #include "report/output.h"
 
 namespace quillmere::app {
@@ -23,6 +27,7 @@ constexpr std::chrono::seconds kPatience{120};
 struct Options {
   SessionOptions session;
   std::string workflow;
+  Json controls = Json::object();
   bool json = false;
 };
 
@@ -57,15 +62,21 @@ ExitStatus runCheck(const Options& options) {
                checkText);
 }
 
+// With values the helper is asked as a render asks it, so that it judges them.
 ExitStatus runControls(const Options& options) {
   adoptOrphans();
-  const WorkflowCheck found = askForControls(pluginFolder(options.session.plugin), fileOf(options), kPatience);
+  const std::string named = fileOf(options);
+  fs::path file = named;
+  std::optional<ScratchFolder> folder;
+  if (!options.controls.empty()) file = writeControlled(file, options.controls, folder.emplace().path());
+  WorkflowCheck found = askForControls(pluginFolder(options.session.plugin), named, file, kPatience);
+  if (found.answer.contains("workflow")) found.answer["workflow"] = named;
   return print(found, options, controlsText);
 }
 
 std::pair<CLI::App*, Action> addLook(CLI::App& workflows, const char* name, const char* summary, const char* footer,
-                                     ExitStatus (*run)(const Options&)) {
-  const auto options = std::make_shared<Options>();
+                                     ExitStatus (*run)(const Options&),
+                                     const std::shared_ptr<Options>& options = std::make_shared<Options>()) {
   CLI::App* command = workflows.add_subcommand(name, summary);
   command->add_option("WORKFLOW", options->workflow, "Workflow file, or its name or ID in the catalog")
       ->required()
@@ -79,14 +90,19 @@ std::pair<CLI::App*, Action> addLook(CLI::App& workflows, const char* name, cons
 }  // namespace
 
 std::vector<std::pair<CLI::App*, Action>> addWorkflowChecks(CLI::App& workflows) {
+  const auto options = std::make_shared<Options>();
+  const auto controls =
+      addLook(workflows, "controls", "List what render --control can set in a workflow",
+              "With --control nothing is rendered either; what the workflow doesn't take is refused.\n"
+              "Examples:\n  quillmere workflows controls depth.json\n"
+              "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6",
+              runControls, options);
+  addControls(*controls.first, options->controls);
   return {addLook(workflows, "check", "Tell where a render would put what into a workflow, and what it lacks",
                   "Nothing is rendered. Exit status 1 when the workflow can't be rendered here and now.\n"
                   "Example:\n  quillmere workflows check depth.json",
                   runCheck),
-          addLook(workflows, "controls", "List what render --control can set in a workflow",
-                  "Examples:\n  quillmere workflows controls depth.json\n"
-                  "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6",
-                  runControls)};
+          controls};
 }
 
 }  // namespace quillmere::app

@@ -143,8 +143,9 @@ WorkflowCheck checkWorkflow(const PluginFolder& plugin, const std::string& name,
   return ask(plugin, "--check", "workflow " + name, file, patience, stop);
 }
 
-WorkflowCheck askForControls(const PluginFolder& plugin, const fs::path& file, std::chrono::milliseconds patience) {
-  return ask(plugin, "--controls", "workflow " + file.string(), file, patience);
+WorkflowCheck askForControls(const PluginFolder& plugin, const std::string& name, const fs::path& file,
+                             std::chrono::milliseconds patience) {
+  return ask(plugin, "--controls", "workflow " + name, file, patience);
 }
 
 }  // namespace quillmere::app

@@ -53,7 +53,7 @@ WorkflowCheck checkWorkflow(const PluginFolder& plugin, const std::string& name,
                             std::chrono::milliseconds patience, const std::function<bool()>& stop = {});
 
 // The same for the workflow's controls, which stand in the answer.
-WorkflowCheck askForControls(const PluginFolder& plugin, const std::filesystem::path& file,
+WorkflowCheck askForControls(const PluginFolder& plugin, const std::string& name, const std::filesystem::path& file,
                              std::chrono::milliseconds patience);
 
 }  // namespace quillmere::app

@@ -77,6 +77,16 @@ Json mergedControls(const Json& kept, const Json& given) {
   return merged;
 }
 
+fs::path writeControlled(const fs::path& workflow, const Json& controls, const fs::path& folder) {
+  refuse(obstacleAt("workflow", workflow));
+  std::error_code error;  // a folder that is missing is told by the file that can't be written
+  fs::create_directories(folder, error);
+  fs::path file = fs::absolute(folder) / kFile;
+  const Json wrapper{{"workflow", fs::absolute(workflow).lexically_normal().string()}, {"controls", controls}};
+  writeFile(file, wrapper.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  return file;
+}
+
 void setControls(NodeParameters& node, const Json& controls, const fs::path& folder) {
   if (controls.empty()) return;
   const std::string workflow = node.text(QUILLMERE_WORKFLOW_PATH);
@@ -84,12 +94,7 @@ void setControls(NodeParameters& node, const Json& controls, const fs::path& fol
     throw Failure(ExitStatus::Usage, "control '" + controls.begin().key() + "'", "no workflow is chosen that has it",
                   "choose one with --workflow");
   }
-  refuse(obstacleAt("workflow", workflow));
-  std::error_code error;  // a folder that is missing is told by the file that can't be written
-  fs::create_directories(folder, error);
-  const fs::path file = fs::absolute(folder) / kFile;
-  const Json wrapper{{"workflow", fs::absolute(workflow).lexically_normal().string()}, {"controls", controls}};
-  writeFile(file, wrapper.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  const fs::path file = writeControlled(workflow, controls, folder);
   storeWorkflow(node, node.number(QUILLMERE_WORKFLOW), node.text(QUILLMERE_WORKFLOW_ID), file.string());
 }
 

@@ -24,8 +24,13 @@ std::optional<std::string> controlCalled(const std::string& name, const Json& co
 // `kept` with `given` over it.
 Json mergedControls(const Json& kept, const Json& given);
 
-// Sets controls of the workflow that the node has: puts a file in `folder` (made where it is missing) that names the
-// workflow and the values, and has the node name that file. Does nothing without any. Throws Failure and Error.
+// Puts a file in `folder` (made where it is missing) that names the workflow and the values, in place of which the
+// helper takes it. Throws Failure and Error.
+std::filesystem::path writeControlled(const std::filesystem::path& workflow, const Json& controls,
+                                      const std::filesystem::path& folder);
+
+// Sets controls of the workflow that the node has: puts such a file in `folder`, and has the node name it. Does nothing
+// without any. Throws Failure and Error.
 void setControls(NodeParameters& node, const Json& controls, const std::filesystem::path& folder);
 
 }  // namespace quillmere::app

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "base/utf8.h"
+#include "files/scratch_folder.h"
 #include "process/child_run.h"
 #include "values/failure.h"
 
@@ -31,30 +32,6 @@ void appendNumbersIn(const std::string& name, std::vector<std::int32_t>& numbers
     at = read.ec == std::errc{} ? read.ptr : at + 1;
   }
 }
-
-// A folder of its own, gone when this dies.
-class ScratchFolder {
- public:
-  ScratchFolder() {
-    std::string name = (fs::temp_directory_path() / "quillmere-movie-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-      throw Failure(ExitStatus::Failed, "temporary folder '" + fs::temp_directory_path().string() + "'",
-                    "cannot be written", "set TMPDIR to a folder that you may write to");
-    }
-    path_ = name;
-  }
-  ~ScratchFolder() {
-    std::error_code error;
-    fs::remove_all(path_, error);
-  }
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-  const fs::path& path() const { return path_; }
-
- private:
-  fs::path path_;
-};
 
 // The film while it is made: under the name of a temporary file of this process, which the next render sweeps up when
 // this process is killed.

@@ -1,4 +1,4 @@
-// What the page asks its server; docs/studio.md has the protocol.
+// What the page asks its server; docs/studio-protocol.md has the protocol.
 
 async function answer(response) {
   const told = await response.json().catch(() => ({}));
@@ -6,29 +6,31 @@ async function answer(response) {
   return told;
 }
 
+// A TypeError when there is no answer at all.
+async function asked(path, options) {
+  const response = await fetch(path, options).catch(() => { throw new TypeError("The program doesn't answer"); });
+  return answer(response);
+}
+
 export async function get(path, values = {}) {
   const query = new URLSearchParams(values).toString();
-  return answer(await fetch(path + (query ? `?${query}` : "")));
+  return asked(path + (query ? `?${query}` : ""));
 }
 
 export async function post(path, body) {
-  return answer(await fetch(path, {
-    method: "POST",
-    headers: { "Content-Type": "application/json" },
-    body: JSON.stringify(body),
-  }));
+  return asked(path, { method: "POST", headers: { "Content-Type": "application/json" }, body: JSON.stringify(body) });
 }
 
 // The stamp in the address changes with the picture, so that a browser keeps each as long as it likes.
 export const pictureUrl = (card) => (card ? `/api/picture/${card.id}?v=${card.stamp}` : "");
 export const thumbnailUrl = (card) => (card ? `/api/thumbnail/${card.id}?v=${card.stamp}` : "");
 
-// `told` has a function for each event, "open" and "closed" among them.
+// `told` has a function for each event, and closed(gone) for when there are none; `gone`: there won't be any more.
 export function listen(told) {
   const source = new EventSource("/api/events");
-  source.onopen = () => told.open();
-  source.onerror = () => told.closed();
-  for (const event of ["view", "frame", "history", "owner", "example", "render", "lost", "end"]) {
+  source.onerror = () => told.closed(source.readyState === EventSource.CLOSED);
+  source.addEventListener("end", () => source.close());
+  for (const event of ["state", "view", "frame", "history", "owner", "example", "render", "lost", "end"]) {
     source.addEventListener(event, (message) => told[event](JSON.parse(message.data)));
   }
   return source;

@@ -22,6 +22,8 @@ export class Details {
   #place;
   #told; // (text) => void, for what was done or failed
   #former = null; // the record shown before this one
+  #shown = null; // {entry, path, actions}: of the one that is shown
+  left = () => {}; // (entry): it is to stand on the left
   use = null; // (entry) => promise, where its settings can be used
 
   constructor(place, told) {
@@ -35,17 +37,29 @@ export class Details {
     try {
       found = await get(`/api/record/${entry.id}`);
     } catch (error) {
-      this.#place.replaceChildren(this.#actions(entry, null, state), element("p", { className: "quiet", textContent: error.message }));
+      this.#shown = { entry, path: null, actions: this.#actions(entry, null, state) };
+      this.#place.replaceChildren(this.#shown.actions, element("p", { className: "quiet", textContent: error.message }));
       return;
     }
     const other = this.#former?.id === entry.id ? null : this.#former;
+    this.#shown = { entry, path: found.path, actions: this.#actions(entry, found.path, state) };
     this.#place.replaceChildren(
       element("h2", { textContent: entry.name || found.path.split("/").pop() }),
-      this.#actions(entry, found.path, state),
+      this.#shown.actions,
       this.#note(entry),
       element("p", { className: "quiet", textContent: other ? "Marked: what differs from the picture shown before." : "" }),
       tableOf(found.record, other ? differences(found.record, other.record) : new Set(), other?.record));
     this.#former = { id: entry.id, record: found.record };
+  }
+
+  // After the view has changed; the button that has the focus keeps it.
+  update(state) {
+    if (!this.#shown) return;
+    const { entry, path, actions } = this.#shown;
+    const at = [...actions.children].indexOf(document.activeElement);
+    this.#shown.actions = this.#actions(entry, path, state);
+    actions.replaceWith(this.#shown.actions);
+    this.#shown.actions.children[at]?.focus();
   }
 
   #actions(entry, path, state) {
@@ -59,8 +73,9 @@ export class Details {
     };
     add(locked ? "Unlock style" : "Lock as style", "The next renders follow the style of this picture",
       () => post("/api/view", { locked_style: locked ? "" : entry.id }));
-    if (!selected) add("Select", "What other viewers show as selected", () => post("/api/view", { selected: entry.id }));
+    add(selected ? "Unselect" : "Select", "What other viewers show as selected", () => post("/api/view", { selected: selected ? "" : entry.id }));
     if (path && this.use) add("Use these settings", "What made this picture is taken into the panel", () => this.use(entry));
+    if (entry.picture) add("Put left", "Compare all that is shown from now on with it (L in the history)", async () => this.left(entry));
     if (path) {
       add("Copy command", "The command that renders one like it", () => navigator.clipboard.writeText(commandFor(path)).then(() => this.#told("Copied")));
       add("Open folder", path, () => post("/api/open-folder", { picture: entry.id }));

@@ -1,5 +1,5 @@
-// What the panel's rows, the command line's options and a workflow's controls are as fields, and what is said of scenes
-// and of the ends of renders.
+// What the panel's rows, the command line's options and a workflow's controls are as fields, and what is said of the ends
+// of renders.
 import { element } from "/api.js";
 
 export const CAMERA = "QUILLMERE_CAMERA";
@@ -17,7 +17,7 @@ export function aboutRow(row) {
   const types = { bool: "bool", choice: "choice", camera: "choice", "read-only": "note" };
   const long = row.name === PROMPT || (row.type === "text" && String(row.value).length > 60);
   return { label: row.label, type: types[row.type] || (long ? "long" : "text"), value: row.value, enabled: row.enabled, choices: row.choices,
-    least: row.min, most: row.max, note: row.note, rows: row.name === PROMPT ? 5 : 3 };
+    least: row.min, most: row.max, note: row.note, none: row.name === CAMERA ? "The scene's first" : undefined, rows: row.name === PROMPT ? 5 : 3 };
 }
 
 export function aboutOption({ name, help, takes, example, ...option }) {
@@ -35,6 +35,14 @@ export function aboutStyle(style) {
 }
 export const styleOf = (choice) => (choice === "locked" ? undefined : choice === "none" ? "" : choice);
 
+// The menu says None of a workflow that isn't listed.
+export function aboutWorkflowFile({ options }, rows) {
+  const listed = rows.find((row) => row.name === WORKFLOW)?.value;
+  return { value: listed ? "" : options.workflow ?? "" };
+}
+
+export const problemOf = ({ problem, remedy }) => [problem, remedy].filter(Boolean).join("; ");
+
 export function aboutControl(control, given) {
   const value = given === undefined ? "" : given.replace(/^"(.*)"$/s, "$1");
   const about = { label: control.name, value, least: control.least ?? undefined, most: control.most ?? undefined,
@@ -45,13 +53,10 @@ export function aboutControl(control, given) {
   return { ...about, type: "text", words: control.choices };
 }
 
-export function factsOf(info, scene) {
-  const count = (number, word) => `${number.toLocaleString()} ${word}${number === 1 ? "" : "s"}`;
-  const clips = (info.clips || []).map((clip) => `${clip.name}: ${clip.seconds} s, frames ${clip.first_frame} to ${clip.last_frame}${clip.played ? "" : " (not played)"}`);
-  const facts = [["File", scene], ["Made by", info.generator], ["Holds", [count(info.triangles, "triangle"), count(info.instances, "object")].join(", ")],
-    ["Size", info.bounds ? `${info.bounds.size.map((side) => side.toFixed(1)).join(" × ")} m` : ""], ["Clips", clips.join("\n")],
-    ["Lights", String((info.lights || []).length)], ["Materials", (info.materials || []).join(", ")], ["Not supported", (info.not_supported || []).join("\n")]];
-  return facts.filter(([, text]) => text);
+// Frames per second of 24, "24" or "24000/1001".
+export function rateOf(fps) {
+  const [frames, seconds = 1] = String(fps ?? "").split("/").map(Number);
+  return frames > 0 && seconds > 0 ? frames / seconds : undefined;
 }
 
 export function wordsOfEnd(end, missing) {

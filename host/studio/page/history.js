@@ -81,9 +81,11 @@ class HistoryList extends HTMLElement {
   }
 
   #redraw() {
+    const focused = this.contains(document.activeElement);
     for (const row of this.#rows.values()) row.remove();
     this.#rows.clear();
     this.#draw();
+    if (focused) this.focus({ preventScroll: true });
   }
 
   #draw() {
@@ -128,6 +130,7 @@ class HistoryList extends HTMLElement {
     else if (event.key === "Enter" && entry) this.#tell("show", entry);
     else if (event.key === "s" && entry) this.#tell("star", entry);
     else if (event.key === "x" && entry) this.#choose(entry);
+    else if (event.key === "l" && entry) this.#tell("left", entry);
     else return;
     event.preventDefault();
     event.stopPropagation();
@@ -155,12 +158,12 @@ function rowOf(entry, place, beside) {
   const { facts } = entry;
   const prompt = facts.prompt || facts.effective_prompt || entry.name;
   const workflow = (facts.workflow_path || "").split("/").pop().replace(/\.json$/, "");
-  const when = new Date(entry.time).toLocaleString();
+  const when = new Date(entry.time).toLocaleString(undefined, { dateStyle: "short", timeStyle: "short" });
   const row = element("div", { className: "entry" },
     element("div", { className: "thumbnail" }, image),
     element("div", { className: "words" },
       element("p", { className: "prompt", textContent: prompt, title: prompt }),
-      element("p", { className: "quiet", textContent: [entry.document, `frame ${entry.frame}`, workflow].filter(Boolean).join(" · ") }),
+      element("p", { className: "quiet", textContent: [`frame ${entry.frame}`, entry.document, workflow].filter(Boolean).join(" · ") }),
       element("p", { className: "quiet", textContent: entry.note ? `${when} · ${entry.note}` : when })),
     element("div", { className: "marks" },
       button("star", entry.star ? "★" : "☆", entry.star ? "Take the star away" : "Star", entry.star),

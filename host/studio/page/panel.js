@@ -4,7 +4,7 @@ import { element } from "/api.js";
 const TYPING_PAUSE = 600; // ms after the last letter
 let count = 0;
 
-// `about` is {label, type, value, enabled, choices: [{value, text}], least, most, help, placeholder, rows}; types are
+// `about` is {label, type, value, enabled, choices: [{value, text}], none, least, most, help, placeholder, rows}; types are
 // "bool", "choice", "text", "long" (several lines), "note" (read only). `change(value)` may return a promise; what it
 // throws is the reason of a refusal.
 export class Field {
@@ -109,11 +109,11 @@ function inputFor({ type, placeholder, rows, help, words }) {
   return input;
 }
 
-function fillChoices(select, { choices, value }) {
+function fillChoices(select, { choices, value, none = "–" }) {
   const wanted = JSON.stringify([choices, value === null]);
   if (select.dataset.choices === wanted) return;
-  const none = value === null || value === "" ? [{ value: "", text: "–" }] : [];
-  select.replaceChildren(...[...none, ...choices].map((choice) =>
+  const empty = value === null || value === "" ? [{ value: "", text: none }] : [];
+  select.replaceChildren(...[...empty, ...choices].map((choice) =>
     element("option", { value: String(choice.value), textContent: choice.text })));
   select.dataset.choices = wanted;
 }

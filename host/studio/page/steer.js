@@ -1,8 +1,10 @@
 // What is to be rendered, and the rendering of it: the panel, the guide as it would be now, renders, settings.
-import { element, get, pictureUrl, post } from "/api.js";
-import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, aboutStyle, factsOf, groupOf, shownOption, styleOf, wordsOfEnd } from "/fields.js";
+import { element, get, post } from "/api.js";
+import { CAMERA, WORKFLOW, aboutControl, aboutOption, aboutRow, aboutStyle, aboutWorkflowFile, groupOf, problemOf, rateOf, shownOption, styleOf } from "/fields.js";
 import { LiveGuide } from "/live_guide.js";
 import { Field } from "/panel.js";
+import { RenderBar } from "/render_bar.js";
+import { drawCameras, drawFacts, timesOf } from "/scene.js";
 
 const at = (id) => document.getElementById(id);
 const FRAME = /^-?\d{1,9}$/;
@@ -12,13 +14,12 @@ export class Steer {
   #job = null;
   #fields = new Map(); // by parameter, "--option" or "control NAME"
   #rows = [];
-  #controls = [];
   #workflow = null; // whose controls are shown
   #info = null;
+  #timed = ""; // what of the job #info depends on
   #turn = Promise.resolve(); // edits, one after the other
   #guide;
-  #total = 0; // pictures of the render that goes on
-  #missing = null; // frames, of the last one
+  bar = new RenderBar();
   #offered = []; // options beside the panel
 
   constructor(shown) {
@@ -32,7 +33,7 @@ export class Steer {
     const told = await get("/api/desk");
     if (!told.job) return false;
     this.#offered = told.options;
-    this.#setRender(told.render);
+    this.bar.set(told.render);
     at("tab-render").hidden = at("steer-tools").hidden = false;
     at("tab-render").click();
     await this.#take(told.job);
@@ -41,7 +42,7 @@ export class Steer {
 
   // After events may have been missed.
   async again() {
-    if (this.#job) this.#setRender((await get("/api/desk")).render);
+    if (this.#job) this.bar.set((await get("/api/desk")).render);
   }
 
   // What a picture of the history was made with.
@@ -50,12 +51,17 @@ export class Steer {
     at("tab-render").click();
   }
 
-  // An event of the render that the desk has begun.
-  event(told) {
-    if (told.event === "start") this.#setRender({ running: true, start: told });
-    if (told.event === "sequence") this.#setRender({ running: true, sequence: told });
-    if (told.event === "summary") this.#missing = told.missing;
-    if (told.event === "end") this.#setRender({ running: false, end: told });
+  chooseWorkflow() {
+    at("tab-render").click();
+    this.#fields.get(WORKFLOW).focus();
+  }
+
+  renderFrame(number) {
+    const act = async () => {
+      await this.#setFrame(String(number));
+      await this.#render("current");
+    };
+    act().catch((error) => this.bar.say(error.message, "bad"));
   }
 
   async #take(job) {
@@ -63,6 +69,7 @@ export class Steer {
     this.#workflow = null;
     this.#fields.clear();
     this.#rows = [];
+    this.#info = null;
     await this.#edit(() => {});
     await this.#drawScene();
   }
@@ -73,10 +80,12 @@ export class Steer {
       const job = structuredClone(this.#job);
       change(job);
       this.#guide.wish(job, () => job === this.#job);
-      const { rows } = await post("/api/desk/panel", { job });
+      const { rows, frames } = await post("/api/desk/panel", { job });
       this.#job = job;
+      at("timeline").wanted = frames;
       this.#drawPanel(rows);
       if ((job.options.workflow ?? "") !== this.#workflow) await this.#drawControls();
+      if (this.#info && timesOf(job) !== this.#timed) await this.#drawScene();
     });
     this.#turn = turn.catch(() => {});
     return turn;
@@ -106,15 +115,25 @@ export class Steer {
     });
   }
 
+  // One that the list doesn't have.
+  #workflowFile() {
+    const about = { label: "Workflow File", type: "text", placeholder: "/home/ada/depth.json", help: "A workflow that isn't in the list, or a picture that holds one", ...aboutWorkflowFile(this.#job, this.#rows) };
+    return this.#fieldFor("workflow file", about, (file) => this.#takeWorkflow(file.trim(), !file.trim()));
+  }
+
   // By its identifier, since numbers change with the list.
   async #setWorkflow(number) {
     const found = number === "0" ? null : (await get("/api/workflows")).workflows.find((one) => String(one.number) === number);
     if (number !== "0" && !found) throw new Error("the list of workflows has changed; choose again");
+    return this.#takeWorkflow(found?.id, !found);
+  }
+
+  #takeWorkflow(workflow, none) {
     return this.#edit(({ options, set, ...job }) => {
       delete options.workflow;
       delete set[WORKFLOW];
-      if (found) options.workflow = found.id;
-      else set[WORKFLOW] = "0";
+      if (none) set[WORKFLOW] = "0";
+      else options.workflow = workflow;
       for (const name of Object.keys(job.control)) delete job.control[name];
     });
   }
@@ -124,8 +143,10 @@ export class Steer {
     const same = rows.length === this.#rows.length && rows.every((row, index) => row.name === this.#rows[index].name && row.group === this.#rows[index].group);
     this.#rows = rows;
     if (!same) this.#buildPanel(rows);
-    for (const row of rows) this.#fields.get(row.name)?.update(aboutRow(row));
+    const file = aboutWorkflowFile(this.#job, rows);
+    for (const row of rows) this.#fields.get(row.name)?.update(aboutRow(row.name === WORKFLOW && file.value ? { ...row, note: "" } : row));
     this.#fields.get("frame")?.update({ value: String(this.#job.frame) });
+    this.#fields.get("workflow file")?.update(file);
     for (const { name } of [{ name: "frames" }, { name: "size" }, ...this.#offered]) {
       const value = this.#job.options[name];
       this.#fields.get(`--${name}`)?.update(name === "style" ? aboutStyle(value) : { value: shownOption(value) });
@@ -147,7 +168,7 @@ export class Steer {
     for (const row of rows) {
       if (groups.at(-1)?.name !== row.group) groups.push({ name: row.group, fields: [] });
       groups.at(-1).fields.push(this.#fieldFor(row.name, aboutRow(row), (value) => this.#set(row, value)).place);
-      if (row.name === WORKFLOW) groups.at(-1).fields.push(element("div", { id: "steer-controls" }));
+      if (row.name === WORKFLOW) groups.at(-1).fields.push(element("div", {}, this.#workflowFile().place), element("div", { id: "steer-controls" }));
       if (row.name === CAMERA) groups.at(-1).fields.push(element("div", { id: "steer-cameras", className: "cameras" }));
     }
     at("steer-panel").replaceChildren(this.#shot(), ...groups.map(({ name, fields }) => groupOf(name, fields)), ...this.#others());
@@ -204,10 +225,9 @@ export class Steer {
     try {
       const told = await post("/api/desk/controls", { workflow });
       if (this.#workflow !== workflow) return;
-      this.#controls = told.controls || [];
-      const fields = this.#controls.map((control) => this.#fieldFor(`control ${control.name}`, aboutControl(control, this.#job.control[control.name]),
+      const fields = (told.controls || []).map((control) => this.#fieldFor(`control ${control.name}`, aboutControl(control, this.#job.control[control.name]),
         (value) => this.#setControl(control, value)).place);
-      const problem = told.problem ? [element("p", { className: "error", textContent: [told.problem, told.remedy].filter(Boolean).join("; ") })] : [];
+      const problem = told.problem ? [element("p", { className: "error", textContent: problemOf(told) })] : [];
       if (!fields.length && !problem.length) return;
       place.replaceChildren(element("details", { className: "controls", open: Object.keys(this.#job.control).length > 0 || fields.length < 5 },
         element("summary", { textContent: `Controls (${fields.length})` }), ...problem, ...fields));
@@ -216,50 +236,27 @@ export class Steer {
     }
   }
 
-  #setControl(control, value) {
-    const number = Number(value);
-    const measured = (control.type === "whole" || control.type === "number") && !control.choices?.includes(value) && value !== "";
-    if (measured && (Number.isNaN(number) || number < control.least || number > control.most)) {
-      return Promise.reject(new Error(`it takes ${control.least ?? "any number"} to ${control.most ?? "any number"}`));
+  // The helper judges it as it would when rendering, alone: what is wrong with another stands beside that one.
+  async #setControl(control, value) {
+    const given = control.type === "text" ? `"${value}"` : String(value);
+    if (value !== "") {
+      const told = await post("/api/desk/controls", { workflow: this.#workflow, control: { [control.name]: given } });
+      if (told.problem) throw new Error(problemOf(told));
     }
     return this.#edit((job) => {
       if (value === "") delete job.control[control.name];
-      else job.control[control.name] = control.type === "text" ? `"${value}"` : String(value);
+      else job.control[control.name] = given;
     });
   }
 
   async #drawScene() {
+    this.#timed = timesOf(this.#job);
     const { info } = await post("/api/desk/scene", { job: this.#job });
     this.#info = info;
-    at("steer-scene").replaceChildren(element("table", {}, element("tbody", {}, ...factsOf(info, this.#job.scene).map(([name, text]) =>
-      element("tr", {}, element("th", { scope: "row", textContent: name }), element("td", { textContent: text }))))));
-    const scrub = at("steer-scrub");
-    const clips = (info.clips || []).filter((clip) => clip.played);
-    if (scrub && clips.length) {
-      scrub.min = Math.min(...clips.map((clip) => clip.first_frame));
-      scrub.max = Math.max(...clips.map((clip) => clip.last_frame));
-      scrub.value = this.#job.frame;
-      scrub.hidden = false;
-    }
-    this.#drawCameras().catch((error) => this.#shown.tell(error.message));
-  }
-
-  async #drawCameras() {
-    const names = (this.#info.cameras || []).filter((camera) => !camera.of_host).map((camera) => camera.name);
-    const place = at("steer-cameras");
-    if (!names.length || !place) return;
-    const buttons = new Map(names.map((name) => {
-      const made = element("button", { type: "button", className: "camera", title: `${name} (Shift: beside the others)` }, element("span", { className: "picture" }), element("span", { textContent: name }));
-      made.dataset.camera = name;
-      made.setAttribute("aria-pressed", String(this.#cameras().includes(name)));
-      made.addEventListener("click", ({ shiftKey }) => this.#setCamera(name, shiftKey).catch((error) => this.#shown.tell(error.message)));
-      return [name, made];
-    }));
-    place.replaceChildren(...buttons.values());
-    const { cameras } = await post("/api/desk/cameras", { job: this.#job, names });
-    for (const { name, picture } of cameras) {
-      buttons.get(name)?.firstChild.replaceChildren(element("img", { src: pictureUrl(picture), alt: "" }));
-    }
+    at("timeline").rate = rateOf(info.fps);
+    drawFacts(info, this.#job);
+    drawCameras(info, this.#job, this.#cameras(), (name, beside) => this.#setCamera(name, beside).catch((error) => this.#shown.tell(error.message)))
+      .catch((error) => this.#shown.tell(error.message));
   }
 
   async #render(frames) {
@@ -268,40 +265,22 @@ export class Steer {
     const refused = [...this.#fields.values()].find((field) => field.refused);
     if (refused) {
       refused.focus();
-      this.#say("A value is refused; correct it first", "bad");
+      this.bar.say("A value is refused; correct it first", "bad");
       return;
     }
     this.#guide.drop();
     this.#shown.follow();
-    this.#setRender({ running: true }); // its end may be told before the answer comes
+    this.bar.set({ running: true }); // its end may be told before the answer comes
     try {
       await post("/api/desk/render", { job: this.#job, frames });
     } catch (error) {
-      this.#setRender((await get("/api/desk")).render);
+      this.bar.set((await get("/api/desk")).render);
       throw error;
     }
   }
 
-  #say(text, kind = "") {
-    at("steer-state").textContent = at("steer-state").title = text;
-    at("steer-state").className = kind;
-  }
-
-  #setRender({ running, start, sequence, end }) {
-    at("render-frame").disabled = at("render-sequence").disabled = running;
-    at("render-break").disabled = !running;
-    if (start) this.#total = start.count;
-    if (start) this.#missing = null;
-    if (running) {
-      const left = sequence?.seconds_left ? `, ${Math.ceil(sequence.seconds_left)} s left` : "";
-      this.#say(sequence ? `${sequence.done + sequence.kept} of ${sequence.count}${left}` : this.#total > 1 ? `0 of ${this.#total}` : "Rendering");
-    } else if (end) {
-      this.#say(...wordsOfEnd(end, this.#missing));
-    }
-  }
-
   #attend() {
-    const act = (id, action) => at(id).addEventListener("click", () => action().catch((error) => this.#say(error.message, "bad")));
+    const act = (id, action) => at(id).addEventListener("click", () => action().catch((error) => this.bar.say(error.message, "bad")));
     at("steer-panel").addEventListener("submit", (event) => event.preventDefault());
     act("render-frame", () => this.#render("current"));
     act("render-sequence", () => this.#render("all"));
@@ -317,13 +296,13 @@ export class Steer {
       try {
         await this.#load({ content: JSON.parse(await file.text()) });
       } catch (error) {
-        this.#say(`${file.name}: ${error.message}`, "bad");
+        this.bar.say(`${file.name}: ${error.message}`, "bad");
       }
     });
     document.addEventListener("keydown", (event) => {
       if (event.key !== "Enter" || !(event.ctrlKey || event.metaKey) || !this.#job || at("render-frame").disabled) return;
       event.preventDefault();
-      this.#render("current").catch((error) => this.#say(error.message, "bad"));
+      this.#render("current").catch((error) => this.bar.say(error.message, "bad"));
     });
     window.addEventListener("focus", () => { if (this.#job) this.#edit(() => {}).catch(() => {}); });
   }
@@ -331,19 +310,19 @@ export class Steer {
   async #save(as) {
     await this.#turn;
     const { file } = await post("/api/desk/save", { job: this.#job, as, file: at("steer-file").value });
-    this.#say(`Saved ${file}`);
+    this.bar.say(`Saved ${file}`);
   }
 
   async #load(what) {
-    this.#say("Loading");
+    this.bar.say("Loading");
     await this.#take((await post("/api/desk/load", { job: this.#job, ...what })).job);
-    this.#say("Loaded");
+    this.bar.say("Loaded");
   }
 
   async #copy() {
     await this.#turn;
     const { command } = await post("/api/desk/command", { job: this.#job, frames: "all" });
     await navigator.clipboard.writeText(command);
-    this.#say("Copied");
+    this.bar.say("Copied");
   }
 }

@@ -3,20 +3,27 @@ import { element, get, listen, pictureUrl, post } from "/api.js";
 import { MODES } from "/viewer.js";
 import "/timeline.js";
 import "/history.js";
+import { rateOf } from "/fields.js";
 import { Details } from "/details.js";
 import { Steer } from "/steer.js";
+import { Flight } from "/flight.js";
 import { LeftChooser } from "/passes.js";
-import { attendViews } from "/views.js";
+import { attendViews, showView } from "/views.js";
 
 const SEARCH_PAUSE = 150; // ms after the last letter
-const QUIET = 60_000; // ms without a word of a frame that is being rendered
 const at = (id) => document.getElementById(id);
 
 const parts = {
   viewer: at("viewer"), timeline: at("timeline"), history: at("history"), status: at("status"), running: at("running"),
   mode: at("mode"), sideBySide: at("side-by-side"), empty: at("empty"),
 };
-const state = { view: {}, frames: new Map(), following: true, shown: null };
+const state = { view: {}, frames: new Map(), following: true, shown: null, begun: false };
+const can = { // what a failure may advise
+  console: () => selectTab("console"),
+  checkServers: () => showView("doctor"),
+  showWorkflows: () => showView("workflows"),
+};
+const flight = new Flight(at("running"), can);
 const details = new Details(at("details"), tell);
 const steer = new Steer({
   tell,
@@ -24,30 +31,55 @@ const steer = new Steer({
   follow: () => Object.assign(state, { following: true, shown: null }),
 });
 const TABS = [...document.querySelectorAll("aside [role=tab]")].map((tab) => tab.id.slice("tab-".length));
-const leftChooser = new LeftChooser(at("left"), () => showFrame(state.frames.get(parts.timeline.current)), tell);
+const leftChooser = new LeftChooser(at("left"), showAgain, tell);
+details.left = putLeft;
+
+leftChooser.rated = (fps) => { if (!state.steered && fps) parts.timeline.rate = rateOf(fps); };
 
 function tell(text) {
-  parts.status.textContent = text;
+  parts.status.textContent = parts.status.title = text;
 }
 
-// Left the guide or what was chosen instead, right the result, or the preview while there is none.
+// Of the result, or what stands for it while there is none.
+function rightOf(frame) {
+  if (frame.picture) return { picture: frame.picture, name: `result ${frame.frame}` };
+  if (frame.preview) return { picture: frame.preview, name: `preview ${frame.frame}` };
+  const last = frame.state === "running" && state.view.last;
+  return last ? { picture: last, name: `before: ${last.name}` } : {};
+}
+
+// Left the guide or what was chosen instead, right the result.
 async function showFrame(frame) {
   if (!frame) return;
-  const right = frame.picture || frame.preview;
+  const { picture: right, name } = rightOf(frame);
   const shown = { frame: frame.frame, id: right?.id };
   state.shown = shown;
   const left = await leftChooser.leftOf(frame);
   if (state.shown !== shown) return;
-  parts.viewer.show(
-    left.picture && { url: pictureUrl(left.picture), name: left.name },
-    right && { url: pictureUrl(right), name: frame.picture ? `result ${frame.frame}` : `preview ${frame.frame}` });
   if (!at("panel-console").hidden) showConsole();
+  await parts.viewer.show(
+    left.picture && { url: pictureUrl(left.picture), name: left.name },
+    right && { url: pictureUrl(right), name });
+}
+
+// With what was chosen for the left.
+function showAgain() {
+  if (state.shown?.entry) showEntry(state.shown.entry);
+  else showFrame(state.frames.get(parts.timeline.current));
 }
 
 // The guide as it would be now, left of what was rendered last.
 function showGuide(card, name) {
+  if (!leftChooser.isGuide) return;
   state.shown = { ...state.shown, live: true };
   parts.viewer.show({ url: pictureUrl(card), name, sketch: true }, parts.viewer.right);
+}
+
+// Left of whatever is shown from now on.
+function putLeft(entry) {
+  if (!entry.picture) return;
+  leftChooser.fix(entry.picture, entry.name);
+  parts.viewer.show({ url: pictureUrl(entry.picture), name: entry.name }, parts.viewer.right);
 }
 
 // Against what is shown on the right now, so that two results can be compared.
@@ -56,10 +88,11 @@ async function showEntry(entry) {
   const own = state.frames.get(entry.frame);
   const guide = own?.picture?.id === entry.id ? own.guide : null;
   const former = state.shown?.entry;
-  const left = guide || (former && former.id !== entry.id ? former.picture : null);
+  const left = leftChooser.fixed?.picture || guide || (former && former.id !== entry.id ? former.picture : null);
   state.shown = { entry, frame: entry.frame, id: entry.id };
+  drawRunning();
   parts.viewer.show(
-    left && { url: pictureUrl(left), name: guide ? `guide ${entry.frame}` : left.name },
+    left && { url: pictureUrl(left), name: left === guide ? `guide ${entry.frame}` : left.name },
     entry.picture && { url: pictureUrl(entry.picture), name: entry.name });
   selectTab("details");
   await details.show(entry, state);
@@ -69,6 +102,7 @@ function showSideBySide() {
   const entries = [...parts.history.chosen].map((id) => parts.history.entryOf(id)).filter((entry) => entry?.picture);
   parts.sideBySide.hidden = entries.length < 2;
   parts.viewer.hidden = !parts.sideBySide.hidden;
+  drawRunning();
   const close = element("button", { type: "button", className: "close", textContent: "Close" });
   close.addEventListener("click", () => parts.history.clearChosen());
   parts.sideBySide.replaceChildren(...entries.map((entry) => element("figure", {},
@@ -82,7 +116,10 @@ async function showConsole() {
   const frame = state.frames.get(number);
   const told = frame?.error ? `${frame.error}\n\n` : "";
   const log = frame?.log ? (await get(`/api/log/${number}`)).text : "The helper has left no log of this frame.";
+  const place = at("panel-console");
+  const followed = place.scrollTop + place.clientHeight >= place.scrollHeight - 4;
   at("console").textContent = told + log;
+  if (followed) place.scrollTop = place.scrollHeight;
 }
 
 function selectTab(name) {
@@ -95,53 +132,45 @@ function selectTab(name) {
   if (name === "console") showConsole();
 }
 
-function runningLine(frame) {
-  const steps = frame.steps ? ` · ${frame.step ?? 0}/${frame.steps}` : "";
-  const left = frame.seconds_left ? ` · ${Math.ceil(frame.seconds_left)} s left` : "";
-  const ahead = frame.ahead ? ` · ${frame.ahead} ahead in the queue` : "";
-  const silent = Date.now() - frame.heard > QUIET ? ` · no word for ${Math.round((Date.now() - frame.heard) / 60_000)} min` : "";
-  const bar = element("progress", { max: 1 });
-  if (frame.progress !== undefined) bar.value = frame.progress;
-  if (silent) bar.value = frame.progress ?? 0;
-  bar.setAttribute("aria-label", `Frame ${frame.frame}`);
-  return element("p", {}, element("b", { textContent: `Frame ${frame.frame}` }), bar,
-    element("span", { textContent: `${frame.message || "starting"}${steps}${left}${ahead}${silent}` }));
-}
-
 function drawRunning() {
   const all = [...state.frames.values()];
-  const running = all.filter((frame) => frame.state === "running");
-  const shown = state.frames.get(parts.timeline.current);
-  const lines = running.slice(-6).map(runningLine);
-  if (shown?.state === "failed") {
-    lines.push(element("p", { className: "failure" }, element("b", { textContent: `Frame ${shown.frame} failed` }),
-      element("span", { textContent: shown.error })));
-  }
-  parts.running.replaceChildren(...lines);
+  const elsewhere = Boolean(state.shown?.entry) || !parts.sideBySide.hidden; // than on the timeline's frame
+  parts.timeline.classList.toggle("elsewhere", elsewhere);
+  flight.draw(all, elsewhere ? null : state.frames.get(parts.timeline.current));
   parts.empty.hidden = all.length > 0 || Boolean(state.view.last) || state.steered;
 }
 
 function setView(view) {
   state.view = view;
+  details.update(state);
   tell(view.status || "");
 }
 
 function setOwner(told) {
   at("shows-only").hidden = told.owner;
+  at("example").disabled = !told.owner;
+  steer.bar.setOwner(told.owner);
   const why = told.other_owner ? `Another studio (process ${told.other_owner}) has this write directory` : "The write directory can't be written";
   at("shows-only").textContent = `${why}: this one shows, and doesn't render`;
 }
 
 function setExample(told) {
-  at("example").disabled = told.state === "running";
+  at("example").disabled = told.state === "running" || !at("shows-only").hidden;
   if (told.state === "running") tell("The example is being rendered");
   if (told.state === "failed") tell(`The example failed: ${told.problem}`);
 }
 
+// Of several frames that are rendered at a time each is shown at its end, the only one at once.
+function isNews(frame, former) {
+  if (frame.state !== "running") return frame.state !== former?.state || frame.heard !== former.heard;
+  return [...state.frames.values()].every((one) => one.state !== "running" || one.frame === frame.frame);
+}
+
 function setFrame(frame) {
+  const former = state.frames.get(frame.frame);
   state.frames.set(frame.frame, frame);
   parts.timeline.update(frame);
-  if (state.following && parts.timeline.current !== frame.frame) {
+  if (state.following && parts.timeline.current !== frame.frame && isNews(frame, former)) {
     parts.timeline.choose(frame.frame);
   } else if (parts.timeline.current === frame.frame && !state.shown?.entry && !state.shown?.live) {
     showFrame(frame);
@@ -149,18 +178,33 @@ function setFrame(frame) {
   drawRunning();
 }
 
-async function loadAll() {
-  const told = await get("/api/state");
+// What is being rendered, or what the effect has shown last.
+async function showLast(frames) {
+  const { last } = state.view;
+  const latest = (some) => some.reduce((best, frame) => (!best || frame.heard > best.heard ? frame : best), null);
+  const chosen = latest(frames.filter((frame) => frame.state === "running")) ||
+    (last ? frames.find((frame) => frame.picture?.id === last.id) : latest(frames));
+  if (chosen) {
+    parts.timeline.choose(chosen.frame);
+    state.following = true;
+    await parts.timeline.shown();
+  } else if (last) {
+    await parts.viewer.show(null, { url: pictureUrl(last), name: last.name });
+  }
+}
+
+// All of it, at the beginning and after events may have been missed.
+async function takeState(told) {
   state.frames = new Map(told.frames.map((frame) => [frame.frame, frame]));
   setView(told.view);
   setOwner(told);
   at("write-directory").textContent = told.write_directory;
   parts.timeline.replaceAll(told.frames);
-  const latest = told.frames.reduce((best, frame) => (!best || frame.heard > best.heard ? frame : best), null);
-  if (latest && parts.timeline.current === null) parts.timeline.choose(latest.frame);
-  else if (!latest && told.view.last) parts.viewer.show(null, { url: pictureUrl(told.view.last), name: told.view.last.name });
   drawRunning();
-  await parts.history.reload();
+  if (parts.timeline.current === null) await showLast(told.frames);
+  else showFrame(state.shown?.entry || state.shown?.live ? null : state.frames.get(parts.timeline.current));
+  await Promise.all([parts.history.reload(), state.begun && steer.again()]);
+  state.begun = true;
 }
 
 function setMode(mode) {
@@ -193,6 +237,7 @@ const KEYS = {
   " ": () => parts.timeline.toggle(),
   m: () => setMode(MODES[(MODES.indexOf(parts.viewer.mode) + 1) % MODES.length]),
   "/": () => { selectTab("history"); at("words").focus(); },
+  c: () => selectTab("console"),
   "?": () => at("help").showModal(),
   ArrowLeft: () => parts.timeline.step(-1),
   ArrowRight: () => parts.timeline.step(1),
@@ -219,10 +264,11 @@ function attend() {
   for (const one of TABS) {
     at(`tab-${one}`).addEventListener("click", () => selectTab(one));
     at(`tab-${one}`).addEventListener("keydown", (event) => {
-      const other = { ArrowLeft: "previousElementSibling", ArrowRight: "nextElementSibling" }[event.key];
-      const tab = other && event.target[other];
-      if (!tab) return;
+      const by = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
+      if (!by) return;
       event.stopPropagation();
+      const offered = TABS.map((name) => at(`tab-${name}`)).filter((each) => !each.hidden);
+      const tab = offered.at((offered.indexOf(event.target) + by) % offered.length);
       tab.click();
       tab.focus();
     });
@@ -230,12 +276,14 @@ function attend() {
   parts.timeline.addEventListener("choose", ({ detail }) => {
     state.shown = null;
     state.following = detail.frame === parts.timeline.numbers.at(-1) || detail.state === "running";
-    showFrame(detail);
+    const shown = showFrame(detail);
+    parts.timeline.shown = () => shown;
     drawRunning();
   });
   parts.history.addEventListener("answer", ({ detail }) => onAnswer(detail));
   parts.history.addEventListener("trouble", ({ detail }) => tell(detail));
   parts.history.addEventListener("show", ({ detail }) => showEntry(detail));
+  parts.history.addEventListener("left", ({ detail }) => putLeft(detail));
   parts.history.addEventListener("side-by-side", showSideBySide);
   parts.history.addEventListener("star", ({ detail }) => {
     post("/api/mark", { picture: detail.id, star: !detail.star })
@@ -262,6 +310,8 @@ async function beginToSteer() {
   state.steered = await steer.begin();
   if (!state.steered) return;
   details.use = (entry) => steer.use(entry.id);
+  can.chooseWorkflow = () => steer.chooseWorkflow();
+  can.renderAgain = ({ frame }) => steer.renderFrame(frame);
   drawRunning();
 }
 
@@ -270,8 +320,8 @@ setMode("split");
 beginToSteer().catch((error) => tell(error.message));
 let reload = 0;
 listen({
-  open: () => Promise.all([loadAll(), steer.again()]).catch((error) => tell(error.message)),
-  closed: () => tell("The program doesn't answer; waiting for it"),
+  state: (told) => takeState(told).catch((error) => tell(error.message)),
+  closed: (gone) => tell(gone ? "The program is another one now: open the address that it has printed" : "The program doesn't answer; waiting for it"),
   view: setView,
   frame: setFrame,
   owner: setOwner,
@@ -280,7 +330,11 @@ listen({
     clearTimeout(reload);
     reload = setTimeout(() => parts.history.reload(), 200);
   },
-  render: (told) => steer.event(told),
-  lost: () => Promise.all([loadAll(), steer.again()]).catch((error) => tell(error.message)),
-  end: () => tell("The program has ended"),
+  render: (told) => steer.bar.event(told),
+  lost: () => get("/api/state").then(takeState).catch((error) => tell(error.message)),
+  end: () => {
+    tell(steer.bar.running ? "The program has ended and stopped its render" : "The program has ended");
+    steer.bar.set({ running: false });
+    steer.bar.setOwner(false);
+  },
 });

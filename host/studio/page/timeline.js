@@ -1,7 +1,8 @@
-// The frames that exist, in a row; one of them is shown.
+// The frames that exist, in a row with the gaps between them; one of them is shown.
 import { element } from "/api.js";
+import { gapsIn } from "/gaps.js";
 
-const WORDS = { done: "done", failed: "failed", running: "running" };
+const WORDS = { fresh: "rendered just now", kept: "kept from before", failed: "failed", running: "being rendered" };
 const DEFAULT_RATE = 24; // frames per second
 
 class FrameTimeline extends HTMLElement {
@@ -10,8 +11,11 @@ class FrameTimeline extends HTMLElement {
   #current = null;
   #playing = 0;
   #row = element("div", { className: "frames" });
+  #wanted = []; // numbers of those that are to be rendered, where that is known
+  #since = Date.now(); // ms since 1970; what was rendered later is fresh
   #play = element("button", { type: "button", className: "play", textContent: "▶", title: "Play (Space)" });
-  rate = DEFAULT_RATE;
+  #rate = DEFAULT_RATE;
+  shown = () => Promise.resolve(); // when the frame that was chosen last is on the screen
 
   connectedCallback() {
     this.#play.setAttribute("aria-label", "Play the frames");
@@ -21,7 +25,7 @@ class FrameTimeline extends HTMLElement {
     this.#play.addEventListener("click", () => this.toggle());
     this.#row.addEventListener("click", (event) => {
       const button = event.target.closest("button");
-      if (button) this.choose(Number(button.dataset.frame));
+      if (button) this.choose(Number(button.dataset.frame), true);
     });
     this.#row.addEventListener("keydown", (event) => {
       const by = { ArrowLeft: -1, ArrowRight: 1, Home: -Infinity, End: Infinity }[event.key];
@@ -50,9 +54,23 @@ class FrameTimeline extends HTMLElement {
     else this.#draw();
   }
 
-  frame(number) {
-    return this.#frames.get(number);
+  set wanted(numbers) {
+    if (numbers.join() === this.#wanted.join()) return;
+    this.#wanted = numbers;
+    this.#draw();
   }
+  // Frames per second, where they are known.
+  set rate(rate) {
+    this.#rate = rate ?? DEFAULT_RATE;
+  }
+  get rate() {
+    return this.#rate;
+  }
+  set since(time) {
+    this.#since = time;
+    for (const frame of this.#frames.values()) this.#mark(frame);
+  }
+
   get current() {
     return this.#current;
   }
@@ -60,8 +78,9 @@ class FrameTimeline extends HTMLElement {
     return [...this.#frames.keys()].sort((a, b) => a - b);
   }
 
-  choose(number) {
-    if (number === this.#current || !this.#frames.has(number)) return;
+  // `again`: also when it is the chosen one, which may no longer be what is shown.
+  choose(number, again = false) {
+    if ((number === this.#current && !again) || !this.#frames.has(number)) return;
     this.#buttons.get(this.#current)?.setAttribute("aria-selected", "false");
     this.#current = number;
     const button = this.#buttons.get(number);
@@ -89,23 +108,29 @@ class FrameTimeline extends HTMLElement {
     this.#play.setAttribute("aria-label", this.#playing ? "Stop playing" : "Play the frames");
   }
 
-  #run(last) {
+  // At its rate: frames that can't be shown in time are passed over, and none is chosen while another is being loaded.
+  #run(last, ready = { now: true }) {
     this.#playing = requestAnimationFrame((now) => {
-      const due = now - last >= 1000 / this.rate;
+      const due = ready.now ? Math.floor((now - last) * (this.rate / 1000)) : 0;
       if (due) {
         const numbers = this.numbers.filter((number) => this.#frames.get(number).picture || this.#frames.get(number).guide);
         const at = numbers.indexOf(this.#current);
-        this.choose(numbers[(at + 1) % numbers.length]);
+        this.choose(numbers[(at + due) % numbers.length]);
+        ready.now = false;
+        this.shown().finally(() => { ready.now = true; });
       }
-      if (this.#playing) this.#run(due ? now : last);
+      if (this.#playing) this.#run(last + due * (1000 / this.rate), ready);
     });
   }
 
   #draw() {
+    const focused = this.#row.contains(document.activeElement);
     this.#buttons = new Map(this.numbers.map((number) => [number, this.#button(number)]));
-    this.#row.replaceChildren(...this.#buttons.values());
+    const gaps = gapsIn(this.numbers, this.#wanted).map((gap) => [gap[0], gapMark(gap)]);
+    this.#row.replaceChildren(...[...this.#buttons, ...gaps].sort(([one], [other]) => one - other).map(([, place]) => place));
     for (const frame of this.#frames.values()) this.#mark(frame);
     this.#play.disabled = this.#frames.size < 2;
+    if (focused) this.#buttons.get(this.#current)?.focus();
   }
 
   #button(number) {
@@ -120,10 +145,21 @@ class FrameTimeline extends HTMLElement {
   #mark(frame) {
     const button = this.#buttons.get(frame.frame);
     if (!button) return;
-    button.className = frame.state;
-    button.title = `Frame ${frame.frame}: ${frame.error || WORDS[frame.state] || frame.state}`;
+    const state = frame.state !== "done" ? frame.state : frame.heard >= this.#since ? "fresh" : "kept";
+    button.className = frame.state === state ? state : `${frame.state} ${state}`;
+    button.title = `Frame ${frame.frame}: ${frame.error || WORDS[state] || state}`;
     button.style.setProperty("--progress", String(frame.progress ?? 0));
   }
+}
+
+// Of several frames in a row there is one mark.
+function gapMark(gap) {
+  const ends = gap.length > 1 ? `${gap[0]}–${gap.at(-1)}` : String(gap[0]);
+  const mark = element("span", { className: "missing", textContent: ends, title: `Missing: ${ends}` });
+  mark.setAttribute("role", "option");
+  mark.setAttribute("aria-disabled", "true");
+  mark.setAttribute("aria-label", `Missing: ${ends}`);
+  return mark;
 }
 
 customElements.define("frame-timeline", FrameTimeline);

@@ -4,6 +4,7 @@ import { element } from "/api.js";
 const LEAST_ZOOM = 0.02;
 const LARGEST_ZOOM = 64;
 const BLINK = 700; // ms
+const REST = 200; // ms after the last move
 export const MODES = ["split", "left", "right", "difference", "blink"];
 
 class PictureViewer extends HTMLElement {
@@ -20,6 +21,7 @@ class PictureViewer extends HTMLElement {
   #fitted = true;
   #mode = "split";
   #blinking = 0;
+  #resting = 0;
   #pointers = new Map();
   #generation = 0;
   right = null; // what was shown there last, as show() takes it
@@ -99,6 +101,14 @@ class PictureViewer extends HTMLElement {
     this.#pan.y = at.y - (at.y - this.#pan.y) * (next / this.#zoom);
     this.#zoom = next;
     this.#fitted = false;
+    this.#move();
+  }
+
+  // Moved pictures are layers of their own, which is quick; at rest they are scaled again with care.
+  #move() {
+    clearTimeout(this.#resting);
+    this.classList.add("moving");
+    this.#resting = setTimeout(() => this.classList.remove("moving"), REST);
     this.#place();
   }
 
@@ -113,7 +123,7 @@ class PictureViewer extends HTMLElement {
     this.#pan.x += x;
     this.#pan.y += y;
     this.#fitted = false;
-    this.#place();
+    this.#move();
   }
 
   #place() {

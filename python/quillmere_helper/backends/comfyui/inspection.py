@@ -10,7 +10,7 @@ from ...workflows import Workflow, is_api_graph
 from . import shape
 from .classes import Classes
 from .client import Comfy
-from .control import controls_of
+from .control import controls_of, set_controls
 from .graph import Graph
 from .lacking import missing_files, not_there
 from .markers import title_of
@@ -68,17 +68,22 @@ def _told(problems: Sequence[HelperError]) -> dict[str, str]:
 
 def controls(workflow: Workflow) -> list[dict[str, Any]]:
     """What can be set in the graph of a workflow. Without its server only what the graph itself tells, with a note; a
-    graph in the editor's format then tells nothing. Raises HelperError."""
+    graph in the editor's format then tells nothing. Raises HelperError, also for values of a wrapper that it doesn't
+    take."""
     source = read_source(workflow)
     try:
         classes = Classes(Comfy(source.site).class_info)
-        return [control.told() for control in controls_of(source.graph_as_saved(classes), classes, source.where)]
+        return _controls(source, classes, workflow)
     except UnreachableServer as error:
         if not is_api_graph(source.content):
             raise
         classes, note = Classes(lambda name: {}), f"without limits and choices: {error}"
-        graph = source.graph_as_saved(classes)
-        return [{**control.told(), "note": note} for control in controls_of(graph, classes, source.where)]
+        return [{**told, "note": note} for told in _controls(source, classes, workflow)]
+
+
+def _controls(source: Source, classes: Classes, workflow: Workflow) -> list[dict[str, Any]]:
+    set_controls(source.graph_as_saved(classes), classes, workflow.controls, source.where)
+    return [control.told() for control in controls_of(source.graph_as_saved(classes), classes, source.where)]
 
 
 def _try(source: Source, classes: Classes, facts: dict[str, Any]) -> None:
