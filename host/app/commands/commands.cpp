@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "help_text.h"
 #include "report/output.h"
@@ -28,7 +29,8 @@ constexpr std::array kCommands{
     Command{"sheet", "Put finished frames on one sheet, with their guides and numbers", addSheet},
     Command{"movie", "Make a film of finished frames, with the ffmpeg of the machine", addMovie},
     Command{"doctor", "Check what a render needs, and say what to do about what is missing", addDoctor},
-    Command{"completion", "Print a script that completes this command in a shell", addCompletion},
+    Command{"completion", "Print a script that completes this command in a shell", addCompletion,
+            Command::TellsOf::AllCommands},
     Command{"help", "Tell about a command, or print the manual page", addHelp},
 };
 
@@ -121,7 +123,7 @@ ExitStatus runChosen(const std::vector<std::pair<CLI::App*, Action>>& actions) {
 }
 
 ExitStatus parseAndRun(int argc, const char* const* argv, std::span<const Command> further) {
-  CommandTree tree(further);
+  CommandTree tree(further, argc > 1 ? argv[1] : "");
   refuseUnknownCommand(tree.root(), argc, argv);
   try {
     tree.root().parse(argumentsFor(tree.root(), argc, argv));
@@ -137,7 +139,7 @@ ExitStatus parseAndRun(int argc, const char* const* argv, std::span<const Comman
 
 }  // namespace
 
-CommandTree::CommandTree(std::span<const Command> further)
+CommandTree::CommandTree(std::span<const Command> further, std::string_view called)
     : root_("Renders 3D scenes as generated pictures: a stand-alone host for the Quillmere Renderer effect.",
             "quillmere") {
   root_.set_version_flag("--version", "quillmere " QUILLMERE_VERSION, "Print the version and exit");
@@ -149,11 +151,13 @@ CommandTree::CommandTree(std::span<const Command> further)
       "  quillmere doctor\n"
       "\nExit status: 0 done, 1 failed, 2 wrong use, 130 stopped by the user.");
   root_.formatter(std::make_shared<HelpFormatter>());  // the sub-commands' too
-  for (const std::span<const Command> commands : {std::span<const Command>(kCommands), further}) {
-    for (const Command& command : commands) {
-      CLI::App* added = root_.add_subcommand(command.name, command.summary);
-      actions_.emplace_back(added, command.add(*added));
-    }
+  std::vector<Command> commands(kCommands.begin(), kCommands.end());
+  commands.insert(commands.end(), further.begin(), further.end());
+  const auto alone = std::ranges::find_if(
+      commands, [&](const Command& one) { return one.name == called && one.tellsOf == Command::TellsOf::Itself; });
+  for (auto command = commands.begin(); command != commands.end(); ++command) {
+    CLI::App* added = root_.add_subcommand(command->name, command->summary);
+    if (alone == commands.end() || alone == command) actions_.emplace_back(added, command->add(*added));
   }
 }
 

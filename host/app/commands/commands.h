@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <span>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,8 +16,11 @@ using Action = std::function<ExitStatus()>;
 
 // A sub-command. `add` gives it its options and returns what to do when it was chosen, which owns their values.
 struct Command {
+  enum class TellsOf { Itself, AllCommands };  // whose options it looks at
+
   const char *name, *summary;
   Action (*add)(CLI::App& command);
+  TellsOf tellsOf = TellsOf::Itself;
 };
 
 // The whole command with `further` sub-commands, which rooms above this one have: parses, and runs the one that was
@@ -40,7 +44,9 @@ Action addHelp(CLI::App& command);
 // The parser of the whole command line.
 class CommandTree {
  public:
-  explicit CommandTree(std::span<const Command> further = {});
+  // Where `called` is a sub-command's name, only that one gets its options, as the first argument tells which they will
+  // be asked of: all of them take a millisecond.
+  explicit CommandTree(std::span<const Command> further = {}, std::string_view called = {});
 
   CLI::App& root() { return root_; }
   const std::vector<std::pair<CLI::App*, Action>>& actions() const { return actions_; }
