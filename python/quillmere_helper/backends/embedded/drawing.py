@@ -48,7 +48,11 @@ def draw(
     yield "Looking at the guide", 0.1
     grey, planes = guide.convert("L"), guide.convert("YCbCr").split()
     edges = None if scene.objects is None else scenery.borders(scene.objects)
-    painted = guide if edges is None else scenery.calm(guide, scene, _stops(scene, edges))
+    painted, parted = guide, None
+    if edges is not None and scene.objects is not None:
+        flat = scenery.without_texture(guide, scene.objects)
+        painted = scenery.calm(guide, flat, _stops(scene, edges))
+        parted = scenery.parting(flat, scene) if scene.tone is not None else None
     if scene.near is not None:
         painted = scenery.air(painted, scene, mood)
     calm = _untextured(grey, unit) if painted is guide else scenery.grained(painted.convert("L"), noise)
@@ -73,7 +77,7 @@ def draw(
         colour = painting.in_colours_of(colour, look, options["style"])
     page = ImageChops.multiply(colour, paper.sheet(SHEET))
     yield "Drawing lines", 0.75
-    covered = _ink(planes, tones, paper, noise, unit, options, scene, edges)
+    covered = _ink(planes, tones, paper, noise, unit, options, scene, edges, parted)
     yield "Finishing the picture", 0.9
     return png_of(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
 
@@ -105,11 +109,12 @@ def _ink(
     options: Options,
     scene: Scene,
     edges: Optional[Image.Image],
+    parted: Optional[Image.Image],
 ) -> Image.Image:
     """How much ink covers each pixel; even the heaviest line lets a little of the page through."""
     inked = Image.new("L", tones.size, 0)
     if options["line"] > 0 and scene.lines is not None:
-        inked = _dry(scenery.ink(scene, edges, noise, unit, options["line"]), paper.relief)
+        inked = _dry(scenery.ink(scene, edges, parted, noise, unit, options["line"]), paper.relief)
     elif options["line"] > 0:
         inked = _lines(planes, paper.relief, noise, unit, options["line"])
     if options["hatching"] > 0:
