@@ -7,7 +7,7 @@ from typing import Any, Mapping, NamedTuple, Optional
 from PIL import Image, ImageChops, ImageFilter, ImageStat
 
 from ...passes import Passes
-from .images import Noise, curve, picture_of, ramp, without
+from .images import Clouds, curve, picture_of, ramp, without
 from .prompt import Mood
 
 ALIKE = 40  # of 255: how far colours of one object may be apart to run into one wash
@@ -108,9 +108,9 @@ def parting(flat: Image.Image, scene: Scene) -> Image.Image:
     return parted.resize(scene.objects.size, Image.BILINEAR)
 
 
-def grained(light: Image.Image, noise: Noise) -> Image.Image:
+def grained(light: Image.Image, grains: Image.Image) -> Image.Image:
     """`light`, uneven by a few steps: washes have borders where one that is even goes from one step to the next."""
-    uneven = noise.grains().point([round(128 + GRAIN * (value / 127.5 - 1)) for value in range(256)])
+    uneven = grains.point([round(128 + GRAIN * (value / 127.5 - 1)) for value in range(256)])
     return ImageChops.add(light, uneven, 1, -128)
 
 
@@ -124,7 +124,7 @@ def ink(
     scene: Scene,
     edges: Optional[Image.Image],
     parted: Optional[Image.Image],
-    noise: Noise,
+    pressure: Clouds,
     unit: float,
     strength: float,
 ) -> Image.Image:
@@ -143,8 +143,7 @@ def ink(
         if parted is not None:
             seen = ImageChops.lighter(parted, bordering.point(OPPOSITE))
             drawn = ImageChops.multiply(drawn, seen.point(_from(SEAM)))
-    pressure = noise.clouds(60 * unit, curve(lambda value: 0.55 + 0.75 * value))
-    return ImageChops.multiply(drawn, pressure)
+    return ImageChops.multiply(drawn, pressure.shaped(curve(lambda value: 0.55 + 0.75 * value)))
 
 
 def air(calm: Image.Image, scene: Scene, mood: Mood) -> Image.Image:
