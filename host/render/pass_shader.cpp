@@ -177,7 +177,8 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   const auto sumOf = [&](int ray) -> Sum& { return sums[layer.block.summedAt(ray)]; };
   if (quick_ != nullptr) quick_->light(layer, [&](int ray) -> QuickShader::Sum& { return sumOf(ray).quick; });
   const Depths depths = depthsOf(layer);
-  if (lines_ != nullptr && isWhole(layer)) {
+  const bool forLines = lines_ != nullptr && !isWhole(layer);
+  if (lines_ != nullptr && !forLines) {
     putWhole(layer, depths, sums);
     if (linesAlone_) return layer.met;
   }
@@ -189,10 +190,10 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   for (RaySet open = looksAtSurfaces_ ? seen : 0; open != 0;) {
     const int ray = std::countr_zero(open);
     const RaySet beside = open & layer.block.raysBeside(ray);
-    addSeen(layer, beside, depths, seenOf(ray));
+    addSeen(layer, beside, depths, forLines, seenOf(ray));
     open &= ~beside;
   }
-  forEachRay(layer.points, [&](int at) { addPoint(layer, at, seenOf(at)); });
+  forEachRay(layer.points, [&](int at) { addPoint(layer, at, forLines, seenOf(at)); });
   return toTheEnd_ ? 0 : seen;
 }
 
@@ -242,12 +243,13 @@ typename PassShader<kMattes>::Depths PassShader<kMattes>::depthsOf(const Layer& 
 }
 
 template <Mattes kMattes>
-void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const {
+void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, bool forLines,
+                                  Seen& seen) const {
   const auto samples = countOf(rays);
   seen.samples += samples;
   if (tone_) seen.tone += sumOf(depths.tones, rays);
-  if (lines_ != nullptr) seen.evenDepth += sumOf(depths.even, rays);
-  if (normal_ || lines_ != nullptr) {
+  if (forLines) seen.evenDepth += sumOf(depths.even, rays);
+  if (normal_ || forLines) {
     glm::vec3 normal(0.0F);
     if (layer.points == kOnePerPixel) {
       normal = samples * layer.surface.normal[layer.pointOf[std::countr_zero(rays)]];
@@ -275,13 +277,13 @@ void PassShader<kMattes>::addNearest(const Layer& layer, RaySet rays, Seen& seen
 
 // What all rays that share the point see alike.
 template <Mattes kMattes>
-void PassShader<kMattes>::addPoint(const Layer& layer, int at, Seen& seen) const {
+void PassShader<kMattes>::addPoint(const Layer& layer, int at, bool forLines, Seen& seen) const {
   const float weight = layer.weightAt[at];
   seen.alpha += weight;
   if (albedo_) seen.albedo += weight * layer.surface.color[at];
   if constexpr (kMattes == Mattes::Yes) {
     const auto& [object, material] = ids_[layer.surface.instance[at]];
-    if (!objects_.empty() || lines_ != nullptr) seen.mattes.objects.add(object, weight);
+    if (!objects_.empty() || forLines) seen.mattes.objects.add(object, weight);
     if (!materials_.empty()) seen.mattes.materials.add(material, weight);
   }
 }

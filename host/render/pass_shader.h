@@ -143,9 +143,10 @@ class PassShader {
   };
   Depths depthsOf(const Layer& layer) const;
   RaySet seenIn(const Layer& layer) const;
-  void addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const;
+  // `forLines`: whether what lines are found in is looked at here, too.
+  void addSeen(const Layer& layer, RaySet rays, const Depths& depths, bool forLines, Seen& seen) const;
   void addNearest(const Layer& layer, RaySet rays, Seen& seen) const;
-  void addPoint(const Layer& layer, int at, Seen& seen) const;
+  void addPoint(const Layer& layer, int at, bool forLines, Seen& seen) const;
   void putWhole(const Layer& layer, const Depths& depths, PerRay<Sum>& sums) const;
   void putLine(const Sum& sum, float samples, int x, int y) const;
   void storeNothing(std::ptrdiff_t pixel) const;

@@ -2,6 +2,7 @@
 
 import io
 import subprocess
+import sys
 import unittest
 from pathlib import Path
 
@@ -67,6 +68,19 @@ class Drawing(unittest.TestCase):
         first, again, other = drawn(guide, seed=5), drawn(guide, seed=5), drawn(guide, seed=6)
         self.assertEqual(first.tobytes(), again.tobytes())
         self.assertNotEqual(first.tobytes(), other.tobytes())
+
+    def test_what_is_done_beside_changes_no_picture_and_hides_no_failure(self):
+        from quillmere_helper.backends.embedded.images import Beside
+
+        guide, interval = a_guide((96, 64)), sys.getswitchinterval()
+        usual = drawn(guide).tobytes()
+        sys.setswitchinterval(1e-6)
+        self.addCleanup(sys.setswitchinterval, interval)
+        for _ in range(5):
+            self.assertEqual(drawn(guide).tobytes(), usual)
+        self.assertEqual(Beside(lambda: 7).result(), 7)
+        with self.assertRaisesRegex(ValueError, "no ink"):
+            Beside(lambda: ImageChops.offset(guide, int("no ink"))).result()
 
     def test_words_move_the_picture_their_way(self):
         guide = a_guide()

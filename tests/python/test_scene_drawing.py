@@ -78,6 +78,24 @@ class SceneDrawing(unittest.TestCase):
         self.assertGreater(mean(added, (99, 60, 103, 120))[0], 8)
         self.assertLess(mean(added, (112, 50, 168, 130))[0], 1)
 
+    def test_a_seam_that_nobody_sees_has_next_to_no_ink(self):
+        from quillmere_helper.backends.embedded.scene import Scene
+
+        right = (SIZE[0] // 2, 0, *SIZE)
+        alike, seam = Image.new("RGB", SIZE, SKY), Image.new("L", SIZE, 0)
+        seam.paste(255, (right[0] - 1, 0, right[0] + 1, SIZE[1]))
+        objects = Image.new("RGB", SIZE, (40, 90, 7))
+        objects.paste((200, 10, 99), right)
+        slope = Image.linear_gradient("L").resize(SIZE)
+        guides, tones = [alike, alike.copy()], [slope, slope.copy()]
+        guides[1].paste((150, 165, 140), right)
+        tones[1].paste(ImageChops.subtract(slope, Image.new("L", SIZE, 30)), (-right[0], 0))
+        inks = []
+        for guide, tone in ((guides[0], tones[0]), (guides[1], tones[0]), (guides[0], tones[1])):
+            scene = Scene(tone, seam, objects, Image.new("L", SIZE, 0), tone)
+            inks.append(mean(ink(guide, scene), (right[0] - 2, 60, right[0] + 2, 160))[0])
+        self.assertLess(4 * inks[0], min(inks[1:]), inks)
+
     def test_what_is_near_has_the_heavier_line(self):
         sides = (96, 60, 106, 120), (205, 75, 220, 125)
         for box, ball, heavy in ((255, 30, 0), (30, 255, 1)):

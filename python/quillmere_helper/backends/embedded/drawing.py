@@ -1,14 +1,14 @@
 """An ink-and-wash drawing of a guide image: the steps, and the lines along its edges."""
 
 import math
-from typing import Any, Generator, Mapping, Optional, Sequence
+from typing import Any, Generator, Mapping, NamedTuple, Optional, Sequence
 
 from PIL import Image, ImageChops, ImageDraw, ImageFilter, ImageOps
 
 from . import painting
 from . import scene as scenery
-from .images import COARSE_STEPS, TWICE, Noise, blurred, curve, enlarged, png_of, ramp, shrunk, softened, step_for
-from .images import without
+from .images import COARSE_STEPS, TWICE, Beside, Clouds, Noise, blurred, curve, enlarged, png_of, ramp, shrunk
+from .images import softened, step_for, without
 from .painting import Paper
 from .prompt import Mood
 from .scene import Scene
@@ -42,40 +42,85 @@ def draw(
     arguments give the same picture.
     """
     unit = max(0.5, math.sqrt(guide.width * guide.height / REFERENCE_AREA))
-    noise = Noise(seed, guide.size)
-    yield "Stretching the paper", 0.0
-    paper = Paper(noise, unit, options["paper"])
-    yield "Looking at the guide", 0.1
-    grey, planes = guide.convert("L"), guide.convert("YCbCr").split()
-    edges = None if scene.objects is None else scenery.borders(scene.objects)
-    painted = guide if edges is None else scenery.calm(guide, scene, _stops(scene, edges))
-    if scene.near is not None:
-        painted = scenery.air(painted, scene, mood)
-    calm = _untextured(grey, unit) if painted is guide else scenery.grained(painted.convert("L"), noise)
-    hues = planes[1:] if painted is guide else painted.convert("YCbCr").split()[1:]
-    tones = _spread(calm, mood.key)
-    if scene.objects is not None:
-        tones = scenery.painted(tones, scene.objects)
     strength = options["wash"] * (1 - 0.6 * mood.key)
     wetness = min(max(0.6 + mood.wetness, 0.1), 1.0)
     brush = painting.Brush(options["layers"], strength, wetness, options["granulation"])
-    washes = painting.Washes(tones, noise, unit, brush)
+    noise = Noise(seed, guide.size)
+    yield "Stretching the paper", 0.0
+    paper = Paper(noise, unit, options["paper"])
+    grains = noise.grains() if scene.objects is not None or scene.near is not None else None
+    # Drawn before anything is done beside, so that the noise keeps its order.
+    running, sparing, thinning = painting.running(noise, unit, brush), noise.clouds(40 * unit), noise.clouds(170 * unit)
+    pressure = noise.clouds(60 * unit) if options["line"] > 0 else None
+    yield "Looking at the guide", 0.1
+    grey, planes = guide.convert("L"), guide.convert("YCbCr").split()
+    subject = _subject(guide, scene, mood)
+    lines = Beside(lambda: _lined(subject, planes, paper.relief, pressure, unit, options["line"]))
+    calm = _untextured(grey, unit) if grains is None else scenery.grained(subject.painted.convert("L"), grains)
+    tones = _spread(calm, mood.key)
+    if scene.objects is not None:
+        tones = scenery.painted(tones, scene.objects)
+    strokes = Beside(lambda: _hatching(tones, noise, unit) if options["hatching"] > 0 else None)
+    rest = Beside(lambda: (painting.left_out(grey, sparing, unit), _hues(subject, planes, unit), paper.sheet(SHEET)))
+    washes = painting.Washes(tones, running, unit, brush)
     for layer in range(brush.layers):
         yield "Washing tones", 0.2 + 0.4 * layer / brush.layers
         washes.lay(layer)
     yield "Adding colour", 0.6
     light = washes.dried(paper.relief)
-    bare = painting.left_out(grey, noise, unit)
-    soft = [blurred(hue, 1.6 * unit, COARSE_STEPS) for hue in hues]
-    colour = painting.colour(ImageChops.lighter(light, bare), soft, options["saturation"] * mood.saturation)
-    colour = painting.graded(painting.thin(colour, bare, noise, unit), mood)
+    bare, hues, sheet = rest.result()
+    colour = painting.colour(ImageChops.lighter(light, bare), hues, options["saturation"] * mood.saturation)
+    colour = painting.graded(painting.thin(colour, bare, thinning), mood)
     if look is not None:
         colour = painting.in_colours_of(colour, look, options["style"])
-    page = ImageChops.multiply(colour, paper.sheet(SHEET))
+    page = ImageChops.multiply(colour, sheet)
     yield "Drawing lines", 0.75
-    covered = _ink(planes, tones, paper, noise, unit, options, scene, edges)
+    covered = _ink(guide.size, lines.result(), strokes.result(), options["hatching"])
     yield "Finishing the picture", 0.9
     return png_of(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
+
+
+class _Subject(NamedTuple):
+    """What is drawn: the guide as it is painted, and with what is known of the scene where its objects end."""
+
+    guide: Image.Image
+    scene: Scene
+    painted: Image.Image
+    edges: Optional[Image.Image] = None
+    parted: Optional[Image.Image] = None
+
+
+def _subject(guide: Image.Image, scene: Scene, mood: Mood) -> _Subject:
+    painted, edges, parted = guide, None, None
+    if scene.objects is not None:
+        edges = scenery.borders(scene.objects)
+        flat = scenery.without_texture(guide, scene.objects)
+        painted = scenery.calm(guide, flat, _stops(scene, edges))
+        parted = scenery.parting(flat, scene) if scene.tone is not None else None
+    if scene.near is not None:
+        painted = scenery.air(painted, scene, mood)
+    return _Subject(guide, scene, painted, edges, parted)
+
+
+def _hues(subject: _Subject, planes: Sequence[Image.Image], unit: float) -> "list[Image.Image]":
+    hues = planes[1:] if subject.painted is subject.guide else subject.painted.convert("YCbCr").split()[1:]
+    return [blurred(hue, 1.6 * unit, COARSE_STEPS) for hue in hues]
+
+
+def _lined(
+    subject: _Subject,
+    planes: Sequence[Image.Image],
+    relief: Image.Image,
+    pressure: Optional[Clouds],
+    unit: float,
+    strength: float,
+) -> Optional[Image.Image]:
+    """The lines alone; None where none are wanted."""
+    if pressure is None:
+        return None
+    if subject.scene.lines is None:
+        return _lines(planes, relief, pressure, unit, strength)
+    return _dry(scenery.ink(subject.scene, subject.edges, subject.parted, pressure, unit, strength), relief)
 
 
 def _stops(scene: Scene, edges: Image.Image) -> Image.Image:
@@ -97,32 +142,20 @@ def _spread(light: Image.Image, key: float) -> Image.Image:
 
 
 def _ink(
-    planes: Sequence[Image.Image],
-    tones: Image.Image,
-    paper: Paper,
-    noise: Noise,
-    unit: float,
-    options: Options,
-    scene: Scene,
-    edges: Optional[Image.Image],
+    size: "tuple[int, int]", lines: Optional[Image.Image], strokes: Optional[Image.Image], hatching: float
 ) -> Image.Image:
     """How much ink covers each pixel; even the heaviest line lets a little of the page through."""
-    inked = Image.new("L", tones.size, 0)
-    if options["line"] > 0 and scene.lines is not None:
-        inked = _dry(scenery.ink(scene, edges, noise, unit, options["line"]), paper.relief)
-    elif options["line"] > 0:
-        inked = _lines(planes, paper.relief, noise, unit, options["line"])
-    if options["hatching"] > 0:
-        strokes = _hatching(tones, noise, unit).point(curve(lambda value: 0.6 * options["hatching"] * value))
-        inked = ImageChops.lighter(inked, strokes)
+    inked = lines or Image.new("L", size, 0)
+    if strokes is not None:
+        inked = ImageChops.lighter(inked, strokes.point(curve(lambda value: 0.6 * hatching * value)))
     return inked.point(curve(lambda value: 0.88 * value))
 
 
 def _lines(
-    planes: Sequence[Image.Image], relief: Image.Image, noise: Noise, unit: float, strength: float
+    planes: Sequence[Image.Image], relief: Image.Image, patches: Clouds, unit: float, strength: float
 ) -> Image.Image:
     """How much ink lies on each pixel (255: solid). Noise varies the width of lines."""
-    pressure = noise.clouds(60 * unit, curve(lambda value: 0.4 + 0.6 * value))
+    pressure = patches.shaped(curve(lambda value: 0.4 + 0.6 * value))
     light, blue, red = planes
     widened = curve(lambda value: 0.5 + COLOUR_GAIN * (value - 0.5))
     channels = (light.point(BRIGHTENED), blue.point(widened), red.point(widened))
@@ -144,7 +177,7 @@ def _hatching(tones: Image.Image, noise: Noise, unit: float) -> Image.Image:
         pen.line((start, height, start + lean, 0), round(noise.between(150, 255)), max(1, round(1.1 * unit)))
         start += STROKE_GAP * unit * noise.between(0.75, 1.25)
     strokes = blurred(strokes, 0.55 * unit).point(curve(lambda value: 1.5 * value))
-    dark = ImageChops.multiply(tones.point(ramp(0.30, 0.16)), noise.clouds(30 * unit, ramp(0.25, 0.6)))
+    dark = ImageChops.multiply(tones.point(ramp(0.30, 0.16)), noise.clouds(30 * unit).shaped(ramp(0.25, 0.6)))
     return ImageChops.multiply(strokes, dark)
 
 

@@ -7,7 +7,7 @@ import struct
 import threading
 import zlib
 from functools import lru_cache
-from typing import Any, Callable, Sequence
+from typing import Any, Callable, NamedTuple, Sequence
 
 from PIL import Image, ImageChops, ImageFilter, PngImagePlugin, UnidentifiedImageError
 
@@ -42,25 +42,61 @@ class Noise:
         """Every pixel by itself, evenly spread over 0 to 255."""
         return self._drawn(*self._size)
 
-    def _coarse(self, cell: float, size: tuple[int, int]) -> Image.Image:
-        """Smooth over about `cell` pixels of the picture, in a picture of `size`."""
-        width, height = (max(2, round(side / max(cell, 1.0)) + 2) for side in self._size)
-        return self._drawn(width, height).resize(size, Image.BICUBIC)
+    def _coarse(self, cell: float) -> Image.Image:
+        """A pixel for about `cell` pixels of the picture."""
+        return self._drawn(*(max(2, round(side / max(cell, 1.0)) + 2) for side in self._size))
 
     def _drawn(self, width: int, height: int) -> Image.Image:
         content = self._random.getrandbits(8 * width * height).to_bytes(width * height, "little")
         return Image.frombytes("L", (width, height), content)
 
-    def clouds(self, cell: float, shape: "list[int]") -> Image.Image:
-        """Soft shapes about `cell` pixels across with finer ones in them, around 128; `shape` is a table for them."""
+    def clouds(self, cell: float) -> "Clouds":
+        """Soft shapes about `cell` pixels across with finer ones in them."""
         fine = cell / FINER
         step = 4 if fine >= 8 and min(self._size) >= 16 else 1
-        small = (-(-self._size[0] // step), -(-self._size[1] // step))
-        mixed = Image.blend(self._coarse(cell, small), self._coarse(fine, small), 0.35)
-        return enlarged(mixed, self._size, step).point(shape)
+        return Clouds(self._coarse(cell), self._coarse(fine), self._size, step)
 
     def between(self, least: float, most: float) -> float:
         return self._random.uniform(least, most)
+
+
+class Clouds(NamedTuple):
+    """Soft shapes that are drawn as noise already, but not yet as large as the picture: which takes a while, and can be
+    done in any order."""
+
+    coarse: Image.Image
+    fine: Image.Image
+    size: "tuple[int, int]"
+    step: int
+
+    def shaped(self, table: "list[int]") -> Image.Image:
+        """The picture of them, around 128 before they go through the table."""
+        small = (-(-self.size[0] // self.step), -(-self.size[1] // self.step))
+        mixed = Image.blend(self.coarse.resize(small, Image.BICUBIC), self.fine.resize(small, Image.BICUBIC), 0.35)
+        return enlarged(mixed, self.size, self.step).point(table)
+
+
+class Beside:
+    """Work on a thread of its own while this one goes on: Pillow lets others run in most of what takes long."""
+
+    def __init__(self, work: Callable[[], Any]) -> None:
+        self._done: "list[Any]" = []
+        self._failed: "list[BaseException]" = []
+        self._thread = threading.Thread(target=self._run, args=(work,), daemon=True)  # nobody waits for it at the end
+        self._thread.start()
+
+    def _run(self, work: Callable[[], Any]) -> None:
+        try:
+            self._done.append(work())
+        except BaseException as error:  # for the thread that asks for the result
+            self._failed.append(error)
+
+    def result(self) -> Any:
+        """Waits for it. Raises what the work has raised."""
+        self._thread.join()
+        if self._failed:
+            raise self._failed[0]
+        return self._done[0]
 
 
 def blurred(picture: Image.Image, radius: float, steps: "Steps" = STEPS) -> Image.Image:
@@ -139,18 +175,15 @@ def png_of(picture: Image.Image) -> bytes:
     stored, length = ImageChops.subtract_modulo(picture, above).tobytes(), 3 * picture.width
     rows = b"".join([b"\2" + stored[place : place + length] for place in range(0, len(stored), length)])
     middle = picture.height // 2 * (length + 1)
-    packed = [b"", b""]
 
-    def pack(half: int, part: bytes, end: int) -> None:
+    def pack(part: bytes, end: int) -> bytes:
         packer = zlib.compressobj(1, zlib.DEFLATED, -zlib.MAX_WBITS, 9, zlib.Z_HUFFMAN_ONLY)
-        packed[half] = packer.compress(part) + packer.flush(end)
+        return packer.compress(part) + packer.flush(end)
 
-    thread = threading.Thread(target=pack, args=(0, rows[:middle], zlib.Z_SYNC_FLUSH))
-    thread.start()
-    pack(1, rows[middle:], zlib.Z_FINISH)
-    thread.join()
+    first = Beside(lambda: pack(rows[:middle], zlib.Z_SYNC_FLUSH))
+    second = pack(rows[middle:], zlib.Z_FINISH)
     header = struct.pack(">IIBBBBB", *picture.size, 8, 2, 0, 0, 0)
-    whole = ZLIB_HEAD + packed[0] + packed[1] + zlib.adler32(rows).to_bytes(4, "big")
+    whole = ZLIB_HEAD + first.result() + second + zlib.adler32(rows).to_bytes(4, "big")
     return png.file_of((b"IHDR", header), (b"IDAT", whole))
 
 

@@ -4,7 +4,7 @@ from typing import NamedTuple, Sequence
 
 from PIL import Image, ImageChops, ImageFilter, ImageOps, ImageStat
 
-from .images import TWICE, Noise, blurred, curve, fade, ramp, without
+from .images import TWICE, Beside, Clouds, Noise, blurred, curve, fade, ramp, without
 from .prompt import Mood
 
 LIGHT_FROM = ImageFilter.Kernel((3, 3), (-2, -1, 0, -1, 0, 1, 0, 1, 2), 3, 128)  # a lamp at the upper left
@@ -20,9 +20,10 @@ class Paper:
     """One sheet of cold-pressed paper; `unit` is the length in pixels that is 1 in a picture 1024 wide."""
 
     def __init__(self, noise: Noise, unit: float, roughness: float) -> None:
-        grain = noise.grains().filter(ImageFilter.GaussianBlur(0.6 * unit))
-        tooth = noise.grains().filter(ImageFilter.GaussianBlur(1.7 * unit))
-        relief = Image.blend(ImageOps.autocontrast(grain, 0.5), ImageOps.autocontrast(tooth, 0.5), 0.5)
+        grains = noise.grains()
+        grain = Beside(lambda: _worn(grains, 0.6 * unit))
+        tooth = _worn(noise.grains(), 1.7 * unit)
+        relief = Image.blend(grain.result(), tooth, 0.5)
         self.relief = ImageOps.autocontrast(relief, 0.5)  # valleys 0, hills 255
         self._roughness = roughness
 
@@ -31,6 +32,10 @@ class Paper:
         shade, depth = self.relief.filter(LIGHT_FROM), 0.11 * self._roughness
         lit = [[round(full * (1 - depth * max(0.0, 0.62 - value / 255))) for value in range(256)] for full in colour]
         return Image.merge("RGB", [shade.point([max(value, 0) for value in table]) for table in lit])
+
+
+def _worn(grains: Image.Image, radius: float) -> Image.Image:
+    return ImageOps.autocontrast(grains.filter(ImageFilter.GaussianBlur(radius)), 0.5)
 
 
 class Brush(NamedTuple):
@@ -42,11 +47,18 @@ class Brush(NamedTuple):
     granulation: float
 
 
-class Washes:
-    """The washes of one picture, for `tones` spread over 0..255."""
+def running(noise: Noise, unit: float, brush: Brush) -> "list[tuple[Clouds, Clouds]]":
+    """How the water of each layer runs: what its borders swing by, and where it stands in pools."""
+    swing = (26 + 90 * brush.wetness) * unit
+    return [(noise.clouds(swing), noise.clouds(150 * unit)) for _ in range(brush.layers)]
 
-    def __init__(self, tones: Image.Image, noise: Noise, unit: float, brush: Brush) -> None:
-        self._tones, self._noise, self._unit, self._brush = tones, noise, unit, brush
+
+class Washes:
+    """The washes of one picture, for `tones` spread over 0..255; `water` says how each layer of them runs."""
+
+    def __init__(self, tones: Image.Image, water: "Sequence[tuple[Clouds, Clouds]]", unit: float, brush: Brush) -> None:
+        self._water = water
+        self._tones, self._unit, self._brush = tones, unit, brush
         amount = 0.10 + 0.05 * brush.wetness
         self._swing = curve(lambda value: 0.5 + 2 * amount * (value - 0.5))
         self._pool = curve(lambda value: 1 - 0.75 * brush.wetness + 0.75 * value)
@@ -62,10 +74,11 @@ class Washes:
         """
         brush = self._brush
         border = 1 - (layer + 0.7) / (brush.layers + 0.4)
-        swing = self._noise.clouds((26 + 90 * brush.wetness) * self._unit, self._swing)
+        swinging, pooling = self._water[layer]
+        swing = swinging.shaped(self._swing)
         wandering = ImageChops.add(self._tones, swing, 1, -128)
         covered = wandering.point(ramp(border + SOFTNESS, border - SOFTNESS))
-        pools = self._noise.clouds(150 * self._unit, self._pool)
+        pools = pooling.shaped(self._pool)
         self._light = ImageChops.multiply(self._light, ImageChops.multiply(covered, pools).point(fade(self._body)))
         rim = without(covered, blurred(covered, RIM_WIDTH * self._unit))
         self._light = ImageChops.multiply(self._light, rim.point(fade(2.2 * self._body)))
@@ -86,18 +99,18 @@ def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -
     return Image.merge("YCbCr", (light, blue.point(vivid), red.point(vivid))).convert("RGB")
 
 
-def thin(picture: Image.Image, bare: Image.Image, noise: Noise, unit: float) -> Image.Image:
+def thin(picture: Image.Image, bare: Image.Image, patches: Clouds) -> Image.Image:
     """Paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
-    water = noise.clouds(170 * unit, curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
+    water = patches.shaped(curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
     pale = ImageChops.lighter(water, bare).point(curve(lambda value: 0.6 * value))
     return Image.composite(Image.new("RGB", picture.size, WHITE), picture, pale)
 
 
-def left_out(light: Image.Image, noise: Noise, unit: float) -> Image.Image:
+def left_out(light: Image.Image, patches: Clouds, unit: float) -> Image.Image:
     """Slivers of bare paper on the light side of edges, here and there; `light`: the guide in grey."""
     narrow, wide = blurred(light, 0.9 * unit), blurred(light, 2.4 * unit)
     slivers = without(narrow, wide).point(TWICE).point(ramp(0.06, 0.2))
-    return ImageChops.multiply(slivers, noise.clouds(40 * unit, ramp(0.45, 0.6)))
+    return ImageChops.multiply(slivers, patches.shaped(ramp(0.45, 0.6)))
 
 
 def graded(picture: Image.Image, mood: Mood) -> Image.Image:

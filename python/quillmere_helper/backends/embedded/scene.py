@@ -7,18 +7,23 @@ from typing import Any, Mapping, NamedTuple, Optional
 from PIL import Image, ImageChops, ImageFilter, ImageStat
 
 from ...passes import Passes
-from .images import Noise, curve, picture_of, ramp
+from .images import Clouds, curve, picture_of, ramp, without
 from .prompt import Mood
 
 ALIKE = 40  # of 255: how far colours of one object may be apart to run into one wash
 STRIDES = (1, 3)  # pixels of the half picture between those that are mixed, one after the other
 NIB, FINE = 1.2, 0.5  # how far the widest and the finest line spread, in pixels at a width of 1024
 FAINTEST, CREASE = 0.5, 0.65  # ink of the farthest line, of the nearest; of a crease, of a border
+SEAM = 0.1  # ink of a border on one plane between two objects of about one colour
+COLOURS_PART = ramp(0.04, 0.11)  # of the guide's colours on both sides, light and shade included
+DEPTHS_PART = ramp(0.008, 0.024)  # of a leap, besides what the depth changes on both sides of it anyway
 GRAIN = 1.5  # of 255
 PAINTS = 0.1  # how far the paints of two objects may be apart, of 0..1
 AIR, FOG = 0.5, 0.9  # how much of the farthest object the air hides, on a usual day and at most
 AIR_SAMPLE = (64, 36)  # pixels that are enough for the colours of the air
 FARTHEST = 1  # of 255: a depth that counts as the backdrop, a dome with the sky on it above all
+STEPS = ((1, -1), (3, 1), (-1, -3))  # pixels of the half picture: across a place, and beside it on both sides
+OPPOSITE = [255 - value for value in range(256)]
 FOUR_WAYS = ((1, 0), (-1, 0), (0, 1), (0, -1))
 SKY = (206, 216, 226)  # where no background is seen
 
@@ -30,9 +35,10 @@ class Scene(NamedTuple):
     lines: Optional[Image.Image] = None  # L: 255 on a line
     objects: Optional[Image.Image] = None  # RGB: a colour for each object, black where nothing is
     backdrop: Optional[Image.Image] = None  # L: 255 where nothing is, or what is farthest; there with `near`
+    tone: Optional[Image.Image] = None  # L: the depth as it was given, mostly even along planes; there with `near`
 
     def resized(self, size: "tuple[int, int]") -> "Scene":
-        kinds = (Image.BILINEAR, Image.BILINEAR, Image.NEAREST, Image.NEAREST)
+        kinds = (Image.BILINEAR, Image.BILINEAR, Image.NEAREST, Image.NEAREST, Image.BILINEAR)
         return Scene(*(plane and plane.resize(size, kind) for plane, kind in zip(self, kinds)))
 
 
@@ -46,6 +52,7 @@ def read_scene(passes: Passes, size: "tuple[int, int]") -> Scene:
         picture_of(lines.content).getchannel(0) if lines else None,
         flat,
         grey.point([255] * (FARTHEST + 1) + [0] * (255 - FARTHEST)) if grey else None,
+        grey,
     )
 
 
@@ -71,19 +78,39 @@ def borders(objects: Image.Image) -> Image.Image:
     return ImageChops.lighter(ImageChops.lighter(across, down), other_sides)
 
 
-def calm(guide: Image.Image, scene: Scene, edges: Image.Image) -> Image.Image:
-    """The guide without what is within objects, texture above all, but untouched along the `edges`."""
-    assert scene.objects is not None
-    half = (max(1, guide.width // 2), max(1, guide.height // 2))
-    flat, objects = guide.resize(half, Image.BOX), scene.objects.resize(half, Image.NEAREST)
+def without_texture(guide: Image.Image, objects: Image.Image) -> Image.Image:
+    """A picture of half the sides that mixes what is within objects, texture above all."""
+    half = _half_of(guide)
+    flat, small = guide.resize(half, Image.BOX), objects.resize(half, Image.NEAREST)
     for stride in STRIDES:
-        flat = _mixed(flat, objects, stride)
+        flat = _mixed(flat, small, stride)
+    return flat
+
+
+def calm(guide: Image.Image, flat: Image.Image, edges: Image.Image) -> Image.Image:
+    """The guide without texture, but untouched along the `edges`; `flat`: see `without_texture`."""
     return Image.composite(guide, flat.resize(guide.size, Image.BICUBIC), edges.filter(ImageFilter.BoxBlur(1)))
 
 
-def grained(light: Image.Image, noise: Noise) -> Image.Image:
+def parting(flat: Image.Image, scene: Scene) -> Image.Image:
+    """255 around where colours or depths part, objects from the backdrop too: in other places a border between objects
+    is a seam that nobody sees. `flat`: see `without_texture`."""
+    assert scene.objects is not None and scene.tone is not None
+    tone, small = scene.tone.resize(flat.size, Image.BOX), scene.objects.resize(flat.size, Image.NEAREST)
+    parted = _unlike(small, Image.new("RGB", small.size), 0).point(OPPOSITE)
+    for x, y in ((1, 0), (0, 1)):
+        colours = _apart(_moved(flat, (x, y)), _moved(flat, (-x, -y)))
+        steps = [ImageChops.difference(_moved(tone, (a * x, a * y)), _moved(tone, (b * x, b * y))) for a, b in STEPS]
+        leap = without(without(steps[0], steps[1]), steps[2])
+        parted = ImageChops.lighter(parted, ImageChops.lighter(colours.point(COLOURS_PART), leap.point(DEPTHS_PART)))
+    for way in FOUR_WAYS:
+        parted = ImageChops.lighter(parted, _moved(parted, way))
+    return parted.resize(scene.objects.size, Image.BILINEAR)
+
+
+def grained(light: Image.Image, grains: Image.Image) -> Image.Image:
     """`light`, uneven by a few steps: washes have borders where one that is even goes from one step to the next."""
-    uneven = noise.grains().point([round(128 + GRAIN * (value / 127.5 - 1)) for value in range(256)])
+    uneven = grains.point([round(128 + GRAIN * (value / 127.5 - 1)) for value in range(256)])
     return ImageChops.add(light, uneven, 1, -128)
 
 
@@ -93,8 +120,16 @@ def painted(tones: Image.Image, objects: Image.Image) -> Image.Image:
     return ImageChops.add(tones, paint, 1, -128)
 
 
-def ink(scene: Scene, edges: Optional[Image.Image], noise: Noise, unit: float, strength: float) -> Image.Image:
-    """How much ink lies on each pixel (255: solid): heavy on what is near, light on what is far, less in creases."""
+def ink(
+    scene: Scene,
+    edges: Optional[Image.Image],
+    parted: Optional[Image.Image],
+    pressure: Clouds,
+    unit: float,
+    strength: float,
+) -> Image.Image:
+    """How much ink lies on each pixel (255: solid): heavy on what is near, light on what is far, less in creases,
+    next to nothing on borders of objects where nothing is `parted`."""
     assert scene.lines is not None
     spread = unit * math.sqrt(strength)
     bold, fine = _spread(scene.lines, NIB * spread), _spread(scene.lines, FINE * spread)
@@ -105,8 +140,10 @@ def ink(scene: Scene, edges: Optional[Image.Image], noise: Noise, unit: float, s
     if edges is not None:
         bordering = edges.filter(ImageFilter.BoxBlur(unit)).point(ramp(0.0, 0.3))
         drawn = ImageChops.multiply(drawn, bordering.point(_from(CREASE)))
-    pressure = noise.clouds(60 * unit, curve(lambda value: 0.55 + 0.75 * value))
-    return ImageChops.multiply(drawn, pressure)
+        if parted is not None:
+            seen = ImageChops.lighter(parted, bordering.point(OPPOSITE))
+            drawn = ImageChops.multiply(drawn, seen.point(_from(SEAM)))
+    return ImageChops.multiply(drawn, pressure.shaped(curve(lambda value: 0.55 + 0.75 * value)))
 
 
 def air(calm: Image.Image, scene: Scene, mood: Mood) -> Image.Image:
@@ -134,6 +171,10 @@ def _drop_down(picture: Image.Image, backdrop: Image.Image) -> None:
             colours[x, y] = colour
 
 
+def _half_of(picture: Image.Image) -> "tuple[int, int]":
+    return (max(1, picture.width // 2), max(1, picture.height // 2))
+
+
 def _from(least: float) -> "list[int]":
     """The table that lifts 0..1 to `least`..1."""
     return curve(lambda value: least + (1 - least) * value)
@@ -146,11 +187,15 @@ def _moved(picture: Image.Image, way: "tuple[int, int]") -> Image.Image:
     return moved
 
 
+def _apart(one: Image.Image, other: Image.Image) -> Image.Image:
+    """How far the two are apart, in the channel where that is furthest."""
+    red, green, blue = ImageChops.difference(one, other).split()
+    return ImageChops.lighter(ImageChops.lighter(red, green), blue)
+
+
 def _unlike(one: Image.Image, other: Image.Image, most: int) -> Image.Image:
     """255 where a channel of the two is further apart than `most`."""
-    red, green, blue = ImageChops.difference(one, other).split()
-    apart = ImageChops.lighter(ImageChops.lighter(red, green), blue)
-    return apart.point([0] * (most + 1) + [255] * (255 - most))
+    return _apart(one, other).point([0] * (most + 1) + [255] * (255 - most))
 
 
 def _mixed(picture: Image.Image, objects: Image.Image, stride: int) -> Image.Image:
@@ -175,8 +220,7 @@ def _spread(lines: Image.Image, radius: float) -> Image.Image:
 
 def _over_edges(near: Image.Image) -> Image.Image:
     """What is near reaches a little beyond itself: a line along its border is as near as it is."""
-    half = (max(1, near.width // 2), max(1, near.height // 2))
-    reaching = near.resize(half, Image.BOX)
+    reaching = near.resize(_half_of(near), Image.BOX)
     for way in 2 * FOUR_WAYS:  # two pixels each way, in a third of the time of MaxFilter
         reaching = ImageChops.lighter(reaching, _moved(reaching, way))
     return reaching.resize(near.size, Image.BILINEAR)
