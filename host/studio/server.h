@@ -8,8 +8,8 @@
 
 namespace quillmere::studio {
 
-// The page and its protocol, as docs/studio-protocol.md has it, on 127.0.0.1 and, where there is one, ::1. It answers on threads
-// of its own while it lives.
+// The page and its protocol, as docs/studio-protocol.md has it, on 127.0.0.1 and, where there is one, ::1. It answers
+// on threads of its own while it lives.
 class Server {
  public:
   // `port` 0 takes any that is free. `studio` must outlive the server. Throws Failure when it can't listen or there is

@@ -27,7 +27,7 @@ def until(holds: Callable[[], Any], seconds: float = 20) -> Any:
         try:
             if found := holds():
                 return found
-        except (NoSuchElementException, StaleElementReferenceException):
+        except (NoSuchElementException, StaleElementReferenceException, StopIteration):
             pass
         if time.monotonic() > end:
             raise AssertionError("it didn't come to hold")

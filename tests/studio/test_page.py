@@ -66,6 +66,13 @@ class PageCase(StudioCase):
     def all(self, selector: str) -> list:
         return self.browser.find_elements(By.CSS_SELECTOR, selector)
 
+    def click(self, selector: str, place: int = 0) -> None:
+        """One that may be drawn again meanwhile."""
+        until(lambda: self.all(selector)[place:] and (self.all(selector)[place].click(), True))
+
+    def click_text(self, selector: str, text: str) -> None:
+        until(lambda: (next(one for one in self.all(selector) if one.text == text).click(), True))
+
     def js(self, script: str, *arguments):
         return self.browser.execute_script("return " + script, *arguments)
 
@@ -148,7 +155,7 @@ class Look(PageCase):
         self.js("arguments[0].focus()", self.find("frame-timeline [aria-selected=true]"))
         self.press(Keys.END)
         until(lambda: "start the server" in self.find(".failure").text)
-        self.find(".failure button").click()
+        self.click(".failure button")
         until(lambda: self.find("#view-doctor").is_displayed())
 
     def test_all_modules_are_asked_for_at_once(self) -> None:
@@ -235,9 +242,9 @@ class Find(PageCase):
         self.press("3")
         until(lambda: "1 of 5" in self.find("#found").text)
         self.assertEqual(self.find("#words").get_attribute("value"), "frame:3")
-        self.find("history-list .entry").click()
+        self.click("history-list .entry")
         until(lambda: "prompt 3" in self.find("#details").text)
-        next(one for one in self.all("#details button") if one.text == "Lock as style").click()
+        self.click_text("#details button", "Lock as style")
         until(lambda: any(one.text == "Unlock style" for one in self.all("#details button")))
         state = self.exchange / "runtime" / "render_view_state.json"
         until(lambda: state.exists() and json.loads(state.read_text())["locked_style_image"].endswith("f3.png"))
@@ -248,10 +255,10 @@ class Find(PageCase):
         self.js("arguments[0].focus()", self.find("history-list"))
         self.press("s")
         until(lambda: self.all("history-list [data-action=star][aria-pressed=true]"))
-        self.find("history-list [data-action=beside]").click()
+        self.click("history-list [data-action=beside]")
         self.press(Keys.ARROW_DOWN, "x")  # the list has the keys still
         until(lambda: len(self.all("#side-by-side figure")) == 2)
-        self.find("#side-by-side .close").click()
+        self.click("#side-by-side .close")
         self.js("arguments[0].focus()", self.find("history-list"))
         self.press(Keys.HOME, "l", Keys.ARROW_DOWN, Keys.ENTER)
         until(lambda: (self.find(".name.left").text, self.find(".name.right").text) == ("f5.png", "f4.png"))
@@ -259,7 +266,7 @@ class Find(PageCase):
         self.assertFalse(self.find("#side-by-side").is_displayed())
         self.find("#starred").click()
         until(lambda: "1 of 5" in self.find("#found").text)
-        self.find("history-list .entry").click()
+        self.click("history-list .entry")
         until(lambda: self.all("#details tr.differs"))
 
     def test_of_ten_thousand_only_what_is_seen_is_in_the_page(self) -> None:
@@ -281,7 +288,7 @@ class Find(PageCase):
         self.entry("<b>scene", 1, picture)
         self.open()
         until(lambda: "<script>" in self.find("history-list").text)
-        self.find("history-list .entry").click()
+        self.click("history-list .entry")
         until(lambda: "onerror" in self.find("#details h2").text)
         self.assertEqual(self.browser.title, "Quillmere Studio")
 

@@ -90,6 +90,11 @@ std::pair<CLI::App*, Action> addLook(CLI::App& workflows, const char* name, cons
 }  // namespace
 
 std::vector<std::pair<CLI::App*, Action>> addWorkflowChecks(CLI::App& workflows) {
+  const auto check =
+      addLook(workflows, "check", "Tell where a render would put what into a workflow, and what it lacks",
+              "Nothing is rendered. Exit status 1 when the workflow can't be rendered here and now.\n"
+              "Example:\n  quillmere workflows check depth.json",
+              runCheck);
   const auto options = std::make_shared<Options>();
   const auto controls =
       addLook(workflows, "controls", "List what render --control can set in a workflow",
@@ -98,11 +103,7 @@ std::vector<std::pair<CLI::App*, Action>> addWorkflowChecks(CLI::App& workflows)
               "  quillmere render harbour.glb --workflow depth.json --control Strength=0.6",
               runControls, options);
   addControls(*controls.first, options->controls);
-  return {addLook(workflows, "check", "Tell where a render would put what into a workflow, and what it lacks",
-                  "Nothing is rendered. Exit status 1 when the workflow can't be rendered here and now.\n"
-                  "Example:\n  quillmere workflows check depth.json",
-                  runCheck),
-          controls};
+  return {check, controls};
 }
 
 }  // namespace quillmere::app
