@@ -11,15 +11,14 @@ namespace {
 // Variance-Guided Filtering, HPG 2017).
 constexpr int kLevels = 4;        // of kernels of three by three, each twice as wide
 constexpr int kLevelsToLook = 2;  // for a first look at how much grain stays
-constexpr float kNormalPower = 48.0F;
+constexpr float kNormalPower = 96.0F;
 constexpr float kDepthSlack = 1.5F;    // in slopes of the surface
 constexpr float kAroundSlack = 10.0F;  // times as much may geometry differ for light from all around
 constexpr float kMirrorSlack = 0.5F;   // and for mirrored light, which moves with it
 constexpr float kErrors = 2.0F;        // by which light may differ
-// What the variances of independent samples are multiplied with, of chalk, around and mirror. Samples are stratified:
-// the means of chalk, of few dimensions, err much less. For the two others more than is measured is best: they decide
-// how many samples pixels get, and what hits few samples is missing in the variances of most pixels.
-constexpr glm::vec3 kErrorScale(0.5F, 2.0F, 2.5F);
+// What the variances of samples are multiplied with, of chalk, around and mirror: of sixteen samples that go all
+// around, most pixels have missed what is rare and bright, and so tell of too little error.
+constexpr glm::vec3 kErrorScale(1.2F, 3.0F, 5.0F);
 constexpr float kLeastAlbedo = 1e-3F;
 constexpr float kMostError = 1e30F;  // which also stands for what is no number
 
