@@ -96,7 +96,7 @@ def arguments() -> argparse.Namespace:
     parser.add_argument("build", type=Path, metavar="BUILD", help="the folder of this build, such as build/release")
     parser.add_argument("scene", type=Path, metavar="SCENE", help="a glTF file")
     parser.add_argument("camera", metavar="CAMERA", help="its name")
-    parser.add_argument("--size", default="480x270", metavar="WxH")
+    parser.add_argument("--size", default="240x135", metavar="WxH")
     parser.add_argument("--samples", type=counts, default=(16, 64, 256), metavar="N,...", help="of Cycles")
     parser.add_argument("--ours", type=counts, default=(1, 4, 16, 64), metavar="N,...", help="samples of ours")
     parser.add_argument("--reference", type=int, default=4096, metavar="N", help="samples of pictures without grain")
