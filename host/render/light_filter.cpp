@@ -18,7 +18,7 @@ constexpr float kMirrorSlack = 0.5F;   // and for mirrored light, which moves wi
 constexpr float kErrors = 2.0F;        // by which light may differ
 // What the variances of samples are multiplied with, of chalk, around and mirror: of sixteen samples that go all
 // around, most pixels have missed what is rare and bright, and so tell of too little error.
-constexpr glm::vec3 kErrorScale(1.2F, 3.0F, 5.0F);
+constexpr glm::vec3 kErrorScale(2.0F, 3.0F, 5.0F);
 constexpr float kLeastAlbedo = 1e-3F;
 constexpr float kMostError = 1e30F;  // which also stands for what is no number
 
@@ -45,10 +45,11 @@ glm::vec3 steepnessOfLook(glm::vec3 luminances) {
 struct Light {
   glm::vec3 chalk, around, mirror;
   glm::vec3 errors;  // of how the three look, variances
+  float coat;        // luminance of what the mirrored light is multiplied with: as bright as that it looks
 
   glm::vec3 luminances() const {
     constexpr float kMost = 1e6F;  // more would overflow when squared
-    return glm::min(glm::vec3(kMost), glm::vec3(luminance(chalk), luminance(around), luminance(mirror)));
+    return glm::min(glm::vec3(kMost), glm::vec3(luminance(chalk), luminance(around), coat * luminance(mirror)));
   }
 };
 
@@ -57,7 +58,9 @@ Light lightOf(const LitPixel& pixel) {
   Light light{
       pixel.chalk / albedo, pixel.around / glm::max(pixel.aroundAlbedo, kLeastAlbedo),
       pixel.mirror / glm::max(pixel.mirrorCoat, kLeastAlbedo),
-      glm::min(glm::vec3(kMostError), kErrorScale * glm::vec3(pixel.chalkError, pixel.aroundError, pixel.mirrorError))};
+      glm::min(glm::vec3(kMostError), kErrorScale * glm::vec3(pixel.chalkError, pixel.aroundError, pixel.mirrorError)),
+      luminance(glm::max(pixel.coat, kLeastAlbedo))};
+  light.errors.z *= light.coat * light.coat;
   const glm::vec3 steepness = steepnessOfLook(light.luminances());
   light.errors *= steepness * steepness;
   return light;
@@ -76,9 +79,8 @@ Grain shownGrain(const Light& light, const LitPixel& pixel) {
       luminance(pixel.albedo * (light.chalk + light.around) + pixel.coat * light.mirror + pixel.emission);
   if (shown > kWhite) return {pixel.edgeError, 0.0F};
   const glm::vec3 steepness = steepnessOfLook(light.luminances()), errors = light.errors / (steepness * steepness);
-  const float albedo = luminance(pixel.albedo), coat = luminance(pixel.coat), scale = 0.25F / std::max(kDark, shown);
-  return {pixel.edgeError + scale * albedo * albedo * errors.x,
-          scale * (albedo * albedo * errors.y + coat * coat * errors.z)};
+  const float albedo = luminance(pixel.albedo), scale = 0.25F / std::max(kDark, shown);
+  return {pixel.edgeError + scale * albedo * albedo * errors.x, scale * (albedo * albedo * errors.y + errors.z)};
 }
 
 // Gives a pixel the light that it is to have.
@@ -108,12 +110,13 @@ class LightMean {
     sum_.errors += weight * weight * light.errors;
     weights_ += weight;
   }
-  Light mean() const {
-    return {sum_.chalk / chalks_, sum_.around / arounds_, sum_.mirror / mirrors_, sum_.errors / (weights_ * weights_)};
+  Light mean(float coat) const {
+    return {sum_.chalk / chalks_, sum_.around / arounds_, sum_.mirror / mirrors_, sum_.errors / (weights_ * weights_),
+            coat};
   }
 
  private:
-  Light sum_{glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F)};
+  Light sum_{glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), 0.0F};
   glm::vec3 chalks_{0.0F}, arounds_{0.0F}, mirrors_{0.0F}, weights_{0.0F};
 };
 
@@ -248,7 +251,7 @@ class GrainFilter {
                             falloff(unlike / kMirrorSlack + off.z));
       mean.add(light, pixel, weight * pixel.lit * alike);
     });
-    return mean.mean();
+    return mean.mean(from_[self].coat);
   }
 
   // Light goes back to what it was as far as its error doesn't explain how far it was moved: an estimate after Stein,
@@ -267,7 +270,7 @@ class GrainFilter {
     const Light &smooth = from_[picture_.index(x, y)], found = lightOf(picture_.at(x, y));
     return {glm::mix(smooth.chalk, found.chalk, back.x), glm::mix(smooth.around, found.around, back.y),
             glm::mix(smooth.mirror, found.mirror, back.z),
-            back * back * found.errors + (1.0F - back) * (1.0F - back) * smooth.errors};
+            back * back * found.errors + (1.0F - back) * (1.0F - back) * smooth.errors, found.coat};
   }
 
   const LitPicture& picture_;
