@@ -1,11 +1,13 @@
 // How far pictures are from one without grain:
 //   grain TRUTH PICTURE...
 // prints a line for each picture: the root mean square of what its stored values (0 to 1) are off by, and the
-// structural similarity (Z. Wang et al., Image Quality Assessment, 2004; mean over windows of 8 x 8 of the luma).
+// structural similarity (Z. Wang et al., Image Quality Assessment, 2004; mean over windows of 8 x 8 of the luma), and
+// the mean of the true picture's values.
 #include <cmath>
 #include <cstddef>
 #include <cstdio>
 #include <exception>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,14 @@ double rootMeanSquare(const image::Image& a, const image::Image& b) {
     for (int i = 0; i < values; ++i) sum += (double{x[i]} - other[i]) * (double{x[i]} - other[i]);
   }
   return std::sqrt(sum / values / a.height());
+}
+
+double meanValue(const image::Image& picture) {
+  double sum = 0.0;
+  const int values = 3 * picture.width();
+  for (int y = 0; y < picture.height(); ++y)
+    sum = std::accumulate(picture.row<float>(y), picture.row<float>(y) + values, sum);
+  return sum / values / picture.height();
 }
 
 double luma(const image::Image& picture, int x, int y) {
@@ -66,7 +76,8 @@ void measure(const std::string& truthFile, const std::vector<std::string>& files
     if (picture.width() != truth.width() || picture.height() != truth.height()) {
       throw Error("'" + file + "' has another size than '" + truthFile + "'; draw both alike");
     }
-    std::printf("%.6f %.5f\n", rootMeanSquare(picture, truth), structuralSimilarity(picture, truth));
+    std::printf("%.6f %.5f %.5f\n", rootMeanSquare(picture, truth), structuralSimilarity(picture, truth),
+                meanValue(truth));
   }
 }
 

@@ -82,7 +82,7 @@ class Bench:
 
     def errors(self, truth: Path, picture: Path) -> tuple[float, float]:
         told = subprocess.run([str(self.compare), str(truth), str(picture)], stdout=subprocess.PIPE, check=True)
-        rmse, ssim = told.stdout.split()
+        rmse, ssim, _ = told.stdout.split()
         return float(rmse), float(ssim)
 
 

@@ -46,9 +46,10 @@ std::uint32_t alongCurve(glm::uvec2 pixel) {
   return spread(pixel.x) | spread(pixel.y) << 1U;
 }
 
-PerRay<std::uint32_t> numbersOf(const PerRay<std::uint32_t>& firsts, int pass) {
+PerRay<std::uint32_t> numbersOf(const PixelSampling& sampling, const PerRay<std::uint32_t>& firsts, int pass) {
+  const auto further = static_cast<std::uint32_t>(sampling.block == PixelBlock::Side::One ? pass * kRays : pass);
   PerRay<std::uint32_t> numbers{};
-  for (int ray = 0; ray < kRays; ++ray) numbers[ray] = firsts[ray] + static_cast<std::uint32_t>(pass);
+  for (int ray = 0; ray < kRays; ++ray) numbers[ray] = firsts[ray] + further;
   return numbers;
 }
 
@@ -80,7 +81,7 @@ PerRay<std::uint32_t> PixelSampling::firstSamples(const PixelBlock& pixels) cons
   const int bits = single ? bitsFor(kMostTimes * earlier) : bitsFor(passes);
   for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
     const glm::uvec2 pixel(pixels.pixelOf(ray));
-    firsts[ray] = (alongCurve(pixel) << bits) + (single ? static_cast<std::uint32_t>(earlier + ray * passes) : 0U);
+    firsts[ray] = (alongCurve(pixel) << bits) + (single ? static_cast<std::uint32_t>(earlier + ray) : 0U);
   }
   return firsts;
 }
@@ -91,8 +92,13 @@ void PixelSampling::place(const PixelBlock& pixels, const PerRay<std::uint32_t>&
     x[ray] = static_cast<float>(pixels.left) + kGridPlaces.x[static_cast<std::size_t>(ray)];
     y[ray] = static_cast<float>(pixels.top) + kGridPlaces.y[static_cast<std::size_t>(ray)];
   }
-  for (int ray = 0; ray < kRays && !isGrid(); ++ray) {
-    const glm::vec2 there = glm::vec2(pixels.pixelOf(ray)) + samplePoint(placeNumber(numbers[ray]), placeSeed);
+  if (isGrid()) return;
+  PerRay<std::uint32_t> places;
+  for (int ray = 0; ray < kRays; ++ray) places[ray] = placeNumber(numbers[ray]);
+  SamplePoints points;
+  findSamplePoints(places.values, placeSeed, points);
+  for (int ray = 0; ray < kRays; ++ray) {
+    const glm::vec2 there = glm::vec2(pixels.pixelOf(ray)) + points[ray];
     x[ray] = there.x;
     y[ray] = there.y;
   }
@@ -109,7 +115,7 @@ LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, 
                        const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, MetTriangle& triangle)
     : request_(request),
       camera_(camera),
-      layer_(rays_, block, numbersOf(firsts, pass), sampling.seed),
+      layer_(rays_, block, numbersOf(sampling, firsts, pass), sampling.seed),
       rays_(packetOf(insideOf(request, block), sampling)),
       triangle_(triangle),
       footprint_(sampling.footprint) {

@@ -56,7 +56,7 @@ struct PixelSampling {
   // As many samples more of single pixels that have had `earlier` of those above, sixteen in a pass. Their places go on
   // where those stopped; for all else they are another sequence than that of the same seed above.
   static PixelSampling further(int samples, int earlier, std::uint32_t seed);
-  static constexpr int kMostTimes = 8;  // as many samples as earlier ones may be in a pixel in all
+  static constexpr int kMostTimes = 16;  // as many samples as earlier ones may be in a pixel in all
 
   PixelBlock::Side block;
   int passes;

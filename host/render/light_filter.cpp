@@ -9,12 +9,16 @@ namespace {
 // An edge-avoiding wavelet filter with weights from the error of each pixel (H. Dammertz et al., Edge-Avoiding
 // A-Trous Wavelet Transform for fast Global Illumination Filtering, HPG 2010; C. Schied et al., Spatiotemporal
 // Variance-Guided Filtering, HPG 2017).
-constexpr int kLevels = 5;        // of kernels of three by three, each twice as wide
+constexpr int kLevels = 4;        // of kernels of three by three, each twice as wide
 constexpr int kLevelsToLook = 2;  // for a first look at how much grain stays
-constexpr float kNormalPower = 48.0F;
-constexpr float kDepthSlack = 1.5F;   // in slopes of the surface
-constexpr float kAroundSlack = 6.0F;  // times as much may geometry differ for light from all around
-constexpr float kErrors = 3.0F;       // by which light may differ
+constexpr float kNormalPower = 96.0F;
+constexpr float kDepthSlack = 1.5F;    // in slopes of the surface
+constexpr float kAroundSlack = 10.0F;  // times as much may geometry differ for light from all around
+constexpr float kMirrorSlack = 0.5F;   // and for mirrored light, which moves with it
+constexpr float kErrors = 2.0F;        // by which light may differ
+// What the variances of samples are multiplied with, of chalk, around and mirror: of sixteen samples that go all
+// around, most pixels have missed what is rare and bright, and so tell of too little error.
+constexpr glm::vec3 kErrorScale(2.0F, 3.0F, 5.0F);
 constexpr float kLeastAlbedo = 1e-3F;
 constexpr float kMostError = 1e30F;  // which also stands for what is no number
 
@@ -25,6 +29,7 @@ float luminance(glm::vec3 color) {
 struct Feature {
   glm::vec3 normal;
   float depth, slope;  // metres; metres a pixel
+  float closeness;     // of what is around, 1/metres
 };
 
 // How different lights look, in numbers to be subtracted: else a highlight, far brighter than the display shows, would
@@ -40,18 +45,22 @@ glm::vec3 steepnessOfLook(glm::vec3 luminances) {
 struct Light {
   glm::vec3 chalk, around, mirror;
   glm::vec3 errors;  // of how the three look, variances
+  float coat;        // luminance of what the mirrored light is multiplied with: as bright as that it looks
 
   glm::vec3 luminances() const {
     constexpr float kMost = 1e6F;  // more would overflow when squared
-    return glm::min(glm::vec3(kMost), glm::vec3(luminance(chalk), luminance(around), luminance(mirror)));
+    return glm::min(glm::vec3(kMost), glm::vec3(luminance(chalk), luminance(around), coat * luminance(mirror)));
   }
 };
 
 Light lightOf(const LitPixel& pixel) {
   const glm::vec3 albedo = glm::max(pixel.albedo, kLeastAlbedo);
-  Light light{pixel.chalk / albedo, pixel.around / albedo,
-              pixel.lit > 0.0F ? pixel.mirror / pixel.lit : glm::vec3(0.0F),
-              glm::min(glm::vec3(kMostError), glm::vec3(pixel.chalkError, pixel.aroundError, pixel.mirrorError))};
+  Light light{
+      pixel.chalk / albedo, pixel.around / glm::max(pixel.aroundAlbedo, kLeastAlbedo),
+      pixel.mirror / glm::max(pixel.mirrorCoat, kLeastAlbedo),
+      glm::min(glm::vec3(kMostError), kErrorScale * glm::vec3(pixel.chalkError, pixel.aroundError, pixel.mirrorError)),
+      luminance(glm::max(pixel.coat, kLeastAlbedo))};
+  light.errors.z *= light.coat * light.coat;
   const glm::vec3 steepness = steepnessOfLook(light.luminances());
   light.errors *= steepness * steepness;
   return light;
@@ -64,14 +73,14 @@ float falloff(float x) {
 }
 
 // The variance of about what the display shows of a pixel under that light: its values go with the root of light.
-float shownError(const Light& light, const LitPixel& pixel) {
+Grain shownGrain(const Light& light, const LitPixel& pixel) {
   constexpr float kWhite = 1.5F, kDark = 3e-3F;
   const float shown =
-      luminance(pixel.albedo * (light.chalk + light.around) + pixel.lit * light.mirror + pixel.emission);
-  if (shown > kWhite) return 0.0F;
+      luminance(pixel.albedo * (light.chalk + light.around) + pixel.coat * light.mirror + pixel.emission);
+  if (shown > kWhite) return {pixel.edgeError, 0.0F};
   const glm::vec3 steepness = steepnessOfLook(light.luminances()), errors = light.errors / (steepness * steepness);
-  const float albedo = luminance(pixel.albedo);
-  return (albedo * albedo * (errors.x + errors.y) + errors.z) / (4.0F * std::max(kDark, shown));
+  const float albedo = luminance(pixel.albedo), scale = 0.25F / std::max(kDark, shown);
+  return {pixel.edgeError + scale * albedo * albedo * errors.x, scale * (albedo * albedo * errors.y + errors.z)};
 }
 
 // Gives a pixel the light that it is to have.
@@ -79,30 +88,36 @@ void keep(const Light& light, LitPixel& pixel) {
   const glm::vec3 albedo = glm::max(pixel.albedo, kLeastAlbedo);
   pixel.chalk = light.chalk * albedo;
   pixel.around = light.around * albedo;
-  pixel.mirror = light.mirror * pixel.lit;
+  pixel.aroundAlbedo = pixel.albedo;
+  pixel.mirrorCoat = glm::max(pixel.coat, kLeastAlbedo);
+  pixel.mirror = light.mirror * pixel.mirrorCoat;
 }
 
 // A weighted mean of lights, each of the three with weights of its own.
 class LightMean {
  public:
-  void add(const Light& light, glm::vec3 albedo, glm::vec3 weight) {
-    const glm::vec3 known = albedo + kLeastAlbedo;  // black tells nothing of its light
-    sum_.chalk += weight.x * known * light.chalk;
-    chalks_ += weight.x * known;
-    sum_.around += weight.y * known * light.around;
-    arounds_ += weight.y * known;
-    sum_.mirror += weight.z * light.mirror;
+  // Black tells nothing of its light.
+  void add(const Light& light, const LitPixel& pixel, glm::vec3 weight) {
+    const glm::vec3 chalk = weight.x * (pixel.albedo + kLeastAlbedo);
+    sum_.chalk += chalk * light.chalk;
+    chalks_ += chalk;
+    const glm::vec3 around = weight.y * (pixel.aroundAlbedo + kLeastAlbedo);
+    sum_.around += around * light.around;
+    arounds_ += around;
+    const glm::vec3 mirror = weight.z * (pixel.mirrorCoat + kLeastAlbedo);
+    sum_.mirror += mirror * light.mirror;
+    mirrors_ += mirror;
     sum_.errors += weight * weight * light.errors;
     weights_ += weight;
   }
-  Light mean() const {
-    return {sum_.chalk / chalks_, sum_.around / arounds_, sum_.mirror / weights_.z,
-            sum_.errors / (weights_ * weights_)};
+  Light mean(float coat) const {
+    return {sum_.chalk / chalks_, sum_.around / arounds_, sum_.mirror / mirrors_, sum_.errors / (weights_ * weights_),
+            coat};
   }
 
  private:
-  Light sum_{glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F)};
-  glm::vec3 chalks_{0.0F}, arounds_{0.0F}, weights_{0.0F};
+  Light sum_{glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), 0.0F};
+  glm::vec3 chalks_{0.0F}, arounds_{0.0F}, mirrors_{0.0F}, weights_{0.0F};
 };
 
 class GrainFilter {
@@ -164,6 +179,7 @@ class GrainFilter {
       feature.normal = length > 0.0F ? pixel.normal / length : glm::vec3(0.0F);
       feature.depth = pixel.depth;
       feature.slope = slopeAt(x, y, pixel.depth) + 1e-3F * pixel.depth + 1e-9F;
+      feature.closeness = closenessAround(x, y);
       from_[picture_.index(x, y)] = lightOf(pixel);
     }
   }
@@ -180,6 +196,24 @@ class GrainFilter {
         each(place, line, (row == 0 ? 2.0F : 1.0F) * (column == 0 ? 2.0F : 1.0F));
       }
     }
+  }
+
+  // Few samples of a pixel meet what is near: its mean around one.
+  float closenessAround(int x, int y) const {
+    float sum = 0.0F, weights = 0.0F;
+    around(x, y, 1, [&](int column, int row, float weight) {
+      const LitPixel& pixel = picture_.at(column, row);
+      sum += weight * pixel.closeness;
+      weights += weight * pixel.lit;
+    });
+    return weights > 0.0F ? sum / weights : 0.0F;
+  }
+
+  // How far apart two pixels are on their surfaces, in distances to what is around them: light from there changes with
+  // that (G. Ward et al., A Ray Tracing Solution for Diffuse Interreflection, 1988).
+  float apart(std::size_t here, std::size_t there) const {
+    const glm::vec3 way = picture_.pixels[there].position - picture_.pixels[here].position;
+    return glm::length(way) * std::max(features_[here].closeness, features_[there].closeness);
   }
 
   // Errors of single pixels are themselves full of errors: their mean around one.
@@ -199,23 +233,25 @@ class GrainFilter {
   }
 
   Light smoothed(int x, int y, int step) const {
-    const Feature& here = features_[picture_.index(x, y)];
-    const glm::vec3 looks = look(from_[picture_.index(x, y)].luminances());
+    const std::size_t self = picture_.index(x, y);
+    const Feature& here = features_[self];
+    const glm::vec3 looks = look(from_[self].luminances());
     const glm::vec3 scale = 1.0F / (kErrors * glm::sqrt(errorsAround(x, y)) + 1e-5F);
     const float depthScale = 1.0F / (kDepthSlack * here.slope * static_cast<float>(step));
     LightMean mean;
     around(x, y, step, [&](int place, int line, float weight) {
-      const LitPixel& pixel = picture_.at(place, line);
+      const std::size_t there = picture_.index(place, line);
+      const LitPixel& pixel = picture_.pixels[there];
       if (pixel.lit <= 0.0F) return;
-      const bool self = place == x && line == y;
-      const float unlike = self ? 0.0F : unlikeness(here, features_[picture_.index(place, line)], depthScale);
+      const float unlike = there == self ? 0.0F : unlikeness(here, features_[there], depthScale);
       if (unlike > 8.0F * kAroundSlack) return;
-      const Light& light = from_[picture_.index(place, line)];
+      const Light& light = from_[there];
       const glm::vec3 off = glm::abs(look(light.luminances()) - looks) * scale;
-      const glm::vec3 alike(falloff(unlike + off.x), falloff(unlike / kAroundSlack + off.y), falloff(unlike + off.z));
-      mean.add(light, pixel.albedo, weight * pixel.lit * alike);
+      const glm::vec3 alike(falloff(unlike + off.x), falloff(unlike / kAroundSlack + apart(self, there) + off.y),
+                            falloff(unlike / kMirrorSlack + off.z));
+      mean.add(light, pixel, weight * pixel.lit * alike);
     });
-    return mean.mean();
+    return mean.mean(from_[self].coat);
   }
 
   // Light goes back to what it was as far as its error doesn't explain how far it was moved: an estimate after Stein,
@@ -234,7 +270,7 @@ class GrainFilter {
     const Light &smooth = from_[picture_.index(x, y)], found = lightOf(picture_.at(x, y));
     return {glm::mix(smooth.chalk, found.chalk, back.x), glm::mix(smooth.around, found.around, back.y),
             glm::mix(smooth.mirror, found.mirror, back.z),
-            back * back * found.errors + (1.0F - back) * (1.0F - back) * smooth.errors};
+            back * back * found.errors + (1.0F - back) * (1.0F - back) * smooth.errors, found.coat};
   }
 
   const LitPicture& picture_;
@@ -246,41 +282,54 @@ class GrainFilter {
 
 }  // namespace
 
-LitPixel LitPixel::with(float samples, const LitPixel& other, float otherSamples) const {
-  const float share = samples / (samples + otherSamples), rest = 1.0F - share;
-  const auto mean = [&](const auto& mine, const auto& others) { return share * mine + rest * others; };
-  const auto error = [&](float mine, float others) { return share * share * mine + rest * rest * others; };
+LitPixel LitPixel::with(const LitPixel& other) const {
   LitPixel both;
+  both.samples = samples + other.samples;
+  both.aroundSamples = aroundSamples + other.aroundSamples;
+  const float share = samples / both.samples, rest = 1.0F - share;
+  const float aroundShare = aroundSamples / both.aroundSamples, aroundRest = 1.0F - aroundShare;
+  const auto mean = [&](const auto& mine, const auto& others) { return share * mine + rest * others; };
+  const auto aroundMean = [&](const auto& mine, const auto& others) {
+    return aroundShare * mine + aroundRest * others;
+  };
+  const auto error = [](float part, float mine, float others) {
+    return part * part * mine + (1.0F - part) * (1.0F - part) * others;
+  };
   both.chalk = mean(chalk, other.chalk);
-  both.around = mean(around, other.around);
+  both.around = aroundMean(around, other.around);
+  both.aroundAlbedo = aroundMean(aroundAlbedo, other.aroundAlbedo);
   both.albedo = mean(albedo, other.albedo);
-  both.mirror = mean(mirror, other.mirror);
+  both.closeness = aroundMean(closeness, other.closeness);
+  both.position = both.lit > 0.0F ? mean(lit * position, other.lit * other.position) / both.lit : glm::vec3(0.0F);
+  both.coat = mean(coat, other.coat);
+  both.mirror = aroundMean(mirror, other.mirror);
+  both.mirrorCoat = aroundMean(mirrorCoat, other.mirrorCoat);
   both.emission = mean(emission, other.emission);
   both.own = mean(own, other.own);
   both.lit = mean(lit, other.lit);
   both.normal = normal + other.normal;
   both.depth = both.lit > 0.0F ? mean(lit * depth, other.lit * other.depth) / both.lit : 0.0F;
-  both.chalkError = error(chalkError, other.chalkError);
-  both.aroundError = error(aroundError, other.aroundError);
-  both.mirrorError = error(mirrorError, other.mirrorError);
-  both.edgeError = error(edgeError, other.edgeError);
+  both.chalkError = error(share, chalkError, other.chalkError);
+  both.aroundError = error(aroundShare, aroundError, other.aroundError);
+  both.mirrorError = error(aroundShare, mirrorError, other.mirrorError);
+  both.edgeError = error(share, edgeError, other.edgeError);
   return both;
 }
 
 std::uintmax_t memoryToLight(std::size_t pixels) {
-  return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(Feature) + 2 * sizeof(Light) + sizeof(float));
+  return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(Feature) + 2 * sizeof(Light) + sizeof(Grain));
 }
 
 Outcome findGrain(const LitPicture& picture, int threads, const std::function<bool()>& stop,
-                  std::vector<float>& errors) {
+                  std::vector<Grain>& grain) {
   GrainFilter filter(picture, threads, stop);
   if (filter.smooth(kLevelsToLook) == Outcome::Stopped) return Outcome::Stopped;
-  errors.resize(picture.pixels.size());
+  grain.resize(picture.pixels.size());
   return forEach(picture.height, threads, stop, [&](int y) {
     for (int x = 0; x < picture.width; ++x) {
       const LitPixel& pixel = picture.at(x, y);
-      float& error = errors[picture.index(x, y)];
-      error = pixel.edgeError + (pixel.lit > 0.0F ? shownError(filter.light(x, y), pixel) : 0.0F);
+      grain[picture.index(x, y)] =
+          pixel.lit > 0.0F ? shownGrain(filter.light(x, y), pixel) : Grain{pixel.edgeError, 0.0F};
     }
   });
 }

@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "ray_packet.h"
-#include "sampling.h"
 
 namespace quillmere::render {
 namespace {
@@ -75,13 +74,14 @@ LightSources::LightSources(const RayScene& scene, const FinalSettings& settings,
     skyStrength_ = settings.light == Lighting::Scene ? 0.0F : skyStrength(lights_) * stops_;
   }
   if (own.empty() && settings.light == Lighting::Default && !panorama_) lights_.push_back(defaultSun(stops_));
+  for (const scene::Light& light : lights_) axes_.push_back(across(-light.direction));
 }
 
 LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) const {
   const scene::Light& light = lights_[static_cast<std::size_t>(index)];
   const glm::vec2 disc = onDisc(random);
   if (light.kind == Kind::Directional) {
-    const Across axes = across(-light.direction);
+    const Across& axes = axes_[static_cast<std::size_t>(index)];
     const glm::vec3 towards = glm::normalize((axes.u * disc.x + axes.v * disc.y) * kSunRadius - light.direction);
     return {towards, std::numeric_limits<float>::infinity(), light.color};
   }

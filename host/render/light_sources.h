@@ -6,6 +6,7 @@
 
 #include "panorama.h"
 #include "ray_scene.h"
+#include "sampling.h"
 #include "scene/scene.h"
 #include "settings.h"
 
@@ -52,6 +53,7 @@ class LightSources {
 
  private:
   std::vector<scene::Light> lights_;  // with their colours exposed
+  std::vector<Across> axes_;          // across the direction of each
   std::optional<Panorama> panorama_;
   std::optional<glm::vec3> background_;
   float stops_;

@@ -29,9 +29,13 @@ struct RandomNumbers {
   std::uint32_t purpose;  // those of different purposes are independent
 
   std::uint32_t sequence() const { return seed + 0x9e3779b9U * purpose; }
-  glm::vec2 point(int ray) const { return samplePoint(numbers[ray], sequence()); }
-  glm::vec2 choice(int ray) const { return samplePoint(numbers[ray], sequence() + 0x51ed270bU); }
-  float number(int ray) const { return choice(ray).x; }
+  SamplePoints points() const { return of(sequence()); }
+  SamplePoints choices() const { return of(sequence() + 0x51ed270bU); }
+  SamplePoints of(std::uint32_t which) const {
+    SamplePoints points;
+    findSamplePoints(numbers.values, which, points);
+    return points;
+  }
   std::uint32_t bits(int ray) const { return mixed(numbers[ray] ^ mixed(sequence())); }
 };
 
@@ -71,9 +75,10 @@ class LightTransport {
     if (sources_.count() == 0) return;
     RayPacket shadows;
     PerRay<LightSample> lamps;
+    const SamplePoints places = random.points(), choices = sources_.count() == 1 ? places : random.choices();
     forEachRay(which, [&](int ray) {
-      lamps[ray] =
-          sources_.count() == 1 ? lampAt(points, ray, 0, random.point(ray)) : chosenLamp(points, ray, random, weigh);
+      lamps[ray] = sources_.count() == 1 ? lampAt(points, ray, 0, places[ray])
+                                         : chosenLamp(points, ray, places[ray], choices[ray], weigh);
       if (largest(lamps[ray].arriving) <= 0.0F) return;
       shadows.start(ray, points.leaving(ray), lamps[ray].direction, 0.0F, lamps[ray].distance * 0.9999F,
                     random.bits(ray));
@@ -89,8 +94,9 @@ class LightTransport {
     if (emitters_.empty()) return;
     RayPacket shadows;
     PerRay<EmitterSample> samples;
+    const SamplePoints places = random.points(), choices = random.choices();
     forEachRay(which, [&](int ray) {
-      samples[ray] = emitters_.sample(points.position[ray], random.number(ray), random.point(ray));
+      samples[ray] = emitters_.sample(points.position[ray], choices[ray].x, places[ray]);
       const glm::vec3 towards = samples[ray].direction;
       if (samples[ray].density <= 0.0F || glm::dot(points.normal[ray], towards) <= 0.0F) return;
       if (glm::dot(points.faceNormal[ray], towards) <= 0.0F) return;
@@ -158,11 +164,11 @@ class LightTransport {
   }
 
   template <class Weigh>
-  LightSample chosenLamp(const SurfacePoints& points, int ray, RandomNumbers random, const Weigh& weigh) const {
+  LightSample chosenLamp(const SurfacePoints& points, int ray, glm::vec2 place, glm::vec2 choice,
+                         const Weigh& weigh) const {
     const int count = std::min(sources_.count(), kLampsWeighed);
     // One by chance out of each of `count` equal shares of all, which is every one where there are no more.
     const float share = static_cast<float>(sources_.count()) / static_cast<float>(count);
-    const glm::vec2 choice = random.choice(ray);
     const auto lampIn = [&](int part) {
       return std::min(static_cast<int>((static_cast<float>(part) + choice.y) * share), sources_.count() - 1);
     };
@@ -176,7 +182,7 @@ class LightTransport {
     if (!std::isnormal(sum)) return {glm::vec3(0.0F), 0.0F, glm::vec3(0.0F)};
     const auto found = std::upper_bound(sums.begin(), sums.begin() + count - 1, choice.x * sum);
     const float weight = *found - (found == sums.begin() ? 0.0F : *(found - 1));
-    LightSample chosen = lampAt(points, ray, lampIn(static_cast<int>(found - sums.begin())), random.point(ray));
+    LightSample chosen = lampAt(points, ray, lampIn(static_cast<int>(found - sums.begin())), place);
     chosen.arriving *= weight > 0.0F ? share * sum / weight : 0.0F;
     return chosen;
   }
@@ -189,11 +195,14 @@ class LightTransport {
 }  // namespace
 
 SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const VectorPerRay& directions,
-                            const PerRay<std::uint32_t>& numbers, std::uint32_t seed) const {
+                            const PerRay<std::uint32_t>& numbers, std::uint32_t seed, Reach reach) const {
   const LightTransport transport(scene_, sources_, emitters_);
   SentLight light{};
   PerRay<Reflection> reflections;
-  forEachRay(which, [&](int ray) { reflections[ray] = Reflection(points, ray, -glm::normalize(directions[ray])); });
+  forEachRay(which, [&](int ray) {
+    reflections[ray] = Reflection(points, ray, -glm::normalize(directions[ray]));
+    light.coat.set(ray, reflections[ray].coat());
+  });
   const auto send = [&](int ray, const Reflection::Sent& sent, glm::vec3 arriving) {
     add(light.chalk, ray, sent.chalk * arriving);
     add(light.mirror, ray, sent.mirror * arriving);
@@ -215,12 +224,14 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
                            send(ray, here.sent(towards, 0.0F), radiance * weight);
                          });
 
+  if (reach == Reach::Lamps) return light;
   const RandomNumbers random{numbers, seed, kSurroundings};
   RayPacket rays;
   PerRay<float> densities;
+  const SamplePoints places = random.points(), choices = random.choices();
   forEachRay(which, [&](int ray) {
     const Reflection& here = reflections[ray];
-    const glm::vec3 towards = above(here.chosen(random.point(ray), random.number(ray)), points.faceNormal[ray]);
+    const glm::vec3 towards = above(here.chosen(places[ray], choices[ray].x), points.faceNormal[ray]);
     densities[ray] = here.density(towards);
     if (!(densities[ray] > 1e-6F)) return;
     rays.start(ray, points.leaving(ray), towards, 0.0F, kInfinity, random.bits(ray));
@@ -231,6 +242,7 @@ SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const Vec
     const float weight = points.finish[ray].occlusion / (densities[ray] * glm::pi<float>());
     const Reflection::Sent sent = reflections[ray].sent(rays.direction(ray), 0.0F);
     light.around.set(ray, sent.chalk * weight * arriving[ray]);
+    light.closeness[ray] = 1.0F / std::max(rays.hit(ray).distance, 1e-6F);  // nothing at no hit
     add(light.mirror, ray, sent.mirror * weight * arriving[ray]);
   });
   return light;

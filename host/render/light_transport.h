@@ -13,7 +13,14 @@ struct SentLight {
   // By white chalk in their place, to be multiplied with Reflection::chalk: of what comes straight from lamps and
   // emitters, whose shadows have edges, and of what comes from all around, which changes little from place to place.
   VectorPerRay chalk, around;
-  VectorPerRay mirror;  // by the coat that mirrors
+  VectorPerRay mirror;      // by the coat that mirrors
+  PerRay<float> closeness;  // of what is met all around: one by its distance in metres
+  VectorPerRay coat;        // the colour of that coat, Reflection::coat
+};
+
+enum class Reach {
+  Lamps,  // chalk's light alone that comes straight from lamps and emitters
+  All     // what comes from all around, and what is mirrored, besides
 };
 
 // Estimates the light of points by tracing: what comes straight from lamps and from what the scene emits, and once
@@ -27,7 +34,7 @@ class LightEstimate {
   // `directions` lead from the viewer to the points, of any length. `numbers` are those of the samples in a sequence
   // for the whole picture.
   SentLight at(const SurfacePoints& points, RaySet which, const VectorPerRay& directions,
-               const PerRay<std::uint32_t>& numbers, std::uint32_t seed) const;
+               const PerRay<std::uint32_t>& numbers, std::uint32_t seed, Reach reach) const;
 
  private:
   const RayScene& scene_;

@@ -41,8 +41,9 @@ Reflection::Reflection(const SurfacePoints& points, int at, glm::vec3 viewer)
       viewer_(viewer),
       straight_(glm::mix(glm::vec3(kDielectric), points.color[at], points.finish[at].metallic)),
       alpha_(std::max(kLeastAlpha, points.finish[at].roughness * points.finish[at].roughness)),
-      cosine_(std::max(kLeastCosine, glm::dot(normal_, viewer))) {
-  const float mirrored = luminance(straight_) + (1.0F - luminance(straight_)) * fifth(1.0F - cosine_);
+      cosine_(std::max(kLeastCosine, glm::dot(normal_, viewer))),
+      grazing_(fifth(1.0F - cosine_)) {
+  const float mirrored = luminance(straight_) + (1.0F - luminance(straight_)) * grazing_;
   const float diffuse = luminance(chalk(points, at)) * (1.0F - mirrored);
   const bool matt = points.finish[at].roughness > kMatt && points.finish[at].metallic < 0.5F;
   mirrorShare_ = matt ? 0.0F : std::max(kLeastShare, mirrored / std::max(1e-6F, mirrored + diffuse));

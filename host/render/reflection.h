@@ -20,6 +20,9 @@ class Reflection {
     return points.color[at] * (1.0F - points.finish[at].metallic);
   }
 
+  // The colour of the coat towards the viewer, about what an even light all around is multiplied with.
+  glm::vec3 coat() const { return straight_ + (1.0F - straight_) * (grazing_ * (1.0F - alpha_)); }
+
   // Whether the coat mirrors so much that directions are chosen for it.
   bool shines() const { return mirrorShare_ > 0.0F; }
 
@@ -40,7 +43,7 @@ class Reflection {
   glm::vec3 facet(glm::vec2 random) const;
 
   glm::vec3 normal_, viewer_, straight_;  // straight_: reflected where viewer and normal are one
-  float alpha_, cosine_;                  // of the viewer
+  float alpha_, cosine_, grazing_;        // of the viewer
   float mirrorShare_;                     // of the choices
 };
 

@@ -56,6 +56,15 @@ inline glm::vec2 samplePoint(std::uint32_t index, std::uint32_t seed) {
           unitFloat(reversedBits(owenScrambled(secondDimension(shuffled), mixed(seed + 2))))};
 }
 
+// Sixteen points of that sequence at once: in vector code, which takes an eighth of the time where there is AVX2. They
+// are the same everywhere, as nothing of it rounds.
+struct SamplePoints {
+  glm::vec2 operator[](int i) const { return {x[i], y[i]}; }
+
+  float x[16], y[16];
+};
+void findSamplePoints(const std::uint32_t (&indices)[16], std::uint32_t seed, SamplePoints& points);
+
 // Two unit vectors across a unit vector and across each other (Duff et al., Building an Orthonormal Basis, Revisited,
 // JCGT 6/1, 2017).
 struct Across {

@@ -39,21 +39,29 @@ glm::vec3 displayed(glm::vec3 light) {
   return light / std::max({1.0F, light.x, light.y, light.z});
 }
 
-LitPixel meanOf(const FinalShader::Sum& sum, float samples) {
+LitPixel meanOf(const FinalShader::Sum& sum, float samples, float aroundSamples) {
   LitPixel pixel;
+  pixel.samples = samples;
+  pixel.aroundSamples = aroundSamples;
   pixel.chalk = sum.chalk / samples;
-  pixel.around = sum.around / samples;
   pixel.albedo = sum.albedo / samples;
-  pixel.mirror = sum.mirror / samples;
+  pixel.coat = sum.coat / samples;
   pixel.emission = sum.emission / samples;
   pixel.own = sum.own / samples;
+  pixel.position = sum.lit > 0.0F ? sum.position / sum.lit : glm::vec3(0.0F);
   pixel.lit = sum.lit / samples;
   pixel.normal = sum.normal;
   pixel.depth = sum.lit > 0.0F ? sum.depth / sum.lit : 0.0F;
   pixel.chalkError = sum.chalkLight.error(samples);
-  pixel.aroundError = sum.aroundLight.error(samples);
-  pixel.mirrorError = sum.mirrorLight.error(samples);
   pixel.edgeError = samples > 1.0F ? sum.evenLight.error(samples) : 0.0F;
+  if (aroundSamples <= 0.0F) return pixel;
+  pixel.closeness = sum.closeness / aroundSamples;
+  pixel.around = sum.around / aroundSamples;
+  pixel.aroundAlbedo = sum.aroundAlbedo / aroundSamples;
+  pixel.mirror = sum.mirror / aroundSamples;
+  pixel.mirrorCoat = sum.mirrorCoat / aroundSamples;
+  pixel.aroundError = sum.aroundLight.error(aroundSamples);
+  pixel.mirrorError = sum.mirrorLight.error(aroundSamples);
   return pixel;
 }
 
@@ -132,10 +140,15 @@ FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
   around += other.around;
   albedo += other.albedo;
   mirror += other.mirror;
+  coat += other.coat;
   emission += other.emission;
   own += other.own;
   normal += other.normal;
   lit += other.lit;
+  closeness += other.closeness;
+  position += other.position;
+  aroundAlbedo += other.aroundAlbedo;
+  mirrorCoat += other.mirrorCoat;
   depth += other.depth;
   chalkLight += other.chalkLight;
   aroundLight += other.aroundLight;
@@ -147,7 +160,7 @@ FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
 FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture)
     : scene_(scene), sources_(sources), light_(scene, sources), picture_(picture) {}
 
-RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
+RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums, Reach reach) const {
   forEachRay(layer.missed, [&](int ray) {
     const Backdrop backdrop = sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
     sums[ray].evenLight.add(layer.weight[ray] * shown(backdrop.light));
@@ -161,7 +174,7 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
   const RaySet lit = litPoints(scene_, layer);
   VectorPerRay directions;
   forEachRay(lit, [&](int at) { directions.set(at, layer.rays.direction(at)); });
-  const SentLight sent = light_.at(layer.surface, lit, directions, layer.numbers, layer.seed);
+  const SentLight sent = light_.at(layer.surface, lit, directions, layer.numbers, layer.seed, reach);
   forEachRay(layer.met, [&](int ray) {
     const int at = layer.pointOf[ray];
     const float weight = layer.weight[ray];
@@ -173,27 +186,33 @@ RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums) const {
     Sum& sum = sums[ray];
     const glm::vec3 albedo = weight * Reflection::chalk(layer.surface, at);
     sum.chalk += albedo * sent.chalk[at];
-    sum.around += albedo * sent.around[at];
     sum.albedo += albedo;
-    sum.mirror += weight * sent.mirror[at];
+    sum.coat += weight * sent.coat[at];
     sum.emission += weight * sources_.stops() * layer.surface.emission[at];
     sum.lit += weight;
+    sum.position += weight * layer.surface.position[at];
     sum.normal += weight * layer.surface.normal[at];
     sum.depth += weight * layer.rays.hit(ray).distance;
     sum.chalkLight.add(weight * luminance(sent.chalk[at]));
+    if (reach == Reach::Lamps) return;
+    sum.around += albedo * sent.around[at];
+    sum.aroundAlbedo += albedo;
+    sum.closeness += weight * sent.closeness[at];
+    sum.mirror += weight * sent.mirror[at];
+    sum.mirrorCoat += weight * sent.coat[at];
     sum.aroundLight.add(weight * luminance(sent.around[at]));
-    sum.mirrorLight.add(weight * luminance(sent.mirror[at]));
+    sum.mirrorLight.add(weight * luminance(sent.mirror[at] / sent.coat[at]));
   });
   return 0;
 }
 
 void FinalShader::store(const Sum& sum, float samples, int x, int y) const {
-  picture_.at(x, y) = meanOf(sum, samples);
+  picture_.at(x, y) = meanOf(sum, samples, samples);
 }
 
-void FinalShader::addTo(const Sum& sum, float samples, float storedSamples, int x, int y) const {
+void FinalShader::addTo(const Sum& sum, float samples, float around, int x, int y) const {
   LitPixel& pixel = picture_.at(x, y);
-  pixel = pixel.with(storedSamples, meanOf(sum, samples), samples);
+  pixel = pixel.with(meanOf(sum, samples, around));
 }
 
 glm::vec3 displayLight(const LitPixel& pixel) {

@@ -79,8 +79,12 @@ class FinalShader {
       }
     };
 
-    glm::vec3 chalk{0.0F}, around{0.0F}, albedo{0.0F}, mirror{0.0F}, emission{0.0F}, own{0.0F}, normal{0.0F};
+    glm::vec3 chalk{0.0F}, around{0.0F}, albedo{0.0F}, mirror{0.0F}, coat{0.0F}, emission{0.0F}, own{0.0F};
+    glm::vec3 normal{0.0F}, position{0.0F};
     float lit = 0.0F, depth = 0.0F;
+    // Of the samples that were followed all around.
+    glm::vec3 aroundAlbedo{0.0F}, mirrorCoat{0.0F};
+    float closeness = 0.0F;
     Moments chalkLight, aroundLight, mirrorLight;
     Moments evenLight;  // of what the display would show under even light
 
@@ -88,10 +92,11 @@ class FinalShader {
   };
 
   FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture);
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
+  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const { return shade(layer, sums, Reach::All); }
+  RaySet shade(const Layer& layer, PerRay<Sum>& sums, Reach reach) const;
   void store(const Sum& sum, float samples, int x, int y) const;
-  // Adds further samples to a pixel that is stored.
-  void addTo(const Sum& sum, float samples, float storedSamples, int x, int y) const;
+  // Adds further samples to a pixel that is stored; `around` of them were followed all around.
+  void addTo(const Sum& sum, float samples, float around, int x, int y) const;
 
  private:
   const RayScene& scene_;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <glm/gtc/matrix_transform.hpp>
 
+#include "render/light_filter.h"
 #include "small_picture.h"
 
 namespace quillmere::render {
@@ -131,6 +132,27 @@ TEST(FinalLight, WhatHasEdgesIsWithFewSamplesNearWhatItIsWithMany) {
     }
     EXPECT_LT(std::sqrt(sum / (kPlanSide * kPlanSide)), row.most);
   }
+}
+
+TEST(FinalLight, SamplesThatStopAtLampsTellOnlyHowMuchOfAPixelTakesTheLightAllAround) {
+  LitPixel followed, stopped;
+  followed.samples = followed.aroundSamples = 16;
+  followed.lit = stopped.lit = 1;
+  followed.albedo = followed.aroundAlbedo = followed.coat = followed.mirrorCoat = glm::vec3(0.2F);
+  followed.chalk = glm::vec3(0.2F);  // light of 1
+  followed.around = glm::vec3(0.1F);
+  followed.mirror = glm::vec3(0.05F);
+  stopped.samples = 48;
+  stopped.albedo = stopped.coat = glm::vec3(0.6F);
+  stopped.chalk = glm::vec3(1.8F);  // light of 3
+  LitPicture picture(1, 1);
+  picture.at(0, 0) = followed.with(stopped);
+  ASSERT_EQ(smoothGrain(picture, 1, {}), Outcome::Complete);
+  const LitPixel& pixel = picture.at(0, 0);
+  EXPECT_NEAR(pixel.chalk.x, 0.25F * 0.2F + 0.75F * 1.8F, 1e-5F);
+  EXPECT_NEAR(pixel.around.x, 0.5F * pixel.albedo.x, 1e-5F);
+  EXPECT_NEAR(pixel.mirror.x, 0.25F * pixel.coat.x, 1e-5F);
+  EXPECT_NEAR(pixel.albedo.x, 0.5F, 1e-6F);
 }
 
 }  // namespace

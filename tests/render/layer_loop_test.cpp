@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <glm/gtc/matrix_transform.hpp>
+#include <iterator>
+#include <numeric>
 #include <set>
 #include <vector>
 
@@ -91,8 +93,13 @@ TEST(LayerLoop, RaysBesideEachOtherAreThoseOfOnePixel) {
 TEST(SamplePoints, PowersOfTwoFillEveryRowColumnAndSquare) {
   for (const std::uint32_t seed : {0U, 1U, 0xdeadbeefU}) {
     std::set<int> columns, rows, squares;
+    std::uint32_t indices[16];
+    std::iota(std::begin(indices), std::end(indices), 0U);
+    SamplePoints together;
+    findSamplePoints(indices, seed, together);
     for (std::uint32_t i = 0; i < 16; ++i) {
       const glm::vec2 point = samplePoint(i, seed);
+      EXPECT_EQ(together[static_cast<int>(i)], point);
       ASSERT_TRUE(point.x >= 0.0F && point.x < 1.0F && point.y >= 0.0F && point.y < 1.0F);
       columns.insert(static_cast<int>(point.x * 16));
       rows.insert(static_cast<int>(point.y * 16));
