@@ -120,6 +120,23 @@ class LightMean {
   glm::vec3 chalks_{0.0F}, arounds_{0.0F}, mirrors_{0.0F}, weights_{0.0F};
 };
 
+// The second highest luminance of some pixels.
+class Brightest {
+ public:
+  void add(float luminance) {
+    second_ = std::max(second_, std::min(first_, luminance));
+    first_ = std::max(first_, luminance);
+    ++count_;
+  }
+  // What light of that luminance is multiplied with, to be no brighter; 1 where there are too few to tell.
+  float limit(float luminance) const { return count_ >= kEnough && luminance > second_ ? second_ / luminance : 1.0F; }
+
+ private:
+  static constexpr int kEnough = 4;
+  float first_ = 0.0F, second_ = 0.0F;
+  int count_ = 0;
+};
+
 class GrainFilter {
  public:
   GrainFilter(const LitPicture& picture, int threads, const std::function<bool()>& stop)
@@ -136,6 +153,7 @@ class GrainFilter {
       outcome = eachLit([&](int x, int y) { return smoothed(x, y, 1 << level); });
     }
     if (outcome == Outcome::Complete) outcome = eachLit([&](int x, int y) { return sharpened(x, y); });
+    if (outcome == Outcome::Complete) outcome = eachLit([&](int x, int y) { return withoutSpeck(x, y); });
     return outcome;
   }
   const Light& light(int x, int y) const { return from_[picture_.index(x, y)]; }
@@ -271,6 +289,25 @@ class GrainFilter {
     return {glm::mix(smooth.chalk, found.chalk, back.x), glm::mix(smooth.around, found.around, back.y),
             glm::mix(smooth.mirror, found.mirror, back.z),
             back * back * found.errors + (1.0F - back) * (1.0F - back) * smooth.errors, found.coat};
+  }
+
+  // A rare bright sample leaves a speck, whose own error explains too little of it. Light on chalk is nowhere brighter
+  // than in all but one of the pixels around one; a mirror may show a point.
+  Light withoutSpeck(int x, int y) const {
+    const std::size_t self = picture_.index(x, y);
+    const float depthScale = 1.0F / (kDepthSlack * features_[self].slope);
+    Brightest chalk, arounds;
+    around(x, y, 1, [&](int column, int row, float /*weight*/) {
+      const std::size_t there = picture_.index(column, row);
+      if (there == self || picture_.pixels[there].lit <= 0.0F) return;
+      if (unlikeness(features_[self], features_[there], depthScale) > kAroundSlack) return;
+      chalk.add(luminance(from_[there].chalk));
+      arounds.add(luminance(from_[there].around));
+    });
+    Light light = from_[self];
+    light.chalk *= chalk.limit(luminance(light.chalk));
+    light.around *= arounds.limit(luminance(light.around));
+    return light;
   }
 
   const LitPicture& picture_;

@@ -35,9 +35,10 @@ def listen() -> None:
 def end_with_reader() -> None:
     """From now on this process ends when nobody reads the pipe any more that is its standard output: what it prints is
     an answer to whoever started it, and finding it may take as long as servers take. Nothing may be half-done outside."""
-    with suppress(OSError, RuntimeError):  # no standard output, no thread: the answer comes in its time
+    with suppress(OSError):  # no standard output
         if stat.S_ISFIFO(os.fstat(1).st_mode):
-            threading.Thread(target=_watch_reader, daemon=True).start()
+            signal.signal(signal.SIGALRM, _leave_without_reader)
+            signal.setitimer(signal.ITIMER_REAL, LOOK, LOOK)  # a thread would take memory that may be scarce
 
 
 def has_host() -> bool:
@@ -85,11 +86,11 @@ def _watch() -> None:
     signal.pthread_kill(threading.main_thread().ident or 0, signal.SIGTERM)
 
 
-def _watch_reader() -> None:
+def _leave_without_reader(*_: object) -> None:
     pipe = select.poll()
     pipe.register(1, 0)  # reported all the same: that its other end is gone
-    pipe.poll()
-    os._exit(ENDED)
+    if pipe.poll(0):
+        os._exit(ENDED)
 
 
 def _orphaned() -> bool:

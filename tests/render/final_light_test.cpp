@@ -155,5 +155,27 @@ TEST(FinalLight, SamplesThatStopAtLampsTellOnlyHowMuchOfAPixelTakesTheLightAllAr
   EXPECT_NEAR(pixel.albedo.x, 0.5F, 1e-6F);
 }
 
+TEST(FinalPicture, HasNoSpeckWhereOneSampleWasBrightAndItsErrorSmall) {
+  constexpr int kSide = 9, kMiddle = kSide / 2;
+  const auto lightAt = [](int x, glm::vec3 LitPixel::*light) {
+    LitPicture picture(kSide, kSide);
+    for (LitPixel& pixel : picture.pixels) {
+      pixel.samples = pixel.aroundSamples = pixel.lit = pixel.depth = 1;
+      pixel.albedo = pixel.aroundAlbedo = pixel.coat = pixel.mirrorCoat = glm::vec3(0.5F);
+      pixel.normal = {0, 0, 1};
+      pixel.chalk = pixel.around = pixel.mirror = glm::vec3(0.1F);
+      pixel.chalkError = pixel.aroundError = pixel.mirrorError = 1e-6F;
+    }
+    picture.at(x, kMiddle).*light = glm::vec3(0.3F);
+    smoothGrain(picture, 1, {});
+    return (picture.at(x, kMiddle).*light).x;
+  };
+  for (const int x : {0, kMiddle}) {
+    EXPECT_NEAR(lightAt(x, &LitPixel::chalk), 0.1F, 0.02F) << x;
+    EXPECT_NEAR(lightAt(x, &LitPixel::around), 0.1F, 0.02F) << x;
+    EXPECT_NEAR(lightAt(x, &LitPixel::mirror), 0.3F, 0.05F) << "a mirror may show a point";
+  }
+}
+
 }  // namespace
 }  // namespace quillmere::render
