@@ -93,7 +93,7 @@ void PixelSampling::place(const PixelBlock& pixels, const PerRay<std::uint32_t>&
     y[ray] = static_cast<float>(pixels.top) + kGridPlaces.y[static_cast<std::size_t>(ray)];
   }
   if (isGrid()) return;
-  PerRay<std::uint32_t> places;
+  PerRay<std::uint32_t> places{};
   for (int ray = 0; ray < kRays; ++ray) places[ray] = placeNumber(numbers[ray]);
   SamplePoints points;
   findSamplePoints(places.values, placeSeed, points);

@@ -56,9 +56,9 @@ class LineRow {
   static constexpr int kPlanes = 5;
   void repeat(int from, int first, int behind) const;
 
-  float* planes_;
-  TwoObjects* several_;
-  std::ptrdiff_t stride_;
+  float* planes_ = nullptr;
+  TwoObjects* several_ = nullptr;
+  std::ptrdiff_t stride_ = 0;
 };
 
 // Some rows one below the other.
