@@ -32,13 +32,21 @@ def listen() -> None:
     threading.Thread(target=_watch, daemon=True).start()
 
 
-def end_with_reader() -> None:
-    """From now on this process ends when nobody reads the pipe any more that is its standard output: what it prints is
-    an answer to whoever started it, and finding it may take as long as servers take. Nothing may be half-done outside."""
+@contextmanager
+def ending_with_reader() -> Iterator[None]:
+    """Within this, the process ends when nobody reads the pipe any more that is its standard output: what it is to print
+    is an answer to whoever started it, and finding it may take as long as servers take.
+
+    Such work must leave nothing half-done outside this process.
+    """
     with suppress(OSError):  # no standard output
         if stat.S_ISFIFO(os.fstat(1).st_mode):
             signal.signal(signal.SIGALRM, _leave_without_reader)
             signal.setitimer(signal.ITIMER_REAL, LOOK, LOOK)  # a thread would take memory that may be scarce
+    try:
+        yield
+    finally:
+        signal.setitimer(signal.ITIMER_REAL, 0)
 
 
 def has_host() -> bool:

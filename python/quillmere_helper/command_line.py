@@ -20,16 +20,19 @@ def run(argv: list[str]) -> int:
     if given.request is not None and looks:
         parser.error("--check, --controls and --servers take no request")
     if looks:
-        cancellation.end_with_reader()
+        with cancellation.ending_with_reader():
+            return _look(given)
+    if given.response is None:
+        parser.error("a request file and a response file are needed")
+    return render.run(argv, given.request, given.response)
+
+
+def _look(given: argparse.Namespace) -> int:
     if given.servers:
         return _show_servers(given.json)
     if given.check is not None:
         return _show(_checked(given.check), _runs_on, given.json)
-    if given.controls is not None:
-        return _show(_controls_of(given.controls), _control_lines, given.json)
-    if given.response is None:
-        parser.error("a request file and a response file are needed")
-    return render.run(argv, given.request, given.response)
+    return _show(_controls_of(given.controls), _control_lines, given.json)
 
 
 def _parser() -> argparse.ArgumentParser:
