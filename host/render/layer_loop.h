@@ -99,6 +99,14 @@ struct Layer {
   SurfacePoints surface;   // in the last layer that is looked at, everything is opaque
 };
 
+// What a grid's four pixels show where all their samples met one plain triangle.
+struct FourPixels {
+  const PixelBlock& block;
+  const RayPacket& rays;
+  const MetTriangle& triangle;
+  FourPoints points;  // in the middle of each pixel's samples
+};
+
 // Follows the rays of one packet from layer to layer. The arguments must outlive it.
 class LayerTrace {
  public:
@@ -109,9 +117,9 @@ class LayerTrace {
   LayerTrace& operator=(const LayerTrace&) = delete;
 
   // Looks ahead at the first layer, before findNext: the triangle that all sixteen rays met where that is so and it is
-  // plain, else null. Then `points` are the middles of a grid's four pixels.
+  // plain, else null. Then `pixels` shows a grid's four.
   const MetTriangle* findOne();
-  FourPoints points() const { return {triangle_, middles()}; }
+  FourPixels pixels() const { return {layer_.block, rays_, triangle_, {triangle_, middles()}}; }
 
   // False when no ray goes on.
   bool findNext();
@@ -154,10 +162,9 @@ concept Shader = requires(const T& shader, const Layer& layer, PerRay<typename T
 // A shader of a grid's pixels that needs no sums where all samples of four of them meet one plain triangle whose
 // material it takes so: it stores the same as by shade and store.
 template <class T>
-concept FourShader = Shader<T> &&
-    requires(const T& shader, const ShadingMaterial& material, const FourPoints& points, const PixelBlock& block) {
+concept FourShader = Shader<T> && requires(const T& shader, const ShadingMaterial& material, const FourPixels& pixels) {
   { shader.takesFour(material) } -> std::same_as<bool>;
-  shader.storeFour(points, material, block);
+  shader.storeFour(pixels);
 };
 
 // A rectangle of pixels of a picture, cut off at its right and bottom edge.
@@ -208,13 +215,11 @@ void drawBlock(const PictureRequest& request, const CameraRays& camera, const Pi
 
 // The same on a grid, which has one pass.
 template <FourShader Shading>
-void drawBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-               const PixelBlock& block, const Shading& shader, MetTriangle& triangle) {
+void drawGridBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
+                   const PixelBlock& block, const Shading& shader, MetTriangle& triangle) {
   LayerTrace trace(request, camera, sampling, block, {}, 0, triangle);
   const MetTriangle* const one = trace.findOne();
-  if (one != nullptr && shader.takesFour(one->material())) {
-    return shader.storeFour(trace.points(), one->material(), block);
-  }
+  if (one != nullptr && shader.takesFour(one->material())) return shader.storeFour(trace.pixels());
   PerRay<typename Shading::Sum> sums{};
   follow(trace, shader, sums);
   storeBlock(request, sampling, block, shader, sums);
@@ -237,6 +242,10 @@ Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling
     MetTriangle triangle;
     for (; block.top < tile.bottom; block.top += block.pixels()) {
       for (block.left = tile.left; block.left < tile.right; block.left += block.pixels()) {
+        if constexpr (FourShader<Shading>) {
+          if (sampling.isGrid()) drawGridBlock(request, camera, sampling, block, shader, triangle);
+          if (sampling.isGrid()) continue;
+        }
         drawBlock(request, camera, sampling, block, shader, triangle);
       }
     }

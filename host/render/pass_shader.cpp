@@ -24,6 +24,13 @@ bool isWhole(const Layer& layer) {
   return whole == kRays;
 }
 
+// Of a pixel that shows nothing but one object or material.
+void storeMatte(const std::vector<Plane>& layers, std::uint32_t id, std::ptrdiff_t pixel) {
+  MatteSum sum;
+  sum.add(id, 1.0F);
+  sum.store(layers, 1.0F, pixel);
+}
+
 // The rays whose samples end in a layer for the most part; of those that meet nothing it may tell anything.
 RaySet stoppedIn(const Layer& layer) {
   const auto isStopped = [&](int ray) {
@@ -174,14 +181,21 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
 
 template <Mattes kMattes>
 RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
+  const Depths depths = depthsOf(layer.rays);
+  if (isWhole(layer)) {
+    for (int pixel = 0; pixel < 4; ++pixel) {
+      const int at = 4 * pixel;
+      const SurfacePoints& surface = layer.surface;
+      const glm::ivec2 place = layer.block.pixelOf(at);
+      const glm::vec3 light = quick_ != nullptr ? quick_->lightOf(layer, at) : glm::vec3(0.0F);
+      if (quick_ != nullptr) quick_->store(light, place.x, place.y);
+      storeWhole({light, surface.color[at], surface.normal[at], surface.instance[at]}, layer.rays, at, depths, place);
+      sums[pixel].isStored = true;
+    }
+    return layer.met;
+  }
   const auto sumOf = [&](int ray) -> Sum& { return sums[layer.block.summedAt(ray)]; };
   if (quick_ != nullptr) quick_->light(layer, [&](int ray) -> QuickShader::Sum& { return sumOf(ray).quick; });
-  const Depths depths = depthsOf(layer);
-  const bool forLines = lines_ != nullptr && !isWhole(layer);
-  if (lines_ != nullptr && !forLines) {
-    putWhole(layer, depths, sums);
-    if (linesAlone_) return layer.met;
-  }
   const auto seenOf = [&](int ray) -> Seen& {
     std::optional<Seen>& held = sumOf(ray).seen;
     return held ? *held : held.emplace();
@@ -190,26 +204,59 @@ RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
   for (RaySet open = looksAtSurfaces_ ? seen : 0; open != 0;) {
     const int ray = std::countr_zero(open);
     const RaySet beside = open & layer.block.raysBeside(ray);
-    addSeen(layer, beside, depths, forLines, seenOf(ray));
+    addSeen(layer, beside, depths, seenOf(ray));
     open &= ~beside;
   }
-  forEachRay(layer.points, [&](int at) { addPoint(layer, at, forLines, seenOf(at)); });
+  forEachRay(layer.points, [&](int at) { addPoint(layer, at, seenOf(at)); });
   return toTheEnd_ ? 0 : seen;
 }
 
 template <Mattes kMattes>
-void PassShader<kMattes>::putWhole(const Layer& layer, const Depths& depths, PerRay<Sum>& sums) const {
-  const std::array<LineRow, 2> rows{lines_->rowAt(layer.block.top), lines_->rowAt(layer.block.top + 1)};
-  for (int pixel = 0; pixel < 4; ++pixel) {
-    const int at = 4 * pixel;
-    const std::uint32_t instance = layer.surface.instance[at];
-    const bool sky = scene_.instances()[instance].sky;
-    const float even = depths.even[at] + depths.even[at + 1] + depths.even[at + 2] + depths.even[at + 3];
-    rows[static_cast<std::size_t>(pixel >> 1)].put(
-        layer.block.left + (pixel & 1), sky ? glm::vec3(0.0F) : layer.surface.normal[at], sky ? 0.0F : 0.25F * even,
-        {{ids_[instance].first, 0}, {1.0F, 0.0F}});
-    sums[pixel].hasLine = true;
+void PassShader<kMattes>::storeFour(const FourPixels& pixels) const {
+  const Depths depths = depthsOf(pixels.rays);
+  const FourVectors light = quick_ != nullptr ? quick_->lightOf(pixels) : FourVectors{};
+  if (quick_ != nullptr) quick_->storeFour(light, pixels.block);
+  for (int i = 0; i < 4; ++i) {
+    const Shown shown{light[i], glm::vec3(pixels.points.colors[static_cast<std::size_t>(i)]), pixels.points.normal[i],
+                      pixels.triangle.instance()};
+    storeWhole(shown, pixels.rays, 4 * i, depths, pixels.block.pixelOf(4 * i));
   }
+}
+
+// All but the quick picture, as by sums of the pixel's four samples, from `at` on.
+template <Mattes kMattes>
+void PassShader<kMattes>::storeWhole(const Shown& shown, const RayPacket& rays, int at, const Depths& depths,
+                                     glm::ivec2 place) const {
+  const std::ptrdiff_t pixel = std::ptrdiff_t{place.y} * width_ + place.x;
+  const auto& [object, material] = ids_[shown.instance];
+  const bool sky = scene_.instances()[shown.instance].sky;
+  const glm::vec3 normal = sky ? glm::vec3(0.0F) : shown.normal;
+  color_.put(pixel, shown.light, 1.0F);
+  albedo_.put(pixel, shown.color, 1.0F);
+  if (normal_) normal_.put(pixel, toCamera_ * unit(normal), sky ? 0.0F : 1.0F);
+  if constexpr (kMattes == Mattes::Yes) {
+    if (!objects_.empty()) storeMatte(objects_, object, pixel);
+    if (!materials_.empty()) storeMatte(materials_, material, pixel);
+  }
+  const auto meanOf = [&](const PerRay<float>& values) {
+    return sky ? 0.0F : 0.25F * (values[at] + values[at + 1] + values[at + 2] + values[at + 3]);
+  };
+  if (tone_) tone_.put(pixel, meanOf(depths.tones));
+  if (lines_ != nullptr) {
+    lines_->rowAt(place.y).put(place.x, normal, meanOf(depths.even), {{object, 0}, {1.0F, 0.0F}});
+  }
+  if (depth_ || position_) storeNearest(rays, at, sky, pixel);
+}
+
+template <Mattes kMattes>
+void PassShader<kMattes>::storeNearest(const RayPacket& rays, int at, bool sky, std::ptrdiff_t pixel) const {
+  int nearest = at;
+  for (int ray = at + 1; ray < at + 4; ++ray) {
+    if (rays.hit(ray).distance < rays.hit(nearest).distance) nearest = ray;
+  }
+  const float depth = rays.hit(nearest).distance;
+  depth_.put(pixel, sky ? std::numeric_limits<float>::infinity() : depth);
+  position_.put(pixel, sky ? glm::vec3(0.0F) : rays.origin(nearest) + depth * rays.direction(nearest));
 }
 
 // The rays whose samples are stopped by this layer, together with those in front of it, and not by those alone.
@@ -229,27 +276,26 @@ RaySet PassShader<kMattes>::seenIn(const Layer& layer) const {
 }
 
 template <Mattes kMattes>
-typename PassShader<kMattes>::Depths PassShader<kMattes>::depthsOf(const Layer& layer) const {
+typename PassShader<kMattes>::Depths PassShader<kMattes>::depthsOf(const RayPacket& rays) const {
   Depths depths;
   for (int ray = 0; ray < kRays && tone_; ++ray) {
-    const float depth = layer.rays.hit(ray).distance;
+    const float depth = rays.hit(ray).distance;
     depths.tones[ray] = std::clamp(toneOffset_ + toneScale_ * (inverse_ ? 1.0F / depth : depth), 0.0F, 1.0F);
   }
   for (int ray = 0; ray < kRays && lines_ != nullptr; ++ray) {
-    const float depth = layer.rays.hit(ray).distance;
+    const float depth = rays.hit(ray).distance;
     depths.even[ray] = orthographic_ ? depth : 1.0F / depth;
   }
   return depths;
 }
 
 template <Mattes kMattes>
-void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, bool forLines,
-                                  Seen& seen) const {
+void PassShader<kMattes>::addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const {
   const auto samples = countOf(rays);
   seen.samples += samples;
   if (tone_) seen.tone += sumOf(depths.tones, rays);
-  if (forLines) seen.evenDepth += sumOf(depths.even, rays);
-  if (normal_ || forLines) {
+  if (lines_ != nullptr) seen.evenDepth += sumOf(depths.even, rays);
+  if (normal_ || lines_ != nullptr) {
     glm::vec3 normal(0.0F);
     if (layer.points == kOnePerPixel) {
       normal = samples * layer.surface.normal[layer.pointOf[std::countr_zero(rays)]];
@@ -277,21 +323,22 @@ void PassShader<kMattes>::addNearest(const Layer& layer, RaySet rays, Seen& seen
 
 // What all rays that share the point see alike.
 template <Mattes kMattes>
-void PassShader<kMattes>::addPoint(const Layer& layer, int at, bool forLines, Seen& seen) const {
+void PassShader<kMattes>::addPoint(const Layer& layer, int at, Seen& seen) const {
   const float weight = layer.weightAt[at];
   seen.alpha += weight;
   if (albedo_) seen.albedo += weight * layer.surface.color[at];
   if constexpr (kMattes == Mattes::Yes) {
     const auto& [object, material] = ids_[layer.surface.instance[at]];
-    if (!objects_.empty() || forLines) seen.mattes.objects.add(object, weight);
+    if (!objects_.empty() || lines_ != nullptr) seen.mattes.objects.add(object, weight);
     if (!materials_.empty()) seen.mattes.materials.add(material, weight);
   }
 }
 
 template <Mattes kMattes>
 void PassShader<kMattes>::store(const Sum& sum, float samples, int x, int y) const {
+  if (sum.isStored) return;
   if (quick_ != nullptr) quick_->store(sum.quick, samples, x, y);
-  if (lines_ != nullptr && !sum.hasLine) putLine(sum, samples, x, y);
+  if (lines_ != nullptr) putLine(sum, samples, x, y);
   if (linesAlone_) return;
   const std::ptrdiff_t pixel = std::ptrdiff_t{y} * width_ + x;
   if (!sum.seen) return storeNothing(pixel);

@@ -120,7 +120,7 @@ class PassShader {
 
     QuickShader::Sum quick;
     std::optional<Seen> seen;
-    bool hasLine = false;  // whether what lines are found in is put already
+    bool isStored = false;  // whether all of the pixel is
 
     Sum& operator+=(const Sum& other);
   };
@@ -129,6 +129,8 @@ class PassShader {
   PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids, PassTarget target);
   RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
   void store(const Sum& sum, float samples, int x, int y) const;
+  bool takesFour(const ShadingMaterial& material) const { return quick_ == nullptr || quick_->takesFour(material); }
+  void storeFour(const FourPixels& pixels) const;
   void begin(const Tile& tile) const {
     if (lines_ != nullptr) lines_->begin(tile);
   }
@@ -141,13 +143,18 @@ class PassShader {
   struct Depths {
     PerRay<float> tones, even;
   };
-  Depths depthsOf(const Layer& layer) const;
+  // Of a pixel that shows one opaque point.
+  struct Shown {
+    glm::vec3 light, color, normal;
+    std::uint32_t instance;
+  };
+  Depths depthsOf(const RayPacket& rays) const;
   RaySet seenIn(const Layer& layer) const;
-  // `forLines`: whether what lines are found in is looked at here, too.
-  void addSeen(const Layer& layer, RaySet rays, const Depths& depths, bool forLines, Seen& seen) const;
+  void addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const;
   void addNearest(const Layer& layer, RaySet rays, Seen& seen) const;
-  void addPoint(const Layer& layer, int at, bool forLines, Seen& seen) const;
-  void putWhole(const Layer& layer, const Depths& depths, PerRay<Sum>& sums) const;
+  void addPoint(const Layer& layer, int at, Seen& seen) const;
+  void storeWhole(const Shown& shown, const RayPacket& rays, int at, const Depths& depths, glm::ivec2 place) const;
+  void storeNearest(const RayPacket& rays, int at, bool sky, std::ptrdiff_t pixel) const;
   void putLine(const Sum& sum, float samples, int x, int y) const;
   void storeNothing(std::ptrdiff_t pixel) const;
 

@@ -105,6 +105,7 @@ class MetTriangle {
   // Whether SurfacePoints::resolveFour may be called.
   bool isPlain() const { return met_->material->plain && normal_ != glm::vec3(0.0F); }
   const ShadingMaterial& material() const { return *met_->material; }
+  std::uint32_t instance() const { return instance_; }  // index into RayScene::instances
 
  private:
   friend struct SurfacePoints;

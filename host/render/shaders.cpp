@@ -85,25 +85,32 @@ glm::vec3 QuickShader::lightOf(const Layer& layer, int at) const {
   return points.material[at]->emits ? lit + displayed(points.emission[at]) : lit;
 }
 
-void QuickShader::store(const Sum& sum, float samples, int x, int y) const {
-  const glm::vec3 light = (sum.surfaces + sum.backdrop) * (1.0F / samples);
+void QuickShader::store(glm::vec3 light, int x, int y) const {
   std::uint8_t* rgb = picture_.row<std::uint8_t>(y) + std::ptrdiff_t{3} * x;
   for (int c = 0; c < 3; ++c) rgb[c] = bytes_.of(light[c]);
 }
 
-// As `store` of the four, each with all its samples: their light is the pixel's.
-void QuickShader::storeFour(const FourPoints& points, const ShadingMaterial& material, const PixelBlock& block) const {
-  const bool unlit = material.definition->unlit;
-  const FourVectors& normal = points.normal;
+FourVectors QuickShader::lightOf(const FourPixels& pixels) const {
+  const bool unlit = pixels.triangle.material().definition->unlit;
+  const FourVectors& normal = pixels.points.normal;
   const Four towards = dot(normal, FourVectors::of(headlight_));
   const Four facing = chosen(towards > four(0.0F), towards, four(0.0F));
   const Four upwards = four(0.5F) + four(0.5F) * normal.y, downwards = four(1.0F) - upwards;
+  const auto channel = [&](int c) {
+    const auto& colors = pixels.points.colors;
+    const Four color{colors[0][c], colors[1][c], colors[2][c], colors[3][c]};
+    return unlit ? color : color * (kBelow[c] * downwards + kAbove[c] * upwards + kHeadlight * facing);
+  };
+  return {channel(0), channel(1), channel(2)};
+}
+
+// As `store` of the four, each with all its samples: their light is the pixel's.
+void QuickShader::storeFour(const FourVectors& light, const PixelBlock& block) const {
   std::uint8_t* const rows[] = {picture_.pixel<std::uint8_t>(block.left, block.top),
                                 picture_.pixel<std::uint8_t>(block.left, block.top + 1)};
+  const Four* const channels[] = {&light.x, &light.y, &light.z};
   for (int c = 0; c < 3; ++c) {
-    Four light{points.colors[0][c], points.colors[1][c], points.colors[2][c], points.colors[3][c]};
-    if (!unlit) light *= kBelow[c] * downwards + kAbove[c] * upwards + kHeadlight * facing;
-    for (int i = 0; i < 4; ++i) rows[i >> 1][3 * (i & 1) + c] = bytes_.of(light[i]);
+    for (int i = 0; i < 4; ++i) rows[i >> 1][3 * (i & 1) + c] = bytes_.of((*channels[c])[i]);
   }
 }
 

@@ -37,12 +37,17 @@ class QuickShader {
     forEachRay(layer.missed,
                [&](int ray) { sumOf(ray).backdrop += layer.weight[ray] * background(layer.block.pixelOf(ray).y); });
   }
-  void store(const Sum& sum, float samples, int x, int y) const;
+  void store(const Sum& sum, float samples, int x, int y) const {
+    store((sum.surfaces + sum.backdrop) * (1.0F / samples), x, y);
+  }
+  void store(glm::vec3 light, int x, int y) const;
+  glm::vec3 lightOf(const Layer& layer, int at) const;  // of its point
   bool takesFour(const ShadingMaterial& material) const { return !material.glossy && !material.emits; }
-  void storeFour(const FourPoints& points, const ShadingMaterial& material, const PixelBlock& block) const;
+  void storeFour(const FourPixels& pixels) const { storeFour(lightOf(pixels), pixels.block); }
+  FourVectors lightOf(const FourPixels& pixels) const;
+  void storeFour(const FourVectors& light, const PixelBlock& block) const;
 
  private:
-  glm::vec3 lightOf(const Layer& layer, int at) const;  // of its point
   glm::vec3 lightOn(glm::vec3 normal, float occlusion) const;
   glm::vec3 reflected(const SurfacePoints& points, int at, glm::vec3 viewer) const;
   glm::vec3 background(int row) const;
