@@ -1,6 +1,7 @@
 #include "line_strips.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace quillmere::render {
@@ -14,6 +15,7 @@ void LineStrips::forThoseBeside(int strip, const Work& work) {
 LineStrips::LineStrips(const scene::Camera& camera, int side, image::Image& lines)
     : search_(camera),
       side_(side),
+      shift_(std::countr_zero(static_cast<unsigned>(side))),
       lines_(lines),
       strips_(static_cast<std::size_t>((lines.height() + side - 1) / side)) {
   const int columns = (lines.width() + side - 1) / side;

@@ -14,13 +14,14 @@ namespace quillmere::render {
 // next ones. So of a large picture there are only a few at a time, mostly still in the cache.
 class LineStrips {
  public:
-  // Of tiles with sides of `side` pixels. `lines` is Float grey and as large as the picture; it must outlive this.
+  // Of tiles with sides of `side` pixels, a power of two. `lines` is Float grey and as large as the picture; it must
+  // outlive this.
   LineStrips(const scene::Camera& camera, int side, image::Image& lines);
 
   // Each tile is begun, then its pixels are put into their rows, then it is ended, on one thread; several may be at it
   // at once. Throws std::bad_alloc.
   void begin(const Tile& tile);
-  LineRow rowAt(int y) { return strips_[static_cast<std::size_t>(y / side_)].rows->row(y % side_); }
+  LineRow rowAt(int y) { return strips_[static_cast<std::size_t>(y >> shift_)].rows->row(y & (side_ - 1)); }
   void end(const Tile& tile);
 
  private:
@@ -36,7 +37,7 @@ class LineStrips {
   void draw(int strip);
 
   LineSearch search_;
-  int side_;
+  int side_, shift_;  // `side_` is 1 << `shift_`: a division for each pixel would take longer than the rest of rowAt
   image::Image& lines_;
   std::mutex mutex_;  // guards what follows, but for rows that were begun
   std::vector<Strip> strips_;
