@@ -243,8 +243,10 @@ Outcome drawPicture(const PictureRequest& request, const PixelSampling& sampling
     for (; block.top < tile.bottom; block.top += block.pixels()) {
       for (block.left = tile.left; block.left < tile.right; block.left += block.pixels()) {
         if constexpr (FourShader<Shading>) {
-          if (sampling.isGrid()) drawGridBlock(request, camera, sampling, block, shader, triangle);
-          if (sampling.isGrid()) continue;
+          if (sampling.isGrid()) {
+            drawGridBlock(request, camera, sampling, block, shader, triangle);
+            continue;
+          }
         }
         drawBlock(request, camera, sampling, block, shader, triangle);
       }
