@@ -105,7 +105,8 @@ Answer openFolder(Studio& studio, const Request& request) {
   throw Refused(501, "this machine's desktop could not open '" + file.parent_path().string() + "' (xdg-open)");
 }
 
-Answer renderExample(Studio& studio, const Request& /*request*/) {
+Answer renderExample(Studio& studio, const Request& request) {
+  bodyOf(request);
   studio.example.start();
   return answerWith(Json::object());
 }

@@ -3,6 +3,7 @@
 import http.client
 import json
 import pathlib
+import re
 import shlex
 import signal
 import subprocess
@@ -14,6 +15,7 @@ from typing import Any
 from studio_case import StudioCase, until  # first: it knows where the next is
 from app_case import QUILLMERE, processes_with
 
+ROOT = pathlib.Path(__file__).parents[2]
 SLOWLY = 'tell \'"phase": "generate", "message": "Inking", "progress": 0.4\'\nsleep 60\nanswer'
 
 
@@ -35,6 +37,28 @@ class DeskCase(StudioCase):
     def ended(self) -> dict:
         until(lambda: not self.rendering(), 60)
         return self.told("/api/desk")["render"]["end"]
+
+
+class Routes(DeskCase):
+    def test_every_route_refuses_strangers_and_what_it_does_not_take(self) -> None:
+        page = (ROOT / "docs/studio-protocol.md").read_text()
+        routes = re.findall(r"^\| (GET|POST) `(/api/[a-z/-]*)(ID|FRAME)?", page, re.M)
+        code = "".join(map(pathlib.Path.read_text, (ROOT / "host/studio").glob("*.cpp")))
+        coded = re.findall(r'(?:Route::Method::|http\.)(Get|Post)[,(] ?"(/api/[^"]*)"', code)
+        self.assertEqual(sorted(method + path for method, path, _ in routes), sorted(method.upper() + path for method, path in coded))
+        self.desk()
+        for method, path, subject in routes:
+            place, body = path + ("none" if subject else ""), None if method == "GET" else "{}"
+            told = {"a stranger": self.ask(place, body, X_Quillmere_Token="").status,
+                    "another page": self.ask(place, body, Origin="http://evil.example").status,
+                    "the other method": self.ask(place, "{}" if method == "GET" else None).status}
+            if method == "POST":
+                told["a form"] = self.ask(place, "a=1", Content_Type="application/x-www-form-urlencoded").status
+                told["no object"] = self.ask(place, "[]").status
+            if subject:
+                told["no such thing"] = self.ask(place).status
+            expected = {"a stranger": 401, "another page": 403, "the other method": 404, "a form": 415, "no object": 400, "no such thing": 404}
+            self.assertEqual(told, {what: expected[what] for what in told}, place)
 
 
 class Job(DeskCase):
