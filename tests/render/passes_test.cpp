@@ -249,6 +249,23 @@ TEST(QuickPicture, IsTheSameHoweverManyPointsAreShadedAtOnce) {
   EXPECT_NE(a.row<std::uint8_t>(2)[6], a.row<std::uint8_t>(kSide - 3)[6]) << "nothing to be wrong about";
 }
 
+TEST(Depths, AreThoseOfTheNearestSample) {
+  scene::Material both;
+  both.doubleSided = true;
+  for (const float side : {1.0F, -1.0F}) {  // a wall that goes away to one side, whose samples are all apart
+    const glm::mat4 slope = glm::rotate(glm::mat4(1.0F), side * glm::radians(60.0F), glm::vec3(0, 1, 0));
+    const Passes passes = drawn(sceneOf(wall(), slope, both), ahead(), asking({Pass::Depth, Pass::Position}));
+    for (int x = kSide / 4; x < 3 * kSide / 4; ++x) {
+      const float across = (2.0F * (static_cast<float>(x) + 0.5F) / kSide - 1.0F) * std::tan(0.5F * kAngle);
+      const float middle = 2.5F / (0.5F - side * across * std::sin(glm::radians(60.0F)));
+      const float depth = *passes.depth.pixel<float>(x, kSide / 2);
+      EXPECT_LT(depth, middle) << x;
+      EXPECT_GT(depth, 0.9F * middle) << x;
+      EXPECT_NEAR(vectorAt(passes.position, x, kSide / 2).z, 5.0F - depth, 1e-4F) << x;
+    }
+  }
+}
+
 TEST(Depths, OfWhatIsSeenAreMeasured) {
   const ScenePointer scene = sceneOf(ball());
   scene->add(wall(), 0, moved(0, 0, -3));
