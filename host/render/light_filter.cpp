@@ -246,8 +246,8 @@ class GrainFilter {
   }
 
   static float unlikeness(const Feature& here, const Feature& there, float depthScale) {
-    const float cosine = std::max(0.0F, glm::dot(here.normal, there.normal));
-    return std::abs(here.depth - there.depth) * depthScale + kNormalPower * (1.0F - cosine);
+    return std::abs(here.depth - there.depth) * depthScale +
+           kNormalPower * (1.0F - std::max(0.0F, glm::dot(here.normal, there.normal)));
   }
 
   Light smoothed(int x, int y, int step) const {
@@ -299,15 +299,14 @@ class GrainFilter {
     Brightest chalk, arounds;
     around(x, y, 1, [&](int column, int row, float /*weight*/) {
       const std::size_t there = picture_.index(column, row);
-      if (there == self || picture_.pixels[there].lit <= 0.0F) return;
-      if (unlikeness(features_[self], features_[there], depthScale) > kAroundSlack) return;
+      const bool tells = there != self && picture_.pixels[there].lit > 0.0F;
+      if (!tells || unlikeness(features_[self], features_[there], depthScale) > kAroundSlack) return;
       chalk.add(luminance(from_[there].chalk));
       arounds.add(luminance(from_[there].around));
     });
-    Light light = from_[self];
-    light.chalk *= chalk.limit(luminance(light.chalk));
-    light.around *= arounds.limit(luminance(light.around));
-    return light;
+    const Light& light = from_[self];
+    return {light.chalk * chalk.limit(luminance(light.chalk)), light.around * arounds.limit(luminance(light.around)),
+            light.mirror, light.errors, light.coat};
   }
 
   const LitPicture& picture_;
@@ -318,40 +317,6 @@ class GrainFilter {
 };
 
 }  // namespace
-
-LitPixel LitPixel::with(const LitPixel& other) const {
-  LitPixel both;
-  both.samples = samples + other.samples;
-  both.aroundSamples = aroundSamples + other.aroundSamples;
-  const float share = samples / both.samples, rest = 1.0F - share;
-  const float aroundShare = aroundSamples / both.aroundSamples, aroundRest = 1.0F - aroundShare;
-  const auto mean = [&](const auto& mine, const auto& others) { return share * mine + rest * others; };
-  const auto aroundMean = [&](const auto& mine, const auto& others) {
-    return aroundShare * mine + aroundRest * others;
-  };
-  const auto error = [](float part, float mine, float others) {
-    return part * part * mine + (1.0F - part) * (1.0F - part) * others;
-  };
-  both.chalk = mean(chalk, other.chalk);
-  both.around = aroundMean(around, other.around);
-  both.aroundAlbedo = aroundMean(aroundAlbedo, other.aroundAlbedo);
-  both.albedo = mean(albedo, other.albedo);
-  both.closeness = aroundMean(closeness, other.closeness);
-  both.position = both.lit > 0.0F ? mean(lit * position, other.lit * other.position) / both.lit : glm::vec3(0.0F);
-  both.coat = mean(coat, other.coat);
-  both.mirror = aroundMean(mirror, other.mirror);
-  both.mirrorCoat = aroundMean(mirrorCoat, other.mirrorCoat);
-  both.emission = mean(emission, other.emission);
-  both.own = mean(own, other.own);
-  both.lit = mean(lit, other.lit);
-  both.normal = normal + other.normal;
-  both.depth = both.lit > 0.0F ? mean(lit * depth, other.lit * other.depth) / both.lit : 0.0F;
-  both.chalkError = error(share, chalkError, other.chalkError);
-  both.aroundError = error(aroundShare, aroundError, other.aroundError);
-  both.mirrorError = error(aroundShare, mirrorError, other.mirrorError);
-  both.edgeError = error(share, edgeError, other.edgeError);
-  return both;
-}
 
 std::uintmax_t memoryToLight(std::size_t pixels) {
   return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(Feature) + 2 * sizeof(Light) + sizeof(Grain));
