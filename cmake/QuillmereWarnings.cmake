@@ -5,8 +5,9 @@ function(quillmere_warnings target)
     # GCC 12 sees overlapping copies in "literal" + std::string where there are none (GCC bug 105651).
     target_compile_options(${target} PRIVATE -Wno-restrict)
     if(QUILLMERE_SANITIZE)
-      # Nor does it follow the standard library's own <regex> through the sanitizers' checks (GCC bug 105562).
-      target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+      # Nor does it follow the standard library's own <regex> (GCC bug 105562) and copies of vectors through the
+      # sanitizers' checks.
+      target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized -Wno-stringop-overread)
     endif()
   endif()
   if(QUILLMERE_WERROR)
