@@ -24,7 +24,7 @@ class SpanShader {
   // A row's spans are written by several threads, but each pixel by one.
   SpanShader(const PictureRequest& picture, std::vector<Sum>& pixels) : picture_(picture), pixels_(pixels) {}
 
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const {
     forEachRay(layer.met, [&](int ray) {
       if (picture_.scene.instances()[layer.surface.instance[layer.pointOf[ray]]].sky) return;
       const float depth = layer.rays.hit(ray).distance;

@@ -51,7 +51,7 @@ Grain grainNear(const std::vector<Grain>& grain, const LitPicture& picture, int 
 struct ReachingShader {
   using Sum = FinalShader::Sum;
 
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const { return shader.shade(layer, sums, reach); }
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const { return shader.shade(layer, sums, reach); }
   void store(const Sum& /*sum*/, float /*samples*/, int /*x*/, int /*y*/) const {}
 
   const FinalShader& shader;

@@ -148,9 +148,21 @@ class LayerTrace {
   bool seesThrough_ = false;  // whether any point of the layer lets light through
 };
 
+// The sums of a block's pixels, or of its samples: see PixelBlock::summedAt.
+template <class Sum>
+class BlockSums {
+ public:
+  explicit BlockSums(Sum* first) : first_(first) {}
+  BlockSums(PerRay<Sum>& sums) : first_(sums.values) {}  // NOLINT(google-explicit-constructor): it is one
+  Sum& operator[](int at) const { return first_[at]; }
+
+ private:
+  Sum* first_;
+};
+
 // What turns layers into pixels. A Sum is what one pixel's samples add up to; a fresh one, `Sum{}`, is nothing.
 template <class T>
-concept Shader = requires(const T& shader, const Layer& layer, PerRay<typename T::Sum>& sums) {
+concept Shader = requires(const T& shader, const Layer& layer, BlockSums<typename T::Sum> sums) {
   // Adds to the sum of each ray's pixel, `sums[layer.block.summedAt(ray)]`, what the layer brings to its sample.
   // Returns the rays whose samples need no layer behind this one; samples that are spent end without being told.
   { shader.shade(layer, sums) } -> std::same_as<RaySet>;
@@ -178,14 +190,14 @@ Outcome drawTiles(const PictureRequest& request, int side, const std::function<v
 
 // Follows the rays of a block through all layers, in one pass, and adds what they bring to `sums`.
 template <Shader Shading>
-void follow(LayerTrace& trace, const Shading& shader, PerRay<typename Shading::Sum>& sums) {
+void follow(LayerTrace& trace, const Shading& shader, BlockSums<typename Shading::Sum> sums) {
   while (trace.findNext()) trace.goOn(shader.shade(trace.layer(), sums));
 }
 
 template <Shader Shading>
 void drawPass(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
               const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, const Shading& shader,
-              PerRay<typename Shading::Sum>& sums, MetTriangle& triangle) {
+              BlockSums<typename Shading::Sum> sums, MetTriangle& triangle) {
   LayerTrace trace(request, camera, sampling, block, firsts, pass, triangle);
   follow(trace, shader, sums);
 }
@@ -193,7 +205,7 @@ void drawPass(const PictureRequest& request, const CameraRays& camera, const Pix
 // Stores the pixels of a block from the sums of all passes.
 template <Shader Shading>
 void storeBlock(const PictureRequest& request, const PixelSampling& sampling, const PixelBlock& block,
-                const Shading& shader, const PerRay<typename Shading::Sum>& sums) {
+                const Shading& shader, BlockSums<typename Shading::Sum> sums) {
   const int perPixel = block.raysPerPixel();
   for (int ray = 0; ray < kRays; ray += perPixel) {
     const glm::ivec2 pixel = block.pixelOf(ray);
@@ -213,6 +225,8 @@ void drawBlock(const PictureRequest& request, const CameraRays& camera, const Pi
   storeBlock(request, sampling, block, shader, sums);
 }
 
+constexpr int kGridPixels = 4;  // of a block
+
 // The same on a grid, which has one pass.
 template <FourShader Shading>
 void drawGridBlock(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
@@ -220,7 +234,8 @@ void drawGridBlock(const PictureRequest& request, const CameraRays& camera, cons
   LayerTrace trace(request, camera, sampling, block, {}, 0, triangle);
   const MetTriangle* const one = trace.findOne();
   if (one != nullptr && shader.takesFour(one->material())) return shader.storeFour(trace.pixels());
-  PerRay<typename Shading::Sum> sums{};
+  typename Shading::Sum held[kGridPixels]{};
+  const BlockSums<typename Shading::Sum> sums(held);
   follow(trace, shader, sums);
   storeBlock(request, sampling, block, shader, sums);
 }

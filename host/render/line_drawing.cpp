@@ -105,20 +105,25 @@ float difference(const TwoObjects& one, const TwoObjects& other) {
   return std::max(0.0F, 1.0F - shared(one, other) - std::min(background, otherBackground));
 }
 
+FourTests areSeveral(FourTests objects) {
+  return objects == FourTests{} + static_cast<int>(LineRow::kSeveral);
+}
+
 // Elsewhere one object goes on, or the background.
 template <Axis kAxis>
 FourTests hasBorder(const Along<kAxis>& pixels) {
   const FourTests before = pixels.objects(-1), behind = pixels.objects(1);
-  return (before != behind) | (before == FourTests{} + static_cast<int>(LineRow::kSeveral));
+  return (before != behind) | areSeveral(before);
 }
 
 template <Axis kAxis>
 Four bordersAt(const Along<kAxis>& pixels) {
-  const FourTests parted = hasBorder(pixels);
-  Four borders{};
-  if (!any(parted)) return borders;
+  const FourTests before = pixels.objects(-1), behind = pixels.objects(1);
+  Four borders = chosen(before != behind, four(1.0F), four(0.0F));
+  const FourTests mixed = areSeveral(before) | areSeveral(behind);
+  if (!any(mixed)) return borders;
   for (int lane = 0; lane < kLanes; ++lane) {
-    if (parted[lane] != 0) borders[lane] = difference(pixels.objectsOf(-1, lane), pixels.objectsOf(1, lane));
+    if (mixed[lane] != 0) borders[lane] = difference(pixels.objectsOf(-1, lane), pixels.objectsOf(1, lane));
   }
   return borders;
 }

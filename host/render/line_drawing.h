@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <glm/glm.hpp>
 #include <vector>
 
@@ -39,6 +40,18 @@ class LineRow {
     const bool one = objects.shares[1] == 0.0F && (objects.shares[0] == 1.0F || objects.shares[0] == 0.0F);
     at[4 * stride_] = std::bit_cast<float>(one ? objects.ids[0] : kSeveral);
     if (!one) several_[x] = objects;
+  }
+  // The same for pixels `x` and `x` + 1 that show one object and nothing else; what they have stands in fours, from
+  // `lane` on, 0 or 2.
+  void putTwo(int x, const FourVectors& normals, const Four& evenDepths, std::uint32_t object, int lane) const {
+    const auto put = [&](int plane, const Four& values) {
+      std::memcpy(planes_ + plane * stride_ + x, reinterpret_cast<const float*>(&values) + lane, 2 * sizeof(float));
+    };
+    put(0, normals.x);
+    put(1, normals.y);
+    put(2, normals.z);
+    put(3, evenDepths);
+    put(4, four(std::bit_cast<float>(object)));
   }
   // Repeats the outermost of `width` pixels beyond the edges of the picture, as far as lines are looked for.
   void repeatFirst() const;

@@ -113,13 +113,13 @@ PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest
   toneScale_ = 1.0F / (near - far);
   toneOffset_ = -far * toneScale_;
   for (const Instance& instance : scene_.instances()) {
-    ids_.emplace_back(ids.objects[static_cast<std::size_t>(instance.surface->object)],
-                      ids.materials[static_cast<std::size_t>(instance.surface->material)]);
+    ids_.push_back({ids.objects[static_cast<std::size_t>(instance.surface->object)],
+                    ids.materials[static_cast<std::size_t>(instance.surface->material)], instance.sky});
   }
 }
 
 template <Mattes kMattes>
-RaySet PassShader<kMattes>::shade(const Layer& layer, PerRay<Sum>& sums) const {
+RaySet PassShader<kMattes>::shade(const Layer& layer, BlockSums<Sum> sums) const {
   const Depths depths = depthsOf(layer.rays);
   if (isWhole(layer)) {
     for (int pixel = 0; pixel < 4; ++pixel) {
@@ -155,6 +155,7 @@ void PassShader<kMattes>::storeFour(const FourPixels& pixels) const {
   const Depths depths = depthsOf(pixels.rays);
   const FourVectors light = quick_ != nullptr ? quick_->lightOf(pixels) : FourVectors{};
   if (quick_ != nullptr) quick_->storeFour(light, pixels.block);
+  if (linesAlone_) return storeFourLines(pixels, depths.even);
   for (int i = 0; i < 4; ++i) {
     const Shown shown{light[i], glm::vec3(pixels.points.colors[static_cast<std::size_t>(i)]), pixels.points.normal[i],
                       pixels.triangle.instance()};
@@ -167,8 +168,7 @@ template <Mattes kMattes>
 void PassShader<kMattes>::storeWhole(const Shown& shown, const RayPacket& rays, int at, const Depths& depths,
                                      glm::ivec2 place) const {
   const std::ptrdiff_t pixel = std::ptrdiff_t{place.y} * width_ + place.x;
-  const auto& [object, material] = ids_[shown.instance];
-  const bool sky = scene_.instances()[shown.instance].sky;
+  const auto& [object, material, sky] = ids_[shown.instance];
   const glm::vec3 normal = sky ? glm::vec3(0.0F) : shown.normal;
   color_.put(pixel, shown.light, 1.0F);
   albedo_.put(pixel, shown.color, 1.0F);
@@ -188,6 +188,21 @@ void PassShader<kMattes>::storeWhole(const Shown& shown, const RayPacket& rays, 
 }
 
 template <Mattes kMattes>
+void PassShader<kMattes>::storeFourLines(const FourPixels& pixels, const PerRay<float>& evenDepths) const {
+  const Ids& ids = ids_[pixels.triangle.instance()];
+  FourVectors normals{};
+  Four depths{};
+  if (!ids.sky) {
+    normals = pixels.points.normal;
+    for (int i = 0; i < 4; ++i) {
+      depths[i] = 0.25F * (evenDepths[4 * i] + evenDepths[4 * i + 1] + evenDepths[4 * i + 2] + evenDepths[4 * i + 3]);
+    }
+  }
+  const PixelBlock& block = pixels.block;
+  for (const int row : {0, 1}) lines_->rowAt(block.top + row).putTwo(block.left, normals, depths, ids.object, 2 * row);
+}
+
+template <Mattes kMattes>
 void PassShader<kMattes>::storeNearest(const RayPacket& rays, int at, bool sky, std::ptrdiff_t pixel) const {
   int nearest = at;
   for (int ray = at + 1; ray < at + 4; ++ray) {
@@ -204,7 +219,7 @@ RaySet PassShader<kMattes>::seenIn(const Layer& layer) const {
   const RaySet stopped = layer.met & stoppedIn(layer);
   RaySet sky = 0;
   forEachRay(layer.points, [&](int at) {
-    if (scene_.instances()[layer.surface.instance[at]].sky) sky |= setOf(at);
+    if (ids_[layer.surface.instance[at]].sky) sky |= setOf(at);
   });
   if (sky == 0) return stopped;
   RaySet seen = stopped;
@@ -267,9 +282,9 @@ void PassShader<kMattes>::addPoint(const Layer& layer, int at, Seen& seen) const
   seen.alpha += weight;
   if (albedo_) seen.albedo += weight * layer.surface.color[at];
   if constexpr (kMattes == Mattes::Yes) {
-    const auto& [object, material] = ids_[layer.surface.instance[at]];
-    if (!objects_.empty() || lines_ != nullptr) seen.mattes.objects.add(object, weight);
-    if (!materials_.empty()) seen.mattes.materials.add(material, weight);
+    const Ids& ids = ids_[layer.surface.instance[at]];
+    if (!objects_.empty() || lines_ != nullptr) seen.mattes.objects.add(ids.object, weight);
+    if (!materials_.empty()) seen.mattes.materials.add(ids.material, weight);
   }
 }
 

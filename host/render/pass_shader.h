@@ -73,7 +73,7 @@ class PassShader {
 
   // All that the arguments refer to must outlive this.
   PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids, PassTarget target);
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const;
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const;
   void store(const Sum& sum, float samples, int x, int y) const;
   bool takesFour(const ShadingMaterial& material) const { return quick_ == nullptr || quick_->takesFour(material); }
   void storeFour(const FourPixels& pixels) const;
@@ -94,18 +94,24 @@ class PassShader {
     glm::vec3 light, color, normal;
     std::uint32_t instance;
   };
+  // Of an instance.
+  struct Ids {
+    std::uint32_t object, material;
+    bool sky;
+  };
   Depths depthsOf(const RayPacket& rays) const;
   RaySet seenIn(const Layer& layer) const;
   void addSeen(const Layer& layer, RaySet rays, const Depths& depths, Seen& seen) const;
   void addNearest(const Layer& layer, RaySet rays, Seen& seen) const;
   void addPoint(const Layer& layer, int at, Seen& seen) const;
   void storeWhole(const Shown& shown, const RayPacket& rays, int at, const Depths& depths, glm::ivec2 place) const;
+  void storeFourLines(const FourPixels& pixels, const PerRay<float>& evenDepths) const;
   void storeNearest(const RayPacket& rays, int at, bool sky, std::ptrdiff_t pixel) const;
   void putLine(const Sum& sum, float samples, int x, int y) const;
   void storeNothing(std::ptrdiff_t pixel) const;
 
   const RayScene& scene_;
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> ids_;  // of each instance's object and material
+  std::vector<Ids> ids_;  // of each instance
   const QuickShader* quick_;
   LineStrips* lines_;
   int width_;

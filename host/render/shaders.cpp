@@ -167,7 +167,7 @@ FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
 FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture)
     : scene_(scene), sources_(sources), light_(scene, sources), picture_(picture) {}
 
-RaySet FinalShader::shade(const Layer& layer, PerRay<Sum>& sums, Reach reach) const {
+RaySet FinalShader::shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) const {
   forEachRay(layer.missed, [&](int ray) {
     const Backdrop backdrop = sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
     sums[ray].evenLight.add(layer.weight[ray] * shown(backdrop.light));

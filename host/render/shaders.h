@@ -26,7 +26,7 @@ class QuickShader {
   };
 
   QuickShader(const scene::Camera& camera, image::Image& picture);
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const {
     light(layer, [&](int ray) -> Sum& { return sums[layer.block.summedAt(ray)]; });
     return 0;
   }
@@ -97,8 +97,8 @@ class FinalShader {
   };
 
   FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture);
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const { return shade(layer, sums, Reach::All); }
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums, Reach reach) const;
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const { return shade(layer, sums, Reach::All); }
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) const;
   void store(const Sum& sum, float samples, int x, int y) const;
   // Adds further samples to a pixel that is stored; `around` of them were followed all around.
   void addTo(const Sum& sum, float samples, float around, int x, int y) const;

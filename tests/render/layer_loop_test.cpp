@@ -44,7 +44,7 @@ struct SurfaceShader {
   using Sum = glm::mat4;
   Pixels<Sum>& pixels;
 
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const {
     forEachRay(layer.met, [&](int ray) {
       EXPECT_EQ(layer.reaching[ray], 1.0F) << "the second layer of a sample that was done with the first";
       const SurfacePoints& surface = layer.surface;
@@ -66,7 +66,7 @@ struct IdShader {
   using Sum = glm::vec4;
   Pixels<Sum>& pixels;
 
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const {
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const {
     forEachRay(layer.met, [&](int ray) {
       const auto instance = static_cast<int>(layer.surface.instance[layer.pointOf[ray]]);
       sums[layer.block.summedAt(ray)][instance] += layer.weight[ray];

@@ -47,7 +47,7 @@ struct OneAtATime {
   using Sum = QuickShader::Sum;
   const QuickShader& shader;
 
-  RaySet shade(const Layer& layer, PerRay<Sum>& sums) const { return shader.shade(layer, sums); }
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const { return shader.shade(layer, sums); }
   void store(const Sum& sum, float samples, int x, int y) const { shader.store(sum, samples, x, y); }
 };
 
