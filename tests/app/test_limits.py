@@ -8,6 +8,7 @@ import resource
 import subprocess
 import sys
 import time
+import unittest
 
 from app_case import AppCase
 
@@ -34,6 +35,7 @@ class Limits(AppCase):
         self.assertEqual([str(file) for file in self.folder.rglob("*.part")], [])
         return process.returncode, errors
 
+    @unittest.skipIf(os.environ.get("QUILLMERE_SANITIZE"), "a sanitizer's own maps need terabytes of addresses")
     def test_little_memory_ends_in_a_picture_or_in_one_error_that_names_it(self) -> None:
         ends = set()
         for megabytes in (70, 90, 150, 200, 230, 280, 320, 600):
@@ -56,7 +58,8 @@ class Limits(AppCase):
                 os.setuid(65534)
 
         guide = self.command("guide", "scene.glb", "-o", "guide.png", "--clip", "Walk")
-        done = subprocess.run(guide, cwd=self.folder, env=self.env, preexec_fn=alone, capture_output=True, timeout=60)
+        env = {**self.env, "ASAN_OPTIONS": "detect_leaks=0"}  # which takes a process
+        done = subprocess.run(guide, cwd=self.folder, env=env, preexec_fn=alone, capture_output=True, timeout=60)
         self.assertEqual((done.returncode, done.stderr), (0, b""))
 
     def test_a_file_that_may_grow_no_further_fails_its_frame(self) -> None:

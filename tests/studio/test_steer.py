@@ -146,6 +146,7 @@ class Panel(SteerCase):
             faint = self.js(CONTRASTS)
             self.assertEqual([one for one in faint if one[1] < 4.5], [])
             self.shot(f"steer_{scheme}")
+            self.browser.get("about:blank")  # from where no request comes any more
             self.process.terminate()
             self.process.wait()
         self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"features": []})
