@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <exception>
 #include <mutex>
 #include <new>
+#include <thread>
 #include <vector>
 
 namespace quillmere {
@@ -43,28 +45,51 @@ int startable(int wanted) {
   return static_cast<int>(started.size()) + 1;
 }
 
+#ifndef __SANITIZE_THREAD__
+template <class Work>
+void dealOut(int count, int threads, const Work& work) {
+  tbb::task_group_context context;  // of its own: a loop within a loop is not ended with that one's siblings
+  tbb::task_arena(threads).execute([&] { tbb::parallel_for(0, count, work, tbb::simple_partitioner(), context); });
+}
+#else
+// oneTBB isn't built with the sanitizer, which would take all that passes through it for races.
+template <class Work>
+void dealOut(int count, int threads, const Work& work) {
+  std::atomic<int> next{0};
+  std::mutex guard;
+  std::exception_ptr failure;  // the first
+  const auto takeInTurn = [&] {
+    for (int i = next++; i < count; i = next++) {
+      try {
+        work(i);
+      } catch (...) {
+        const std::lock_guard locked(guard);
+        if (!failure) failure = std::current_exception();
+        next = count;
+      }
+    }
+  };
+  {
+    std::vector<std::jthread> others;
+    while (static_cast<int>(others.size()) + 1 < threads) others.emplace_back(takeInTurn);
+    takeInTurn();
+  }
+  if (failure) std::rethrow_exception(failure);
+}
+#endif
+
 }  // namespace
 
 Outcome forEach(int count, int threads, const std::function<bool()>& stop, const std::function<void(int)>& work) {
   std::atomic<bool> stopped{false};
-  // The pool's own synchronisation lies in its library; these tell the thread sanitizer what comes before what.
-  std::atomic<int> begun{0}, done{0};
-  const auto one = [&](int i) {
-    begun.load(std::memory_order_acquire);
+  dealOut(count, std::clamp(threads, 1, std::max(1, count)), [&](int i) {
     if (stopped) return;
     if (stop && stop()) {
       stopped = true;
     } else {
       work(i);
     }
-    done.fetch_add(1, std::memory_order_release);
-  };
-  begun.store(1, std::memory_order_release);
-  tbb::task_group_context context;  // of its own: a loop within a loop is not ended with that one's siblings
-  tbb::task_arena(std::clamp(threads, 1, std::max(1, count))).execute([&] {
-    tbb::parallel_for(0, count, one, tbb::simple_partitioner(), context);
   });
-  done.load(std::memory_order_acquire);
   return stopped ? Outcome::Stopped : Outcome::Complete;
 }
 
