@@ -14,11 +14,12 @@ import tempfile
 import threading
 from typing import Iterator, Optional
 
-from app_case import PLUGIN, QUILLMERE
+from app_case import PLUGIN, QUILLMERE, SANITIZER
 from place import Ended, Place
 
 MB = 1 << 20
 HOUR = 3600
+OWN_FILE = 1 << 16  # bytes for one that the thread sanitizer writes first
 FIRST_USER = 200_000  # of users that nobody is; each run is one of its own, so that it is alone in being counted
 
 def reader_goes_away(place: Place) -> Ended:
@@ -65,7 +66,8 @@ def _limited(place: Place, which: int, most: int) -> Ended:
 
 
 def small_files(place: Place) -> Ended:
-    return _limited(place, resource.RLIMIT_FSIZE, place.chance.choice([0, 100, 5000, MB, 2 * MB]))
+    most = place.chance.choice([0, 100, 5000, MB, 2 * MB])
+    return _limited(place, resource.RLIMIT_FSIZE, max(most, OWN_FILE) if SANITIZER == "thread" else most)
 
 
 def few_descriptors(place: Place) -> Ended:
@@ -73,7 +75,7 @@ def few_descriptors(place: Place) -> Ended:
 
 
 def little_memory(place: Place) -> Ended:
-    if os.environ.get("QUILLMERE_SANITIZE"):  # a build whose own maps need terabytes of addresses
+    if SANITIZER:  # whose own maps need terabytes of addresses
         return little_time(place)
     return _limited(place, resource.RLIMIT_AS, place.chance.randint(70, 500) * MB)
 

@@ -19,6 +19,7 @@ from harbour.glb import GlbWriter  # noqa: E402
 default_signals.restore()
 QUILLMERE = os.environ["QUILLMERE"]
 PLUGIN = pathlib.Path(os.environ["QUILLMERE_PLUGIN"])
+SANITIZER = os.environ.get("QUILLMERE_SANITIZE", "")  # of the build
 
 # In place of python3, so that a scripted helper starts at once; the helper is then a shell script.
 SHELL_AS_PYTHON = '#!/bin/sh\n[ "$1" = -c ] && echo "$0 3.11" && exit\nexec /bin/sh "$@"\n'

@@ -203,7 +203,7 @@ class WorkflowList(AppCase):
             self.foreign()
             command = self.command("workflows", "rename", "ink", "Tusche", "--plugin", "plugin")
             process = subprocess.Popen(command, cwd=self.folder, env=self.env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-            while process.poll() is None and not any(scratch.iterdir()):
+            while process.poll() is None and not any(scratch.glob("quillmere-*")):
                 time.sleep(0.0005)
             process.send_signal(signal.SIGSTOP)
             met = "Tusche" not in self.state.read_text()
