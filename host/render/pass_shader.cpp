@@ -32,14 +32,15 @@ void storeMatte(const std::vector<Plane>& layers, std::uint32_t id, std::ptrdiff
 
 // The rays whose samples end in a layer for the most part; of those that meet nothing it may tell anything.
 RaySet stoppedIn(const Layer& layer) {
-  const auto isStopped = [&](int ray) {
-    return (layer.reaching[ray] > kSeen) & (layer.reaching[ray] - layer.weight[ray] <= kSeen);
+  const auto isStopped = [&](int ray) {  // 1 or 0, without a jump
+    return static_cast<RaySet>(layer.reaching[ray] > kSeen) &
+           static_cast<RaySet>(layer.reaching[ray] - layer.weight[ray] <= kSeen);
   };
-  int count = 0;
-  for (int ray = 0; ray < kRays; ++ray) count += static_cast<int>(isStopped(ray));
+  RaySet count = 0;
+  for (int ray = 0; ray < kRays; ++ray) count += isStopped(ray);
   RaySet stopped = 0;
   if (count == kRays) return ~stopped;  // as mostly
-  for (int ray = 0; ray < kRays; ++ray) stopped |= static_cast<RaySet>(isStopped(ray)) << ray;
+  for (int ray = 0; ray < kRays; ++ray) stopped |= isStopped(ray) << ray;
   return stopped;
 }
 
@@ -168,21 +169,22 @@ template <Mattes kMattes>
 void PassShader<kMattes>::storeWhole(const Shown& shown, const RayPacket& rays, int at, const Depths& depths,
                                      glm::ivec2 place) const {
   const std::ptrdiff_t pixel = std::ptrdiff_t{place.y} * width_ + place.x;
-  const auto& [object, material, sky] = ids_[shown.instance];
+  const Ids& ids = ids_[shown.instance];
+  const bool sky = ids.sky;
   const glm::vec3 normal = sky ? glm::vec3(0.0F) : shown.normal;
   color_.put(pixel, shown.light, 1.0F);
   albedo_.put(pixel, shown.color, 1.0F);
   if (normal_) normal_.put(pixel, toCamera_ * unit(normal), sky ? 0.0F : 1.0F);
   if constexpr (kMattes == Mattes::Yes) {
-    if (!objects_.empty()) storeMatte(objects_, object, pixel);
-    if (!materials_.empty()) storeMatte(materials_, material, pixel);
+    if (!objects_.empty()) storeMatte(objects_, ids.object, pixel);
+    if (!materials_.empty()) storeMatte(materials_, ids.material, pixel);
   }
   const auto meanOf = [&](const PerRay<float>& values) {
     return sky ? 0.0F : 0.25F * (values[at] + values[at + 1] + values[at + 2] + values[at + 3]);
   };
   if (tone_) tone_.put(pixel, meanOf(depths.tones));
   if (lines_ != nullptr) {
-    lines_->rowAt(place.y).put(place.x, normal, meanOf(depths.even), {{object, 0}, {1.0F, 0.0F}});
+    lines_->rowAt(place.y).put(place.x, normal, meanOf(depths.even), {{ids.object, 0}, {1.0F, 0.0F}});
   }
   if (depth_ || position_) storeNearest(rays, at, sky, pixel);
 }
