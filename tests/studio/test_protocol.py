@@ -237,6 +237,18 @@ class Content(StudioCase):
         status = {name: self.ask(f"/api/picture/{id}").status for name, id in ids.items()}
         self.assertEqual(status, {"own.png": 200, "secret.png": 404, "link.png": 404, "text.png": 422, "pipe.png": 404, "recorded.png": 200})
         self.assertEqual(self.ask(f"/api/thumbnail/{ids['secret.png']}").status, 404)
+        (self.folder / "renders" / "own.png").unlink()
+        (self.folder / "renders" / "own.png").symlink_to(secret / "secret.png")  # since it was listed
+        self.assertEqual(self.ask(f"/api/picture/{ids['own.png']}").status, 404)
+
+    def test_a_log_is_read_where_it_lies(self) -> None:
+        (self.folder / "secret").write_text("secret")
+        for number in (1, 2):
+            self.frame(number)
+        (self.exchange / "runtime" / "response_1.log").write_text("inked")
+        (self.exchange / "runtime" / "response_2.log").symlink_to(self.folder / "secret")
+        self.studio()
+        self.assertEqual([self.told(f"/api/log/{number}")["text"] for number in (1, 2)], ["inked", ""])
 
     def test_the_history_is_searched(self) -> None:
         rain = self.picture("rain.png", prompt="A Rainy harbour", seed=77, camera="Pier")
