@@ -228,6 +228,23 @@ class Follow(PageCase):
 
 
 class Find(PageCase):
+    def test_what_is_there_is_not_drawn_anew_when_something_comes(self) -> None:
+        self.done_frame(1)
+        self.frame(2, status={"phase": "generate", "message": "Inking"})
+        self.open()
+        self.click("history-list .entry")
+        until(lambda: self.all("#details button"))
+        self.click("#tab-history")
+        places = ("frame-timeline [data-frame='1']", "history-list .entry", "history-list [data-action=star]", "#details button", ".in-flight p")
+        there = [self.find(place) for place in places]
+        self.js("arguments[0].focus()", there[2])
+        self.done_frame(0)
+        self.frame(3, status={"phase": "generate", "message": "Inking"})
+        (self.exchange / "runtime" / "render_view_state.json").write_text('{"status_text": "Rendering on"}')
+        until(lambda: len(self.all("history-list .entry")) == 2 and len(self.all(".in-flight p")) >= 2 and self.find("#status").text == "Rendering on")
+        self.assertEqual([self.js("arguments[0].isConnected", one) for one in there], [True] * len(there))
+        self.assertEqual(self.js("document.activeElement"), there[2])
+
     def test_search_star_details_style_and_side_by_side(self) -> None:
         for number in range(1, 6):
             self.done_frame(number, (40 * number, 80, 90))

@@ -1,5 +1,5 @@
 // The frames that are being rendered, a line each, and why the one that is shown has failed.
-import { element } from "/api.js";
+import { element, keep } from "/api.js";
 
 const QUIET = 60_000; // ms without a word of a frame that is being rendered
 const MOST_LINES = 6;
@@ -16,6 +16,7 @@ const LABELS = { console: "Open the console", chooseWorkflow: "Choose a workflow
 
 export class Flight {
   #running = element("div");
+  #more = element("p", { hidden: true });
   #failure = element("div");
   #failed = ""; // what #failure says
   #can;
@@ -23,15 +24,17 @@ export class Flight {
   // `can` has a function (frame) for each of LABELS that this page can do now.
   constructor(place, can) {
     this.#can = can;
-    place.append(this.#running, this.#failure);
+    place.append(this.#running, this.#more, this.#failure);
   }
 
   draw(frames, shown) {
     const running = frames.filter((frame) => frame.state === "running");
     const more = running.length - MOST_LINES;
-    const lines = running.slice(0, MOST_LINES).map(runningLine);
-    if (more > 0) lines.push(element("p", {}, element("span", { textContent: `and ${more} more` })));
-    this.#running.replaceChildren(...lines);
+    const shownLines = new Map(running.slice(0, MOST_LINES).map((frame) => [String(frame.frame), frame]));
+    const lines = keep(this.#running, [...shownLines.keys()], (line) => line.dataset.frame, makeLine);
+    for (const [key, line] of lines) fillLine(line, shownLines.get(key));
+    this.#more.textContent = more > 0 ? `and ${more} more` : "";
+    this.#more.hidden = more <= 0;
     this.#drawFailure(shown?.state === "failed" ? shown : null);
   }
 
@@ -55,15 +58,22 @@ export class Flight {
   }
 }
 
-function runningLine(frame) {
+function makeLine(frame) {
+  const bar = element("progress", { max: 1 });
+  bar.setAttribute("aria-label", `Frame ${frame}`);
+  const line = element("p", {}, element("b", { textContent: `Frame ${frame}` }), bar, element("span"));
+  line.dataset.frame = frame;
+  return line;
+}
+
+// The bar that tells no share goes on moving as long as it tells none.
+function fillLine(line, frame) {
   const steps = frame.steps ? ` · ${frame.step ?? 0}/${frame.steps}` : "";
   const left = frame.seconds_left ? ` · ${Math.ceil(frame.seconds_left)} s left` : "";
   const ahead = frame.ahead ? ` · ${frame.ahead} ahead in the queue` : "";
   const silent = Date.now() - frame.heard > QUIET ? ` · no word for ${Math.round((Date.now() - frame.heard) / 60_000)} min` : "";
-  const bar = element("progress", { max: 1 });
-  if (frame.progress !== undefined) bar.value = frame.progress;
-  if (silent) bar.value = frame.progress ?? 0;
-  bar.setAttribute("aria-label", `Frame ${frame.frame}`);
-  return element("p", {}, element("b", { textContent: `Frame ${frame.frame}` }), bar,
-    element("span", { textContent: `${frame.message || "starting"}${steps}${left}${ahead}${silent}` }));
+  const [, bar, words] = line.children;
+  if (frame.progress !== undefined || silent) bar.value = frame.progress ?? 0;
+  else bar.removeAttribute("value");
+  words.textContent = `${frame.message || "starting"}${steps}${left}${ahead}${silent}`;
 }
