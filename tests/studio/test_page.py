@@ -33,8 +33,7 @@ class PageCase(StudioCase):
         cls.addClassCleanup(cls.browser.quit)
 
     def tearDown(self) -> None:
-        if SHOTS:
-            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{self.id().split('.')[-1]}.png"))
+        self.save(self.id().split(".")[-1])
         self.browser.get("about:blank")
         wrong = [entry for entry in self.browser.get_log("browser") if entry["level"] == "SEVERE"]
         met = ("/api/events - ", *(f"a status of {status} " for status in self.refusals))
@@ -45,6 +44,10 @@ class PageCase(StudioCase):
         self.studio("--pictures", "renders", *arguments)
         self.browser.get(self.address)
         until(lambda: self.find("#found").text)
+
+    def save(self, name: str) -> None:
+        if SHOTS:
+            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{name}.png"))
 
     def shot(self, name: str) -> None:
         """As it is, in both themes, small and large."""
@@ -200,8 +203,7 @@ class Look(PageCase):
             self.scheme(scheme)
             self.open()
             grounds.append(self.js("getComputedStyle(document.body).backgroundColor"))
-            if SHOTS:
-                self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{scheme}.png"))
+            self.save(scheme)
         self.scheme()
         self.assertEqual(len(set(grounds)), 2)
 

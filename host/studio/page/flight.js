@@ -16,7 +16,7 @@ const LABELS = { console: "Open the console", chooseWorkflow: "Choose a workflow
 
 export class Flight {
   #running = element("div");
-  #more = element("p", { hidden: true });
+  #more = element("p");
   #failure = element("div");
   #failed = ""; // what #failure says
   #can;
@@ -24,7 +24,7 @@ export class Flight {
   // `can` has a function (frame) for each of LABELS that this page can do now.
   constructor(place, can) {
     this.#can = can;
-    place.append(this.#running, this.#more, this.#failure);
+    place.append(this.#running, this.#failure);
   }
 
   draw(frames, shown) {
@@ -33,26 +33,30 @@ export class Flight {
     const shownLines = new Map(running.slice(0, MOST_LINES).map((frame) => [String(frame.frame), frame]));
     const lines = keep(this.#running, [...shownLines.keys()], (line) => line.dataset.frame, makeLine);
     for (const [key, line] of lines) fillLine(line, shownLines.get(key));
-    this.#more.textContent = more > 0 ? `and ${more} more` : "";
-    this.#more.hidden = more <= 0;
+    this.#more.textContent = `and ${more} more`;
+    if (more > 0) this.#running.after(this.#more);
+    else this.#more.remove();
     this.#drawFailure(shown?.state === "failed" ? shown : null);
   }
 
-  // Left as it is while it stays true, so that its button keeps the focus.
+  // Left as it is while it says the same, so that its button keeps the focus and isn't lost under a press.
   #drawFailure(frame) {
-    const failed = frame ? JSON.stringify([frame.frame, frame.heard, frame.error, Object.keys(this.#can)]) : "";
+    const advised = frame && this.#advisedFor(frame);
+    const failed = frame ? JSON.stringify([frame.frame, frame.error, advised]) : "";
     if (failed === this.#failed) return;
     this.#failed = failed;
-    this.#failure.replaceChildren(...(frame ? [this.#failureLine(frame)] : []));
+    this.#failure.replaceChildren(...(frame ? [this.#failureLine(frame, advised)] : []));
   }
 
-  #failureLine(frame) {
+  #advisedFor(frame) {
     const remedy = frame.error.split(";").at(-1);
     const fits = (text) => ADVICE.find(([words, name]) => words.test(text) && this.#can[name])?.[1];
-    const advised = fits(remedy) ?? fits(frame.error) ?? "renderAgain";
-    const act = this.#can[advised];
-    const button = act && element("button", { type: "button", textContent: LABELS[advised] });
-    button?.addEventListener("click", () => act(frame));
+    return fits(remedy) ?? fits(frame.error) ?? (this.#can.renderAgain && "renderAgain");
+  }
+
+  #failureLine(frame, advised) {
+    const button = advised && element("button", { type: "button", textContent: LABELS[advised] });
+    button?.addEventListener("click", () => this.#can[advised](frame));
     return element("p", { className: "failure" }, element("b", { textContent: `Frame ${frame.frame} failed` }),
       element("span", { textContent: frame.error || "The helper has told no reason; the console may" }), button ?? "");
   }

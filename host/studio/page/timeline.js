@@ -150,6 +150,7 @@ class FrameTimeline extends HTMLElement {
     const state = frame.state !== "done" ? frame.state : frame.heard >= this.#since ? "fresh" : "kept";
     button.className = frame.state === state ? state : `${frame.state} ${state}`;
     button.title = `Frame ${frame.frame}: ${frame.error || WORDS[state] || state}`;
+    button.setAttribute("aria-label", `Frame ${frame.frame}: ${WORDS[state] || state}`);
     button.style.setProperty("--progress", String(frame.progress ?? 0));
   }
 }

@@ -147,8 +147,12 @@ class WorkflowList extends HTMLElement {
     const focused = this.#rows.contains(document.activeElement);
     const rows = keep(this.#rows, this.#workflows.map((workflow) => workflow.id), (item) => item.firstChild.dataset.id, makeRow);
     for (const workflow of this.#workflows) this.#fillRow(rows.get(workflow.id).firstChild, workflow);
-    if (focused) this.#rows.querySelector("[aria-current=true]")?.focus();
+    if (focused) this.#focusCurrent();
     this.#drawDetail();
+  }
+
+  #focusCurrent() {
+    this.#rows.querySelector("[aria-current=true]")?.focus();
   }
 
   #fillRow(row, workflow) {
@@ -223,10 +227,10 @@ class WorkflowList extends HTMLElement {
   #remove(workflow) {
     const asked = element("dialog", {}, element("p", { textContent: `Take '${workflow.name}' from the list? Its file stays.` }),
       element("form", { method: "dialog" },
-        element("button", { value: "remove", textContent: "Remove" }), " ", element("button", { textContent: "Keep" })));
+        element("button", { value: "remove", textContent: "Remove" }), " ", element("button", { textContent: "Keep", autofocus: true })));
     asked.addEventListener("close", () => {
       asked.remove();
-      if (asked.returnValue === "remove") this.#change("remove", { id: workflow.id });
+      if (asked.returnValue === "remove") this.#change("remove", { id: workflow.id }).then(() => this.#focusCurrent());
     });
     document.body.append(asked);
     asked.showModal();
