@@ -17,6 +17,7 @@
 
   for (const node of document.querySelectorAll("body, body *")) {
     if (!shown(node) || node.closest("option")) continue;
+    if (matchMedia("(prefers-reduced-motion: reduce)").matches && node.getAnimations().length) tell("moves", node);
     const { overflowX, color, opacity, textOverflow, display } = getComputedStyle(node);
     const wide = node.scrollWidth > node.clientWidth + 1;
     if (wide && overflowX === "auto" && !node.matches(".frames")) tell("scrolls sideways", node);
@@ -29,15 +30,10 @@
     if ((writes || node.matches("input, textarea")) && contrast(faded, ground(node)) < 4.5) tell("faint", node);
     if (node.placeholder && contrast(colour(getComputedStyle(node, "::placeholder").color), ground(node)) < 4.5) tell("a faint hint", node);
   }
-  const controls = [...document.querySelectorAll("button, input, select, textarea, summary, .divider")].filter(shown);
-  if (matchMedia("(pointer: coarse)").matches) {
-    for (const node of controls) {
-      const { width, height } = (node.closest("label, .field") ?? node).getBoundingClientRect();
-      if (width < 40 || height < 40) tell(`small, ${Math.round(width)}x${Math.round(height)}`, node);
-    }
-  }
-  for (const node of document.querySelectorAll("*")) {
-    if (matchMedia("(prefers-reduced-motion: reduce)").matches && node.getAnimations().length) tell("moves", node);
+  const controls = matchMedia("(pointer: coarse)").matches ? document.querySelectorAll("button, input, select, textarea, summary, .divider") : [];
+  for (const node of [...controls].filter(shown)) {
+    const { width, height } = (node.closest("label, .field") ?? node).getBoundingClientRect();
+    if (width < 40 || height < 40) tell(`small, ${Math.round(width)}x${Math.round(height)}`, node);
   }
   return [...found];
 })()

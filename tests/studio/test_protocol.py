@@ -50,7 +50,6 @@ class Access(StudioCase):
             ("two names, one of them foreign", b"403", [state, own, "Host: evil.example", token]),
             ("two origins", b"403", [state, own, token, f"Origin: http://127.0.0.1:{self.port}", "Origin: http://evil.example"]),
             ("an empty name", b"403", [state, "Host:", token]),
-            ("none", b"403", ["GET /api/state HTTP/1.0", token]),
             ("no token, in a connection that is to be kept", b"401", [state, own]),
             ("no request", b"400", ["once upon a time"]),
             ("a method that nothing has", b"405", ["PUT /api/mark HTTP/1.1", own, token, "Transfer-Encoding: chunked"]),
@@ -67,18 +66,14 @@ class Access(StudioCase):
         for head in (b"GET /", b"GET / HTTP/1.1\r\n" + b"X: " + b"x" * 6000 + b"\r\n"):
             self.spoken(head * (3_000_000 // len(head)))  # has no end, and is dropped
 
-    def test_the_other_addresses_of_this_machine(self) -> None:
+    def test_the_other_address_of_this_machine(self) -> None:
         self.studio()
-        for host, name in (("::1", "[::1]"), ("::1", "localhost"), ("127.0.0.1", "[::1]")):
-            response = self.ask("/api/state", host=host, Host=f"{name}:{self.port}", Origin=f"http://{name}:{self.port}")
-            self.assertEqual(response.status, 200)
-        self.assertEqual(self.ask("/api/state", host="::1", Host=f"::1:{self.port}").status, 403)
-        taken = socket.create_server(("::1", 0), family=socket.AF_INET6)
-        self.addCleanup(taken.close)
-        port = taken.getsockname()[1]
-        refused = self.run_command("studio", "--write-dir", "write", "--port", str(port))
-        self.assertEqual(refused.returncode, 1)
-        self.assertIn(f"port {port}", refused.stderr)
+        for name, status in (("[::1]", 200), ("localhost", 200), ("::1", 403)):
+            response = self.ask("/api/state", host="::1", Host=f"{name}:{self.port}", Origin=f"http://{name}:{self.port}")
+            self.assertEqual(response.status, status)
+        with socket.create_server(("::1", 0), family=socket.AF_INET6) as taken:
+            port = str(taken.getsockname()[1])
+            self.assertIn(f"port {port}", self.run_command("studio", "--write-dir", "write", "--port", port).stderr)
 
     def test_the_entry_leaves_the_token_in_a_cookie_alone(self) -> None:
         self.studio()
@@ -102,16 +97,11 @@ class Access(StudioCase):
             ("nothing to mark", 400, "/api/mark", {"star": True}, {}),
             ("a picture that nobody knows", 404, "/api/mark", {"picture": "0" * 16, "star": True}, {}),
             ("a path for an identifier", 404, "/api/view", {"selected": "/etc/passwd"}, {}),
-            ("too much", 413, "/api/mark", "x" * (5 << 20), {}),
             ("a number that is none", 400, "/api/history?from=-1", None, {}),
             ("no frame", 404, "/api/log/x", None, {}),
         ]:
             with self.subTest(what):
-                try:
-                    response = self.ask(path, body, **headers)
-                except (BrokenPipeError, ConnectionResetError):  # refused while the body was still being sent
-                    self.assertEqual(status, 413)
-                    continue
+                response = self.ask(path, body, **headers)
                 self.assertEqual(response.status, status, response.read())
 
     def test_who_is_slow_is_dropped(self) -> None:
@@ -139,15 +129,14 @@ class Access(StudioCase):
 
     def test_many_connections(self) -> None:
         self.studio()
-        page = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)
-        self.addCleanup(page.close)
-        asked = ("GET", "/api/state", None, {"X-Quillmere-Token": self.token})
-        page.request(*asked)
-        self.assertEqual(page.getresponse().read()[:1], b"{")
+        page = self.connect()
+        page.sendall(self.with_token("/api/state"))
+        self.assertIn(b"200 OK", page.recv(9000))
         for _ in range(60):  # which hold nobody up who has the token
             self.connect().sendall(b"G")
-        page.request(*asked)
-        self.assertEqual((page.getresponse().status, self.ask("/api/state").status), (200, 200))
+        page.sendall(self.with_token("/api/state"))
+        self.assertIn(b"200 OK", page.recv(9000))
+        self.assertEqual(self.ask("/api/state").status, 200)
         refused = []
         for _ in range(45):
             connection = self.connect()

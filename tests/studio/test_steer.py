@@ -11,7 +11,7 @@ from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.support.ui import Select
 
 from studio_case import until
-from test_page import SHOTS, PageCase
+from test_page import PageCase
 from app_case import PLUGIN, QUILLMERE
 
 
@@ -71,7 +71,6 @@ class Panel(SteerCase):
         self.assertEqual([one.text for one in Select(self.field("Workflow")).options], ["None", "Ink", "FLUX.2 Dev"])
         self.fill("History Limit", "0")
         until(lambda: "from 1 to 5000" in self.error_of("History Limit"))
-        self.shot("steer_refused")
         self.find("#render-frame").click()
         until(lambda: "refused" in self.state())
         self.assertEqual(self.js("document.activeElement.id"), self.field("History Limit").get_attribute("id"))
@@ -137,7 +136,6 @@ class Render(SteerCase):
         self.assertFalse(self.find("#render-frame").is_enabled())
         until(lambda: "Done" in self.state(), 60)
         until(lambda: self.find(".name.right").text == "result 0")
-        self.shot("steer_rendered")
         record = json.loads(self.run_command("show", "o_0000.png", "--json").stdout)
         self.assertEqual(record["prompt"], "a misty harbour")
         self.find("#tab-history").click()

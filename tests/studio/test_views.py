@@ -115,7 +115,6 @@ class Shown(PageCase):
         until(lambda: len(self.all("workflow-list .row.ok")) == 5 and len(self.all("workflow-list .row.broken")) == 1, 40)
         until(lambda: "Positive #6" in self.find(".detail").text and "Strength" in self.find(".detail").text)
         self.assertIn('by the graph; the title "Quillmere Prompt" would decide', self.find(".detail").text)
-        self.shot("workflows")
         self.js("arguments[0].focus()", self.find("workflow-list [aria-current=true]"))
         self.press(*[Keys.ARROW_DOWN] * 5)
         until(lambda: "sd.safetensors, for ckpt_name of Load #4" in self.find(".detail").text)
@@ -150,7 +149,6 @@ class Shown(PageCase):
         self.find("#view-tab-doctor").click()
         until(lambda: "copy it" in self.find("doctor-report").text)
         self.assertIn("1 broken", self.find("doctor-report .said").text)
-        self.shot("doctor")
 
 
 if __name__ == "__main__":
