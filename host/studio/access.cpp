@@ -41,15 +41,17 @@ std::string cookieName(int port) {
   return "quillmere_studio_" + std::to_string(port);
 }
 
-std::string_view cookieIn(std::string_view cookies, const std::string& name) {
+// Whether one of the cookies of that name is the token: another server on this machine may have left one, too, that a
+// browser sends first.
+bool holdsToken(std::string_view cookies, const std::string& name, std::string_view token) {
   while (!cookies.empty()) {
     const std::size_t end = cookies.find(';');
     std::string_view one = cookies.substr(0, end);
     while (one.starts_with(' ')) one.remove_prefix(1);
-    if (one.starts_with(name + "=")) return one.substr(name.size() + 1);
+    if (one.starts_with(name + "=") && same(one.substr(name.size() + 1), token)) return true;
     cookies.remove_prefix(end == std::string_view::npos ? cookies.size() : end + 1);
   }
-  return {};
+  return false;
 }
 
 }  // namespace
@@ -84,7 +86,7 @@ std::optional<Refusal> Access::foreign(const Caller& caller) const {
 
 std::optional<Refusal> Access::refusalOf(const Caller& caller) const {
   if (auto refusal = foreign(caller)) return refusal;
-  if (same(caller.token, token_) || same(cookieIn(caller.cookies, cookieName(port_)), token_)) return {};
+  if (same(caller.token, token_) || holdsToken(caller.cookies, cookieName(port_), token_)) return {};
   return Refusal{401, std::string("the token is missing or of an earlier run; ") + kAdvice};
 }
 

@@ -17,10 +17,9 @@ namespace fs = std::filesystem;
 
 constexpr std::chrono::seconds kFolderPatience{10};
 
-// The picture's file, where links have been followed.
-fs::path shownPicture(Watch& watch, const std::string& id) {
-  const auto file = watch.shelf().shown(id);
-  if (file) return *file;
+HeldFile shownPicture(Watch& watch, const std::string& id) {
+  auto file = watch.shelf().shown(id);
+  if (file) return std::move(*file);
   throw Refused(404, "there is no such picture here any more, or it lies where the page may not look");
 }
 
@@ -45,20 +44,20 @@ Answer history(Studio& studio, const Request& request) {
 }
 
 Answer picture(Studio& studio, const Request& request) {
-  const fs::path file = shownPicture(studio.watch, request.subject);
-  WebPicture found = webPictureOf(file);
-  return {.type = std::move(found.type), .content = std::move(found.content), .stamp = stampOf(file)};
+  const HeldFile file = shownPicture(studio.watch, request.subject);
+  WebPicture found = webPictureOf(file.content());
+  return {.type = std::move(found.type), .content = std::move(found.content), .stamp = stampOf(file.content())};
 }
 
 Answer thumbnail(Studio& studio, const Request& request) {
-  const fs::path file = shownPicture(studio.watch, request.subject);
-  const std::string stamp = stampOf(file);
+  const HeldFile file = shownPicture(studio.watch, request.subject);
+  const std::string stamp = stampOf(file.content());
   WebPicture found = studio.watch.thumbnails().of(file, request.subject, stamp);
   return {.type = std::move(found.type), .content = std::move(found.content), .stamp = stamp};
 }
 
 Answer record(Studio& studio, const Request& request) {
-  const fs::path file = shownPicture(studio.watch, request.subject);
+  const fs::path file = shownPicture(studio.watch, request.subject).place();
   return answerWith({{"path", file.string()}, {"record", app::recordOf(file)}});
 }
 
@@ -98,7 +97,7 @@ Answer setMark(Studio& studio, const Request& request) {
 }
 
 Answer openFolder(Studio& studio, const Request& request) {
-  const fs::path file = shownPicture(studio.watch, requiredText(bodyOf(request), "picture"));
+  const fs::path file = shownPicture(studio.watch, requiredText(bodyOf(request), "picture")).place();
   const app::ChildResult result = app::runChild({"xdg-open", file.parent_path().string()},
                                                 {.patience = kFolderPatience, .kill = app::ChildLimits::Kill::Itself});
   if (result.end == app::ChildResult::End::Exited && result.status == 0) return answerWith(Json::object());

@@ -223,8 +223,10 @@ Json Frames::madeWith(std::int64_t frame) const {
 std::string Frames::log(std::int64_t frame) const {
   const std::lock_guard lock(mutex_);
   const auto found = logs_.find(frame);
+  if (found == logs_.end()) return {};
+  const auto file = shelf_.heldWithin(found->second);
   try {
-    return found == logs_.end() ? "" : readText(found->second, kLargestLog);
+    return file ? readText(file->content(), kLargestLog) : "";
   } catch (const Error&) {
     return {};
   }

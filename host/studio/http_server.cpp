@@ -1,5 +1,6 @@
 #include "http_server.h"
 
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -17,9 +18,10 @@ using Milliseconds = std::chrono::milliseconds;
 
 constexpr std::size_t kSpareThreads = 4;  // that refuse, while the others answer
 constexpr Milliseconds kLook{50};         // how often the server's end is looked for
+constexpr int kWaiting = 128;             // connections that nobody has taken yet
 constexpr std::string_view kFull =
-    "HTTP/1.1 503 Service Unavailable\r\nContent-Type: application/json\r\nConnection: close\r\nContent-Length: "
-    "54\r\n\r\n"
+    "HTTP/1.1 503 Service Unavailable\r\nContent-Type: application/json\r\nX-Content-Type-Options: nosniff\r\n"
+    "Connection: close\r\nContent-Length: 54\r\n\r\n"
     "{\"error\":\"too many connections; close a page of this\"}";
 
 bool ready(socket_t socket, short what, Milliseconds patience) {
@@ -27,20 +29,28 @@ bool ready(socket_t socket, short what, Milliseconds patience) {
   return ::poll(&wait, 1, static_cast<int>(std::max<Milliseconds::rep>(patience.count(), 0))) > 0;
 }
 
-// One request's way in and out.
+// A connection's way in and out.
 class LimitedStream : public httplib::Stream {
  public:
-  LimitedStream(socket_t socket, const HttpLimits& limits)
-      : socket_(socket), limits_(limits), end_(Clock::now() + limits.request) {}
+  LimitedStream(socket_t socket, const HttpLimits& limits) : socket_(socket), limits_(limits) {}
 
-  bool is_readable() const override { return next_ < filled_ || ready(socket_, POLLIN, limits_.pause); }
-  bool is_writable() const override { return ready(socket_, POLLOUT, limits_.write) && !left(); }
+  void beginRequest() {
+    end_ = Clock::now() + limits_.request;
+    left_ = limits_.head;
+  }
+  void allowBody() { left_ += limits_.body; }
+  // Something that has come was not yet read.
+  bool holdsMore() const { return next_ < filled_; }
+
+  bool is_readable() const override { return holdsMore() || ready(socket_, POLLIN, limits_.pause); }
+  bool is_writable() const override { return ready(socket_, POLLOUT, limits_.write) && !hasLeft(); }
 
   ssize_t read(char* into, size_t size) override {
-    if (next_ == filled_ && !fill()) return -1;
-    const std::size_t count = std::min(size, filled_ - next_);
+    if (left_ == 0 || (!holdsMore() && !fill())) return -1;
+    const std::size_t count = std::min({size, filled_ - next_, left_});
     std::copy_n(block_.begin() + static_cast<std::ptrdiff_t>(next_), count, into);
     next_ += count;
+    left_ -= count;
     return static_cast<ssize_t>(count);
   }
   ssize_t write(const char* from, size_t size) override {
@@ -63,7 +73,7 @@ class LimitedStream : public httplib::Stream {
     return count > 0;
   }
   // The other side has closed.
-  bool left() const {
+  bool hasLeft() const {
     char byte = 0;
     return ready(socket_, POLLIN, Milliseconds(0)) && ::recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
   }
@@ -73,22 +83,33 @@ class LimitedStream : public httplib::Stream {
   Clock::time_point end_;
   std::array<char, 16384> block_;
   std::size_t next_ = 0, filled_ = 0;  // of the block
+  std::size_t left_ = 0;               // bytes that the request may still have
 };
 
-// What has come is taken, so that closing doesn't take back the answer.
-void refuse(socket_t socket) {
-  constexpr Milliseconds kMoment{100};
-  ::send(socket, kFull.data(), kFull.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+// What has come is taken, so that closing doesn't take back the answer; for a moment, whoever goes on sending.
+void takeRest(socket_t socket) {
+  constexpr Milliseconds kMoment{100}, kLongest{500};
+  const auto end = Clock::now() + kLongest;
   ::shutdown(socket, SHUT_WR);
-  std::array<char, 4096> block;
-  while (ready(socket, POLLIN, kMoment) && ::recv(socket, block.data(), block.size(), MSG_DONTWAIT) > 0) {
+  std::array<char, 16384> block;
+  while (Clock::now() < end && ready(socket, POLLIN, kMoment) &&
+         ::recv(socket, block.data(), block.size(), MSG_DONTWAIT) > 0) {
   }
 }
 
 }  // namespace
 
-HttpServer::HttpServer(const HttpLimits& limits, std::atomic<std::size_t>& open) : limits_(limits), open_(open) {
+HttpServer::HttpServer(const HttpLimits& limits, Connections& connections, Admits admits)
+    : limits_(limits), connections_(connections), admits_(std::move(admits)) {
   new_task_queue = [this] { return new httplib::ThreadPool(limits_.connections + kSpareThreads); };
+}
+
+void HttpServer::widen() {
+  ::listen(svr_sock_, kWaiting);
+}
+
+void HttpServer::unbind() {
+  ::close(svr_sock_.exchange(INVALID_SOCKET));
 }
 
 bool HttpServer::hasRequest(socket_t socket) const {
@@ -100,22 +121,47 @@ bool HttpServer::hasRequest(socket_t socket) const {
 }
 
 void HttpServer::answer(socket_t socket) {
-  for (bool closed = false; !closed && hasRequest(socket);) {
-    LimitedStream stream(socket, limits_);
-    if (!process_request(stream, false, closed, nullptr)) return;
+  LimitedStream stream(socket, limits_);
+  bool admitted = false;
+  const auto judge = [&](httplib::Request& request) {
+    admitted = admits_(request);
+    request.ranges.clear();  // one picture could be asked for a thousand times over
+    if (admitted) {
+      connections_.trust(socket);
+      stream.allowBody();
+    } else {
+      request.headers.erase("Connection");
+      request.set_header("Connection", "close");
+    }
+  };
+  for (bool closed = false; !closed && (stream.holdsMore() || hasRequest(socket));) {
+    stream.beginRequest();
+    admitted = false;
+    if (!process_request(stream, false, closed, judge) || !admitted) return;
   }
 }
 
 bool HttpServer::process_and_close_socket(socket_t socket) {
-  if (++open_ > limits_.connections) {
-    refuse(socket);
-  } else {
+  if (connections_.enter(socket)) {
     answer(socket);
+  } else {
+    ::send(socket, kFull.data(), kFull.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
   }
-  --open_;
-  ::shutdown(socket, SHUT_RDWR);
+  takeRest(socket);
+  connections_.leave(socket);
   ::close(socket);
   return true;
+}
+
+bool hasSixthLoopback() {
+  const int socket = ::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (socket < 0) return false;
+  sockaddr_in6 place{};
+  place.sin6_family = AF_INET6;
+  place.sin6_addr = in6addr_loopback;
+  const bool has = ::bind(socket, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
+  ::close(socket);
+  return has;
 }
 
 }  // namespace quillmere::studio

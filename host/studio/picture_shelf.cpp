@@ -58,20 +58,25 @@ std::optional<fs::path> PictureShelf::find(const std::string& id) const {
   return found->second;
 }
 
-bool PictureShelf::liesWithin(const fs::path& resolved) const {
+bool PictureShelf::liesWithin(const HeldFile& file) const {
+  const fs::path& place = file.place();
   return std::any_of(folders_.begin(), folders_.end(), [&](const fs::path& folder) {
-    return std::mismatch(folder.begin(), folder.end(), resolved.begin(), resolved.end()).first == folder.end();
+    return std::mismatch(folder.begin(), folder.end(), place.begin(), place.end()).first == folder.end();
   });
 }
 
-std::optional<fs::path> PictureShelf::shown(const std::string& id) const {
+std::optional<HeldFile> PictureShelf::shown(const std::string& id) const {
   const auto named = find(id);
-  if (!named) return {};
-  std::error_code error;
-  fs::path resolved = fs::canonical(*named, error);
-  if (error || !fs::is_regular_file(resolved, error)) return {};
-  if (liesWithin(resolved) || !app::recordTextOf(resolved).empty()) return resolved;
+  HeldFile file(named.value_or(fs::path()));
+  if (file.place().empty()) return {};
+  if (liesWithin(file) || !app::recordTextOf(file.place()).empty()) return file;
   return {};
+}
+
+std::optional<HeldFile> PictureShelf::heldWithin(const fs::path& path) const {
+  HeldFile file(path);
+  if (file.place().empty() || !liesWithin(file)) return {};
+  return file;
 }
 
 std::string stampOf(const fs::path& file) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/json.h"
+#include "held_file.h"
 
 namespace quillmere::studio {
 
@@ -27,10 +28,12 @@ class PictureShelf {
   // The file of an identifier that was given out; none for another.
   std::optional<std::filesystem::path> find(const std::string& id) const;
   // The same when it may be shown: an ordinary file where links have been followed, in a place as above.
-  std::optional<std::filesystem::path> shown(const std::string& id) const;
+  std::optional<HeldFile> shown(const std::string& id) const;
+  // A file that is no picture, held when it lies below the folders where links have been followed.
+  std::optional<HeldFile> heldWithin(const std::filesystem::path& file) const;
 
  private:
-  bool liesWithin(const std::filesystem::path& resolved) const;
+  bool liesWithin(const HeldFile& file) const;
 
   std::vector<std::filesystem::path> folders_;  // resolved
   mutable std::mutex mutex_;                    // guards all below

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <list>
 #include <thread>
 
 #include "access.h"
@@ -16,15 +17,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kLargestBody = std::size_t{4} << 20U;
 constexpr std::uintmax_t kLargestPageFile = std::uintmax_t{4} << 20U;
 constexpr HttpLimits kLimits;  // the events of each page take one connection
 constexpr std::chrono::milliseconds kHeartbeat{2000};
+constexpr int kTries = 20;  // numbers that may be free on one address and taken on the other
 constexpr const char* kForever = "private, max-age=31536000, immutable";
 
 const httplib::Headers kHeaders{
-    {"Content-Security-Policy",
-     "default-src 'self'; img-src 'self' blob:; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
+    {"Content-Security-Policy", "default-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'"},
     {"X-Content-Type-Options", "nosniff"},
     {"Referrer-Policy", "no-referrer"},
     {"Cross-Origin-Resource-Policy", "same-origin"}};
@@ -36,9 +36,38 @@ constexpr std::array kPageFiles{PageFile{".html", "text/html; charset=utf-8"},
                                 PageFile{".css", "text/css; charset=utf-8"},
                                 PageFile{".js", "text/javascript; charset=utf-8"}, PageFile{".svg", "image/svg+xml"}};
 
+// What is given twice is nothing that is known.
 Caller callerOf(const httplib::Request& request) {
-  const auto header = [&](const char* name) { return request.get_header_value(name); };
+  const auto header = [&](const char* name) {
+    std::string all = request.get_header_value(name);
+    for (std::size_t i = 1; i < request.get_header_value_count(name); ++i) {
+      all += "; " + request.get_header_value(name, i);
+    }
+    return all;
+  };
   return {header("Host"), header("Origin"), header("Sec-Fetch-Site"), header("Cookie"), header(kTokenHeader)};
+}
+
+// What can't be a request of the protocol, whoever asks; told by its head. None of unknown length is taken, nor one
+// that grows when it is unpacked.
+std::optional<Refusal> refusalOfForm(const httplib::Request& request) {
+  const auto given = [&](const char* name) { return request.get_header_value(name); };
+  const std::string length = given("Content-Length");
+  const auto bytes = numberIn<std::size_t>(length);
+  const bool measured =
+      request.get_header_value_count("Content-Length") == 1 && !request.has_header("Transfer-Encoding");
+  if (request.method == "GET" || request.method == "HEAD") {
+    if (bytes.value_or(length.size()) == 0 && !request.has_header("Transfer-Encoding")) return {};
+    return Refusal{400, "nothing can be sent with " + request.method};
+  }
+  if (request.method != "POST") return Refusal{405, "it can be asked with GET and POST"};
+  if (given("Content-Type") != "application/json" || request.has_header("Content-Encoding")) {
+    return Refusal{415, "what is sent must be application/json, as it is"};
+  }
+  if (!measured) return Refusal{411, "what is sent must have one Content-Length"};
+  if (!bytes) return Refusal{400, "its Content-Length is no number of bytes"};
+  if (*bytes > kLimits.body) return Refusal{413, "at most 4 MiB can be sent"};
+  return {};
 }
 
 void give(httplib::Response& response, const Answer& answer) {
@@ -58,7 +87,8 @@ void setSocketOptions(socket_t socket) {
 struct Server::Parts {
   // One address that is listened on.
   struct Door {
-    explicit Door(std::atomic<std::size_t>& open) : http(kLimits, open) {}
+    explicit Door(Parts& parts)
+        : http(kLimits, parts.connections, [&parts](const auto& request) { return !parts.refusalOf(request); }) {}
     HttpServer http;
     std::thread thread;
   };
@@ -69,14 +99,8 @@ struct Server::Parts {
       throw app::Failure(app::ExitStatus::Failed, "studio", "the page is missing in '" + page.string() + "'",
                          "install Quillmere again");
     }
-    const int port = bind(doors[0], "127.0.0.1", wanted);
-    if (port < 0) {
-      throw app::Failure(app::ExitStatus::Failed, "port " + std::to_string(wanted), "it is in use or may not be used",
-                         "give another with --port, or none for any that is free");
-    }
-    access.emplace(port);
-    open(doors[0]);
-    if (bind(doors[1], "::1", port) == port) open(doors[1]);
+    access.emplace(bindAll(wanted));
+    for (Door& door : doors) open(door);
   }
   ~Parts() {
     studio.watch.hub().close();
@@ -93,9 +117,25 @@ struct Server::Parts {
     if (port == 0) return door.http.bind_to_any_port(address);
     return door.http.bind_to_port(address, port) ? port : -1;
   }
+  // One number on all addresses of "localhost", so that no other program gets what a person means for this one.
+  int bindAll(int wanted) {
+    doors.emplace_back(*this);
+    for (int i = 0; i < kTries; ++i) {
+      const int port = bind(doors.front(), "127.0.0.1", wanted);
+      if (port < 0) break;
+      if (!hasSixthLoopback() || bind(doors.emplace_back(*this), "::1", port) == port) return port;
+      doors.pop_back();
+      doors.front().http.unbind();
+      if (wanted != 0) break;
+    }
+    throw app::Failure(app::ExitStatus::Failed, "port " + std::to_string(wanted),
+                       "it is in use or may not be used, on 127.0.0.1 or ::1",
+                       "give another with --port, or none for any that is free");
+  }
   void open(Door& door) {
-    httplib::Server& http = door.http;
-    http.set_payload_max_length(kLargestBody);
+    HttpServer& http = door.http;
+    http.widen();
+    http.set_payload_max_length(kLimits.body);
     http.set_default_headers(kHeaders);
     http.set_pre_routing_handler([this](const auto& request, auto& response) { return admit(request, response); });
     addRoutes(http);
@@ -104,25 +144,24 @@ struct Server::Parts {
   }
 
   using Handled = httplib::Server::HandlerResponse;
+  static bool isEntry(const httplib::Request& request) {
+    return request.method == "GET" && request.path == "/" && request.has_param("token");
+  }
   // Everything but the entry needs the token, so that it is asked for before anything is read.
-  Handled admit(const httplib::Request& request, httplib::Response& response) {
+  std::optional<Refusal> refusalOf(const httplib::Request& request) const {
     const Caller caller = callerOf(request);
-    if (request.path == "/" && request.has_param("token")) {
-      const auto refusal = access->refusalOfEntry(caller, request.get_param_value("token"));
-      if (refusal) return refuse(response, *refusal);
-      response.set_header("Set-Cookie", access->cookie());
-      response.set_redirect("/", 303);
+    const auto refusal =
+        isEntry(request) ? access->refusalOfEntry(caller, request.get_param_value("token")) : access->refusalOf(caller);
+    return refusal ? refusal : refusalOfForm(request);
+  }
+  Handled admit(const httplib::Request& request, httplib::Response& response) const {
+    if (const auto refusal = refusalOf(request)) {
+      give(response, refused(refusal->status, refusal->text));
       return Handled::Handled;
     }
-    if (const auto refusal = access->refusalOf(caller)) return refuse(response, *refusal);
-    if (request.method != "POST" || request.get_header_value("Content-Type") == "application/json") {
-      return Handled::Unhandled;
-    }
-    return refuse(response, {415, "what is sent must be application/json"});
-  }
-  static Handled refuse(httplib::Response& response, const Refusal& refusal) {
-    give(response, refused(refusal.status, refusal.text));
-    response.set_header("Connection", "close");
+    if (!isEntry(request)) return Handled::Unhandled;
+    response.set_header("Set-Cookie", access->cookie());
+    response.set_redirect("/", 303);
     return Handled::Handled;
   }
 
@@ -145,7 +184,9 @@ struct Server::Parts {
       givePage(request.matches[1].length() == 0 ? "index.html" : request.matches[1].str(), response);
     });
     http.set_error_handler([](const httplib::Request&, httplib::Response& response) {
-      if (response.body.empty()) give(response, refused(response.status, "there is nothing of that name"));
+      response.headers.erase("EXCEPTION_WHAT");
+      const char* why = response.status == 404 ? "there is nothing of that name" : "the request can't be answered";
+      if (response.body.empty()) give(response, refused(response.status, why));
     });
   }
 
@@ -180,8 +221,8 @@ struct Server::Parts {
   Studio& studio;
   fs::path page;
   std::optional<Access> access;
-  std::atomic<std::size_t> connections = 0;
-  std::array<Door, 2> doors{Door(connections), Door(connections)};
+  Connections connections{kLimits.connections};
+  std::list<Door> doors;
 };
 
 Server::Server(Studio& studio, const fs::path& page, int port) : parts_(std::make_unique<Parts>(studio, page, port)) {}

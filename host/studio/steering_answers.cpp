@@ -58,7 +58,7 @@ class PassedFile {
 };
 
 fs::path shownPicture(Studio& studio, const std::string& id) {
-  if (const auto file = studio.watch.shelf().shown(id)) return *file;
+  if (const auto file = studio.watch.shelf().shown(id)) return file->place();
   throw Refused(404, "there is no such picture here any more, or it lies where the page may not look");
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/error.h"
 #include "image/file_formats.h"
 #include "image/scaling.h"
 
@@ -19,15 +20,24 @@ image::Image scaledDown(const image::Image& picture) {
                              side(picture.height()));
 }
 
+// Named by where it lies in what is said of it, too.
+image::Image pictureIn(const HeldFile& file) {
+  try {
+    return image::read(file.content());
+  } catch (const Error&) {
+    throw Error("no small picture can be made of '" + file.place().string() + "': it can't be read as one");
+  }
+}
+
 }  // namespace
 
-WebPicture Thumbnails::of(const fs::path& file, const std::string& id, const std::string& stamp) {
+WebPicture Thumbnails::of(const HeldFile& file, const std::string& id, const std::string& stamp) {
   const fs::path kept = folder_ / (id + "-" + stamp + ".png");
   std::error_code error;
   const std::lock_guard lock(mutex_);
-  if (!fs::is_regular_file(kept, error)) {
+  if (!fs::is_regular_file(fs::symlink_status(kept, error))) {
     fs::create_directories(folder_, error);
-    image::writePng(kept, scaledDown(image::read(file)));
+    image::writePng(kept, scaledDown(pictureIn(file)));
   }
   return webPictureOf(kept);
 }

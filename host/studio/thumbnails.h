@@ -17,7 +17,7 @@ class Thumbnails {
 
   // Of the picture in `file`, which `id` and `stamp` stand for. One that can't be kept is made again each time. Throws
   // Error for a picture that can't be read.
-  WebPicture of(const std::filesystem::path& file, const std::string& id, const std::string& stamp);
+  WebPicture of(const HeldFile& file, const std::string& id, const std::string& stamp);
 
  private:
   std::filesystem::path folder_;

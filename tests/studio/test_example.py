@@ -38,7 +38,6 @@ class Example(PageCase):
     def test_one_click_renders_it(self) -> None:
         self.open(*self.real)
         self.assertEqual(len(self.all("#empty li")), 3)
-        self.shot("empty")
         self.find("#example").click()
         until(lambda: self.all(".in-flight p"), 60)
         self.assertEqual(self.ask("/api/example", {}).status, 409)

@@ -3,7 +3,6 @@
 import json
 import os
 import pathlib
-import time
 import unittest
 
 from selenium import webdriver
@@ -33,8 +32,7 @@ class PageCase(StudioCase):
         cls.addClassCleanup(cls.browser.quit)
 
     def tearDown(self) -> None:
-        if SHOTS:
-            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{self.id().split('.')[-1]}.png"))
+        self.save(self.id().split(".")[-1])
         self.browser.get("about:blank")
         wrong = [entry for entry in self.browser.get_log("browser") if entry["level"] == "SEVERE"]
         met = ("/api/events - ", *(f"a status of {status} " for status in self.refusals))
@@ -46,15 +44,10 @@ class PageCase(StudioCase):
         self.browser.get(self.address)
         until(lambda: self.find("#found").text)
 
-    def shot(self, name: str) -> None:
-        """As it is, in both themes, small and large."""
-        for scheme, width, height in (("dark", 1024, 700), ("dark", 2560, 1440), ("light", 1440, 900)) if SHOTS else ():
-            self.scheme(scheme)
-            self.browser.set_window_size(width, height)
-            time.sleep(0.3)
-            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{name}_{scheme}_{width}.png"))
-        self.browser.set_window_size(1440, 900)
-        self.scheme()
+    def save(self, name: str) -> None:
+        if SHOTS:
+            pathlib.Path(SHOTS).mkdir(parents=True, exist_ok=True)
+            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{name.replace(' ', '_')}.png"))
 
     def scheme(self, name: str = "") -> None:
         features = [{"name": "prefers-color-scheme", "value": name}] if name else []
@@ -193,18 +186,6 @@ class Look(PageCase):
         self.press(" ")
         self.assertEqual(self.find(".play").get_attribute("aria-label"), "Play the frames")
 
-    def test_light_and_dark(self) -> None:
-        self.done_frame(1)
-        grounds = []
-        for scheme in ("dark", "light"):
-            self.scheme(scheme)
-            self.open()
-            grounds.append(self.js("getComputedStyle(document.body).backgroundColor"))
-            if SHOTS:
-                self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{scheme}.png"))
-        self.scheme()
-        self.assertEqual(len(set(grounds)), 2)
-
 
 class Follow(PageCase):
     def test_a_render_from_its_start_to_its_picture_and_one_that_fails(self) -> None:
@@ -228,6 +209,23 @@ class Follow(PageCase):
 
 
 class Find(PageCase):
+    def test_what_is_there_is_not_drawn_anew_when_something_comes(self) -> None:
+        self.done_frame(1)
+        self.frame(2, status={"phase": "generate", "message": "Inking"})
+        self.open()
+        self.click("history-list .entry")
+        until(lambda: self.all("#details button"))
+        self.click("#tab-history")
+        places = ("frame-timeline [data-frame='1']", "history-list .entry", "history-list [data-action=star]", "#details button", ".in-flight p")
+        there = [self.find(place) for place in places]
+        self.js("arguments[0].focus()", there[2])
+        self.done_frame(0)
+        self.frame(3, status={"phase": "generate", "message": "Inking"})
+        (self.exchange / "runtime" / "render_view_state.json").write_text('{"status_text": "Rendering on"}')
+        until(lambda: len(self.all("history-list .entry")) == 2 and len(self.all(".in-flight p")) >= 2 and self.find("#status").text == "Rendering on")
+        self.assertEqual([self.js("arguments[0].isConnected", one) for one in there], [True] * len(there))
+        self.assertEqual(self.js("document.activeElement"), there[2])
+
     def test_search_star_details_style_and_side_by_side(self) -> None:
         for number in range(1, 6):
             self.done_frame(number, (40 * number, 80, 90))

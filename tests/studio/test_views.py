@@ -115,13 +115,16 @@ class Shown(PageCase):
         until(lambda: len(self.all("workflow-list .row.ok")) == 5 and len(self.all("workflow-list .row.broken")) == 1, 40)
         until(lambda: "Positive #6" in self.find(".detail").text and "Strength" in self.find(".detail").text)
         self.assertIn('by the graph; the title "Quillmere Prompt" would decide', self.find(".detail").text)
-        self.shot("workflows")
         self.js("arguments[0].focus()", self.find("workflow-list [aria-current=true]"))
         self.press(*[Keys.ARROW_DOWN] * 5)
         until(lambda: "sd.safetensors, for ckpt_name of Load #4" in self.find(".detail").text)
         self.assertIn("copy it", self.find(".detail .remedy").text)
-        self.button("Move up").click()
+        row, up = self.find("workflow-list [aria-current=true]"), self.button("Move up")
+        up.click()
         until(lambda: self.titles()[4:] == ["5  <b>Lost", "6  Number 4"])
+        self.button("Check again", ".detail").click()
+        until(lambda: "sd.safetensors" in self.find(".detail").text)
+        self.assertEqual([self.js("arguments[0].isConnected", one) for one in (row, up)], [True, True])
         name = self.find(".rename input")
         name.clear()
         name.send_keys("Found", Keys.ENTER)
@@ -146,7 +149,6 @@ class Shown(PageCase):
         self.find("#view-tab-doctor").click()
         until(lambda: "copy it" in self.find("doctor-report").text)
         self.assertIn("1 broken", self.find("doctor-report .said").text)
-        self.shot("doctor")
 
 
 if __name__ == "__main__":

@@ -36,6 +36,22 @@ export function listen(told) {
   return source;
 }
 
+// The children of `place` become one for each of `keys`, in their order. One that is there stays the element that it is,
+// so that a person can go on pressing or reading it; `keyOf(child)` tells whose it is, `make(key)` makes those that aren't.
+// Returns them by their keys.
+export function keep(place, keys, keyOf, make) {
+  const there = new Map([...place.children].map((child) => [keyOf(child), child]));
+  const kept = new Map(keys.map((key) => [key, there.get(key) ?? make(key)]));
+  const wanted = new Set(kept.values());
+  for (const child of there.values()) if (!wanted.has(child)) child.remove();
+  let next = place.firstChild;
+  for (const child of wanted) {
+    if (child === next) next = next.nextSibling;
+    else place.insertBefore(child, next);
+  }
+  return kept;
+}
+
 export function element(name, properties = {}, ...children) {
   const made = Object.assign(document.createElement(name), properties);
   made.append(...children);

@@ -23,6 +23,7 @@ export class Details {
   #told; // (text) => void, for what was done or failed
   #former = null; // the record shown before this one
   #shown = null; // {entry, path, actions}: of the one that is shown
+  #view = {}; // what the effect and viewers tell each other
   left = () => {}; // (entry): it is to stand on the left
   use = null; // (entry) => promise, where its settings can be used
 
@@ -37,12 +38,12 @@ export class Details {
     try {
       found = await get(`/api/record/${entry.id}`);
     } catch (error) {
-      this.#shown = { entry, path: null, actions: this.#actions(entry, null, state) };
+      this.#show(entry, null, state);
       this.#place.replaceChildren(this.#shown.actions, element("p", { className: "quiet", textContent: error.message }));
       return;
     }
     const other = this.#former?.id === entry.id ? null : this.#former;
-    this.#shown = { entry, path: found.path, actions: this.#actions(entry, found.path, state) };
+    this.#show(entry, found.path, state);
     this.#place.replaceChildren(
       element("h2", { textContent: entry.name || found.path.split("/").pop() }),
       this.#shown.actions,
@@ -52,28 +53,35 @@ export class Details {
     this.#former = { id: entry.id, record: found.record };
   }
 
-  // After the view has changed; the button that has the focus keeps it.
-  update(state) {
-    if (!this.#shown) return;
-    const { entry, path, actions } = this.#shown;
-    const at = [...actions.children].indexOf(document.activeElement);
-    this.#shown.actions = this.#actions(entry, path, state);
-    actions.replaceWith(this.#shown.actions);
-    this.#shown.actions.children[at]?.focus();
+  #show(entry, path, state) {
+    this.#shown = { entry, path, actions: this.#actions(entry, path) };
+    this.update(state);
   }
 
-  #actions(entry, path, state) {
-    const locked = state.view.locked_style?.id === entry.id;
-    const selected = state.view.selected?.id === entry.id;
+  // After the view has changed.
+  update({ view }) {
+    this.#view = view;
+    if (!this.#shown) return;
+    const [lock, select] = this.#shown.actions.children;
+    lock.textContent = this.#is("locked_style") ? "Unlock style" : "Lock as style";
+    select.textContent = this.#is("selected") ? "Unselect" : "Select";
+  }
+
+  // Whether the view has the shown picture as its `name`.
+  #is(name) {
+    return this.#view[name]?.id === this.#shown.entry.id;
+  }
+
+  #actions(entry, path) {
     const actions = element("div", { className: "actions" });
     const add = (text, label, act) => {
       const made = element("button", { type: "button", textContent: text, title: label });
       made.addEventListener("click", () => act().catch((error) => this.#told(error.message)));
       actions.append(made);
     };
-    add(locked ? "Unlock style" : "Lock as style", "The next renders follow the style of this picture",
-      () => post("/api/view", { locked_style: locked ? "" : entry.id }));
-    add(selected ? "Unselect" : "Select", "What other viewers show as selected", () => post("/api/view", { selected: selected ? "" : entry.id }));
+    add("Lock as style", "The next renders follow the style of this picture",
+      () => post("/api/view", { locked_style: this.#is("locked_style") ? "" : entry.id }));
+    add("Select", "What other viewers show as selected", () => post("/api/view", { selected: this.#is("selected") ? "" : entry.id }));
     if (path && this.use) add("Use these settings", "What made this picture is taken into the panel", () => this.use(entry));
     if (entry.picture) add("Put left", "Compare all that is shown from now on with it (L in the history)", async () => this.left(entry));
     if (path) {

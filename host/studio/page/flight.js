@@ -1,5 +1,5 @@
 // The frames that are being rendered, a line each, and why the one that is shown has failed.
-import { element } from "/api.js";
+import { element, keep } from "/api.js";
 
 const QUIET = 60_000; // ms without a word of a frame that is being rendered
 const MOST_LINES = 6;
@@ -16,6 +16,7 @@ const LABELS = { console: "Open the console", chooseWorkflow: "Choose a workflow
 
 export class Flight {
   #running = element("div");
+  #more = element("p");
   #failure = element("div");
   #failed = ""; // what #failure says
   #can;
@@ -29,41 +30,54 @@ export class Flight {
   draw(frames, shown) {
     const running = frames.filter((frame) => frame.state === "running");
     const more = running.length - MOST_LINES;
-    const lines = running.slice(0, MOST_LINES).map(runningLine);
-    if (more > 0) lines.push(element("p", {}, element("span", { textContent: `and ${more} more` })));
-    this.#running.replaceChildren(...lines);
+    const shownLines = new Map(running.slice(0, MOST_LINES).map((frame) => [String(frame.frame), frame]));
+    const lines = keep(this.#running, [...shownLines.keys()], (line) => line.dataset.frame, makeLine);
+    for (const [key, line] of lines) fillLine(line, shownLines.get(key));
+    this.#more.textContent = `and ${more} more`;
+    if (more > 0) this.#running.after(this.#more);
+    else this.#more.remove();
     this.#drawFailure(shown?.state === "failed" ? shown : null);
   }
 
-  // Left as it is while it stays true, so that its button keeps the focus.
+  // Left as it is while it says the same, so that its button keeps the focus and isn't lost under a press.
   #drawFailure(frame) {
-    const failed = frame ? JSON.stringify([frame.frame, frame.heard, frame.error, Object.keys(this.#can)]) : "";
+    const advised = frame && this.#advisedFor(frame);
+    const failed = frame ? JSON.stringify([frame.frame, frame.error, advised]) : "";
     if (failed === this.#failed) return;
     this.#failed = failed;
-    this.#failure.replaceChildren(...(frame ? [this.#failureLine(frame)] : []));
+    this.#failure.replaceChildren(...(frame ? [this.#failureLine(frame, advised)] : []));
   }
 
-  #failureLine(frame) {
+  #advisedFor(frame) {
     const remedy = frame.error.split(";").at(-1);
     const fits = (text) => ADVICE.find(([words, name]) => words.test(text) && this.#can[name])?.[1];
-    const advised = fits(remedy) ?? fits(frame.error) ?? "renderAgain";
-    const act = this.#can[advised];
-    const button = act && element("button", { type: "button", textContent: LABELS[advised] });
-    button?.addEventListener("click", () => act(frame));
+    return fits(remedy) ?? fits(frame.error) ?? (this.#can.renderAgain && "renderAgain");
+  }
+
+  #failureLine(frame, advised) {
+    const button = advised && element("button", { type: "button", textContent: LABELS[advised] });
+    button?.addEventListener("click", () => this.#can[advised](frame));
     return element("p", { className: "failure" }, element("b", { textContent: `Frame ${frame.frame} failed` }),
       element("span", { textContent: frame.error || "The helper has told no reason; the console may" }), button ?? "");
   }
 }
 
-function runningLine(frame) {
+function makeLine(frame) {
+  const bar = element("progress", { max: 1 });
+  bar.setAttribute("aria-label", `Frame ${frame}`);
+  const line = element("p", {}, element("b", { textContent: `Frame ${frame}` }), bar, element("span"));
+  line.dataset.frame = frame;
+  return line;
+}
+
+// The bar that tells no share goes on moving as long as it tells none.
+function fillLine(line, frame) {
   const steps = frame.steps ? ` · ${frame.step ?? 0}/${frame.steps}` : "";
   const left = frame.seconds_left ? ` · ${Math.ceil(frame.seconds_left)} s left` : "";
   const ahead = frame.ahead ? ` · ${frame.ahead} ahead in the queue` : "";
   const silent = Date.now() - frame.heard > QUIET ? ` · no word for ${Math.round((Date.now() - frame.heard) / 60_000)} min` : "";
-  const bar = element("progress", { max: 1 });
-  if (frame.progress !== undefined) bar.value = frame.progress;
-  if (silent) bar.value = frame.progress ?? 0;
-  bar.setAttribute("aria-label", `Frame ${frame.frame}`);
-  return element("p", {}, element("b", { textContent: `Frame ${frame.frame}` }), bar,
-    element("span", { textContent: `${frame.message || "starting"}${steps}${left}${ahead}${silent}` }));
+  const [, bar, words] = line.children;
+  if (frame.progress !== undefined || silent) bar.value = frame.progress ?? 0;
+  else bar.removeAttribute("value");
+  words.textContent = `${frame.message || "starting"}${steps}${left}${ahead}${silent}`;
 }

@@ -1,5 +1,5 @@
 // All pictures of the write directory's histories, newest first. Only the rows in view are in the page.
-import { element, get, thumbnailUrl } from "/api.js";
+import { element, get, keep, thumbnailUrl } from "/api.js";
 
 const ROW = 96; // CSS pixels, as in studio.css
 const PAGE = 200; // entries asked for at a time
@@ -13,8 +13,8 @@ class HistoryList extends HTMLElement {
   #generation = 0;
   #current = 0;
   #chosen = new Set(); // identifiers put side by side
+  #filled = new WeakMap(); // the entry that a row shows
   #space = element("div", { className: "space" });
-  #rows = new Map(); // by place
 
   connectedCallback() {
     this.setAttribute("role", "listbox");
@@ -45,7 +45,7 @@ class HistoryList extends HTMLElement {
   }
   clearChosen() {
     this.#chosen.clear();
-    this.#redraw();
+    this.#draw();
     this.#tell("side-by-side");
   }
   entryOf(id) {
@@ -53,7 +53,7 @@ class HistoryList extends HTMLElement {
   }
   replace(entry) {
     for (const [place, one] of this.#entries) if (one.id === entry.id) this.#entries.set(place, { ...one, ...entry });
-    this.#redraw();
+    this.#draw();
   }
 
   async #load(page, generation = this.#generation, fresh = false) {
@@ -73,42 +73,55 @@ class HistoryList extends HTMLElement {
     this.#found = answer.found;
     this.#space.style.height = `${this.#found * ROW}px`;
     this.#tell("answer", answer);
-    this.#redraw();
+    this.#draw();
   }
 
   #tell(name, detail) {
     this.dispatchEvent(new CustomEvent(name, { detail }));
   }
 
-  #redraw() {
+  // Rows stay the elements that they are as long as their entry is in view, so that a press on one isn't lost when
+  // something comes or is read meanwhile.
+  #draw() {
     const focused = this.contains(document.activeElement);
-    for (const row of this.#rows.values()) row.remove();
-    this.#rows.clear();
-    this.#draw();
-    if (focused) this.focus({ preventScroll: true });
+    const places = this.#placesInView();
+    this.removeAttribute("aria-activedescendant");
+    for (const [key, row] of keep(this.#space, [...places.keys()], (row) => row.dataset.key, makeRow)) {
+      row.dataset.key = key;
+      this.#place(row, places.get(key));
+    }
+    if (focused && !this.contains(document.activeElement)) this.focus({ preventScroll: true });
   }
 
-  #draw() {
+  // By what tells entries apart; several may be of one picture.
+  #placesInView() {
     const first = Math.max(0, Math.floor(this.scrollTop / ROW) - AROUND);
     const last = Math.min(this.#found, Math.ceil((this.scrollTop + this.clientHeight) / ROW) + AROUND);
-    for (const [place, row] of this.#rows) {
-      if (place >= first && place < last) continue;
-      row.remove();
-      this.#rows.delete(place);
-    }
+    const places = new Map();
     for (let place = first; place < last; ++place) {
-      if (this.#rows.has(place)) continue;
       const entry = this.#entries.get(place);
       if (!entry) {
         this.#load(Math.floor(place / PAGE));
         continue;
       }
-      const row = rowOf(entry, place, this.#chosen.has(entry.id));
-      row.classList.toggle("current", place === this.#current);
-      row.style.top = `${place * ROW}px`;
-      this.#rows.set(place, row);
-      this.#space.append(row);
+      let key = `${entry.id} ${entry.document} ${entry.frame} ${entry.time}`;
+      while (places.has(key)) key += "+";
+      places.set(key, place);
     }
+    return places;
+  }
+
+  #place(row, place) {
+    const entry = this.#entries.get(place);
+    const current = place === this.#current;
+    row.dataset.place = String(place);
+    row.style.top = `${place * ROW}px`;
+    row.classList.toggle("current", current);
+    row.setAttribute("aria-selected", String(current));
+    if (current) this.setAttribute("aria-activedescendant", row.id);
+    if (this.#filled.get(row) !== entry) fillRow(row, entry);
+    this.#filled.set(row, entry);
+    setButton(row.querySelector("[data-action=beside]"), "⊞", "Put beside others, up to four", this.#chosen.has(entry.id));
   }
 
   #onClick(event) {
@@ -138,7 +151,7 @@ class HistoryList extends HTMLElement {
 
   #choose(entry) {
     if (!this.#chosen.delete(entry.id) && this.#chosen.size < 4) this.#chosen.add(entry.id);
-    this.#redraw();
+    this.#draw();
     this.#tell("side-by-side");
   }
 
@@ -147,39 +160,51 @@ class HistoryList extends HTMLElement {
     const top = this.#current * ROW;
     if (top < this.scrollTop) this.scrollTop = top;
     else if (top + ROW > this.scrollTop + this.clientHeight) this.scrollTop = top + ROW - this.clientHeight;
-    this.#redraw();
+    this.#draw();
   }
 }
 
-function rowOf(entry, place, beside) {
-  const image = entry.picture
-    ? element("img", { src: thumbnailUrl(entry.picture), alt: "", loading: "lazy", decoding: "async" })
-    : element("span", { className: "gone", textContent: "gone" });
+let made = 0;
+function makeRow() {
+  const part = (name, className, ...children) => element(name, { className }, ...children);
+  const row = part("div", "entry",
+    part("div", "thumbnail", element("img", { alt: "", loading: "lazy", decoding: "async" }), element("span", { className: "gone", textContent: "gone" })),
+    part("div", "words", part("p", "prompt"), part("p", "quiet of"), part("p", "quiet when")),
+    part("div", "marks", button("star"), button("beside")));
+  row.id = `history-${++made}`;
+  row.setAttribute("role", "option");
+  return row;
+}
+
+function button(action) {
+  const one = element("button", { type: "button", tabIndex: -1 });
+  one.dataset.action = action;
+  return one;
+}
+
+// Only what differs is written: most of it stays.
+function set(node, properties, attributes = {}) {
+  for (const [name, value] of Object.entries(properties)) if (node[name] !== value) node[name] = value;
+  for (const [name, value] of Object.entries(attributes)) if (node.getAttribute(name) !== value) node.setAttribute(name, value);
+}
+
+function fillRow(row, entry) {
+  const at = (selector) => row.querySelector(selector);
   const { facts } = entry;
   const prompt = facts.prompt || facts.effective_prompt || entry.name;
   const workflow = (facts.workflow_path || "").split("/").pop().replace(/\.json$/, "");
   const when = new Date(entry.time).toLocaleString(undefined, { dateStyle: "short", timeStyle: "short" });
-  const row = element("div", { className: "entry" },
-    element("div", { className: "thumbnail" }, image),
-    element("div", { className: "words" },
-      element("p", { className: "prompt", textContent: prompt, title: prompt }),
-      element("p", { className: "quiet", textContent: [`frame ${entry.frame}`, entry.document, workflow].filter(Boolean).join(" · ") }),
-      element("p", { className: "quiet", textContent: entry.note ? `${when} · ${entry.note}` : when })),
-    element("div", { className: "marks" },
-      button("star", entry.star ? "★" : "☆", entry.star ? "Take the star away" : "Star", entry.star),
-      button("beside", "⊞", "Put beside others, up to four", beside)));
-  row.dataset.place = String(place);
-  row.setAttribute("role", "option");
-  row.setAttribute("aria-label", `${prompt}, frame ${entry.frame}, ${when}`);
-  return row;
+  set(at("img"), { hidden: !entry.picture }, entry.picture ? { src: thumbnailUrl(entry.picture) } : {});
+  set(at(".gone"), { hidden: Boolean(entry.picture) });
+  set(at(".prompt"), { textContent: prompt, title: prompt });
+  set(at(".of"), { textContent: [`frame ${entry.frame}`, entry.document, workflow].filter(Boolean).join(" · ") });
+  set(at(".when"), { textContent: entry.note ? `${when} · ${entry.note}` : when });
+  setButton(at("[data-action=star]"), entry.star ? "★" : "☆", entry.star ? "Take the star away" : "Star", entry.star);
+  set(row, {}, { "aria-label": `${prompt}, frame ${entry.frame}, ${when}` });
 }
 
-function button(action, text, label, pressed) {
-  const made = element("button", { type: "button", textContent: text, title: label, tabIndex: -1 });
-  made.dataset.action = action;
-  made.setAttribute("aria-label", label);
-  made.setAttribute("aria-pressed", String(pressed));
-  return made;
+function setButton(button, text, label, pressed) {
+  set(button, { textContent: text, title: label }, { "aria-label": label, "aria-pressed": String(pressed) });
 }
 
 customElements.define("history-list", HistoryList);

@@ -1,5 +1,5 @@
 // What the scene holds: its facts, its frames, its cameras with a small picture of each.
-import { element, pictureUrl, post } from "/api.js";
+import { element, keep, pictureUrl, post } from "/api.js";
 
 const at = (id) => document.getElementById(id);
 
@@ -32,20 +32,21 @@ export function drawFacts(info, job) {
 export async function drawCameras(info, job, chosen, choose) {
   const names = (info.cameras || []).filter((camera) => !camera.of_host).map((camera) => camera.name);
   const place = at("steer-cameras");
-  if (!names.length || !place) return;
-  const buttons = new Map(names.map((name) => [name, cameraButton(name, chosen.includes(name), choose)]));
-  place.replaceChildren(...buttons.values());
+  if (!place) return;
+  const buttons = keep(place, names, (button) => button.dataset.camera, (name) => cameraButton(name, choose));
+  for (const [name, button] of buttons) button.setAttribute("aria-pressed", String(chosen.includes(name)));
+  if (!names.length) return;
   const { cameras } = await post("/api/desk/cameras", { job, names });
   for (const { name, picture } of cameras) {
-    buttons.get(name)?.firstChild.replaceChildren(element("img", { src: pictureUrl(picture), alt: "" }));
+    const shown = buttons.get(name)?.querySelector("img");
+    if (shown) Object.assign(shown, { src: pictureUrl(picture), hidden: false });
   }
 }
 
-function cameraButton(name, chosen, choose) {
+function cameraButton(name, choose) {
   const made = element("button", { type: "button", className: "camera", title: `${name} (Shift: beside the others)` },
-    element("span", { className: "picture" }), element("span", { textContent: name }));
+    element("span", { className: "picture" }, element("img", { alt: "", hidden: true })), element("span", { textContent: name }));
   made.dataset.camera = name;
-  made.setAttribute("aria-pressed", String(chosen));
   made.addEventListener("click", ({ shiftKey }) => choose(name, shiftKey));
   return made;
 }

@@ -8,6 +8,7 @@ import { Details } from "/details.js";
 import { Steer } from "/steer.js";
 import { Flight } from "/flight.js";
 import { LeftChooser } from "/passes.js";
+import { attendTabs, closeTab, openTab, selectTab } from "/tabs.js";
 import { attendViews, showView } from "/views.js";
 
 const SEARCH_PAUSE = 150; // ms after the last letter
@@ -19,7 +20,7 @@ const parts = {
 };
 const state = { view: {}, frames: new Map(), following: true, shown: null, begun: false };
 const can = { // what a failure may advise
-  console: () => selectTab("console"),
+  console: () => openTab("console", at("console")),
   checkServers: () => showView("doctor"),
   showWorkflows: () => showView("workflows"),
 };
@@ -30,7 +31,6 @@ const steer = new Steer({
   guide: showGuide,
   follow: () => Object.assign(state, { following: true, shown: null }),
 });
-const TABS = [...document.querySelectorAll("aside [role=tab]")].map((tab) => tab.id.slice("tab-".length));
 const leftChooser = new LeftChooser(at("left"), showAgain, tell);
 details.left = putLeft;
 
@@ -83,7 +83,7 @@ function putLeft(entry) {
 }
 
 // Against what is shown on the right now, so that two results can be compared.
-async function showEntry(entry) {
+function showEntry(entry) {
   state.following = false;
   const own = state.frames.get(entry.frame);
   const guide = own?.picture?.id === entry.id ? own.guide : null;
@@ -94,8 +94,6 @@ async function showEntry(entry) {
   parts.viewer.show(
     left && { url: pictureUrl(left), name: left === guide ? `guide ${entry.frame}` : left.name },
     entry.picture && { url: pictureUrl(entry.picture), name: entry.name });
-  selectTab("details");
-  await details.show(entry, state);
 }
 
 function showSideBySide() {
@@ -120,16 +118,6 @@ async function showConsole() {
   const followed = place.scrollTop + place.clientHeight >= place.scrollHeight - 4;
   at("console").textContent = told + log;
   if (followed) place.scrollTop = place.scrollHeight;
-}
-
-function selectTab(name) {
-  for (const one of TABS) {
-    const tab = at(`tab-${one}`);
-    tab.setAttribute("aria-selected", String(one === name));
-    tab.tabIndex = one === name ? 0 : -1;
-    at(`panel-${one}`).hidden = one !== name;
-  }
-  if (name === "console") showConsole();
 }
 
 function drawRunning() {
@@ -237,15 +225,24 @@ const KEYS = {
   " ": () => parts.timeline.toggle(),
   m: () => setMode(MODES[(MODES.indexOf(parts.viewer.mode) + 1) % MODES.length]),
   "/": () => { selectTab("history"); at("words").focus(); },
-  c: () => selectTab("console"),
+  c: () => openTab("console", at("console")),
   "?": () => at("help").showModal(),
   ArrowLeft: () => parts.timeline.step(-1),
   ArrowRight: () => parts.timeline.step(1),
 };
 
+// Out of what was opened, back to where it was.
+function goBack() {
+  if (closeTab()) return true;
+  const beside = !parts.sideBySide.hidden;
+  if (beside) parts.history.clearChosen();
+  return beside;
+}
+
 function onKey(event) {
-  const elsewhere = at("view-pictures").hidden;
-  const typing = elsewhere || event.target.closest("input, textarea, select, dialog[open]");
+  const elsewhere = at("view-pictures").hidden || document.querySelector("dialog[open]");
+  if (event.key === "Escape" && !elsewhere && goBack()) return event.preventDefault();
+  const typing = elsewhere || event.target.closest("input, textarea, select");
   const pressed = event.target.closest("button") && event.key === " ";
   if (typing || pressed || event.ctrlKey || event.metaKey || event.altKey || !KEYS[event.key]) return;
   event.preventDefault();
@@ -261,18 +258,7 @@ function attend() {
   at("actual").addEventListener("click", () => parts.viewer.actual());
   at("example").addEventListener("click", () => post("/api/example", {}).catch((error) => tell(error.message)));
   at("help-open").addEventListener("click", () => at("help").showModal());
-  for (const one of TABS) {
-    at(`tab-${one}`).addEventListener("click", () => selectTab(one));
-    at(`tab-${one}`).addEventListener("keydown", (event) => {
-      const by = { ArrowLeft: -1, ArrowRight: 1 }[event.key];
-      if (!by) return;
-      event.stopPropagation();
-      const offered = TABS.map((name) => at(`tab-${name}`)).filter((each) => !each.hidden);
-      const tab = offered.at((offered.indexOf(event.target) + by) % offered.length);
-      tab.click();
-      tab.focus();
-    });
-  }
+  attendTabs((name) => { if (name === "console") showConsole(); });
   parts.timeline.addEventListener("choose", ({ detail }) => {
     state.shown = null;
     state.following = detail.frame === parts.timeline.numbers.at(-1) || detail.state === "running";
@@ -282,7 +268,11 @@ function attend() {
   });
   parts.history.addEventListener("answer", ({ detail }) => onAnswer(detail));
   parts.history.addEventListener("trouble", ({ detail }) => tell(detail));
-  parts.history.addEventListener("show", ({ detail }) => showEntry(detail));
+  parts.history.addEventListener("show", ({ detail }) => {
+    showEntry(detail);
+    openTab("details", at("panel-details"));
+    details.show(detail, state);
+  });
   parts.history.addEventListener("left", ({ detail }) => putLeft(detail));
   parts.history.addEventListener("side-by-side", showSideBySide);
   parts.history.addEventListener("star", ({ detail }) => {

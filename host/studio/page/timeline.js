@@ -1,5 +1,5 @@
 // The frames that exist, in a row with the gaps between them; one of them is shown.
-import { element } from "/api.js";
+import { element, keep } from "/api.js";
 import { gapsIn } from "/gaps.js";
 
 const WORDS = { fresh: "rendered just now", kept: "kept from before", failed: "failed", running: "being rendered" };
@@ -125,12 +125,14 @@ class FrameTimeline extends HTMLElement {
 
   #draw() {
     const focused = this.#row.contains(document.activeElement);
-    this.#buttons = new Map(this.numbers.map((number) => [number, this.#button(number)]));
-    const gaps = gapsIn(this.numbers, this.#wanted).map((gap) => [gap[0], gapMark(gap)]);
-    this.#row.replaceChildren(...[...this.#buttons, ...gaps].sort(([one], [other]) => one - other).map(([, place]) => place));
+    const gaps = new Map(gapsIn(this.numbers, this.#wanted).map((gap) => [endsOf(gap), gap]));
+    const first = (key) => gaps.get(key)?.[0] ?? key;
+    const kept = keep(this.#row, [...this.numbers, ...gaps.keys()].sort((one, other) => first(one) - first(other)),
+      ({ dataset }) => dataset.missing ?? Number(dataset.frame), (key) => (gaps.has(key) ? gapMark(key) : this.#button(key)));
+    this.#buttons = new Map(this.numbers.map((number) => [number, kept.get(number)]));
     for (const frame of this.#frames.values()) this.#mark(frame);
     this.#play.disabled = this.#frames.size < 2;
-    if (focused) this.#buttons.get(this.#current)?.focus();
+    if (focused && !this.#row.contains(document.activeElement)) this.#buttons.get(this.#current)?.focus();
   }
 
   #button(number) {
@@ -148,14 +150,17 @@ class FrameTimeline extends HTMLElement {
     const state = frame.state !== "done" ? frame.state : frame.heard >= this.#since ? "fresh" : "kept";
     button.className = frame.state === state ? state : `${frame.state} ${state}`;
     button.title = `Frame ${frame.frame}: ${frame.error || WORDS[state] || state}`;
+    button.setAttribute("aria-label", `Frame ${frame.frame}: ${WORDS[state] || state}`);
     button.style.setProperty("--progress", String(frame.progress ?? 0));
   }
 }
 
 // Of several frames in a row there is one mark.
-function gapMark(gap) {
-  const ends = gap.length > 1 ? `${gap[0]}–${gap.at(-1)}` : String(gap[0]);
+const endsOf = (gap) => (gap.length > 1 ? `${gap[0]}–${gap.at(-1)}` : String(gap[0]));
+
+function gapMark(ends) {
   const mark = element("span", { className: "missing", textContent: ends, title: `Missing: ${ends}` });
+  mark.dataset.missing = ends;
   mark.setAttribute("role", "option");
   mark.setAttribute("aria-disabled", "true");
   mark.setAttribute("aria-label", `Missing: ${ends}`);

@@ -134,6 +134,8 @@ class PictureViewer extends HTMLElement {
       image.classList.toggle("pixels", this.#zoom >= 2);
     }
     const split = this.#mode === "split" && this.classList.contains("both");
+    // Each on its side alone: what is covered would be drawn, too, with every move.
+    this.#leftLayer.style.clipPath = split ? `inset(0 ${(1 - this.#share) * 100}% 0 0)` : "";
     this.#rightLayer.style.clipPath = split ? `inset(0 0 0 ${this.#share * 100}%)` : "";
     this.#divider.style.left = `${this.#share * 100}%`;
     this.#divider.setAttribute("aria-valuenow", String(Math.round(this.#share * 100)));

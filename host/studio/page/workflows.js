@@ -1,5 +1,5 @@
 // The workflow list: what each needs and sets, in their order. What is done here the commands `workflows` do.
-import { element, get, post } from "/api.js";
+import { element, get, keep, post } from "/api.js";
 import { checkReport, controlTable } from "/workflow_report.js";
 
 const CHECKS = 2; // at a time
@@ -142,78 +142,106 @@ class WorkflowList extends HTMLElement {
     if (next) this.#choose(next.id);
   }
 
+  // Rows and the chosen one's buttons stay the elements that they are, so that a press isn't lost when a check ends.
   #draw() {
     const focused = this.#rows.contains(document.activeElement);
-    this.#rows.replaceChildren(...this.#workflows.map((workflow) => this.#row(workflow)));
-    const current = this.#rows.querySelector("[aria-current=true]");
-    if (focused) current?.focus();
-    const typing = this.#detail.contains(document.activeElement) && document.activeElement.matches("input");
-    if (!typing || this.#detail.dataset.id !== this.#current) this.#drawDetail();
+    const rows = keep(this.#rows, this.#workflows.map((workflow) => workflow.id), (item) => item.firstChild.dataset.id, makeRow);
+    for (const workflow of this.#workflows) this.#fillRow(rows.get(workflow.id).firstChild, workflow);
+    if (focused) this.#focusCurrent();
+    this.#drawDetail();
   }
 
-  #row(workflow) {
+  #focusCurrent() {
+    this.#rows.querySelector("[aria-current=true]")?.focus();
+  }
+
+  #fillRow(row, workflow) {
     const check = this.#checks.get(workflow.id);
     const state = check?.state ?? "waiting";
     const chosen = workflow.id === this.#current;
-    const row = element("button", { type: "button", className: `row ${state}`, tabIndex: chosen ? 0 : -1 },
-      element("span", { className: "mark", textContent: { ok: "✓", broken: "!", checking: "…", waiting: "·" }[state] }),
-      element("span", { className: "title", textContent: `${workflow.number}  ${workflow.name}` }),
-      element("span", { className: "quiet", textContent: [STATES[state], check?.answer?.backend, workflow.preferred && "default"].filter(Boolean).join(" · ") }));
-    row.dataset.id = workflow.id;
+    const [mark, title, told] = row.children;
+    row.className = `row ${state}`;
+    row.tabIndex = chosen ? 0 : -1;
     row.setAttribute("aria-current", String(chosen));
-    return element("li", {}, row);
+    mark.textContent = { ok: "✓", broken: "!", checking: "…", waiting: "·" }[state];
+    title.textContent = `${workflow.number}  ${workflow.name}`;
+    told.textContent = [STATES[state], check?.answer?.backend, workflow.preferred && "default"].filter(Boolean).join(" · ");
   }
 
   #drawDetail() {
     const workflow = this.#workflows.find((one) => one.id === this.#current);
+    if (this.#detail.dataset.id !== this.#current) this.#detail.replaceChildren(...(workflow ? this.#newDetail(workflow.id) : []));
     this.#detail.dataset.id = this.#current;
-    if (!workflow) return this.#detail.replaceChildren();
+    if (!workflow) return;
+    const [heading, facts, actions, report] = this.#detail.children;
+    heading.textContent = workflow.name;
+    facts.textContent = `${workflow.id} · ${workflow.path}${workflow.exists ? "" : " (missing)"}`;
+    this.#fillActions(actions, workflow);
     const check = this.#checks.get(workflow.id);
-    this.#detail.replaceChildren(
-      element("h2", { textContent: workflow.name }),
-      element("p", { className: "quiet", textContent: `${workflow.id} · ${workflow.path}${workflow.exists ? "" : " (missing)"}` }),
-      this.#actions(workflow),
+    const told = JSON.stringify(check ?? null);
+    if (report.dataset.told === told) return;
+    report.dataset.told = told;
+    report.replaceChildren(
       ...(check?.answer ? checkReport(check.answer) : [element("p", { className: "quiet", textContent: STATES[check?.state ?? "waiting"] })]),
       ...controlTable(check?.controls));
   }
 
-  #actions(workflow) {
-    const place = this.#workflows.indexOf(workflow);
-    const name = element("input", { type: "text", value: workflow.name });
+  #newDetail(id) {
+    const current = () => this.#workflows.find((one) => one.id === id);
+    const moveBy = (by) => () => this.#change("move", { id, place: String(this.#workflows.indexOf(current()) + 1 + by) });
+    const name = element("input", { type: "text" });
     name.setAttribute("aria-label", "Name in the menu");
     const rename = element("form", { className: "rename" }, name, element("button", { type: "submit", textContent: "Rename" }));
     rename.addEventListener("submit", (event) => {
       event.preventDefault();
-      name.blur();
-      this.#change("rename", { id: workflow.id, name: name.value });
+      this.#change("rename", { id, name: name.value });
     });
-    const button = (text, act, enabled = true) => {
-      const made = element("button", { type: "button", textContent: text, disabled: !enabled });
+    const button = (text, act) => {
+      const made = element("button", { type: "button", textContent: text });
       made.addEventListener("click", act);
       return made;
     };
-    const moveTo = (number) => () => this.#change("move", { id: workflow.id, place: String(number) });
-    return element("div", { className: "actions" }, rename,
-      button("Move up", moveTo(place), place > 0),
-      button("Move down", moveTo(place + 2), place + 1 < this.#workflows.length),
-      button("Check again", () => {
-        this.#checks.delete(workflow.id);
-        this.#take(this.#workflows);
-      }),
-      button("Remove", () => this.#remove(workflow)));
+    const again = () => {
+      this.#checks.delete(id);
+      this.#take(this.#workflows);
+    };
+    return [element("h2"), element("p", { className: "quiet" }),
+      element("div", { className: "actions" }, rename, button("Move up", moveBy(-1)), button("Move down", moveBy(1)),
+        button("Check again", again), button("Remove", () => this.#remove(current()))),
+      element("div", { className: "report" })];
+  }
+
+  // What is being typed stays. A button that can't be used any more leaves the focus to the other.
+  #fillActions(actions, workflow) {
+    const place = this.#workflows.indexOf(workflow);
+    const [rename, up, down] = actions.children;
+    const [name] = rename.children;
+    if (name.dataset.given !== workflow.name) name.value = name.dataset.given = workflow.name;
+    const focused = document.activeElement;
+    up.disabled = place === 0;
+    down.disabled = place + 1 === this.#workflows.length;
+    if (focused === up && up.disabled) down.focus();
+    if (focused === down && down.disabled) up.focus();
   }
 
   #remove(workflow) {
     const asked = element("dialog", {}, element("p", { textContent: `Take '${workflow.name}' from the list? Its file stays.` }),
       element("form", { method: "dialog" },
-        element("button", { value: "remove", textContent: "Remove" }), " ", element("button", { textContent: "Keep" })));
+        element("button", { value: "remove", textContent: "Remove" }), " ", element("button", { textContent: "Keep", autofocus: true })));
     asked.addEventListener("close", () => {
       asked.remove();
-      if (asked.returnValue === "remove") this.#change("remove", { id: workflow.id });
+      if (asked.returnValue === "remove") this.#change("remove", { id: workflow.id }).then(() => this.#focusCurrent());
     });
     document.body.append(asked);
     asked.showModal();
   }
+}
+
+function makeRow(id) {
+  const row = element("button", { type: "button" },
+    element("span", { className: "mark" }), element("span", { className: "title" }), element("span", { className: "quiet" }));
+  row.dataset.id = id;
+  return element("li", {}, row);
 }
 
 customElements.define("workflow-list", WorkflowList);
