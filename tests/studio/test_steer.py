@@ -1,7 +1,6 @@
 """Rendering from the page as a person does it, in a browser without a screen."""
 
 import json
-import pathlib
 import subprocess
 import unittest
 
@@ -54,10 +53,6 @@ class SteerCase(PageCase):
 
     def state(self) -> str:
         return self.find("#steer-state").text
-
-    def shot(self, name: str) -> None:
-        if SHOTS:
-            self.browser.save_screenshot(str(pathlib.Path(SHOTS) / f"{name}.png"))
 
 
 class Panel(SteerCase):
