@@ -2,12 +2,14 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 #include <random>
 #include <string>
 #include <utility>
 
 #include "image/conversion.h"
+#include "image/cryptomatte.h"
 #include "image/file_formats.h"
 #include "sample_pictures.h"
 
@@ -135,6 +137,19 @@ TEST(Reading, HdrPicturesGiveTheirLight) {
     for (const std::string& damaged : {content.substr(0, content.size() - 1), head + "16000\n" + pixel}) {
       EXPECT_THROW(read(folder.write("b.hdr", damaged)), Error);
     }
+  }
+}
+
+TEST(Mattes, AreNamedAsCompositorsHashNames) {
+  struct Row {
+    const char* name;
+    std::uint32_t hash, id;
+  };
+  for (const Row& row : {Row{"test", 0xba6bd213, 0xba6bd213}, Row{"Hello, world!", 0xc0363e43, 0xc0363e43},
+                         Row{"The quick brown fox jumps over the lazy dog", 0x2e4ff723, 0x2e4ff723},
+                         Row{"Tree 31", 0xffcdcf33, 0xff4dcf33}, Row{"Leaf102", 0x8057d7b2, 0x80d7d7b2}}) {
+    EXPECT_EQ(murmurHash(row.name), row.hash) << row.name;
+    EXPECT_EQ(matteId(row.name), row.id) << row.name;
   }
 }
 
