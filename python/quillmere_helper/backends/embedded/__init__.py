@@ -75,9 +75,10 @@ def _drawing(job: Job, seed: int, options: dict[str, Any], passes: Passes) -> An
     from .scene import read_scene
 
     request = job.request
+    size = (request.width, request.height)
+    blank = drawing.blank(size, seed, options)  # which another thread makes while this one reads
     guide = read_picture(request.reference_image, "guide image", "render the frame again")
     known = read_scene(passes, guide.size)
-    size = (request.width, request.height)
     if guide.size != size:
         guide = guide.resize(size, Image.LANCZOS)
         known = known.resized(size)
@@ -85,4 +86,4 @@ def _drawing(job: Job, seed: int, options: dict[str, Any], passes: Passes) -> An
     if request.locked_style_image:
         look = read_picture(request.locked_style_image, "style image", "choose another one, or none")
     mood = mood_of(request.effective_prompt, options["tint"])
-    return drawing.draw(guide, look, mood, seed, options, known)
+    return drawing.draw(guide, look, mood, seed, options, known, blank)

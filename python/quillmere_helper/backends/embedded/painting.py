@@ -20,18 +20,26 @@ class Paper:
     """One sheet of cold-pressed paper; `unit` is the length in pixels that is 1 in a picture 1024 wide."""
 
     def __init__(self, noise: Noise, unit: float, roughness: float) -> None:
-        grains = noise.grains()
-        grain = Beside(lambda: _worn(grains, 0.6 * unit))
-        tooth = _worn(noise.grains(), 1.7 * unit)
-        relief = Image.blend(grain.result(), tooth, 0.5)
-        self.relief = ImageOps.autocontrast(relief, 0.5)  # valleys 0, hills 255
+        grain, tooth = noise.grains(), noise.grains()
+        self._relief = Beside(lambda: _relief(grain, tooth, unit))
         self._roughness = roughness
+
+    @property
+    def relief(self) -> Image.Image:
+        """Valleys 0, hills 255."""
+        relief: Image.Image = self._relief.result()
+        return relief
 
     def sheet(self, colour: tuple[int, int, int]) -> Image.Image:
         """The empty sheet under a slanting light."""
         shade, depth = self.relief.filter(LIGHT_FROM), 0.11 * self._roughness
         lit = [[round(full * (1 - depth * max(0.0, 0.62 - value / 255))) for value in range(256)] for full in colour]
         return Image.merge("RGB", [shade.point([max(value, 0) for value in table]) for table in lit])
+
+
+def _relief(grain: Image.Image, tooth: Image.Image, unit: float) -> Image.Image:
+    relief = Image.blend(_worn(grain, 0.6 * unit), _worn(tooth, 1.7 * unit), 0.5)
+    return ImageOps.autocontrast(relief, 0.5)
 
 
 def _worn(grains: Image.Image, radius: float) -> Image.Image:
