@@ -4,6 +4,7 @@ It is a drawing filter, not a model: it adds nothing to the scene, and of the pr
 light, weather and mood only. It needs no service and no model, only Pillow.
 """
 
+import time
 from typing import Any
 
 from ... import cancellation
@@ -16,6 +17,7 @@ from .. import Job, Result
 REQUIRES = "PIL.Image"
 SERVER = None
 
+PACE = 0.05  # seconds from one status to the next, at least: writing one takes as long as a step of a small picture
 WELCOME = ("depth", "lines", "object")  # passes that a drawing is better with, and goes without
 
 PARAMETERS = (
@@ -54,6 +56,7 @@ def make(job: Job) -> Result:
     seed = seed_for(options["seed"], job.request.frame)
     passes = Passes(told_by_host().get("passes"), job.request.frame)
     steps = _drawing(job, seed, options, passes)
+    told = 0.0
     while True:
         try:
             with cancellation.ending_at_once():
@@ -61,7 +64,9 @@ def make(job: Job) -> Result:
         except StopIteration as end:
             picture = end.value
             break
-        job.status.tell("draw", message, share)
+        if time.monotonic() - told >= PACE:
+            job.status.tell("draw", message, share)
+            told = time.monotonic()
     job.deliver([(picture, "png")], [seed], {"passes": passes.used} if passes.used else {})
     return Result(seed, passes.notes)
 

@@ -73,7 +73,7 @@ def draw(
     if scene.objects is not None:
         tones = scenery.painted(tones, scene.objects)
     strokes = Beside(lambda: _hatching(tones, noise, unit) if options["hatching"] > 0 else None)
-    rest = Beside(lambda: (painting.left_out(grey, sparing, unit), _hues(subject, planes, unit), paper.sheet(SHEET)))
+    rest = Beside(lambda: (painting.left_out(grey, sparing, unit), _hues(subject.painted, unit), paper.sheet(SHEET)))
     washes = painting.Washes(tones, running, unit, brush)
     for layer in range(brush.layers):
         yield "Washing tones", 0.2 + 0.4 * layer / brush.layers
@@ -114,9 +114,10 @@ def _subject(guide: Image.Image, scene: Scene, mood: Mood) -> _Subject:
     return _Subject(guide, scene, painted, edges, parted)
 
 
-def _hues(subject: _Subject, planes: Sequence[Image.Image], unit: float) -> "list[Image.Image]":
-    hues = planes[1:] if subject.painted is subject.guide else subject.painted.convert("YCbCr").split()[1:]
-    return [blurred(hue, 1.6 * unit, COARSE_STEPS) for hue in hues]
+def _hues(painted: Image.Image, unit: float) -> "list[Image.Image]":
+    step = step_for(painted, 1.6 * unit, COARSE_STEPS)
+    hues = shrunk(painted, step).convert("YCbCr").split()[1:]
+    return [enlarged(softened(hue, 1.6 * unit, step), painted.size, step) for hue in hues]
 
 
 def _lined(
@@ -142,9 +143,9 @@ def _stops(scene: Scene, edges: Image.Image) -> Image.Image:
 def _untextured(light: Image.Image, unit: float) -> Image.Image:
     """The light of the guide without small texture, but untouched around its edges."""
     half = (max(1, light.width // 2), max(1, light.height // 2))
-    soft = light.resize(half, Image.BOX).filter(ImageFilter.MedianFilter(3)).resize(light.size, Image.BICUBIC)
-    edges = blurred(soft.filter(ImageFilter.FIND_EDGES), 2 * unit)
-    return Image.composite(light, soft, edges.point(ramp(0.01, 0.05)))
+    soft = light.resize(half, Image.BOX).filter(ImageFilter.MedianFilter(3))
+    edges = blurred(soft.filter(ImageFilter.FIND_EDGES), unit).point(ramp(0.028, 0.14)).resize(light.size, Image.BILINEAR)
+    return Image.composite(light, soft.resize(light.size, Image.BICUBIC), edges)
 
 
 def _spread(light: Image.Image, key: float) -> Image.Image:

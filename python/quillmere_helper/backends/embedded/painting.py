@@ -9,6 +9,7 @@ from .prompt import Mood
 
 LIGHT_FROM = ImageFilter.Kernel((3, 3), (-2, -1, 0, -1, 0, 1, 0, 1, 2), 3, 128)  # a lamp at the upper left
 SOFTNESS = 0.05  # half the width of a tone's border, in tones of 0..1
+ROUNDED_OFF = 1.5 / 255  # what the mean of the washes loses, each of which is blended with those before
 RIM_WIDTH = 3.0  # how far a drying wash carries its pigment to the border, in pixels at a width of 1024
 SHADOWS = (0.16, 0.18, 0.36)  # the colour that shade leans to whatever its own: indigo
 WHITE = (255, 255, 255)
@@ -86,7 +87,7 @@ class Washes:
         swing = swinging.shaped(self._swing)
         wandering = ImageChops.add(self._tones, swing, 1, -128)
         covered = wandering.point(ramp(border + SOFTNESS, border - SOFTNESS))
-        pools = pooling.shaped(self._pool)
+        pools = pooling.faint(self._pool)
         self._light = ImageChops.multiply(self._light, ImageChops.multiply(covered, pools).point(fade(self._body)))
         rim = without(covered, blurred(covered, RIM_WIDTH * self._unit))
         self._light = ImageChops.multiply(self._light, rim.point(fade(2.2 * self._body)))
@@ -96,8 +97,9 @@ class Washes:
         """The light that all layers let through (255: all of it), with the pigment that has gone into the valleys of the
         paper."""
         valleys = ImageChops.multiply(self._covered, relief.point(curve(lambda value: 1.5 * (0.5 - value))))
-        grainy = 0.4 * self._body * self._brush.granulation
-        return ImageChops.multiply(self._light, valleys.point(fade(grainy, self._brush.layers)))
+        grainy, layers = 0.4 * self._body * self._brush.granulation, self._brush.layers
+        dark = curve(lambda value: max(1 - grainy * (value + ROUNDED_OFF * (value > 0)), 0.0) ** layers)
+        return ImageChops.multiply(self._light, valleys.point(dark))
 
 
 def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -> Image.Image:
