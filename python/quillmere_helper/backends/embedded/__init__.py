@@ -72,17 +72,17 @@ def make(job: Job) -> Result:
 
 
 def _drawing(job: Job, seed: int, options: dict[str, Any], passes: Passes) -> Any:
-    from PIL import Image
+    from .images import Beside, Image, read_picture
 
-    from . import drawing
-    from .images import read_picture
+    request = job.request
+    reading = Beside(lambda: read_picture(request.reference_image, "guide image", "render the frame again"))
+    from . import drawing  # these load while the guide is unpacked
     from .prompt import mood_of
     from .scene import read_scene
 
-    request = job.request
     size = (request.width, request.height)
-    blank = drawing.blank(size, seed, options)  # which another thread makes while this one reads
-    guide = read_picture(request.reference_image, "guide image", "render the frame again")
+    blank = drawing.blank(size, seed, options)
+    guide = reading.result()
     known = read_scene(passes, guide.size)
     if guide.size != size:
         guide = guide.resize(size, Image.LANCZOS)

@@ -82,14 +82,16 @@ def draw(
     light = washes.dried(paper.relief)
     bare, hues, sheet = rest.result()
     colour = painting.colour(ImageChops.lighter(light, bare), hues, options["saturation"] * mood.saturation)
-    colour = painting.graded(painting.thin(colour, bare, thinning), mood)
+    painting.thin(colour, bare, thinning)
+    painting.grade(colour, mood)
     if look is not None:
         colour = painting.in_colours_of(colour, look, options["style"])
     page = ImageChops.multiply(colour, sheet)
     yield "Drawing lines", 0.75
     covered = _ink(guide.size, lines.result(), strokes.result(), options["hatching"])
     yield "Finishing the picture", 0.9
-    return png_of(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
+    page.paste(INK, None, covered)  # in place, as all that is large: new memory takes longer than what is done in it
+    return png_of(page)
 
 
 class _Subject(NamedTuple):

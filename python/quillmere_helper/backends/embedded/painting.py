@@ -109,11 +109,11 @@ def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -
     return Image.merge("YCbCr", (light, blue.point(vivid), red.point(vivid))).convert("RGB")
 
 
-def thin(picture: Image.Image, bare: Image.Image, patches: Clouds) -> Image.Image:
-    """Paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
+def thin(picture: Image.Image, bare: Image.Image, patches: Clouds) -> None:
+    """Makes it paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
     water = patches.shaped(curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
     pale = ImageChops.lighter(water, bare).point(curve(lambda value: 0.6 * value))
-    return Image.composite(Image.new("RGB", picture.size, WHITE), picture, pale)
+    picture.paste(WHITE, None, pale)
 
 
 def left_out(light: Image.Image, patches: Clouds, unit: float) -> Image.Image:
@@ -123,8 +123,8 @@ def left_out(light: Image.Image, patches: Clouds, unit: float) -> Image.Image:
     return ImageChops.multiply(slivers, patches.shaped(ramp(0.45, 0.6)))
 
 
-def graded(picture: Image.Image, mood: Mood) -> Image.Image:
-    """`picture` with cool shadows and in the light of `mood`."""
+def grade(picture: Image.Image, mood: Mood) -> None:
+    """Gives it cool shadows and the light of `mood`."""
     weight = 0.6 * mood.weight
 
     def cooling(light: float) -> float:
@@ -143,7 +143,7 @@ def graded(picture: Image.Image, mood: Mood) -> Image.Image:
 
     light = picture.convert("L")
     tints = Image.merge("RGB", [light.point(tint(channel)) for channel in range(3)])
-    return Image.composite(tints, picture, light.point(curve(covering)))
+    picture.paste(tints, None, light.point(curve(covering)))
 
 
 def in_colours_of(picture: Image.Image, style: Image.Image, strength: float) -> Image.Image:
