@@ -164,7 +164,7 @@ class Pictures(RenderCase):
                 self.assertIn(first, self.response_file.read_text("utf-8"))
 
     def test_no_poll_reads_a_half_written_status(self):
-        self.members.update(width=1600, height=900)
+        self.members.update(width=640, height=360)
         process, seen = self.start(), []
         while process.poll() is None:
             if self.status_file.exists():

@@ -17,7 +17,7 @@ from .. import Job, Result
 REQUIRES = "PIL.Image"
 SERVER = None
 
-PACE = 0.05  # seconds from one status to the next, at least: writing one takes as long as a step of a small picture
+PACE = 0.05  # seconds from one status to the next with the same words: writing one takes as long as a small step
 WELCOME = ("depth", "lines", "object")  # passes that a drawing is better with, and goes without
 
 PARAMETERS = (
@@ -56,7 +56,7 @@ def make(job: Job) -> Result:
     seed = seed_for(options["seed"], job.request.frame)
     passes = Passes(told_by_host().get("passes"), job.request.frame)
     steps = _drawing(job, seed, options, passes)
-    told = 0.0
+    told, words = 0.0, ""
     while True:
         try:
             with cancellation.ending_at_once():
@@ -64,9 +64,9 @@ def make(job: Job) -> Result:
         except StopIteration as end:
             picture = end.value
             break
-        if time.monotonic() - told >= PACE:
+        if message != words or time.monotonic() - told >= PACE:
             job.status.tell("draw", message, share)
-            told = time.monotonic()
+            told, words = time.monotonic(), message
     job.deliver([(picture, "png")], [seed], {"passes": passes.used} if passes.used else {})
     return Result(seed, passes.notes)
 
