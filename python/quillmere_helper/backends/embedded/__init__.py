@@ -72,7 +72,9 @@ def make(job: Job) -> Result:
 
 
 def _drawing(job: Job, seed: int, options: dict[str, Any], passes: Passes) -> Any:
-    from .images import Beside, Image, read_picture
+    from PIL import Image
+
+    from .images import Beside, read_picture
 
     request = job.request
     reading = Beside(lambda: read_picture(request.reference_image, "guide image", "render the frame again"))
