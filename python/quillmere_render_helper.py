@@ -23,7 +23,8 @@ def main() -> int:
     if len(sys.argv) == 3 and not any(given.startswith("-") for given in sys.argv):  # as the effect starts it
         from quillmere_helper import render
 
-        return render.run(sys.argv, sys.argv[1], sys.argv[2])
+        status = render.run(sys.argv, sys.argv[1], sys.argv[2])
+        os._exit(status)  # all is on the disk, and giving memory back piece by piece takes 6 ms
     from quillmere_helper.command_line import run
 
     return run(sys.argv)

@@ -77,13 +77,14 @@ class Response:
         return os.path.splitext(self._path)[0] + ".log"
 
     def begin(self) -> None:
-        """Replaces what an earlier render of the same frame left by the answer of a run that was ended from outside."""
-        self.fail(STOPPED)
+        """Replaces what an earlier render of the same frame left by the answer of a run that was ended from outside. Not
+        waited for until it lasts: with the machine, whoever could read it ends too."""
+        write_whole(self._path, to_json(_failed(STOPPED)))
         if os.path.exists(self.log_path):
             os.unlink(self.log_path)
 
     def fail(self, error: str, details: str = "") -> None:
-        members = {"ok": False, "error": _shown(error)}
+        members = _failed(error)
         if details:
             members["log"] = self.log_path
             try:
@@ -98,6 +99,10 @@ class Response:
         first = outputs[0] if outputs else ""
         members = dict({"ok": True, "first_output": first, "outputs": outputs}, **facts)
         write_whole(self._path, to_json(members), lasting=True)
+
+
+def _failed(error: str) -> Dict[str, Any]:
+    return {"ok": False, "error": _shown(error)}
 
 
 def write_whole(path: str, content: bytes, lasting: bool = False, mode: int = 0o666) -> None:

@@ -79,8 +79,9 @@ class Outputs:
         path = self._write_picture(parts, kind)
         self.paths.append(path)
         try:
-            _write_side_file(path, record)
+            _write_side_file(path, record)  # which makes both names last
         except OSError as error:
+            exchange.sync_folder(self._folder)
             kept = "the picture itself tells what made it" if kind == "png" else "nothing tells what made the picture"
             self.notes.append(f'Cannot write "{path + SIDE_FILE}": {reason_of(error)}; {kept}')
 
@@ -114,7 +115,6 @@ class Outputs:
                 path = os.path.join(self._folder, f"{self._stem}{number}.{extension}")
                 if _take_name(beside, path):
                     break
-            exchange.sync_folder(self._folder)
             return path
         except OSError as error:
             remedy = "free some space" if error.errno in (errno.ENOSPC, errno.EDQUOT) else "check the Output Directory"

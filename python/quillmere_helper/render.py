@@ -2,6 +2,7 @@
 
 import gc
 import time
+from contextlib import suppress
 from typing import TYPE_CHECKING
 
 from . import cancellation
@@ -14,6 +15,7 @@ if TYPE_CHECKING:  # loaded when the user has been told that something is going 
     from .backends import Job, Result
 
 DONE, FAILED = 0, 1
+ONE_HEAP, LARGEST_KEPT, MOST_FREE = (-8, 1), (-3, 32 << 20), (-1, 1 << 30)  # parameters of the C library's mallopt
 NO_THREAD = "The render helper can start no thread"
 
 
@@ -21,6 +23,7 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
     """Returns the exit status of the process. The response says the same; without the stand-alone host, failures go to
     standard error too."""
     response = Response(response_path)
+    _keep_memory()
     try:
         response.begin()
         try:
@@ -32,6 +35,16 @@ def run(argv: list[str], request_path: str, response_path: str) -> int:
         text = f'cannot write the response "{response_path}": {reason_of(error)}'
         complain(text)
         return FAILED
+
+
+def _keep_memory() -> None:
+    """Lets the C library keep the memory of pictures for the next ones: getting it anew from the system, page by page, is
+    a fifteenth of a drawing. Comes before any thread, each of which would get a heap of its own."""
+    with suppress(ImportError, OSError, AttributeError, MemoryError):  # another C library
+        import ctypes
+
+        for parameter, value in (ONE_HEAP, LARGEST_KEPT, MOST_FREE):
+            ctypes.CDLL(None).mallopt(parameter, value)
 
 
 def _answered(argv: list[str], request_path: str, response: Response) -> int:

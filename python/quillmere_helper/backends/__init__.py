@@ -6,11 +6,11 @@ from typing import TYPE_CHECKING, Any, Mapping, NamedTuple, Optional, Protocol, 
 
 from ..exchange import ALMOST, Status
 from ..outputs import Outputs, record_of
-from ..pictures import Stored
 from ..request import RenderRequest
 from ..workflows import Workflow
 
 if TYPE_CHECKING:  # what servers need takes longer to load than a drawing to begin
+    from ..pictures import Stored
     from ..servers import Kind
 
 MODULES = {"embedded": ".embedded", "comfyui": ".comfyui", "a1111": ".a1111"}
@@ -26,7 +26,7 @@ class Job(NamedTuple):
 
     def deliver(
         self,
-        pictures: Sequence[Stored],
+        pictures: "Sequence[Stored]",
         seeds: Sequence[Optional[int]],
         facts: Mapping[str, Any],
         own: Sequence[Mapping[str, Any]] = (),

@@ -4,6 +4,7 @@ It is a drawing filter, not a model: it adds nothing to the scene, and of the pr
 light, weather and mood only. It needs no service and no model, only Pillow.
 """
 
+import time
 from typing import Any
 
 from ... import cancellation
@@ -16,6 +17,7 @@ from .. import Job, Result
 REQUIRES = "PIL.Image"
 SERVER = None
 
+PACE = 0.05  # seconds from one status to the next with the same words: writing one takes as long as a small step
 WELCOME = ("depth", "lines", "object")  # passes that a drawing is better with, and goes without
 
 PARAMETERS = (
@@ -54,6 +56,7 @@ def make(job: Job) -> Result:
     seed = seed_for(options["seed"], job.request.frame)
     passes = Passes(told_by_host().get("passes"), job.request.frame)
     steps = _drawing(job, seed, options, passes)
+    told, words = 0.0, ""
     while True:
         try:
             with cancellation.ending_at_once():
@@ -61,7 +64,9 @@ def make(job: Job) -> Result:
         except StopIteration as end:
             picture = end.value
             break
-        job.status.tell("draw", message, share)
+        if message != words or time.monotonic() - told >= PACE:
+            job.status.tell("draw", message, share)
+            told, words = time.monotonic(), message
     job.deliver([(picture, "png")], [seed], {"passes": passes.used} if passes.used else {})
     return Result(seed, passes.notes)
 
@@ -69,15 +74,18 @@ def make(job: Job) -> Result:
 def _drawing(job: Job, seed: int, options: dict[str, Any], passes: Passes) -> Any:
     from PIL import Image
 
-    from . import drawing
-    from .images import read_picture
+    from .images import Beside, read_picture
+
+    request = job.request
+    reading = Beside(lambda: read_picture(request.reference_image, "guide image", "render the frame again"))
+    from . import drawing  # these load while the guide is unpacked
     from .prompt import mood_of
     from .scene import read_scene
 
-    request = job.request
-    guide = read_picture(request.reference_image, "guide image", "render the frame again")
-    known = read_scene(passes, guide.size)
     size = (request.width, request.height)
+    blank = drawing.blank(size, seed, options)
+    guide = reading.result()
+    known = read_scene(passes, guide.size)
     if guide.size != size:
         guide = guide.resize(size, Image.LANCZOS)
         known = known.resized(size)
@@ -85,4 +93,4 @@ def _drawing(job: Job, seed: int, options: dict[str, Any], passes: Passes) -> An
     if request.locked_style_image:
         look = read_picture(request.locked_style_image, "style image", "choose another one, or none")
     mood = mood_of(request.effective_prompt, options["tint"])
-    return drawing.draw(guide, look, mood, seed, options, known)
+    return drawing.draw(guide, look, mood, seed, options, known, blank)

@@ -28,6 +28,19 @@ Options = Mapping[str, Any]
 Steps = Generator["tuple[str, float]", None, bytes]
 
 
+class Blank(NamedTuple):
+    """What a drawing is begun with before the guide is known. Noise comes in one order; `unit`: see `Paper`."""
+
+    noise: Noise
+    unit: float
+    paper: Paper
+
+
+def blank(size: "tuple[int, int]", seed: int, options: Options) -> Blank:
+    noise, unit = Noise(seed, size), max(0.5, math.sqrt(size[0] * size[1] / REFERENCE_AREA))
+    return Blank(noise, unit, Paper(noise, unit, options["paper"]))
+
+
 def draw(
     guide: Image.Image,
     look: Optional[Image.Image],
@@ -35,19 +48,18 @@ def draw(
     seed: int,
     options: Options,
     scene: Scene = Scene(),
+    begun: Optional[Blank] = None,
 ) -> Steps:
     """Yields what it is about to do and the share that is done, and returns the PNG file of the drawing.
 
-    `guide` is RGB and gives the size; `look` is the style image; `scene` may hold passes of the same size. The same
-    arguments give the same picture.
+    `guide` is RGB and gives the size; `look` is the style image; `scene` may hold passes of the same size; `begun` is the
+    blank sheet where it has been begun already. The same arguments give the same picture.
     """
-    unit = max(0.5, math.sqrt(guide.width * guide.height / REFERENCE_AREA))
+    noise, unit, paper = begun or blank(guide.size, seed, options)
     strength = options["wash"] * (1 - 0.6 * mood.key)
     wetness = min(max(0.6 + mood.wetness, 0.1), 1.0)
     brush = painting.Brush(options["layers"], strength, wetness, options["granulation"])
-    noise = Noise(seed, guide.size)
     yield "Stretching the paper", 0.0
-    paper = Paper(noise, unit, options["paper"])
     grains = noise.grains() if scene.objects is not None or scene.near is not None else None
     # Drawn before anything is done beside, so that the noise keeps its order.
     running, sparing, thinning = painting.running(noise, unit, brush), noise.clouds(40 * unit), noise.clouds(170 * unit)
@@ -55,13 +67,13 @@ def draw(
     yield "Looking at the guide", 0.1
     grey, planes = guide.convert("L"), guide.convert("YCbCr").split()
     subject = _subject(guide, scene, mood)
-    lines = Beside(lambda: _lined(subject, planes, paper.relief, pressure, unit, options["line"]))
+    lines = Beside(lambda: _lined(subject, planes, paper, pressure, unit, options["line"]))
     calm = _untextured(grey, unit) if grains is None else scenery.grained(subject.painted.convert("L"), grains)
     tones = _spread(calm, mood.key)
     if scene.objects is not None:
         tones = scenery.painted(tones, scene.objects)
     strokes = Beside(lambda: _hatching(tones, noise, unit) if options["hatching"] > 0 else None)
-    rest = Beside(lambda: (painting.left_out(grey, sparing, unit), _hues(subject, planes, unit), paper.sheet(SHEET)))
+    rest = Beside(lambda: (painting.left_out(grey, sparing, unit), _hues(subject.painted, unit), paper.sheet(SHEET)))
     washes = painting.Washes(tones, running, unit, brush)
     for layer in range(brush.layers):
         yield "Washing tones", 0.2 + 0.4 * layer / brush.layers
@@ -70,14 +82,16 @@ def draw(
     light = washes.dried(paper.relief)
     bare, hues, sheet = rest.result()
     colour = painting.colour(ImageChops.lighter(light, bare), hues, options["saturation"] * mood.saturation)
-    colour = painting.graded(painting.thin(colour, bare, thinning), mood)
+    painting.thin(colour, bare, thinning)
+    painting.grade(colour, mood)
     if look is not None:
         colour = painting.in_colours_of(colour, look, options["style"])
     page = ImageChops.multiply(colour, sheet)
     yield "Drawing lines", 0.75
     covered = _ink(guide.size, lines.result(), strokes.result(), options["hatching"])
     yield "Finishing the picture", 0.9
-    return png_of(Image.composite(Image.new("RGB", guide.size, INK), page, covered))
+    page.paste(INK, None, covered)  # in place, as all that is large: new memory takes longer than what is done in it
+    return png_of(page)
 
 
 class _Subject(NamedTuple):
@@ -102,15 +116,16 @@ def _subject(guide: Image.Image, scene: Scene, mood: Mood) -> _Subject:
     return _Subject(guide, scene, painted, edges, parted)
 
 
-def _hues(subject: _Subject, planes: Sequence[Image.Image], unit: float) -> "list[Image.Image]":
-    hues = planes[1:] if subject.painted is subject.guide else subject.painted.convert("YCbCr").split()[1:]
-    return [blurred(hue, 1.6 * unit, COARSE_STEPS) for hue in hues]
+def _hues(painted: Image.Image, unit: float) -> "list[Image.Image]":
+    step = step_for(painted, 1.6 * unit, COARSE_STEPS)
+    hues = shrunk(painted, step).convert("YCbCr").split()[1:]
+    return [enlarged(softened(hue, 1.6 * unit, step), painted.size, step) for hue in hues]
 
 
 def _lined(
     subject: _Subject,
     planes: Sequence[Image.Image],
-    relief: Image.Image,
+    paper: Paper,
     pressure: Optional[Clouds],
     unit: float,
     strength: float,
@@ -119,8 +134,8 @@ def _lined(
     if pressure is None:
         return None
     if subject.scene.lines is None:
-        return _lines(planes, relief, pressure, unit, strength)
-    return _dry(scenery.ink(subject.scene, subject.edges, subject.parted, pressure, unit, strength), relief)
+        return _lines(planes, paper, pressure, unit, strength)
+    return _dry(scenery.ink(subject.scene, subject.edges, subject.parted, pressure, unit, strength), paper.relief)
 
 
 def _stops(scene: Scene, edges: Image.Image) -> Image.Image:
@@ -130,9 +145,9 @@ def _stops(scene: Scene, edges: Image.Image) -> Image.Image:
 def _untextured(light: Image.Image, unit: float) -> Image.Image:
     """The light of the guide without small texture, but untouched around its edges."""
     half = (max(1, light.width // 2), max(1, light.height // 2))
-    soft = light.resize(half, Image.BOX).filter(ImageFilter.MedianFilter(3)).resize(light.size, Image.BICUBIC)
-    edges = blurred(soft.filter(ImageFilter.FIND_EDGES), 2 * unit)
-    return Image.composite(light, soft, edges.point(ramp(0.01, 0.05)))
+    soft = light.resize(half, Image.BOX).filter(ImageFilter.MedianFilter(3))
+    edges = blurred(soft.filter(ImageFilter.FIND_EDGES), unit).point(ramp(0.028, 0.14)).resize(light.size, Image.BILINEAR)
+    return Image.composite(light, soft.resize(light.size, Image.BICUBIC), edges)
 
 
 def _spread(light: Image.Image, key: float) -> Image.Image:
@@ -152,18 +167,18 @@ def _ink(
 
 
 def _lines(
-    planes: Sequence[Image.Image], relief: Image.Image, patches: Clouds, unit: float, strength: float
+    planes: Sequence[Image.Image], paper: Paper, patches: Clouds, unit: float, strength: float
 ) -> Image.Image:
     """How much ink lies on each pixel (255: solid). Noise varies the width of lines."""
     pressure = patches.shaped(curve(lambda value: 0.4 + 0.6 * value))
     light, blue, red = planes
     widened = curve(lambda value: 0.5 + COLOUR_GAIN * (value - 0.5))
     channels = (light.point(BRIGHTENED), blue.point(widened), red.point(widened))
-    ink = Image.new("L", relief.size, 0)
+    ink = Image.new("L", light.size, 0)
     for width, least in NIBS:
         deep = ImageChops.multiply(_edges(channels, width * unit), pressure)
         ink = ImageChops.lighter(ink, deep.point(ramp(least / strength, 3.8 * least / strength)))
-    return _dry(_without_dots(ink, unit), relief)
+    return _dry(_without_dots(ink, unit), paper.relief)
 
 
 def _hatching(tones: Image.Image, noise: Noise, unit: float) -> Image.Image:

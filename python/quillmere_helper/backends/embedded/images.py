@@ -71,9 +71,16 @@ class Clouds(NamedTuple):
 
     def shaped(self, table: "list[int]") -> Image.Image:
         """The picture of them, around 128 before they go through the table."""
+        return enlarged(self._mixed(), self.size, self.step).point(table)
+
+    def faint(self, table: "list[int]") -> Image.Image:
+        """The same in a third of the time, in squares of a few pixels: for what is wide, and changes little after the
+        table, so that a step between two squares is less than what 8 bits tell apart in the drawing."""
+        return enlarged(self._mixed().point(table), self.size, self.step, Image.NEAREST)
+
+    def _mixed(self) -> Image.Image:
         small = (-(-self.size[0] // self.step), -(-self.size[1] // self.step))
-        mixed = Image.blend(self.coarse.resize(small, Image.BICUBIC), self.fine.resize(small, Image.BICUBIC), 0.35)
-        return enlarged(mixed, self.size, self.step).point(table)
+        return Image.blend(self.coarse.resize(small, Image.BICUBIC), self.fine.resize(small, Image.BICUBIC), 0.35)
 
 
 class Beside:
@@ -126,9 +133,9 @@ def without(whole: Image.Image, part: Image.Image) -> Image.Image:
     return ImageChops.subtract_modulo(ImageChops.lighter(whole, part), part)
 
 
-def enlarged(small: Image.Image, size: tuple[int, int], step: int) -> Image.Image:
+def enlarged(small: Image.Image, size: tuple[int, int], step: int, kind: int = Image.BILINEAR) -> Image.Image:
     """The reverse of `shrunk`: each pixel of `small` stands for `step` pixels of a side."""
-    return small if step == 1 else small.resize(size, Image.BILINEAR, box=(0, 0, size[0] / step, size[1] / step))
+    return small if step == 1 else small.resize(size, kind, box=(0, 0, size[0] / step, size[1] / step))
 
 
 def read_picture(path: str, what: str, remedy: str) -> Image.Image:
@@ -222,6 +229,6 @@ TWICE = curve(lambda value: 2 * value)
 
 
 @lru_cache(maxsize=None)
-def fade(strength: float, times: int = 1) -> list[int]:
-    """A covering of 0..1 as the light that it lets through: 1 down to 1 - `strength`, and that so many `times`."""
-    return curve(lambda value: max(1 - strength * value, 0.0) ** times)
+def fade(strength: float) -> list[int]:
+    """A covering of 0..1 as the light that it lets through: 1 down to 1 - `strength`."""
+    return curve(lambda value: 1 - strength * value)

@@ -9,6 +9,7 @@ from .prompt import Mood
 
 LIGHT_FROM = ImageFilter.Kernel((3, 3), (-2, -1, 0, -1, 0, 1, 0, 1, 2), 3, 128)  # a lamp at the upper left
 SOFTNESS = 0.05  # half the width of a tone's border, in tones of 0..1
+ROUNDED_OFF = 1.5 / 255  # what the mean of the washes loses, each of which is blended with those before
 RIM_WIDTH = 3.0  # how far a drying wash carries its pigment to the border, in pixels at a width of 1024
 SHADOWS = (0.16, 0.18, 0.36)  # the colour that shade leans to whatever its own: indigo
 WHITE = (255, 255, 255)
@@ -20,18 +21,26 @@ class Paper:
     """One sheet of cold-pressed paper; `unit` is the length in pixels that is 1 in a picture 1024 wide."""
 
     def __init__(self, noise: Noise, unit: float, roughness: float) -> None:
-        grains = noise.grains()
-        grain = Beside(lambda: _worn(grains, 0.6 * unit))
-        tooth = _worn(noise.grains(), 1.7 * unit)
-        relief = Image.blend(grain.result(), tooth, 0.5)
-        self.relief = ImageOps.autocontrast(relief, 0.5)  # valleys 0, hills 255
+        grain, tooth = noise.grains(), noise.grains()
+        self._relief = Beside(lambda: _relief(grain, tooth, unit))
         self._roughness = roughness
+
+    @property
+    def relief(self) -> Image.Image:
+        """Valleys 0, hills 255."""
+        relief: Image.Image = self._relief.result()
+        return relief
 
     def sheet(self, colour: tuple[int, int, int]) -> Image.Image:
         """The empty sheet under a slanting light."""
         shade, depth = self.relief.filter(LIGHT_FROM), 0.11 * self._roughness
         lit = [[round(full * (1 - depth * max(0.0, 0.62 - value / 255))) for value in range(256)] for full in colour]
         return Image.merge("RGB", [shade.point([max(value, 0) for value in table]) for table in lit])
+
+
+def _relief(grain: Image.Image, tooth: Image.Image, unit: float) -> Image.Image:
+    relief = Image.blend(_worn(grain, 0.6 * unit), _worn(tooth, 1.7 * unit), 0.5)
+    return ImageOps.autocontrast(relief, 0.5)
 
 
 def _worn(grains: Image.Image, radius: float) -> Image.Image:
@@ -78,7 +87,7 @@ class Washes:
         swing = swinging.shaped(self._swing)
         wandering = ImageChops.add(self._tones, swing, 1, -128)
         covered = wandering.point(ramp(border + SOFTNESS, border - SOFTNESS))
-        pools = pooling.shaped(self._pool)
+        pools = pooling.faint(self._pool)
         self._light = ImageChops.multiply(self._light, ImageChops.multiply(covered, pools).point(fade(self._body)))
         rim = without(covered, blurred(covered, RIM_WIDTH * self._unit))
         self._light = ImageChops.multiply(self._light, rim.point(fade(2.2 * self._body)))
@@ -88,8 +97,9 @@ class Washes:
         """The light that all layers let through (255: all of it), with the pigment that has gone into the valleys of the
         paper."""
         valleys = ImageChops.multiply(self._covered, relief.point(curve(lambda value: 1.5 * (0.5 - value))))
-        grainy = 0.4 * self._body * self._brush.granulation
-        return ImageChops.multiply(self._light, valleys.point(fade(grainy, self._brush.layers)))
+        grainy, layers = 0.4 * self._body * self._brush.granulation, self._brush.layers
+        dark = curve(lambda value: max(1 - grainy * (value + ROUNDED_OFF * (value > 0)), 0.0) ** layers)
+        return ImageChops.multiply(self._light, valleys.point(dark))
 
 
 def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -> Image.Image:
@@ -99,11 +109,11 @@ def colour(light: Image.Image, hues: Sequence[Image.Image], saturation: float) -
     return Image.merge("YCbCr", (light, blue.point(vivid), red.point(vivid))).convert("RGB")
 
 
-def thin(picture: Image.Image, bare: Image.Image, patches: Clouds) -> Image.Image:
-    """Paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
+def thin(picture: Image.Image, bare: Image.Image, patches: Clouds) -> None:
+    """Makes it paler in irregular patches, and where `bare` (255: fully) leaves the paper out."""
     water = patches.shaped(curve(lambda value: 0.55 * min(max((value - 0.45) * 2, 0.0), 1.0)))
     pale = ImageChops.lighter(water, bare).point(curve(lambda value: 0.6 * value))
-    return Image.composite(Image.new("RGB", picture.size, WHITE), picture, pale)
+    picture.paste(WHITE, None, pale)
 
 
 def left_out(light: Image.Image, patches: Clouds, unit: float) -> Image.Image:
@@ -113,8 +123,8 @@ def left_out(light: Image.Image, patches: Clouds, unit: float) -> Image.Image:
     return ImageChops.multiply(slivers, patches.shaped(ramp(0.45, 0.6)))
 
 
-def graded(picture: Image.Image, mood: Mood) -> Image.Image:
-    """`picture` with cool shadows and in the light of `mood`."""
+def grade(picture: Image.Image, mood: Mood) -> None:
+    """Gives it cool shadows and the light of `mood`."""
     weight = 0.6 * mood.weight
 
     def cooling(light: float) -> float:
@@ -133,7 +143,7 @@ def graded(picture: Image.Image, mood: Mood) -> Image.Image:
 
     light = picture.convert("L")
     tints = Image.merge("RGB", [light.point(tint(channel)) for channel in range(3)])
-    return Image.composite(tints, picture, light.point(curve(covering)))
+    picture.paste(tints, None, light.point(curve(covering)))
 
 
 def in_colours_of(picture: Image.Image, style: Image.Image, strength: float) -> Image.Image:
