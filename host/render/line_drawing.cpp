@@ -18,7 +18,13 @@ constexpr float kLeap = 0.01F, kDeepLeap = 0.04F;
 // leaps.
 constexpr float kGrazing = 4.0F;
 
-constexpr int kLanes = 4;  // of a Four
+constexpr int kLanes = 4;       // of a Four
+constexpr int kCacheLine = 16;  // floats, of most processors; more than LineSearch::kReach
+
+constexpr int wholeLines(int floats) {
+  return (floats + kCacheLine - 1) / kCacheLine * kCacheLine;
+}
+
 using Rows = std::array<LineRow, 2 * LineSearch::kReach + 1>;
 enum class Axis { Across, Down };
 
@@ -213,12 +219,14 @@ void LineRow::repeat(int from, int first, int behind) const {
   }
 }
 
+// Planes begin where lines of the cache do, an odd number of them apart: else those of some widths would all fall into
+// the same few places of the cache.
 LineRows::LineRows(int width, int rows)
-    : stride_(width + 2 * LineSearch::kReach + kLanes - 1),
+    : stride_((kCacheLine + wholeLines(width + LineSearch::kReach + kLanes - 1)) | kCacheLine),
       planes_(static_cast<std::size_t>(LineRow::kPlanes * stride_ * rows)),
       several_(static_cast<std::size_t>(stride_ * rows)),
-      first_(planes_.data() + LineSearch::kReach),
-      firstSeveral_(several_.data() + LineSearch::kReach) {}
+      first_(planes_.data() + kCacheLine),
+      firstSeveral_(several_.data() + kCacheLine) {}
 
 LineSearch::LineSearch(const scene::Camera& camera)
     : orthographic_(camera.orthographic),
