@@ -177,5 +177,21 @@ TEST(FinalPicture, HasNoSpeckWhereOneSampleWasBrightAndItsErrorSmall) {
   }
 }
 
+// How bright a highlight is says less than what the display shows of it.
+TEST(FinalPicture, HighlightsBeyondTheDisplayAreSmoothedToo) {
+  constexpr int kSide = 9, kMiddle = kSide / 2;
+  LitPicture picture(kSide, kSide);
+  for (int i = 0; i < kSide * kSide; ++i) {
+    LitPixel& pixel = picture.pixels[static_cast<std::size_t>(i)];
+    pixel.samples = pixel.aroundSamples = pixel.lit = pixel.depth = 1;
+    pixel.albedo = pixel.aroundAlbedo = pixel.coat = pixel.mirrorCoat = glm::vec3(1);
+    pixel.normal = {0, 0, 1};
+    pixel.mirror = glm::vec3(i % 2 == 0 ? 3.0F : 7.0F);
+    pixel.mirrorError = 4.0F;
+  }
+  smoothGrain(picture, 1, {});
+  EXPECT_NEAR(picture.at(kMiddle, kMiddle).mirror.x, 5.0F, 0.7F);
+}
+
 }  // namespace
 }  // namespace quillmere::render

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <numeric>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "hand_made_scene.h"
@@ -76,6 +77,29 @@ struct IdShader {
   }
   void store(const Sum& sum, float samples, int x, int y) const { pixels.at(x, y) = sum / samples; }
 };
+
+// Where the samples of pixel (8, 4) lie, which are the first rays of its block.
+std::set<std::pair<float, float>> placesIn(const PixelSampling& sampling, int raysOfPixel) {
+  const PixelBlock block{sampling.block, 8, 4};
+  std::set<std::pair<float, float>> places;
+  for (int pass = 0; pass < sampling.passes; ++pass) {
+    PerRay<std::uint32_t> numbers = sampling.firstSamples(block);
+    for (std::uint32_t& number : numbers.values) number += static_cast<std::uint32_t>(pass);
+    PerRay<float> x{}, y{};
+    sampling.place(block, numbers, x, y);
+    for (int ray = 0; ray < raysOfPixel; ++ray) places.insert({x[ray], y[ray]});
+  }
+  return places;
+}
+
+TEST(PixelSampling, PlacesFollowFromTheSeedAndNoneIsTakenTwice) {
+  constexpr int kFirst = 16;
+  std::set<std::pair<float, float>> all = placesIn(PixelSampling::scattered(kFirst, 7), 1);
+  EXPECT_EQ(all, placesIn(PixelSampling::scattered(kFirst, 7), 1));
+  EXPECT_NE(all, placesIn(PixelSampling::scattered(kFirst, 8), 1));
+  all.merge(placesIn(PixelSampling::further(kRays, kFirst, 7), kRays));
+  EXPECT_EQ(all.size(), std::size_t{kFirst + kRays});
+}
 
 TEST(LayerLoop, RaysBesideEachOtherAreThoseOfOnePixel) {
   for (const PixelSampling& sampling : kSamplings) {

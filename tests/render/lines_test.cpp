@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <glm/gtc/matrix_transform.hpp>
 
 #include "hand_made_scene.h"
+#include "render/line_drawing.h"
 #include "render/renderer.h"
 
 namespace quillmere::render {
@@ -103,7 +105,34 @@ TEST(Lines, PartObjectsOnOnePlane) {
   scene->add(rectangle(0, -50, 50, 50), 0);
   EXPECT_LT(*linesOf(scene, ahead()).pixel<float>(10, 10), 0.01F) << "one object";
   scene->now.surfaces.back().object = 1;
-  EXPECT_GT(*linesOf(scene, ahead()).pixel<float>(10, 10), 0.9F);
+  const image::Image lines = linesOf(scene, ahead());
+  EXPECT_GT(*lines.pixel<float>(10, 10), 0.9F);
+  for (const int beside : {9, 11}) EXPECT_NEAR(*lines.pixel<float>(beside, 10), 0.5F, 0.05F) << "by shares of pixels";
+}
+
+// What is looked along, as water is, leaps by as much again as it changes anyway.
+TEST(Lines, LeapsCountAsFarAsDepthDoesNotChangeAnyway) {
+  constexpr int kWidth = 16, kMiddle = kWidth / 2, kRows = 2 * LineSearch::kReach + 1;
+  scene::Camera camera = parallel();
+  camera.ymag = 0.5F;  // sees 1 m
+  const auto lineAt = [&](float slope, float leap) {
+    LineRows rows(kWidth, kRows);
+    std::array<LineRow, kRows> around;
+    for (int y = 0; y < kRows; ++y) {
+      around[static_cast<std::size_t>(y)] = rows.row(y);
+      for (int x = 0; x < kWidth; ++x) {
+        const float depth = 5.0F + slope * static_cast<float>(x) + (x < kMiddle ? 0.0F : leap);
+        rows.row(y).put(x, {0, 0, 1}, depth, {{1, 0}, {1.0F, 0.0F}});
+      }
+      rows.row(y).repeatFirst();
+      rows.row(y).repeatLast(kWidth);
+    }
+    std::array<float, kWidth> lines{};
+    LineSearch(camera).draw(around, kWidth, lines.data());
+    return lines[kMiddle];
+  };
+  EXPECT_EQ(lineAt(0.01F, 0.02F), 0.0F);
+  EXPECT_GT(lineAt(0.0F, 0.05F), 0.9F);
 }
 
 }  // namespace
