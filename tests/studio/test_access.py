@@ -34,6 +34,7 @@ class EverybodyCase(SteerCase):
         self.helper("answer", LOOKS)
         self.catalog(("soft", "Depth, soft"), ("lost", "Lost"))
         self.open_scene()
+        until(lambda: self.find("#steer-scrub").is_displayed())  # the last that comes into the panel, and moves what is below
 
     def views(self) -> Iterator[str]:
         """Each thing that the page can show, shown."""
