@@ -26,6 +26,8 @@ UNREACHED = """[...document.querySelectorAll("button, input, select, textarea, s
 
 
 class EverybodyCase(SteerCase):
+    refusals = (*SteerCase.refusals, "404")  # 404: asked of a workflow that was just removed
+
     def setUp(self) -> None:
         super().setUp()
         for number in (1, 2, 5):
