@@ -148,7 +148,7 @@ class LayerTrace {
   bool seesThrough_ = false;  // whether any point of the layer lets light through
 };
 
-// The sums of a block's pixels, or of its samples: see PixelBlock::summedAt.
+// The sums of a block's pixels, or of its samples: see PixelBlock::summedAt. Somebody else's, who outlives this.
 template <class Sum>
 class BlockSums {
  public:
