@@ -191,7 +191,7 @@ RaySet FinalShader::shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) 
       return;
     }
     Sum& sum = sums[ray];
-    const glm::vec3 albedo = weight * Reflection::chalk(layer.surface, at);
+    const glm::vec3 albedo = weight * Reflections::chalk(layer.surface, at);
     sum.chalk += albedo * sent.chalk[at];
     sum.albedo += albedo;
     sum.coat += weight * sent.coat[at];
