@@ -155,8 +155,12 @@ class Brightest {
     first_ = std::max(first_, luminance);
     ++count_;
   }
-  // What light of that luminance is multiplied with, to be no brighter; 1 where there are too few to tell.
-  float limit(float luminance) const { return count_ >= kEnough && luminance > second_ ? second_ / luminance : 1.0F; }
+  // What light of that luminance is multiplied with, to be no brighter, or at most as bright as is certain; 1 where
+  // there are too few to tell.
+  float limit(float luminance, float certain) const {
+    const float most = std::max(second_, certain);
+    return count_ >= kEnough && luminance > most ? most / luminance : 1.0F;
+  }
 
  private:
   static constexpr int kEnough = 4;
@@ -328,7 +332,8 @@ class GrainFilter {
   }
 
   // A rare bright sample leaves a speck, whose own error explains too little of it. Light on chalk is nowhere brighter
-  // than in all but one of the pixels around one; a mirror may show a point.
+  // than in all but one of the pixels around one, beyond what its samples are certain of: a speck's are of nothing, those
+  // of a gap in a shadow agree. A mirror may show a point.
   Light withoutSpeck(int x, int y) const {
     const std::size_t self = picture_.index(x, y);
     const float depthScale = 1.0F / (kDepthSlack * features_[self].slope);
@@ -340,8 +345,12 @@ class GrainFilter {
       chalk.add(luminance(from_[there].chalk));
       arounds.add(luminance(from_[there].around));
     });
-    const Light& light = from_[self];
-    return {light.chalk * chalk.limit(luminance(light.chalk)), light.around * arounds.limit(luminance(light.around)),
+    const Light &light = from_[self], found = lightOf(picture_.pixels[self], features_[self].coat);
+    const auto limited = [](Four color, const Brightest& limits, Four sampled, float variance) {
+      return color * limits.limit(luminance(color), luminance(sampled) - std::sqrt(variance));
+    };
+    return {limited(light.chalk, chalk, found.chalk, picture_.pixels[self].chalkError),
+            limited(light.around, arounds, found.around, picture_.pixels[self].aroundError),
             light.mirror, light.errors, four(0.0F)};
   }
 
