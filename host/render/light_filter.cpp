@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "four.h"
+#include "filtered_light.h"
 
 namespace quillmere::render {
 namespace {
@@ -18,91 +18,18 @@ constexpr float kDepthSlack = 1.5F;    // in slopes of the surface
 constexpr float kAroundSlack = 10.0F;  // times as much may geometry differ for light from all around
 constexpr float kMirrorSlack = 0.5F;   // and for mirrored light, which moves with it
 constexpr float kErrors = 2.0F;        // by which light may differ
-// What the variances of samples are multiplied with, of chalk, around and mirror: of sixteen samples that go all
-// around, most pixels have missed what is rare and bright, and so tell of too little error.
-constexpr Four kErrorScale{2.0F, 3.0F, 5.0F, 0.0F};
-constexpr float kLeastAlbedo = 1e-3F;
-constexpr float kMostError = 1e30F;  // which also stands for what is no number
-
-// Colours and vectors are kept as Fours whose last number is 0.
-Four fourOf(glm::vec3 vector) {
-  return Four{vector.x, vector.y, vector.z, 0.0F};
-}
-glm::vec3 vectorOf(Four of) {
-  return {of[0], of[1], of[2]};
-}
-float dot3(Four a, Four b) {
-  const Four products = a * b;
-  return products[0] + products[1] + products[2];
-}
-float luminance(Four color) {
-  return dot3(color, Four{0.2126F, 0.7152F, 0.0722F, 0.0F});
-}
-Four lesser(Four a, Four b) {
-  return chosen(a < b, a, b);
-}
-Four greater(Four a, Four b) {
-  return chosen(a > b, a, b);
-}
-
-// What of a pixel stays while its light is smoothed.
-struct Feature {
-  Four normal, position;                  // metres
-  float depth, slope;                     // metres; metres a pixel
-  float closeness;                        // of what is around, 1/metres
-  float lit;                              // as LitPixel's
-  Four albedo, aroundAlbedo, mirrorCoat;  // as LitPixel's, a little more than black
-  float coat;  // luminance of what the mirrored light is multiplied with: as bright as that it looks
-};
-
-// Of chalk, around and mirror, in this order, how different their lights look, in numbers to be subtracted: else a
-// highlight, far brighter than the display shows, would count its error among all pixels beside it.
-Four look(Four luminances) {
-  return luminances / (0.5F + luminances);
-}
-Four steepnessOfLook(Four luminances) {
-  return 0.5F / ((0.5F + luminances) * (0.5F + luminances));
-}
-
-// What is smoothed, as it goes from level to level: chalk's light without its colour, and mirrored light.
-struct Light {
-  Four chalk, around, mirror;
-  Four errors;  // of how the three look, variances
-  Four looks;   // see Light::seen
-
-  Four luminances(float coat) const {
-    constexpr float kMost = 1e6F;  // more would overflow when squared
-    return lesser(four(kMost), Four{luminance(chalk), luminance(around), coat * luminance(mirror), 0.0F});
-  }
-  // With how it looks, which every pixel beside it asks for.
-  Light seen(float coat) const { return {chalk, around, mirror, errors, look(luminances(coat))}; }
-};
-
-Light lightOf(const LitPixel& pixel, float coat) {
-  const auto without = [](glm::vec3 light, glm::vec3 color) { return fourOf(light / glm::max(color, kLeastAlbedo)); };
-  Light light{without(pixel.chalk, pixel.albedo), without(pixel.around, pixel.aroundAlbedo),
-              without(pixel.mirror, pixel.mirrorCoat),
-              lesser(four(kMostError),
-                     kErrorScale * Four{pixel.chalkError, pixel.aroundError, pixel.mirrorError, 0.0F}),
-              four(0.0F)};
-  light.errors[2] *= coat * coat;
-  const Four luminances = light.luminances(coat), steepness = steepnessOfLook(luminances);
-  light.errors *= steepness * steepness;
-  light.looks = look(luminances);
-  return light;
-}
 
 // Near exp(-x), and nothing from 8 on: six rounded products are what a pixel's many weights can afford.
 Four falloff(Four x) {
-  const Four root = greater(four(0.0F), 1.0F - 0.125F * x), square = root * root, fourth = square * square;
+  const Four root = atLeast(four(0.0F), 1.0F - 0.125F * x), square = root * root, fourth = square * square;
   return fourth * fourth;
 }
 
 // The variance of about what the display shows of a pixel under that light: its values go with the root of light.
 Grain shownGrain(const Light& light, const LitPixel& pixel, float coat) {
   constexpr float kWhite = 1.5F, kDark = 3e-3F;
-  const float shown = luminance(fourOf(pixel.albedo) * (light.chalk + light.around) + fourOf(pixel.coat) * light.mirror +
-                                fourOf(pixel.emission));
+  const float shown = luminance(fourOf(pixel.albedo) * (light.chalk + light.around) +
+                                fourOf(pixel.coat) * light.mirror + fourOf(pixel.emission));
   if (shown > kWhite) return {pixel.edgeError, 0.0F};
   const Four steepness = steepnessOfLook(light.luminances(coat)), errors = light.errors / (steepness * steepness);
   const float albedo = luminance(fourOf(pixel.albedo)), scale = 0.25F / std::max(kDark, shown);
@@ -118,34 +45,6 @@ void keep(const Light& light, LitPixel& pixel) {
   pixel.mirrorCoat = glm::max(pixel.coat, kLeastAlbedo);
   pixel.mirror = vectorOf(light.mirror) * pixel.mirrorCoat;
 }
-
-// A weighted mean of lights, each of the three with weights of its own.
-class LightMean {
- public:
-  // Black tells nothing of its light.
-  void add(const Light& light, const Feature& feature, Four weight) {
-    const Four chalk = weight[0] * feature.albedo, around = weight[1] * feature.aroundAlbedo;
-    const Four mirror = weight[2] * feature.mirrorCoat;
-    sum_.chalk += chalk * light.chalk;
-    chalks_ += chalk;
-    sum_.around += around * light.around;
-    arounds_ += around;
-    sum_.mirror += mirror * light.mirror;
-    mirrors_ += mirror;
-    sum_.errors += weight * weight * light.errors;
-    weights_ += weight;
-  }
-  Light mean() const {
-    return {sum_.chalk / chalks_, sum_.around / arounds_, sum_.mirror / mirrors_, sum_.errors / (weights_ * weights_),
-            four(0.0F)};
-  }
-
- private:
-  Light sum_{};
-  Four chalks_ = kLast, arounds_ = kLast, mirrors_ = kLast, weights_ = kLast;
-
-  static constexpr Four kLast{0.0F, 0.0F, 0.0F, 1.0F};
-};
 
 // The second highest luminance of some pixels.
 class Brightest {
@@ -304,9 +203,9 @@ class GrainFilter {
       const float unlike = at == self ? 0.0F : unlikeness(here, there, depthScale);
       if (unlike > 8.0F * kAroundSlack) return;
       const Light& light = from_[at];
-      const Four off = light.looks - looks, geometry{unlike, unlike / kAroundSlack + apart(here, there),
-                                                     unlike / kMirrorSlack, 0.0F};
-      mean.add(light, there, weight * there.lit * falloff(geometry + greater(off, -off) * scale));
+      const Four off = light.looks - looks,
+                 geometry{unlike, unlike / kAroundSlack + apart(here, there), unlike / kMirrorSlack, 0.0F};
+      mean.add(light, there, weight * there.lit * falloff(geometry + chosen(off < four(0.0F), -off, off) * scale));
     });
     return mean.mean();
   }
@@ -323,7 +222,7 @@ class GrainFilter {
       moved += weight * way * way;
       errors += weight * found.errors;
     });
-    const Four back = greater(1.0F - errors / moved, four(0.0F)), on = 1.0F - back;
+    const Four back = atLeast(four(0.0F), 1.0F - errors / moved), on = 1.0F - back;
     const std::size_t self = picture_.index(x, y);
     const Light &smooth = from_[self], found = lightOf(picture_.pixels[self], features_[self].coat);
     return {on[0] * smooth.chalk + back[0] * found.chalk, on[1] * smooth.around + back[1] * found.around,
@@ -332,8 +231,8 @@ class GrainFilter {
   }
 
   // A rare bright sample leaves a speck, whose own error explains too little of it. Light on chalk is nowhere brighter
-  // than in all but one of the pixels around one, beyond what its samples are certain of: a speck's are of nothing, those
-  // of a gap in a shadow agree. A mirror may show a point.
+  // than in all but one of the pixels around one, beyond what its samples are certain of: a speck's are of nothing,
+  // those of a gap in a shadow agree. A mirror may show a point.
   Light withoutSpeck(int x, int y) const {
     const std::size_t self = picture_.index(x, y);
     const float depthScale = 1.0F / (kDepthSlack * features_[self].slope);
@@ -350,8 +249,8 @@ class GrainFilter {
       return color * limits.limit(luminance(color), luminance(sampled) - std::sqrt(variance));
     };
     return {limited(light.chalk, chalk, found.chalk, picture_.pixels[self].chalkError),
-            limited(light.around, arounds, found.around, picture_.pixels[self].aroundError),
-            light.mirror, light.errors, four(0.0F)};
+            limited(light.around, arounds, found.around, picture_.pixels[self].aroundError), light.mirror, light.errors,
+            four(0.0F)};
   }
 
   const LitPicture& picture_;

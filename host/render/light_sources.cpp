@@ -61,14 +61,17 @@ float skyStrength(const std::vector<scene::Light>& lights) {
   return !lights.empty() && std::ranges::all_of(lights, isLamp) ? kDusk : 1.0F;
 }
 
-// Directions to a far disc around -`direction`.
+// A direction to a far disc whose light travels along `direction`, to which `axes` are across.
+inline glm::vec3 towardsFar(const Across& axes, glm::vec3 direction, glm::vec2 random) {
+  const glm::vec2 disc = onDisc(random);
+  return glm::normalize((axes.u * disc.x + axes.v * disc.y) * kSunRadius - direction);
+}
+
+// Sixteen of them.
 QUILLMERE_FOR_AVX2
-void sampleFar(const Across& axes, glm::vec3 direction, const SamplePoints& random, VectorPerRay& towards) {
+void findTowardsFar(const Across& axes, glm::vec3 direction, const SamplePoints& random, VectorPerRay& towards) {
   VectorPerRay found;
-  for (int ray = 0; ray < kRays; ++ray) {
-    const glm::vec2 disc = onDisc(random[ray]);
-    found.set(ray, glm::normalize((axes.u * disc.x + axes.v * disc.y) * kSunRadius - direction));
-  }
+  for (int ray = 0; ray < kRays; ++ray) found.set(ray, towardsFar(axes, direction, random[ray]));
   towards = found;
 }
 
@@ -91,12 +94,10 @@ LightSources::LightSources(const RayScene& scene, const FinalSettings& settings,
 
 LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) const {
   const scene::Light& light = lights_[static_cast<std::size_t>(index)];
-  const glm::vec2 disc = onDisc(random);
   if (light.kind == Kind::Directional) {
-    const Across& axes = axes_[static_cast<std::size_t>(index)];
-    const glm::vec3 towards = glm::normalize((axes.u * disc.x + axes.v * disc.y) * kSunRadius - light.direction);
-    return {towards, kInfinity, light.color};
+    return {towardsFar(axes_[static_cast<std::size_t>(index)], light.direction, random), kInfinity, light.color};
   }
+  const glm::vec2 disc = onDisc(random);
   const glm::vec3 center = light.position - at;
   const float squared = std::max(glm::dot(center, center), 1e-12F);
   const Across axes = across(center / std::sqrt(squared));
@@ -109,13 +110,12 @@ LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) cons
 void LightSources::sampleAll(int index, const VectorPerRay& at, RaySet which, const SamplePoints& random,
                              LightSamples& samples) const {
   const scene::Light& light = lights_[static_cast<std::size_t>(index)];
-  const bool isFar = light.kind == Kind::Directional;
+  findTowardsFar(axes_[static_cast<std::size_t>(index)], light.direction, random, samples.direction);
   for (int ray = 0; ray < kRays; ++ray) {
     samples.arriving.set(ray, light.color);
     samples.distance[ray] = kInfinity;
   }
-  sampleFar(axes_[static_cast<std::size_t>(index)], light.direction, random, samples.direction);
-  if (isFar) return;
+  if (light.kind == Kind::Directional) return;
   forEachRay(which, [&](int ray) {
     const LightSample sample = this->sample(index, at[ray], random[ray]);
     samples.direction.set(ray, sample.direction);

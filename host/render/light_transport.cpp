@@ -166,7 +166,7 @@ class LightTransport {
   }
 
   // What comes from those directions, which active `rays` lead to and were chosen with those densities. Of emitters
-  // the part that findEmitters leaves to it.
+  // the part that fromEmitters leaves to it.
   VectorPerRay surroundings(RayPacket& rays, const PerRay<float>& densities, RandomNumbers random) const {
     rays.findNearest(scene_, RayUse::Bounce);
     SurfacePoints bounces;
@@ -242,8 +242,7 @@ class LightTransport {
     if (!std::isnormal(sum)) return {glm::vec3(0.0F), 0.0F, glm::vec3(0.0F)};
     const auto found = std::upper_bound(sums.begin(), sums.begin() + count - 1, choice.x * sum);
     const float weight = *found - (found == sums.begin() ? 0.0F : *(found - 1));
-    LightSample chosen =
-        sources_.sample(lampIn(static_cast<int>(found - sums.begin())), points.position[ray], place);
+    LightSample chosen = sources_.sample(lampIn(static_cast<int>(found - sums.begin())), points.position[ray], place);
     chosen.arriving *= weight > 0.0F ? share * sum / weight : 0.0F;
     return chosen;
   }
@@ -253,60 +252,93 @@ class LightTransport {
   const Emitters& emitters_;
 };
 
+// The points of one packet, and what they send.
+class PacketLight {
+ public:
+  PacketLight(const LightTransport& transport, const SurfacePoints& points, RaySet which,
+              const VectorPerRay& directions, const PerRay<std::uint32_t>& numbers, std::uint32_t seed)
+      : transport_(transport),
+        points_(points),
+        numbers_(numbers),
+        seed_(seed),
+        places_(points, which),
+        reflections_(points, which, directions) {
+    reflections_.findCoats(sent_.coat);
+  }
+  const SentLight& sent() const { return sent_; }
+
+  void addLamp() {
+    const auto weigh = [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
+      const float chalk = luminance(arriving) * std::max(0.0F, glm::dot(points_.normal[ray], towards));
+      if (!reflections_.shines(ray)) return chalk;
+      return chalk + luminance(arriving * reflections_.mirrored(ray, towards, kHighlight));
+    };
+    const ArrivingLight lamp = transport_.fromLamp(points_, places_, random(kLamp), weigh);
+    Reflections::Sent sent;
+    reflections_.findSent(lamp.towards, kHighlight, sent);
+    add(sent, lamp.light, sent_.chalk, sent_.mirror);
+  }
+
+  void addEmitters() {
+    PerRay<float> densities{}, others;
+    ArrivingLight emitted = transport_.fromEmitters(points_, places_, random(kEmitter), densities);
+    reflections_.findDensities(emitted.towards, others);
+    forEachRay(places_.which, [&](int ray) {
+      if (densities[ray] <= 0.0F) return;
+      const float weight = balance(densities[ray], others[ray]) / (densities[ray] * glm::pi<float>());
+      emitted.light.set(ray, emitted.light[ray] * weight);
+    });
+    Reflections::Sent sent;
+    reflections_.findSent(emitted.towards, 0.0F, sent);
+    add(sent, emitted.light, sent_.chalk, sent_.mirror);
+  }
+
+  void addSurroundings() {
+    PerRay<float> densities, farthest;
+    VectorPerRay towards;
+    reflections_.choose(random(kSurroundings).points(), random(kSurroundings).choices(), towards);
+    for (int ray = 0; ray < kRays; ++ray) {
+      towards.set(ray, above(towards[ray], places_.faceNormal[ray]));
+      farthest[ray] = kInfinity;
+    }
+    reflections_.findDensities(towards, densities);
+    RaySet chosen = 0;
+    forEachRay(places_.which, [&](int ray) { chosen |= densities[ray] > 1e-6F ? setOf(ray) : 0; });
+    if (chosen == 0) return;
+    RayPacket rays(chosen, places_.leaving, towards, farthest, random(kSurroundings).bits());
+    const VectorPerRay arriving = transport_.surroundings(rays, densities, random(kSurroundings));
+    Reflections::Sent sent;
+    reflections_.findSent(towards, 0.0F, sent);
+    forEachRay(chosen, [&](int ray) {
+      const float weight = points_.finish[ray].occlusion / (densities[ray] * glm::pi<float>());
+      sent_.around.set(ray, sent.chalk[ray] * weight * arriving[ray]);
+      sent_.closeness[ray] = 1.0F / std::max(rays.hit(ray).distance, 1e-6F);  // nothing at no hit
+      sent_.mirror.set(ray, sent_.mirror[ray] + sent.mirror[ray] * weight * arriving[ray]);
+    });
+  }
+
+ private:
+  RandomNumbers random(Purpose purpose) const { return {numbers_, seed_, purpose}; }
+
+  const LightTransport& transport_;
+  const SurfacePoints& points_;
+  const PerRay<std::uint32_t>& numbers_;
+  std::uint32_t seed_;
+  Places places_;
+  Reflections reflections_;
+  SentLight sent_{};
+};
+
 }  // namespace
 
 SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const VectorPerRay& directions,
                             const PerRay<std::uint32_t>& numbers, std::uint32_t seed, Reach reach) const {
   const LightTransport transport(scene_, sources_, emitters_);
-  SentLight light{};
-  const Reflections reflections(points, which, directions);
-  const Places places(points, which);
-  reflections.findCoats(light.coat);
-  Reflections::Sent sent;
-  const ArrivingLight lamp = transport.fromLamp(
-      points, places, {numbers, seed, kLamp}, [&](int ray, glm::vec3 towards, glm::vec3 arriving) {
-        const float chalk = luminance(arriving) * std::max(0.0F, glm::dot(points.normal[ray], towards));
-        if (!reflections.shines(ray)) return chalk;
-        return chalk + luminance(arriving * reflections.mirrored(ray, towards, kHighlight));
-      });
-  reflections.findSent(lamp.towards, kHighlight, sent);
-  add(sent, lamp.light, light.chalk, light.mirror);
-  if (!emitters_.empty()) {
-    PerRay<float> densities{}, others;
-    ArrivingLight emitted = transport.fromEmitters(points, places, {numbers, seed, kEmitter}, densities);
-    reflections.findDensities(emitted.towards, others);
-    forEachRay(which, [&](int ray) {
-      if (densities[ray] <= 0.0F) return;
-      const float weight = balance(densities[ray], others[ray]) / (densities[ray] * glm::pi<float>());
-      emitted.light.set(ray, emitted.light[ray] * weight);
-    });
-    reflections.findSent(emitted.towards, 0.0F, sent);
-    add(sent, emitted.light, light.chalk, light.mirror);
-  }
-
-  if (reach == Reach::Lamps) return light;
-  const RandomNumbers random{numbers, seed, kSurroundings};
-  PerRay<float> densities, farthest;
-  VectorPerRay towards;
-  reflections.choose(random.points(), random.choices(), towards);
-  for (int ray = 0; ray < kRays; ++ray) {
-    towards.set(ray, above(towards[ray], places.faceNormal[ray]));
-    farthest[ray] = kInfinity;
-  }
-  reflections.findDensities(towards, densities);
-  RaySet chosen = 0;
-  forEachRay(which, [&](int ray) { chosen |= densities[ray] > 1e-6F ? setOf(ray) : 0; });
-  if (chosen == 0) return light;
-  RayPacket rays(chosen, places.leaving, towards, farthest, random.bits());
-  const VectorPerRay arriving = transport.surroundings(rays, densities, random);
-  reflections.findSent(towards, 0.0F, sent);
-  forEachRay(rays.active(), [&](int ray) {
-    const float weight = points.finish[ray].occlusion / (densities[ray] * glm::pi<float>());
-    light.around.set(ray, sent.chalk[ray] * weight * arriving[ray]);
-    light.closeness[ray] = 1.0F / std::max(rays.hit(ray).distance, 1e-6F);  // nothing at no hit
-    light.mirror.set(ray, light.mirror[ray] + sent.mirror[ray] * weight * arriving[ray]);
-  });
-  return light;
+  PacketLight light(transport, points, which, directions, numbers, seed);
+  light.addLamp();
+  if (!emitters_.empty()) light.addEmitters();
+  if (reach == Reach::All) light.addSurroundings();
+  return light.sent();
 }
 
 }  // namespace quillmere::render

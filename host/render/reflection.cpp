@@ -54,13 +54,13 @@ struct Reflections::One {
     const float facing = glm::dot(normal, towards);
     const glm::vec3 between = viewer + towards;
     const float length = glm::length(between);
-    const bool lit = facing > 0.0F, halved = length > 0.0F;
+    const bool lit = facing > 0.0F, halved = length > 0.0F, shines = lit & halved;
     const glm::vec3 half = between / (halved ? length : 1.0F);
     const float least = leastRoughness * leastRoughness, wide = alpha > least ? alpha : least;
     const float slant = fifth(1.0F - unitClamped(glm::dot(viewer, half)));
     const float visible = 0.5F / (facing * root(cosine, wide) + cosine * root(facing, wide));
     const float lobe = facets(unitClamped(glm::dot(normal, half)), wide) * visible * facing * glm::pi<float>();
-    const float mirrors = lit & halved ? lobe : 0.0F;
+    const float mirrors = shines ? lobe : 0.0F;
     const float left = 1.0F - (halved ? kDielectric + (1.0F - kDielectric) * slant : 0.0F);
     return {lit ? facing * left : 0.0F, (straight + (1.0F - straight) * slant) * mirrors};
   }
@@ -95,7 +95,8 @@ struct Reflections::One {
 };
 
 inline Reflections::One Reflections::one(int at) const {
-  return {of_.normal[at], of_.viewer[at], of_.straight[at], of_.alpha[at], of_.cosine[at], of_.grazing[at], of_.mirrorShare[at]};
+  return {of_.normal[at], of_.viewer[at],  of_.straight[at],   of_.alpha[at],
+          of_.cosine[at], of_.grazing[at], of_.mirrorShare[at]};
 }
 
 Reflections::Reflections(const SurfacePoints& points, RaySet which, const VectorPerRay& directions) {
