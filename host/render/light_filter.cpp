@@ -82,7 +82,6 @@ class GrainFilter {
     for (int level = 0; level < levels && outcome == Outcome::Complete; ++level) {
       outcome = eachLit([&](int x, int y) { return smoothed(x, y, 1 << level); });
     }
-    if (outcome == Outcome::Complete) outcome = eachLit([&](int x, int y) { return sharpened(x, y); });
     if (outcome == Outcome::Complete) outcome = eachLit([&](int x, int y) { return withoutSpeck(x, y); });
     return outcome;
   }
@@ -208,26 +207,6 @@ class GrainFilter {
       mean.add(light, there, weight * there.lit * falloff(geometry + chosen(off < four(0.0F), -off, off) * scale));
     });
     return mean.mean();
-  }
-
-  // Light goes back to what it was as far as its error doesn't explain how far it was moved: an estimate after Stein,
-  // which keeps the edges of shadows and highlights.
-  Light sharpened(int x, int y) const {
-    Four moved = four(1e-12F), errors = four(0.0F);
-    around(x, y, 1, [&](int column, int row, float weight) {
-      const std::size_t at = picture_.index(column, row);
-      if (features_[at].lit <= 0.0F) return;
-      const Light found = lightOf(picture_.pixels[at], features_[at].coat);
-      const Four way = from_[at].looks - found.looks;
-      moved += weight * way * way;
-      errors += weight * found.errors;
-    });
-    const Four back = atLeast(four(0.0F), 1.0F - errors / moved), on = 1.0F - back;
-    const std::size_t self = picture_.index(x, y);
-    const Light &smooth = from_[self], found = lightOf(picture_.pixels[self], features_[self].coat);
-    return {on[0] * smooth.chalk + back[0] * found.chalk, on[1] * smooth.around + back[1] * found.around,
-            on[2] * smooth.mirror + back[2] * found.mirror, back * back * found.errors + on * on * smooth.errors,
-            four(0.0F)};
   }
 
   // A rare bright sample leaves a speck, whose own error explains too little of it. Light on chalk is nowhere brighter

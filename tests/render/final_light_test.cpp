@@ -85,6 +85,25 @@ std::shared_ptr<HandMadeScene> withBars(const scene::Material& material, float h
   return scene;
 }
 
+TEST(FinalLight, TheSunsShadowsAreTheSofterTheFartherTheirObjectIs) {
+  const auto halfLit = [](float height) {  // places in a row that are neither in the light nor in the dark
+    auto scene = greyGround();
+    scene->now.lights.push_back(lamp(scene::Light::Kind::Directional, {}, {0, -1, 0}));
+    scene->add(cube(1), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})), moved(-1, height, 0));  // as far as x = 0.
+    Renderer renderer(scene);
+    renderer.pose(0.0);
+    const image::Image drawn = renderer.drawFinal(fromAbove(), kPlanSide, kPlanSide, {16, 1, 0.0F, Lighting::Scene});
+    const float open = brightness(lightAt(drawn, 1.5F, 0));
+    int count = 0;
+    for (float x = -0.5F; x < 0.5F; x += 0.05F) {
+      const float here = brightness(lightAt(drawn, x, 0));
+      count += here > 0.1F * open && here < 0.9F * open ? 1 : 0;
+    }
+    return count;
+  };
+  EXPECT_GT(halfLit(30), halfLit(1.5F) + 3);
+}
+
 std::shared_ptr<HandMadeScene> polishedUnderLamp() {
   auto scene = std::make_shared<HandMadeScene>();
   scene::Material steel = colored({0.6F, 0.5F, 0.4F});
