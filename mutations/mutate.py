@@ -42,6 +42,7 @@ ROOMS = {
     "render": Room(("render_tests",), "tests/render"),
     "sdk": Room(("tests/sdk/all",), "tests/sdk"),
     "app": Room(("quillmere", "quillmere_module", "tests/app/all"), "tests/app"),
+    "farm": Room(("quillmere", "quillmere_module"), "tests/farm"),
     "studio": Room(("quillmere", "quillmere_module", "studio_page"), "tests/studio"),
     "helper": Room((), "tests/python"),
 }
