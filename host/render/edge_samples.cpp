@@ -8,7 +8,7 @@ namespace quillmere::render {
 namespace {
 
 constexpr float kError = 0.006F;                           // of a pixel's stored value that is left alone
-constexpr float kErrorOfBoth = 0.009F;                     // where samples are followed all around for it
+constexpr float kErrorOfBoth = 0.01F;                      // where samples are followed all around for it
 constexpr float kMost = PixelSampling::kMostTimes - 1.0F;  // times the samples that there are
 
 // Passes of sixteen samples each, of which the first ones are followed all around.

@@ -210,8 +210,8 @@ class GrainFilter {
   }
 
   // A rare bright sample leaves a speck, whose own error explains too little of it. Light on chalk is nowhere brighter
-  // than in all but one of the pixels around one, beyond what its samples are certain of: a speck's are of nothing,
-  // those of a gap in a shadow agree. A mirror may show a point.
+  // than in all but one of the pixels around one; that of lamps may be, as far as its samples are certain: those of a
+  // gap in a shadow agree. A mirror may show a point.
   Light withoutSpeck(int x, int y) const {
     const std::size_t self = picture_.index(x, y);
     const float depthScale = 1.0F / (kDepthSlack * features_[self].slope);
@@ -224,11 +224,11 @@ class GrainFilter {
       arounds.add(luminance(from_[there].around));
     });
     const Light &light = from_[self], found = lightOf(picture_.pixels[self], features_[self].coat);
-    const auto limited = [](Four color, const Brightest& limits, Four sampled, float variance) {
-      return color * limits.limit(luminance(color), luminance(sampled) - std::sqrt(variance));
+    const auto limited = [](Four color, const Brightest& limits, float certain) {
+      return color * limits.limit(luminance(color), certain);
     };
-    return {limited(light.chalk, chalk, found.chalk, picture_.pixels[self].chalkError),
-            limited(light.around, arounds, found.around, picture_.pixels[self].aroundError), light.mirror, light.errors,
+    const float certain = luminance(found.chalk) - std::sqrt(picture_.pixels[self].chalkError);
+    return {limited(light.chalk, chalk, certain), limited(light.around, arounds, 0.0F), light.mirror, light.errors,
             four(0.0F)};
   }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <glm/glm.hpp>
 
@@ -85,22 +86,28 @@ class FinalShader {
       }
     };
 
-    // Of numbers whose samples are stratified, so that these two halves tell their error better than all of them.
+    // Of numbers whose samples are stratified: two halves of them tell their error better than all of them as if each
+    // stood alone, but may agree by chance.
     struct Halves {
-      float earlier = 0.0F, later = 0.0F;
+      float earlier = 0.0F, later = 0.0F, second = 0.0F;
 
-      void add(float value, bool isLater) { (isLater ? later : earlier) += value; }
+      void add(float value, bool isLater) {
+        (isLater ? later : earlier) += value;
+        second += value * value;
+      }
       Halves& operator+=(const Halves& other) {
         earlier += other.earlier;
         later += other.later;
+        second += other.second;
         return *this;
       }
       // The variance of their mean; of one number alone as above.
       float error(float samples) const {
+        constexpr float kLeast = 0.1F;                   // of what it would be if each stood alone
         const float count = std::floor(0.5F * samples);  // of the later ones
         if (count < 1.0F) return earlier * earlier;
         const float apart = 0.5F * (earlier / (samples - count) - later / count);
-        return apart * apart;
+        return std::max(apart * apart, kLeast * Moments{earlier + later, second}.error(samples));
       }
     };
 
