@@ -69,10 +69,9 @@ inline glm::vec3 towardsFar(const Across& axes, glm::vec3 direction, glm::vec2 r
 
 // Sixteen of them.
 QUILLMERE_FOR_AVX2
-void findTowardsFar(const Across& axes, glm::vec3 direction, const SamplePoints& random, VectorPerRay& towards) {
-  VectorPerRay found;
-  for (int ray = 0; ray < kRays; ++ray) found.set(ray, towardsFar(axes, direction, random[ray]));
-  towards = found;
+void findTowardsFar(const Across& axes, glm::vec3 direction, const SamplePoints& random,
+                    VectorPerRay& __restrict towards) {
+  for (int ray = 0; ray < kRays; ++ray) towards.set(ray, towardsFar(axes, direction, random[ray]));
 }
 
 }  // namespace

@@ -113,7 +113,7 @@ Reflections::Reflections(const SurfacePoints& points, RaySet which, const Vector
 
 QUILLMERE_FOR_AVX2
 void Reflections::workOut(const Look& look) {
-  Reflections::Values found;
+  Values& __restrict found = of_;
   for (int at = 0; at < kRays; ++at) {
     const glm::vec3 normal = look.normal[at], viewer = -glm::normalize(look.direction[at]), color = look.color[at];
     const float metal = look.metallic[at], roughness = look.roughness[at], alpha = roughness * roughness;
@@ -132,7 +132,6 @@ void Reflections::workOut(const Look& look) {
     found.grazing[at] = grazing;
     found.mirrorShare[at] = matt ? 0.0F : share > kLeastShare ? share : kLeastShare;
   }
-  of_ = found;
 }
 
 void Reflections::findCoats(VectorPerRay& coats) const {
@@ -142,14 +141,12 @@ void Reflections::findCoats(VectorPerRay& coats) const {
 }
 
 QUILLMERE_FOR_AVX2
-void Reflections::findSent(const VectorPerRay& towards, float leastRoughness, Sent& sent) const {
-  Sent found;
+void Reflections::findSent(const VectorPerRay& towards, float leastRoughness, Sent& __restrict sent) const {
   for (int at = 0; at < kRays; ++at) {
     const One::Sent back = one(at).sent(towards[at], leastRoughness);
-    found.chalk[at] = back.chalk;
-    found.mirror.set(at, back.mirror);
+    sent.chalk[at] = back.chalk;
+    sent.mirror.set(at, back.mirror);
   }
-  sent = found;
 }
 
 glm::vec3 Reflections::mirrored(int at, glm::vec3 towards, float leastRoughness) const {
@@ -157,23 +154,20 @@ glm::vec3 Reflections::mirrored(int at, glm::vec3 towards, float leastRoughness)
 }
 
 QUILLMERE_FOR_AVX2
-void Reflections::choose(const SamplePoints& places, const SamplePoints& choices, VectorPerRay& towards) const {
-  VectorPerRay found;
+void Reflections::choose(const SamplePoints& places, const SamplePoints& choices,
+                         VectorPerRay& __restrict towards) const {
   for (int at = 0; at < kRays; ++at) {
     const glm::vec3 mirroring = one(at).mirroring(places[at]), sending = overHemisphere(of_.normal[at], places[at]);
     const bool mirrors = choices.x[at] < of_.mirrorShare[at];
-    found.x[at] = mirrors ? mirroring.x : sending.x;
-    found.y[at] = mirrors ? mirroring.y : sending.y;
-    found.z[at] = mirrors ? mirroring.z : sending.z;
+    towards.x[at] = mirrors ? mirroring.x : sending.x;
+    towards.y[at] = mirrors ? mirroring.y : sending.y;
+    towards.z[at] = mirrors ? mirroring.z : sending.z;
   }
-  towards = found;
 }
 
 QUILLMERE_FOR_AVX2
-void Reflections::findDensities(const VectorPerRay& towards, PerRay<float>& densities) const {
-  PerRay<float> found;
-  for (int at = 0; at < kRays; ++at) found[at] = one(at).density(towards[at]);
-  densities = found;
+void Reflections::findDensities(const VectorPerRay& towards, PerRay<float>& __restrict densities) const {
+  for (int at = 0; at < kRays; ++at) densities[at] = one(at).density(towards[at]);
 }
 
 }  // namespace quillmere::render
