@@ -7,7 +7,7 @@
 namespace quillmere::render {
 namespace {
 
-constexpr float kError = 0.0078F;                          // of a pixel's stored value that is left alone
+constexpr float kError = 0.006F;                           // of a pixel's stored value that is left alone
 constexpr float kErrorOfBoth = 0.01F;                      // where samples are followed all around for it
 constexpr float kMost = PixelSampling::kMostTimes - 1.0F;  // times the samples that there are
 

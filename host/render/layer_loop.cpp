@@ -104,6 +104,16 @@ void PixelSampling::place(const PixelBlock& pixels, const PerRay<std::uint32_t>&
   }
 }
 
+RaySet PixelSampling::laterRays(int pass) const {
+  const bool together = block == PixelBlock::Side::One;  // sixteen of a pixel, one after the other
+  RaySet later = 0;
+  for (int ray = 0; ray < kRays; ++ray) {
+    const int sample = together ? kRays * pass + ray : pass, all = together ? kRays * passes : passes;
+    later |= static_cast<RaySet>(2 * sample >= all) << ray;
+  }
+  return later;
+}
+
 std::uint32_t PixelSampling::placeNumber(std::uint32_t number) const {
   if (block == PixelBlock::Side::One) return number;
   const int bits = bitsFor(passes);
@@ -120,6 +130,7 @@ LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, 
       triangle_(triangle),
       footprint_(sampling.footprint) {
   for (int ray = 0; ray < kRays; ++ray) layer_.reaching[ray] = 1.0F;
+  layer_.later = sampling.laterRays(pass);
 }
 
 // The rays of pixels that are in the picture: blocks may stick out.

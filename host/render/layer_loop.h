@@ -71,6 +71,8 @@ struct PixelSampling {
   PerRay<std::uint32_t> firstSamples(const PixelBlock& pixels) const;
   // Where in the picture the samples of these numbers of the sequence lie, in pixels.
   void place(const PixelBlock& pixels, const PerRay<std::uint32_t>& numbers, PerRay<float>& x, PerRay<float>& y) const;
+  // The rays of a pass whose samples are of the second half of their pixel's.
+  RaySet laterRays(int pass) const;
   // That of a sample's place, which leaves room for further samples of its pixel.
   std::uint32_t placeNumber(std::uint32_t number) const;
 };
@@ -88,6 +90,7 @@ struct Layer {
   const PixelBlock& block;
   PerRay<std::uint32_t> numbers;  // of the samples in the sequence of the picture
   std::uint32_t seed;             // of that sequence
+  RaySet later = 0;               // rays whose samples are of the second half of their pixel's
 
   RaySet missed = 0;       // rays that meet nothing any more
   RaySet met = 0;          // rays that meet a surface

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "filtered_light.h"
+
 namespace quillmere::render {
 namespace {
 
@@ -16,109 +18,33 @@ constexpr float kDepthSlack = 1.5F;    // in slopes of the surface
 constexpr float kAroundSlack = 10.0F;  // times as much may geometry differ for light from all around
 constexpr float kMirrorSlack = 0.5F;   // and for mirrored light, which moves with it
 constexpr float kErrors = 2.0F;        // by which light may differ
-// What the variances of samples are multiplied with, of chalk, around and mirror: of sixteen samples that go all
-// around, most pixels have missed what is rare and bright, and so tell of too little error.
-constexpr glm::vec3 kErrorScale(2.0F, 3.0F, 5.0F);
-constexpr float kLeastAlbedo = 1e-3F;
-constexpr float kMostError = 1e30F;  // which also stands for what is no number
-
-float luminance(glm::vec3 color) {
-  return glm::dot(color, glm::vec3(0.2126F, 0.7152F, 0.0722F));
-}
-
-struct Feature {
-  glm::vec3 normal;
-  float depth, slope;  // metres; metres a pixel
-  float closeness;     // of what is around, 1/metres
-};
-
-// How different lights look, in numbers to be subtracted: else a highlight, far brighter than the display shows, would
-// count its error among all pixels beside it.
-glm::vec3 look(glm::vec3 luminances) {
-  return luminances / (0.5F + luminances);
-}
-glm::vec3 steepnessOfLook(glm::vec3 luminances) {
-  return 0.5F / ((0.5F + luminances) * (0.5F + luminances));
-}
-
-// What is smoothed, as it goes from level to level: chalk's light without its colour, and mirrored light.
-struct Light {
-  glm::vec3 chalk, around, mirror;
-  glm::vec3 errors;  // of how the three look, variances
-  float coat;        // luminance of what the mirrored light is multiplied with: as bright as that it looks
-
-  glm::vec3 luminances() const {
-    constexpr float kMost = 1e6F;  // more would overflow when squared
-    return glm::min(glm::vec3(kMost), glm::vec3(luminance(chalk), luminance(around), coat * luminance(mirror)));
-  }
-};
-
-Light lightOf(const LitPixel& pixel) {
-  const glm::vec3 albedo = glm::max(pixel.albedo, kLeastAlbedo);
-  Light light{
-      pixel.chalk / albedo, pixel.around / glm::max(pixel.aroundAlbedo, kLeastAlbedo),
-      pixel.mirror / glm::max(pixel.mirrorCoat, kLeastAlbedo),
-      glm::min(glm::vec3(kMostError), kErrorScale * glm::vec3(pixel.chalkError, pixel.aroundError, pixel.mirrorError)),
-      luminance(glm::max(pixel.coat, kLeastAlbedo))};
-  light.errors.z *= light.coat * light.coat;
-  const glm::vec3 steepness = steepnessOfLook(light.luminances());
-  light.errors *= steepness * steepness;
-  return light;
-}
 
 // Near exp(-x), and nothing from 8 on: six rounded products are what a pixel's many weights can afford.
-float falloff(float x) {
-  const float root = std::max(0.0F, 1.0F - 0.125F * x), square = root * root, fourth = square * square;
+Four falloff(Four x) {
+  const Four root = atLeast(four(0.0F), 1.0F - 0.125F * x), square = root * root, fourth = square * square;
   return fourth * fourth;
 }
 
 // The variance of about what the display shows of a pixel under that light: its values go with the root of light.
-Grain shownGrain(const Light& light, const LitPixel& pixel) {
+Grain shownGrain(const Light& light, const LitPixel& pixel, float coat) {
   constexpr float kWhite = 1.5F, kDark = 3e-3F;
-  const float shown =
-      luminance(pixel.albedo * (light.chalk + light.around) + pixel.coat * light.mirror + pixel.emission);
+  const float shown = luminance(fourOf(pixel.albedo) * (light.chalk + light.around) +
+                                fourOf(pixel.coat) * light.mirror + fourOf(pixel.emission));
   if (shown > kWhite) return {pixel.edgeError, 0.0F};
-  const glm::vec3 steepness = steepnessOfLook(light.luminances()), errors = light.errors / (steepness * steepness);
-  const float albedo = luminance(pixel.albedo), scale = 0.25F / std::max(kDark, shown);
-  return {pixel.edgeError + scale * albedo * albedo * errors.x, scale * (albedo * albedo * errors.y + errors.z)};
+  const Four steepness = steepnessOfLook(light.luminances(coat)), errors = light.errors / (steepness * steepness);
+  const float albedo = luminance(fourOf(pixel.albedo)), scale = 0.25F / std::max(kDark, shown);
+  return {pixel.edgeError + scale * albedo * albedo * errors[0], scale * (albedo * albedo * errors[1] + errors[2])};
 }
 
 // Gives a pixel the light that it is to have.
 void keep(const Light& light, LitPixel& pixel) {
   const glm::vec3 albedo = glm::max(pixel.albedo, kLeastAlbedo);
-  pixel.chalk = light.chalk * albedo;
-  pixel.around = light.around * albedo;
+  pixel.chalk = vectorOf(light.chalk) * albedo;
+  pixel.around = vectorOf(light.around) * albedo;
   pixel.aroundAlbedo = pixel.albedo;
   pixel.mirrorCoat = glm::max(pixel.coat, kLeastAlbedo);
-  pixel.mirror = light.mirror * pixel.mirrorCoat;
+  pixel.mirror = vectorOf(light.mirror) * pixel.mirrorCoat;
 }
-
-// A weighted mean of lights, each of the three with weights of its own.
-class LightMean {
- public:
-  // Black tells nothing of its light.
-  void add(const Light& light, const LitPixel& pixel, glm::vec3 weight) {
-    const glm::vec3 chalk = weight.x * (pixel.albedo + kLeastAlbedo);
-    sum_.chalk += chalk * light.chalk;
-    chalks_ += chalk;
-    const glm::vec3 around = weight.y * (pixel.aroundAlbedo + kLeastAlbedo);
-    sum_.around += around * light.around;
-    arounds_ += around;
-    const glm::vec3 mirror = weight.z * (pixel.mirrorCoat + kLeastAlbedo);
-    sum_.mirror += mirror * light.mirror;
-    mirrors_ += mirror;
-    sum_.errors += weight * weight * light.errors;
-    weights_ += weight;
-  }
-  Light mean(float coat) const {
-    return {sum_.chalk / chalks_, sum_.around / arounds_, sum_.mirror / mirrors_, sum_.errors / (weights_ * weights_),
-            coat};
-  }
-
- private:
-  Light sum_{glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), glm::vec3(0.0F), 0.0F};
-  glm::vec3 chalks_{0.0F}, arounds_{0.0F}, mirrors_{0.0F}, weights_{0.0F};
-};
 
 // The second highest luminance of some pixels.
 class Brightest {
@@ -128,8 +54,12 @@ class Brightest {
     first_ = std::max(first_, luminance);
     ++count_;
   }
-  // What light of that luminance is multiplied with, to be no brighter; 1 where there are too few to tell.
-  float limit(float luminance) const { return count_ >= kEnough && luminance > second_ ? second_ / luminance : 1.0F; }
+  // What light of that luminance is multiplied with, to be no brighter, or at most as bright as is certain; 1 where
+  // there are too few to tell.
+  float limit(float luminance, float certain) const {
+    const float most = std::max(second_, certain);
+    return count_ >= kEnough && luminance > most ? most / luminance : 1.0F;
+  }
 
  private:
   static constexpr int kEnough = 4;
@@ -152,11 +82,11 @@ class GrainFilter {
     for (int level = 0; level < levels && outcome == Outcome::Complete; ++level) {
       outcome = eachLit([&](int x, int y) { return smoothed(x, y, 1 << level); });
     }
-    if (outcome == Outcome::Complete) outcome = eachLit([&](int x, int y) { return sharpened(x, y); });
     if (outcome == Outcome::Complete) outcome = eachLit([&](int x, int y) { return withoutSpeck(x, y); });
     return outcome;
   }
   const Light& light(int x, int y) const { return from_[picture_.index(x, y)]; }
+  float coat(int x, int y) const { return features_[picture_.index(x, y)].coat; }
 
  private:
   Outcome eachRow(const std::function<void(int)>& work) { return forEach(picture_.height, threads_, stop_, work); }
@@ -166,7 +96,8 @@ class GrainFilter {
   Outcome eachLit(const Step& step) {
     const Outcome outcome = eachRow([&](int y) {
       for (int x = 0; x < picture_.width; ++x) {
-        if (picture_.at(x, y).lit > 0.0F) to_[picture_.index(x, y)] = step(x, y);
+        const std::size_t at = picture_.index(x, y);
+        if (features_[at].lit > 0.0F) to_[at] = step(x, y).seen(features_[at].coat);
       }
     });
     std::swap(from_, to_);
@@ -194,11 +125,18 @@ class GrainFilter {
       const LitPixel& pixel = picture_.at(x, y);
       Feature& feature = features_[picture_.index(x, y)];
       const float length = glm::length(pixel.normal);
-      feature.normal = length > 0.0F ? pixel.normal / length : glm::vec3(0.0F);
-      feature.depth = pixel.depth;
-      feature.slope = slopeAt(x, y, pixel.depth) + 1e-3F * pixel.depth + 1e-9F;
-      feature.closeness = closenessAround(x, y);
-      from_[picture_.index(x, y)] = lightOf(pixel);
+      const Four least = fourOf(glm::vec3(kLeastAlbedo));
+      feature = {fourOf(length > 0.0F ? pixel.normal / length : glm::vec3(0.0F)),
+                 fourOf(pixel.position),
+                 pixel.depth,
+                 slopeAt(x, y, pixel.depth) + 1e-3F * pixel.depth + 1e-9F,
+                 closenessAround(x, y),
+                 pixel.lit,
+                 fourOf(pixel.albedo) + least,
+                 fourOf(pixel.aroundAlbedo) + least,
+                 fourOf(pixel.mirrorCoat) + least,
+                 luminance(fourOf(glm::max(pixel.coat, kLeastAlbedo)))};
+      from_[picture_.index(x, y)] = lightOf(pixel, feature.coat);
     }
   }
 
@@ -229,14 +167,14 @@ class GrainFilter {
 
   // How far apart two pixels are on their surfaces, in distances to what is around them: light from there changes with
   // that (G. Ward et al., A Ray Tracing Solution for Diffuse Interreflection, 1988).
-  float apart(std::size_t here, std::size_t there) const {
-    const glm::vec3 way = picture_.pixels[there].position - picture_.pixels[here].position;
-    return glm::length(way) * std::max(features_[here].closeness, features_[there].closeness);
+  static float apart(const Feature& here, const Feature& there) {
+    const Four way = there.position - here.position;
+    return std::sqrt(dot3(way, way)) * std::max(here.closeness, there.closeness);
   }
 
   // Errors of single pixels are themselves full of errors: their mean around one.
-  glm::vec3 errorsAround(int x, int y) const {
-    glm::vec3 sum(0.0F);
+  Four errorsAround(int x, int y) const {
+    Four sum = four(0.0F);
     float weights = 0.0F;
     around(x, y, 1, [&](int column, int row, float weight) {
       sum += weight * from_[picture_.index(column, row)].errors;
@@ -247,66 +185,51 @@ class GrainFilter {
 
   static float unlikeness(const Feature& here, const Feature& there, float depthScale) {
     return std::abs(here.depth - there.depth) * depthScale +
-           kNormalPower * (1.0F - std::max(0.0F, glm::dot(here.normal, there.normal)));
+           kNormalPower * (1.0F - std::max(0.0F, dot3(here.normal, there.normal)));
   }
 
   Light smoothed(int x, int y, int step) const {
     const std::size_t self = picture_.index(x, y);
     const Feature& here = features_[self];
-    const glm::vec3 looks = look(from_[self].luminances());
-    const glm::vec3 scale = 1.0F / (kErrors * glm::sqrt(errorsAround(x, y)) + 1e-5F);
+    const Four looks = from_[self].looks;
+    const Four scale = 1.0F / (kErrors * rootOf(errorsAround(x, y)) + 1e-5F);
     const float depthScale = 1.0F / (kDepthSlack * here.slope * static_cast<float>(step));
     LightMean mean;
     around(x, y, step, [&](int place, int line, float weight) {
-      const std::size_t there = picture_.index(place, line);
-      const LitPixel& pixel = picture_.pixels[there];
-      if (pixel.lit <= 0.0F) return;
-      const float unlike = there == self ? 0.0F : unlikeness(here, features_[there], depthScale);
+      const std::size_t at = picture_.index(place, line);
+      const Feature& there = features_[at];
+      if (there.lit <= 0.0F) return;
+      const float unlike = at == self ? 0.0F : unlikeness(here, there, depthScale);
       if (unlike > 8.0F * kAroundSlack) return;
-      const Light& light = from_[there];
-      const glm::vec3 off = glm::abs(look(light.luminances()) - looks) * scale;
-      const glm::vec3 alike(falloff(unlike + off.x), falloff(unlike / kAroundSlack + apart(self, there) + off.y),
-                            falloff(unlike / kMirrorSlack + off.z));
-      mean.add(light, pixel, weight * pixel.lit * alike);
+      const Light& light = from_[at];
+      const Four off = light.looks - looks,
+                 geometry{unlike, unlike / kAroundSlack + apart(here, there), unlike / kMirrorSlack, 0.0F};
+      mean.add(light, there, weight * there.lit * falloff(geometry + chosen(off < four(0.0F), -off, off) * scale));
     });
-    return mean.mean(from_[self].coat);
-  }
-
-  // Light goes back to what it was as far as its error doesn't explain how far it was moved: an estimate after Stein,
-  // which keeps the edges of shadows and highlights.
-  Light sharpened(int x, int y) const {
-    glm::vec3 moved(1e-12F), errors(0.0F);
-    around(x, y, 1, [&](int column, int row, float weight) {
-      const LitPixel& pixel = picture_.at(column, row);
-      if (pixel.lit <= 0.0F) return;
-      const Light found = lightOf(pixel);
-      const glm::vec3 way = look(from_[picture_.index(column, row)].luminances()) - look(found.luminances());
-      moved += weight * way * way;
-      errors += weight * found.errors;
-    });
-    const glm::vec3 back = glm::max(1.0F - errors / moved, 0.0F);
-    const Light &smooth = from_[picture_.index(x, y)], found = lightOf(picture_.at(x, y));
-    return {glm::mix(smooth.chalk, found.chalk, back.x), glm::mix(smooth.around, found.around, back.y),
-            glm::mix(smooth.mirror, found.mirror, back.z),
-            back * back * found.errors + (1.0F - back) * (1.0F - back) * smooth.errors, found.coat};
+    return mean.mean();
   }
 
   // A rare bright sample leaves a speck, whose own error explains too little of it. Light on chalk is nowhere brighter
-  // than in all but one of the pixels around one; a mirror may show a point.
+  // than in all but one of the pixels around one; that of lamps may be, as far as its samples are certain: those of a
+  // gap in a shadow agree. A mirror may show a point.
   Light withoutSpeck(int x, int y) const {
     const std::size_t self = picture_.index(x, y);
     const float depthScale = 1.0F / (kDepthSlack * features_[self].slope);
     Brightest chalk, arounds;
     around(x, y, 1, [&](int column, int row, float /*weight*/) {
       const std::size_t there = picture_.index(column, row);
-      const bool tells = there != self && picture_.pixels[there].lit > 0.0F;
+      const bool tells = there != self && features_[there].lit > 0.0F;
       if (!tells || unlikeness(features_[self], features_[there], depthScale) > kAroundSlack) return;
       chalk.add(luminance(from_[there].chalk));
       arounds.add(luminance(from_[there].around));
     });
-    const Light& light = from_[self];
-    return {light.chalk * chalk.limit(luminance(light.chalk)), light.around * arounds.limit(luminance(light.around)),
-            light.mirror, light.errors, light.coat};
+    const Light &light = from_[self], found = lightOf(picture_.pixels[self], features_[self].coat);
+    const auto limited = [](Four color, const Brightest& limits, float certain) {
+      return color * limits.limit(luminance(color), certain);
+    };
+    const float certain = luminance(found.chalk) - std::sqrt(picture_.pixels[self].chalkError);
+    return {limited(light.chalk, chalk, certain), limited(light.around, arounds, 0.0F), light.mirror, light.errors,
+            four(0.0F)};
   }
 
   const LitPicture& picture_;
@@ -331,7 +254,7 @@ Outcome findGrain(const LitPicture& picture, int threads, const std::function<bo
     for (int x = 0; x < picture.width; ++x) {
       const LitPixel& pixel = picture.at(x, y);
       grain[picture.index(x, y)] =
-          pixel.lit > 0.0F ? shownGrain(filter.light(x, y), pixel) : Grain{pixel.edgeError, 0.0F};
+          pixel.lit > 0.0F ? shownGrain(filter.light(x, y), pixel, filter.coat(x, y)) : Grain{pixel.edgeError, 0.0F};
     }
   });
 }

@@ -21,9 +21,8 @@ struct Grain {
 Outcome findGrain(const LitPicture& picture, int threads, const std::function<bool()>& stop, std::vector<Grain>& grain);
 
 // Smooths the grain of chalk, around and mirror over pixels that show the same surface: alike in normal and depth, and
-// in light as far as its error tells. What textures hold stays sharp, and so do shadows and highlights: light that was
-// moved farther than its error explains is moved back. Runs on `threads`; the outcome doesn't depend on their
-// number. Stopped, the picture is half done.
+// in light as far as its error tells. What textures hold stays sharp, and so do shadows and highlights. Runs on
+// `threads`; the outcome doesn't depend on their number. Stopped, the picture is half done.
 Outcome smoothGrain(LitPicture& picture, int threads, const std::function<bool()>& stop);
 
 }  // namespace quillmere::render

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "ray_packet.h"
+#include "processors.h"
 
 namespace quillmere::render {
 namespace {
@@ -23,6 +23,7 @@ glm::vec3 at(const Gradient& gradient, float height) {
   return glm::mix(gradient.horizon, gradient.ground, glm::smoothstep(0.0F, 0.25F, -height));
 }
 
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
 constexpr float kMostStops = 40.0F;    // either way, which a float still holds
 constexpr float kSunRadius = 0.0093F;  // twice the real one, radians
 constexpr float kDusk = 0.35F;         // strength of the sky over a scene that is lit by lamps only
@@ -60,6 +61,19 @@ float skyStrength(const std::vector<scene::Light>& lights) {
   return !lights.empty() && std::ranges::all_of(lights, isLamp) ? kDusk : 1.0F;
 }
 
+// A direction to a far disc whose light travels along `direction`, to which `axes` are across.
+inline glm::vec3 towardsFar(const Across& axes, glm::vec3 direction, glm::vec2 random) {
+  const glm::vec2 disc = onDisc(random);
+  return glm::normalize((axes.u * disc.x + axes.v * disc.y) * kSunRadius - direction);
+}
+
+// Sixteen of them.
+QUILLMERE_FOR_AVX2
+void findTowardsFar(const Across& axes, glm::vec3 direction, const SamplePoints& random,
+                    VectorPerRay& __restrict towards) {
+  for (int ray = 0; ray < kRays; ++ray) towards.set(ray, towardsFar(axes, direction, random[ray]));
+}
+
 }  // namespace
 
 LightSources::LightSources(const RayScene& scene, const FinalSettings& settings, float exposure)
@@ -79,12 +93,10 @@ LightSources::LightSources(const RayScene& scene, const FinalSettings& settings,
 
 LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) const {
   const scene::Light& light = lights_[static_cast<std::size_t>(index)];
-  const glm::vec2 disc = onDisc(random);
   if (light.kind == Kind::Directional) {
-    const Across& axes = axes_[static_cast<std::size_t>(index)];
-    const glm::vec3 towards = glm::normalize((axes.u * disc.x + axes.v * disc.y) * kSunRadius - light.direction);
-    return {towards, std::numeric_limits<float>::infinity(), light.color};
+    return {towardsFar(axes_[static_cast<std::size_t>(index)], light.direction, random), kInfinity, light.color};
   }
+  const glm::vec2 disc = onDisc(random);
   const glm::vec3 center = light.position - at;
   const float squared = std::max(glm::dot(center, center), 1e-12F);
   const Across axes = across(center / std::sqrt(squared));
@@ -94,9 +106,26 @@ LightSample LightSources::sample(int index, glm::vec3 at, glm::vec2 random) cons
   return {towards, distance, light.color * (fading(light, squared) * coneShare(light, towards) / squared)};
 }
 
+void LightSources::sampleAll(int index, const VectorPerRay& at, RaySet which, const SamplePoints& random,
+                             LightSamples& samples) const {
+  const scene::Light& light = lights_[static_cast<std::size_t>(index)];
+  findTowardsFar(axes_[static_cast<std::size_t>(index)], light.direction, random, samples.direction);
+  for (int ray = 0; ray < kRays; ++ray) {
+    samples.arriving.set(ray, light.color);
+    samples.distance[ray] = kInfinity;
+  }
+  if (light.kind == Kind::Directional) return;
+  forEachRay(which, [&](int ray) {
+    const LightSample sample = this->sample(index, at[ray], random[ray]);
+    samples.direction.set(ray, sample.direction);
+    samples.arriving.set(ray, sample.arriving);
+    samples.distance[ray] = sample.distance;
+  });
+}
+
 LightSample LightSources::middle(int index, glm::vec3 at) const {
   const scene::Light& light = lights_[static_cast<std::size_t>(index)];
-  if (light.kind == Kind::Directional) return {-light.direction, std::numeric_limits<float>::infinity(), light.color};
+  if (light.kind == Kind::Directional) return {-light.direction, kInfinity, light.color};
   const glm::vec3 way = light.position - at;
   const float squared = std::max(glm::dot(way, way), 1e-12F), distance = std::sqrt(squared);
   const glm::vec3 towards = way / distance;

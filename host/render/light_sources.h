@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "panorama.h"
-#include "ray_scene.h"
+#include "ray_packet.h"
 #include "sampling.h"
 #include "scene/scene.h"
 #include "settings.h"
@@ -17,6 +17,12 @@ struct LightSample {
   glm::vec3 direction;  // towards it, unit length
   float distance;       // metres, maybe infinite
   glm::vec3 arriving;   // what a white surface that faces it sends back (irradiance by pi)
+};
+
+// The same as the points of a packet see it.
+struct LightSamples {
+  VectorPerRay direction, arriving;
+  PerRay<float> distance;
 };
 
 // What is seen where the camera meets nothing.
@@ -39,6 +45,10 @@ class LightSources {
   // A place on the light `index`, chosen by `random` in the unit square: lights are small discs, not points, so that
   // shadows have soft edges. Nothing arrives from one out of range or turned away.
   LightSample sample(int index, glm::vec3 at, glm::vec2 random) const;
+
+  // The same for the points `which` of a packet; the others get numbers, too.
+  void sampleAll(int index, const VectorPerRay& at, RaySet which, const SamplePoints& random,
+                 LightSamples& samples) const;
 
   // The same of its middle.
   LightSample middle(int index, glm::vec3 at) const;

@@ -10,12 +10,12 @@ namespace quillmere::render {
 
 // What is sent to the viewer by points, but for what they emit.
 struct SentLight {
-  // By white chalk in their place, to be multiplied with Reflection::chalk: of what comes straight from lamps and
+  // By white chalk in their place, to be multiplied with Reflections::chalk: of what comes straight from lamps and
   // emitters, whose shadows have edges, and of what comes from all around, which changes little from place to place.
   VectorPerRay chalk, around;
   VectorPerRay mirror;      // by the coat that mirrors
   PerRay<float> closeness;  // of what is met all around: one by its distance in metres
-  VectorPerRay coat;        // the colour of that coat, Reflection::coat
+  VectorPerRay coat;        // the colour of that coat, Reflections::findCoats
 };
 
 enum class Reach {

@@ -102,6 +102,13 @@ RayPacket::RayPacket(RaySet active, const VectorPerRay& origins, const VectorPer
   fill(rays_.hit.instID[0], RTC_INVALID_GEOMETRY_ID);
 }
 
+RayPacket::RayPacket(RaySet active, const VectorPerRay& origins, const VectorPerRay& directions,
+                     const PerRay<float>& farthest, const PerRay<std::uint32_t>& random)
+    : RayPacket(active, origins, directions, 0.0F, 0.0F) {
+  copy(farthest, rays_.ray.tfar);
+  std::memcpy(rays_.ray.id, random.values, sizeof rays_.ray.id);
+}
+
 void RayPacket::start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest,
                       std::uint32_t random) {
   RTCRay16& rays = rays_.ray;

@@ -54,6 +54,9 @@ class RayPacket {
   RayPacket() : rays_{} {}
   // Starts the rays of `active`. The other entries must hold numbers, too; nobody looks at them.
   RayPacket(RaySet active, const VectorPerRay& origins, const VectorPerRay& directions, float nearest, float farthest);
+  // The same from the origins on, each as far as its own; `random` as below.
+  RayPacket(RaySet active, const VectorPerRay& origins, const VectorPerRay& directions, const PerRay<float>& farthest,
+            const PerRay<std::uint32_t>& random);
 
   // Makes a ray active, from `nearest` to `farthest` in lengths of its direction. `random` decides dithered hits.
   void start(int ray, glm::vec3 origin, glm::vec3 direction, float nearest, float farthest, std::uint32_t random);

@@ -3,17 +3,17 @@
 #include <glm/glm.hpp>
 
 #include "ray_packet.h"
+#include "sampling.h"
 
 namespace quillmere::render {
 
-// How a point reflects light towards the viewer: the metallic-roughness model (glTF 2.0, appendix B), chalk under a
-// coat that mirrors with microfacets after GGX. Directions are of unit length and lead away from the point.
-class Reflection {
+// How the points of a packet reflect light towards the viewer: the metallic-roughness model (glTF 2.0, appendix B),
+// chalk under a coat that mirrors with microfacets after GGX. Directions are of unit length and lead away from the
+// points. All sixteen points are worked out at once, in vector code; those that aren't asked about get numbers, too.
+class Reflections {
  public:
-  // Filling what no ray needs would cost every packet.
-  // cppcheck-suppress uninitMemberVar
-  Reflection() {}
-  Reflection(const SurfacePoints& points, int at, glm::vec3 viewer);
+  // Of the points `which`, on which `directions` of any length lead from the viewer.
+  Reflections(const SurfacePoints& points, RaySet which, const VectorPerRay& directions);
 
   // The colour of the chalk, which what it sends back is to be multiplied with.
   static glm::vec3 chalk(const SurfacePoints& points, int at) {
@@ -21,30 +21,40 @@ class Reflection {
   }
 
   // The colour of the coat towards the viewer, about what an even light all around is multiplied with.
-  glm::vec3 coat() const { return straight_ + (1.0F - straight_) * (grazing_ * (1.0F - alpha_)); }
+  void findCoats(VectorPerRay& coats) const;
 
   // Whether the coat mirrors so much that directions are chosen for it.
-  bool shines() const { return mirrorShare_ > 0.0F; }
+  bool shines(int at) const { return of_.mirrorShare[at] > 0.0F; }
 
-  // What light from a direction becomes, when `arriving` is what a white surface that faces it sends back.
+  // What light from a direction becomes, when what arrives is what a white surface that faces it sends back.
   struct Sent {
-    float chalk;       // of white chalk, in shares of the light
-    glm::vec3 mirror;  // in the colour of the coat
+    PerRay<float> chalk;  // of white chalk, in shares of the light
+    VectorPerRay mirror;  // in the colour of the coat
   };
   // `leastRoughness` widens the mirror images of lights that no ray can meet.
-  Sent sent(glm::vec3 towards, float leastRoughness) const;
+  void findSent(const VectorPerRay& towards, float leastRoughness, Sent& sent) const;
+  glm::vec3 mirrored(int at, glm::vec3 towards, float leastRoughness) const;  // of one point
 
-  // A direction that light comes from, chosen where much of it goes to the viewer; and how often it is chosen, per
+  // Directions that light comes from, chosen where much of it goes to the viewer; and how often they are chosen, per
   // steradian.
-  glm::vec3 chosen(glm::vec2 random, float which) const;
-  float density(glm::vec3 towards) const;
+  void choose(const SamplePoints& places, const SamplePoints& choices, VectorPerRay& towards) const;
+  void findDensities(const VectorPerRay& towards, PerRay<float>& densities) const;
 
  private:
-  glm::vec3 facet(glm::vec2 random) const;
+  struct One;
+  One one(int at) const;
 
-  glm::vec3 normal_, viewer_, straight_;  // straight_: reflected where viewer and normal are one
-  float alpha_, cosine_, grazing_;        // of the viewer
-  float mirrorShare_;                     // of the choices
+  struct Look {  // what a packet of points brings
+    VectorPerRay normal, direction, color;
+    PerRay<float> metallic, roughness;
+  };
+  void workOut(const Look& look);
+
+  struct Values {
+    VectorPerRay normal, viewer, straight;  // straight: reflected where viewer and normal are one
+    PerRay<float> alpha, cosine, grazing;   // of the viewer
+    PerRay<float> mirrorShare;              // of the choices
+  } of_;
 };
 
 }  // namespace quillmere::render

@@ -1,12 +1,6 @@
 #include "sampling.h"
 
-// Functions that are compiled once more for processors with AVX2, which are asked for when the program starts. Not
-// where sanitizers aren't ready by then.
-#if defined(__x86_64__) && !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) && !defined(__clang__)
-#define QUILLMERE_FOR_AVX2 __attribute__((target_clones("avx2", "default")))
-#else
-#define QUILLMERE_FOR_AVX2
-#endif
+#include "processors.h"
 
 namespace quillmere::render {
 
@@ -18,6 +12,12 @@ void findSamplePoints(const std::uint32_t (&indices)[16], std::uint32_t seed, Sa
     points.x[i] = unitFloat(reversedBits(owenScrambled(shuffled, second)));
     points.y[i] = unitFloat(reversedBits(owenScrambled(secondDimension(shuffled), third)));
   }
+}
+
+QUILLMERE_FOR_AVX2
+void findRandomBits(const std::uint32_t (&indices)[16], std::uint32_t seed, std::uint32_t (&bits)[16]) {
+  const std::uint32_t first = mixed(seed);
+  for (int i = 0; i < 16; ++i) bits[i] = mixed(indices[i] ^ first);
 }
 
 }  // namespace quillmere::render

@@ -64,6 +64,8 @@ struct SamplePoints {
   float x[16], y[16];
 };
 void findSamplePoints(const std::uint32_t (&indices)[16], std::uint32_t seed, SamplePoints& points);
+// Sixteen well-mixed numbers.
+void findRandomBits(const std::uint32_t (&indices)[16], std::uint32_t seed, std::uint32_t (&bits)[16]);
 
 // Two unit vectors across a unit vector and across each other (Duff et al., Building an Orthonormal Basis, Revisited,
 // JCGT 6/1, 2017).

@@ -170,7 +170,7 @@ FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, Lit
 RaySet FinalShader::shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) const {
   forEachRay(layer.missed, [&](int ray) {
     const Backdrop backdrop = sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
-    sums[ray].evenLight.add(layer.weight[ray] * shown(backdrop.light));
+    sums[ray].evenLight.add(layer.weight[ray] * shown(backdrop.light), (layer.later & setOf(ray)) != 0);
     if (backdrop.holds == Backdrop::Holds::Display) {
       sums[ray].own += layer.weight[ray] * backdrop.light;
       return;
@@ -185,13 +185,14 @@ RaySet FinalShader::shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) 
   forEachRay(layer.met, [&](int ray) {
     const int at = layer.pointOf[ray];
     const float weight = layer.weight[ray];
-    sums[ray].evenLight.add(weight * underEvenLight(layer.surface, at));
+    const bool isLater = (layer.later & setOf(ray)) != 0;
+    sums[ray].evenLight.add(weight * underEvenLight(layer.surface, at), isLater);
     if ((lit & setOf(at)) == 0) {
       sums[ray].own += weight * displayed(layer.surface.color[at] + layer.surface.emission[at]);
       return;
     }
     Sum& sum = sums[ray];
-    const glm::vec3 albedo = weight * Reflection::chalk(layer.surface, at);
+    const glm::vec3 albedo = weight * Reflections::chalk(layer.surface, at);
     sum.chalk += albedo * sent.chalk[at];
     sum.albedo += albedo;
     sum.coat += weight * sent.coat[at];
@@ -200,7 +201,7 @@ RaySet FinalShader::shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) 
     sum.position += weight * layer.surface.position[at];
     sum.normal += weight * layer.surface.normal[at];
     sum.depth += weight * layer.rays.hit(ray).distance;
-    sum.chalkLight.add(weight * luminance(sent.chalk[at]));
+    sum.chalkLight.add(weight * luminance(sent.chalk[at]), isLater);
     if (reach == Reach::Lamps) return;
     sum.around += albedo * sent.around[at];
     sum.aroundAlbedo += albedo;

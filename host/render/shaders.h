@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <glm/glm.hpp>
 
 #include "color_encoding.h"
@@ -84,14 +86,40 @@ class FinalShader {
       }
     };
 
+    // Of numbers whose samples are stratified: two halves of them tell their error better than all of them as if each
+    // stood alone, but may agree by chance.
+    struct Halves {
+      float earlier = 0.0F, later = 0.0F, second = 0.0F;
+
+      void add(float value, bool isLater) {
+        (isLater ? later : earlier) += value;
+        second += value * value;
+      }
+      Halves& operator+=(const Halves& other) {
+        earlier += other.earlier;
+        later += other.later;
+        second += other.second;
+        return *this;
+      }
+      // The variance of their mean; of one number alone as above.
+      float error(float samples) const {
+        constexpr float kLeast = 0.1F;                   // of what it would be if each stood alone
+        const float count = std::floor(0.5F * samples);  // of the later ones
+        if (count < 1.0F) return earlier * earlier;
+        const float apart = 0.5F * (earlier / (samples - count) - later / count);
+        return std::max(apart * apart, kLeast * Moments{earlier + later, second}.error(samples));
+      }
+    };
+
     glm::vec3 chalk{0.0F}, around{0.0F}, albedo{0.0F}, mirror{0.0F}, coat{0.0F}, emission{0.0F}, own{0.0F};
     glm::vec3 normal{0.0F}, position{0.0F};
     float lit = 0.0F, depth = 0.0F;
     // Of the samples that were followed all around.
     glm::vec3 aroundAlbedo{0.0F}, mirrorCoat{0.0F};
     float closeness = 0.0F;
-    Moments chalkLight, aroundLight, mirrorLight;
-    Moments evenLight;  // of what the display would show under even light
+    Moments aroundLight, mirrorLight;
+    Halves chalkLight;
+    Halves evenLight;  // of what the display would show under even light
 
     Sum& operator+=(const Sum& other);
   };

@@ -75,12 +75,13 @@ class Break(AppCase):
 
     def test_stages_without_a_helper_can_be_stopped_too(self) -> None:
         rows = [
-            ("while the guide is drawn", "Rendering guide", ["--guide", "final", "--size", "2400x1600"]),
-            ("while the helper starts", "Preparing", []),
-            ("after a frame", "Render complete", ["--frames", "0-1000", "--output", "kept/a.png"]),
+            ("while the guide is drawn", "Rendering guide", ["--guide", "final", "--size", "2400x1600"], "answer"),
+            ("while the helper starts", "Preparing", [], "sleep 20; answer"),
+            ("after a frame", "Render complete", ["--frames", "0-1000", "--output", "kept/a.png"], "answer"),
         ]
-        for stage, text, arguments in rows:
+        for stage, text, arguments, helper in rows:
             with self.subTest(stage):
+                self.helper(helper)
                 process = self.begin(*arguments)
                 self.wait_for(process, text)
                 process.send_signal(signal.SIGTERM)

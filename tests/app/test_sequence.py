@@ -208,6 +208,15 @@ class SideBySide(SequenceCase):
             self.assertEqual(json.loads(entry.read_text())["frame"], frame)
         self.assertEqual(self.states(self.events("--frames", "0-5", "--resume")), dict.fromkeys(range(6), "kept"))
 
+    def test_a_style_that_is_locked_meanwhile_stays(self) -> None:
+        process = self.begin("--frames", "0-1")
+        state = self.folder / "write/quillmere/c4d/runtime/render_view_state.json"
+        state.write_text(json.dumps({"locked_style_image": "/later.png"}))
+        (self.folder / "go").touch()
+        process.communicate(timeout=60)
+        self.assertEqual(json.loads(state.read_text())["locked_style_image"], "/later.png")
+        self.assertEqual(process.returncode, 0)
+
     def test_there_is_one_frame_ahead_of_all_servers(self) -> None:
         self.helper("succeed", """echo '{"ok": true, "backend": "comfyui", "servers": 3}'""")
         self.render("--frames", "0-5")
