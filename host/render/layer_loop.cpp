@@ -105,13 +105,10 @@ void PixelSampling::place(const PixelBlock& pixels, const PerRay<std::uint32_t>&
 }
 
 RaySet PixelSampling::laterRays(int pass) const {
-  const bool together = block == PixelBlock::Side::One;  // sixteen of a pixel, one after the other
-  RaySet later = 0;
-  for (int ray = 0; ray < kRays; ++ray) {
-    const int sample = together ? kRays * pass + ray : pass, all = together ? kRays * passes : passes;
-    later |= static_cast<RaySet>(2 * sample >= all) << ray;
-  }
-  return later;
+  constexpr RaySet kAll = (RaySet{1} << kRays) - 1;
+  if (block != PixelBlock::Side::One) return 2 * pass >= passes ? kAll : 0;
+  const int first = std::clamp(kRays * passes / 2 - kRays * pass, 0, kRays);  // sixteen of a pixel one after the other
+  return kAll & ~((RaySet{1} << first) - 1);
 }
 
 std::uint32_t PixelSampling::placeNumber(std::uint32_t number) const {
