@@ -4,16 +4,22 @@
 #include <cmath>
 #include <vector>
 
+#include "light_filter.h"
+
 namespace quillmere::render {
 namespace {
 
-constexpr float kError = 0.006F;                           // of a pixel's stored value that is left alone
-constexpr float kErrorOfBoth = 0.01F;                      // where samples are followed all around for it
+// Of a pixel's stored value, what is left alone.
+constexpr float kCoverError = 0.0018F, kLampsError = 0.0018F, kAroundError = 0.0041F;
 constexpr float kMost = PixelSampling::kMostTimes - 1.0F;  // times the samples that there are
 
-// Passes of sixteen samples each, of which the first ones are followed all around.
+using Reach = FinalShader::Reach;
+
+// Passes of sixteen samples each, of which the first ones are followed to lamps, and the first of these all around.
 struct PassCounts {
-  int all, around;
+  int all, lamps, around;
+
+  Reach reach(int pass) const { return pass < around ? Reach::All : pass < lamps ? Reach::Lamps : Reach::Camera; }
 };
 
 // As many samples as errors, not their squares, ask for: so the error of the whole picture falls fastest.
@@ -22,36 +28,41 @@ int passesFor(float error, float left, int samples) {
   return static_cast<int>(std::lround(times * static_cast<float>(samples) / kRays));
 }
 
-// Samples that go no farther than lamps take two fifths of the time, and are enough where edges and shadows err most.
+// Samples that only tell which surfaces a pixel shows take a fifth of the time or less of those that are followed all
+// around, those that go no farther than lamps two fifths.
 PassCounts passesFor(const Grain& grain, int samples) {
-  if (grain.around < grain.edges) {
-    return {passesFor(grain.edges, kError, samples), passesFor(grain.around, kError, samples)};
-  }
-  const int both = passesFor(grain.edges + grain.around, kErrorOfBoth, samples);
-  return {both, both};
+  const int around = passesFor(grain.around, kAroundError, samples);
+  const int lamps = std::max(around, passesFor(grain.lamps, kLampsError, samples));
+  return {std::max(lamps, passesFor(grain.cover, kCoverError, samples)), lamps, around};
 }
 
-// Half of the pixel itself, half of the mean around it: few samples may all have missed what those beside them met.
+// The mean around a pixel, and a little of its own: few samples may all have missed what those beside them met.
 Grain grainNear(const std::vector<Grain>& grain, const LitPicture& picture, int x, int y) {
-  float edges = 0.0F, around = 0.0F, weights = 0.0F;
-  for (int row = std::max(0, y - 1); row <= std::min(picture.height - 1, y + 1); ++row) {
-    for (int column = std::max(0, x - 1); column <= std::min(picture.width - 1, x + 1); ++column) {
-      const float weight = (row == y ? 2.0F : 1.0F) * (column == x ? 2.0F : 1.0F);
-      const Grain& there = grain[picture.index(column, row)];
-      edges += weight * there.edges;
-      around += weight * there.around;
-      weights += weight;
+  constexpr float kOwn = 0.25F;
+  Grain sum{0.0F, 0.0F, 0.0F};
+  const auto add = [&](const Grain& there, float weight) {
+    sum.cover += weight * there.cover;
+    sum.lamps += weight * there.lamps;
+    sum.around += weight * there.around;
+  };
+  const auto weightOf = [&](int column, int row) { return (row == y ? 2.0F : 1.0F) * (column == x ? 2.0F : 1.0F); };
+  const int left = std::max(0, x - 1), right = std::min(picture.width - 1, x + 1);
+  const int top = std::max(0, y - 1), bottom = std::min(picture.height - 1, y + 1);
+  const float columns = static_cast<float>(right - left + 2), rows = static_cast<float>(bottom - top + 2);
+  for (int row = top; row <= bottom; ++row) {
+    for (int column = left; column <= right; ++column) {
+      add(grain[picture.index(column, row)], (1.0F - kOwn) * weightOf(column, row) / (columns * rows));
     }
   }
-  const Grain& here = grain[picture.index(x, y)];
-  return {0.5F * (here.edges + edges / weights), 0.5F * (here.around + around / weights)};
+  add(grain[picture.index(x, y)], kOwn);
+  return sum;
 }
 
 // The shader of a picture, which follows samples as far as asked.
 struct ReachingShader {
   using Sum = FinalShader::Sum;
 
-  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const { return shader.shade(layer, sums, reach); }
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const { return shader.shadeFurther(layer, sums, reach); }
   void store(const Sum& /*sum*/, float /*samples*/, int /*x*/, int /*y*/) const {}
 
   const FinalShader& shader;
@@ -59,24 +70,23 @@ struct ReachingShader {
 };
 
 void sampleEdge(const PictureRequest& request, const CameraRays& camera, const PixelSampling& sampling,
-                const FinalShader& shader, int aroundPasses, glm::ivec2 pixel) {
-  const PixelBlock block{sampling.block, pixel.x, pixel.y};
+                const FinalShader& shader, const PassCounts& passes, glm::ivec2 place, LitPixel& pixel) {
+  const PixelBlock block{sampling.block, place.x, place.y};
   const PerRay<std::uint32_t> firsts = sampling.firstSamples(block);
-  PerRay<FinalShader::Sum> sums{};
   MetTriangle triangle;
   for (int pass = 0; pass < sampling.passes; ++pass) {
-    const ReachingShader reaching{shader, pass < aroundPasses ? Reach::All : Reach::Lamps};
-    drawPass(request, camera, sampling, block, firsts, pass, reaching, sums, triangle);
+    const ReachingShader reaching{shader, passes.reach(pass)};
+    PixelSampling now = sampling;
+    now.shared = reaching.reach == Reach::Camera;
+    drawPass(request, camera, now, block, firsts, pass, reaching, BlockSums(&pixel), triangle);
   }
-  for (int ray = 1; ray < kRays; ++ray) sums[0] += sums[ray];
-  shader.addTo(sums[0], static_cast<float>(kRays * sampling.passes), static_cast<float>(kRays * aroundPasses), pixel.x,
-               pixel.y);
+  pixel.samples += static_cast<float>(kRays * sampling.passes);
 }
 
 }  // namespace
 
 Outcome sampleEdges(const PictureRequest& request, int samples, std::uint32_t seed, const FinalShader& shader,
-                    const LitPicture& picture) {
+                    LitPicture& picture) {
   constexpr int kTile = 16;  // pixels
   const CameraRays camera(request.camera, request.width, request.height);
   std::vector<Grain> grain;
@@ -86,8 +96,8 @@ Outcome sampleEdges(const PictureRequest& request, int samples, std::uint32_t se
       for (int x = tile.left; x < tile.right; ++x) {
         const PassCounts passes = passesFor(grainNear(grain, picture, x, y), samples);
         if (passes.all == 0) continue;
-        sampleEdge(request, camera, PixelSampling::further(kRays * passes.all, samples, seed), shader, passes.around,
-                   {x, y});
+        sampleEdge(request, camera, PixelSampling::further(kRays * passes.all, samples, seed), shader, passes, {x, y},
+                   picture.at(x, y));
       }
     }
   });

@@ -9,6 +9,6 @@ namespace quillmere::render {
 // the edges of shadows and highlights), up to fifteen times the `samples` with which `picture` was drawn by `shader`.
 // The outcome doesn't depend on the threads.
 Outcome sampleEdges(const PictureRequest& request, int samples, std::uint32_t seed, const FinalShader& shader,
-                    const LitPicture& picture);
+                    LitPicture& picture);
 
 }  // namespace quillmere::render

@@ -8,10 +8,14 @@
 // What the grain's filter takes from pixel to pixel, in vectors of four.
 namespace quillmere::render {
 
-// What errors are multiplied with, of chalk, around and mirror: two halves of a pixel's samples may agree by chance,
-// and of sixteen that go all around, most pixels have missed what is rare and bright, and so tell of too little error.
-constexpr Four kErrorScale{5.0F, 3.0F, 5.0F, 0.0F};
+// What errors are multiplied with, of chalk, around and mirror: few samples of what is chosen by chance, and of what is
+// all around, may all have missed what is rare and bright, and so tell of too little error. Of one lamp they tell the
+// edges of shadows, which smoothing would blur.
+constexpr Four errorScale(LampChoice choice) {
+  return Four{choice == LampChoice::Places ? 8.0F : choice == LampChoice::Lamps ? 1.5F : 0.2F, 6.0F, 5.0F, 0.0F};
+}
 constexpr float kLeastAlbedo = 1e-3F;
+constexpr float kLeastAlone = 0.1F;  // of errors of lamps' light, of what they would be if each sample stood alone
 constexpr float kMostError = 1e30F;  // which also stands for what is no number
 
 // Colours and vectors are kept as Fours whose last number is 0.
@@ -36,14 +40,14 @@ inline Four atLeast(Four limit, Four four) {
   return chosen(four > limit, four, limit);
 }
 
-// What of a pixel stays while its light is smoothed.
+// What of a fragment stays while its light is smoothed.
 struct Feature {
   Four normal, position;                  // metres
   float depth, slope;                     // metres; metres a pixel
   float closeness;                        // of what is around, 1/metres
-  float lit;                              // as LitPixel's
-  Four albedo, aroundAlbedo, mirrorCoat;  // as LitPixel's, a little more than black
-  float coat;  // luminance of what the mirrored light is multiplied with: as bright as that it looks
+  float coat;                             // luminance of what the mirrored light is multiplied with: as bright it looks
+  Four shares;                            // of the pixel's first samples those that tell of chalk, around and mirror
+  Four albedo, aroundAlbedo, mirrorCoat;  // in the mean of those, a little more than black
 };
 
 // Of chalk, around and mirror, in this order, how different their lights look, in numbers to be subtracted: else a
@@ -69,13 +73,14 @@ struct Light {
   Light seen(float coat) const { return {chalk, around, mirror, errors, look(luminances(coat))}; }
 };
 
-inline Light lightOf(const LitPixel& pixel, float coat) {
-  const auto without = [](glm::vec3 light, glm::vec3 color) { return fourOf(light / glm::max(color, kLeastAlbedo)); };
+inline Light lightOf(const LitFragment& fragment, float coat, Four scale) {
   Light light{
-      without(pixel.chalk, pixel.albedo), without(pixel.around, pixel.aroundAlbedo),
-      without(pixel.mirror, pixel.mirrorCoat),
-      atMost(four(kMostError), kErrorScale * Four{pixel.chalkError, pixel.aroundError, pixel.mirrorError, 0.0F}),
+      fourOf(fragment.chalk.alone(fragment.chalkLight.all.weight)),
+      fourOf(fragment.around.alone(fragment.aroundLight.weight)),
+      fourOf(fragment.mirror.alone(fragment.mirrorLight.weight)),
+      Four{fragment.chalkLight.error(kLeastAlone), fragment.aroundLight.error(), fragment.mirrorLight.error(), 0.0F},
       four(0.0F)};
+  light.errors = atMost(four(kMostError), scale * light.errors);
   light.errors[2] *= coat * coat;
   const Four luminances = light.luminances(coat), steepness = steepnessOfLook(luminances);
   light.errors *= steepness * steepness;
@@ -87,7 +92,8 @@ inline Light lightOf(const LitPixel& pixel, float coat) {
 class LightMean {
  public:
   // Black tells nothing of its light.
-  void add(const Light& light, const Feature& feature, Four weight) {
+  void add(const Light& light, const Feature& feature, Four similarity) {
+    const Four weight = similarity * feature.shares;
     const Four chalk = weight[0] * feature.albedo, around = weight[1] * feature.aroundAlbedo;
     const Four mirror = weight[2] * feature.mirrorCoat;
     sum_.chalk += chalk * light.chalk;

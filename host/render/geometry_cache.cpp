@@ -83,7 +83,7 @@ SceneHandle GeometryCache::build(const Shape& shape) const {
     rtcSetGeometryOccludedFilterFunction(mesh.get(), filter_);
   }
   rtcCommitGeometry(mesh.get());
-  SceneHandle built = newScene(device_, filters_);
+  SceneHandle built = newScene(device_, shape.traceFilters);
   rtcAttachGeometryByID(built.get(), mesh.get(), 0);
   rtcCommitScene(built.get());
   throwOnError(device_, "prepare a mesh for ray tracing");

@@ -23,7 +23,7 @@ using GeometryHandle = std::unique_ptr<RTCGeometryTy, ReleaseHandle>;
 
 // A device that uses all cores to build. Throws Error, which names the need where there is too little memory.
 DeviceHandle makeDevice();
-// Whether traces may ask a filter of their own about each hit, which slows all of them a little.
+// Whether traces may ask a filter of their own about each hit in a scene, which slows all of them.
 enum class TraceFilters { No, Yes };
 // An empty scene.
 SceneHandle newScene(RTCDevice device, TraceFilters filters);
@@ -35,10 +35,11 @@ void throwOnError(RTCDevice device, const char* doing);
 // A geometry to be traced.
 struct Shape {
   std::shared_ptr<const scene::Geometry> geometry;
-  bool filtered = false;  // whether a filter is asked about each hit
+  bool filtered = false;                         // whether a filter is asked about each hit
+  TraceFilters traceFilters = TraceFilters::No;  // of its hits
 
   friend bool operator<(const Shape& a, const Shape& b) {
-    return std::tie(a.geometry, a.filtered) < std::tie(b.geometry, b.filtered);
+    return std::tie(a.geometry, a.filtered, a.traceFilters) < std::tie(b.geometry, b.filtered, b.traceFilters);
   }
 };
 
@@ -46,8 +47,7 @@ struct Shape {
 class GeometryCache {
  public:
   // `filter` decides about the hits of filtered shapes, on any thread. The device must outlive the cache.
-  GeometryCache(RTCDevice device, RTCFilterFunctionN filter, TraceFilters filters = TraceFilters::No)
-      : device_(device), filter_(filter), filters_(filters) {}
+  GeometryCache(RTCDevice device, RTCFilterFunctionN filter) : device_(device), filter_(filter) {}
 
   // Builds those of `shapes` that are not there yet on all cores, and forgets all that are not among them. The shared
   // vertex arrays are traced in place: std::vector's spare room holds the 4 bytes that Embree reads past the last
@@ -62,7 +62,6 @@ class GeometryCache {
 
   RTCDevice device_;
   RTCFilterFunctionN filter_;
-  TraceFilters filters_;
   std::map<Shape, SceneHandle> built_;
 };
 

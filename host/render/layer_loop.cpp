@@ -122,10 +122,11 @@ LayerTrace::LayerTrace(const PictureRequest& request, const CameraRays& camera, 
                        const PixelBlock& block, const PerRay<std::uint32_t>& firsts, int pass, MetTriangle& triangle)
     : request_(request),
       camera_(camera),
-      layer_(rays_, block, numbersOf(sampling, firsts, pass), sampling.seed),
+      layer_(camera, rays_, block, numbersOf(sampling, firsts, pass), sampling.seed),
       rays_(packetOf(insideOf(request, block), sampling)),
       triangle_(triangle),
-      footprint_(sampling.footprint) {
+      footprint_(sampling.footprint),
+      shared_(sampling.shared) {
   for (int ray = 0; ray < kRays; ++ray) layer_.reaching[ray] = 1.0F;
   layer_.later = sampling.laterRays(pass);
 }
@@ -176,21 +177,22 @@ bool LayerTrace::findNext() {
   seesThrough_ = false;
   if (layer_.block.side == PixelBlock::Side::Two && rays_.allAgree() && addFour()) return true;
   for (RaySet open = layer_.met; open != 0;) {
-    const RaySet sharing = sharingWith(std::countr_zero(open), open);
-    addPoint(sharing);
-    open &= ~sharing;
+    const int first = std::countr_zero(open);
+    const RaySet together = rays_.agreeing(first) & open;
+    const bool shared = sharesPoint(rays_.hit(first));
+    for (RaySet left = together; left != 0;) {
+      const RaySet sharing = shared ? left : left & layer_.block.raysBeside(std::countr_zero(left));
+      addPoint(sharing);
+      left &= ~sharing;
+    }
+    open &= ~together;
   }
   forEachRay(layer_.missed, [&](int ray) { layer_.weight[ray] = layer_.reaching[ray]; });
   return true;
 }
 
-// The rays of the same pixel that met the same triangle.
-RaySet LayerTrace::sharingWith(int ray, RaySet among) const {
-  RaySet sharing = setOf(ray);
-  forEachRay(among & layer_.block.raysBeside(ray) & ~sharing, [&](int other) {
-    if (rays_.agree(ray, other)) sharing |= setOf(other);
-  });
-  return sharing;
+bool LayerTrace::sharesPoint(const Hit& hit) const {
+  return shared_ && !request_.scene.instances()[hit.instance].material->textured;
 }
 
 void LayerTrace::meet(const Hit& hit) {

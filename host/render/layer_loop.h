@@ -37,8 +37,8 @@ struct PixelBlock {
     return {left + (pixel & (pixels() - 1)), top + (pixel >> bits)};
   }
   RaySet raysBeside(int ray) const;  // those of the same pixel
-  // Which sum is that of all samples of a ray's pixel. A block of one pixel has a sum for each sample.
-  int summedAt(int ray) const { return side == Side::Two ? ray >> 2 : ray; }
+  // Which sum is that of all samples of a ray's pixel.
+  int summedAt(int ray) const { return ray >> (4 - 2 * static_cast<int>(side)); }
 };
 
 // Where the samples of a picture lie in its pixels.
@@ -64,6 +64,7 @@ struct PixelSampling {
   std::uint32_t seed;
   int earlier = 0;                 // samples that the pixels have had
   std::uint32_t placeSeed = seed;  // of where in the pixels samples are
+  bool shared = false;             // whether samples of a single pixel share points on a triangle without pictures
 
   bool isGrid() const { return block == PixelBlock::Side::Two; }
   int tileSide() const { return isGrid() ? 32 : 16; }  // pixels; whoever stops the drawing waits for one tile
@@ -82,11 +83,12 @@ struct PixelSampling {
 struct Layer {
   // Filling what no set names would cost every packet.
   // cppcheck-suppress uninitMemberVar
-  Layer(const RayPacket& traced, const PixelBlock& pixels, const PerRay<std::uint32_t>& samples,
-        std::uint32_t sequenceSeed)
-      : rays(traced), block(pixels), numbers(samples), seed(sequenceSeed) {}
+  Layer(const CameraRays& seenThrough, const RayPacket& traced, const PixelBlock& pixels,
+        const PerRay<std::uint32_t>& samples, std::uint32_t sequenceSeed)
+      : camera(seenThrough), rays(traced), block(pixels), numbers(samples), seed(sequenceSeed) {}
 
-  const RayPacket& rays;  // directions, as long as one metre of depth; distances, so metres along the view axis
+  const CameraRays& camera;  // which the rays are of
+  const RayPacket& rays;     // directions, as long as one metre of depth; distances, so metres along the view axis
   const PixelBlock& block;
   PerRay<std::uint32_t> numbers;  // of the samples in the sequence of the picture
   std::uint32_t seed;             // of that sequence
@@ -133,9 +135,9 @@ class LayerTrace {
  private:
   static RaySet insideOf(const PictureRequest& request, const PixelBlock& block);
   RayPacket packetOf(RaySet active, const PixelSampling& sampling) const;
-  RaySet sharingWith(int ray, RaySet among) const;
   void trace();
   FourHits middles() const;
+  bool sharesPoint(const Hit& hit) const;
   void addPoint(RaySet sharing);
   bool addFour();
   void meet(const Hit& hit);
@@ -146,12 +148,13 @@ class LayerTrace {
   RayPacket rays_;
   MetTriangle& triangle_;  // the last one that was met
   float footprint_;
+  bool shared_;
   int found_ = 0;             // layers
   bool isTraced_ = false;     // whether the next layer's hits are there already
   bool seesThrough_ = false;  // whether any point of the layer lets light through
 };
 
-// The sums of a block's pixels, or of its samples: see PixelBlock::summedAt. Somebody else's, who outlives this.
+// The sums of a block's pixels: see PixelBlock::summedAt. Somebody else's, who outlives this.
 template <class Sum>
 class BlockSums {
  public:
@@ -169,7 +172,6 @@ concept Shader = requires(const T& shader, const Layer& layer, BlockSums<typenam
   // Adds to the sum of each ray's pixel, `sums[layer.block.summedAt(ray)]`, what the layer brings to its sample.
   // Returns the rays whose samples need no layer behind this one; samples that are spent end without being told.
   { shader.shade(layer, sums) } -> std::same_as<RaySet>;
-  sums[0] += sums[1];
   // Writes pixel (x, y) from the sum of that many samples; each pixel once, on any thread.
   shader.store(sums[0], 1.0F, 0, 0);
 };

@@ -255,14 +255,14 @@ class LightTransport {
 // The points of one packet, and what they send.
 class PacketLight {
  public:
-  PacketLight(const LightTransport& transport, const SurfacePoints& points, RaySet which,
+  PacketLight(const LightTransport& transport, const SurfacePoints& points, const FollowedPoints& followed,
               const VectorPerRay& directions, const PerRay<std::uint32_t>& numbers, std::uint32_t seed)
       : transport_(transport),
         points_(points),
         numbers_(numbers),
         seed_(seed),
-        places_(points, which),
-        reflections_(points, which, directions) {
+        places_(points, followed.lamps),
+        reflections_(points, followed.lamps, directions) {
     reflections_.findCoats(sent_.coat);
   }
   const SentLight& sent() const { return sent_; }
@@ -293,7 +293,7 @@ class PacketLight {
     add(sent, emitted.light, sent_.chalk, sent_.mirror);
   }
 
-  void addSurroundings() {
+  void addSurroundings(RaySet which) {
     PerRay<float> densities, farthest;
     VectorPerRay towards;
     reflections_.choose(random(kSurroundings).points(), random(kSurroundings).choices(), towards);
@@ -303,7 +303,7 @@ class PacketLight {
     }
     reflections_.findDensities(towards, densities);
     RaySet chosen = 0;
-    forEachRay(places_.which, [&](int ray) { chosen |= densities[ray] > 1e-6F ? setOf(ray) : 0; });
+    forEachRay(which, [&](int ray) { chosen |= densities[ray] > 1e-6F ? setOf(ray) : 0; });
     if (chosen == 0) return;
     RayPacket rays(chosen, places_.leaving, towards, farthest, random(kSurroundings).bits());
     const VectorPerRay arriving = transport_.surroundings(rays, densities, random(kSurroundings));
@@ -331,13 +331,13 @@ class PacketLight {
 
 }  // namespace
 
-SentLight LightEstimate::at(const SurfacePoints& points, RaySet which, const VectorPerRay& directions,
-                            const PerRay<std::uint32_t>& numbers, std::uint32_t seed, Reach reach) const {
+SentLight LightEstimate::at(const SurfacePoints& points, const FollowedPoints& followed, const VectorPerRay& directions,
+                            const PerRay<std::uint32_t>& numbers, std::uint32_t seed) const {
   const LightTransport transport(scene_, sources_, emitters_);
-  PacketLight light(transport, points, which, directions, numbers, seed);
+  PacketLight light(transport, points, followed, directions, numbers, seed);
   light.addLamp();
   if (!emitters_.empty()) light.addEmitters();
-  if (reach == Reach::All) light.addSurroundings();
+  if (followed.arounds != 0) light.addSurroundings(followed.arounds);
   return light.sent();
 }
 

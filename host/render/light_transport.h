@@ -4,6 +4,7 @@
 
 #include "emitters.h"
 #include "light_sources.h"
+#include "lit_picture.h"
 #include "ray_packet.h"
 
 namespace quillmere::render {
@@ -18,9 +19,10 @@ struct SentLight {
   VectorPerRay coat;        // the colour of that coat, Reflections::findCoats
 };
 
-enum class Reach {
-  Lamps,  // chalk's light alone that comes straight from lamps and emitters
-  All     // what comes from all around, and what is mirrored, besides
+// Which points of a packet are followed how far.
+struct FollowedPoints {
+  RaySet lamps;    // to lamps and emitters, for the light of chalk
+  RaySet arounds;  // of those: for what comes from all around, and what is mirrored, besides
 };
 
 // Estimates the light of points by tracing: what comes straight from lamps and from what the scene emits, and once
@@ -31,10 +33,14 @@ class LightEstimate {
   LightEstimate(const RayScene& scene, const LightSources& sources)
       : scene_(scene), sources_(sources), emitters_(scene) {}
 
+  LampChoice lampChoice() const {
+    return !emitters_.empty() ? LampChoice::Places : sources_.count() > 1 ? LampChoice::Lamps : LampChoice::None;
+  }
+
   // `directions` lead from the viewer to the points, of any length. `numbers` are those of the samples in a sequence
   // for the whole picture.
-  SentLight at(const SurfacePoints& points, RaySet which, const VectorPerRay& directions,
-               const PerRay<std::uint32_t>& numbers, std::uint32_t seed, Reach reach) const;
+  SentLight at(const SurfacePoints& points, const FollowedPoints& followed, const VectorPerRay& directions,
+               const PerRay<std::uint32_t>& numbers, std::uint32_t seed) const;
 
  private:
   const RayScene& scene_;

@@ -1,39 +1,53 @@
 #include "lit_picture.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace quillmere::render {
 
-LitPixel LitPixel::with(const LitPixel& other) const {
-  LitPixel both;
-  both.samples = samples + other.samples;
-  both.aroundSamples = aroundSamples + other.aroundSamples;
-  const float share = samples / both.samples, rest = 1.0F - share;
-  const float aroundShare = aroundSamples / both.aroundSamples, aroundRest = 1.0F - aroundShare;
-  const auto mean = [&](const auto& mine, const auto& others) { return share * mine + rest * others; };
-  const auto aroundMean = [&](const auto& mine, const auto& others) {
-    return aroundShare * mine + aroundRest * others;
-  };
-  const auto error = [](float part, float mine, float others) {
-    return part * part * mine + (1.0F - part) * (1.0F - part) * others;
-  };
-  both.chalk = mean(chalk, other.chalk);
-  both.around = aroundMean(around, other.around);
-  both.aroundAlbedo = aroundMean(aroundAlbedo, other.aroundAlbedo);
-  both.albedo = mean(albedo, other.albedo);
-  both.closeness = aroundMean(closeness, other.closeness);
-  both.position = both.lit > 0.0F ? mean(lit * position, other.lit * other.position) / both.lit : glm::vec3(0.0F);
-  both.coat = mean(coat, other.coat);
-  both.mirror = aroundMean(mirror, other.mirror);
-  both.mirrorCoat = aroundMean(mirrorCoat, other.mirrorCoat);
-  both.emission = mean(emission, other.emission);
-  both.own = mean(own, other.own);
-  both.lit = mean(lit, other.lit);
-  both.normal = normal + other.normal;
-  both.depth = both.lit > 0.0F ? mean(lit * depth, other.lit * other.depth) / both.lit : 0.0F;
-  both.chalkError = error(share, chalkError, other.chalkError);
-  both.aroundError = error(aroundShare, aroundError, other.aroundError);
-  both.mirrorError = error(aroundShare, mirrorError, other.mirrorError);
-  both.edgeError = error(share, edgeError, other.edgeError);
-  return both;
+float Moments::error() const {
+  if (!(weight > 0.0F)) return 0.0F;
+  const float mean = first / weight, spread = second / weight - mean * mean;
+  return count > 1.0F ? std::max(0.0F, spread) / (count - 1.0F) : mean * mean;
+}
+
+float Halves::error(float least) const {
+  if (!(laterWeight > 0.0F && earlierWeight() > 0.0F)) return all.error();
+  const float apart = 0.5F * ((all.first - later) / earlierWeight() - later / laterWeight);
+  return std::max(apart * apart, least * all.error());
+}
+
+constexpr float kLeastWeight = 1e-6F;
+
+glm::vec3 ColoredLight::alone(float weight) const {
+  constexpr float kLeastColor = 1e-3F;
+  return light / glm::max(color, glm::vec3(kLeastColor * std::max(kLeastWeight, weight)));
+}
+
+glm::vec3 LitFragment::meanCoat() const {
+  return coat / std::max(kLeastWeight, chalkLight.all.weight);
+}
+
+int LitPixel::fragmentOf(glm::vec3 faceNormal, glm::vec3 place, float size) {
+  constexpr float kOff = 1.0F;   // of a pixel that a place may be off the surface of a fragment
+  constexpr float kTurn = 0.3F;  // by which the cosine between normals may be less than one
+  float least = 0.0F;
+  int likest = -1;
+  for (std::size_t i = 0; i < fragments.size(); ++i) {
+    const glm::vec3 normal = fragments[i].faceNormal, way = place - fragments[i].place;
+    const float off = std::abs(glm::dot(normal, way)) + std::abs(glm::dot(faceNormal, way));
+    const float unlike = std::max(off * kTurn, (1.0F - glm::dot(normal, faceNormal)) * kOff * size);
+    if (unlike < kOff * kTurn * size) return static_cast<int>(i);
+    if (likest < 0 || unlike < least) {
+      least = unlike;
+      likest = static_cast<int>(i);
+    }
+  }
+  if (fragments.size() == kMostFragments) return likest;
+  fragments.emplace_back();
+  fragments.back().faceNormal = faceNormal;
+  fragments.back().place = place;
+  return static_cast<int>(fragments.size()) - 1;
 }
 
 }  // namespace quillmere::render

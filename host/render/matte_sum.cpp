@@ -23,14 +23,6 @@ void MatteSum::add(std::uint32_t id, float weight) {
   if (least->weight < weight) *least = {id, weight};
 }
 
-MatteSum& MatteSum::operator+=(const MatteSum& other) {
-  for (int i = 0; i < other.count_; ++i) {
-    const Share& share = other.shares_[static_cast<std::size_t>(i)];
-    add(share.id, share.weight);
-  }
-  return *this;
-}
-
 MatteSum::Ranked MatteSum::ranked() const {
   Ranked ranks{};
   std::partial_sort_copy(

@@ -46,7 +46,6 @@ class MatteSum {
   // cppcheck-suppress uninitMemberVar
   MatteSum() {}  // NOLINT(modernize-use-equals-default)
   void add(std::uint32_t id, float weight);
-  MatteSum& operator+=(const MatteSum& other);
   // Writes the largest as pairs of id and share to `layers`, by falling share; of equal ones by id, so that nothing
   // hangs on the order in which they came; and 0 behind them. `whole` is what all of a pixel would be.
   void store(const std::vector<Plane>& layers, float whole, std::ptrdiff_t pixel) const;

@@ -64,30 +64,6 @@ glm::vec3 unit(glm::vec3 direction) {
 }  // namespace
 
 template <Mattes kMattes>
-typename PassShader<kMattes>::Seen& PassShader<kMattes>::Seen::operator+=(const Seen& other) {
-  albedo += other.albedo;
-  normal += other.normal;
-  alpha += other.alpha;
-  samples += other.samples;
-  tone += other.tone;
-  evenDepth += other.evenDepth;
-  if (other.nearest < nearest) {
-    nearest = other.nearest;
-    position = other.position;
-  }
-  mattes += other.mattes;
-  return *this;
-}
-
-template <Mattes kMattes>
-typename PassShader<kMattes>::Sum& PassShader<kMattes>::Sum::operator+=(const Sum& other) {
-  quick += other.quick;
-  if (other.seen && seen) *seen += *other.seen;
-  if (other.seen && !seen) seen = other.seen;
-  return *this;
-}
-
-template <Mattes kMattes>
 PassShader<kMattes>::PassShader(const PictureRequest& picture, const PassRequest& request, PassIds ids,
                                 PassTarget target)
     : scene_(picture.scene),

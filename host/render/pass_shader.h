@@ -35,16 +35,9 @@ struct PassTarget {
 template <Mattes kMattes>
 class PassShader {
  public:
-  struct NoMattes {
-    NoMattes& operator+=(const NoMattes& /*other*/) { return *this; }
-  };
+  struct NoMattes {};
   struct BothMattes {
     MatteSum objects, materials;
-    BothMattes& operator+=(const BothMattes& other) {
-      objects += other.objects;
-      materials += other.materials;
-      return *this;
-    }
   };
   // Of what the samples see, see Passes.
   struct Seen {
@@ -55,11 +48,8 @@ class PassShader {
     float alpha = 0.0F, samples = 0.0F, tone = 0.0F, evenDepth = 0.0F;
     float nearest = std::numeric_limits<float>::infinity();
     std::conditional_t<kMattes == Mattes::Yes, BothMattes, NoMattes> mattes;
-
-    Seen& operator+=(const Seen& other);
   };
-  // The samples of a pixel are added up in the sum of its first ray: those of the others stay as they were made, which
-  // is why making one must not cost much.
+  // Most pixels of a grid are stored without one being filled, which is why making one must not cost much.
   struct Sum {
     // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): the optional's value is nobody's before it is there
     Sum() {}
@@ -67,8 +57,6 @@ class PassShader {
     QuickShader::Sum quick;
     std::optional<Seen> seen;
     bool isStored = false;  // whether all of the pixel is
-
-    Sum& operator+=(const Sum& other);
   };
 
   // All that the arguments refer to must outlive this.

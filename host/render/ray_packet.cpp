@@ -155,6 +155,14 @@ bool RayPacket::allAgree() const {
   return different == 0 && active_ == (RaySet{1} << kRays) - 1;
 }
 
+RaySet RayPacket::agreeing(int ray) const {
+  const RTCHit16& hits = rays_.hit;
+  const unsigned int triangle = hits.primID[ray], instance = hits.instID[0][ray];
+  return active_ & raysThat([&](int other) {
+           return ((hits.primID[other] ^ triangle) | (hits.instID[0][other] ^ instance) | hits.geomID[other]) == 0;
+         });
+}
+
 RaySet RayPacket::findUnblocked(const RayScene& scene) {
   scene.occlude(TraceMask(active_).valid.data(), rays_.ray);
   return active_ & raysThat([&](int ray) { return !(rays_.ray.tfar[ray] < 0.0F); });
@@ -174,9 +182,11 @@ MetTriangle::MetTriangle(const RayScene& scene, std::uint32_t instance, std::uin
       index_(index),
       corners_(cornersOf(*met_->surface->geometry, index)),
       world_(triangleOf(*met_->surface, corners_)),
-      cross_(glm::cross(world_.edge1, world_.edge2)),
-      normal_(unit(cross_, glm::vec3(0.0F))),
-      doubleArea_(glm::length(cross_)) {}
+      cross_(glm::cross(world_.edge1, world_.edge2)) {
+  const float square = glm::dot(cross_, cross_);
+  doubleArea_ = std::sqrt(square);
+  if (std::isnormal(square)) normal_ = cross_ / doubleArea_;
+}
 
 void SurfacePoints::resolve(int at, const MetTriangle& on, const Hit& hit, glm::vec3 direction, float pixelHeight) {
   const Instance& met = *on.met_;

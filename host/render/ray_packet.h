@@ -69,11 +69,8 @@ class RayPacket {
   void findNearest(const RayScene& scene, RayUse use);
   RaySet found() const;   // the active rays that hit something
   bool allAgree() const;  // whether all sixteen rays are active and hit the same triangle
-  // Whether these rays, which both hit something, hit the same triangle.
-  bool agree(int ray, int other) const {
-    const RTCHit16& hits = rays_.hit;
-    return hits.primID[ray] == hits.primID[other] && hits.instID[0][ray] == hits.instID[0][other];
-  }
+  // The active rays that hit the same triangle as one of them, which hit something.
+  RaySet agreeing(int ray) const;
   Hit hit(int ray) const {
     const RTCHit16& hits = rays_.hit;
     return {hits.instID[0][ray], {hits.primID[ray], hits.u[ray], hits.v[ray]}, rays_.ray.tfar[ray]};

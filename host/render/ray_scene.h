@@ -70,7 +70,6 @@ class RayScene {
   std::shared_ptr<const scene::Scene> scene_;
   std::vector<ShadingMaterial> materials_;
   DeviceHandle device_;
-  TraceFilters filters_;  // as any material needs
   GeometryCache shapes_;
   scene::Snapshot snapshot_;
   std::vector<Instance> instances_;  // points into snapshot_ and materials_

@@ -160,15 +160,18 @@ image::Image Renderer::drawFinal(const scene::Camera& through, int width, int he
                 refusalOf(width, height));
   const scene::Camera camera = through;  // which may be one of the snapshot's, and that goes while light is measured
   const LightSources sources(*scene_, settings, exposure());
-  LitPicture lit(width, height);
   const PictureRequest request{*scene_, camera, width, height, stop, allCores()};
   const PixelSampling sampling = PixelSampling::scattered(settings.samples, settings.seed);
-  const FinalShader shader(*scene_, sources, lit);
-  Outcome outcome = drawPicture(request, sampling, shader);
-  if (outcome == Outcome::Complete) outcome = sampleEdges(request, sampling.passes, settings.seed, shader, lit);
-  if (outcome == Outcome::Complete) outcome = smoothGrain(lit, request.threads, stop);
-  if (outcome == Outcome::Complete) develop(lit, picture);
-  return ifComplete(outcome, std::move(picture));
+  const Outcome drawn = withMemory(width, height, [&] {
+    LitPicture lit(width, height);
+    const FinalShader shader(*scene_, sources, lit);
+    Outcome outcome = drawPicture(request, sampling, shader);
+    if (outcome == Outcome::Complete) outcome = sampleEdges(request, sampling.passes, settings.seed, shader, lit);
+    if (outcome == Outcome::Complete) outcome = smoothGrain(lit, request.threads, stop);
+    if (outcome == Outcome::Complete) develop(lit, picture);
+    return outcome;
+  });
+  return ifComplete(drawn, std::move(picture));
 }
 
 std::optional<Passes> Renderer::drawPasses(const scene::Camera& camera, int width, int height,

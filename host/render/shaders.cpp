@@ -4,19 +4,14 @@
 #include <cmath>
 
 #include "color_encoding.h"
-#include "light_transport.h"
 #include "reflection.h"
 
 namespace quillmere::render {
 namespace {
 
-// The points of a layer where light is to be estimated.
-RaySet litPoints(const RayScene& scene, const Layer& layer) {
-  RaySet lit = 0;
-  forEachRay(layer.points, [&](int at) {
-    if (!layer.surface.isUnlit(at) && !scene.instances()[layer.surface.instance[at]].sky) lit |= setOf(at);
-  });
-  return lit;
+// Whether light is to be estimated at a point.
+bool isLit(const RayScene& scene, const SurfacePoints& points, int at) {
+  return !points.isUnlit(at) && !scene.instances()[points.instance[at]].sky;
 }
 
 float luminance(glm::vec3 color) {
@@ -39,30 +34,32 @@ glm::vec3 displayed(glm::vec3 light) {
   return light / std::max({1.0F, light.x, light.y, light.z});
 }
 
-LitPixel meanOf(const FinalShader::Sum& sum, float samples, float aroundSamples) {
-  LitPixel pixel;
-  pixel.samples = samples;
-  pixel.aroundSamples = aroundSamples;
-  pixel.chalk = sum.chalk / samples;
-  pixel.albedo = sum.albedo / samples;
-  pixel.coat = sum.coat / samples;
-  pixel.emission = sum.emission / samples;
-  pixel.own = sum.own / samples;
-  pixel.position = sum.lit > 0.0F ? sum.position / sum.lit : glm::vec3(0.0F);
-  pixel.lit = sum.lit / samples;
-  pixel.normal = sum.normal;
-  pixel.depth = sum.lit > 0.0F ? sum.depth / sum.lit : 0.0F;
-  pixel.chalkError = sum.chalkLight.error(samples);
-  pixel.edgeError = samples > 1.0F ? sum.evenLight.error(samples) : 0.0F;
-  if (aroundSamples <= 0.0F) return pixel;
-  pixel.closeness = sum.closeness / aroundSamples;
-  pixel.around = sum.around / aroundSamples;
-  pixel.aroundAlbedo = sum.aroundAlbedo / aroundSamples;
-  pixel.mirror = sum.mirror / aroundSamples;
-  pixel.mirrorCoat = sum.mirrorCoat / aroundSamples;
-  pixel.aroundError = sum.aroundLight.error(aroundSamples);
-  pixel.mirrorError = sum.mirrorLight.error(aroundSamples);
-  return pixel;
+// What a lit point brings to its fragment, but for light.
+void cover(const Layer& layer, int at, LitFragment& fragment) {
+  const float weight = layer.weightAt[at];
+  fragment.weight += weight;
+  fragment.albedo += weight * Reflections::chalk(layer.surface, at);
+  fragment.normal += weight * layer.surface.normal[at];
+  fragment.position += weight * layer.surface.position[at];
+  fragment.depth += weight * layer.rays.hit(at).distance;
+}
+
+void addLamps(const Layer& layer, int at, const SentLight& sent, LitFragment& fragment) {
+  const float weight = layer.weightAt[at];
+  const glm::vec3 albedo = weight * Reflections::chalk(layer.surface, at);
+  fragment.chalk.add(albedo * sent.chalk[at], albedo);
+  fragment.chalkLight.add(luminance(sent.chalk[at]), weight, (layer.later & setOf(at)) != 0);
+  fragment.coat += weight * sent.coat[at];
+}
+
+void addAround(const Layer& layer, int at, const SentLight& sent, LitFragment& fragment) {
+  const float weight = layer.weightAt[at];
+  const glm::vec3 albedo = weight * Reflections::chalk(layer.surface, at);
+  fragment.around.add(albedo * sent.around[at], albedo);
+  fragment.mirror.add(weight * sent.mirror[at], weight * sent.coat[at]);
+  fragment.aroundLight.add(luminance(sent.around[at]), weight);
+  fragment.mirrorLight.add(luminance(sent.mirror[at] / sent.coat[at]), weight);
+  fragment.closeness += weight * sent.closeness[at];
 }
 
 // The light from above and below, and of the headlight.
@@ -142,90 +139,99 @@ glm::vec3 QuickShader::background(int row) const {
   return glm::vec3(glm::mix(kTop, kBottom, (static_cast<float>(row) + 0.5F) / static_cast<float>(picture_.height())));
 }
 
-FinalShader::Sum& FinalShader::Sum::operator+=(const Sum& other) {
-  chalk += other.chalk;
-  around += other.around;
-  albedo += other.albedo;
-  mirror += other.mirror;
-  coat += other.coat;
-  emission += other.emission;
-  own += other.own;
-  normal += other.normal;
-  lit += other.lit;
-  closeness += other.closeness;
-  position += other.position;
-  aroundAlbedo += other.aroundAlbedo;
-  mirrorCoat += other.mirrorCoat;
-  depth += other.depth;
-  chalkLight += other.chalkLight;
-  aroundLight += other.aroundLight;
-  mirrorLight += other.mirrorLight;
-  evenLight += other.evenLight;
-  return *this;
+FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture)
+    : scene_(scene), sources_(sources), light_(scene, sources), picture_(picture) {
+  picture.lampChoice = light_.lampChoice();
 }
 
-FinalShader::FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture)
-    : scene_(scene), sources_(sources), light_(scene, sources), picture_(picture) {}
-
-RaySet FinalShader::shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) const {
-  forEachRay(layer.missed, [&](int ray) {
-    const Backdrop backdrop = sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
-    sums[ray].evenLight.add(layer.weight[ray] * shown(backdrop.light), (layer.later & setOf(ray)) != 0);
-    if (backdrop.holds == Backdrop::Holds::Display) {
-      sums[ray].own += layer.weight[ray] * backdrop.light;
-      return;
-    }
-    sums[ray].emission += layer.weight[ray] * backdrop.light;
-    sums[ray].lit += layer.weight[ray];
+RaySet FinalShader::shade(const Layer& layer, BlockSums<Sum> sums) const {
+  const Fragments fragments = fragmentsOf(layer, sums);
+  addColors(layer, sums);
+  forEachRay(fragments.lit, [&](int at) {
+    const float even = underEvenLight(layer.surface, at);
+    fragments.of(layer, at).evenLight.add(even, layer.weightAt[at], (layer.later & setOf(at)) != 0);
   });
-  const RaySet lit = litPoints(scene_, layer);
-  VectorPerRay directions;
-  forEachRay(lit, [&](int at) { directions.set(at, layer.rays.direction(at)); });
-  const SentLight sent = light_.at(layer.surface, lit, directions, layer.numbers, layer.seed, reach);
-  forEachRay(layer.met, [&](int ray) {
-    const int at = layer.pointOf[ray];
-    const float weight = layer.weight[ray];
-    const bool isLater = (layer.later & setOf(ray)) != 0;
-    sums[ray].evenLight.add(weight * underEvenLight(layer.surface, at), isLater);
-    if ((lit & setOf(at)) == 0) {
-      sums[ray].own += weight * displayed(layer.surface.color[at] + layer.surface.emission[at]);
-      return;
-    }
-    Sum& sum = sums[ray];
-    const glm::vec3 albedo = weight * Reflections::chalk(layer.surface, at);
-    sum.chalk += albedo * sent.chalk[at];
-    sum.albedo += albedo;
-    sum.coat += weight * sent.coat[at];
-    sum.emission += weight * sources_.stops() * layer.surface.emission[at];
-    sum.lit += weight;
-    sum.position += weight * layer.surface.position[at];
-    sum.normal += weight * layer.surface.normal[at];
-    sum.depth += weight * layer.rays.hit(ray).distance;
-    sum.chalkLight.add(weight * luminance(sent.chalk[at]), isLater);
-    if (reach == Reach::Lamps) return;
-    sum.around += albedo * sent.around[at];
-    sum.aroundAlbedo += albedo;
-    sum.closeness += weight * sent.closeness[at];
-    sum.mirror += weight * sent.mirror[at];
-    sum.mirrorCoat += weight * sent.coat[at];
-    sum.aroundLight.add(weight * luminance(sent.around[at]));
-    sum.mirrorLight.add(weight * luminance(sent.mirror[at] / sent.coat[at]));
-  });
+  addLight(layer, fragments, Reach::All);
   return 0;
 }
 
-void FinalShader::store(const Sum& sum, float samples, int x, int y) const {
-  picture_.at(x, y) = meanOf(sum, samples, samples);
+RaySet FinalShader::shadeFurther(const Layer& layer, BlockSums<Sum> sums, Reach reach) const {
+  addColors(layer, sums);
+  addLight(layer, fragmentsOf(layer, sums), reach);
+  return 0;
 }
 
-void FinalShader::addTo(const Sum& sum, float samples, float around, int x, int y) const {
-  LitPixel& pixel = picture_.at(x, y);
-  pixel = pixel.with(meanOf(sum, samples, around));
+// What needs no light of others.
+void FinalShader::addColors(const Layer& layer, BlockSums<Sum> sums) const {
+  forEachRay(layer.missed, [&](int ray) {
+    const Backdrop backdrop = sources_.backdrop(glm::normalize(layer.rays.direction(ray)));
+    Sum& sum = sums[layer.block.summedAt(ray)];
+    sum.ownLight.add(shown(backdrop.light), layer.weight[ray], (layer.later & setOf(ray)) != 0);
+    if (backdrop.holds == Backdrop::Holds::Display) {
+      sum.own += layer.weight[ray] * backdrop.light;
+    } else {
+      sum.emission += layer.weight[ray] * backdrop.light;
+      sum.lit += layer.weight[ray];
+    }
+  });
+  const SurfacePoints& points = layer.surface;
+  forEachRay(layer.points, [&](int at) {
+    Sum& sum = sums[layer.block.summedAt(at)];
+    if (isLit(scene_, points, at)) {
+      sum.emission += layer.weightAt[at] * sources_.stops() * points.emission[at];
+      sum.lit += layer.weightAt[at];
+    } else {
+      const glm::vec3 light = points.color[at] + points.emission[at];
+      sum.own += layer.weightAt[at] * displayed(light);
+      sum.ownLight.add(shown(light), layer.weightAt[at], (layer.later & setOf(at)) != 0);
+    }
+  });
+}
+
+void FinalShader::addLight(const Layer& layer, const Fragments& fragments, Reach reach) const {
+  const RaySet lit = fragments.lit;
+  forEachRay(lit, [&](int at) { cover(layer, at, fragments.of(layer, at)); });
+  const FollowedPoints followed{reach == Reach::Camera ? fragments.fresh : lit,
+                                reach == Reach::All ? lit : fragments.fresh};
+  if (followed.lamps == 0) return;
+  VectorPerRay directions;
+  forEachRay(followed.lamps, [&](int at) { directions.set(at, layer.rays.direction(at)); });
+  const SentLight sent = light_.at(layer.surface, followed, directions, layer.numbers, layer.seed);
+  forEachRay(followed.lamps, [&](int at) { addLamps(layer, at, sent, fragments.of(layer, at)); });
+  forEachRay(followed.arounds, [&](int at) { addAround(layer, at, sent, fragments.of(layer, at)); });
+}
+
+FinalShader::Fragments FinalShader::fragmentsOf(const Layer& layer, BlockSums<Sum> sums) const {
+  Fragments found{sums, 0, 0, {}};
+  PerRay<int> known;
+  forEachRay(layer.points, [&](int at) {
+    if (isLit(scene_, layer.surface, at)) found.lit |= setOf(at);
+    known[at] = static_cast<int>(sums[layer.block.summedAt(at)].fragments.size());
+  });
+  forEachRay(found.lit, [&](int at) {
+    const float size = layer.camera.pixelHeight(layer.rays.hit(at).distance);
+    found.index[at] =
+        sums[layer.block.summedAt(at)].fragmentOf(layer.surface.faceNormal[at], layer.surface.position[at], size);
+    if (found.index[at] >= known[at]) found.fresh |= setOf(at);
+  });
+  return found;
+}
+
+void FinalShader::store(Sum& sum, float samples, int x, int y) const {
+  sum.samples = samples;
+  picture_.at(x, y) = std::move(sum);
 }
 
 glm::vec3 displayLight(const LitPixel& pixel) {
-  const glm::vec3 light = pixel.chalk + pixel.around + pixel.mirror + pixel.emission;
-  return pixel.own + (pixel.lit > 0.0F ? pixel.lit * viewed(light / pixel.lit) : glm::vec3(0.0F));
+  glm::vec3 light = pixel.emission;
+  for (const LitFragment& fragment : pixel.fragments) {
+    const glm::vec3 chalk = fragment.chalk.alone(fragment.chalkLight.all.weight);
+    const glm::vec3 around = fragment.around.alone(fragment.aroundLight.weight);
+    const glm::vec3 mirror = fragment.meanCoat() * fragment.mirror.alone(fragment.mirrorLight.weight);
+    light += fragment.albedo * (chalk + around) + fragment.weight * mirror;
+  }
+  const glm::vec3 seen = pixel.lit > 0.0F ? pixel.lit * viewed(light / pixel.lit) : glm::vec3(0.0F);
+  return (pixel.own + seen) / pixel.samples;
 }
 
 }  // namespace quillmere::render

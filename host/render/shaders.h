@@ -7,9 +7,9 @@
 #include "color_encoding.h"
 #include "image/image.h"
 #include "layer_loop.h"
-#include "light_filter.h"
 #include "light_sources.h"
 #include "light_transport.h"
+#include "lit_picture.h"
 
 namespace quillmere::render {
 
@@ -19,12 +19,6 @@ class QuickShader {
  public:
   struct Sum {  // light of the display
     glm::vec3 surfaces{0.0F}, backdrop{0.0F};
-
-    Sum& operator+=(const Sum& other) {
-      surfaces += other.surfaces;
-      backdrop += other.backdrop;
-      return *this;
-    }
   };
 
   QuickShader(const scene::Camera& camera, image::Image& picture);
@@ -65,73 +59,30 @@ class FinalShader {
  public:
   // Lit surfaces and those in colours of their own are kept apart, as only the former go through the view transform;
   // the two mix as light of the display, which also keeps bright edges smooth.
-  struct Sum {
-    // Of some numbers, one a sample.
-    struct Moments {
-      float first = 0.0F, second = 0.0F;
+  using Sum = LitPixel;
 
-      void add(float value) {
-        first += value;
-        second += value * value;
-      }
-      Moments& operator+=(const Moments& other) {
-        first += other.first;
-        second += other.second;
-        return *this;
-      }
-      // The variance of their mean; of one number alone as if it might as well be nothing.
-      float error(float samples) const {
-        const float mean = first / samples, spread = second / samples - mean * mean;
-        return samples > 1.0F ? (spread > 0.0F ? spread : 0.0F) / (samples - 1.0F) : mean * mean;
-      }
-    };
-
-    // Of numbers whose samples are stratified: two halves of them tell their error better than all of them as if each
-    // stood alone, but may agree by chance.
-    struct Halves {
-      float earlier = 0.0F, later = 0.0F, second = 0.0F;
-
-      void add(float value, bool isLater) {
-        (isLater ? later : earlier) += value;
-        second += value * value;
-      }
-      Halves& operator+=(const Halves& other) {
-        earlier += other.earlier;
-        later += other.later;
-        second += other.second;
-        return *this;
-      }
-      // The variance of their mean; of one number alone as above.
-      float error(float samples) const {
-        constexpr float kLeast = 0.1F;                   // of what it would be if each stood alone
-        const float count = std::floor(0.5F * samples);  // of the later ones
-        if (count < 1.0F) return earlier * earlier;
-        const float apart = 0.5F * (earlier / (samples - count) - later / count);
-        return std::max(apart * apart, kLeast * Moments{earlier + later, second}.error(samples));
-      }
-    };
-
-    glm::vec3 chalk{0.0F}, around{0.0F}, albedo{0.0F}, mirror{0.0F}, coat{0.0F}, emission{0.0F}, own{0.0F};
-    glm::vec3 normal{0.0F}, position{0.0F};
-    float lit = 0.0F, depth = 0.0F;
-    // Of the samples that were followed all around.
-    glm::vec3 aroundAlbedo{0.0F}, mirrorCoat{0.0F};
-    float closeness = 0.0F;
-    Moments aroundLight, mirrorLight;
-    Halves chalkLight;
-    Halves evenLight;  // of what the display would show under even light
-
-    Sum& operator+=(const Sum& other);
-  };
+  enum class Reach { Camera, Lamps, All };  // how far samples are followed, where a surface has been met before
 
   FinalShader(const RayScene& scene, const LightSources& sources, LitPicture& picture);
-  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const { return shade(layer, sums, Reach::All); }
-  RaySet shade(const Layer& layer, BlockSums<Sum> sums, Reach reach) const;
-  void store(const Sum& sum, float samples, int x, int y) const;
-  // Adds further samples to a pixel that is stored; `around` of them were followed all around.
-  void addTo(const Sum& sum, float samples, float around, int x, int y) const;
+  RaySet shade(const Layer& layer, BlockSums<Sum> sums) const;
+  // The same for further samples, which no errors are told by.
+  RaySet shadeFurther(const Layer& layer, BlockSums<Sum> sums, Reach reach) const;
+  void store(Sum& sum, float samples, int x, int y) const;
 
  private:
+  // The fragments of a layer's lit points.
+  struct Fragments {
+    LitFragment& of(const Layer& layer, int at) const {
+      return sums[layer.block.summedAt(at)].fragments[static_cast<std::size_t>(index[at])];
+    }
+    BlockSums<Sum> sums;
+    RaySet lit = 0, fresh = 0;  // fresh: points of new fragments
+    PerRay<int> index;          // in their pixel
+  };
+  Fragments fragmentsOf(const Layer& layer, BlockSums<Sum> sums) const;
+  void addColors(const Layer& layer, BlockSums<Sum> sums) const;
+  void addLight(const Layer& layer, const Fragments& fragments, Reach reach) const;
+
   const RayScene& scene_;
   const LightSources& sources_;
   LightEstimate light_;

@@ -8,6 +8,7 @@
 #include "render/edge_samples.h"
 #include "render/geometry_cache.h"
 #include "render/layer_loop.h"
+#include "render/light_filter.h"
 #include "render/shaders.h"
 #include "small_picture.h"
 

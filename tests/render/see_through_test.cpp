@@ -85,11 +85,13 @@ TEST(SeeThrough, LitGlassGivesItsShareOfLight) {
 }
 
 TEST(SeeThrough, LightFallsThroughWhatIsInvisible) {
-  for (const Alpha alpha : {Alpha::Mask, Alpha::Blend}) {
+  for (const auto& [alpha, doubleSided] : {std::pair(Alpha::Mask, false), {Alpha::Blend, false}, {Alpha::Mask, true}}) {
     auto scene = std::make_shared<HandMadeScene>();
-    scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));
+    scene->add(ground(40), scene->addMaterial(colored({0.4F, 0.4F, 0.4F})));  // from one side
+    scene::Material sheet = halfVisible(alpha);
+    sheet.doubleSided = doubleSided;
     // A sheet 1 m above the ground of which the half at X < 0 is invisible, out of the camera's sight by its far plane.
-    scene->add(rectangle(-2, -2, 2, 2), scene->addMaterial(halfVisible(alpha)),
+    scene->add(rectangle(-2, -2, 2, 2), scene->addMaterial(sheet),
                glm::rotate(moved(0, 1, 0), glm::radians(-90.0F), glm::vec3(1, 0, 0)));
     scene::Light noon;
     noon.kind = scene::Light::Kind::Directional;
