@@ -352,7 +352,7 @@ class PixelGrain {
 
 std::uintmax_t memoryToLight(std::size_t pixels) {
   constexpr std::uintmax_t kFragment = sizeof(LitFragment) + sizeof(Feature) + 2 * sizeof(Light) + sizeof(float);
-  return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(std::size_t) + sizeof(Grain) + kFragment * 3 / 2);
+  return std::uintmax_t{pixels} * (sizeof(LitPixel) + sizeof(std::size_t) + sizeof(Grain) + kFragment * 5 / 4);
 }
 
 Outcome findGrain(const LitPicture& picture, int threads, const std::function<bool()>& stop,

@@ -238,6 +238,24 @@ TEST(FinalLight, SamplesOfOneSurfaceAreOneFragmentAndThoseOfOthersAreNot) {
   EXPECT_EQ(pixel.fragmentOf(up, {0, 0.2F, 0}, 10 * kPixel), 0) << "less apart than a large pixel";
 }
 
+// By which errors are told.
+TEST(FinalLight, HalfOfAPixelsSamplesAreTheLaterHalf) {
+  RayScene rays(greyGround());
+  rays.pose(0.0);
+  const scene::Camera above = fromAbove();
+  for (const auto& [samples, later] : {std::pair(16, 8.0F), {3, 1.0F}, {1, 0.0F}}) {
+    LitPicture picture(2, 2);
+    const LightSources sources(rays, {}, 1.0F);
+    const FinalShader shader(rays, sources, picture);
+    const PictureRequest request{rays, above, 2, 2, {}, 1};
+    drawPicture(request, PixelSampling::scattered(samples, 7), shader);
+    const LitFragment& ground = picture.at(1, 0).fragments.at(0);
+    EXPECT_EQ(ground.chalkLight.laterWeight, later) << samples;
+    EXPECT_EQ(ground.evenLight.laterWeight, later) << samples;
+    EXPECT_EQ(ground.chalkLight.all.weight, static_cast<float>(samples));
+  }
+}
+
 // Further samples that only tell which surfaces a pixel shows are followed where one is met for the first time.
 TEST(FinalLight, WhatOnlyFurtherSamplesMeetIsLitToo) {
   auto scene = greyGround();
