@@ -112,9 +112,10 @@ class LightMean {
 
  private:
   Light sum_{};
-  Four chalks_ = kLast, arounds_ = kLast, mirrors_ = kLast, weights_ = kLast;
+  Four chalks_ = kLeast, arounds_ = kLeast, mirrors_ = kLeast, weights_ = kLeast;
 
-  static constexpr Four kLast{0.0F, 0.0F, 0.0F, 1.0F};
+  // Fragments that can't be seen have no weight, and then no light.
+  static constexpr Four kLeast{1e-15F, 1e-15F, 1e-15F, 1.0F};
 };
 
 }  // namespace quillmere::render

@@ -198,7 +198,7 @@ TEST(FinalLight, IsThatOfTheSamplesThatWereFollowedForItInTheColourOfAll) {
   fragment.albedo += glm::vec3(32 * 0.2F + 48 * 0.8F);  // 48 others told which surfaces there are
   fragment.weight = 96;
   LitPicture picture(1, 1);
-  picture.at(0, 0) = pixelOf({fragment});
+  picture.at(0, 0) = pixelOf({fragment, LitFragment()});  // the other one can't be seen at all
   const glm::vec3 before = displayLight(picture.at(0, 0));
   ASSERT_EQ(smoothGrain(picture, 1, {}), Outcome::Complete);
   const glm::vec3 shown = displayLight(picture.at(0, 0));
