@@ -13,8 +13,9 @@ float Moments::error() const {
 
 float Halves::error(float least) const {
   if (!(laterWeight > 0.0F && earlierWeight() > 0.0F)) return all.error();
-  const float apart = 0.5F * ((all.first - later) / earlierWeight() - later / laterWeight);
-  return std::max(apart * apart, least * all.error());
+  const float apart = (all.first - later) / earlierWeight() - later / laterWeight;
+  const float share = laterWeight / all.weight;
+  return std::max(share * (1.0F - share) * apart * apart, least * all.error());
 }
 
 constexpr float kLeastWeight = 1e-6F;

@@ -238,6 +238,15 @@ TEST(FinalLight, SamplesOfOneSurfaceAreOneFragmentAndThoseOfOthersAreNot) {
   EXPECT_EQ(pixel.fragmentOf(up, {0, 0.2F, 0}, 10 * kPixel), 0) << "less apart than a large pixel";
 }
 
+TEST(FinalLight, TwoPartsOfItsSamplesTellItsErrorByHowMuchOfThemEachIs) {
+  for (const auto& [later, error] : {std::pair(8, 0.25F), {4, 0.1875F}, {15, 0.0586F}}) {
+    Halves halves;
+    for (int i = 0; i < 16; ++i) halves.add(i < 16 - later ? 1.0F : 2.0F, 1.0F, i >= 16 - later);
+    EXPECT_NEAR(halves.error(0.0F), error, 1e-4F) << later;
+    EXPECT_NEAR(halves.error(1e3F), 1e3F * error / 15, 0.01F) << later << ", each as if it stood alone";
+  }
+}
+
 // By which errors are told.
 TEST(FinalLight, HalfOfAPixelsSamplesAreTheLaterHalf) {
   RayScene rays(greyGround());
