@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "filtered_light.h"
+#include "fragment_row.h"
 
 namespace quillmere::render {
 namespace {
@@ -55,46 +56,6 @@ class Brightest {
   static constexpr int kEnough = 4;
   float first_ = 0.0F, second_ = 0.0F;
   int count_ = 0;
-};
-
-// The fragments of all pixels of a picture in one row of numbers, pixel by pixel.
-class FragmentRow {
- public:
-  explicit FragmentRow(const LitPicture& picture) : picture_(picture), firsts_(picture.pixels.size() + 1) {
-    for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
-      firsts_[i + 1] = firsts_[i] + picture.pixels[i].fragments.size();
-    }
-  }
-  std::size_t count() const { return firsts_.back(); }
-  std::size_t first(int x, int y) const { return firsts_[picture_.index(x, y)]; }
-
-  // Calls each(at, fragment) for those of a pixel.
-  template <class Each>
-  void of(int x, int y, const Each& each) const {
-    const std::size_t pixel = picture_.index(x, y);
-    const std::vector<LitFragment>& fragments = picture_.pixels[pixel].fragments;
-    for (std::size_t i = 0; i < fragments.size(); ++i) each(firsts_[pixel] + i, fragments[i]);
-  }
-
-  // Calls each(at, weight) for those of a pixel and of those `step` beside it, as far as the picture goes.
-  template <class Each>
-  void around(int x, int y, int step, const Each& each) const {
-    for (int row = -1; row <= 1; ++row) {
-      const int line = y + row * step;
-      if (line < 0 || line >= picture_.height) continue;
-      for (int column = -1; column <= 1; ++column) {
-        const int place = x + column * step;
-        if (place < 0 || place >= picture_.width) continue;
-        const float weight = (row == 0 ? 2.0F : 1.0F) * (column == 0 ? 2.0F : 1.0F);
-        const std::size_t pixel = picture_.index(place, line);
-        for (std::size_t at = firsts_[pixel], end = firsts_[pixel + 1]; at < end; ++at) each(at, weight);
-      }
-    }
-  }
-
- private:
-  const LitPicture& picture_;
-  std::vector<std::size_t> firsts_;
 };
 
 class GrainFilter {
@@ -324,8 +285,8 @@ class PixelGrain {
 
  private:
   static constexpr float kLeastCover = 0.1F;
-  static constexpr float kTextures =
-      0.1F;  // samples even out what changes little from place to place sooner than edges
+  // Samples even out what changes little from place to place sooner than edges.
+  static constexpr float kTextures = 0.1F;
 
   // Each sample as if it showed the mean of what it meets.
   void addPart(float light, const Halves& samples) {
