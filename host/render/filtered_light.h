@@ -45,8 +45,8 @@ struct Feature {
   Four normal, position;                  // metres
   float depth, slope;                     // metres; metres a pixel
   float closeness;                        // of what is around, 1/metres
-  float coat;                             // luminance of what the mirrored light is multiplied with: as bright it looks
-  Four shares;                            // of the pixel's first samples those that tell of chalk, around and mirror
+  float coat;                             // luminance of what the mirrored light is multiplied with: so bright it looks
+  Four shares;                            // how many samples tell of chalk, around and mirror
   Four albedo, aroundAlbedo, mirrorCoat;  // in the mean of those, a little more than black
 };
 

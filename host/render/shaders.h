@@ -67,7 +67,7 @@ class FinalShader {
   RaySet shade(const Layer& layer, BlockSums<Sum> sums) const;
   // The same for further samples, which no errors are told by.
   RaySet shadeFurther(const Layer& layer, BlockSums<Sum> sums, Reach reach) const;
-  void store(Sum& sum, float samples, int x, int y) const;
+  void store(Sum& sum, float samples, int x, int y) const;  // takes the sum's content
 
  private:
   // The fragments of a layer's lit points.
